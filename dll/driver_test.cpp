@@ -1,0 +1,67 @@
+// driver_test: a connection made from a settings block and ended again, for the setup library and
+// for tools that want to know whether settings work.
+#include "dll/driver_test.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "core/cass_err.h"
+#include "core/cass_handle.h"
+#include "core/cass_logon.h"
+#include "odbc/entry_frame.h"
+
+static void say(char *message, const char *format, const char *argument)
+{
+    if (message != nullptr)
+        std::snprintf(message, DRIVER_TEST_MESSAGE_SIZE, format, argument);
+}
+
+// The connection's first diagnostic as the reason, if there is one.
+static void say_failure(char *message, cass_conn *conn)
+{
+    cass_diag_lock();
+    const cass_diag_record *record = cass_diag_get(&conn->head, 1);
+    const std::unique_ptr<char, decltype(&std::free)> reason(
+        record == nullptr ? nullptr : cass_string_to_utf8(record->text), std::free);
+    cass_diag_unlock();
+    if (reason == nullptr)
+        say(message, "%s", "Failed to connect");
+    else
+        say(message, "Failed to connect: '%s'", reason.get());
+}
+
+static int try_settings(cass_conn *conn, const cass_settings_block *block, char *message)
+{
+    cass_apply_settings_block(conn, block);
+    if (!SQL_SUCCEEDED(cass_connect(conn, 0))) {
+        say_failure(message, conn);
+        return 1;
+    }
+    say(message, "Connected. CQL Version: %s", conn->cql_version);
+    cass_logout(conn);
+    conn->connected = 0;
+    return 0;
+}
+
+VHCASS_EXPORT int driver_test(cass_settings_block *block, char *message)
+{
+    const std::unique_ptr<cass_env, decltype(&cass_free_env)> env(cass_alloc_env(), cass_free_env);
+    if (env == nullptr) {
+        say(message, "%s", "Failed to create environment");
+        return 1;
+    }
+    // The environment frees it.
+    cass_conn *conn = cass_alloc_conn(env.get(), 2);
+    if (conn == nullptr) {
+        say(message, "%s", "Failed to create connection");
+        return 1;
+    }
+    try {
+        return try_settings(conn, block, message);
+    } catch (...) {
+        say(message, "%s", "Failed to connect");
+        return 1;
+    }
+}

@@ -1,0 +1,24 @@
+// SQLCancel: the protocol has no cancel. A prepared statement says so by SQL_ERROR without a record,
+// any other succeeds; nothing stops in either case.
+#include "core/cass_pkt_exchange.h"
+#include "odbc/entry_frame.h"
+
+static constexpr char log_source[] = "SQLCancel.c";
+
+VHCASS_EXPORT SQLRETURN SQL_API SQLCancel(SQLHSTMT statement_handle)
+{
+    auto *stmt = static_cast<cass_stmt *>(statement_handle);
+    if (stmt == nullptr)
+        return SQL_INVALID_HANDLE;
+    // Called while another thread is inside the statement: its diagnostics are left alone then.
+    if (cass_lock_try_enter(&stmt->api_lock)) {
+        cass_diag_clear(&stmt->head);
+        cass_lock_leave(&stmt->api_lock);
+    }
+    CASS_LOG(&stmt->head, LOG_ENTRY, "SQLCancel: statement_handle=%p", statement_handle);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "current_packet=%p, async_op=%d",
+             static_cast<void *>(stmt->current_packet), stmt->async_op);
+    const auto code = static_cast<SQLRETURN>(stmt->prepared ? send_reset(stmt) : SQL_SUCCESS);
+    CASS_LOG(&stmt->head, LOG_EXIT, "SQLCancel: return value=%d", static_cast<int>(code));
+    return code;
+}

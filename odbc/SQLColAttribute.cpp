@@ -1,0 +1,15 @@
+// SQLColAttribute: one attribute of a result column, text as bytes.
+#include "odbc/SQLColAttributeWide.h"
+
+static constexpr entry_point entry = {
+    .name = "SQLColAttribute", .source = "SQLColAttribute.c", .exit_format = EXIT_BY_NAME};
+
+VHCASS_EXPORT SQLRETURN SQL_API
+SQLColAttribute(SQLHSTMT statement_handle, SQLUSMALLINT column_number,
+                SQLUSMALLINT field_identifier, SQLPOINTER character_attribute,
+                SQLSMALLINT buffer_length, SQLSMALLINT *string_length, SQLLEN *numeric_attribute)
+{
+    return col_attribute_entry(statement_handle, entry, TEXT_ANSI, false,
+                               {column_number, field_identifier, character_attribute, buffer_length,
+                                string_length, numeric_attribute});
+}

@@ -1,0 +1,133 @@
+// SQLDescribeCol in both forms: name, type, size, digits and nullability of a result column.
+#include "odbc/SQLDescribeColWide.h"
+
+#include "core/cass_field.h"
+#include "core/cass_text_out.h"
+
+static constexpr char log_source[] = "SQLDescribeColWide.c";
+
+// The bookmark column, which no metadata describes. Whatever is not named here is 0 or null.
+static constexpr cass_field bookmark_record(std::int32_t type, SQLLEN display_size, SQLLEN length,
+                                            std::int32_t unsigned_attr)
+{
+    cass_field field{};
+    field.consise_type = type;
+    field.type = type;
+    field.display_size = display_size;
+    field.octet_length = 4;
+    field.length = length;
+    field.unsigned_attr = unsigned_attr;
+    return field;
+}
+
+static constexpr cass_field fixed_bookmark = bookmark_record(SQL_INTEGER, 10, 11, 1);
+static constexpr cass_field variable_bookmark = bookmark_record(SQL_VARBINARY, 8, 8, 0);
+
+bool describe_text_out(const cass_string *text, text_form form, void *buffer, std::int64_t room,
+                       std::int64_t *length)
+{
+    *length = form == TEXT_WIDE_BYTES ? cass_string_octets(text) : cass_string_length(text);
+    if (form == TEXT_ANSI)
+        return cass_ansi_text_out(text, buffer, room);
+    if (form == TEXT_WIDE_BYTES)
+        room /= static_cast<std::int64_t>(sizeof(SQLWCHAR));
+    return cass_wide_text_out(text, static_cast<SQLWCHAR *>(buffer), room);
+}
+
+bool describe_has_result(cass_stmt *stmt, const entry_point &entry)
+{
+    if (stmt->prepared || stmt->executed || stmt->internal_rs != nullptr)
+        return true;
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: no result set", entry.name);
+    cass_post_error(&stmt->head, STATE_HY000, 0, nullptr);
+    return false;
+}
+
+const cass_field *describe_column(const cass_stmt *stmt, SQLUSMALLINT column_number)
+{
+    if (column_number == 0) {
+        if (stmt->attrs.use_bookmarks == SQL_UB_OFF)
+            return nullptr;
+        return stmt->attrs.use_bookmarks == SQL_UB_FIXED ? &fixed_bookmark : &variable_bookmark;
+    }
+    if (column_number > cass_stmt_column_count(stmt->ird))
+        return nullptr;
+    return &stmt->ird->fields[column_number - 1];
+}
+
+// The size that an application lays its buffers out by: a decision of its own, not the stored size.
+static SQLULEN column_size_of(const cass_field *field)
+{
+    switch (field->consise_type) {
+    case SQL_BIT:
+        return 1;
+    case SQL_TINYINT:
+        return 3;
+    case SQL_BIGINT:
+        return 19;
+    case SQL_INTEGER:
+        return 10;
+    case SQL_SMALLINT:
+        return 5;
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+        return 15;
+    case SQL_REAL:
+        return 7;
+    case SQL_BINARY:
+    case SQL_VARBINARY:
+    case SQL_LONGVARBINARY:
+    case SQL_NUMERIC:
+    case SQL_DECIMAL:
+        return static_cast<SQLULEN>(field->precision);
+    default:
+        return static_cast<SQLULEN>(field->display_size);
+    }
+}
+
+static SQLRETURN describe_col(cass_stmt *stmt, const entry_point &entry, text_form form,
+                              SQLUSMALLINT column_number, const describe_outputs &out)
+{
+    if (!describe_has_result(stmt, entry))
+        return SQL_ERROR;
+
+    const std::int32_t count = cass_stmt_column_count(stmt->ird);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "%s: column count=%d", entry.name, static_cast<int>(count));
+    const cass_field *field = describe_column(stmt, column_number);
+    if (field == nullptr) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: invalid column_number %d from %d", entry.name,
+                 static_cast<int>(column_number), static_cast<int>(count));
+        cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
+        return SQL_ERROR;
+    }
+
+    SQLRETURN code = SQL_SUCCESS;
+    std::int64_t length = 0;
+    if (describe_text_out(field->column_name, form, out.name, out.room, &length)) {
+        cass_post_error(&stmt->head, STATE_01004, 0, nullptr);
+        code = SQL_SUCCESS_WITH_INFO;
+    }
+    cass_store(out.name_length, static_cast<SQLSMALLINT>(length));
+    cass_store(out.data_type, static_cast<SQLSMALLINT>(field->consise_type));
+    cass_store(out.column_size, column_size_of(field));
+    cass_store(out.decimal_digits, static_cast<SQLSMALLINT>(field->scale));
+    cass_store(out.nullable, static_cast<SQLSMALLINT>(field->nullable));
+    return code;
+}
+
+SQLRETURN describe_col_entry(SQLHSTMT handle, const entry_point &entry, text_form form,
+                             SQLUSMALLINT column_number, const describe_outputs &out)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            cass_log(&stmt->head, entry.source, __LINE__, LOG_ENTRY,
+                     "%s: statement_handle=%p, column_number=%d, column_name=%p, buffer_length=%d, "
+                     "name_length=%p, data_type=%p, column_size=%p, decimal_digits=%p, nullable=%p",
+                     entry.name, static_cast<void *>(stmt), static_cast<int>(column_number),
+                     out.name, static_cast<int>(out.room), static_cast<void *>(out.name_length),
+                     static_cast<void *>(out.data_type), static_cast<void *>(out.column_size),
+                     static_cast<void *>(out.decimal_digits), static_cast<void *>(out.nullable));
+        },
+        [&](cass_stmt *stmt) { return describe_col(stmt, entry, form, column_number, out); });
+}

@@ -1,0 +1,39 @@
+// Result columns described: what SQLDescribeCol, SQLColAttribute and their wide forms share.
+#ifndef ODBC_SQLDESCRIBECOLWIDE_H
+#define ODBC_SQLDESCRIBECOLWIDE_H
+
+#include "odbc/entry_frame.h"
+
+// What the forms of a call that answers with text differ in.
+enum text_form {
+    TEXT_ANSI,        // UTF-8; the room counts bytes, the length code units
+    TEXT_WIDE_UNITS,  // room and length count code units
+    TEXT_WIDE_BYTES,  // room and length count bytes
+};
+
+// Writes a text result of a description; null is empty. `length` receives the full length whether
+// the text was cut or not: applications size their next read by it. True when cut.
+bool describe_text_out(const cass_string *text, text_form form, void *buffer, std::int64_t room,
+                       std::int64_t *length);
+
+// Whether the statement has anything to describe; otherwise HY000 is posted.
+bool describe_has_result(cass_stmt *stmt, const entry_point &entry);
+// The record of a column from 1 to the column count, or the fixed record of the bookmark column
+// when bookmarks are in use; null for any other number, with nothing posted.
+const cass_field *describe_column(const cass_stmt *stmt, SQLUSMALLINT column_number);
+
+// Where SQLDescribeCol stores; any of the pointers may be null.
+struct describe_outputs {
+    void *name;
+    SQLSMALLINT room;
+    SQLSMALLINT *name_length;
+    SQLSMALLINT *data_type;
+    SQLULEN *column_size;
+    SQLSMALLINT *decimal_digits;
+    SQLSMALLINT *nullable;
+};
+
+SQLRETURN describe_col_entry(SQLHSTMT handle, const entry_point &entry, text_form form,
+                             SQLUSMALLINT column_number, const describe_outputs &out);
+
+#endif

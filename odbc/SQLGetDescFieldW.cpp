@@ -1,0 +1,14 @@
+// SQLGetDescFieldW: one field of a descriptor, wide text measured in bytes.
+#include "odbc/SQLGetDescFieldWide.h"
+
+static constexpr entry_point entry = {
+    .name = "SQLGetDescFieldW", .source = "SQLGetDescFieldW.c", .exit_format = EXIT_BY_NAME};
+
+VHCASS_EXPORT SQLRETURN SQL_API SQLGetDescFieldW(SQLHDESC descriptor_handle, SQLSMALLINT rec,
+                                                 SQLSMALLINT field_identifier, SQLPOINTER value,
+                                                 SQLINTEGER buffer_length,
+                                                 SQLINTEGER *string_length)
+{
+    return get_desc_field_entry(descriptor_handle, entry, TEXT_WIDE_BYTES, rec, field_identifier,
+                                value, buffer_length, string_length);
+}

@@ -1,0 +1,206 @@
+// Delivers one diagnostic field. As with whole records, the handle's lock plays no part and the
+// list stays as it is; the lock over all lists is held while a record is read.
+#include "odbc/SQLGetDiagFieldWide.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "core/cass_err.h"
+#include "core/cass_handle.h"
+#include "core/cass_text_out.h"
+
+// States whose subclass comes from ODBC; of all others it comes from ISO 9075.
+static constexpr const char *odbc_subclass_states[] = {
+    "01S00", "01S01", "01S02", "01S06", "01S07", "07S01", "08S01", "21S01", "21S02",
+    "25S01", "25S02", "25S03", "42S01", "42S02", "42S11", "42S12", "42S21", "42S22",
+    "HY095", "HY097", "HY098", "HY099", "HY100", "HY101", "HY105", "HY107", "HY109",
+    "HY110", "HY111", "HYT00", "HYT01", "IM001", "IM002", "IM003", "IM004", "IM005",
+    "IM006", "IM007", "IM008", "IM010", "IM011", "IM012",
+};
+
+enum diag_kind {
+    DIAG_NOTHING,  // length 0, no value
+    DIAG_INTEGER,  // SQLINTEGER
+    DIAG_LENGTH,   // SQLLEN
+    DIAG_TEXT,
+};
+
+struct diag_value {
+    diag_kind kind;
+    SQLLEN number;
+    const cass_string *text;  // of the record or the connection, or `made`
+    cass_string made;
+    SQLWCHAR made_units[40];
+};
+
+static SQLRETURN give_number(diag_value *value, diag_kind kind, SQLLEN number)
+{
+    value->kind = kind;
+    value->number = number;
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN give_text(diag_value *value, const cass_string *text)
+{
+    value->kind = DIAG_TEXT;
+    value->text = text;
+    return SQL_SUCCESS;
+}
+
+// An ASCII text of the driver's own, below 40 characters.
+static SQLRETURN give_own_text(diag_value *value, const char *text)
+{
+    std::int32_t length = 0;
+    for (; text[length] != '\0'; length++)
+        value->made_units[length] = static_cast<unsigned char>(text[length]);
+    value->made = {.text = value->made_units, .length = length, .borrowed = 1};
+    return give_text(value, &value->made);
+}
+
+static bool state_begins(const cass_string *state, const char *text)
+{
+    for (std::int32_t i = 0; text[i] != '\0'; i++)
+        if (i >= cass_string_length(state) || state->text[i] != static_cast<unsigned char>(text[i]))
+            return false;
+    return true;
+}
+
+static SQLRETURN give_origin(diag_value *value, bool odbc)
+{
+    return give_own_text(value, odbc ? "ODBC 3.0" : "ISO 9075");
+}
+
+static bool has_odbc_subclass(const cass_string *state)
+{
+    for (const char *listed : odbc_subclass_states)
+        if (state_begins(state, listed))
+            return true;
+    return false;
+}
+
+// The address of the connection record, for whoever reads it beside a log. The wide form has no
+// text: it gives the number 0, which is an empty text to a reader who expects one.
+static SQLRETURN give_connection_name(diag_value *value, const cass_conn *conn, bool wide)
+{
+    if (conn == nullptr)
+        return SQL_ERROR;
+    if (wide)
+        return give_number(value, DIAG_INTEGER, 0);
+    char name[40];
+    std::snprintf(name, sizeof name, "NetConn: %p", static_cast<const void *>(conn));
+    return give_own_text(value, name);
+}
+
+static SQLRETURN give_server_name(diag_value *value, const cass_conn *conn)
+{
+    if (conn == nullptr || conn->dsn == nullptr)
+        return give_number(value, DIAG_NOTHING, 0);
+    return give_text(value, conn->dsn);
+}
+
+static SQLRETURN read_record_field(cass_handle *handle, const cass_diag_record *record,
+                                   SQLSMALLINT identifier, bool wide, diag_value *value)
+{
+    switch (identifier) {
+    case SQL_DIAG_SQLSTATE:
+        return give_text(value, record->state);
+    case SQL_DIAG_NATIVE:
+        return give_number(value, DIAG_INTEGER, record->native);
+    case SQL_DIAG_MESSAGE_TEXT:
+        return give_text(value, record->text);
+    case SQL_DIAG_ROW_NUMBER:
+        return give_number(value, DIAG_LENGTH, record->row_number);
+    case SQL_DIAG_COLUMN_NUMBER:
+        return give_number(value, DIAG_INTEGER, record->column_number);
+    case SQL_DIAG_CLASS_ORIGIN:
+        return give_origin(value, state_begins(record->state, "IM"));
+    case SQL_DIAG_SUBCLASS_ORIGIN:
+        return give_origin(value, has_odbc_subclass(record->state));
+    case SQL_DIAG_CONNECTION_NAME:
+        return give_connection_name(value, cass_handle_conn(handle), wide);
+    case SQL_DIAG_SERVER_NAME:
+        return give_server_name(value, cass_handle_conn(handle));
+    default:
+        // SQL_DIAG_RETURNCODE and SQL_DIAG_ROW_COUNT are the Driver Manager's to answer.
+        return SQL_ERROR;
+    }
+}
+
+static SQLRETURN read_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMALLINT identifier,
+                            bool wide, diag_value *value)
+{
+    const cass_stmt *stmt = handle->handle_tag == CASS_STATEMENT_HANDLE
+                                ? reinterpret_cast<const cass_stmt *>(handle)
+                                : nullptr;
+    switch (identifier) {
+    case SQL_DIAG_NUMBER:
+        return give_number(value, DIAG_INTEGER, cass_diag_count(handle));
+    case SQL_DIAG_CURSOR_ROW_COUNT:
+        return stmt == nullptr ? SQL_ERROR
+                               : give_number(value, DIAG_LENGTH, stmt->cursor_row_count);
+    case SQL_DIAG_DYNAMIC_FUNCTION:
+        return stmt == nullptr ? SQL_ERROR : give_own_text(value, "");
+    case SQL_DIAG_DYNAMIC_FUNCTION_CODE:
+        return stmt == nullptr ? SQL_ERROR : give_number(value, DIAG_INTEGER, 0);
+    case SQL_DIAG_ROW_COUNT:
+        if (stmt == nullptr)
+            return SQL_ERROR;
+        break;
+    default:
+        break;
+    }
+    if (rec_number < 1)
+        return SQL_ERROR;
+    const cass_diag_record *record = cass_diag_get(handle, rec_number);
+    if (record == nullptr)
+        return SQL_NO_DATA;
+    return read_record_field(handle, record, identifier, wide, value);
+}
+
+static SQLRETURN deliver_text(const cass_string *text, void *info, SQLSMALLINT buffer_length,
+                              SQLSMALLINT *string_length, bool wide)
+{
+    const std::int32_t length = cass_string_length(text) * (wide ? 2 : 1);
+    cass_store(string_length, static_cast<SQLSMALLINT>(length));
+    // Kept for applications that probe for the length: they know this code by now.
+    if (info == nullptr)
+        return SQL_NO_DATA;
+    const bool cut =
+        wide ? cass_wide_text_out(text, static_cast<SQLWCHAR *>(info), buffer_length / 2)
+             : cass_ansi_text_out(text, info, buffer_length);
+    // Here even an empty text counts as cut by a buffer without room for its terminator.
+    return cut || length >= buffer_length ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+}
+
+static SQLRETURN deliver(const diag_value *value, void *info, SQLSMALLINT buffer_length,
+                         SQLSMALLINT *string_length, bool wide)
+{
+    switch (value->kind) {
+    case DIAG_INTEGER:
+        cass_store(info, static_cast<SQLINTEGER>(value->number));
+        cass_store(string_length, static_cast<SQLSMALLINT>(sizeof(SQLINTEGER)));
+        return SQL_SUCCESS;
+    case DIAG_LENGTH:
+        cass_store(info, value->number);
+        cass_store(string_length, static_cast<SQLSMALLINT>(sizeof(SQLLEN)));
+        return SQL_SUCCESS;
+    case DIAG_TEXT:
+        return deliver_text(value->text, info, buffer_length, string_length, wide);
+    default:
+        cass_store(string_length, SQLSMALLINT{0});
+        return SQL_SUCCESS;
+    }
+}
+
+SQLRETURN cass_get_diag_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMALLINT identifier,
+                              void *info, SQLSMALLINT buffer_length, SQLSMALLINT *string_length,
+                              bool wide)
+{
+    diag_value value = {};
+    cass_diag_lock();
+    SQLRETURN code = read_field(handle, rec_number, identifier, wide, &value);
+    if (code == SQL_SUCCESS)
+        code = deliver(&value, info, buffer_length, string_length, wide);
+    cass_diag_unlock();
+    return code;
+}

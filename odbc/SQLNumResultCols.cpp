@@ -1,0 +1,26 @@
+// SQLNumResultCols: the number of columns; a statement that waits for its preparation gets it now.
+#include "core/cass_field.h"
+#include "core/cass_stmt.h"
+#include "core/cass_text_out.h"
+#include "odbc/entry_frame.h"
+
+static constexpr char log_source[] = "SQLNumResultCols.c";
+static constexpr entry_point entry = {.name = "SQLNumResultCols", .source = log_source};
+
+VHCASS_EXPORT SQLRETURN SQL_API SQLNumResultCols(SQLHSTMT statement_handle, SQLSMALLINT *column_count)
+{
+    return enter_stmt(
+        statement_handle, entry,
+        [=](cass_stmt *stmt) {
+            CASS_LOG(&stmt->head, LOG_ENTRY, "SQLNumResultCols: statement_handle=%p, column_count=%p",
+                     static_cast<void *>(stmt), static_cast<void *>(column_count));
+        },
+        [=](cass_stmt *stmt) -> SQLRETURN {
+            if (cass_prepare_if_needed(stmt) < 0) {
+                CASS_LOG(&stmt->head, LOG_ERROR, "SQLNumResultCols: failed preparing statement");
+                return SQL_ERROR;
+            }
+            cass_store(column_count, static_cast<SQLSMALLINT>(cass_stmt_column_count(stmt->ird)));
+            return SQL_SUCCESS;
+        });
+}

@@ -1,0 +1,36 @@
+// The body of SQLPrepare behind the conversion of its text: the PREPARE frame goes out at once.
+#include "odbc/SQLPrepareWide.h"
+
+#include "core/cass_pkt_exchange.h"
+#include "core/cass_sql.h"
+#include "core/cass_stmt.h"
+
+SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_string *text)
+{
+    cass_close_stmt(stmt, 1);
+    stmt->ird = stmt->implicit_ird;
+    if (text == nullptr) {
+        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed to create string", entry.name);
+        cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+        return SQL_ERROR;
+    }
+    cass_string *processed = cass_process_sql(stmt, text);
+    cass_string_free(text);
+    if (processed == nullptr) {
+        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed to process string", entry.name);
+        cass_post_error(&stmt->head, STATE_HY000, 0, "failed processing SQL");
+        return SQL_ERROR;
+    }
+    cass_string_free(stmt->sql_text);
+    stmt->sql_text = processed;
+    stmt->executed = 0;
+    stmt->prepared = 0;
+    stmt->params_rebound = 0;
+    stmt->data_waiting = 0;
+    // On failure the text stays: describing the statement tries again.
+    const int code = prepare_stmt(stmt, stmt->sql_text);
+    if (!SQL_SUCCEEDED(code))
+        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed preparing statement",
+                    entry.name);
+    return static_cast<SQLRETURN>(code);
+}

@@ -1,0 +1,104 @@
+// Sets a connection attribute. Most are only kept: as what they read back, or as the defaults of
+// statements to come.
+#include "odbc/SQLSetConnectAttrWide.h"
+
+#include <cstring>
+
+#include "core/cass_handle.h"
+#include "core/cass_log.h"
+#include "core/cass_pkt_exchange.h"
+#include "odbc/cass_conn_attrs.h"
+
+static constexpr char log_source[] = "SQLSetConnectAttrWide.c";
+
+static SQLRETURN refuse(cass_conn *conn, cass_state_row row)
+{
+    cass_post_error(&conn->head, row, 0, nullptr);
+    return SQL_ERROR;
+}
+
+// The low bytes of the value, as wide as the field. The layout is little-endian throughout.
+static SQLRETURN store_value(cass_conn *conn, const conn_attr *attr, SQLULEN value)
+{
+    std::memcpy(reinterpret_cast<char *>(conn) + attr->offset, &value, attr->width);
+    return SQL_SUCCESS;
+}
+
+// Work that may be open is committed before the connection commits by itself.
+static SQLRETURN set_commit_mode(cass_conn *conn, std::int32_t mode)
+{
+    if (conn->connected && conn->autocommit == SQL_AUTOCOMMIT_OFF && mode == SQL_AUTOCOMMIT_ON) {
+        const auto code = static_cast<SQLRETURN>(cass_commit(conn));
+        if (code != SQL_SUCCESS && code != SQL_SUCCESS_WITH_INFO)
+            return code;
+    }
+    return static_cast<SQLRETURN>(set_autocommit(conn, mode, 0));
+}
+
+static SQLRETURN set_isolation(cass_conn *conn, const set_attr_form *form, std::uint32_t level)
+{
+    switch (level) {
+    case SQL_TXN_READ_UNCOMMITTED:
+    case SQL_TXN_READ_COMMITTED:
+    case SQL_TXN_REPEATABLE_READ:
+    case SQL_TXN_SERIALIZABLE:
+        cass_set_transaction_isolation(conn, static_cast<std::int32_t>(level));
+        conn->txn_isolation = level;
+        return SQL_SUCCESS;
+    default:
+        return refuse(conn, form->bad_value);
+    }
+}
+
+// The catalog is always the same: the text is read and dropped, and the server hears nothing of it.
+static SQLRETURN set_catalog(cass_conn *conn, const set_attr_form *form, SQLPOINTER value,
+                             SQLINTEGER string_length)
+{
+    cass_string *catalog;
+    if (form->wide)
+        catalog = cass_string_from_wide(static_cast<const SQLWCHAR *>(value),
+                                        string_length < 0 ? string_length : string_length / 2);
+    else
+        catalog = cass_string_from_ansi(static_cast<const SQLCHAR *>(value), string_length);
+    if (catalog == nullptr) {
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to create catalog string", form->name);
+        return refuse(conn, form->no_memory);
+    }
+    cass_string_free(catalog);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN cass_set_conn_attr(cass_conn *conn, const set_attr_form *form, SQLINTEGER attribute,
+                             SQLPOINTER value, SQLINTEGER string_length)
+{
+    const conn_attr attr = find_conn_attr(attribute);
+    const SQLULEN number = reinterpret_cast<SQLULEN>(value);
+    const auto low = static_cast<std::uint32_t>(number);
+    switch (attr.set) {
+    case SET_STORE:
+        return store_value(conn, &attr, number);
+    case SET_IGNORE:
+        return SQL_SUCCESS;
+    case SET_COMMIT:
+        return set_commit_mode(conn, static_cast<std::int32_t>(low));
+    case SET_ISOLATION:
+        return set_isolation(conn, form, low);
+    case SET_CATALOG:
+        return set_catalog(conn, form, value, string_length);
+    case SET_ANSI_APP:
+        if (low == SQL_AA_FALSE)
+            conn->ansi_app = 1;
+        return SQL_SUCCESS;
+    case SET_RESET:
+        cass_reset_conn(conn);
+        return SQL_SUCCESS;
+    case SET_ZERO_ONLY:
+        return low == 0 ? store_value(conn, &attr, 0) : refuse(conn, form->unknown);
+    case SET_REFUSE:
+        return refuse(conn, form->unknown);
+    case SET_UNKNOWN:
+        break;
+    }
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: unexpected attribute %d", form->name, attribute);
+    return refuse(conn, form->unknown);
+}

@@ -1,0 +1,171 @@
+// Statement attributes set. The four cursor properties are kept in step with each other, but no
+// cursor attribute changes how rows are fetched; values are not checked.
+#include "odbc/SQLSetStmtAttrWide.h"
+
+#include <cstring>
+
+static constexpr char log_source[] = "SQLSetStmtAttrWide.c";
+
+static void set_sensitivity(cass_stmt_attrs *attrs, SQLULEN value)
+{
+    const bool sensitive = value == SQL_SENSITIVE;
+    attrs->cursor_sensitivity = value;
+    attrs->cursor_type = sensitive ? SQL_CURSOR_DYNAMIC : SQL_CURSOR_STATIC;
+    attrs->concurrency = sensitive ? SQL_CONCUR_LOCK : SQL_CONCUR_READ_ONLY;
+}
+
+static void set_scrollable(cass_stmt_attrs *attrs, SQLULEN value)
+{
+    attrs->cursor_scrollable = value;
+    if (value != SQL_SCROLLABLE)
+        attrs->cursor_type = SQL_CURSOR_FORWARD_ONLY;
+    else
+        attrs->cursor_type =
+            attrs->cursor_sensitivity == SQL_SENSITIVE ? SQL_CURSOR_DYNAMIC : SQL_CURSOR_STATIC;
+}
+
+static SQLULEN sensitivity_of(SQLULEN concurrency)
+{
+    return concurrency == SQL_CONCUR_READ_ONLY ? SQL_INSENSITIVE : SQL_SENSITIVE;
+}
+
+static void set_cursor_type(cass_stmt_attrs *attrs, SQLULEN value)
+{
+    attrs->cursor_type = value;
+    switch (value) {
+    case SQL_CURSOR_STATIC:
+    case SQL_CURSOR_KEYSET_DRIVEN:
+        attrs->cursor_scrollable = SQL_SCROLLABLE;
+        attrs->cursor_sensitivity = sensitivity_of(attrs->concurrency);
+        break;
+    case SQL_CURSOR_DYNAMIC:
+        attrs->cursor_scrollable = SQL_SCROLLABLE;
+        if (attrs->concurrency != SQL_CONCUR_READ_ONLY)
+            attrs->cursor_sensitivity = SQL_SENSITIVE;
+        break;
+    case SQL_CURSOR_FORWARD_ONLY:
+        attrs->cursor_scrollable = SQL_NONSCROLLABLE;
+        break;
+    default:
+        break;
+    }
+}
+
+// Stores in the width of the member. True when its value changed.
+static bool store_value(cass_stmt *stmt, const stmt_attr_row *row, SQLULEN value)
+{
+    const SQLULEN before = stmt_attr_value(stmt, row);
+    unsigned char *member = stmt_attr_member(stmt, row);
+    if (row->width == sizeof(std::int32_t)) {
+        const auto number = static_cast<std::int32_t>(value);
+        std::memcpy(member, &number, sizeof number);
+    } else {
+        std::memcpy(member, &value, sizeof value);
+    }
+    return stmt_attr_value(stmt, row) != before;
+}
+
+bool stmt_attr_apply(cass_stmt *stmt, const stmt_attr_row *row, SQLULEN value)
+{
+    switch (row->rule) {
+    case ATTR_STORE:
+        store_value(stmt, row, value);
+        return false;
+    case ATTR_STORE_COUNT:
+        return store_value(stmt, row, value == 0 ? 1 : value);
+    case ATTR_SENSITIVITY:
+        set_sensitivity(&stmt->attrs, value);
+        return false;
+    case ATTR_SCROLLABLE:
+        set_scrollable(&stmt->attrs, value);
+        return false;
+    case ATTR_CURSOR_TYPE:
+        set_cursor_type(&stmt->attrs, value);
+        return false;
+    case ATTR_CONCURRENCY:
+        stmt->attrs.concurrency = value;
+        stmt->attrs.cursor_sensitivity = sensitivity_of(value);
+        return false;
+    default:
+        return false;
+    }
+}
+
+static SQLRETURN refuse(cass_stmt *stmt, cass_state_row state)
+{
+    cass_post_error(&stmt->head, state, 0, nullptr);
+    return SQL_ERROR;
+}
+
+// An explicit descriptor that serves several statements names the last one that installed it: only
+// that one takes the link away.
+static void drop_link(cass_stmt *stmt, cass_desc *desc)
+{
+    if (!desc->implicit && desc->stmt == stmt)
+        desc->stmt = nullptr;
+}
+
+// Makes a descriptor of the application the current one of a role, or with a null value the
+// statement's own. `loses_link` is the descriptor that is cut off when another one comes in.
+static SQLRETURN install_desc(cass_stmt *stmt, cass_desc **current, cass_desc *own,
+                              cass_desc *loses_link, void *value)
+{
+    if (value == SQL_NULL_HDESC) {
+        drop_link(stmt, *current);
+        *current = own;
+        return SQL_SUCCESS;
+    }
+    std::int32_t tag;
+    std::memcpy(&tag, value, sizeof tag);
+    if (tag != CASS_DESCRIPTOR_HANDLE)
+        return refuse(stmt, STATE_HY024);
+    auto *desc = static_cast<cass_desc *>(value);
+    if (desc->implicit && desc != own)
+        return refuse(stmt, STATE_HY017);
+    if (desc_conn(desc) != stmt_conn(stmt))
+        return refuse(stmt, STATE_HY024);
+
+    drop_link(stmt, loses_link);
+    *current = desc;
+    desc->stmt = stmt;
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINTEGER attribute,
+                               void *value)
+{
+    const stmt_attr_row *row = find_stmt_attr(attribute);
+    const attr_rule rule = row != nullptr ? row->rule : ATTR_READ_ONLY;
+    switch (rule) {
+    case ATTR_READ_ONLY:
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: unexpected attribute %d", entry.name,
+                 static_cast<int>(attribute));
+        return refuse(stmt, STATE_HY092);
+    case ATTR_REFUSE:
+        return refuse(stmt, STATE_HY017);
+    case ATTR_INSTALL_ARD:
+        return install_desc(stmt, &stmt->ard, stmt->implicit_ard, stmt->ard, value);
+    case ATTR_INSTALL_APD:
+        // A new APD cuts off the current ARD, not the APD that it replaces. Applications see it in
+        // the ARD's header fields, which are refused from then on; it stays.
+        return install_desc(stmt, &stmt->apd, stmt->implicit_apd, stmt->ard, value);
+    default:
+        if (stmt_attr_apply(stmt, row, reinterpret_cast<SQLULEN>(value)) && stmt->prepared)
+            stmt->params_rebound = 1;
+        return SQL_SUCCESS;
+    }
+}
+
+SQLRETURN set_stmt_attr_entry(SQLHSTMT handle, const entry_point &entry, SQLINTEGER attribute,
+                              void *value, SQLINTEGER string_length)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            cass_log(&stmt->head, entry.source, __LINE__, LOG_ENTRY,
+                     "%s: statement_handle=%p, attribute=%d, value=%p, string_length=%d",
+                     entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,
+                     static_cast<int>(string_length));
+        },
+        [&](cass_stmt *stmt) { return set_stmt_attr(stmt, entry, attribute, value); });
+}

@@ -1,0 +1,35 @@
+// SQLSetStmtOption: the ODBC 2 form of SQLSetStmtAttr, for the attributes that ODBC 2 had.
+#include "odbc/SQLSetStmtAttrWide.h"
+
+static constexpr char log_source[] = "SQLSetStmtOption.c";
+static constexpr entry_point entry = {
+    .name = "SQLSetStmtOption", .source = log_source, .exit_format = EXIT_BY_NAME};
+
+static SQLRETURN set_stmt_option(cass_stmt *stmt, SQLUSMALLINT option, SQLULEN value)
+{
+    if (option == SQL_GET_BOOKMARK || option == SQL_ROW_NUMBER)
+        return SQL_SUCCESS;
+    const stmt_attr_row *row = find_stmt_option(option);
+    if (row == nullptr) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "SQLSetStmtOption: unexpected Option %d",
+                 static_cast<int>(option));
+        cass_post_error(&stmt->head, STATE_S1092, 0, nullptr);
+        return SQL_ERROR;
+    }
+    // A new rowset size does not mark a prepared statement as rebound here.
+    stmt_attr_apply(stmt, row, value);
+    return SQL_SUCCESS;
+}
+
+VHCASS_EXPORT SQLRETURN SQL_API SQLSetStmtOption(SQLHSTMT statement_handle, SQLUSMALLINT option,
+                                                 SQLULEN value)
+{
+    return enter_stmt(
+        statement_handle, entry,
+        [&](cass_stmt *stmt) {
+            CASS_LOG(&stmt->head, LOG_ENTRY,
+                     "SQLSetStmtOption: statement_handle=%p, option=%d, value=%d",
+                     static_cast<void *>(stmt), static_cast<int>(option), static_cast<int>(value));
+        },
+        [&](cass_stmt *stmt) { return set_stmt_option(stmt, option, value); });
+}

@@ -1,0 +1,25 @@
+// Recursive locks. A lock is a plain record inside a handle record; whoever makes the record
+// initialises its locks and destroys them before the record is freed.
+#ifndef SUPPORT_LOCKS_H
+#define SUPPORT_LOCKS_H
+
+#include <pthread.h>
+
+struct cass_lock {
+    pthread_mutex_t mutex;
+};
+
+// Makes a recursive lock. 0, or the error number of the system when it has no resources left.
+int cass_lock_init(cass_lock *lock);
+
+// Releases what cass_lock_init took. The lock must not be held.
+void cass_lock_destroy(cass_lock *lock);
+
+// Waits for the lock. A thread that holds it may enter again and must leave as often.
+void cass_lock_enter(cass_lock *lock);
+void cass_lock_leave(cass_lock *lock);
+
+// Takes the lock only if nobody else holds it. 1 when taken, else 0.
+int cass_lock_try_enter(cass_lock *lock);
+
+#endif

@@ -1,0 +1,34 @@
+// SQL_NUMERIC_STRUCT (128-bit magnitude, least significant byte first, sign 1 positive and 0
+// negative, decimal scale) to and from integers, doubles and text.
+#ifndef SUPPORT_NUMERIC_H
+#define SUPPORT_NUMERIC_H
+
+#include <sql.h>
+#include <sqlext.h>
+
+#include <cstdint>
+
+// The magnitude is multiplied (scale above 0) or divided (below 0) by 10^|scale|, exactly, in 128
+// bits. 0, or -2 with nothing written when the product does not fit.
+int cass_numeric_from_long(std::int32_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
+int cass_numeric_from_int64(std::int64_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
+// 0; -2 out of range, NaN or infinite; 1 when a negative scale would lose digits.
+int cass_numeric_from_double(double value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
+// Text "[blanks][sign]digits[.digits]"; changed in place. Each digit behind the point raises the
+// scale by 1. 0, or -2 with nothing written: beyond 128 bits, or anything but digits behind the
+// sign.
+int cass_numeric_from_text(char *text, SQL_NUMERIC_STRUCT *out, int precision, int scale);
+// 0.
+int cass_numeric_to_double(const SQL_NUMERIC_STRUCT *numeric, double *out);
+
+// Room for any numeric as text: 39 digits, 128 zeros, sign, point and terminator.
+constexpr int NUMERIC_TEXT_ROOM = 256;
+
+// Exact decimal text, trailing zeros behind the point removed (1500 at scale 2 is "15"). Writes a
+// terminator too; `out` has NUMERIC_TEXT_ROOM bytes. Characters written.
+int cass_numeric_format(const SQL_NUMERIC_STRUCT *numeric, char *out);
+// The same through cass_copy_out: size in bytes, full length in *length, 1 when cut.
+int cass_numeric_to_text(const SQL_NUMERIC_STRUCT *numeric, char *buffer, std::int64_t size,
+                         std::int32_t *length);
+
+#endif

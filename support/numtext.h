@@ -1,0 +1,20 @@
+// Numbers to text without printf, in the C locale. Each function writes no terminator and gives the
+// number of characters written; the room that it needs at most stands with it.
+#ifndef SUPPORT_NUMTEXT_H
+#define SUPPORT_NUMTEXT_H
+
+#include <cstdint>
+
+// "%lld": at most 20 characters.
+int text_from_int64(char *out, std::int64_t value);
+// "%llu": at most 20 characters.
+int text_from_uint64(char *out, std::uint64_t value);
+// "%.*G" with 1 to 17 significant digits, infinities and NaN included ("INF", "-NAN"): at most 32.
+int text_from_double(char *out, double value, int significant_digits);
+// "%0*d" for 0 <= value < 10^width, width 1 to 9: exactly width characters.
+void text_padded(char *out, std::uint32_t value, int width);
+// Two hexadecimal digits, lower or upper case.
+void text_hex_lower(char *out, unsigned char byte);
+void text_hex_upper(char *out, unsigned char byte);
+
+#endif

@@ -1,0 +1,414 @@
+// Frames of the CQL native protocol v4, byte by byte.
+#include "tests/node/frames.h"
+
+#include <lz4.h>
+
+#include <bit>
+#include <cstdio>
+
+static constexpr int FLAG_COMPRESSED = 0x01;
+static constexpr int FLAG_WARNING = 0x08;
+static constexpr int METADATA_GLOBAL_SPEC = 0x01;
+static constexpr int METADATA_MORE_PAGES = 0x02;
+static constexpr int METADATA_NONE = 0x04;
+static constexpr int PAGE_SIZE_FLAG = 0x04;
+static constexpr int PAGING_STATE_FLAG = 0x08;
+
+// ---- Primitives -------------------------------------------------------------------
+
+static bytes big_endian(std::uint64_t value, int size)
+{
+    bytes out;
+    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
+        out += static_cast<char>(value >> shift & 0xFF);
+    return out;
+}
+
+bytes be8(std::uint64_t value)
+{
+    return big_endian(value, 1);
+}
+
+bytes be16(std::uint64_t value)
+{
+    return big_endian(value, 2);
+}
+
+bytes be32(std::uint64_t value)
+{
+    return big_endian(value, 4);
+}
+
+bytes be64(std::uint64_t value)
+{
+    return big_endian(value, 8);
+}
+
+bytes be_float(float value)
+{
+    return be32(std::bit_cast<std::uint32_t>(value));
+}
+
+bytes be_double(double value)
+{
+    return be64(std::bit_cast<std::uint64_t>(value));
+}
+
+bytes repeated(std::string_view piece, int times)
+{
+    bytes out;
+    for (int i = 0; i < times; i++)
+        out += piece;
+    return out;
+}
+
+bytes wire_string(std::string_view text)
+{
+    return be16(text.size()) + bytes(text);
+}
+
+bytes wire_long_string(std::string_view text)
+{
+    return be32(text.size()) + bytes(text);
+}
+
+bytes wire_bytes(const node_cell &value)
+{
+    return value ? be32(value->size()) + *value : be32(0xFFFFFFFF);
+}
+
+bytes wire_short_bytes(std::string_view value)
+{
+    return wire_string(value);
+}
+
+bytes wire_string_list(const std::vector<bytes> &texts)
+{
+    bytes out = be16(texts.size());
+    for (const bytes &text : texts)
+        out += wire_string(text);
+    return out;
+}
+
+bytes wire_string_map(const std::vector<std::pair<bytes, bytes>> &entries)
+{
+    bytes out = be16(entries.size());
+    for (const auto &[key, value] : entries)
+        out += wire_string(key) + wire_string(value);
+    return out;
+}
+
+bytes wire_string_multimap(const std::vector<std::pair<bytes, std::vector<bytes>>> &entries)
+{
+    bytes out = be16(entries.size());
+    for (const auto &[key, values] : entries)
+        out += wire_string(key) + wire_string_list(values);
+    return out;
+}
+
+bytes from_hex(std::string_view text)
+{
+    bytes out;
+    int digits = 0;
+    unsigned value = 0;
+    for (const char c : text) {
+        if (c == ' ')
+            continue;
+        value = value << 4 | static_cast<unsigned>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
+        if (++digits % 2 == 0)
+            out += static_cast<char>(value & 0xFF);
+    }
+    return out;
+}
+
+bytes to_hex(std::string_view value)
+{
+    bytes out;
+    for (const char c : value) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(c) & 0xFF);
+        out += digits;
+    }
+    return out;
+}
+
+std::string hex_dump(std::string_view value)
+{
+    constexpr std::size_t line = 16;
+    std::string out;
+    for (std::size_t at = 0; at < value.size(); at += line) {
+        const std::string_view part = value.substr(at, line);
+        char head[32];
+        std::snprintf(head, sizeof head, "  %04zx ", at);
+        out += head;
+        for (std::size_t i = 0; i < line; i++)
+            out += i < part.size() ? " " + to_hex(part.substr(i, 1)) : "   ";
+        out += "  ";
+        for (const char c : part)
+            out += c >= 0x20 && c < 0x7F ? c : '.';
+        out += "\n";
+    }
+    return out;
+}
+
+bytes pattern(int length)
+{
+    static constexpr std::string_view digits = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJ";
+    bytes out;
+    for (int i = 0; i < length; i++) {
+        const std::size_t round = static_cast<std::size_t>(i) / digits.size();
+        out += digits[(static_cast<std::size_t>(i) + round) % digits.size()];
+    }
+    return out;
+}
+
+// ---- Types and metadata -------------------------------------------------------------------
+
+bytes type_of(int option_id)
+{
+    return be16(static_cast<std::uint64_t>(option_id));
+}
+
+bytes type_custom(std::string_view class_name)
+{
+    return type_of(NODE_CUSTOM) + wire_string(class_name);
+}
+
+bytes type_list(const bytes &element)
+{
+    return type_of(NODE_LIST) + element;
+}
+
+bytes type_set(const bytes &element)
+{
+    return type_of(NODE_SET) + element;
+}
+
+bytes type_map(const bytes &key, const bytes &value)
+{
+    return type_of(NODE_MAP) + key + value;
+}
+
+bytes type_tuple(const std::vector<bytes> &members)
+{
+    bytes out = type_of(NODE_TUPLE) + be16(members.size());
+    for (const bytes &member : members)
+        out += member;
+    return out;
+}
+
+bytes type_udt(std::string_view keyspace, std::string_view name,
+               const std::vector<std::pair<bytes, bytes>> &fields)
+{
+    bytes out = type_of(NODE_UDT) + wire_string(keyspace) + wire_string(name) + be16(fields.size());
+    for (const auto &[field, type] : fields)
+        out += wire_string(field) + type;
+    return out;
+}
+
+// Column specifications, with keyspace and table once in front or in each.
+static bytes column_specs(const node_columns &columns, bool global_spec)
+{
+    bytes out;
+    if (global_spec) {
+        const node_column first = columns.empty() ? node_column{} : columns.front();
+        out += wire_string(first.keyspace) + wire_string(first.table);
+    }
+    for (const node_column &column : columns) {
+        if (!global_spec)
+            out += wire_string(column.keyspace) + wire_string(column.table);
+        out += wire_string(column.name) + column.type;
+    }
+    return out;
+}
+
+bytes rows_metadata(const node_columns &columns, const node_metadata &options)
+{
+    const int flags = (options.global_spec && !options.no_metadata ? METADATA_GLOBAL_SPEC : 0) |
+                      (options.paging_state.empty() ? 0 : METADATA_MORE_PAGES) |
+                      (options.no_metadata ? METADATA_NONE : 0);
+    const auto count = options.column_count.value_or(static_cast<int>(columns.size()));
+    bytes out = be32(static_cast<std::uint64_t>(flags)) + be32(static_cast<std::uint64_t>(count));
+    if (!options.paging_state.empty())
+        out += wire_bytes(options.paging_state);
+    if (!options.no_metadata)
+        out += column_specs(columns, options.global_spec);
+    return out;
+}
+
+// ---- Frames of a server -------------------------------------------------------------------
+
+node_frame supported_frame(const std::vector<std::pair<bytes, std::vector<bytes>>> &options)
+{
+    return {.opcode = NODE_SUPPORTED, .body = wire_string_multimap(options)};
+}
+
+node_frame ready_frame()
+{
+    return {.opcode = NODE_READY, .body = {}};
+}
+
+node_frame authenticate_frame(std::string_view class_name)
+{
+    return {.opcode = NODE_AUTHENTICATE, .body = wire_string(class_name)};
+}
+
+node_frame auth_success_frame()
+{
+    return {.opcode = NODE_AUTH_SUCCESS, .body = wire_bytes(std::nullopt)};
+}
+
+node_frame error_frame(std::uint32_t code, std::string_view message, const bytes &extra)
+{
+    return {.opcode = NODE_ERROR, .body = be32(code) + wire_string(message) + extra};
+}
+
+static node_frame result_frame(int kind, const bytes &rest)
+{
+    return {.opcode = NODE_RESULT, .body = be32(static_cast<std::uint64_t>(kind)) + rest};
+}
+
+node_frame void_frame()
+{
+    return result_frame(1, {});
+}
+
+node_frame rows_frame(const node_columns &columns, const std::vector<node_row> &rows,
+                      const node_metadata &options)
+{
+    const int count = options.row_count.value_or(static_cast<int>(rows.size()));
+    bytes body = rows_metadata(columns, options) + be32(static_cast<std::uint64_t>(count));
+    for (const node_row &row : rows)
+        for (const node_cell &cell : row)
+            body += wire_bytes(cell);
+    return result_frame(2, body);
+}
+
+node_frame set_keyspace_frame(std::string_view keyspace)
+{
+    return result_frame(3, wire_string(keyspace));
+}
+
+node_frame prepared_frame(std::string_view id, const node_columns &parameters,
+                          const node_columns &columns)
+{
+    bytes body = wire_short_bytes(id) + be32(parameters.empty() ? 0 : METADATA_GLOBAL_SPEC) +
+                 be32(parameters.size()) + be32(0);
+    if (!parameters.empty())
+        body += column_specs(parameters, true);
+    // A statement without rows announces no columns and no metadata.
+    return result_frame(4, body + rows_metadata(columns, {.no_metadata = columns.empty()}));
+}
+
+node_frame schema_change_frame(std::string_view change, std::string_view target,
+                               const std::vector<bytes> &options, const bytes &rest)
+{
+    bytes body = wire_string(change) + wire_string(target);
+    for (const bytes &option : options)
+        body += wire_string(option);
+    return result_frame(5, body + rest);
+}
+
+node_frame with_warnings(node_frame frame, const std::vector<bytes> &warnings)
+{
+    frame.flags |= FLAG_WARNING;
+    frame.body = wire_string_list(warnings) + frame.body;
+    return frame;
+}
+
+node_frame cut_off(node_frame frame, std::size_t length, node_ending ending)
+{
+    frame.cut = length;
+    frame.ending = ending;
+    return frame;
+}
+
+node_frame no_answer(node_ending ending)
+{
+    return cut_off(ready_frame(), 0, ending);
+}
+
+bytes frame_on_wire(const node_frame &frame, bool lz4, int stream)
+{
+    const bool due = lz4 && !frame.body.empty();
+    const bool compress = frame.compression == COMPRESS_ALWAYS ||
+                          (frame.compression == COMPRESS_AS_NEGOTIATED && due);
+    const int flags = frame.flags | (compress ? FLAG_COMPRESSED : 0);
+    const bytes body = compress ? lz4_body(frame.body) : frame.body;
+    const auto length = frame.announced_length.value_or(static_cast<std::int32_t>(body.size()));
+    const bytes wire = be8(static_cast<std::uint64_t>(frame.version)) +
+                       be8(static_cast<std::uint64_t>(flags)) +
+                       be16(static_cast<std::uint64_t>(frame.stream.value_or(stream))) +
+                       be8(static_cast<std::uint64_t>(frame.opcode)) +
+                       be32(static_cast<std::uint64_t>(length)) + body;
+    return wire.substr(0, frame.cut.value_or(wire.size()));
+}
+
+bytes lz4_body(std::string_view body)
+{
+    const int size = static_cast<int>(body.size());
+    bytes block(static_cast<std::size_t>(LZ4_compressBound(size)), '\0');
+    const int written =
+        LZ4_compress_default(body.data(), block.data(), size, static_cast<int>(block.size()));
+    return be32(body.size()) + block.substr(0, static_cast<std::size_t>(written));
+}
+
+std::optional<bytes> lz4_restore(std::string_view compressed)
+{
+    constexpr std::size_t largest = 256u << 20;
+    if (compressed.size() < 4)
+        return std::nullopt;
+    std::size_t size = 0;
+    for (const char c : compressed.substr(0, 4))
+        size = size << 8 | static_cast<unsigned char>(c);
+    if (size > largest)
+        return std::nullopt;
+    bytes out(size, '\0');
+    const std::string_view block = compressed.substr(4);
+    const int read = LZ4_decompress_safe(block.data(), out.data(), static_cast<int>(block.size()),
+                                         static_cast<int>(size));
+    if (read != static_cast<int>(size))
+        return std::nullopt;
+    return out;
+}
+
+// ---- Bodies of requests -------------------------------------------------------------------
+
+bytes startup_body(bool lz4)
+{
+    if (lz4)
+        return wire_string_map({{"CQL_VERSION", "3.0.0"}, {"COMPRESSION", "lz4"}});
+    return wire_string_map({{"CQL_VERSION", "3.0.0"}});
+}
+
+bytes query_tail(int consistency)
+{
+    return be16(static_cast<std::uint64_t>(consistency)) + be8(PAGE_SIZE_FLAG) + be32(100);
+}
+
+bytes next_page_tail(std::string_view paging_state, int consistency)
+{
+    return be16(static_cast<std::uint64_t>(consistency)) + be8(PAGE_SIZE_FLAG | PAGING_STATE_FLAG) +
+           be32(100) + wire_long_string(paging_state);
+}
+
+bytes query_body(std::string_view sql, int consistency)
+{
+    return wire_long_string(sql) + query_tail(consistency);
+}
+
+bytes execute_body(std::string_view id, int consistency)
+{
+    return wire_short_bytes(id) + query_tail(consistency);
+}
+
+bytes use_body(std::string_view keyspace, int consistency)
+{
+    return wire_long_string("USE \"" + bytes(keyspace) + "\";") +
+           be16(static_cast<std::uint64_t>(consistency)) + be8(0);
+}
+
+bytes auth_body(std::string_view user, std::string_view password)
+{
+    return wire_long_string(bytes(1, '\0') + bytes(user) + bytes(1, '\0') + bytes(password));
+}

@@ -1,0 +1,95 @@
+// A scripted server: it listens on a loopback port of the system's choice, runs in a thread of the
+// test's process, and works through a list of steps, each a request that must come and the frames
+// that answer it. Whatever the driver sends beside the script is a complaint, which the test reads
+// at its end; so is a step that nobody asked for. Complaints show both sides.
+//
+//     const node_ptr node = node_start();
+//     expect_logon(node.get());
+//     expect_query(node.get(), "select a from t",
+//                  {rows_frame({{"a", type_of(NODE_INT)}}, {{be32(7)}})});
+//     ... drive the library ...
+//     EXPECT_EQ(node_finish(node.get()), "");
+//
+// All connections share the one script, in the order in which requests arrive. One deadline stands
+// for the whole test: when it passes, every connection is reset, so that no call of the driver
+// waits on.
+#ifndef TESTS_NODE_NODE_H
+#define TESTS_NODE_NODE_H
+
+#include <functional>
+#include <memory>
+
+#include "tests/node/frames.h"
+
+// One frame that the driver sent.
+struct node_request {
+    int version;
+    int flags;
+    int stream;
+    int opcode;
+    bool compressed;
+    bytes body;  // uncompressed
+};
+
+struct node_step {
+    int opcode = -1;                 // -1: any
+    std::optional<bytes> body = {};  // nothing: any
+    // A further look at the request: a complaint, or an empty text.
+    std::function<std::string(const node_request &)> check = {};
+    std::vector<node_frame> replies = {};  // none: silence
+};
+
+struct node_options {
+    bool ipv6 = false;
+    int deadline_ms = 20000;
+    // Complain of a request whose version is not 4, whose stream is not 0, or that is not
+    // compressed exactly as negotiated.
+    bool check_headers = true;
+};
+
+struct scripted_node;
+
+// Stops the server if it still runs. Null is accepted.
+void node_free(scripted_node *node);
+using node_ptr = std::unique_ptr<scripted_node, void (*)(scripted_node *)>;
+
+// A listening server with an empty script. Never null: a test that cannot listen ends here.
+node_ptr node_start(const node_options &options = {});
+int node_port(const scripted_node *node);
+// "127.0.0.1:port", or "::1*port".
+std::string node_address(const scripted_node *node);
+
+// Adds a step to the script, also while the server is at work.
+void node_expect(scripted_node *node, node_step step);
+// Answers requests that come when the script is at its end; without it they are complaints and get
+// an ERROR frame.
+using node_responder = std::function<std::vector<node_frame>(const node_request &)>;
+void node_answer_rest(scripted_node *node, node_responder responder);
+
+// What the driver has sent up to now.
+std::vector<node_request> node_requests(scripted_node *node);
+// Stops the server. All complaints in lines, empty when everything went by the script.
+std::string node_finish(scripted_node *node);
+
+// ---- Steps of every day -------------------------------------------------------------------------
+
+struct node_logon {
+    bool lz4 = false;  // offered
+    bytes user = {};   // not empty: the stock password authenticator asks for this pair
+    bytes password = {};
+    bytes keyspace = {};  // not empty: USE
+};
+// OPTIONS, STARTUP, the password, USE: each byte for byte, each answered well.
+void expect_logon(scripted_node *node, const node_logon &logon = {});
+// SUPPORTED as a server of today gives it.
+node_frame stock_supported(bool lz4);
+
+void expect_query(scripted_node *node, std::string_view sql, std::vector<node_frame> replies);
+void expect_next_query(scripted_node *node, std::string_view sql, std::string_view paging_state,
+                       std::vector<node_frame> replies);
+void expect_prepare(scripted_node *node, std::string_view sql, std::vector<node_frame> replies);
+void expect_execute(scripted_node *node, std::string_view id, std::vector<node_frame> replies);
+void expect_next_execute(scripted_node *node, std::string_view id, std::string_view paging_state,
+                         std::vector<node_frame> replies);
+
+#endif

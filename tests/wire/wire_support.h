@@ -1,0 +1,68 @@
+// What the wire tests share: a scripted server with the built library's handles on it, return codes
+// that explain themselves, and results as text.
+//
+//     const wire_ptr wire = wire_logged_on();
+//     expect_query(wire->node.get(), "select a from t", {...});
+//     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "select a from t"));
+//     EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"1|x", "2|y"}));
+#ifndef TESTS_WIRE_WIRE_SUPPORT_H
+#define TESTS_WIRE_WIRE_SUPPORT_H
+
+#include <gtest/gtest.h>
+#include <sql.h>
+#include <sqlext.h>
+#include <sqlucode.h>
+
+#include "tests/node/node.h"
+
+struct wire_session {
+    node_ptr node;
+    SQLHENV env;
+    SQLHDBC conn;
+    SQLHSTMT stmt;  // null until logged on
+};
+
+// Frees the handles, stops the server and reports its complaints as failures.
+void wire_close(wire_session *wire);
+using wire_ptr = std::unique_ptr<wire_session, void (*)(wire_session *)>;
+
+// A server with an empty script, an environment and a connection that is not connected.
+wire_ptr wire_open(const node_options &options = {});
+// Connects to the server; `more` are further settings ("UID=u;PWD=p").
+SQLRETURN wire_connect(const wire_session *wire, const std::string &more = {});
+// SQLDriverConnect without a prompt and without an output string.
+SQLRETURN wire_driver_connect(SQLHDBC conn, const std::string &settings);
+// All of it, with a first statement. The connection is in step with the script.
+wire_ptr wire_logged_on(const node_logon &logon = {}, const std::string &more = {});
+SQLHSTMT wire_new_stmt(const wire_session *wire);
+
+SQLRETURN exec(SQLHSTMT stmt, const std::string &sql);
+SQLRETURN prepare(SQLHSTMT stmt, const std::string &sql);
+
+// Records of a handle, such as "08S01 Communication link failure: failed to send packet": the state
+// and the message behind the driver's prefix.
+using record_list = std::vector<std::string>;
+record_list conn_records(SQLHDBC conn);
+record_list stmt_records(SQLHSTMT stmt);
+std::string code_name(SQLRETURN code);
+
+::testing::AssertionResult code_is(SQLRETURN wanted, SQLRETURN got, SQLSMALLINT type,
+                                   SQLHANDLE handle, const char *call);
+#define EXPECT_STMT(wanted, stmt, call)                                                            \
+    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_STMT, stmt, #call))
+#define ASSERT_STMT(wanted, stmt, call)                                                            \
+    ASSERT_TRUE(code_is(wanted, call, SQL_HANDLE_STMT, stmt, #call))
+#define EXPECT_CONN(wanted, conn, call)                                                            \
+    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_DBC, conn, #call))
+#define ASSERT_CONN(wanted, conn, call)                                                            \
+    ASSERT_TRUE(code_is(wanted, call, SQL_HANDLE_DBC, conn, #call))
+
+int column_count(SQLHSTMT stmt);
+// The cell as SQL_C_CHAR; "NULL", or "<ERROR: record>" for another code than success.
+std::string cell_text(SQLHSTMT stmt, int column);
+// All cells of the current row, joined by "|".
+std::string row_text(SQLHSTMT stmt);
+// Rows until the fetch ends, and how it ended when not with SQL_NO_DATA.
+std::vector<std::string> fetch_all(SQLHSTMT stmt, int limit = 100000);
+
+#endif

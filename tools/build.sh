@@ -1,0 +1,17 @@
+# shellcheck shell=bash
+# How the driver and its tests are built. Sourced, from the top of the tree.
+
+# configure FOLDER OPTION...: cheap when nothing changed.
+configure() {
+  local folder=$1
+  shift
+  mkdir -p build
+  cmake -S . -B "$folder" -G Ninja -DVHCASS_WERROR=ON "$@" >"$folder.configure.log" 2>&1 ||
+    { cat "$folder.configure.log" >&2; return 1; }
+}
+
+# The driver alone. A folder that has the tests configured keeps them.
+build_driver() {
+  [[ -f build/release/build.ninja ]] || configure build/release -DVHCASS_TESTS=OFF
+  cmake --build build/release --target vhcass
+}
