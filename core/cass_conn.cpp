@@ -74,8 +74,8 @@ std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
     std::int32_t done = 0;
     while (done < count) {
         // MSG_NOSIGNAL: a peer that is gone must not end the application with SIGPIPE.
-        const ssize_t sent = send(conn->socket, bytes + done,
-                                  static_cast<std::size_t>(count - done), MSG_NOSIGNAL);
+        const ssize_t sent =
+            send(conn->socket, bytes + done, static_cast<std::size_t>(count - done), MSG_NOSIGNAL);
         if (sent >= 0) {
             done += static_cast<std::int32_t>(sent);
             continue;
@@ -109,8 +109,7 @@ static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t cou
         CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %u msec", timeout_ms);
     for (;;) {
         if (must_wait) {
-            const int ready =
-                cass_wait_socket(conn->socket, POLLIN, timed ? timeout_ms : NO_LIMIT);
+            const int ready = cass_wait_socket(conn->socket, POLLIN, timed ? timeout_ms : NO_LIMIT);
             if (ready == 0) {
                 CASS_LOG(&conn->head, LOG_DETAIL, "Timeout");
                 return CONN_TIMED_OUT;

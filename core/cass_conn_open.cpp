@@ -35,7 +35,7 @@ static int no_memory(cass_conn *conn)
     return OPEN_FAILED;
 }
 
-// ---- Connecting ---------------------------------------------------------------------------------
+// ---- Connecting --------------------------------------------------------------------------------
 
 static int os_error(cass_conn *conn, int error)
 {
@@ -144,7 +144,7 @@ static void set_socket_options(cass_conn *conn)
         CASS_LOG(&conn->head, LOG_DETAIL, "setting SO_KEEPALIVE - FAILED!!!");
 }
 
-// ---- One server ---------------------------------------------------------------------------------
+// ---- One server --------------------------------------------------------------------------------
 
 // Cuts the host at the separator and settles the port. An explicit port setting wins over a port in
 // the server text. 0, or OPEN_FAILED with the failure posted.
@@ -187,8 +187,7 @@ static int resolve_ipv4(const char *host, in_addr *address)
         hostent storage;
         hostent *found = nullptr;
         int failure = 0;
-        const int code =
-            gethostbyname_r(host, &storage, buffer.get(), room, &found, &failure);
+        const int code = gethostbyname_r(host, &storage, buffer.get(), room, &found, &failure);
         if (code == ERANGE)
             continue;
         if (code != 0 || found == nullptr)
@@ -297,7 +296,7 @@ int cass_open_ipv6(cass_conn *conn, const cass_string *server, std::int32_t port
     return connect_socket(conn, reinterpret_cast<const sockaddr *>(&address), sizeof address);
 }
 
-// ---- The list -----------------------------------------------------------------------------------
+// ---- The list ----------------------------------------------------------------------------------
 
 static void free_entries(cass_string **entries, std::int32_t count)
 {

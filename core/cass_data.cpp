@@ -101,8 +101,8 @@ static inline const cell_member *member_for(std::int32_t target_type)
     return member_table[static_cast<std::size_t>(target_type - LOWEST_TYPE)];
 }
 
-// C type of SQL_C_DEFAULT at reading time. Not the table that binding uses: SQL_TINYINT is signed
-// here and unsigned there, and SQL_GUID is text here. Both are kept, applications rely on either.
+// C type of SQL_C_DEFAULT when a cell is read. Not the table that binding uses: SQL_TINYINT is
+// signed here and unsigned there, and SQL_GUID is text here. Both are kept on purpose.
 static std::int32_t default_target(const cass_stmt *stmt, std::int32_t consise_type)
 {
     switch (consise_type) {
@@ -150,7 +150,7 @@ static std::int32_t default_target(const cass_stmt *stmt, std::int32_t consise_t
     }
 }
 
-// ---- Shared outcomes ----------------------------------------------------------------------------
+// ---- Shared outcomes ---------------------------------------------------------------------------
 
 [[gnu::cold, gnu::noinline]] static void post_on_column(const cell_request &request,
                                                         cass_state_row row)
@@ -221,7 +221,7 @@ SQLRETURN cell_not_convertible(const cell_request &request)
     return SQL_ERROR;
 }
 
-// ---- Dispatch -----------------------------------------------------------------------------------
+// ---- Dispatch ----------------------------------------------------------------------------------
 
 // A decimal or varint whose digits did not fit when it was decoded has no value to convert.
 static inline bool lost_numeric(const cass_data_storage &cell)
@@ -238,8 +238,8 @@ static inline SQLRETURN convert(const cell_request &request)
     if (cell.isnull != 0)
         return cell_is_null(request);
 
-    const SQLRETURN code = lost_numeric(cell) ? cell_out_of_range(request, nullptr, 0)
-                                              : member->convert(request);
+    const SQLRETURN code =
+        lost_numeric(cell) ? cell_out_of_range(request, nullptr, 0) : member->convert(request);
     CASS_LOG(&request.stmt->head, LOG_DETAIL, "finished getting %s return=%r",
              member->finished_word, static_cast<int>(code));
     return code;

@@ -1,7 +1,6 @@
 // Cells as raw bytes, uuids and SQL_NUMERIC_STRUCT.
 #include "core/cass_data_internal.h"
 #include "support/numeric.h"
-#include "support/numtext.h"
 
 // Text and binary cells, piece by piece. An exact fit counts as cut, on purpose: the read after it
 // gives 0 bytes with SQL_SUCCESS, which is what tells a reader of pieces that it has them all.
@@ -104,7 +103,7 @@ SQLRETURN get_numeric(const cell_request &request)
 
     SQL_NUMERIC_STRUCT numeric;
     if (cass_numeric_from_text(number.text, &numeric, precision, 0) != 0)
-        return cell_out_of_range(request, nullptr, 0);  // an exponent too: it has no reading here
+        return cell_out_of_range(request, nullptr, 0);  // an exponent too: it is not understood
     cell_store_value(request, &numeric, sizeof numeric);
     return SQL_SUCCESS;
 }

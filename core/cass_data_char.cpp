@@ -7,9 +7,9 @@
 #include "support/numeric.h"
 #include "support/numtext.h"
 
-// ---- Formatting ---------------------------------------------------------------------------------
+// ---- Formatting --------------------------------------------------------------------------------
 
-// The usual decimal: up to 64 bits, and a scale from 0 on that they can fill.
+// The usual decimal: up to 64 bits, and a scale from 0 on.
 static int format_small_numeric(char *out, std::uint64_t magnitude, bool negative, int scale)
 {
     char digits[20];
@@ -37,15 +37,15 @@ static int format_numeric(char *out, const SQL_NUMERIC_STRUCT &numeric)
 {
     std::uint64_t half[2];
     std::memcpy(half, numeric.val, sizeof half);
-    if (half[1] == 0 && numeric.scale >= 0 && numeric.scale < 20) [[likely]]
+    if (half[1] == 0 && numeric.scale >= 0) [[likely]]
         return format_small_numeric(out, half[0], numeric.sign == 0, numeric.scale);
 
     int length = cass_numeric_format(&numeric, out);
     if (numeric.scale <= 0)
         return length;
 
-    const auto *point = static_cast<const char *>(
-        std::memchr(out, '.', static_cast<std::size_t>(length)));
+    const auto *point =
+        static_cast<const char *>(std::memchr(out, '.', static_cast<std::size_t>(length)));
     int decimals = 0;
     if (point != nullptr)
         decimals = static_cast<int>(out + length - (point + 1));
@@ -112,18 +112,18 @@ int cell_format_timestamp(char *out, const SQL_TIMESTAMP_STRUCT &timestamp, std:
 // XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX.
 static int format_guid(char *out, const SQLGUID &guid)
 {
-    cell_put_hex(out, static_cast<unsigned char>(guid.Data1 >> 24), HEX_UPPER);
-    cell_put_hex(out + 2, static_cast<unsigned char>(guid.Data1 >> 16), HEX_UPPER);
-    cell_put_hex(out + 4, static_cast<unsigned char>(guid.Data1 >> 8), HEX_UPPER);
-    cell_put_hex(out + 6, static_cast<unsigned char>(guid.Data1), HEX_UPPER);
-    cell_put_hex(out + 9, static_cast<unsigned char>(guid.Data2 >> 8), HEX_UPPER);
-    cell_put_hex(out + 11, static_cast<unsigned char>(guid.Data2), HEX_UPPER);
-    cell_put_hex(out + 14, static_cast<unsigned char>(guid.Data3 >> 8), HEX_UPPER);
-    cell_put_hex(out + 16, static_cast<unsigned char>(guid.Data3), HEX_UPPER);
-    cell_put_hex(out + 19, guid.Data4[0], HEX_UPPER);
-    cell_put_hex(out + 21, guid.Data4[1], HEX_UPPER);
+    text_hex(out, static_cast<unsigned char>(guid.Data1 >> 24), HEX_UPPER);
+    text_hex(out + 2, static_cast<unsigned char>(guid.Data1 >> 16), HEX_UPPER);
+    text_hex(out + 4, static_cast<unsigned char>(guid.Data1 >> 8), HEX_UPPER);
+    text_hex(out + 6, static_cast<unsigned char>(guid.Data1), HEX_UPPER);
+    text_hex(out + 9, static_cast<unsigned char>(guid.Data2 >> 8), HEX_UPPER);
+    text_hex(out + 11, static_cast<unsigned char>(guid.Data2), HEX_UPPER);
+    text_hex(out + 14, static_cast<unsigned char>(guid.Data3 >> 8), HEX_UPPER);
+    text_hex(out + 16, static_cast<unsigned char>(guid.Data3), HEX_UPPER);
+    text_hex(out + 19, guid.Data4[0], HEX_UPPER);
+    text_hex(out + 21, guid.Data4[1], HEX_UPPER);
     for (int i = 2; i < 8; i++)
-        cell_put_hex(out + 20 + 2 * i, guid.Data4[i], HEX_UPPER);
+        text_hex(out + 20 + 2 * i, guid.Data4[i], HEX_UPPER);
     out[8] = out[13] = out[18] = out[23] = '-';
     return 36;
 }
@@ -170,7 +170,7 @@ static int format_timestamp(char *out, const cass_field *field)
                                  digits);
 }
 
-// ---- The target ---------------------------------------------------------------------------------
+// ---- The target --------------------------------------------------------------------------------
 
 static SQLRETURN char_from_text(const cell_request &request)
 {
@@ -207,7 +207,7 @@ static SQLRETURN char_from_binary(const cell_request &request)
     const std::int32_t taken = left < room ? left : static_cast<std::int32_t>(room);
     const unsigned char *bytes = cell.value.bytes + cell.offset;
     for (std::int32_t i = 0; i < taken; i++)
-        cell_put_hex(target + 2 * static_cast<SQLLEN>(i), bytes[i], HEX_LOWER);
+        text_hex(target + 2 * static_cast<SQLLEN>(i), bytes[i], HEX_LOWER);
     target[2 * static_cast<SQLLEN>(taken)] = 0;
     cell.offset += taken;
     if (whole)

@@ -2,7 +2,7 @@
 // protocol v4, section 6). A cell is a signed 32-bit length and that many bytes; a negative length
 // is SQL NULL. Decoders take exactly the announced length, never leave the frame, and allocate only
 // when a text or binary cell is longer than any before it in its column.
-#include <cstdio>
+#include <charconv>
 #include <cstdlib>
 
 #include "core/cass_data.h"
@@ -10,12 +10,13 @@
 #include "core/cass_log.h"
 #include "core/cass_pkt_result.h"
 #include "support/jdn_l.h"
+#include "support/numtext.h"
 
 static constexpr char log_source[] = "cass_data.c";
 
-constexpr std::int32_t CELL_PREFIX = 4;            // bytes of a cell's length
-constexpr std::int64_t EPOCH_JDN = 2440588;        // 1 January 1970
-constexpr std::int64_t DATE_BIAS = 2147483648;     // the wire's day number of 1 January 1970
+constexpr std::int32_t CELL_PREFIX = 4;         // bytes of a cell's length
+constexpr std::int64_t EPOCH_JDN = 2440588;     // 1 January 1970
+constexpr std::int64_t DATE_BIAS = 2147483648;  // the wire's day number of 1 January 1970
 constexpr std::int32_t NUMERIC_PRECISION = 38;
 
 int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
@@ -26,8 +27,8 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
         return 0;
     if (static_cast<std::uint32_t>(length) > storage->capacity) {
         // A quarter in reserve, so that slowly growing cells do not ask for a block each.
-        const std::uint32_t room = static_cast<std::uint32_t>(length) +
-                                   static_cast<std::uint32_t>(length) / 4 + 16;
+        const std::uint32_t room =
+            static_cast<std::uint32_t>(length) + static_cast<std::uint32_t>(length) / 4 + 16;
         auto *buffer = static_cast<unsigned char *>(std::malloc(room));
         if (buffer == nullptr)
             return -1;
@@ -40,7 +41,7 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
     return 0;
 }
 
-// ---- Cells that cannot be taken -----------------------------------------------------------------
+// ---- Cells that cannot be taken ----------------------------------------------------------------
 
 // Nothing behind a broken cell can be trusted: the page and the pages after it are given up, so
 // that the next fetch ends.
@@ -65,7 +66,17 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
     return give_up_rows(stmt);
 }
 
-// ---- Taking a cell ------------------------------------------------------------------------------
+// ---- Taking a cell -----------------------------------------------------------------------------
+
+// A cell of a new row: not null, nothing of it delivered.
+static inline void begin_cell(cass_data_storage *cell, std::int32_t data_type)
+{
+    cell->data_type = data_type;
+    cell->isnull = 0;
+    cell->alloc_length = 0;
+    cell->offset = 0;
+    cell->finished = 0;
+}
 
 // The bytes of a cell that is exactly `width` long, consumed; null for every other cell.
 static inline const unsigned char *take_fixed(cass_packet *packet, std::int32_t width)
@@ -89,7 +100,7 @@ static inline const unsigned char *take_fixed(cass_packet *packet, std::int32_t 
     if (length > 0)
         return cell_broken(stmt);
     packet->read_pos += CELL_PREFIX;
-    cell->data_type = data_type;
+    begin_cell(cell, data_type);
     cell->isnull = 1;
     return SQL_SUCCESS;
 }
@@ -119,7 +130,7 @@ static inline const unsigned char *take_variable(cass_packet *packet, std::int32
     return take_null(stmt, packet, cell, data_type);
 }
 
-// ---- Text and binary ----------------------------------------------------------------------------
+// ---- Text and binary ---------------------------------------------------------------------------
 
 static inline SQLRETURN decode_bytes(cass_stmt *stmt, cass_packet *packet, cass_field *field,
                                      std::int32_t data_type)
@@ -130,7 +141,7 @@ static inline SQLRETURN decode_bytes(cass_stmt *stmt, cass_packet *packet, cass_
     if (bytes == nullptr) [[unlikely]]
         return take_null_variable(stmt, packet, cell, data_type);
 
-    cell->data_type = data_type;
+    begin_cell(cell, data_type);
     if (length == 0 || static_cast<std::uint32_t>(length) > cell->capacity) [[unlikely]] {
         if (cass_storage_reserve(cell, length) != 0)
             return cell_no_memory(stmt);
@@ -153,7 +164,25 @@ static SQLRETURN decode_binary(cass_stmt *stmt, cass_packet *packet, cass_field 
     return decode_bytes(stmt, packet, field, SQL_BINARY);
 }
 
-// An address becomes text: four decimal bytes, or eight hexadecimal groups, no zeros left out.
+// An address of 4 bytes in decimal, one of 16 in eight hexadecimal groups, with no run of zeros
+// left out. Characters, 39 at most.
+static int format_inet(char *out, const unsigned char *bytes, std::int32_t length)
+{
+    char *end = out;
+    for (int i = 0; i < 4 && length == 4; i++) {
+        if (i > 0)
+            *end++ = '.';
+        end += text_from_uint64(end, bytes[i]);
+    }
+    for (int i = 0; i < 8 && length == 16; i++) {
+        if (i > 0)
+            *end++ = ':';
+        end = std::to_chars(end, end + 4, load_be16(bytes + 2 * i), 16).ptr;
+    }
+    return static_cast<int>(end - out);
+}
+
+// Addresses are stored as text.
 static SQLRETURN decode_inet(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
     cass_data_storage *cell = &field->data_storage;
@@ -162,25 +191,16 @@ static SQLRETURN decode_inet(cass_stmt *stmt, cass_packet *packet, cass_field *f
     if (bytes == nullptr)
         return take_null_variable(stmt, packet, cell, SQL_CHAR);
 
-    cell->data_type = SQL_CHAR;
-    char text[40];
-    int characters = 0;
-    if (length == 4) {
-        characters = std::snprintf(text, sizeof text, "%d.%d.%d.%d", bytes[0], bytes[1], bytes[2],
-                                   bytes[3]);
-    } else if (length == 16) {
-        unsigned group[8];
-        for (int i = 0; i < 8; i++)
-            group[i] = load_be16(bytes + 2 * i);
-        characters = std::snprintf(text, sizeof text, "%x:%x:%x:%x:%x:%x:%x:%x", group[0], group[1],
-                                   group[2], group[3], group[4], group[5], group[6], group[7]);
-    } else if (length != 0) {
+    begin_cell(cell, SQL_CHAR);
+    if (length != 0 && length != 4 && length != 16) {
         CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: unexpected inet type length %d",
                  static_cast<int>(length));
         cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected inet type length %d",
                         static_cast<int>(length));
         return SQL_ERROR;
     }
+    char text[40];
+    const int characters = format_inet(text, bytes, length);
     if (cass_storage_reserve(cell, characters) != 0)
         return cell_no_memory(stmt);
     if (characters > 0)
@@ -188,7 +208,7 @@ static SQLRETURN decode_inet(cass_stmt *stmt, cass_packet *packet, cass_field *f
     return SQL_SUCCESS;
 }
 
-// ---- Whole and floating numbers -----------------------------------------------------------------
+// ---- Whole and floating numbers ----------------------------------------------------------------
 
 static inline SQLRETURN decode_integer(cass_stmt *stmt, cass_packet *packet, cass_field *field,
                                        std::int32_t width)
@@ -197,7 +217,7 @@ static inline SQLRETURN decode_integer(cass_stmt *stmt, cass_packet *packet, cas
     const unsigned char *bytes = take_fixed(packet, width);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_INTEGER);
-    cell->data_type = SQL_INTEGER;
+    begin_cell(cell, SQL_INTEGER);
     if (width == 1)
         cell->value.integer = static_cast<std::int8_t>(bytes[0]);
     else if (width == 2)
@@ -229,7 +249,7 @@ static SQLRETURN decode_bigint(cass_stmt *stmt, cass_packet *packet, cass_field 
     const unsigned char *bytes = take_fixed(packet, 8);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_BIGINT);
-    cell->data_type = SQL_BIGINT;
+    begin_cell(cell, SQL_BIGINT);
     cell->value.bigint = static_cast<std::int64_t>(load_be64(bytes));
     return SQL_SUCCESS;
 }
@@ -240,7 +260,7 @@ static SQLRETURN decode_double(cass_stmt *stmt, cass_packet *packet, cass_field 
     const unsigned char *bytes = take_fixed(packet, 8);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_DOUBLE);
-    cell->data_type = SQL_DOUBLE;
+    begin_cell(cell, SQL_DOUBLE);
     const std::uint64_t bits = load_be64(bytes);
     std::memcpy(&cell->value.dbl, &bits, sizeof bits);
     return SQL_SUCCESS;
@@ -252,13 +272,13 @@ static SQLRETURN decode_float(cass_stmt *stmt, cass_packet *packet, cass_field *
     const unsigned char *bytes = take_fixed(packet, 4);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_FLOAT);
-    cell->data_type = SQL_FLOAT;
+    begin_cell(cell, SQL_FLOAT);
     const std::uint32_t bits = load_be32(bytes);
     std::memcpy(&cell->value.real, &bits, sizeof bits);
     return SQL_SUCCESS;
 }
 
-// ---- decimal and varint -------------------------------------------------------------------------
+// ---- decimal and varint ------------------------------------------------------------------------
 
 // A big-endian two's complement number of any length into sign and 128-bit magnitude. One that
 // needs more is marked by precision 0.
@@ -300,7 +320,7 @@ static SQLRETURN decode_decimal(cass_stmt *stmt, cass_packet *packet, cass_field
     const unsigned char *bytes = take_variable(packet, 4, &length);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_NUMERIC);
-    cell->data_type = SQL_NUMERIC;
+    begin_cell(cell, SQL_NUMERIC);
     numeric_from_unscaled(&cell->value.numeric, bytes + 4, length - 4);
     cell->value.numeric.scale = static_cast<SQLSCHAR>(bytes[3]);  // the low byte alone
     return SQL_SUCCESS;
@@ -313,13 +333,13 @@ static SQLRETURN decode_varint(cass_stmt *stmt, cass_packet *packet, cass_field 
     const unsigned char *bytes = take_variable(packet, 1, &length);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_NUMERIC);
-    cell->data_type = SQL_NUMERIC;
+    begin_cell(cell, SQL_NUMERIC);
     numeric_from_unscaled(&cell->value.numeric, bytes, length);
     cell->value.numeric.scale = 0;
     return SQL_SUCCESS;
 }
 
-// ---- Dates, times, uuids ------------------------------------------------------------------------
+// ---- Dates, times, uuids -----------------------------------------------------------------------
 
 // Days since 1 January 1970 as a Gregorian date, cut to the fields of the struct.
 static inline SQL_DATE_STRUCT date_from_days(std::int64_t days)
@@ -341,7 +361,7 @@ static SQLRETURN decode_timestamp(cass_stmt *stmt, cass_packet *packet, cass_fie
     const unsigned char *bytes = take_fixed(packet, 8);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_TIMESTAMP);
-    cell->data_type = SQL_TIMESTAMP;
+    begin_cell(cell, SQL_TIMESTAMP);
 
     const auto milliseconds = static_cast<std::int64_t>(load_be64(bytes));
     const std::int64_t seconds = milliseconds / 1000;
@@ -366,7 +386,7 @@ static SQLRETURN decode_date(cass_stmt *stmt, cass_packet *packet, cass_field *f
     const unsigned char *bytes = take_fixed(packet, 4);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_DATE);
-    cell->data_type = SQL_DATE;
+    begin_cell(cell, SQL_DATE);
     cell->value.date = date_from_days(static_cast<std::int64_t>(load_be32(bytes)) - DATE_BIAS);
     return SQL_SUCCESS;
 }
@@ -378,7 +398,7 @@ static SQLRETURN decode_time(cass_stmt *stmt, cass_packet *packet, cass_field *f
     const unsigned char *bytes = take_fixed(packet, 8);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_TIMESTAMP);
-    cell->data_type = SQL_TIMESTAMP;
+    begin_cell(cell, SQL_TIMESTAMP);
 
     const auto nanoseconds = static_cast<std::int64_t>(load_be64(bytes));
     const std::int64_t seconds = nanoseconds / 1000000000;
@@ -401,7 +421,7 @@ static SQLRETURN decode_uuid(cass_stmt *stmt, cass_packet *packet, cass_field *f
     const unsigned char *bytes = take_fixed(packet, 16);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_GUID);
-    cell->data_type = SQL_GUID;
+    begin_cell(cell, SQL_GUID);
     cell->value.guid.Data1 = load_be32(bytes);
     cell->value.guid.Data2 = load_be16(bytes + 4);
     cell->value.guid.Data3 = load_be16(bytes + 6);
@@ -409,7 +429,7 @@ static SQLRETURN decode_uuid(cass_stmt *stmt, cass_packet *packet, cass_field *f
     return SQL_SUCCESS;
 }
 
-// ---- The table ----------------------------------------------------------------------------------
+// ---- The table ---------------------------------------------------------------------------------
 
 cass_cell_decoder cass_cell_decoder_for(std::int32_t option_id)
 {

@@ -8,6 +8,7 @@
 #include "core/cass_err.h"
 #include "core/cass_log.h"
 #include "core/cass_text_out.h"
+#include "support/numtext.h"
 
 struct cell_request;
 
@@ -37,7 +38,7 @@ struct cell_request {
 SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
                    cass_field *afields);
 
-// ---- The members: an ODBC code, with the diagnostics posted -------------------------------------
+// ---- The members: an ODBC code, with the diagnostics posted ------------------------------------
 
 SQLRETURN get_char(const cell_request &request);
 SQLRETURN get_wchar(const cell_request &request);
@@ -59,7 +60,7 @@ SQLRETURN get_timep(const cell_request &request);
 SQLRETURN get_timestamp(const cell_request &request);
 SQLRETURN get_guid(const cell_request &request);
 
-// ---- Lengths and values out ---------------------------------------------------------------------
+// ---- Lengths and values out --------------------------------------------------------------------
 
 // The length goes through both pointers.
 inline void cell_store_length(const cell_request &request, SQLLEN length)
@@ -88,7 +89,7 @@ inline SQLRETURN cell_probed(const cell_request &request, std::int32_t bytes_lef
     return request.buffer_length == 0 && bytes_left > 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
-// ---- Shared outcomes, out of line: none of them is on the hot road ------------------------------
+// ---- Shared outcomes, out of line: none of them is on the hot road -----------------------------
 
 // SQL NULL: SQL_NULL_DATA through the indicator and 0 through the octet length; SQL_SUCCESS.
 // Without an indicator 22002 and SQL_SUCCESS_WITH_INFO.
@@ -105,16 +106,7 @@ SQLRETURN cell_is_null(const cell_request &request);
 // 07006, SQL_ERROR; a storage type that no decoder makes is logged.
 [[gnu::cold]] SQLRETURN cell_not_convertible(const cell_request &request);
 
-// Two hexadecimal digits of a byte, from a row of sixteen.
-inline void cell_put_hex(char *out, unsigned char byte, const char *digits)
-{
-    out[0] = digits[byte >> 4];
-    out[1] = digits[byte & 15];
-}
-constexpr char HEX_LOWER[] = "0123456789abcdef";
-constexpr char HEX_UPPER[] = "0123456789ABCDEF";
-
-// ---- Text of a cell -----------------------------------------------------------------------------
+// ---- Text of a cell ----------------------------------------------------------------------------
 
 // Room for any formatted cell.
 constexpr int CELL_TEXT_ROOM = 256;

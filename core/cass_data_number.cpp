@@ -8,7 +8,7 @@
 
 static constexpr char log_source[] = "cass_data.c";
 
-// ---- The table ----------------------------------------------------------------------------------
+// ---- The table ---------------------------------------------------------------------------------
 
 struct integer_range {
     std::int64_t low;
@@ -39,11 +39,11 @@ constexpr double TWO_64 = 18446744073709551616.0;
 // member to member on purpose: -1 passes into an unsigned 32-bit target as 4294967295 but not into
 // a 16-bit one.
 struct integer_rules {
-    std::size_t size;         // bytes of the target
-    bool parse_overflow;      // text beyond 64 bits is out of range; otherwise it saturates
-    double beyond;            // first floating value above the target's largest, ...
-    std::int64_t largest;     // ... which saturates to this where a floating range admits it
-    integer_range text;       // ranges by source
+    std::size_t size;      // bytes of the target
+    bool parse_overflow;   // text beyond 64 bits is out of range; otherwise it saturates
+    double beyond;         // first floating value above the target's largest, ...
+    std::int64_t largest;  // ... which saturates to this where a floating range admits it
+    integer_range text;    // ranges by source
     integer_range numeric;
     integer_range integer;
     integer_range bigint;
@@ -54,53 +54,125 @@ struct integer_rules {
     const char *floating_words;  // for float and double sources
 };
 
-static constexpr integer_rules sbigint_rules = {
-    8, true, TWO_63, INT64_MAX,
-    UNTESTED, UNTESTED, UNTESTED, UNTESTED, {-TWO_63, TWO_63}, {-TWO_63, TWO_63},
-    "Value out of range for a signed bigint", "Value out of range for a signed bigint",
-    "Value out of range for a signed bigint"};
-static constexpr integer_rules ubigint_rules = {
-    8, true, TWO_64, -1,
-    UNTESTED, UNTESTED, UNTESTED, UNTESTED, {0, TWO_64}, {0, TWO_64},
-    "Value out of range for a signed bigint", "Value out of range for a unsigned bigint",
-    "Value out of range for a unsigned bigint"};
-static constexpr integer_rules slong_rules = {
-    4, false, TWO_31, INT32_MAX,
-    UNTESTED, UNTESTED, UNTESTED, S32, {-TWO_31, TWO_31}, {-TWO_31, 2147483647.0},
-    "Value out of range for a signed long", "Value out of range for a signed long",
-    "Value out of range for a signed long"};
-static constexpr integer_rules ulong_rules = {
-    4, false, TWO_32, UINT32_MAX,
-    UNTESTED, UNTESTED, UNTESTED, U32, {0, TWO_32}, {0, 4294967295.0},
-    "Value out of range for a unsigned long", "Value out of range for a unsigned long",
-    "Value out of range for a unsigned long"};
-static constexpr integer_rules sshort_rules = {
-    2, false, 32768.0, INT16_MAX,
-    S16, UNTESTED, S16, S16, {-32768.0, 32767.0}, {-32768.0, 32767.0},
-    "Value out of range for a cass_int16", "Value out of range for a cass_int16",
-    "Value out of range for a cass_int16"};
-static constexpr integer_rules ushort_rules = {
-    2, false, 65536.0, UINT16_MAX,
-    U16, UNTESTED, U16, U16, {0, 65535.0}, {0, 65535.0},
-    "Value out of range for a cass_uint16", "Value out of range for a cass_uint16",
-    "Value out of range for a cass_uint16"};
-static constexpr integer_rules stiny_rules = {
-    1, false, 128.0, INT8_MAX,
-    UNTESTED, S8, S8, S8, {-128.0, 127.0}, {-128.0, 127.0},
-    "Value out of range for a signed tinyint (%d)", "Value out of range for a signed tinyint (%d)",
-    "Value out of range for a signed tinying (%d)"};
-static constexpr integer_rules utiny_rules = {
-    1, false, 256.0, UINT8_MAX,
-    U8, U8, U8, U8, {0, 255.0}, {0, 255.0},
-    "Value out of range for a unsigned tinyint (%d)",
-    "Value out of range for a signed tinyint (%d)",
-    "Value out of range for a unsigned tinying"};
-static constexpr integer_rules bit_rules = {
-    1, false, 2.0, 1,
-    BIT, BIT, BIT, BIT, {0, 1.0}, {0, 1.0},
-    "Value out of range for a bit", "Value out of range for a bit", "Value out of range for a bit"};
+static constexpr integer_rules sbigint_rules = {8,
+                                                true,
+                                                TWO_63,
+                                                INT64_MAX,
+                                                UNTESTED,
+                                                UNTESTED,
+                                                UNTESTED,
+                                                UNTESTED,
+                                                {-TWO_63, TWO_63},
+                                                {-TWO_63, TWO_63},
+                                                "Value out of range for a signed bigint",
+                                                "Value out of range for a signed bigint",
+                                                "Value out of range for a signed bigint"};
+static constexpr integer_rules ubigint_rules = {8,
+                                                true,
+                                                TWO_64,
+                                                -1,
+                                                UNTESTED,
+                                                UNTESTED,
+                                                UNTESTED,
+                                                UNTESTED,
+                                                {0, TWO_64},
+                                                {0, TWO_64},
+                                                "Value out of range for a signed bigint",
+                                                "Value out of range for a unsigned bigint",
+                                                "Value out of range for a unsigned bigint"};
+static constexpr integer_rules slong_rules = {4,
+                                              false,
+                                              TWO_31,
+                                              INT32_MAX,
+                                              UNTESTED,
+                                              UNTESTED,
+                                              UNTESTED,
+                                              S32,
+                                              {-TWO_31, TWO_31},
+                                              {-TWO_31, 2147483647.0},
+                                              "Value out of range for a signed long",
+                                              "Value out of range for a signed long",
+                                              "Value out of range for a signed long"};
+static constexpr integer_rules ulong_rules = {4,
+                                              false,
+                                              TWO_32,
+                                              UINT32_MAX,
+                                              UNTESTED,
+                                              UNTESTED,
+                                              UNTESTED,
+                                              U32,
+                                              {0, TWO_32},
+                                              {0, 4294967295.0},
+                                              "Value out of range for a unsigned long",
+                                              "Value out of range for a unsigned long",
+                                              "Value out of range for a unsigned long"};
+static constexpr integer_rules sshort_rules = {2,
+                                               false,
+                                               32768.0,
+                                               INT16_MAX,
+                                               S16,
+                                               UNTESTED,
+                                               S16,
+                                               S16,
+                                               {-32768.0, 32767.0},
+                                               {-32768.0, 32767.0},
+                                               "Value out of range for a cass_int16",
+                                               "Value out of range for a cass_int16",
+                                               "Value out of range for a cass_int16"};
+static constexpr integer_rules ushort_rules = {2,
+                                               false,
+                                               65536.0,
+                                               UINT16_MAX,
+                                               U16,
+                                               UNTESTED,
+                                               U16,
+                                               U16,
+                                               {0, 65535.0},
+                                               {0, 65535.0},
+                                               "Value out of range for a cass_uint16",
+                                               "Value out of range for a cass_uint16",
+                                               "Value out of range for a cass_uint16"};
+static constexpr integer_rules stiny_rules = {1,
+                                              false,
+                                              128.0,
+                                              INT8_MAX,
+                                              UNTESTED,
+                                              S8,
+                                              S8,
+                                              S8,
+                                              {-128.0, 127.0},
+                                              {-128.0, 127.0},
+                                              "Value out of range for a signed tinyint (%d)",
+                                              "Value out of range for a signed tinyint (%d)",
+                                              "Value out of range for a signed tinying (%d)"};
+static constexpr integer_rules utiny_rules = {1,
+                                              false,
+                                              256.0,
+                                              UINT8_MAX,
+                                              U8,
+                                              U8,
+                                              U8,
+                                              U8,
+                                              {0, 255.0},
+                                              {0, 255.0},
+                                              "Value out of range for a unsigned tinyint (%d)",
+                                              "Value out of range for a signed tinyint (%d)",
+                                              "Value out of range for a unsigned tinying"};
+static constexpr integer_rules bit_rules = {1,
+                                            false,
+                                            2.0,
+                                            1,
+                                            BIT,
+                                            BIT,
+                                            BIT,
+                                            BIT,
+                                            {0, 1.0},
+                                            {0, 1.0},
+                                            "Value out of range for a bit",
+                                            "Value out of range for a bit",
+                                            "Value out of range for a bit"};
 
-// ---- Numbers in text ----------------------------------------------------------------------------
+// ---- Numbers in text ---------------------------------------------------------------------------
 
 bool cell_scan_number(const cass_data_storage &cell, cell_number *number)
 {
@@ -167,7 +239,7 @@ static std::int64_t parse_int64(const char *text, bool *overflow)
     return static_cast<std::int64_t>(negative ? 0 - value : value);
 }
 
-// ---- Whole numbers ------------------------------------------------------------------------------
+// ---- Whole numbers -----------------------------------------------------------------------------
 
 // The low bytes of the value and their count.
 static inline void store_integer(const cell_request &request, std::size_t size, std::int64_t value)
@@ -315,7 +387,7 @@ SQLRETURN get_bit(const cell_request &request)
     return get_integer(request, bit_rules);
 }
 
-// ---- Floating numbers ---------------------------------------------------------------------------
+// ---- Floating numbers --------------------------------------------------------------------------
 
 // The value of a cell that is no double, or the code of a failure.
 static SQLRETURN floating_value(const cell_request &request, double *value)

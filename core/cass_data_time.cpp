@@ -38,7 +38,7 @@ SQLRETURN get_date(const cell_request &request)
     return timeless ? SQL_SUCCESS : cell_fraction_lost(request);
 }
 
-// ---- Times --------------------------------------------------------------------------------------
+// ---- Times -------------------------------------------------------------------------------------
 
 // Number at *at, which moves behind it: blanks, a sign, digits; 0 without digits. Cut to the field.
 static SQLUSMALLINT read_number(const char *text, int *at)

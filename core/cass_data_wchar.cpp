@@ -74,7 +74,7 @@ static SQLRETURN wchar_from_binary(const cell_request &request)
     const unsigned char *bytes = cell.value.bytes + cell.offset;
     for (std::int32_t i = 0; i < taken; i++) {
         char digits[2];
-        cell_put_hex(digits, bytes[i], HEX_UPPER);
+        text_hex(digits, bytes[i], HEX_UPPER);
         put_unit(target, 2 * static_cast<SQLLEN>(i), static_cast<SQLWCHAR>(digits[0]));
         put_unit(target, 2 * static_cast<SQLLEN>(i) + 1, static_cast<SQLWCHAR>(digits[1]));
     }
@@ -103,8 +103,8 @@ SQLRETURN get_wchar(const cell_request &request)
         return wchar_from_binary(request);
 
     char text[CELL_TEXT_ROOM];
-    const int length = data_type == SQL_TIMESTAMP ? format_timestamp(text, request)
-                                                  : cell_format(request, text);
+    const int length =
+        data_type == SQL_TIMESTAMP ? format_timestamp(text, request) : cell_format(request, text);
     if (length < 0) [[unlikely]]
         return cell_not_convertible(request);
 

@@ -1,8 +1,8 @@
 // Diagnostic records of a handle and the SQLSTATE table that they are posted from.
 //
-// A list is sorted by SQLSTATE, highest first; records of one state stay in the order of posting. One
-// process-wide leaf lock guards splicing, clearing and reading of all lists: the transport posts on
-// a connection from statement threads, and SQLGetDiagRec runs without a handle lock.
+// A list is sorted by SQLSTATE, highest first; records of one state stay in the order of posting.
+// One process-wide leaf lock guards splicing, clearing and reading of all lists: the transport
+// posts on a connection from statement threads, and SQLGetDiagRec runs without a handle lock.
 #ifndef CORE_CASS_ERR_H
 #define CORE_CASS_ERR_H
 
@@ -114,8 +114,8 @@ struct cass_diag_record {
 // formatted part (cass_log_format, so %S and %q are available), cut at 1024 bytes. A null format
 // gives the row's text alone. A record that cannot be allocated is dropped. native: 0 but for
 // system error codes and a few literals.
-void cass_post_error(cass_handle *handle, cass_state_row row, std::int32_t native, const char *format,
-                     ...);
+void cass_post_error(cass_handle *handle, cass_state_row row, std::int32_t native,
+                     const char *format, ...);
 // The same with SQL_DIAG_COLUMN_NUMBER `column` in place of -1.
 void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_t native,
                             std::int32_t column, const char *format, ...);

@@ -1,6 +1,6 @@
-// Fetching: walks the current page row by row, requests the next one when it runs out, and fills the
-// rowset. The cursor is forward-only and holds exactly one page; a row is decoded whole, so that
-// columns may be read in any order until the next fetch.
+// Fetching: walks the current page row by row, requests the next one when it runs out, and fills
+// the rowset. The cursor is forward-only and holds exactly one page; a row is decoded whole, so
+// that columns may be read in any order until the next fetch.
 #include "core/cass_fetch.h"
 
 #include <cstdlib>
@@ -32,7 +32,8 @@ static void clear_cell(cass_data_storage *cell)
     cell->finished = 0;
 }
 
-// Cells of the columns from `first` on. The blocks of text and binary cells stay with their columns.
+// Cells of the columns from `first` on. The blocks of text and binary cells stay with their
+// columns.
 static void clear_cells(cass_desc *ird, std::int32_t first)
 {
     for (std::int32_t column = first; column < ird->field_count; ++column)
@@ -81,24 +82,28 @@ static SQLRETURN decode_row(cass_stmt *stmt)
     const std::int32_t columns = cass_stmt_column_count(ird);
     for (std::int32_t column = 0; column < columns; ++column) {
         cass_field *field = &ird->fields[column];
-        const SQLRETURN code = field->decode != nullptr ? field->decode(stmt, packet, field)
-                                                        : type_without_decoder(stmt, field->cql_type);
-        if (code != SQL_SUCCESS) [[unlikely]]
+        const SQLRETURN code = field->decode != nullptr
+                                   ? field->decode(stmt, packet, field)
+                                   : type_without_decoder(stmt, field->cql_type);
+        if (code != SQL_SUCCESS) [[unlikely]] {
+            clear_cells(ird, column);  // of the row before
             return code;
+        }
     }
     return SQL_SUCCESS;
 }
 
+// Decoding a cell replaces all of it, so that the row before need only be forgotten where no new
+// row takes its place.
 SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed)
 {
-    cass_clear_row_data(stmt);
     while (stmt->current_row_offset >= stmt->current_row_count) {
+        cass_clear_row_data(stmt);
         if (stmt->paging_state_len < 1)
             return SQL_NO_DATA;
         const SQLRETURN code = next_page(stmt, page_failed);
         if (code != SQL_SUCCESS)
             return code;
-        cass_clear_row_data(stmt);
     }
     ++stmt->current_row_offset;
     return decode_row(stmt);
@@ -126,7 +131,7 @@ void cass_flush_rows(cass_stmt *stmt)
     }
 }
 
-// ---- Rowsets ---------------------------------------------------------------------------------------
+// ---- Rowsets -----------------------------------------------------------------------------------
 
 // The application's status array and rows-fetched counter, both of which it may not have given.
 struct rowset_outputs {
@@ -227,8 +232,8 @@ SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
         cass_post_error(&stmt->head, STATE_HY106, 0, nullptr);
         return SQL_ERROR;
     }
-    // One-sided on purpose: SQL_FETCH_NEXT ignores the offset, and applications pass 0, 1 or rubbish
-    // below it.
+    // One-sided on purpose: SQL_FETCH_NEXT ignores the offset, and applications pass 0, 1 or
+    // rubbish below it.
     if (offset >= 2) {
         CASS_LOG(&stmt->head, LOG_ERROR, "cass_fetch_row: row value out of range");
         cass_post_error(&stmt->head, STATE_HY107, 0, nullptr);

@@ -85,8 +85,8 @@ static row_place place_of_row(const cass_stmt *stmt)
     place.row = stmt->rowset_position;
     place.bind_offset = static_cast<std::uint64_t>(bind_offset);
     place.row_stride = ard->bind_type > 0 ? static_cast<std::uint64_t>(ard->bind_type) : 0;
-    place.length_bytes = place.row * (place.row_stride != 0 ? place.row_stride : sizeof(SQLLEN)) +
-                         place.bind_offset;
+    place.length_bytes =
+        place.row * (place.row_stride != 0 ? place.row_stride : sizeof(SQLLEN)) + place.bind_offset;
     place.column_wise = ard->bind_type == 0;
     place.fields = stmt->ird->fields;
     place.afields = ard->fields;
@@ -132,7 +132,7 @@ static inline bound_pointers get_pointers_from_cols(const row_place &place,
     return pointers;
 }
 
-// ---- A row --------------------------------------------------------------------------------------
+// ---- A row -------------------------------------------------------------------------------------
 
 // One column of the row with its log records; the column from 1, 0 for the bookmark.
 [[gnu::cold, gnu::noinline]] static SQLRETURN transfer_logged(cass_stmt *stmt,
@@ -176,9 +176,8 @@ static inline bound_pointers get_pointers_from_cols(const row_place &place,
 }
 
 // The same without: what cass_get_data does behind its log records, straight into the conversion.
-[[gnu::always_inline]] static inline SQLRETURN transfer_column(cell_request *request,
-                                                               const row_place &place,
-                                                               const cass_field *record)
+[[gnu::always_inline]] static inline SQLRETURN
+transfer_column(cell_request *request, const row_place &place, const cass_field *record)
 {
     cass_stmt *stmt = request->stmt;
     if (stmt->head.log_mask != 0) [[unlikely]]

@@ -5,7 +5,7 @@
 
 #include "core/cass_pkt_result.h"
 
-// ---- Records ---------------------------------------------------------------------------------------
+// ---- Records -----------------------------------------------------------------------------------
 
 // A fresh record: parameter_type SQL_PARAM_INPUT, unnamed 1, all else zero.
 void cass_field_init(cass_field *field);
@@ -26,14 +26,14 @@ int cass_desc_describe(cass_desc *desc, std::int32_t count);
 inline std::int32_t cass_stmt_column_count(const cass_desc *ird)
 {
     return ird->found_valid && ird->found_count < ird->field_count ? ird->found_count
-                                                                  : ird->field_count;
+                                                                   : ird->field_count;
 }
 
-// ---- Types -------------------------------------------------------------------------------------------
+// ---- Types -------------------------------------------------------------------------------------
 
 // Fills the fresh record `index` (from 0) of a descriptor from a column specification, copying the
-// names (null stays null), and chooses its cell decoder. 0, or -6 with 08S01 "type not supported %d"
-// posted on the statement for an unknown option id.
+// names (null stays null), and chooses its cell decoder. 0, or -6 with 08S01 "type not supported
+// %d" posted on the statement for an unknown option id.
 int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
                            const cass_string *keyspace, const cass_string *table,
                            const cass_string *name, const cass_type_option *option);

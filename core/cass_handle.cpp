@@ -1,5 +1,5 @@
-// Making and releasing the handle records. Lists hold the newest record first; a list's lock is held
-// only across the list operation.
+// Making and releasing the handle records. Lists hold the newest record first; a list's lock is
+// held only across the list operation.
 #include "core/cass_handle.h"
 
 #include <unistd.h>
@@ -75,7 +75,7 @@ static void for_each_child(cass_conn *conn, std::int32_t tag, int list_locked, V
         cass_lock_leave(&conn->child_list_lock);
 }
 
-// ---- Environment -----------------------------------------------------------------------------------
+// ---- Environment -------------------------------------------------------------------------------
 
 cass_env *cass_alloc_env()
 {
@@ -107,7 +107,7 @@ void cass_free_env(cass_env *env)
     std::free(env);
 }
 
-// ---- Connection ------------------------------------------------------------------------------------
+// ---- Connection --------------------------------------------------------------------------------
 
 void cass_default_conn_attrs(cass_conn *conn)
 {
@@ -271,7 +271,7 @@ void cass_free_conn(cass_conn *conn, int list_locked)
     std::free(conn);
 }
 
-// ---- Descriptors -----------------------------------------------------------------------------------
+// ---- Descriptors -------------------------------------------------------------------------------
 
 // A descriptor that is on no list.
 static cass_desc *new_desc(cass_conn *conn, int implicit, int app_desc, cass_stmt *owner)
@@ -330,7 +330,7 @@ void cass_free_desc(cass_desc *desc, int list_locked)
     destroy_desc(desc);
 }
 
-// ---- Statements ------------------------------------------------------------------------------------
+// ---- Statements --------------------------------------------------------------------------------
 
 static void destroy_stmt(cass_stmt *stmt)
 {
@@ -344,6 +344,7 @@ static void destroy_stmt(cass_stmt *stmt)
     std::free(stmt->prepared_id);
     std::free(stmt->paging_state);
     std::free(stmt->param_buffer);
+    std::free(stmt->meta_bytes);
     cass_diag_clear(&stmt->head);
     cass_lock_destroy(&stmt->api_lock);
     stmt->head.handle_tag = 0;
@@ -404,7 +405,7 @@ void cass_free_throwaway_stmt(cass_stmt *stmt)
         destroy_stmt(stmt);
 }
 
-// ---- Walking up ------------------------------------------------------------------------------------
+// ---- Walking up --------------------------------------------------------------------------------
 
 cass_conn *cass_handle_conn(cass_handle *handle)
 {

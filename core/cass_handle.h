@@ -12,8 +12,8 @@ cass_env *cass_alloc_env();
 cass_conn *cass_alloc_conn(cass_env *env, int level);
 // The statement copies the connection's log mask and attribute defaults and takes its next number.
 cass_stmt *cass_alloc_stmt(cass_conn *conn);
-// A statement that only carries a request of the driver's own: on no list and with no number, so that
-// nothing of it reaches the application. Null when memory runs out.
+// A statement that only carries a request of the driver's own: on no list and with no number, so
+// that nothing of it reaches the application. Null when memory runs out.
 cass_stmt *cass_alloc_throwaway_stmt(cass_conn *conn);
 // An explicit descriptor, an ARD or APD to be. The implicit ones come and go with their statement
 // and stand on no list.

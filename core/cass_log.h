@@ -1,8 +1,8 @@
 // The driver's log. Every call site goes through the macros, which test the handle's log_mask
 // before any argument is evaluated: with logging off a site costs one test.
 //
-// A source file that logs defines `static constexpr char log_source[] = "SQLConnect.c";`, the literal
-// source name in its records.
+// A source file that logs defines `static constexpr char log_source[] = "SQLConnect.c";`, the
+// literal source name in its records.
 #ifndef CORE_CASS_LOG_H
 #define CORE_CASS_LOG_H
 
@@ -17,25 +17,25 @@ enum : std::int32_t {
     LOG_DETAIL = 4,
     LOG_ERROR = 8,
     LOG_PKTDUMP = 16,
-    LOG_MODE_PROCESS = 32,        // one file for each process and thread
-    LOG_MODE_MEMORY = 64,         // keep in memory, dump at an error
-    LOG_CONTINUATION = 4096,      // a kind only: continuation of the record before
+    LOG_MODE_PROCESS = 32,    // one file for each process and thread
+    LOG_MODE_MEMORY = 64,     // keep in memory, dump at an error
+    LOG_CONTINUATION = 4096,  // a kind only: continuation of the record before
 };
 
 #define CASS_LOG(handle, kind, ...) CASS_LOG_AS(handle, log_source, kind, __VA_ARGS__)
 
 // The same under a source name of the caller's choice, for roads that two calls share.
-#define CASS_LOG_AS(handle, source, kind, ...)                        \
-    do {                                                              \
-        if ((handle)->log_mask != 0) [[unlikely]]                     \
-            cass_log((handle), (source), __LINE__, (kind), __VA_ARGS__); \
+#define CASS_LOG_AS(handle, source, kind, ...)                                                     \
+    do {                                                                                           \
+        if ((handle)->log_mask != 0) [[unlikely]]                                                  \
+            cass_log((handle), (source), __LINE__, (kind), __VA_ARGS__);                           \
     } while (0)
 
-#define CASS_LOG_PACKET(handle, bytes, count, ...)                                          \
-    do {                                                                                    \
-        if ((handle)->log_mask != 0) [[unlikely]]                                           \
-            cass_log_packet((handle), log_source, __LINE__, LOG_PKTDUMP, (bytes), (count),  \
-                            __VA_ARGS__);                                                   \
+#define CASS_LOG_PACKET(handle, bytes, count, ...)                                                 \
+    do {                                                                                           \
+        if ((handle)->log_mask != 0) [[unlikely]]                                                  \
+            cass_log_packet((handle), log_source, __LINE__, LOG_PKTDUMP, (bytes), (count),         \
+                            __VA_ARGS__);                                                          \
     } while (0)
 
 // Writes one record if the handle's mask has the kind; a continuation goes with DETAIL. `format`

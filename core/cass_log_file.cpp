@@ -108,7 +108,7 @@ void cass_log_hex_row(char *row, const unsigned char *bytes, int count)
     constexpr int text_column = 3 * HEX_ROW_BYTES + 2;
     std::memset(row, ' ', text_column);
     for (int i = 0; i < count; i++) {
-        text_hex_upper(row + 3 * i, bytes[i]);
+        text_hex(row + 3 * i, bytes[i], HEX_UPPER);
         row[text_column + i] = ascii_is_print(bytes[i]) ? static_cast<char>(bytes[i]) : '.';
     }
     row[text_column + count] = '\0';

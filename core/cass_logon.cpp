@@ -30,8 +30,9 @@ constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 using held_stmt =
     std::unique_ptr<cass_stmt, std::integral_constant<decltype(&cass_free_throwaway_stmt),
                                                       &cass_free_throwaway_stmt>>;
-using held_lock = std::unique_ptr<
-    cass_lock, std::integral_constant<decltype(&cass_lock_leave), &cass_lock_leave>>;
+using held_lock =
+    std::unique_ptr<cass_lock,
+                    std::integral_constant<decltype(&cass_lock_leave), &cass_lock_leave>>;
 using held_text = std::unique_ptr<char, std::integral_constant<decltype(&std::free), &std::free>>;
 
 static cass_lock *enter_exchange(cass_conn *conn)
@@ -46,7 +47,7 @@ static int no_memory(cass_conn *conn)
     return -1;
 }
 
-// ---- Roads that are not there -------------------------------------------------------------------
+// ---- Roads that are not there ------------------------------------------------------------------
 // A connection that asks for one of them fails before a byte of it goes out in clear.
 
 static int refuse_tls(cass_conn *conn)
@@ -69,7 +70,7 @@ static SQLRETURN refuse_metadata_service(cass_conn *conn)
     return SQL_ERROR;
 }
 
-// ---- Replies of the handshake -------------------------------------------------------------------
+// ---- Replies of the handshake ------------------------------------------------------------------
 
 static int send_failed(cass_conn *conn)
 {
@@ -138,7 +139,7 @@ static void decode_supported(cass_conn *conn, cass_packet *packet)
     }
 }
 
-// ---- Authentication -----------------------------------------------------------------------------
+// ---- Authentication ----------------------------------------------------------------------------
 
 // [bytes] holding the SASL PLAIN token: NUL, user, NUL, password (RFC 4616 without an authorisation
 // identity). False after posting.
@@ -226,7 +227,7 @@ int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length
     return 0;
 }
 
-// ---- The handshake ------------------------------------------------------------------------------
+// ---- The handshake -----------------------------------------------------------------------------
 
 // OPTIONS, and what SUPPORTED tells. 0, or -1 with the failure posted.
 static int ask_options(cass_conn *conn, cass_stmt *stmt)
@@ -269,8 +270,8 @@ static bool put_startup_options(cass_packet *packet, std::int32_t mode)
     bool whole = pkt_put_short(packet, mode == COMPRESSION_NONE ? 1 : 2) > 0 &&
                  put_cstr(packet, "CQL_VERSION") && put_cstr(packet, CQL_VERSION);
     if (mode != COMPRESSION_NONE)
-        whole = whole && put_cstr(packet, "COMPRESSION") &&
-                put_cstr(packet, compression_name(mode));
+        whole =
+            whole && put_cstr(packet, "COMPRESSION") && put_cstr(packet, compression_name(mode));
     return whole;
 }
 

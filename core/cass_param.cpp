@@ -13,7 +13,7 @@
 
 static constexpr char log_source[] = "cass_param.c";
 
-// ---- Elements -----------------------------------------------------------------------------------
+// ---- Elements ----------------------------------------------------------------------------------
 
 // Address of an element of the set. Wraps instead of overflowing: strides and offsets are the
 // application's and may be anything.
@@ -77,7 +77,7 @@ int param_fail_source(const cass_param *param, const char *getter)
     return param_fail(param, STATE_07006);
 }
 
-// ---- Data ---------------------------------------------------------------------------------------
+// ---- Data --------------------------------------------------------------------------------------
 
 static bool take_chunk(cass_param *param, const cass_put_chunk *chunk)
 {
@@ -151,7 +151,7 @@ int param_copy_fixed(const cass_param *param, void *value, std::size_t size)
     return 0;
 }
 
-// ---- Types --------------------------------------------------------------------------------------
+// ---- Types -------------------------------------------------------------------------------------
 
 static param_c_type describe_c_type(std::int32_t c_type)
 {
@@ -301,7 +301,7 @@ static param_writer writer_for(std::int32_t target)
     }
 }
 
-// ---- Checking -----------------------------------------------------------------------------------
+// ---- Checking ----------------------------------------------------------------------------------
 
 int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
 {
@@ -338,7 +338,7 @@ int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
     return 0;
 }
 
-// ---- Encoding -----------------------------------------------------------------------------------
+// ---- Encoding ----------------------------------------------------------------------------------
 
 // Fills the record's lengths and types; `indicator` is null without an indicator element.
 static void describe_param(cass_param *param, const param_set *set, const SQLLEN *indicator)

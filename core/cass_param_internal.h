@@ -55,7 +55,7 @@ struct cass_param {
     char scratch[NUMERIC_TEXT_ROOM];
 };
 
-// ---- Elements (cass_param.cpp) ------------------------------------------------------------------
+// ---- Elements (cass_param.cpp) -----------------------------------------------------------------
 
 // The set in work by the APD's binding rules.
 struct param_set {
@@ -92,7 +92,7 @@ int param_load_joined(cass_param *param, std::int32_t *length);
 // Copies a fixed-size source of `size` bytes. HY090 when the chunk is shorter.
 int param_copy_fixed(const cass_param *param, void *value, std::size_t size);
 
-// ---- Texts and bytes (cass_param_text.cpp) ------------------------------------------------------
+// ---- Texts and bytes (cass_param_text.cpp) -----------------------------------------------------
 
 // Units (of `unit_size` bytes) of a text source, at most `cap` when a terminator is searched for;
 // -1 for a null. HY090 for a length that is none.
@@ -107,7 +107,7 @@ int param_binary_length(const cass_param *param, std::int64_t *length);
 int param_copy_image(const cass_param *param, void *value, std::size_t size, const char *complaint,
                      bool *null);
 
-// ---- Getters ------------------------------------------------------------------------------------
+// ---- Getters -----------------------------------------------------------------------------------
 
 int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t *length);
 int get_bigint_from_param(cass_param *param, std::int64_t *value, std::int32_t *length);
@@ -130,7 +130,7 @@ struct param_value {
 };
 int param_read_value(const cass_param *param, param_value *value);
 
-// ---- Writers: the value of a target type into the request ---------------------------------------
+// ---- Writers: the value of a target type into the request --------------------------------------
 
 int param_put_integer(cass_param *param, cass_packet *packet, std::int32_t target);
 int param_put_bigint(cass_param *param, cass_packet *packet, std::int32_t target);

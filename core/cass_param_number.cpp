@@ -10,7 +10,7 @@ static constexpr char log_source[] = "cass_param.c";
 
 static_assert(std::endian::native == std::endian::little, "short values are widened in place");
 
-// ---- Sources ------------------------------------------------------------------------------------
+// ---- Sources -----------------------------------------------------------------------------------
 
 static std::int64_t sign_extend(std::uint64_t bits, int size)
 {
@@ -45,7 +45,7 @@ int param_read_value(const cass_param *param, param_value *value)
     return 0;
 }
 
-// ---- Integers -----------------------------------------------------------------------------------
+// ---- Integers ----------------------------------------------------------------------------------
 
 // The two widths of the integer family.
 struct integer_width {
@@ -266,7 +266,7 @@ int param_put_bigint(cass_param *param, cass_packet *packet, std::int32_t)
     return 0;
 }
 
-// ---- Floating point -----------------------------------------------------------------------------
+// ---- Floating point ----------------------------------------------------------------------------
 
 struct real_width {
     const char *getter;

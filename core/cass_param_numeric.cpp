@@ -10,7 +10,7 @@ static constexpr int MAX_DIGITS = 38;  // precision and scale
 
 static constexpr char OUT_OF_RANGE[] = "numeric out of range";
 
-// ---- Sources ------------------------------------------------------------------------------------
+// ---- Sources -----------------------------------------------------------------------------------
 
 // A sign, digits and at most one point.
 static bool is_decimal_text(const char *text)
@@ -164,7 +164,7 @@ int get_numeric_from_param(cass_param *param, SQL_NUMERIC_STRUCT *value, std::in
     return code;
 }
 
-// ---- Values -------------------------------------------------------------------------------------
+// ---- Values ------------------------------------------------------------------------------------
 
 // The unscaled value, with a sign byte in front whether needed or not. Bytes written, at most 17.
 static int unscaled_bytes(const SQL_NUMERIC_STRUCT *value, unsigned char *out)

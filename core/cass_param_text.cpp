@@ -12,7 +12,7 @@ static constexpr char log_source[] = "cass_param.c";
 // Results below this stay in the scratch buffer.
 static constexpr std::int64_t HEX_SCRATCH = 128;
 
-// ---- Lengths ------------------------------------------------------------------------------------
+// ---- Lengths -----------------------------------------------------------------------------------
 
 static SQLWCHAR load_unit(const unsigned char *bytes, std::int64_t index)
 {
@@ -113,7 +113,7 @@ int param_copy_image(const cass_param *param, void *value, std::size_t size, con
     return 0;
 }
 
-// ---- Fixed-size sources as text -----------------------------------------------------------------
+// ---- Fixed-size sources as text ----------------------------------------------------------------
 
 // "%04d-%02d-%02d".
 static int date_text(char *out, int year, int month, int day)
@@ -166,7 +166,7 @@ static int guid_text(char *out, const SQLGUID *value)
     for (int i = 0; i < 16; i++) {
         if (i == 4 || i == 6 || i == 8 || i == 10)
             out[length++] = '-';
-        text_hex_upper(out + length, bytes[i]);
+        text_hex(out + length, bytes[i], HEX_UPPER);
         length += 2;
     }
     return length;
@@ -223,7 +223,7 @@ static int struct_text(cass_param *param, std::int32_t *length)
     return 0;
 }
 
-// ---- Text ---------------------------------------------------------------------------------------
+// ---- Text --------------------------------------------------------------------------------------
 
 int get_char_from_param(cass_param *param, const unsigned char **text, std::int32_t *length,
                         bool *wide)
@@ -314,7 +314,7 @@ int param_put_text(cass_param *param, cass_packet *packet, std::int32_t)
     return 0;
 }
 
-// ---- Binary -------------------------------------------------------------------------------------
+// ---- Binary ------------------------------------------------------------------------------------
 
 // A unit that is no hexadecimal digit counts as 0.
 static unsigned hex_value(unsigned char unit)
@@ -416,7 +416,7 @@ int param_put_binary(cass_param *param, cass_packet *packet, std::int32_t)
     return 0;
 }
 
-// ---- Guid ---------------------------------------------------------------------------------------
+// ---- Guid --------------------------------------------------------------------------------------
 
 // "XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX", a brace in front passed over, what follows ignored. False
 // when a digit or a hyphen is missing.

@@ -12,7 +12,7 @@ static constexpr std::int64_t EPOCH_JDN = 2440588;  // 1 January 1970
 // CQL dates count from here: 1970-01-01 is 2^31 (native protocol v4, section 6.7).
 static constexpr std::int64_t DATE_BIAS = (std::int64_t{1} << 31) - EPOCH_JDN;
 
-// ---- Sources ------------------------------------------------------------------------------------
+// ---- Sources -----------------------------------------------------------------------------------
 
 // A time alone is of today, by the local clock.
 static void set_today(SQL_TIMESTAMP_STRUCT *value)
@@ -110,7 +110,7 @@ int get_timestamp_from_param(cass_param *param, SQL_TIMESTAMP_STRUCT *value, std
     return code;
 }
 
-// ---- Values -------------------------------------------------------------------------------------
+// ---- Values ------------------------------------------------------------------------------------
 
 static std::int64_t day_number(const SQL_TIMESTAMP_STRUCT *value)
 {

@@ -29,7 +29,7 @@ constexpr std::int32_t LZ4_START = FRAME_HEADER_SIZE + LZ4_PREFIX_SIZE;
 constexpr std::int64_t LZ4_BEST_RATIO = 255;
 constexpr std::int64_t LZ4_SLACK = 64;
 
-// ---- Blocks -------------------------------------------------------------------------------------
+// ---- Blocks ------------------------------------------------------------------------------------
 
 // Makes room for `needed` bytes, of which the first `kept` survive. Leaves an eighth to spare, so
 // that pages of slightly different sizes settle in one block. False when memory ran out.
@@ -143,7 +143,7 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
     return packet;
 }
 
-// ---- Sending ------------------------------------------------------------------------------------
+// ---- Sending -----------------------------------------------------------------------------------
 
 static std::int32_t send_compressed(const cass_packet *packet)
 {
@@ -183,7 +183,7 @@ std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet)
     return conn_write(packet->conn, packet->frame, packet->length + FRAME_HEADER_SIZE);
 }
 
-// ---- Receiving ----------------------------------------------------------------------------------
+// ---- Receiving ---------------------------------------------------------------------------------
 
 // A result of 0, the end of a TLS stream, counts as a failed read: the loop would never end.
 static bool read_exactly(cass_stmt *stmt, unsigned char *target, std::int32_t count)
@@ -281,6 +281,7 @@ static cass_packet *new_reply(cass_stmt *stmt, const unsigned char *header)
     packet->write_pos = 0;
     packet->read_pos = 0;
     packet->refs = 1;
+    packet->ran_short = 0;
     packet->failed = 0;
     packet->reply = 1;
     return packet;
@@ -331,7 +332,7 @@ cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int3
     return message;
 }
 
-// ---- Writers ------------------------------------------------------------------------------------
+// ---- Writers -----------------------------------------------------------------------------------
 
 // Appends `count` bytes to the body and gives their place, or null with the frame marked.
 static unsigned char *append(cass_packet *packet, std::int32_t count)
@@ -428,8 +429,7 @@ static std::int32_t put_low_bytes(cass_packet *packet, const cass_string *text)
 std::int32_t pkt_put_string(cass_packet *packet, const cass_string *text)
 {
     const std::int32_t length = cass_string_length(text);
-    if (!fits_short(packet, length) ||
-        pkt_put_short(packet, static_cast<std::int16_t>(length)) < 0)
+    if (!fits_short(packet, length) || pkt_put_short(packet, static_cast<std::int16_t>(length)) < 0)
         return -1;
     return put_low_bytes(packet, text);
 }
@@ -455,8 +455,7 @@ std::int32_t pkt_put_long_bytes(cass_packet *packet, const void *bytes, std::int
     return pkt_put_bytes(packet, bytes, count) < 0 ? -1 : 0;
 }
 
-unsigned char *pkt_copy_from(const cass_packet *packet, std::int32_t position,
-                             std::int32_t *length)
+unsigned char *pkt_copy_from(const cass_packet *packet, std::int32_t position, std::int32_t *length)
 {
     *length = 0;
     if (position < 0 || position >= packet->write_pos)
@@ -472,7 +471,7 @@ unsigned char *pkt_copy_from(const cass_packet *packet, std::int32_t position,
     return copy;
 }
 
-// ---- Readers ------------------------------------------------------------------------------------
+// ---- Readers -----------------------------------------------------------------------------------
 
 int pkt_get_raw(cass_packet *packet, void *buffer, std::int32_t count)
 {
@@ -487,8 +486,10 @@ int pkt_get_raw(cass_packet *packet, void *buffer, std::int32_t count)
 cass_string *pkt_get_string(cass_packet *packet)
 {
     const std::int32_t length = static_cast<std::uint16_t>(pkt_get_short(packet));
-    if (length > pkt_remaining(packet))
+    if (length > pkt_remaining(packet)) {
+        pkt_ran_short(packet);
         return cass_string_from_bytes("", 0);
+    }
     cass_string *text = cass_string_from_bytes(packet->body + packet->read_pos, length);
     packet->read_pos += length;
     return text;
@@ -501,8 +502,10 @@ static unsigned char *take_bytes(cass_packet *packet, std::int32_t *length)
         return nullptr;
     const std::int32_t count = *length;
     *length = 0;
-    if (count > pkt_remaining(packet))
+    if (count > pkt_remaining(packet)) {
+        pkt_ran_short(packet);
         return nullptr;
+    }
     auto *bytes = static_cast<unsigned char *>(std::malloc(static_cast<std::size_t>(count)));
     if (bytes == nullptr)
         return nullptr;

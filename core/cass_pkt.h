@@ -48,18 +48,19 @@ struct cass_packet {
     std::uint8_t flags;
     std::int16_t stream;
     std::uint8_t opcode;
-    std::int32_t length;    // bytes of body, uncompressed
-    unsigned char *frame;   // owned: 9 header bytes and the body
-    unsigned char *body;    // frame + 9
+    std::int32_t length;   // bytes of body, uncompressed
+    unsigned char *frame;  // owned: 9 header bytes and the body
+    unsigned char *body;   // frame + 9
     std::int32_t write_pos;
     std::int32_t read_pos;  // never past length
     std::int32_t refs;
-    std::size_t capacity;   // bytes allocated at frame
-    std::int32_t failed;    // a writer could not append: the frame must not be sent
-    std::int32_t reply;     // read from the server: its block serves a later reply
+    std::size_t capacity;    // bytes allocated at frame
+    std::int32_t ran_short;  // a reader found fewer bytes than it was to read
+    std::int32_t failed;     // a writer could not append: the frame must not be sent
+    std::int32_t reply;      // read from the server: its block serves a later reply
 };
 
-// ---- Construction and transfer ------------------------------------------------------------------
+// ---- Construction and transfer -----------------------------------------------------------------
 
 // New frame with an empty body. Null with HY001 posted on `failure_handle`, or on the statement if
 // that is null.
@@ -81,8 +82,9 @@ void cass_packet_unref(cass_packet *packet);
 void cass_packet_drop_spare(cass_conn *conn);
 
 // Locals that must not leak on an early exit.
-using held_packet = std::unique_ptr<
-    cass_packet, std::integral_constant<decltype(&cass_packet_unref), &cass_packet_unref>>;
+using held_packet =
+    std::unique_ptr<cass_packet,
+                    std::integral_constant<decltype(&cass_packet_unref), &cass_packet_unref>>;
 using held_string =
     std::unique_ptr<cass_string,
                     std::integral_constant<decltype(&cass_string_free), &cass_string_free>>;
@@ -91,7 +93,7 @@ using held_string =
 // (08S01 posted on the statement) or on exhaustion (HY001).
 cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *code);
 
-// ---- Writers: append to the body ----------------------------------------------------------------
+// ---- Writers: append to the body ---------------------------------------------------------------
 // -1 when memory ran out or a text does not fit its length field; the frame is then marked failed
 // and takes nothing more.
 
@@ -116,7 +118,7 @@ inline std::int32_t pkt_position(const cass_packet *packet)
 unsigned char *pkt_copy_from(const cass_packet *packet, std::int32_t position,
                              std::int32_t *length);
 
-// ---- Plain memory -------------------------------------------------------------------------------
+// ---- Plain memory ------------------------------------------------------------------------------
 
 inline std::uint16_t load_be16(const void *bytes)
 {
@@ -157,24 +159,31 @@ inline void store_be64(void *bytes, std::uint64_t value)
     std::memcpy(bytes, &value, sizeof value);
 }
 
-// ---- Readers: too few bytes give 0 and move nothing; nothing here posts -------------------------
+// ---- Readers: too few bytes give 0 and move nothing; nothing here posts ------------------------
 
 inline std::int32_t pkt_remaining(const cass_packet *packet)
 {
     return packet->length - packet->read_pos;
 }
 
+// Notes that the body ended before what it announced. 0, what a reader gives then.
+inline std::int8_t pkt_ran_short(cass_packet *packet)
+{
+    packet->ran_short = 1;
+    return 0;
+}
+
 inline std::int8_t pkt_get_byte(cass_packet *packet)
 {
     if (pkt_remaining(packet) < 1)
-        return 0;
+        return pkt_ran_short(packet);
     return static_cast<std::int8_t>(packet->body[packet->read_pos++]);
 }
 
 inline std::int16_t pkt_get_short(cass_packet *packet)
 {
     if (pkt_remaining(packet) < 2)
-        return 0;
+        return pkt_ran_short(packet);
     const std::uint16_t value = load_be16(packet->body + packet->read_pos);
     packet->read_pos += 2;
     return static_cast<std::int16_t>(value);
@@ -183,7 +192,7 @@ inline std::int16_t pkt_get_short(cass_packet *packet)
 inline std::int32_t pkt_get_int(cass_packet *packet)
 {
     if (pkt_remaining(packet) < 4)
-        return 0;
+        return pkt_ran_short(packet);
     const std::uint32_t value = load_be32(packet->body + packet->read_pos);
     packet->read_pos += 4;
     return static_cast<std::int32_t>(value);
@@ -192,7 +201,7 @@ inline std::int32_t pkt_get_int(cass_packet *packet)
 inline std::int64_t pkt_get_long(cass_packet *packet)
 {
     if (pkt_remaining(packet) < 8)
-        return 0;
+        return pkt_ran_short(packet);
     const std::uint64_t value = load_be64(packet->body + packet->read_pos);
     packet->read_pos += 8;
     return static_cast<std::int64_t>(value);

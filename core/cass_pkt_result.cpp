@@ -27,14 +27,30 @@ struct numbered_name {
 };
 
 constexpr numbered_name CQL_TYPE_NAMES[] = {
-    {CQL_CUSTOM, "CUSTOM"},     {CQL_ASCII, "ASCII"},         {CQL_BIGINT, "BIGINT"},
-    {CQL_BLOB, "BLOB"},         {CQL_BOOLEAN, "BOOLEAN"},     {CQL_COUNTER, "COUNTER"},
-    {CQL_DECIMAL, "DECIMAL"},   {CQL_DOUBLE, "DOUBLE"},       {CQL_FLOAT, "FLOAT"},
-    {CQL_INT, "INT"},           {CQL_TIMESTAMP, "TIMESTAMP"}, {CQL_UUID, "UUID"},
-    {CQL_VARCHAR, "VARCHAR"},   {CQL_VARINT, "VARINT"},       {CQL_TIMEUUID, "TIMEUUID"},
-    {CQL_INET, "INET"},         {CQL_DATE, "DATE"},           {CQL_TIME, "TIME"},
-    {CQL_SMALLINT, "SMALLINT"}, {CQL_TINYINT, "TINYINT"},     {CQL_LIST, "LIST"},
-    {CQL_MAP, "MAP"},           {CQL_SET, "SET"},             {CQL_UDT, "UDT"},
+    {CQL_CUSTOM, "CUSTOM"},
+    {CQL_ASCII, "ASCII"},
+    {CQL_BIGINT, "BIGINT"},
+    {CQL_BLOB, "BLOB"},
+    {CQL_BOOLEAN, "BOOLEAN"},
+    {CQL_COUNTER, "COUNTER"},
+    {CQL_DECIMAL, "DECIMAL"},
+    {CQL_DOUBLE, "DOUBLE"},
+    {CQL_FLOAT, "FLOAT"},
+    {CQL_INT, "INT"},
+    {CQL_TIMESTAMP, "TIMESTAMP"},
+    {CQL_UUID, "UUID"},
+    {CQL_VARCHAR, "VARCHAR"},
+    {CQL_VARINT, "VARINT"},
+    {CQL_TIMEUUID, "TIMEUUID"},
+    {CQL_INET, "INET"},
+    {CQL_DATE, "DATE"},
+    {CQL_TIME, "TIME"},
+    {CQL_SMALLINT, "SMALLINT"},
+    {CQL_TINYINT, "TINYINT"},
+    {CQL_LIST, "LIST"},
+    {CQL_MAP, "MAP"},
+    {CQL_SET, "SET"},
+    {CQL_UDT, "UDT"},
     {CQL_TUPLE, "TUPLE"},
 };
 
@@ -64,7 +80,7 @@ const char *result_kind_name(std::int32_t kind)
     return "Unknown kind type";
 }
 
-// ---- Small readers ------------------------------------------------------------------------------
+// ---- Small readers -----------------------------------------------------------------------------
 
 // A count of 16 bits; one below zero is 0.
 static std::int32_t get_count(cass_packet *packet)
@@ -72,10 +88,13 @@ static std::int32_t get_count(cass_packet *packet)
     return std::max<std::int32_t>(pkt_get_short(packet), 0);
 }
 
-// Everything that is counted in a body begins with two bytes at least.
-static bool has_more(const cass_packet *packet)
+// Another counted member is due: everything that is counted begins with two bytes at least.
+static bool has_more(cass_packet *packet)
 {
-    return pkt_remaining(packet) >= 2;
+    if (pkt_remaining(packet) >= 2)
+        return true;
+    pkt_ran_short(packet);
+    return false;
 }
 
 // Reads `count` texts and logs each as "string %d: %S".
@@ -102,7 +121,7 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
     return all.release();
 }
 
-// ---- Type trees ---------------------------------------------------------------------------------
+// ---- Type trees --------------------------------------------------------------------------------
 
 enum tree_state {
     TREE_WHOLE,
@@ -224,7 +243,7 @@ cass_type_option *decode_type_option(cass_packet *packet)
     return decode_option(packet, 1, &state);
 }
 
-// ---- Column specifications ----------------------------------------------------------------------
+// ---- Column specifications ---------------------------------------------------------------------
 
 // Posts the failure and leaves the descriptor without records.
 static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
@@ -300,15 +319,15 @@ static int decode_column(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, 
         log_column(stmt, index, name.get(), option.get(), short_set);
     // An unknown type has posted its record and leaves the column with its defaults: the others are
     // still good.
-    const int code = cass_field_from_option(stmt, desc, index, keyspace, table, name.get(),
-                                            option.get());
+    const int code =
+        cass_field_from_option(stmt, desc, index, keyspace, table, name.get(), option.get());
     desc->fields[index].from_spec = code == 0;
     return 0;
 }
 
 // Reads the specifications of `count` columns into fresh records. 0, or -1 after giving up.
-static int decode_columns(cass_stmt *stmt, cass_packet *packet, cass_desc *desc,
-                          std::int32_t flags, std::int32_t count, bool of_result)
+static int decode_columns(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, std::int32_t flags,
+                          std::int32_t count, bool of_result)
 {
     const bool global = (flags & METADATA_GLOBAL_SPEC) != 0;
     if (describe_columns(stmt, desc, count) != 0)
@@ -335,7 +354,7 @@ static int decode_columns(cass_stmt *stmt, cass_packet *packet, cass_desc *desc,
     return 0;
 }
 
-// ---- Metadata -----------------------------------------------------------------------------------
+// ---- Metadata ----------------------------------------------------------------------------------
 
 // All that the records of an IRD depend on beside the bytes of the specification. It stands in
 // front of those bytes in the statement's copy.
@@ -394,13 +413,15 @@ static void reuse_description(const cass_stmt *stmt, cass_packet *packet)
 }
 
 // Keeps the specification from `start` to the read position. Without memory there is no copy, and
-// the next page is decoded.
+// the next page is decoded. One that the body cut short is not kept either: it would pass for the
+// beginning of a whole one.
 static void keep_description(cass_stmt *stmt, const cass_packet *packet, std::int32_t start,
                              const column_shape &shape)
 {
     const auto spec = static_cast<std::size_t>(packet->read_pos - start);
     const std::size_t needed = sizeof shape + spec;
-    void *grown = needed > INT32_MAX ? nullptr : std::realloc(stmt->meta_bytes, needed);
+    const bool usable = !packet->ran_short && needed <= INT32_MAX;
+    void *grown = !usable ? nullptr : std::realloc(stmt->meta_bytes, needed);
     if (grown == nullptr) {
         std::free(stmt->meta_bytes);
         stmt->meta_bytes = nullptr;
@@ -471,7 +492,7 @@ int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet)
     return decode_columns(stmt, packet, stmt->ipd, flags, count, false);
 }
 
-// ---- The five kinds -----------------------------------------------------------------------------
+// ---- The five kinds ----------------------------------------------------------------------------
 
 static bool decode_rows(cass_stmt *stmt, cass_packet *packet)
 {
@@ -480,7 +501,9 @@ static bool decode_rows(cass_stmt *stmt, cass_packet *packet)
         return false;
     const std::int32_t count = pkt_get_int(packet);
     CASS_LOG(&stmt->head, LOG_DETAIL, "rows count: %d", count);
-    cass_set_current_packet(stmt, packet, count);
+    // Rows without columns take no bytes: their count could announce an endless result.
+    const bool columns = cass_stmt_column_count(stmt->ird) > 0;
+    cass_set_current_packet(stmt, packet, columns ? count : 0);
     return true;
 }
 

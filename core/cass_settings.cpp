@@ -118,7 +118,7 @@ static constexpr setting settings[] = {
 // The rows without which SQLConnect reads no others.
 static constexpr std::size_t ADDRESS_ROWS = 3;
 
-// ---- Values -------------------------------------------------------------------------------------
+// ---- Values ------------------------------------------------------------------------------------
 
 // Words of the log switch. Each of the two words for logging in memory is unknown on one road. "no"
 // and "off" need no row: what is no word is a number, and a text without digits is 0.
@@ -241,7 +241,7 @@ static void default_absent(cass_conn *conn, settings_road entry)
     }
 }
 
-// ---- A section of odbc.ini ----------------------------------------------------------------------
+// ---- A section of odbc.ini ---------------------------------------------------------------------
 
 constexpr char dsn_file[] = "odbc.ini";
 
@@ -360,7 +360,7 @@ static bool open_section(const cass_conn *conn, dsn_section *section, bytes_ptr 
     return true;
 }
 
-// ---- The two entries ----------------------------------------------------------------------------
+// ---- The two entries ---------------------------------------------------------------------------
 
 // The keys of SQLConnect's section. Without a server or bundle nothing else is looked at, the user
 // and password of the arguments included: the call is about to fail.

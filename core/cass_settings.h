@@ -1,5 +1,5 @@
-// Connection settings: from a DSN of odbc.ini, a connection string or the setup library's block into
-// the connection record, and back into the output connection string.
+// Connection settings: from a DSN of odbc.ini, a connection string or the setup library's block
+// into the connection record, and back into the output connection string.
 #ifndef CORE_CASS_SETTINGS_H
 #define CORE_CASS_SETTINGS_H
 

@@ -65,7 +65,7 @@ struct sql_scan {
     keyword_tracker trackers[KEYWORDS];
 };
 
-// ---- Small steps -----------------------------------------------------------------------------
+// ---- Small steps -------------------------------------------------------------------------------
 
 static bool quoted(const sql_scan *scan)
 {
@@ -139,7 +139,7 @@ static void collect_verb(sql_scan *scan, SQLWCHAR unit)
         scan->verb[scan->verb_len++] = static_cast<char>(unit);
 }
 
-// ---- Escape sequences ------------------------------------------------------------------------
+// ---- Escape sequences --------------------------------------------------------------------------
 
 static void blank(SQLWCHAR *units, std::int32_t count)
 {
@@ -178,7 +178,7 @@ static void process_escape(cass_stmt *stmt, sql_scan *scan)
     blank(s + length - 1, 1);
 }
 
-// ---- The scan --------------------------------------------------------------------------------
+// ---- The scan ----------------------------------------------------------------------------------
 
 // A quote of either kind. `other` is the state of the other quote.
 static void scan_quote(sql_scan *scan, SQLWCHAR quote, bool *inside, bool other)
@@ -303,7 +303,7 @@ static void trim(sql_scan *scan)
         scan->end--;
 }
 
-// ---- Results ---------------------------------------------------------------------------------
+// ---- Results -----------------------------------------------------------------------------------
 
 static void store_scan(cass_stmt *stmt, const sql_scan *scan)
 {

@@ -1,5 +1,5 @@
-// The statement's life outside its two execution roads: closing, cursor changes, and what both roads
-// share of parameter sets.
+// The statement's life outside its two execution roads: closing, cursor changes, and what both
+// roads share of parameter sets.
 #include "core/cass_stmt.h"
 
 #include <cstdlib>

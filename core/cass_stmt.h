@@ -28,7 +28,7 @@ int cass_prepare_if_needed(cass_stmt *stmt);
 // attributes go back to forward-only. The code, or SQL_SUCCESS_WITH_INFO.
 SQLRETURN cass_check_cursor_change(cass_stmt *stmt, SQLRETURN code);
 
-// ---- Parameter sets ------------------------------------------------------------------------------
+// ---- Parameter sets ----------------------------------------------------------------------------
 // The application's operation array excludes the set in work.
 bool cass_param_set_skipped(const cass_stmt *stmt);
 // Number of sets worked on so far, and the outcome of the set in work (SQL_PARAM_...), into the

@@ -31,8 +31,8 @@ static constexpr direct_road dae_road = {
     .failed = "SQLParamData: create_exec_string failed",
 };
 
-// Builds the request of every parameter set that is not skipped and keeps the last one in *last. Only
-// that one is ever sent, although every set reports success: a parameter array of a direct
+// Builds the request of every parameter set that is not skipped and keeps the last one in *last.
+// Only that one is ever sent, although every set reports success: a parameter array of a direct
 // execution runs once, with its last set, and applications rely on prepared statements for arrays.
 static SQLRETURN build_requests(cass_stmt *stmt, const direct_road &road, packet_ptr *last)
 {
@@ -84,7 +84,8 @@ static bool connection_is_busy(cass_stmt *stmt)
         stmt->data_waiting = 0;
         return false;
     }
-    cass_post_error(&stmt->head, STATE_HY000, 0, "connection is busy with results of another hstmt");
+    cass_post_error(&stmt->head, STATE_HY000, 0,
+                    "connection is busy with results of another hstmt");
     return true;
 }
 

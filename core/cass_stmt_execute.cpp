@@ -103,8 +103,8 @@ static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, SQLRETURN 
     const SQLULEN sets = stmt->apd->array_size;
     for (SQLULEN set = static_cast<std::uint32_t>(stmt->param_row); set < sets; ++set) {
         stmt->param_row = static_cast<std::int32_t>(set);
-        CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.each_set,
-                    static_cast<int>(set + 1), static_cast<int>(sets));
+        CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.each_set, static_cast<int>(set + 1),
+                    static_cast<int>(sets));
         cass_store_params_processed(stmt, set + 1);
         if (!cass_param_set_skipped(stmt) && !run_set(stmt, road))
             return SQL_ERROR;

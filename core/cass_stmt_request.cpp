@@ -1,5 +1,5 @@
-// Request frames of a statement (native protocol v4, sections 4.1.4 and 4.1.6): text or prepared id,
-// consistency, flags, values, page size, paging state.
+// Request frames of a statement (native protocol v4, sections 4.1.4 and 4.1.6): text or prepared
+// id, consistency, flags, values, page size, paging state.
 #include <cstdlib>
 #include <memory>
 
@@ -102,7 +102,8 @@ cass_packet *create_fetch_next(cass_stmt *stmt)
     pkt_put_byte(packet.get(), static_cast<std::uint8_t>((values ? QUERY_VALUES : 0) |
                                                          QUERY_PAGE_SIZE | QUERY_PAGING_STATE));
     if (values) {
-        CASS_LOG(&stmt->head, LOG_DETAIL, "Parameter Buffer append %d bytes", stmt->param_buffer_len);
+        CASS_LOG(&stmt->head, LOG_DETAIL, "Parameter Buffer append %d bytes",
+                 stmt->param_buffer_len);
         pkt_put_bytes(packet.get(), stmt->param_buffer, stmt->param_buffer_len);
     }
     pkt_put_int(packet.get(), PAGE_SIZE);

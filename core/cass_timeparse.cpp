@@ -30,7 +30,7 @@ struct time_reader {
 // How the number parser goes on.
 enum next_step { REFUSED, GO_ON, ASSIGN };
 
-// ---- Characters ---------------------------------------------------------------------------------
+// ---- Characters --------------------------------------------------------------------------------
 
 static bool at_digit(const time_reader *reader)
 {
@@ -140,7 +140,7 @@ static bool at_zone(const time_reader *reader)
     return *reader->at == '+' || *reader->at == '-' || at_digit(reader);
 }
 
-// ---- Numbers ------------------------------------------------------------------------------------
+// ---- Numbers -----------------------------------------------------------------------------------
 
 // "{d", "{ts" or "{t" leaves one meaning only. 0, or 1 when refused.
 static int read_introducer(time_reader *reader)
@@ -423,7 +423,7 @@ int cass_parse_timestamp(cass_stmt *stmt, const char *text, cass_time_parts *par
     return 0;
 }
 
-// ---- Month names --------------------------------------------------------------------------------
+// ---- Month names -------------------------------------------------------------------------------
 
 // The second list is asked when the first fails. Words are compared in lower case, so the capital
 // of "January" shuts that one word out: it is refused, as ever, while "jan" is taken.

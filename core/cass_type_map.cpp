@@ -146,7 +146,7 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
     return -6;
 }
 
-// ---- Defaults of a record by its concise type ---------------------------------------------------
+// ---- Defaults of a record by its concise type --------------------------------------------------
 
 constexpr std::int32_t LEFT = INT32_MIN;        // the field keeps its value
 constexpr std::int32_t OCTETS = INT32_MIN + 1;  // worked out from octet_length
@@ -304,7 +304,7 @@ int cass_update_desc_type(cass_handle *handle, cass_field *field, int mode)
     return -1;
 }
 
-// ---- Type numbers -------------------------------------------------------------------------------
+// ---- Type numbers ------------------------------------------------------------------------------
 
 struct type_range {
     std::int32_t first;
@@ -387,7 +387,7 @@ int cass_field_check(cass_handle *handle, const cass_field *field)
     return 0;
 }
 
-// ---- C types for SQL types ----------------------------------------------------------------------
+// ---- C types for SQL types ---------------------------------------------------------------------
 
 struct c_type_row {
     std::int32_t sql_type;
@@ -443,7 +443,7 @@ std::int32_t cass_default_c_type(std::int32_t sql_type, int numeric_as_char, int
     return SQL_C_CHAR;
 }
 
-// ---- SQL types by the name of a CQL type --------------------------------------------------------
+// ---- SQL types by the name of a CQL type -------------------------------------------------------
 
 struct type_name_row {
     const char *name;

@@ -17,7 +17,8 @@ static SQLRETURN refuse_input(cass_handle *input, const char *log_format)
 }
 
 // The new child of `input`, stored through `output`; an output that cannot be had is not written.
-static SQLRETURN alloc_child(SQLSMALLINT handle_type, cass_handle *input, SQLHANDLE *output, int level)
+static SQLRETURN alloc_child(SQLSMALLINT handle_type, cass_handle *input, SQLHANDLE *output,
+                             int level)
 {
     SQLHANDLE made = nullptr;
     if (handle_type == SQL_HANDLE_DBC) {
@@ -41,7 +42,8 @@ static SQLRETURN alloc_child(SQLSMALLINT handle_type, cass_handle *input, SQLHAN
     return SQL_SUCCESS;
 }
 
-static SQLRETURN alloc_handle(SQLSMALLINT handle_type, cass_handle *input, SQLHANDLE *output, int level)
+static SQLRETURN alloc_handle(SQLSMALLINT handle_type, cass_handle *input, SQLHANDLE *output,
+                              int level)
 {
     if (output == nullptr && input != nullptr) {
         CASS_LOG(input, LOG_ERROR, "SQLAllocHandle: output handle NULL");
@@ -65,8 +67,8 @@ static SQLRETURN alloc_handle(SQLSMALLINT handle_type, cass_handle *input, SQLHA
     }
 }
 
-SQLRETURN cass_alloc_handle(SQLSMALLINT handle_type, SQLHANDLE input_handle, SQLHANDLE *output_handle,
-                            int level)
+SQLRETURN cass_alloc_handle(SQLSMALLINT handle_type, SQLHANDLE input_handle,
+                            SQLHANDLE *output_handle, int level)
 {
     auto *input = static_cast<cass_handle *>(input_handle);
     return enter_bare(input, [&] {

@@ -15,7 +15,7 @@ struct binding {
     SQLLEN *strlen_or_ind;
 };
 
-// ---- Unbinding ----------------------------------------------------------------------------------
+// ---- Unbinding ---------------------------------------------------------------------------------
 
 static void clear_pointers(cass_field *record)
 {
@@ -74,7 +74,7 @@ static SQLRETURN unbind(cass_stmt *stmt, SQLUSMALLINT column)
     return SQL_SUCCESS;
 }
 
-// ---- Binding ------------------------------------------------------------------------------------
+// ---- Binding -----------------------------------------------------------------------------------
 
 // Both lists reach as far as the column. The IRD grows fresh records that a result's metadata fills
 // later.
@@ -163,7 +163,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLBindCol(SQLHSTMT statement_handle, SQLUSMALLI
         [&](cass_stmt *stmt) -> SQLRETURN {
             if (target_value == nullptr && strlen_or_ind == nullptr)
                 return unbind(stmt, column_number);
-            return bind(stmt, {column_number, target_type, target_value, buffer_length,
-                               strlen_or_ind});
+            return bind(stmt,
+                        {column_number, target_type, target_value, buffer_length, strlen_or_ind});
         });
 }

@@ -1,5 +1,5 @@
-// SQLCancel: the protocol has no cancel. A prepared statement says so by SQL_ERROR without a record,
-// any other succeeds; nothing stops in either case.
+// SQLCancel: the protocol has no cancel. A prepared statement says so by SQL_ERROR without a
+// record, any other succeeds; nothing stops in either case.
 #include "core/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
 

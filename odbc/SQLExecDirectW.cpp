@@ -5,15 +5,17 @@ static constexpr char log_source[] = "SQLExecDirectW.c";
 static constexpr entry_point entry = {.name = "SQLExecDirectW", .source = log_source};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLExecDirectW(SQLHSTMT statement_handle, SQLWCHAR *statement_text,
-                                   SQLINTEGER text_length)
+                                               SQLINTEGER text_length)
 {
     return enter_stmt(
         statement_handle, entry,
         [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY, "SQLExecDirectW: statement_handle=%p, statement_text=%Q",
+            CASS_LOG(&stmt->head, LOG_ENTRY,
+                     "SQLExecDirectW: statement_handle=%p, statement_text=%Q",
                      static_cast<void *>(stmt), statement_text, text_length);
         },
         [=](cass_stmt *stmt) {
-            return cass_exec_direct_text(stmt, entry, cass_string_from_wide(statement_text, text_length));
+            return cass_exec_direct_text(stmt, entry,
+                                         cass_string_from_wide(statement_text, text_length));
         });
 }

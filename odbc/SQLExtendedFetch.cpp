@@ -34,9 +34,9 @@ static SQLRETURN extended_fetch(cass_stmt *stmt, SQLUSMALLINT fetch_type, SQLLEN
     return code;
 }
 
-VHCASS_EXPORT SQLRETURN SQL_API SQLExtendedFetch(SQLHSTMT statement_handle, SQLUSMALLINT f_fetch_type,
-                                                 SQLLEN irow, SQLULEN *pcrow,
-                                                 SQLUSMALLINT *rgf_row_status)
+VHCASS_EXPORT SQLRETURN SQL_API SQLExtendedFetch(SQLHSTMT statement_handle,
+                                                 SQLUSMALLINT f_fetch_type, SQLLEN irow,
+                                                 SQLULEN *pcrow, SQLUSMALLINT *rgf_row_status)
 {
     return enter_stmt(
         statement_handle, entry,

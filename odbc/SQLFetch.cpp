@@ -10,7 +10,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLFetch(SQLHSTMT statement_handle)
     return enter_stmt(
         statement_handle, entry,
         [](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY, "SQLFetch: statement_handle=%p", static_cast<void *>(stmt));
+            CASS_LOG(&stmt->head, LOG_ENTRY, "SQLFetch: statement_handle=%p",
+                     static_cast<void *>(stmt));
         },
         [](cass_stmt *stmt) { return cass_fetch(stmt, SQL_FETCH_NEXT, 0); });
 }

@@ -1,5 +1,5 @@
-// SQLFreeHandle, and the core that SQLFreeEnv and SQLFreeConnect share with it. No lock is taken: the
-// handle goes, and the application may not use it any more.
+// SQLFreeHandle, and the core that SQLFreeEnv and SQLFreeConnect share with it. No lock is taken:
+// the handle goes, and the application may not use it any more.
 #include "odbc/SQLFreeHandle.h"
 
 #include "core/cass_handle.h"

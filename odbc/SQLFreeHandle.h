@@ -4,8 +4,9 @@
 
 #include "odbc/cass_handles.h"
 
-// Releases a handle that carries the tag of `handle_type`, with all that it owns. SQL_INVALID_HANDLE
-// for a null handle or another tag; SQL_ERROR with HY017 for an implicit descriptor.
+// Releases a handle that carries the tag of `handle_type`, with all that it owns.
+// SQL_INVALID_HANDLE for a null handle or another tag; SQL_ERROR with HY017 for an implicit
+// descriptor.
 SQLRETURN cass_free_handle(SQLSMALLINT handle_type, SQLHANDLE handle);
 
 #endif

@@ -33,8 +33,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLFreeStmt(SQLHSTMT statement_handle, SQLUSMALL
     if (stmt == nullptr)
         return SQL_INVALID_HANDLE;
     cass_diag_clear(&stmt->head);
-    CASS_LOG(&stmt->head, LOG_ENTRY, "SQLFreeStmt: statement_handle=%p, option=%d", statement_handle,
-             option);
+    CASS_LOG(&stmt->head, LOG_ENTRY, "SQLFreeStmt: statement_handle=%p, option=%d",
+             statement_handle, option);
     cass_handle *logger = &stmt->head;
     SQLRETURN code = SQL_SUCCESS;
     if (option == SQL_DROP) {

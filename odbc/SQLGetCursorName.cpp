@@ -19,7 +19,9 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetCursorName(SQLHSTMT statement_handle, SQLC
         },
         [=](cass_stmt *stmt) {
             return cass_get_cursor_name(stmt, entry,
-                                        {.bytes = cursor_name, .units = nullptr, .size = buffer_length,
+                                        {.bytes = cursor_name,
+                                         .units = nullptr,
+                                         .size = buffer_length,
                                          .length = name_length});
         });
 }

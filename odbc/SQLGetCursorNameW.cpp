@@ -5,8 +5,8 @@ static constexpr char log_source[] = "SQLGetCursorNameW.c";
 static constexpr entry_point entry = {.name = "SQLGetCursorNameW", .source = log_source};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLGetCursorNameW(SQLHSTMT statement_handle, SQLWCHAR *cursor_name,
-                                                 SQLSMALLINT buffer_length,
-                                                 SQLSMALLINT *name_length)
+                                                  SQLSMALLINT buffer_length,
+                                                  SQLSMALLINT *name_length)
 {
     return enter_stmt(
         statement_handle, entry,
@@ -19,7 +19,9 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetCursorNameW(SQLHSTMT statement_handle, SQL
         },
         [=](cass_stmt *stmt) {
             return cass_get_cursor_name(stmt, entry,
-                                        {.bytes = nullptr, .units = cursor_name, .size = buffer_length,
+                                        {.bytes = nullptr,
+                                         .units = cursor_name,
+                                         .size = buffer_length,
                                          .length = name_length});
         });
 }

@@ -12,9 +12,9 @@ struct cursor_name_target {
     SQLSMALLINT *length;  // receives the full length in code units
 };
 
-// The statement's cursor name; one is made from the statement's number when none was set. 01004 when
-// it was cut. Without a buffer the length goes out and the result is SQL_ERROR without a record,
-// which applications that only ask for the length have learned to ignore.
+// The statement's cursor name; one is made from the statement's number when none was set. 01004
+// when it was cut. Without a buffer the length goes out and the result is SQL_ERROR without a
+// record, which applications that only ask for the length have learned to ignore.
 SQLRETURN cass_get_cursor_name(cass_stmt *stmt, const entry_point &entry,
                                const cursor_name_target &target);
 

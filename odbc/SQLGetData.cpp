@@ -41,10 +41,9 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetData(SQLHSTMT statement_handle, SQLUSMALLI
             if (column_number == 0) {
                 if (stmt->attrs.use_bookmarks == 0)
                     return refuse_column(stmt, column_number);
-                CASS_LOG(&stmt->head, LOG_DETAIL,
-                         "returning bookmark use_bookmarks=%d, target_type=%d",
-                         static_cast<int>(stmt->attrs.use_bookmarks),
-                         static_cast<int>(target_type));
+                CASS_LOG(
+                    &stmt->head, LOG_DETAIL, "returning bookmark use_bookmarks=%d, target_type=%d",
+                    static_cast<int>(stmt->attrs.use_bookmarks), static_cast<int>(target_type));
                 if (target_type != SQL_C_BOOKMARK && target_type != SQL_C_VARBOOKMARK) {
                     cass_post_error(&stmt->head, STATE_HY003, 0, nullptr);
                     return SQL_ERROR;

@@ -7,12 +7,14 @@
 static constexpr char log_source[] = "SQLNumResultCols.c";
 static constexpr entry_point entry = {.name = "SQLNumResultCols", .source = log_source};
 
-VHCASS_EXPORT SQLRETURN SQL_API SQLNumResultCols(SQLHSTMT statement_handle, SQLSMALLINT *column_count)
+VHCASS_EXPORT SQLRETURN SQL_API SQLNumResultCols(SQLHSTMT statement_handle,
+                                                 SQLSMALLINT *column_count)
 {
     return enter_stmt(
         statement_handle, entry,
         [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY, "SQLNumResultCols: statement_handle=%p, column_count=%p",
+            CASS_LOG(&stmt->head, LOG_ENTRY,
+                     "SQLNumResultCols: statement_handle=%p, column_count=%p",
                      static_cast<void *>(stmt), static_cast<void *>(column_count));
         },
         [=](cass_stmt *stmt) -> SQLRETURN {

@@ -5,7 +5,7 @@ static constexpr char log_source[] = "SQLPrepare.c";
 static constexpr entry_point entry = {.name = "SQLPrepare", .source = log_source};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLPrepare(SQLHSTMT statement_handle, SQLCHAR *statement_text,
-                                   SQLINTEGER text_length)
+                                           SQLINTEGER text_length)
 {
     return enter_stmt(
         statement_handle, entry,
@@ -14,6 +14,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLPrepare(SQLHSTMT statement_handle, SQLCHAR *s
                      static_cast<void *>(stmt), statement_text, text_length);
         },
         [=](cass_stmt *stmt) {
-            return cass_prepare_text(stmt, entry, cass_string_from_ansi(statement_text, text_length));
+            return cass_prepare_text(stmt, entry,
+                                     cass_string_from_ansi(statement_text, text_length));
         });
 }

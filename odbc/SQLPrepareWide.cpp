@@ -10,14 +10,16 @@ SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_stri
     cass_close_stmt(stmt, 1);
     stmt->ird = stmt->implicit_ird;
     if (text == nullptr) {
-        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed to create string", entry.name);
+        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed to create string",
+                    entry.name);
         cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
         return SQL_ERROR;
     }
     cass_string *processed = cass_process_sql(stmt, text);
     cass_string_free(text);
     if (processed == nullptr) {
-        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed to process string", entry.name);
+        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed to process string",
+                    entry.name);
         cass_post_error(&stmt->head, STATE_HY000, 0, "failed processing SQL");
         return SQL_ERROR;
     }

@@ -14,7 +14,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLRowCount(SQLHSTMT statement_handle, SQLLEN *r
                      static_cast<void *>(stmt), static_cast<void *>(row_count));
         },
         [=](cass_stmt *stmt) {
-            cass_store(row_count, static_cast<SQLLEN>(stmt->row_count_valid ? stmt->row_count : -1));
+            cass_store(row_count,
+                       static_cast<SQLLEN>(stmt->row_count_valid ? stmt->row_count : -1));
             return SQL_SUCCESS;
         });
 }

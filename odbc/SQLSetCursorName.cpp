@@ -10,7 +10,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLSetCursorName(SQLHSTMT statement_handle, SQLC
     return enter_stmt(
         statement_handle, entry,
         [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY, "SQLSetCursorName: statement_handle=%p, cursor_name=%q",
+            CASS_LOG(&stmt->head, LOG_ENTRY,
+                     "SQLSetCursorName: statement_handle=%p, cursor_name=%q",
                      static_cast<void *>(stmt), cursor_name, name_length);
         },
         [=](cass_stmt *stmt) -> SQLRETURN {

@@ -5,12 +5,13 @@ static constexpr char log_source[] = "SQLSetCursorNameW.c";
 static constexpr entry_point entry = {.name = "SQLSetCursorNameW", .source = log_source};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLSetCursorNameW(SQLHSTMT statement_handle, SQLWCHAR *cursor_name,
-                                                 SQLSMALLINT name_length)
+                                                  SQLSMALLINT name_length)
 {
     return enter_stmt(
         statement_handle, entry,
         [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY, "SQLSetCursorNameW: statement_handle=%p, cursor_name=%Q",
+            CASS_LOG(&stmt->head, LOG_ENTRY,
+                     "SQLSetCursorNameW: statement_handle=%p, cursor_name=%Q",
                      static_cast<void *>(stmt), cursor_name, name_length);
         },
         [=](cass_stmt *stmt) -> SQLRETURN {

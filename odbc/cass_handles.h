@@ -20,7 +20,8 @@
 static_assert(sizeof(SQLLEN) == 8 && sizeof(SQLULEN) == 8, "64-bit SQLLEN at the ABI");
 static_assert(sizeof(SQLWCHAR) == 2, "SQLWCHAR is a UTF-16 code unit");
 static_assert(sizeof(SQL_NUMERIC_STRUCT) == 19 && sizeof(SQL_TIMESTAMP_STRUCT) == 16);
-static_assert(sizeof(SQL_DATE_STRUCT) == 6 && sizeof(SQL_TIME_STRUCT) == 6 && sizeof(SQLGUID) == 16);
+static_assert(sizeof(SQL_DATE_STRUCT) == 6 && sizeof(SQL_TIME_STRUCT) == 6 &&
+              sizeof(SQLGUID) == 16);
 
 struct cass_env;
 struct cass_conn;
@@ -140,15 +141,15 @@ struct cass_conn {
     char cql_version[64];  // last CQL_VERSION of SUPPORTED, "0.0.0" before
     std::int32_t snappy_offered;
     std::int32_t lz4_offered;
-    std::int32_t compression;        // 0 none, 1 snappy (never), 2 lz4
-    std::int32_t results_busy;       // an unread catalog result occupies the connection
-    cass_stmt *results_busy_stmt;    // only ever cleared
-    std::int32_t float_precision;    // significant digits of a float as text
-    std::int32_t double_precision;   // significant digits of a double as text
-    cass_packet *spare_packet;       // a finished reply's block, kept for the page after next
-    unsigned char *compressed;       // block for compressed bodies, kept between frames
+    std::int32_t compression;       // 0 none, 1 snappy (never), 2 lz4
+    std::int32_t results_busy;      // an unread catalog result occupies the connection
+    cass_stmt *results_busy_stmt;   // only ever cleared
+    std::int32_t float_precision;   // significant digits of a float as text
+    std::int32_t double_precision;  // significant digits of a double as text
+    cass_packet *spare_packet;      // a finished reply's block, kept for the page after next
+    unsigned char *compressed;      // block for compressed bodies, kept between frames
     std::size_t compressed_capacity;
-    std::size_t recent_need;         // largest frame of late, in bytes; decays frame by frame
+    std::size_t recent_need;  // largest frame of late, in bytes; decays frame by frame
 
     // Attributes.
     std::int32_t autocommit;
@@ -226,8 +227,8 @@ struct cass_field {
     SQLLEN octet_length;
     SQLLEN length;
     SQLLEN display_size;
-    void *data_ptr;         // application memory, as are the next two: only touched by memcpy
-    void *indicator_ptr;    // SQLLEN
+    void *data_ptr;          // application memory, as are the next two: only touched by memcpy
+    void *indicator_ptr;     // SQLLEN
     void *octet_length_ptr;  // SQLLEN
 
     std::int32_t auto_unique;
@@ -256,16 +257,16 @@ struct cass_field {
 };
 
 struct cass_desc {
-    cass_handle head;           // parent: cass_conn
-    std::int32_t field_count;   // SQL_DESC_COUNT; size of fields
-    std::int32_t found_count;   // columns that the metadata declared; IRD and IPD
-    std::int32_t found_valid;   // 1 once found_count was set
-    std::int32_t implicit;      // 1: made with its statement
-    std::int32_t app_desc;      // 1 for ARD and APD, 0 for IRD and IPD
-    std::int32_t bind_type;     // 0: column-wise, else the row stride in bytes
-    void *bind_offset_ptr;      // SQLLEN in application memory
+    cass_handle head;          // parent: cass_conn
+    std::int32_t field_count;  // SQL_DESC_COUNT; size of fields
+    std::int32_t found_count;  // columns that the metadata declared; IRD and IPD
+    std::int32_t found_valid;  // 1 once found_count was set
+    std::int32_t implicit;     // 1: made with its statement
+    std::int32_t app_desc;     // 1 for ARD and APD, 0 for IRD and IPD
+    std::int32_t bind_type;    // 0: column-wise, else the row stride in bytes
+    void *bind_offset_ptr;     // SQLLEN in application memory
     SQLUSMALLINT *array_status_ptr;
-    void *rows_processed_ptr;   // SQLULEN in application memory
+    void *rows_processed_ptr;  // SQLULEN in application memory
     SQLULEN array_size;
     cass_stmt *stmt;            // owning statement, or the statement that it is installed on
     cass_field bookmark_field;  // record 0

@@ -1,6 +1,6 @@
-// What every exported function does first and last, once: the null and tag tests, the handle's lock,
-// clearing diagnostics, the ENTRY record, the async test, the EXIT record, and the barrier that no
-// C++ exception passes. A function body holds only what is its own.
+// What every exported function does first and last, once: the null and tag tests, the handle's
+// lock, clearing diagnostics, the ENTRY record, the async test, the EXIT record, and the barrier
+// that no C++ exception passes. A function body holds only what is its own.
 //
 // An exported function never calls another one: the loader may bind that name to the Driver
 // Manager, whose handles are not ours. Forms of one call share a core function of another name.

@@ -36,7 +36,7 @@ static void store_numeric(SQL_NUMERIC_STRUCT *out, magnitude_t value, bool negat
     std::memcpy(out, &numeric, sizeof numeric);
 }
 
-// ---- From numbers ----------------------------------------------------------------------------
+// ---- From numbers ------------------------------------------------------------------------------
 
 int cass_numeric_from_int64(std::int64_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale)
 {
@@ -81,7 +81,7 @@ int cass_numeric_from_double(double value, SQL_NUMERIC_STRUCT *out, int precisio
     return 0;
 }
 
-// ---- From text -------------------------------------------------------------------------------
+// ---- From text ---------------------------------------------------------------------------------
 
 // Takes the point out of the text and gives the number of characters behind it.
 static std::int64_t remove_point(char *text)
@@ -116,7 +116,7 @@ int cass_numeric_from_text(char *text, SQL_NUMERIC_STRUCT *out, int precision, i
     return 0;
 }
 
-// ---- To numbers and text ---------------------------------------------------------------------
+// ---- To numbers and text -----------------------------------------------------------------------
 
 int cass_numeric_to_double(const SQL_NUMERIC_STRUCT *numeric, double *out)
 {

@@ -78,17 +78,3 @@ void text_padded(char *out, std::uint32_t value, int width)
     if (width == 1)
         *out = static_cast<char>('0' + value % 10);
 }
-
-void text_hex_lower(char *out, unsigned char byte)
-{
-    static constexpr char digits[] = "0123456789abcdef";
-    out[0] = digits[byte >> 4];
-    out[1] = digits[byte & 15];
-}
-
-void text_hex_upper(char *out, unsigned char byte)
-{
-    static constexpr char digits[] = "0123456789ABCDEF";
-    out[0] = digits[byte >> 4];
-    out[1] = digits[byte & 15];
-}

@@ -13,8 +13,14 @@ int text_from_uint64(char *out, std::uint64_t value);
 int text_from_double(char *out, double value, int significant_digits);
 // "%0*d" for 0 <= value < 10^width, width 1 to 9: exactly width characters.
 void text_padded(char *out, std::uint32_t value, int width);
-// Two hexadecimal digits, lower or upper case.
-void text_hex_lower(char *out, unsigned char byte);
-void text_hex_upper(char *out, unsigned char byte);
+// Two hexadecimal digits of a byte, lower or upper case by the row of sixteen digits.
+constexpr char HEX_LOWER[] = "0123456789abcdef";
+constexpr char HEX_UPPER[] = "0123456789ABCDEF";
+
+inline void text_hex(char *out, unsigned char byte, const char *digits)
+{
+    out[0] = digits[byte >> 4];
+    out[1] = digits[byte & 15];
+}
 
 #endif

@@ -37,7 +37,7 @@ static cass_string *new_record()
     return static_cast<cass_string *>(std::calloc(1, sizeof(cass_string)));
 }
 
-// ---- Construction ----------------------------------------------------------------------------
+// ---- Construction ------------------------------------------------------------------------------
 
 cass_string *cass_string_alloc(std::int64_t units)
 {
@@ -201,7 +201,7 @@ int cass_string_split(const cass_string *string, SQLWCHAR separator, cass_string
     return 0;
 }
 
-// ---- Reading ---------------------------------------------------------------------------------
+// ---- Reading -----------------------------------------------------------------------------------
 
 void cass_string_free(cass_string *string)
 {
@@ -291,7 +291,7 @@ int cass_string_compare(const cass_string *left, const cass_string *right)
     return compare_ends(i == left_length, i == right_length);
 }
 
-// ---- Leaving the form ------------------------------------------------------------------------
+// ---- Leaving the form --------------------------------------------------------------------------
 
 char *cass_string_to_ascii(const cass_string *string)
 {
@@ -396,7 +396,7 @@ int cass_copy_out(char *buffer, std::int64_t size, std::int32_t *length, const c
     return whole ? 0 : 1;
 }
 
-// ---- Measuring foreign text ------------------------------------------------------------------
+// ---- Measuring foreign text --------------------------------------------------------------------
 
 std::int64_t cass_wide_length(const SQLWCHAR *text)
 {

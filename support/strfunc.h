@@ -17,7 +17,7 @@ struct cass_string {
     std::int32_t borrowed;  // 1: text belongs to somebody else
 };
 
-// ---- Construction. The caller owns the result and releases it with cass_string_free. ----------
+// ---- Construction. The caller owns the result and releases it with cass_string_free. -----------
 // Counts are in units of the source (bytes, or code units for wide text); SQL_NTS measures to the
 // terminator, any other negative count is 0. More than 2^31-1 units give null.
 
@@ -52,7 +52,7 @@ int cass_string_split(const cass_string *string, SQLWCHAR separator, cass_string
 // bytes are widened with sign extension.
 cass_string *cass_string_format(const char *format, ...);
 
-// ---- Reading ---------------------------------------------------------------------------------
+// ---- Reading -----------------------------------------------------------------------------------
 // Releases the record and, unless borrowed, its buffer. Null is accepted.
 void cass_string_free(cass_string *string);
 // Length in code units and in bytes; 0 for null.
@@ -67,7 +67,7 @@ int cass_string_find_char(std::int32_t start, const cass_string *string, int sep
 int cass_string_compare_cstr(const cass_string *string, const char *text);
 int cass_string_compare(const cass_string *left, const cass_string *right);
 
-// ---- Leaving the form. The caller frees the result with free(). ---------------------------------
+// ---- Leaving the form. The caller frees the result with free(). --------------------------------
 // Low byte of each unit, terminated. Null gives null.
 char *cass_string_to_ascii(const cass_string *string);
 // UTF-8, at most 3 bytes a unit (a surrogate becomes its own three bytes), terminated. Null gives
@@ -88,7 +88,7 @@ void cass_wide_copy(SQLWCHAR *target, const SQLWCHAR *source, std::int64_t units
 // writes nothing and gives 0. A null text is empty.
 int cass_copy_out(char *buffer, std::int64_t size, std::int32_t *length, const char *text);
 
-// ---- Measuring foreign text ------------------------------------------------------------------
+// ---- Measuring foreign text --------------------------------------------------------------------
 // Units before the terminator, 0 for null.
 std::int64_t cass_wide_length(const SQLWCHAR *text);
 // Units before the terminator, at most the smaller of limit_units and limit_bytes / 2.

@@ -177,14 +177,19 @@ TEST(binding, row_wise_rows_are_spaced_by_the_structure_and_moved_by_the_offset)
     EXPECT_EQ(expected, block);
 }
 
-TEST(binding, indicator_and_octet_length_may_lie_apart)
+TEST(binding, null_in_one_place_for_both_lengths_or_in_two)
 {
     const rig_ptr rig = rig_open({CQL_INT});
     std::int32_t value = 0;
     SQLLEN indicator = 77, octets = 77;
     ASSERT_EQ(SQL_SUCCESS, bind_column(rig, 1, SQL_C_LONG, &value, 0, &indicator));
+    rig_page(rig.get(), null_cell() + null_cell());
+    ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
+    EXPECT_EQ(SQL_SUCCESS, transfer_bound_columns(rig->stmt, 1));
+    EXPECT_EQ(SQL_NULL_DATA, indicator);
+
+    indicator = 77;
     rig->stmt->ard->fields[0].octet_length_ptr = &octets;
-    rig_page(rig.get(), null_cell());
     ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
     EXPECT_EQ(SQL_SUCCESS, transfer_bound_columns(rig->stmt, 1));
     EXPECT_EQ(SQL_NULL_DATA, indicator);

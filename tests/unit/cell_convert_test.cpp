@@ -378,8 +378,10 @@ TEST(cell_convert, conversions_that_do_not_exist_are_refused)
             const read_result result = read_cell(rig, to.type, 64);
             const bool refused = rig_states(rig) == "07006@1";
             EXPECT_EQ(std::strchr(source.targets, to.letter) == nullptr, refused);
-            EXPECT_EQ(refused, result.code == SQL_ERROR && result.written == untouched(64) &&
-                                   rig_states(rig) != "22003@1");
+            if (refused) {
+                EXPECT_EQ(SQL_ERROR, result.code);
+                EXPECT_EQ(untouched(64), result.written);
+            }
         }
     }
 }

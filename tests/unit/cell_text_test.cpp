@@ -39,6 +39,8 @@ static const std::vector<text_form> &text_forms()
         {CQL_DECIMAL, decimal(4, "FF"), 0, "-0.0001", nullptr},
         {CQL_DECIMAL, decimal(3, "00"), 0, "0.000", nullptr},
         {CQL_DECIMAL, decimal(-2, "05"), 0, "500", nullptr},
+        {CQL_DECIMAL, decimal(21, "05"), 0, "0.000000000000000000005", nullptr},
+        {CQL_DECIMAL, decimal(19, "010000000000000004"), 0, "1.8446744073709551620", nullptr},
         {CQL_VARINT, unhex("FF00000000000000000000000000000001"), 0,
          "-340282366920938463463374607431768211455", nullptr},
         {CQL_DATE, be((INT64_C(1) << 31) + 11016, 4), 0, "2000-02-29", nullptr},
@@ -68,7 +70,7 @@ static rig_ptr form_rig(const text_form &form)
     return rig;
 }
 
-TEST(cell_convert, formatted_text_in_ansi_buffers_of_every_size)
+TEST(cell_text, formatted_text_in_ansi_buffers_of_every_size)
 {
     for (const text_form &form : text_forms()) {
         const std::string expected = form.ansi;
@@ -88,7 +90,7 @@ TEST(cell_convert, formatted_text_in_ansi_buffers_of_every_size)
     }
 }
 
-TEST(cell_convert, formatted_text_in_wide_buffers_of_every_size)
+TEST(cell_text, formatted_text_in_wide_buffers_of_every_size)
 {
     for (const text_form &form : text_forms()) {
         const std::string largest = form.wide != nullptr ? form.wide : form.ansi;
@@ -116,7 +118,7 @@ TEST(cell_convert, formatted_text_in_wide_buffers_of_every_size)
     }
 }
 
-TEST(cell_convert, unsigned_columns_print_unsigned)
+TEST(cell_text, unsigned_columns_print_unsigned)
 {
     for (const int type : {CQL_INT, CQL_BIGINT}) {
         const rig_ptr rig = cell_rig_of(type, be(-1, type == CQL_INT ? 4 : 8));
@@ -152,7 +154,7 @@ static std::vector<piece> read_pieces(const rig_ptr &rig, int target, std::size_
     return pieces;
 }
 
-TEST(cell_convert, text_in_pieces)
+TEST(cell_text, text_in_pieces)
 {
     const std::string value = "0123456789";
     for (std::size_t room = 1; room <= value.size() + 2; room++) {
@@ -168,7 +170,7 @@ TEST(cell_convert, text_in_pieces)
     }
 }
 
-TEST(cell_convert, binary_in_pieces)
+TEST(cell_text, binary_in_pieces)
 {
     const std::string value = unhex("00ff10203040");
     for (std::size_t room = 1; room <= value.size() + 2; room++) {
@@ -187,7 +189,7 @@ TEST(cell_convert, binary_in_pieces)
     }
 }
 
-TEST(cell_convert, hexadecimal_in_pieces)
+TEST(cell_text, hexadecimal_in_pieces)
 {
     const std::string value = unhex("00ff1020a040");
     for (std::size_t room = 1; room <= 2 * value.size() + 6; room++) {
@@ -228,7 +230,7 @@ TEST(cell_convert, hexadecimal_in_pieces)
     }
 }
 
-TEST(cell_convert, wide_text_in_pieces)
+TEST(cell_text, wide_text_in_pieces)
 {
     // One, two, three and four bytes a character, then bytes that are no characters.
     const std::string value = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z";
@@ -252,7 +254,7 @@ TEST(cell_convert, wide_text_in_pieces)
     }
 }
 
-TEST(cell_convert, malformed_text_ends_with_its_cell)
+TEST(cell_text, malformed_text_ends_with_its_cell)
 {
     for (const char *value :
          {"\xC3", "\xE2\x82", "\xF0\x9F\x98", "\x80\x80", "\xFF\xFE", "a\xF0"}) {
@@ -265,7 +267,7 @@ TEST(cell_convert, malformed_text_ends_with_its_cell)
     }
 }
 
-TEST(cell_convert, fixed_values_as_binary)
+TEST(cell_text, fixed_values_as_binary)
 {
     struct binary_case {
         int type;

@@ -311,10 +311,10 @@ TEST(numtext, padded_and_hexadecimal)
     for (int byte = 0; byte < 256; byte++) {
         char text[3] = {};
         char expected[3];
-        text_hex_lower(text, static_cast<unsigned char>(byte));
+        text_hex(text, static_cast<unsigned char>(byte), HEX_LOWER);
         std::snprintf(expected, sizeof expected, "%02x", byte);
         EXPECT_STREQ(text, expected);
-        text_hex_upper(text, static_cast<unsigned char>(byte));
+        text_hex(text, static_cast<unsigned char>(byte), HEX_UPPER);
         std::snprintf(expected, sizeof expected, "%02X", byte);
         EXPECT_STREQ(text, expected);
     }

@@ -151,7 +151,7 @@ TEST(servers, silent_address_ends_in_the_logon_time_out)
     const auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(conn_records(wire->conn), record_list{"HYT01 Connection timeout expired"});
     EXPECT_GE(waited, std::chrono::milliseconds(200));
-    EXPECT_LT(waited, std::chrono::milliseconds(900)) << "the system's own retry comes after 1 s";
+    EXPECT_LT(waited, std::chrono::seconds(10)) << "the system alone would wait for minutes";
 
     // The next server of a list gets its turn, with blocking reads behind the timed connect.
     expect_logon(wire->node.get());

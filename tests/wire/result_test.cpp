@@ -301,8 +301,9 @@ TEST(results, each_result_has_its_own_description)
             EXPECT_EQ(reinterpret_cast<char *>(name), c.columns[0].name);
             EXPECT_EQ(reinterpret_cast<char *>(table), c.columns[0].table);
             EXPECT_EQ(fetch_all(wire->stmt), std::vector<std::string>{c.text});
-            if (closing)
+            if (closing) {
                 EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLCloseCursor(wire->stmt));
+            }
         }
     }
 }
