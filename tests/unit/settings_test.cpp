@@ -117,7 +117,8 @@ std::string all_of(const cass_conn *conn)
     return out.str();
 }
 
-constexpr char every_setting[] = "u p s b k e pk cf pf l 4 11 12 1 13 14 1 1 15 16 1 7 17 18";
+constexpr char every_setting[] =
+    "u p s b k e pk cf pf /dev/null 4 11 12 1 13 14 1 1 15 16 1 7 17 18";
 constexpr char no_setting[] =
     "(null) (null) (null) (null) (null) (null) (null) (null) (null)  0 0 0 0 0 0 0 0 0 0 0 1 256 "
     "1024";
@@ -125,12 +126,13 @@ constexpr char no_setting[] =
 TEST(settings, every_key_of_a_section_reaches_its_field_on_both_roads)
 {
     const workplace_ptr at = open_workplace();
-    write_ini(at,
-              "[all]\nuser=u\nPASSWORD=p\nServer=s\nSecureConnectionBundlePath=b\nKeyspace=k\n"
-              "Entropy=e\nPrivateKeyFile=pk\nCertificateFile=cf\nPublicKeyFile=pf\nLogFile=l\n"
-              "Logging=4\nPort=11\nAstraPort=12\nipv6=yes\nLogonTimeout=13\nConnectionTimeout=14\n"
-              "Encrypt=true\nTrustServerCertificate=1\nRCVBUFFER=15\nSOKEEPALIVE=16\nAstra=Yes\n"
-              "Consistency=each_quorum\nStringLen=17\nBinaryLen=18\n");
+    write_ini(
+        at,
+        "[all]\nuser=u\nPASSWORD=p\nServer=s\nSecureConnectionBundlePath=b\nKeyspace=k\n"
+        "Entropy=e\nPrivateKeyFile=pk\nCertificateFile=cf\nPublicKeyFile=pf\nLogFile=/dev/null\n"
+        "Logging=4\nPort=11\nAstraPort=12\nipv6=yes\nLogonTimeout=13\nConnectionTimeout=14\n"
+        "Encrypt=true\nTrustServerCertificate=1\nRCVBUFFER=15\nSOKEEPALIVE=16\nAstra=Yes\n"
+        "Consistency=each_quorum\nStringLen=17\nBinaryLen=18\n");
     at->conn->head.log_mask = 0;
     parse(at, "DSN=all");
     EXPECT_EQ(all_of(at->conn), every_setting);
@@ -145,11 +147,12 @@ TEST(settings, every_key_of_a_section_reaches_its_field_on_both_roads)
 TEST(settings, every_key_of_a_connection_string_reaches_its_field_in_any_case)
 {
     const workplace_ptr at = open_workplace();
-    parse(at, "Driver={x};uid=u;PWD=p;SERVER=s;Bundle=b;keySpace=k;ENTROPY=e;PrivateKeyFile=pk;"
-              "CertificateFile=cf;PublicKeyFile=pf;LOGFILE=l;Logging=0x4;Port=11;astra_port=12;"
-              "IPv6=yes;logontimeout=13;connectiontimeout=14;ENCRYPT=True;"
-              "trustservercertificate=yes;rcvbuffer=15;sokeepalive=16;ASTRA=YES;CONSISTENCY=7;"
-              "STRINGLEN=17;BINARYLEN=18");
+    parse(at,
+          "Driver={x};uid=u;PWD=p;SERVER=s;Bundle=b;keySpace=k;ENTROPY=e;PrivateKeyFile=pk;"
+          "CertificateFile=cf;PublicKeyFile=pf;LOGFILE=/dev/null;Logging=0x4;Port=11;astra_port=12;"
+          "IPv6=yes;logontimeout=13;connectiontimeout=14;ENCRYPT=True;"
+          "trustservercertificate=yes;rcvbuffer=15;sokeepalive=16;ASTRA=YES;CONSISTENCY=7;"
+          "STRINGLEN=17;BINARYLEN=18");
     EXPECT_EQ(all_of(at->conn), every_setting);
     EXPECT_EQ(at->conn->dsn, nullptr);
 
@@ -496,8 +499,9 @@ TEST(settings, the_output_buffer_is_never_overrun_and_one_just_full_is_big_enoug
 TEST(settings, a_block_replaces_its_settings_and_no_others)
 {
     const workplace_ptr at = open_workplace();
-    parse(at, "DSN=d;UID=u;PWD=p;SERVER=s;BUNDLE=b;KEYSPACE=k;PrivateKeyFile=x;CertificateFile=y;"
-              "PublicKeyFile=z;ENTROPY=e;RCVBUFFER=5;STRINGLEN=6;LOGFILE=l;PORT=7;ipv6=yes");
+    parse(at,
+          "DSN=d;UID=u;PWD=p;SERVER=s;BUNDLE=b;KEYSPACE=k;PrivateKeyFile=x;CertificateFile=y;"
+          "PublicKeyFile=z;ENTROPY=e;RCVBUFFER=5;STRINGLEN=6;LOGFILE=/dev/null;PORT=7;ipv6=yes");
     const auto block = std::make_unique<cass_settings_block>();
     std::memset(block.get(), 'x', sizeof *block);
     block->logging = 1;

@@ -21,8 +21,7 @@ static void expect_prepared(const wire_session *wire, std::string_view sql)
 static void put(SQLHSTMT stmt, const bytes &chunk)
 {
     const exact_memory memory = exactly(chunk);
-    EXPECT_STMT(SQL_SUCCESS, stmt,
-                SQLPutData(stmt, memory.at, static_cast<SQLLEN>(chunk.size())));
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLPutData(stmt, memory.at, static_cast<SQLLEN>(chunk.size())));
 }
 
 // SQLParamData asks for the next value, by this token.
@@ -48,13 +47,14 @@ static void run_to_pause(const wire_session *wire, bool prepared, const bytes &s
     if (prepared)
         expect_prepared(wire, sql);
     const std::size_t sent = requests_sent(wire);
-    EXPECT_STMT(SQL_NEED_DATA, wire->stmt, prepared ? SQLExecute(wire->stmt) : exec(wire->stmt, sql));
+    EXPECT_STMT(SQL_NEED_DATA, wire->stmt,
+                prepared ? SQLExecute(wire->stmt) : exec(wire->stmt, sql));
     EXPECT_EQ(requests_sent(wire), sent);
 }
 
-// ---- Sequences -----------------------------------------------------------------------------------
+// ---- Sequences ----------------------------------------------------------------------------------
 
-TEST(data_at_execution, values_are_asked_for_in_order_and_sent_in_one_request)
+TEST(data_at_execution_requests, values_are_asked_for_in_order_and_sent_in_one_request)
 {
     for (const bool prepared : {false, true}) {
         SCOPED_TRACE(prepared);
@@ -84,7 +84,7 @@ TEST(data_at_execution, values_are_asked_for_in_order_and_sent_in_one_request)
 }
 
 // What the chunks of a single value become. A length below 0, SQL_NTS among them, makes a null.
-TEST(data_at_execution, chunks_make_the_value)
+TEST(data_at_execution_requests, chunks_make_the_value)
 {
     struct chunk {
         bytes content;
@@ -102,7 +102,11 @@ TEST(data_at_execution, chunks_make_the_value)
         {"text in pieces", SQL_C_CHAR, SQL_VARCHAR, {{"ab", 2}, {"", 0}, {"c", 1}}, "abc"},
         {"a null behind text", SQL_C_CHAR, SQL_VARCHAR, {{"ab", 2}, {"", SQL_NULL_DATA}}, {}},
         {"terminated text", SQL_C_CHAR, SQL_VARCHAR, {{bytes("ab\0", 3), SQL_NTS}}, {}},
-        {"a unit cut in two", SQL_C_WCHAR, SQL_WVARCHAR, {{"\xAC", 1}, {"\x20", 1}}, "\xE2\x82\xAC"},
+        {"a unit cut in two",
+         SQL_C_WCHAR,
+         SQL_WVARCHAR,
+         {{"\xAC", 1}, {"\x20", 1}},
+         "\xE2\x82\xAC"},
         {"a number, and another one", SQL_C_SLONG, SQL_INTEGER, {{seven, 4}, {eight, 4}}, be32(7)},
         {"no number at all", SQL_C_SLONG, SQL_INTEGER, {}, {}},
         {"a null number", SQL_C_SLONG, SQL_INTEGER, {{"", SQL_NULL_DATA}}, {}},
@@ -128,7 +132,7 @@ TEST(data_at_execution, chunks_make_the_value)
 }
 
 // The code and the records of the last SQLParamData are those of the execution.
-TEST(data_at_execution, failures_surface_at_the_end)
+TEST(data_at_execution_requests, failures_surface_at_the_end)
 {
     const struct {
         const char *chunk;
@@ -136,11 +140,15 @@ TEST(data_at_execution, failures_surface_at_the_end)
         SQLRETURN code;
         record_list records;
     } cases[] = {
-        {"1", with_warnings(void_frame(), {"slow"}), SQL_SUCCESS_WITH_INFO,
-         {"01000 slow"}},
-        {"1", error_frame(0x2200, "no such table"), SQL_ERROR,
+        {"1", with_warnings(void_frame(), {"slow"}), SQL_SUCCESS_WITH_INFO, {"01000 slow"}},
+        {"1",
+         error_frame(0x2200, "no such table"),
+         SQL_ERROR,
          {"08S01 Communication link failure: error code 8704 'no such table'"}},
-        {"1", no_answer(), SQL_ERROR, {"08S01 Communication link failure: failed to return packet"}},
+        {"1",
+         no_answer(),
+         SQL_ERROR,
+         {"08S01 Communication link failure: failed to return packet"}},
         {"one", {}, SQL_ERROR, {"22018 Invalid character value for cast specification"}},
     };
     for (const bool prepared : {false, true}) {
@@ -165,12 +173,12 @@ TEST(data_at_execution, failures_surface_at_the_end)
     }
 }
 
-// ---- Again ---------------------------------------------------------------------------------------
+// ---- Again --------------------------------------------------------------------------------------
 
 // Only the first execution pauses: the next one finds the chunks of the first and sends them at
 // once. A direct execution starts over, and so its values are asked for again, behind the chunks
 // that are there.
-TEST(data_at_execution, chunks_stay_for_the_next_execution)
+TEST(data_at_execution_requests, chunks_stay_for_the_next_execution)
 {
     const wire_ptr wire = wire_logged_on();
     SQLLEN at_exec = SQL_DATA_AT_EXEC;
@@ -200,7 +208,7 @@ TEST(data_at_execution, chunks_stay_for_the_next_execution)
 
 // An array that has grown since the last execution is checked at the set where that one ended. If
 // the pause comes there, only the sets from it on are sent.
-TEST(data_at_execution, pause_of_a_later_execution_sends_the_sets_from_there_on)
+TEST(data_at_execution_requests, pause_of_a_later_execution_sends_the_sets_from_there_on)
 {
     const wire_ptr wire = wire_logged_on();
     SQLLEN indicators[] = {1, SQL_DATA_AT_EXEC, 1};
@@ -221,7 +229,7 @@ TEST(data_at_execution, pause_of_a_later_execution_sends_the_sets_from_there_on)
 }
 
 // The check looks at the first set; a value at execution in it serves every set that asks for one.
-TEST(data_at_execution, arrays_take_the_value_in_each_set_that_asks)
+TEST(data_at_execution_requests, arrays_take_the_value_in_each_set_that_asks)
 {
     for (const bool prepared : {false, true}) {
         const wire_ptr wire = wire_logged_on();
@@ -248,11 +256,11 @@ TEST(data_at_execution, arrays_take_the_value_in_each_set_that_asks)
     }
 }
 
-// ---- In the pause --------------------------------------------------------------------------------
+// ---- In the pause -------------------------------------------------------------------------------
 
 // Asking for the columns of a direct execution prepares its text, and the execution goes on as a
 // direct one.
-TEST(data_at_execution, columns_can_be_asked_for_in_the_pause)
+TEST(data_at_execution_requests, columns_can_be_asked_for_in_the_pause)
 {
     const bytes select = "select a from t where k = ?";
     const wire_ptr wire = wire_logged_on();
@@ -272,7 +280,7 @@ TEST(data_at_execution, columns_can_be_asked_for_in_the_pause)
 
 // This road keeps no text for further pages: the request for one has none, and the server's refusal
 // stands behind the fetch that asked.
-TEST(data_at_execution, direct_select_has_one_page)
+TEST(data_at_execution_requests, direct_select_has_one_page)
 {
     const bytes select = "select a from t where k = ?";
     const wire_ptr wire = wire_logged_on();
@@ -297,7 +305,7 @@ TEST(data_at_execution, direct_select_has_one_page)
 }
 
 // A pause may be left by any other statement; nothing of it is sent.
-TEST(data_at_execution, pause_is_left_by_the_next_statement)
+TEST(data_at_execution_requests, pause_is_left_by_the_next_statement)
 {
     const wire_ptr wire = wire_logged_on();
     SQLLEN at_exec = SQL_DATA_AT_EXEC;
@@ -321,7 +329,7 @@ TEST(data_at_execution, pause_is_left_by_the_next_statement)
     }
 }
 
-TEST(data_at_execution, calls_without_a_pause_send_nothing)
+TEST(data_at_execution_requests, calls_without_a_pause_send_nothing)
 {
     const wire_ptr wire = wire_logged_on();
     const std::size_t sent = requests_sent(wire.get());

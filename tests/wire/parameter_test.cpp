@@ -33,13 +33,14 @@ static void expect_usable(const wire_session *wire)
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFreeStmt(wire->stmt, SQL_CLOSE));
 }
 
-// ---- Values --------------------------------------------------------------------------------------
+// ---- Values -------------------------------------------------------------------------------------
 
 TEST(parameters, every_form_goes_into_the_frame_in_order)
 {
     const bytes wide_text = image(SQLWCHAR{0x00E9}) + image(SQLWCHAR{'x'});
     const SQL_NUMERIC_STRUCT amount = {6, 2, 0, {0xD2, 0x04}};  // -12.34
-    const SQLGUID guid = {0x00112233, 0x4455, 0x6677, {0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}};
+    const SQLGUID guid = {
+        0x00112233, 0x4455, 0x6677, {0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}};
     const SQL_DATE_STRUCT date = {1969, 12, 31};
     const SQL_TIME_STRUCT time = {0, 1, 1};
     const SQL_TIMESTAMP_STRUCT moment = {1969, 12, 31, 23, 59, 59, 999'999'999};
@@ -144,7 +145,7 @@ TEST(parameters, null_indicator_leaves_the_value_out)
     EXPECT_EQ(stmt_records(wire->stmt), record_list{"HY009 Invalid use of null pointer"});
 }
 
-// ---- Pages ---------------------------------------------------------------------------------------
+// ---- Pages --------------------------------------------------------------------------------------
 
 // Further pages carry the values of the execution, whatever became of the buffers meanwhile.
 TEST(parameters, further_pages_repeat_the_values_as_they_were_sent)
@@ -187,7 +188,7 @@ TEST(parameters, further_pages_repeat_the_values_as_they_were_sent)
     }
 }
 
-// ---- Arrays --------------------------------------------------------------------------------------
+// ---- Arrays -------------------------------------------------------------------------------------
 
 struct row_of_two {
     SQLINTEGER number;
@@ -327,8 +328,7 @@ TEST(parameter_arrays, refused_sets_do_not_stop_the_others)
 TEST(parameter_arrays, operation_array_leaves_sets_out)
 {
     std::vector<SQLUSMALLINT> operation = {1, 0, 2, 3, 4, 5, SQL_PARAM_PROCEED};
-    const std::vector<SQLUSMALLINT> status = {untouched, 0,         untouched, untouched,
-                                              0,         untouched, 0};
+    const std::vector<SQLUSMALLINT> status = {untouched, 0, untouched, untouched, 0, untouched, 0};
     const wire_ptr wire = wire_logged_on();
     two_arrays arrays = make_arrays({"1", "2", "3", "4", "5", "6", "7"});
     array_outcome outcome;
@@ -404,7 +404,7 @@ TEST(parameter_arrays, rows_come_from_the_last_set)
     }
 }
 
-// ---- Failures ------------------------------------------------------------------------------------
+// ---- Failures -----------------------------------------------------------------------------------
 
 // Whatever fails before the frame is whole leaves no byte of it on the wire, and the statement and
 // its bindings can go on.
@@ -497,7 +497,8 @@ TEST(parameter_failures, set_that_cannot_be_encoded_ends_the_execution)
         EXPECT_EQ(stmt_records(wire->stmt),
                   record_list{"22018 Invalid character value for cast specification"});
         SQLINTEGER column = -99;
-        SQLGetDiagField(SQL_HANDLE_STMT, wire->stmt, 1, SQL_DIAG_COLUMN_NUMBER, &column, 0, nullptr);
+        SQLGetDiagField(SQL_HANDLE_STMT, wire->stmt, 1, SQL_DIAG_COLUMN_NUMBER, &column, 0,
+                        nullptr);
         EXPECT_EQ(column, 1);
         EXPECT_EQ(outcome.processed, 2u);
         EXPECT_EQ(outcome.status, (std::vector<SQLUSMALLINT>{0, 5, untouched}));
@@ -523,7 +524,7 @@ TEST(parameter_failures, connection_that_ends_fails_the_sets_behind)
     EXPECT_EQ(stmt_records(wire->stmt).size(), 2u);
 }
 
-// ---- Bindings ------------------------------------------------------------------------------------
+// ---- Bindings -----------------------------------------------------------------------------------
 
 TEST(parameter_bindings, last_binding_counts_and_reset_drops_all)
 {

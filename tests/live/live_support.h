@@ -1,0 +1,128 @@
+// What the live tests share: a real node reached through the Driver Manager, which knows the built
+// driver and the tests' data sources from ini files in a temporary folder. Return codes explain
+// themselves with all diagnostics; results are read as text.
+//
+//     NEED_NODE("VHCASS_SERVER");
+//     const live_ptr live = live_logged_on();
+//     EXPECT_STMT(SQL_SUCCESS, live->stmt, exec(live->stmt, "select key from system.local"));
+//     EXPECT_EQ(fetch_all(live->stmt), row_list{"local"});
+#ifndef TESTS_LIVE_LIVE_SUPPORT_H
+#define TESTS_LIVE_LIVE_SUPPORT_H
+
+#include <gtest/gtest.h>
+#include <sql.h>
+#include <sqlext.h>
+#include <sqlucode.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+// ---- Nodes and data sources ---------------------------------------------------------------------
+
+struct live_node {
+    std::string host;  // empty: the environment names no such node
+    std::string port;
+};
+
+// From a variable with "host:port" or "[::1]:port".
+live_node node_of(const char *variable);
+#define NEED_NODE(variable)                                                                        \
+    if (node_of(variable).host.empty())                                                            \
+    GTEST_SKIP() << "not run: " variable " names no node (host:port)"
+
+// The driver's name in odbcinst.ini.
+inline constexpr char driver_name[] = "Varnholt ODBC-Cassandra Driver";
+
+// Adds a data source of the driver to odbc.ini and gives its name, which no other has: the
+// installer library remembers values by section and key. `lines` is the rest of the section as it
+// shall stand in the file.
+std::string add_data_source(const std::string &lines);
+
+// "DRIVER={...};SERVER=host;PORT=port;" of the node, IPV6 where its host is such an address.
+std::string node_settings(const char *variable = "VHCASS_SERVER");
+
+// ---- Sessions -----------------------------------------------------------------------------------
+
+struct live_session {
+    SQLHENV env;
+    SQLHDBC conn;
+    SQLHSTMT stmt;  // null until logged on
+};
+
+void live_close(live_session *live);
+using live_ptr = std::unique_ptr<live_session, void (*)(live_session *)>;
+
+// An environment of the ODBC version and a connection that is not connected.
+live_ptr live_open(SQLULEN odbc_version = SQL_OV_ODBC3);
+SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings);
+// By the wide entry: the Driver Manager then uses the driver's wide functions throughout, and turns
+// the application's ANSI calls into them; otherwise it is the other way round.
+SQLRETURN driver_connect_wide(SQLHDBC conn, const std::string &settings);
+// Connected to VHCASS_SERVER with a first statement; `more` are further settings ("StringLen=9").
+live_ptr live_logged_on(const std::string &more = {}, SQLULEN odbc_version = SQL_OV_ODBC3);
+SQLHSTMT new_stmt(const live_session *live);
+// The connection answers: a query gives what it must.
+void expect_alive(SQLHDBC conn);
+
+// ---- Calls --------------------------------------------------------------------------------------
+
+inline SQLCHAR *odbc_text(const std::string &text)
+{
+    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text.c_str()));
+}
+inline SQLWCHAR *odbc_wide(const std::u16string &text)
+{
+    return reinterpret_cast<SQLWCHAR *>(const_cast<char16_t *>(text.c_str()));
+}
+inline SQLPOINTER odbc_number(SQLULEN value)
+{
+    return reinterpret_cast<SQLPOINTER>(value);
+}
+
+SQLRETURN exec(SQLHSTMT stmt, const std::string &sql);
+SQLRETURN prepare(SQLHSTMT stmt, const std::string &sql);
+// Executes a text whose result is of no interest. A server's warning is let pass.
+void run(SQLHSTMT stmt, const std::string &sql);
+// An empty keyspace. Each test takes a name of its own: tests may run side by side.
+void make_keyspace(SQLHSTMT stmt, const std::string &name);
+
+// ---- Codes and diagnostics ----------------------------------------------------------------------
+
+// Records such as "08S01 [unixODBC][Varnholt][Apache Cassandra]Communication link failure: ...".
+using record_list = std::vector<std::string>;
+record_list records_of(SQLSMALLINT type, SQLHANDLE handle);
+record_list stmt_records(SQLHSTMT stmt);
+record_list conn_records(SQLHDBC conn);
+
+std::string code_name(SQLRETURN code);
+::testing::AssertionResult code_is(SQLRETURN wanted, SQLRETURN got, SQLSMALLINT type,
+                                   SQLHANDLE handle, const char *call);
+#define EXPECT_STMT(wanted, stmt, call)                                                            \
+    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_STMT, stmt, #call))
+#define ASSERT_STMT(wanted, stmt, call)                                                            \
+    ASSERT_TRUE(code_is(wanted, call, SQL_HANDLE_STMT, stmt, #call))
+#define EXPECT_CONN(wanted, conn, call)                                                            \
+    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_DBC, conn, #call))
+#define ASSERT_CONN(wanted, conn, call)                                                            \
+    ASSERT_TRUE(code_is(wanted, call, SQL_HANDLE_DBC, conn, #call))
+#define EXPECT_DESC(wanted, desc, call)                                                            \
+    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_DESC, desc, #call))
+
+// The handle's records are these: each wanted text is a state and a part of the message,
+// "08S01 error code 8704".
+void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wanted);
+
+// ---- Results ------------------------------------------------------------------------------------
+
+using row_list = std::vector<std::string>;
+// The cell as SQL_C_CHAR; "NULL", or "<code: record>" for another code than SQL_SUCCESS.
+std::string cell_text(SQLHSTMT stmt, int column);
+std::string row_text(SQLHSTMT stmt);  // all cells, joined by "|"
+// Rows until the fetch ends, and how it ended when not with SQL_NO_DATA.
+row_list fetch_all(SQLHSTMT stmt);
+// The rows of a query on a statement of its own.
+row_list query(SQLHDBC conn, const std::string &sql);
+
+#endif
