@@ -48,7 +48,7 @@ static constexpr char INSERT[] =
     std::exit(1);
 }
 
-// ---- Rows ----------------------------------------------------------------------------------------
+// ---- Rows ---------------------------------------------------------------------------------------
 
 // A row as an application holds it.
 struct insert_row {
@@ -109,7 +109,7 @@ static insert_row row_of(std::int64_t number)
     return row;
 }
 
-// ---- Figures -------------------------------------------------------------------------------------
+// ---- Figures ------------------------------------------------------------------------------------
 
 static void print_inserts(const char *what, std::int64_t rows, const bench_usage &before)
 {
@@ -120,7 +120,7 @@ static void print_inserts(const char *what, std::int64_t rows, const bench_usage
                 (after.cpu_seconds - before.cpu_seconds) / count * 1e5);
 }
 
-// ---- Through the driver --------------------------------------------------------------------------
+// ---- Through the driver -------------------------------------------------------------------------
 
 [[noreturn]] static void fail(const char *what, SQLSMALLINT type, SQLHANDLE handle)
 {
@@ -224,7 +224,7 @@ static void run_driver(const insert_options &options, std::vector<insert_row> &r
     SQLFreeHandle(SQL_HANDLE_ENV, env);
 }
 
-// ---- The floor -----------------------------------------------------------------------------------
+// ---- The floor ----------------------------------------------------------------------------------
 
 static constexpr std::size_t HEADER_SIZE = 9;
 
@@ -315,7 +315,7 @@ static void run_floor(const insert_options &options)
     close(client);
 }
 
-// ---- Options -------------------------------------------------------------------------------------
+// ---- Options ------------------------------------------------------------------------------------
 
 static bool parse(int count, char **words, insert_options *options)
 {

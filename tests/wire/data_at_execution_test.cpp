@@ -206,6 +206,28 @@ TEST(data_at_execution_requests, chunks_stay_for_the_next_execution)
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
 }
 
+// There is no pause after an execution, even for a new binding, and a new SQLPrepare does not bring
+// it back: the value is sent as if no chunk had come. Applications take a new statement.
+TEST(data_at_execution_requests, new_binding_of_a_later_execution_is_sent_empty)
+{
+    const wire_ptr wire = wire_logged_on();
+    SQLLEN at_exec = SQL_DATA_AT_EXEC;
+    bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &at_exec, &at_exec);
+    run_to_pause(wire.get(), true, INSERT_ONE);
+    expect_asked(wire->stmt, &at_exec);
+    put(wire->stmt, "first");
+    expect_values(wire.get(), true, INSERT_ONE, counted({wire_bytes("first")}));
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS));
+    bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &at_exec, &at_exec);
+    for (const bool again : {false, true}) {
+        if (again)
+            expect_prepared(wire.get(), INSERT_ONE);
+        expect_values(wire.get(), true, INSERT_ONE, counted({wire_bytes("")}));
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
+    }
+}
+
 // An array that has grown since the last execution is checked at the set where that one ended. If
 // the pause comes there, only the sets from it on are sent.
 TEST(data_at_execution_requests, pause_of_a_later_execution_sends_the_sets_from_there_on)
@@ -258,8 +280,8 @@ TEST(data_at_execution_requests, arrays_take_the_value_in_each_set_that_asks)
 
 // ---- In the pause -------------------------------------------------------------------------------
 
-// Asking for the columns of a direct execution prepares its text, and the execution goes on as a
-// direct one.
+// Asking for the columns of a direct execution prepares its text. The execution goes on as a direct
+// one, its further pages as those of the prepared one.
 TEST(data_at_execution_requests, columns_can_be_asked_for_in_the_pause)
 {
     const bytes select = "select a from t where k = ?";
@@ -272,10 +294,14 @@ TEST(data_at_execution_requests, columns_can_be_asked_for_in_the_pause)
     EXPECT_EQ(column_count(wire->stmt), 1);  // not prepared twice
     expect_asked(wire->stmt, &at_exec);
     put(wire->stmt, "k");
-    expect_bound_query(wire->node.get(), select, counted({wire_bytes("k")}),
-                       {rows_frame(one_text, {{"x"}})});
+    const bytes values = counted({wire_bytes("k")});
+    expect_bound_query(wire->node.get(), select, values,
+                       {rows_frame(one_text, {{"x"}}, {.paging_state = "more"})});
+    node_expect(wire->node.get(), {.opcode = NODE_EXECUTE,
+                                   .body = wire_short_bytes("ID") + next_bound_tail(values, "more"),
+                                   .replies = {rows_frame(one_text, {{"y"}})}});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
-    EXPECT_EQ(fetch_all(wire->stmt), std::vector<std::string>{"x"});
+    EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"x", "y"}));
 }
 
 // This road keeps no text for further pages: the request for one has none, and the server's refusal
