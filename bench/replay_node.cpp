@@ -2,18 +2,7 @@
 // read, a look at the paging flag, and one write.
 #include "bench/replay_node.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 
 #include "bench/mixed_rows.h"
 #include "tests/node/frames.h"
@@ -21,6 +10,8 @@
 
 static constexpr int PAGE_KINDS = 16;  // different pages, sent in turn
 static constexpr int FLAG_PAGING_STATE = 0x08;
+static constexpr std::size_t HEADER_SIZE = 9;
+static constexpr std::size_t LARGEST_REQUEST = 1 << 20;
 static constexpr char PREPARED_ID[] = "mixed rows";
 
 struct replay_pages {
@@ -49,29 +40,6 @@ static replay_pages prepare_pages(std::int64_t rows, bool lz4)
     return pages;
 }
 
-static bool receive_all(int socket, char *buffer, std::size_t count)
-{
-    while (count > 0) {
-        const ssize_t got = recv(socket, buffer, count, 0);
-        if (got <= 0)
-            return false;
-        buffer += got;
-        count -= static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-static bool send_all(int socket, std::string_view data)
-{
-    while (!data.empty()) {
-        const ssize_t sent = send(socket, data.data(), data.size(), MSG_NOSIGNAL);
-        if (sent <= 0)
-            return false;
-        data.remove_prefix(static_cast<std::size_t>(sent));
-    }
-    return true;
-}
-
 // Flags of a QUERY or EXECUTE body: behind the text or id and the consistency.
 static int request_flags(int opcode, std::string_view body)
 {
@@ -83,21 +51,20 @@ static int request_flags(int opcode, std::string_view body)
     return at < body.size() ? body[at] : 0;
 }
 
-static void serve(int socket, const replay_pages &pages, bool offer_lz4)
+static void serve(int client, const replay_pages &pages, bool offer_lz4)
 {
+    std::vector<char> buffer(LARGEST_REQUEST);
     bool lz4 = false;
     std::int64_t page = 0;
-    unsigned char header[9];
-    while (receive_all(socket, reinterpret_cast<char *>(header), sizeof header)) {
-        bytes body(static_cast<std::size_t>(header[5]) << 24 | header[6] << 16 | header[7] << 8 |
-                       header[8],
-                   '\0');
-        if (!receive_all(socket, body.data(), body.size()))
-            break;
-        if (header[1] & 1)
+    for (;;) {
+        const std::string_view frame = child_receive(client, &buffer);
+        if (frame.empty())
+            return;
+        bytes body(frame.substr(HEADER_SIZE));
+        if (frame[1] & 1)
             body = lz4_restore(body).value_or("");
         node_frame reply = ready_frame();
-        switch (header[4]) {
+        switch (frame[4]) {
         case NODE_OPTIONS:
             reply = stock_supported(offer_lz4);
             break;
@@ -108,62 +75,23 @@ static void serve(int socket, const replay_pages &pages, bool offer_lz4)
             reply = prepared_frame(PREPARED_ID, {}, mixed_columns());
             break;
         default: {
-            page = request_flags(header[4], body) & FLAG_PAGING_STATE ? page + 1 : 0;
+            page = request_flags(frame[4], body) & FLAG_PAGING_STATE ? page + 1 : 0;
             const bool more = page + 1 < pages.count;
             const std::size_t kind = static_cast<std::size_t>(page) % PAGE_KINDS;
-            if (!send_all(socket, more ? pages.inner[kind] : pages.last))
+            if (!child_send(client, more ? pages.inner[kind] : pages.last))
                 return;
             continue;
         }
         }
-        if (!send_all(socket, frame_on_wire(reply, lz4, 0)))
-            break;
-    }
-}
-
-[[noreturn]] static void run(int listener, std::int64_t rows, bool lz4)
-{
-    const replay_pages pages = prepare_pages(rows, lz4);
-    for (;;) {
-        const int socket = accept(listener, nullptr, nullptr);
-        if (socket < 0)
-            std::_Exit(1);
-        const int on = 1;
-        setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        serve(socket, pages, lz4);
-        close(socket);
+        if (!child_send(client, frame_on_wire(reply, lz4, 0)))
+            return;
     }
 }
 
 replay_node replay_start(std::int64_t rows, bool lz4)
 {
-    sockaddr_in address = {};
-    socklen_t length = sizeof address;
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    sockaddr *const any = reinterpret_cast<sockaddr *>(&address);
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listener < 0 || bind(listener, any, length) != 0 || listen(listener, 4) != 0 ||
-        getsockname(listener, any, &length) != 0) {
-        std::perror("replaying server");
-        std::exit(1);
-    }
-    const pid_t process = fork();
-    if (process < 0) {
-        std::perror("replaying server");
-        std::exit(1);
-    }
-    if (process == 0) {
-        // The server goes with the program that started it.
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        run(listener, rows, lz4);
-    }
-    close(listener);
-    return {.process = process, .port = ntohs(address.sin_port)};
-}
-
-void replay_stop(const replay_node &node)
-{
-    kill(node.process, SIGTERM);
-    waitpid(node.process, nullptr, 0);
+    return child_start([=](int listener) {
+        const replay_pages pages = prepare_pages(rows, lz4);
+        child_serve(listener, [&](int client) { serve(client, pages, lz4); });
+    });
 }

@@ -3,9 +3,9 @@
 #ifndef BENCH_VOID_NODE_H
 #define BENCH_VOID_NODE_H
 
-#include <sys/types.h>
-
 #include <cstdint>
+
+#include "bench/child_node.h"
 
 // What the server has received of EXECUTE frames, headers included. Two clients that sent the same
 // frames left the same figures.

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 
 // ---- The Driver Manager's files -----------------------------------------------------------------
 
@@ -21,18 +22,9 @@ static void remove_ini_folder()
 static std::string shipped_odbcinst()
 {
     std::ifstream file(VHCASS_ODBCINST_TEMPLATE);
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::string text((std::istreambuf_iterator<char>(file)), {});
     const std::string path = std::filesystem::path(VHCASS_LIBRARY).parent_path();
-    const std::string mark = "@path@";
-    for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at))
-        text.replace(at, mark.size(), path);
-    const std::string last_setting = "Threading = 2\n";
-    for (auto at = text.find(last_setting); at != std::string::npos;
-         at = text.find(last_setting, at)) {
-        at += last_setting.size();
-        text.insert(at, "DontDLClose = 1\n");
-    }
-    return text;
+    return replaced(replaced(text, "@path@", path), "Driver =", "DontDLClose = 1\nDriver=");
 }
 
 // Before the process's first ODBC call: the Driver Manager looks for its files once.
@@ -41,10 +33,7 @@ static void set_up_ini_files()
     if (!ini_folder.empty())
         return;
     std::string pattern = std::filesystem::temp_directory_path() / "vhcass-live-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) {
-        std::perror(pattern.c_str());
-        std::abort();
-    }
+    EXPECT_NE(mkdtemp(pattern.data()), nullptr) << pattern;
     ini_folder = pattern;
     std::atexit(remove_ini_folder);
     std::ofstream(ini_folder + "/odbcinst.ini") << shipped_odbcinst();
@@ -66,36 +55,25 @@ std::string add_data_source(const std::string &lines)
 
 // ---- Nodes --------------------------------------------------------------------------------------
 
-live_node node_of(const char *variable)
+std::string filled(const std::string &text, const char *variable)
 {
     const char *value = std::getenv(variable);
-    const std::string address = value == nullptr ? "" : value;
+    const std::string address = value == nullptr ? ":" : value;
     const auto colon = address.rfind(':');
-    if (colon == std::string::npos)
-        return {};
-    std::string host = address.substr(0, colon);
-    if (host.starts_with('[') && host.ends_with(']'))
-        host = host.substr(1, host.size() - 2);
-    return {.host = host, .port = address.substr(colon + 1)};
+    const std::string host = replaced(replaced(address.substr(0, colon), "[", ""), "]", "");
+    return replaced(replaced(text, "{host}", host), "{port}", address.substr(colon + 1));
 }
 
 std::string node_settings(const char *variable)
 {
-    const live_node node = node_of(variable);
-    const bool ipv6 = node.host.find(':') != std::string::npos;
-    return std::string("DRIVER={") + driver_name + "};SERVER=" + node.host + ";PORT=" + node.port +
-           ";" + (ipv6 ? "IPV6=yes;" : "");
+    return filled(std::string("DRIVER={") + driver_name + "};SERVER={host};PORT={port};", variable);
 }
 
 // ---- Sessions -----------------------------------------------------------------------------------
 
 void live_close(live_session *live)
 {
-    if (live == nullptr)
-        return;
-    if (live->stmt != nullptr)
-        SQLFreeHandle(SQL_HANDLE_STMT, live->stmt);
-    SQLDisconnect(live->conn);
+    SQLDisconnect(live->conn);  // frees the statements
     SQLFreeHandle(SQL_HANDLE_DBC, live->conn);
     SQLFreeHandle(SQL_HANDLE_ENV, live->env);
     delete live;
@@ -112,23 +90,28 @@ live_ptr live_open(SQLULEN odbc_version)
     return live;
 }
 
-SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings)
-{
-    return SQLDriverConnect(conn, nullptr, odbc_text(settings), SQL_NTS, nullptr, 0, nullptr,
-                            SQL_DRIVER_NOPROMPT);
-}
-
-SQLRETURN driver_connect_wide(SQLHDBC conn, const std::string &settings)
+SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings, bool is_wide, std::string *out)
 {
     const std::u16string wide(settings.begin(), settings.end());
-    return SQLDriverConnectW(conn, nullptr, odbc_wide(wide), SQL_NTS, nullptr, 0, nullptr,
-                             SQL_DRIVER_NOPROMPT);
+    SQLCHAR text[1024] = "";
+    SQLWCHAR wide_text[1024] = {};
+    SQLSMALLINT length = 0;
+    const SQLRETURN code = is_wide
+                               ? SQLDriverConnectW(conn, nullptr, odbc_wide(wide), SQL_NTS,
+                                                   wide_text, 1024, &length, SQL_DRIVER_COMPLETE)
+                               : SQLDriverConnect(conn, nullptr, odbc_text(settings), SQL_NTS, text,
+                                                  1024, &length, SQL_DRIVER_NOPROMPT);
+    if (out != nullptr)
+        *out =
+            is_wide ? std::string(wide_text, wide_text + length) : std::string(text, text + length);
+    return code;
 }
 
-live_ptr live_logged_on(const std::string &more, SQLULEN odbc_version)
+live_ptr live_logged_on(const std::string &more, SQLULEN odbc_version, bool is_wide)
 {
     live_ptr live = live_open(odbc_version);
-    EXPECT_CONN(SQL_SUCCESS, live->conn, driver_connect(live->conn, node_settings() + more));
+    EXPECT_CONN(SQL_SUCCESS, live->conn,
+                driver_connect(live->conn, node_settings() + more, is_wide));
     live->stmt = new_stmt(live.get());
     return live;
 }
@@ -147,6 +130,13 @@ void expect_alive(SQLHDBC conn)
 
 // ---- Calls --------------------------------------------------------------------------------------
 
+std::string replaced(std::string text, const std::string &mark, const std::string &value)
+{
+    for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at))
+        text.replace(at, mark.size(), value);
+    return text;
+}
+
 SQLRETURN exec(SQLHSTMT stmt, const std::string &sql)
 {
     return SQLExecDirect(stmt, odbc_text(sql), static_cast<SQLINTEGER>(sql.size()));
@@ -159,10 +149,8 @@ SQLRETURN prepare(SQLHSTMT stmt, const std::string &sql)
 
 void run(SQLHSTMT stmt, const std::string &sql)
 {
-    const SQLRETURN code = exec(stmt, sql);
-    if (code != SQL_SUCCESS_WITH_INFO) {
-        EXPECT_TRUE(code_is(SQL_SUCCESS, code, SQL_HANDLE_STMT, stmt, sql.c_str()));
-    }
+    EXPECT_TRUE(SQL_SUCCEEDED(exec(stmt, sql)))
+        << sql << "\n  " << ::testing::PrintToString(stmt_records(stmt));
     SQLFreeStmt(stmt, SQL_CLOSE);
 }
 
@@ -173,23 +161,50 @@ void make_keyspace(SQLHSTMT stmt, const std::string &name)
                   "'replication_factor': 1}");
 }
 
+void live_test::SetUp()
+{
+    NEED_NODE("VHCASS_SERVER");
+    log_on_with("", SQL_OV_ODBC3);
+}
+
+void live_test::log_on_with(const std::string &more, SQLULEN odbc_version, bool is_wide)
+{
+    live = live_logged_on(more, odbc_version, is_wide);
+    conn = live->conn;
+    stmt = live->stmt;
+}
+
+void live_test::use_keyspace(const std::string &name)
+{
+    make_keyspace(stmt, name);
+    run(stmt, "USE " + name);
+}
+
+void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end, int step)
+{
+    std::string batch = "BEGIN UNLOGGED BATCH\n";
+    for (int n = first; n < end; n += step)
+        batch += replaced(change, "{n}", std::to_string(n)) + ";\n";
+    run(stmt, batch + "APPLY BATCH");
+}
+
+void set_attribute(SQLHSTMT stmt, SQLINTEGER attribute, SQLPOINTER value)
+{
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLSetStmtAttr(stmt, attribute, value, 0)) << attribute;
+}
+
 // ---- Codes and diagnostics ----------------------------------------------------------------------
 
 record_list records_of(SQLSMALLINT type, SQLHANDLE handle)
 {
     record_list list;
-    for (SQLSMALLINT number = 1; number < 100; number++) {
-        SQLCHAR state[6] = "";
-        SQLCHAR text[4096] = "";
-        SQLINTEGER native = 0;
-        SQLSMALLINT length = 0;
-        const SQLRETURN code =
-            SQLGetDiagRec(type, handle, number, state, &native, text, sizeof text, &length);
-        if (!SQL_SUCCEEDED(code))
-            break;
-        list.push_back(std::string(reinterpret_cast<char *>(state)) + " " +
-                       reinterpret_cast<char *>(text));
-    }
+    SQLCHAR state[6] = "", text[4096] = "";
+    SQLINTEGER native = 0;
+    for (SQLSMALLINT number = 1;
+         number < 100 && SQL_SUCCEEDED(SQLGetDiagRec(type, handle, number, state, &native, text,
+                                                     sizeof text, nullptr));
+         number++)
+        list.push_back(std::string(state, state + 5) + " " + reinterpret_cast<char *>(text));
     return list;
 }
 
@@ -198,29 +213,14 @@ record_list stmt_records(SQLHSTMT stmt)
     return records_of(SQL_HANDLE_STMT, stmt);
 }
 
-record_list conn_records(SQLHDBC conn)
-{
-    return records_of(SQL_HANDLE_DBC, conn);
-}
-
 std::string code_name(SQLRETURN code)
 {
-    switch (code) {
-    case SQL_SUCCESS:
-        return "SQL_SUCCESS";
-    case SQL_SUCCESS_WITH_INFO:
-        return "SQL_SUCCESS_WITH_INFO";
-    case SQL_NO_DATA:
-        return "SQL_NO_DATA";
-    case SQL_NEED_DATA:
-        return "SQL_NEED_DATA";
-    case SQL_ERROR:
-        return "SQL_ERROR";
-    case SQL_INVALID_HANDLE:
-        return "SQL_INVALID_HANDLE";
-    default:
-        return std::to_string(code);
-    }
+    static const std::map<SQLRETURN, std::string> names = {
+        {SQL_SUCCESS, "SQL_SUCCESS"}, {SQL_SUCCESS_WITH_INFO, "SQL_SUCCESS_WITH_INFO"},
+        {SQL_NO_DATA, "SQL_NO_DATA"}, {SQL_NEED_DATA, "SQL_NEED_DATA"},
+        {SQL_ERROR, "SQL_ERROR"},     {SQL_INVALID_HANDLE, "SQL_INVALID_HANDLE"}};
+    const auto found = names.find(code);
+    return found == names.end() ? std::to_string(code) : found->second;
 }
 
 ::testing::AssertionResult code_is(SQLRETURN wanted, SQLRETURN got, SQLSMALLINT type,
@@ -228,17 +228,9 @@ std::string code_name(SQLRETURN code)
 {
     if (got == wanted)
         return ::testing::AssertionSuccess();
-    ::testing::AssertionResult failure = ::testing::AssertionFailure();
-    failure << call << "\n  gave " << code_name(got) << ", expected " << code_name(wanted);
-    for (const std::string &record : records_of(type, handle))
-        failure << "\n  " << record;
-    return failure;
-}
-
-static bool record_fits(const std::string &record, const std::string &wanted)
-{
-    return record.substr(0, 5) == wanted.substr(0, 5) &&
-           (wanted.size() <= 6 || record.find(wanted.substr(6)) != std::string::npos);
+    return ::testing::AssertionFailure()
+           << call << "\n  gave " << code_name(got) << ", expected " << code_name(wanted) << "\n  "
+           << ::testing::PrintToString(records_of(type, handle));
 }
 
 void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wanted)
@@ -246,7 +238,9 @@ void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wante
     const record_list records = records_of(type, handle);
     bool fits = records.size() == wanted.size();
     for (std::size_t i = 0; fits && i < records.size(); i++)
-        fits = record_fits(records[i], wanted[i]);
+        fits = records[i].starts_with(wanted[i].substr(0, 5)) &&
+               records[i].find(wanted[i].substr(std::min<std::size_t>(6, wanted[i].size()))) !=
+                   std::string::npos;
     EXPECT_TRUE(fits) << "records " << ::testing::PrintToString(records) << "\n  expected "
                       << ::testing::PrintToString(wanted);
 }
@@ -283,22 +277,18 @@ std::string row_text(SQLHSTMT stmt)
 row_list fetch_all(SQLHSTMT stmt)
 {
     row_list rows;
-    for (;;) {
-        const SQLRETURN code = SQLFetch(stmt);
-        if (code == SQL_NO_DATA)
-            return rows;
-        if (!SQL_SUCCEEDED(code)) {
-            rows.push_back(code_and_record(code, stmt));
-            return rows;
-        }
+    SQLRETURN code;
+    while (SQL_SUCCEEDED(code = SQLFetch(stmt)))
         rows.push_back(row_text(stmt));
-    }
+    if (code != SQL_NO_DATA)
+        rows.push_back(code_and_record(code, stmt));
+    return rows;
 }
 
 row_list query(SQLHDBC conn, const std::string &sql)
 {
-    SQLHSTMT stmt = nullptr;
-    EXPECT_CONN(SQL_SUCCESS, conn, SQLAllocHandle(SQL_HANDLE_STMT, conn, &stmt));
+    const live_session session = {nullptr, conn, nullptr};
+    const SQLHSTMT stmt = new_stmt(&session);
     const SQLRETURN code = exec(stmt, sql);
     const row_list rows =
         SQL_SUCCEEDED(code) ? fetch_all(stmt) : row_list{code_and_record(code, stmt)};

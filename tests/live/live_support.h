@@ -2,10 +2,12 @@
 // driver and the tests' data sources from ini files in a temporary folder. Return codes explain
 // themselves with all diagnostics; results are read as text.
 //
-//     NEED_NODE("VHCASS_SERVER");
-//     const live_ptr live = live_logged_on();
-//     EXPECT_STMT(SQL_SUCCESS, live->stmt, exec(live->stmt, "select key from system.local"));
-//     EXPECT_EQ(fetch_all(live->stmt), row_list{"local"});
+//     using live_subject = live_test;
+//     TEST_F(live_subject, a_query_gives_its_row)
+//     {
+//         EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, "select key from system.local"));
+//         EXPECT_EQ(fetch_all(stmt), row_list{"local"});
+//     }
 #ifndef TESTS_LIVE_LIVE_SUPPORT_H
 #define TESTS_LIVE_LIVE_SUPPORT_H
 
@@ -14,22 +16,17 @@
 #include <sqlext.h>
 #include <sqlucode.h>
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 // ---- Nodes and data sources ---------------------------------------------------------------------
 
-struct live_node {
-    std::string host;  // empty: the environment names no such node
-    std::string port;
-};
-
-// From a variable with "host:port" or "[::1]:port".
-live_node node_of(const char *variable);
+// {host} and {port} in a text become those of a variable with "host:port" or "[::1]:port"; both are
+// empty when the environment names no such node.
+std::string filled(const std::string &text, const char *variable = "VHCASS_SERVER");
 #define NEED_NODE(variable)                                                                        \
-    if (node_of(variable).host.empty())                                                            \
+    if (filled("{host}", variable).empty())                                                        \
     GTEST_SKIP() << "not run: " variable " names no node (host:port)"
 
 // The driver's name in odbcinst.ini.
@@ -40,7 +37,7 @@ inline constexpr char driver_name[] = "Varnholt ODBC-Cassandra Driver";
 // shall stand in the file.
 std::string add_data_source(const std::string &lines);
 
-// "DRIVER={...};SERVER=host;PORT=port;" of the node, IPV6 where its host is such an address.
+// "DRIVER={...};SERVER=host;PORT=port;" of the node.
 std::string node_settings(const char *variable = "VHCASS_SERVER");
 
 // ---- Sessions -----------------------------------------------------------------------------------
@@ -56,12 +53,14 @@ using live_ptr = std::unique_ptr<live_session, void (*)(live_session *)>;
 
 // An environment of the ODBC version and a connection that is not connected.
 live_ptr live_open(SQLULEN odbc_version = SQL_OV_ODBC3);
-SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings);
-// By the wide entry: the Driver Manager then uses the driver's wide functions throughout, and turns
-// the application's ANSI calls into them; otherwise it is the other way round.
-SQLRETURN driver_connect_wide(SQLHDBC conn, const std::string &settings);
+// By the wide entry the Driver Manager uses the driver's wide functions throughout, and turns the
+// application's ANSI calls into them; otherwise it is the other way round. `out`: the completed
+// string.
+SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings, bool is_wide = false,
+                         std::string *out = nullptr);
 // Connected to VHCASS_SERVER with a first statement; `more` are further settings ("StringLen=9").
-live_ptr live_logged_on(const std::string &more = {}, SQLULEN odbc_version = SQL_OV_ODBC3);
+live_ptr live_logged_on(const std::string &more = {}, SQLULEN odbc_version = SQL_OV_ODBC3,
+                        bool is_wide = false);
 SQLHSTMT new_stmt(const live_session *live);
 // The connection answers: a query gives what it must.
 void expect_alive(SQLHDBC conn);
@@ -81,12 +80,30 @@ inline SQLPOINTER odbc_number(SQLULEN value)
     return reinterpret_cast<SQLPOINTER>(value);
 }
 
+// The text with `value` at every place of `mark`, which does not stand in the value.
+std::string replaced(std::string text, const std::string &mark, const std::string &value);
+
 SQLRETURN exec(SQLHSTMT stmt, const std::string &sql);
 SQLRETURN prepare(SQLHSTMT stmt, const std::string &sql);
 // Executes a text whose result is of no interest. A server's warning is let pass.
 void run(SQLHSTMT stmt, const std::string &sql);
 // An empty keyspace. Each test takes a name of its own: tests may run side by side.
 void make_keyspace(SQLHSTMT stmt, const std::string &name);
+// In one request `change` for n = first, first + step ... below end, which stands at its marks {n}.
+void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end, int step = 1);
+void set_attribute(SQLHSTMT stmt, SQLINTEGER attribute, SQLPOINTER value);
+
+// A test with a session that is logged on, skipped without a VHCASS_SERVER.
+struct live_test : ::testing::Test {
+    void SetUp() override;
+    // Instead of the first session, one with these settings.
+    void log_on_with(const std::string &more, SQLULEN odbc_version, bool is_wide = false);
+    void use_keyspace(const std::string &name);  // a new one
+
+    live_ptr live = {nullptr, live_close};
+    SQLHDBC conn = nullptr;
+    SQLHSTMT stmt = nullptr;
+};
 
 // ---- Codes and diagnostics ----------------------------------------------------------------------
 
@@ -94,7 +111,6 @@ void make_keyspace(SQLHSTMT stmt, const std::string &name);
 using record_list = std::vector<std::string>;
 record_list records_of(SQLSMALLINT type, SQLHANDLE handle);
 record_list stmt_records(SQLHSTMT stmt);
-record_list conn_records(SQLHDBC conn);
 
 std::string code_name(SQLRETURN code);
 ::testing::AssertionResult code_is(SQLRETURN wanted, SQLRETURN got, SQLSMALLINT type,
@@ -105,10 +121,6 @@ std::string code_name(SQLRETURN code);
     ASSERT_TRUE(code_is(wanted, call, SQL_HANDLE_STMT, stmt, #call))
 #define EXPECT_CONN(wanted, conn, call)                                                            \
     EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_DBC, conn, #call))
-#define ASSERT_CONN(wanted, conn, call)                                                            \
-    ASSERT_TRUE(code_is(wanted, call, SQL_HANDLE_DBC, conn, #call))
-#define EXPECT_DESC(wanted, desc, call)                                                            \
-    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_DESC, desc, #call))
 
 // The handle's records are these: each wanted text is a state and a part of the message,
 // "08S01 error code 8704".

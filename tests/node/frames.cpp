@@ -24,62 +24,21 @@ static bytes big_endian(std::uint64_t value, int size)
     return out;
 }
 
-bytes be8(std::uint64_t value)
-{
-    return big_endian(value, 1);
-}
-
-bytes be16(std::uint64_t value)
-{
-    return big_endian(value, 2);
-}
-
-bytes be32(std::uint64_t value)
-{
-    return big_endian(value, 4);
-}
-
-bytes be64(std::uint64_t value)
-{
-    return big_endian(value, 8);
-}
-
-bytes be_float(float value)
-{
-    return be32(std::bit_cast<std::uint32_t>(value));
-}
-
-bytes be_double(double value)
-{
-    return be64(std::bit_cast<std::uint64_t>(value));
-}
-
-bytes repeated(std::string_view piece, int times)
-{
-    bytes out;
-    for (int i = 0; i < times; i++)
-        out += piece;
-    return out;
-}
-
-bytes wire_string(std::string_view text)
-{
-    return be16(text.size()) + bytes(text);
-}
-
-bytes wire_long_string(std::string_view text)
-{
-    return be32(text.size()) + bytes(text);
-}
+// clang-format off
+bytes be8(std::uint64_t value) { return big_endian(value, 1); }
+bytes be16(std::uint64_t value) { return big_endian(value, 2); }
+bytes be32(std::uint64_t value) { return big_endian(value, 4); }
+bytes be64(std::uint64_t value) { return big_endian(value, 8); }
+bytes be_float(float value) { return be32(std::bit_cast<std::uint32_t>(value)); }
+bytes be_double(double value) { return be64(std::bit_cast<std::uint64_t>(value)); }
+bytes wire_string(std::string_view text) { return be16(text.size()) + bytes(text); }
+bytes wire_long_string(std::string_view text) { return be32(text.size()) + bytes(text); }
+bytes wire_short_bytes(std::string_view value) { return wire_string(value); }
+// clang-format on
 
 bytes wire_bytes(const node_cell &value)
 {
     return value ? be32(value->size()) + *value : be32(0xFFFFFFFF);
-}
-
-bytes wire_short_bytes(std::string_view value)
-{
-    return wire_string(value);
 }
 
 bytes wire_string_list(const std::vector<bytes> &texts)
@@ -87,22 +46,6 @@ bytes wire_string_list(const std::vector<bytes> &texts)
     bytes out = be16(texts.size());
     for (const bytes &text : texts)
         out += wire_string(text);
-    return out;
-}
-
-bytes wire_string_map(const std::vector<std::pair<bytes, bytes>> &entries)
-{
-    bytes out = be16(entries.size());
-    for (const auto &[key, value] : entries)
-        out += wire_string(key) + wire_string(value);
-    return out;
-}
-
-bytes wire_string_multimap(const std::vector<std::pair<bytes, std::vector<bytes>>> &entries)
-{
-    bytes out = be16(entries.size());
-    for (const auto &[key, values] : entries)
-        out += wire_string(key) + wire_string_list(values);
     return out;
 }
 
@@ -137,13 +80,10 @@ std::string hex_dump(std::string_view value)
     constexpr std::size_t line = 16;
     std::string out;
     for (std::size_t at = 0; at < value.size(); at += line) {
+        char text[80];
         const std::string_view part = value.substr(at, line);
-        char head[32];
-        std::snprintf(head, sizeof head, "  %04zx ", at);
-        out += head;
-        for (std::size_t i = 0; i < line; i++)
-            out += i < part.size() ? " " + to_hex(part.substr(i, 1)) : "   ";
-        out += "  ";
+        std::snprintf(text, sizeof text, "  %04zx %-32s  ", at, to_hex(part).c_str());
+        out += text;
         for (const char c : part)
             out += c >= 0x20 && c < 0x7F ? c : '.';
         out += "\n";
@@ -154,40 +94,25 @@ std::string hex_dump(std::string_view value)
 bytes pattern(int length)
 {
     static constexpr std::string_view digits = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJ";
-    bytes out;
-    for (int i = 0; i < length; i++) {
-        const std::size_t round = static_cast<std::size_t>(i) / digits.size();
-        out += digits[(static_cast<std::size_t>(i) + round) % digits.size()];
-    }
+    bytes out(static_cast<std::size_t>(length), '\0');
+    for (std::size_t i = 0; i < out.size(); i++)
+        out[i] = digits[(i + i / digits.size()) % digits.size()];
     return out;
 }
 
 // ---- Types and metadata -------------------------------------------------------------------
-
-bytes type_of(int option_id)
-{
-    return be16(static_cast<std::uint64_t>(option_id));
-}
 
 bytes type_custom(std::string_view class_name)
 {
     return type_of(NODE_CUSTOM) + wire_string(class_name);
 }
 
-bytes type_list(const bytes &element)
-{
-    return type_of(NODE_LIST) + element;
-}
-
-bytes type_set(const bytes &element)
-{
-    return type_of(NODE_SET) + element;
-}
-
-bytes type_map(const bytes &key, const bytes &value)
-{
-    return type_of(NODE_MAP) + key + value;
-}
+// clang-format off
+bytes type_of(int option_id) { return be16(option_id); }
+bytes type_list(const bytes &element) { return type_of(NODE_LIST) + element; }
+bytes type_set(const bytes &element) { return type_of(NODE_SET) + element; }
+bytes type_map(const bytes &key, const bytes &value) { return type_of(NODE_MAP) + key + value; }
+// clang-format on
 
 bytes type_tuple(const std::vector<bytes> &members)
 {
@@ -209,43 +134,33 @@ bytes type_udt(std::string_view keyspace, std::string_view name,
 // Column specifications, with keyspace and table once in front or in each.
 static bytes column_specs(const node_columns &columns, bool global_spec)
 {
-    bytes out;
-    if (global_spec) {
-        const node_column first = columns.empty() ? node_column{} : columns.front();
-        out += wire_string(first.keyspace) + wire_string(first.table);
-    }
-    for (const node_column &column : columns) {
-        if (!global_spec)
-            out += wire_string(column.keyspace) + wire_string(column.table);
-        out += wire_string(column.name) + column.type;
-    }
+    const auto table_of = [](const node_column &column) {
+        return wire_string(column.keyspace) + wire_string(column.table);
+    };
+    bytes out = global_spec ? table_of(columns.empty() ? node_column{} : columns.front()) : "";
+    for (const node_column &column : columns)
+        out += (global_spec ? "" : table_of(column)) + wire_string(column.name) + column.type;
     return out;
 }
 
-bytes rows_metadata(const node_columns &columns, const node_metadata &options)
+static bytes rows_metadata(const node_columns &columns, const node_metadata &options)
 {
+    const bool more = !options.paging_state.empty();
     const int flags = (options.global_spec && !options.no_metadata ? METADATA_GLOBAL_SPEC : 0) |
-                      (options.paging_state.empty() ? 0 : METADATA_MORE_PAGES) |
-                      (options.no_metadata ? METADATA_NONE : 0);
-    const auto count = options.column_count.value_or(static_cast<int>(columns.size()));
-    bytes out = be32(static_cast<std::uint64_t>(flags)) + be32(static_cast<std::uint64_t>(count));
-    if (!options.paging_state.empty())
-        out += wire_bytes(options.paging_state);
-    if (!options.no_metadata)
-        out += column_specs(columns, options.global_spec);
-    return out;
+                      (more ? METADATA_MORE_PAGES : 0) | (options.no_metadata ? METADATA_NONE : 0);
+    return be32(flags) + be32(options.column_count.value_or(static_cast<int>(columns.size()))) +
+           (more ? wire_bytes(options.paging_state) : bytes()) +
+           (options.no_metadata ? bytes() : column_specs(columns, options.global_spec));
 }
 
 // ---- Frames of a server -------------------------------------------------------------------
 
 node_frame supported_frame(const std::vector<std::pair<bytes, std::vector<bytes>>> &options)
 {
-    return {.opcode = NODE_SUPPORTED, .body = wire_string_multimap(options)};
-}
-
-node_frame ready_frame()
-{
-    return {.opcode = NODE_READY, .body = {}};
+    bytes body = be16(options.size());
+    for (const auto &[key, values] : options)
+        body += wire_string(key) + wire_string_list(values);
+    return {.opcode = NODE_SUPPORTED, .body = body};
 }
 
 node_frame authenticate_frame(std::string_view class_name)
@@ -265,19 +180,19 @@ node_frame error_frame(std::uint32_t code, std::string_view message, const bytes
 
 static node_frame result_frame(int kind, const bytes &rest)
 {
-    return {.opcode = NODE_RESULT, .body = be32(static_cast<std::uint64_t>(kind)) + rest};
+    return {.opcode = NODE_RESULT, .body = be32(kind) + rest};
 }
 
-node_frame void_frame()
-{
-    return result_frame(1, {});
-}
+// clang-format off
+node_frame ready_frame() { return {.opcode = NODE_READY, .body = {}}; }
+node_frame void_frame() { return result_frame(1, {}); }
+// clang-format on
 
 node_frame rows_frame(const node_columns &columns, const std::vector<node_row> &rows,
                       const node_metadata &options)
 {
     const int count = options.row_count.value_or(static_cast<int>(rows.size()));
-    bytes body = rows_metadata(columns, options) + be32(static_cast<std::uint64_t>(count));
+    bytes body = rows_metadata(columns, options) + be32(count);
     for (const node_row &row : rows)
         for (const node_cell &cell : row)
             body += wire_bytes(cell);
@@ -292,21 +207,12 @@ node_frame set_keyspace_frame(std::string_view keyspace)
 node_frame prepared_frame(std::string_view id, const node_columns &parameters,
                           const node_columns &columns)
 {
-    bytes body = wire_short_bytes(id) + be32(parameters.empty() ? 0 : METADATA_GLOBAL_SPEC) +
-                 be32(parameters.size()) + be32(0);
-    if (!parameters.empty())
-        body += column_specs(parameters, true);
+    const bool bound = !parameters.empty();
+    const bytes head = be32(bound ? METADATA_GLOBAL_SPEC : 0) + be32(parameters.size()) + be32(0);
     // A statement without rows announces no columns and no metadata.
-    return result_frame(4, body + rows_metadata(columns, {.no_metadata = columns.empty()}));
-}
-
-node_frame schema_change_frame(std::string_view change, std::string_view target,
-                               const std::vector<bytes> &options, const bytes &rest)
-{
-    bytes body = wire_string(change) + wire_string(target);
-    for (const bytes &option : options)
-        body += wire_string(option);
-    return result_frame(5, body + rest);
+    return result_frame(4, wire_short_bytes(id) + head +
+                               (bound ? column_specs(parameters, true) : "") +
+                               rows_metadata(columns, {.no_metadata = columns.empty()}));
 }
 
 node_frame with_warnings(node_frame frame, const std::vector<bytes> &warnings)
@@ -330,17 +236,14 @@ node_frame no_answer(node_ending ending)
 
 bytes frame_on_wire(const node_frame &frame, bool lz4, int stream)
 {
-    const bool due = lz4 && !frame.body.empty();
-    const bool compress = frame.compression == COMPRESS_ALWAYS ||
-                          (frame.compression == COMPRESS_AS_NEGOTIATED && due);
-    const int flags = frame.flags | (compress ? FLAG_COMPRESSED : 0);
+    const bool compress = frame.compression == COMPRESS_AS_NEGOTIATED
+                              ? lz4 && !frame.body.empty()
+                              : frame.compression == COMPRESS_ALWAYS;
     const bytes body = compress ? lz4_body(frame.body) : frame.body;
     const auto length = frame.announced_length.value_or(static_cast<std::int32_t>(body.size()));
-    const bytes wire = be8(static_cast<std::uint64_t>(frame.version)) +
-                       be8(static_cast<std::uint64_t>(flags)) +
-                       be16(static_cast<std::uint64_t>(frame.stream.value_or(stream))) +
-                       be8(static_cast<std::uint64_t>(frame.opcode)) +
-                       be32(static_cast<std::uint64_t>(length)) + body;
+    const bytes wire = be8(frame.version) + be8(frame.flags | (compress ? FLAG_COMPRESSED : 0)) +
+                       be16(frame.stream.value_or(stream)) + be8(frame.opcode) + be32(length) +
+                       body;
     return wire.substr(0, frame.cut.value_or(wire.size()));
 }
 
@@ -356,40 +259,35 @@ bytes lz4_body(std::string_view body)
 std::optional<bytes> lz4_restore(std::string_view compressed)
 {
     constexpr std::size_t largest = 256u << 20;
-    if (compressed.size() < 4)
-        return std::nullopt;
     std::size_t size = 0;
     for (const char c : compressed.substr(0, 4))
         size = size << 8 | static_cast<unsigned char>(c);
-    if (size > largest)
+    if (compressed.size() < 4 || size > largest)
         return std::nullopt;
     bytes out(size, '\0');
-    const std::string_view block = compressed.substr(4);
-    const int read = LZ4_decompress_safe(block.data(), out.data(), static_cast<int>(block.size()),
-                                         static_cast<int>(size));
-    if (read != static_cast<int>(size))
-        return std::nullopt;
-    return out;
+    const int read =
+        LZ4_decompress_safe(compressed.data() + 4, out.data(),
+                            static_cast<int>(compressed.size() - 4), static_cast<int>(size));
+    return read == static_cast<int>(size) ? std::optional(out) : std::nullopt;
 }
 
 // ---- Bodies of requests -------------------------------------------------------------------
 
 bytes startup_body(bool lz4)
 {
-    if (lz4)
-        return wire_string_map({{"CQL_VERSION", "3.0.0"}, {"COMPRESSION", "lz4"}});
-    return wire_string_map({{"CQL_VERSION", "3.0.0"}});
+    return be16(lz4 ? 2 : 1) + wire_string("CQL_VERSION") + wire_string("3.0.0") +
+           (lz4 ? wire_string("COMPRESSION") + wire_string("lz4") : bytes());
 }
 
-bytes query_tail(int consistency)
+static bytes query_tail(int consistency)
 {
-    return be16(static_cast<std::uint64_t>(consistency)) + be8(PAGE_SIZE_FLAG) + be32(100);
+    return be16(consistency) + be8(PAGE_SIZE_FLAG) + be32(100);
 }
 
 bytes next_page_tail(std::string_view paging_state, int consistency)
 {
-    return be16(static_cast<std::uint64_t>(consistency)) + be8(PAGE_SIZE_FLAG | PAGING_STATE_FLAG) +
-           be32(100) + wire_long_string(paging_state);
+    return be16(consistency) + be8(PAGE_SIZE_FLAG | PAGING_STATE_FLAG) + be32(100) +
+           wire_long_string(paging_state);
 }
 
 bytes query_body(std::string_view sql, int consistency)
@@ -404,8 +302,7 @@ bytes execute_body(std::string_view id, int consistency)
 
 bytes use_body(std::string_view keyspace, int consistency)
 {
-    return wire_long_string("USE \"" + bytes(keyspace) + "\";") +
-           be16(static_cast<std::uint64_t>(consistency)) + be8(0);
+    return wire_long_string("USE \"" + bytes(keyspace) + "\";") + be16(consistency) + be8(0);
 }
 
 bytes auth_body(std::string_view user, std::string_view password)

@@ -15,52 +15,23 @@ using bytes = std::string;               // any bytes, zeros among them
 using node_cell = std::optional<bytes>;  // value of a cell, or null
 using node_row = std::vector<node_cell>;
 
+// clang-format off
 enum : int {
-    NODE_ERROR = 0,
-    NODE_STARTUP = 1,
-    NODE_READY = 2,
-    NODE_AUTHENTICATE = 3,
-    NODE_OPTIONS = 5,
-    NODE_SUPPORTED = 6,
-    NODE_QUERY = 7,
-    NODE_RESULT = 8,
-    NODE_PREPARE = 9,
-    NODE_EXECUTE = 10,
-    NODE_EVENT = 12,
-    NODE_AUTH_CHALLENGE = 14,
-    NODE_AUTH_RESPONSE = 15,
-    NODE_AUTH_SUCCESS = 16,
+    NODE_ERROR = 0, NODE_STARTUP = 1, NODE_READY = 2, NODE_AUTHENTICATE = 3, NODE_OPTIONS = 5,
+    NODE_SUPPORTED = 6, NODE_QUERY = 7, NODE_RESULT = 8, NODE_PREPARE = 9, NODE_EXECUTE = 10,
+    NODE_EVENT = 12, NODE_AUTH_CHALLENGE = 14, NODE_AUTH_RESPONSE = 15, NODE_AUTH_SUCCESS = 16,
 };
 
 // Option ids of CQL types (native protocol v4, section 4.2.5.2; 21 is of v5).
 enum : int {
-    NODE_CUSTOM = 0,
-    NODE_ASCII = 1,
-    NODE_BIGINT = 2,
-    NODE_BLOB = 3,
-    NODE_BOOLEAN = 4,
-    NODE_COUNTER = 5,
-    NODE_DECIMAL = 6,
-    NODE_DOUBLE = 7,
-    NODE_FLOAT = 8,
-    NODE_INT = 9,
-    NODE_TIMESTAMP = 11,
-    NODE_UUID = 12,
-    NODE_VARCHAR = 13,
-    NODE_VARINT = 14,
-    NODE_TIMEUUID = 15,
-    NODE_INET = 16,
-    NODE_DATE = 17,
-    NODE_TIME = 18,
-    NODE_SMALLINT = 19,
-    NODE_TINYINT = 20,
-    NODE_DURATION = 21,
-    NODE_LIST = 32,
-    NODE_MAP = 33,
-    NODE_SET = 34,
-    NODE_UDT = 48,
+    NODE_CUSTOM = 0, NODE_ASCII = 1, NODE_BIGINT = 2, NODE_BLOB = 3, NODE_BOOLEAN = 4,
+    NODE_COUNTER = 5, NODE_DECIMAL = 6, NODE_DOUBLE = 7, NODE_FLOAT = 8, NODE_INT = 9,
+    NODE_TIMESTAMP = 11, NODE_UUID = 12, NODE_VARCHAR = 13, NODE_VARINT = 14, NODE_TIMEUUID = 15,
+    NODE_INET = 16, NODE_DATE = 17, NODE_TIME = 18, NODE_SMALLINT = 19, NODE_TINYINT = 20,
+    NODE_DURATION = 21, NODE_LIST = 32, NODE_MAP = 33, NODE_SET = 34, NODE_UDT = 48,
     NODE_TUPLE = 49,
 };
+// clang-format on
 
 // ---- Primitives -------------------------------------------------------------------
 
@@ -70,15 +41,12 @@ bytes be32(std::uint64_t value);
 bytes be64(std::uint64_t value);
 bytes be_float(float value);
 bytes be_double(double value);
-bytes repeated(std::string_view piece, int times);
 
 bytes wire_string(std::string_view text);       // [string]
 bytes wire_long_string(std::string_view text);  // [long string]
 bytes wire_bytes(const node_cell &value);       // [bytes], nothing: length -1
 bytes wire_short_bytes(std::string_view value);
 bytes wire_string_list(const std::vector<bytes> &texts);
-bytes wire_string_map(const std::vector<std::pair<bytes, bytes>> &entries);
-bytes wire_string_multimap(const std::vector<std::pair<bytes, std::vector<bytes>>> &entries);
 
 // "01 ff" to bytes and back; blanks are passed over.
 bytes from_hex(std::string_view text);
@@ -116,8 +84,6 @@ struct node_metadata {
     std::optional<int> row_count = {};
 };
 
-bytes rows_metadata(const node_columns &columns, const node_metadata &options = {});
-
 // ---- Frames of a server -------------------------------------------------------------------
 
 enum node_compression { COMPRESS_AS_NEGOTIATED, COMPRESS_NEVER, COMPRESS_ALWAYS };
@@ -149,9 +115,6 @@ node_frame set_keyspace_frame(std::string_view keyspace);
 // `parameters` are the bound columns, `columns` those of the result.
 node_frame prepared_frame(std::string_view id, const node_columns &parameters,
                           const node_columns &columns);
-// options: the strings behind target, such as {"ks", "t"}; raw bytes may follow.
-node_frame schema_change_frame(std::string_view change, std::string_view target,
-                               const std::vector<bytes> &options, const bytes &rest = {});
 
 // The same frame with warnings in front of its body, or broken off.
 node_frame with_warnings(node_frame frame, const std::vector<bytes> &warnings);
@@ -171,8 +134,7 @@ std::optional<bytes> lz4_restore(std::string_view compressed);
 constexpr int CONSISTENCY_ONE = 1;
 
 bytes startup_body(bool lz4);
-// What stands behind the statement: flags 4 and the page size, or flags 12 and the paging state.
-bytes query_tail(int consistency = CONSISTENCY_ONE);
+// What stands behind a statement: flags 12, the page size and the paging state.
 bytes next_page_tail(std::string_view paging_state, int consistency = CONSISTENCY_ONE);
 bytes query_body(std::string_view sql, int consistency = CONSISTENCY_ONE);
 bytes execute_body(std::string_view id, int consistency = CONSISTENCY_ONE);

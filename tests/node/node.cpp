@@ -25,7 +25,7 @@ using node_clock = std::chrono::steady_clock;
 static constexpr int HEADER_SIZE = 9;
 static constexpr int REQUEST_VERSION = 4;
 static constexpr int FLAG_COMPRESSED = 0x01;
-static constexpr std::size_t LARGEST_REQUEST = 256u << 20;
+static constexpr int DEADLINE_SECONDS = 20;
 
 struct node_connection {
     int socket;
@@ -33,7 +33,6 @@ struct node_connection {
 };
 
 struct scripted_node {
-    node_options options;
     int listener;
     int wake;  // readable once the server is to stop
     int port;
@@ -64,19 +63,11 @@ static std::string opcode_text(int opcode)
     return (known ? names[opcode] : "?") + (" (" + std::to_string(opcode)) + ")";
 }
 
-static std::string request_text(const node_request &request)
+static std::string request_text(int opcode, const std::optional<bytes> &body)
 {
-    return opcode_text(request.opcode) + ", body of " + std::to_string(request.body.size()) +
-           " bytes:\n" + hex_dump(request.body);
-}
-
-static std::string step_text(const node_step &step)
-{
-    std::string text = opcode_text(step.opcode);
-    if (!step.body)
-        return text + ", any body\n";
-    return text + ", body of " + std::to_string(step.body->size()) + " bytes:\n" +
-           hex_dump(*step.body);
+    return opcode_text(opcode) +
+           (body ? ", body of " + std::to_string(body->size()) + " bytes:\n" + hex_dump(*body)
+                 : ", any body\n");
 }
 
 static void complain(scripted_node *node, const std::string &text)
@@ -96,18 +87,16 @@ static int milliseconds_left(const scripted_node *node)
 }
 
 // Exactly `count` bytes. False when the peer has gone, the deadline passed or the server stops.
-static bool receive(scripted_node *node, int socket, char *buffer, std::size_t count)
+static bool receive(scripted_node *node, int socket, void *buffer, std::size_t count)
 {
     for (std::size_t have = 0; have < count;) {
         pollfd waits[] = {{socket, POLLIN, 0}, {node->wake, POLLIN, 0}};
         const int ready = poll(waits, std::size(waits), milliseconds_left(node));
-        if (ready <= 0 && !(ready < 0 && errno == EINTR))
-            return false;
-        if (node->stopping)
-            return false;
-        if (waits[0].revents == 0)
+        if (ready < 0 && errno == EINTR)
             continue;
-        const ssize_t got = recv(socket, buffer + have, count - have, 0);
+        if (ready <= 0 || node->stopping)
+            return false;
+        const ssize_t got = recv(socket, static_cast<char *>(buffer) + have, count - have, 0);
         if (got <= 0)
             return false;
         have += static_cast<std::size_t>(got);
@@ -140,48 +129,36 @@ static void hang_up(int socket, bool reset)
 }
 
 // One request, restored. False when the connection is at its end.
-static bool read_request(scripted_node *node, node_connection *connection, node_request *request)
+static bool read_request(scripted_node *node, const node_connection &from, node_request *request)
 {
-    unsigned char header[HEADER_SIZE];
+    unsigned char header[HEADER_SIZE] = {};
     // A request begins with its first byte; an end before it is an orderly one.
-    if (!receive(node, connection->socket, reinterpret_cast<char *>(header), 1))
+    if (!receive(node, from.socket, header, 1))
         return false;
-    if (!receive(node, connection->socket, reinterpret_cast<char *>(header) + 1, HEADER_SIZE - 1)) {
-        complain(node, "the connection ended within a request's header");
-        return false;
-    }
+    bool whole = receive(node, from.socket, header + 1, HEADER_SIZE - 1);
     const std::size_t length =
         static_cast<std::size_t>(header[5]) << 24 | header[6] << 16 | header[7] << 8 | header[8];
-    if (length > LARGEST_REQUEST) {
-        complain(node, "a request announces " + std::to_string(length) + " bytes");
-        return false;
-    }
-    bytes body(length, '\0');
-    if (!receive(node, connection->socket, body.data(), length)) {
-        complain(node, "the connection ended within a request's body");
-        return false;
-    }
+    bytes body(whole ? length : 0, '\0');
+    whole = whole && receive(node, from.socket, body.data(), body.size());
+    const bool compressed = whole && (header[1] & FLAG_COMPRESSED) != 0;
+    const std::optional<bytes> restored = compressed ? lz4_restore(body) : body;
+    if (!whole)
+        complain(node, "the connection ended within a request");
+    if (!restored)
+        complain(node, "a compressed body is not lz4:\n" + hex_dump(body));
     *request = {.version = header[0],
                 .flags = header[1],
                 .stream = static_cast<std::int16_t>(header[2] << 8 | header[3]),
                 .opcode = header[4],
-                .compressed = (header[1] & FLAG_COMPRESSED) != 0,
-                .body = body};
-    if (!request->compressed)
-        return true;
-    const std::optional<bytes> restored = lz4_restore(body);
-    if (!restored)
-        complain(node, "a compressed body is not lz4:\n" + hex_dump(body));
-    request->body = restored.value_or("");
-    return restored.has_value();
+                .body = restored.value_or("")};
+    return whole && restored;
 }
 
 // ---- The script --------------------------------------------------------------------------------
 
-static void check_header(scripted_node *node, const node_connection &connection,
-                         const node_request &request)
+static void check_header(scripted_node *node, bool lz4, const node_request &request)
 {
-    const int flags = connection.lz4 && !request.body.empty() ? FLAG_COMPRESSED : 0;
+    const int flags = lz4 && !request.body.empty() ? FLAG_COMPRESSED : 0;
     if (request.version == REQUEST_VERSION && request.stream == 0 && request.flags == flags)
         return;
     char text[160];
@@ -197,43 +174,37 @@ static std::vector<node_frame> answers_to(scripted_node *node, const node_reques
 {
     std::unique_lock hold(node->lock);
     node->requests.push_back(request);
-    if (node->script.empty() && node->responder)
-        return node->responder(request);
     if (node->script.empty()) {
+        if (node->responder)
+            return node->responder(request);
         hold.unlock();
-        complain(node, "expected nothing more, came " + request_text(request));
+        complain(node, "expected nothing more, came " + request_text(request.opcode, request.body));
         return {error_frame(0, "the script is at its end")};
     }
     const node_step step = node->script.front();
     node->script.pop_front();
-    hold.unlock();
-
-    if ((step.opcode != -1 && step.opcode != request.opcode) ||
-        (step.body && *step.body != request.body)) {
-        complain(node, "expected " + step_text(step) + "came " + request_text(request));
-        return {error_frame(0, "not the request that the script expects")};
+    if ((step.opcode == -1 || step.opcode == request.opcode) &&
+        (!step.body || *step.body == request.body)) {
+        node->steps_done++;
+        return step.replies;
     }
-    const std::string complaint = step.check ? step.check(request) : std::string();
-    if (!complaint.empty())
-        complain(node, complaint + "\ncame " + request_text(request));
-    hold.lock();
-    node->steps_done++;
-    return step.replies;
+    hold.unlock();
+    complain(node, "expected " + request_text(step.opcode, step.body) + "came " +
+                       request_text(request.opcode, request.body));
+    return {error_frame(0, "not the request that the script expects")};
 }
 
 // Takes one request and answers it. False when the connection was ended.
 static bool serve(scripted_node *node, node_connection *connection)
 {
     node_request request;
-    if (!read_request(node, connection, &request)) {
+    if (!read_request(node, *connection, &request)) {
         close(connection->socket);
         return false;
     }
-    if (node->options.check_headers)
-        check_header(node, *connection, request);
+    check_header(node, connection->lz4, request);
     if (request.opcode == NODE_STARTUP)
-        connection->lz4 =
-            request.body.find(wire_string("COMPRESSION") + wire_string("lz4")) != bytes::npos;
+        connection->lz4 = request.body == startup_body(true);
     for (const node_frame &reply : answers_to(node, request)) {
         transmit(connection->socket, frame_on_wire(reply, connection->lz4, request.stream),
                  reply.slowly);
@@ -251,7 +222,7 @@ static void take_connection(scripted_node *node)
     if (socket < 0)
         return;
     const int on = 1;
-    const timeval patience = {.tv_sec = node->options.deadline_ms / 1000 + 1, .tv_usec = 0};
+    const timeval patience = {.tv_sec = DEADLINE_SECONDS, .tv_usec = 0};
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
     node->connections.push_back({.socket = socket, .lz4 = false});
@@ -280,7 +251,6 @@ static void run(scripted_node *node)
     }
     for (const node_connection &connection : node->connections)
         hang_up(connection.socket, true);
-    node->connections.clear();
     close(node->listener);
 }
 
@@ -292,30 +262,21 @@ static void run(scripted_node *node)
     std::abort();
 }
 
-node_ptr node_start(const node_options &options)
+node_ptr node_start()
 {
     node_ptr node(new scripted_node{}, node_free);
-    node->options = options;
-    node->deadline = node_clock::now() + std::chrono::milliseconds(options.deadline_ms);
+    node->deadline = node_clock::now() + std::chrono::seconds(DEADLINE_SECONDS);
     node->wake = eventfd(0, EFD_CLOEXEC);
-    const int family = options.ipv6 ? AF_INET6 : AF_INET;
-    node->listener = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (node->wake < 0 || node->listener < 0)
-        give_up("scripted server: socket");
-
-    sockaddr_storage address = {};
-    socklen_t length = options.ipv6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
-    address.ss_family = static_cast<sa_family_t>(family);
-    if (options.ipv6)
-        reinterpret_cast<sockaddr_in6 *>(&address)->sin6_addr = in6addr_loopback;
-    else
-        reinterpret_cast<sockaddr_in *>(&address)->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    node->listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     sockaddr *const any = reinterpret_cast<sockaddr *>(&address);
-    if (bind(node->listener, any, length) != 0 || listen(node->listener, 16) != 0 ||
-        getsockname(node->listener, any, &length) != 0)
+    socklen_t length = sizeof address;
+    if (node->wake < 0 || bind(node->listener, any, length) != 0 ||
+        listen(node->listener, 16) != 0 || getsockname(node->listener, any, &length) != 0)
         give_up("scripted server: listen");
-    // Both families keep the port in the same place.
-    node->port = ntohs(reinterpret_cast<sockaddr_in *>(&address)->sin_port);
+    node->port = ntohs(address.sin_port);
     node->thread = std::thread(run, node.get());
     return node;
 }
@@ -327,7 +288,7 @@ int node_port(const scripted_node *node)
 
 std::string node_address(const scripted_node *node)
 {
-    return (node->options.ipv6 ? "::1*" : "127.0.0.1:") + std::to_string(node->port);
+    return "127.0.0.1:" + std::to_string(node->port);
 }
 
 void node_expect(scripted_node *node, node_step step)
@@ -361,7 +322,7 @@ std::string node_finish(scripted_node *node)
     const std::lock_guard hold(node->lock);
     std::string text = node->complaints;
     for (const node_step &step : node->script)
-        text += "never came: " + step_text(step);
+        text += "never came: " + request_text(step.opcode, step.body);
     return text;
 }
 
@@ -385,55 +346,43 @@ node_frame stock_supported(bool lz4)
     return supported_frame(options);
 }
 
+static void expect(scripted_node *node, int opcode, const bytes &body,
+                   std::vector<node_frame> replies)
+{
+    node_expect(node, {.opcode = opcode, .body = body, .replies = std::move(replies)});
+}
+
 void expect_logon(scripted_node *node, const node_logon &logon)
 {
-    const bool password = !logon.user.empty();
-    node_expect(node,
-                {.opcode = NODE_OPTIONS, .body = "", .replies = {stock_supported(logon.lz4)}});
-    node_expect(node, {.opcode = NODE_STARTUP,
-                       .body = startup_body(logon.lz4),
-                       .replies = {password ? authenticate_frame() : ready_frame()}});
-    if (password)
-        node_expect(node, {.opcode = NODE_AUTH_RESPONSE,
-                           .body = auth_body(logon.user, logon.password),
-                           .replies = {auth_success_frame()}});
-    if (!logon.keyspace.empty())
-        node_expect(node, {.opcode = NODE_QUERY,
-                           .body = use_body(logon.keyspace),
-                           .replies = {set_keyspace_frame(logon.keyspace)}});
+    expect(node, NODE_OPTIONS, "", {stock_supported(logon.lz4)});
+    expect(node, NODE_STARTUP, startup_body(logon.lz4), {ready_frame()});
 }
 
 void expect_query(scripted_node *node, std::string_view sql, std::vector<node_frame> replies)
 {
-    node_expect(node,
-                {.opcode = NODE_QUERY, .body = query_body(sql), .replies = std::move(replies)});
+    expect(node, NODE_QUERY, query_body(sql), std::move(replies));
 }
 
 void expect_next_query(scripted_node *node, std::string_view sql, std::string_view paging_state,
                        std::vector<node_frame> replies)
 {
-    node_expect(node, {.opcode = NODE_QUERY,
-                       .body = wire_long_string(sql) + next_page_tail(paging_state),
-                       .replies = std::move(replies)});
+    expect(node, NODE_QUERY, wire_long_string(sql) + next_page_tail(paging_state),
+           std::move(replies));
 }
 
 void expect_prepare(scripted_node *node, std::string_view sql, std::vector<node_frame> replies)
 {
-    node_expect(
-        node,
-        {.opcode = NODE_PREPARE, .body = wire_long_string(sql), .replies = std::move(replies)});
+    expect(node, NODE_PREPARE, wire_long_string(sql), std::move(replies));
 }
 
 void expect_execute(scripted_node *node, std::string_view id, std::vector<node_frame> replies)
 {
-    node_expect(node,
-                {.opcode = NODE_EXECUTE, .body = execute_body(id), .replies = std::move(replies)});
+    expect(node, NODE_EXECUTE, execute_body(id), std::move(replies));
 }
 
 void expect_next_execute(scripted_node *node, std::string_view id, std::string_view paging_state,
                          std::vector<node_frame> replies)
 {
-    node_expect(node, {.opcode = NODE_EXECUTE,
-                       .body = wire_short_bytes(id) + next_page_tail(paging_state),
-                       .replies = std::move(replies)});
+    expect(node, NODE_EXECUTE, wire_short_bytes(id) + next_page_tail(paging_state),
+           std::move(replies));
 }

@@ -1,7 +1,8 @@
 // A scripted server: it listens on a loopback port of the system's choice, runs in a thread of the
 // test's process, and works through a list of steps, each a request that must come and the frames
 // that answer it. Whatever the driver sends beside the script is a complaint, which the test reads
-// at its end; so is a step that nobody asked for. Complaints show both sides.
+// at its end; so is a step that nobody asked for, and a request whose version is not 4, whose
+// stream is not 0, or that is not compressed exactly as negotiated. Complaints show both sides.
 //
 //     const node_ptr node = node_start();
 //     expect_logon(node.get());
@@ -10,9 +11,9 @@
 //     ... drive the library ...
 //     EXPECT_EQ(node_finish(node.get()), "");
 //
-// All connections share the one script, in the order in which requests arrive. One deadline stands
-// for the whole test: when it passes, every connection is reset, so that no call of the driver
-// waits on.
+// All connections share the one script, in the order in which requests arrive. One deadline of 20
+// seconds stands for the whole test: when it passes, every connection is reset, so that no call of
+// the driver waits on.
 #ifndef TESTS_NODE_NODE_H
 #define TESTS_NODE_NODE_H
 
@@ -27,24 +28,13 @@ struct node_request {
     int flags;
     int stream;
     int opcode;
-    bool compressed;
     bytes body;  // uncompressed
 };
 
 struct node_step {
-    int opcode = -1;                 // -1: any
-    std::optional<bytes> body = {};  // nothing: any
-    // A further look at the request: a complaint, or an empty text.
-    std::function<std::string(const node_request &)> check = {};
+    int opcode = -1;                       // -1: any
+    std::optional<bytes> body = {};        // nothing: any
     std::vector<node_frame> replies = {};  // none: silence
-};
-
-struct node_options {
-    bool ipv6 = false;
-    int deadline_ms = 20000;
-    // Complain of a request whose version is not 4, whose stream is not 0, or that is not
-    // compressed exactly as negotiated.
-    bool check_headers = true;
 };
 
 struct scripted_node;
@@ -54,9 +44,9 @@ void node_free(scripted_node *node);
 using node_ptr = std::unique_ptr<scripted_node, void (*)(scripted_node *)>;
 
 // A listening server with an empty script. Never null: a test that cannot listen ends here.
-node_ptr node_start(const node_options &options = {});
+node_ptr node_start();
 int node_port(const scripted_node *node);
-// "127.0.0.1:port", or "::1*port".
+// "127.0.0.1:port".
 std::string node_address(const scripted_node *node);
 
 // Adds a step to the script, also while the server is at work.
@@ -75,11 +65,8 @@ std::string node_finish(scripted_node *node);
 
 struct node_logon {
     bool lz4 = false;  // offered
-    bytes user = {};   // not empty: the stock password authenticator asks for this pair
-    bytes password = {};
-    bytes keyspace = {};  // not empty: USE
 };
-// OPTIONS, STARTUP, the password, USE: each byte for byte, each answered well.
+// OPTIONS and STARTUP, byte for byte, both answered well.
 void expect_logon(scripted_node *node, const node_logon &logon = {});
 // SUPPORTED as a server of today gives it.
 node_frame stock_supported(bool lz4);

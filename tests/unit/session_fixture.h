@@ -3,6 +3,7 @@
 #ifndef TESTS_UNIT_SESSION_FIXTURE_H
 #define TESTS_UNIT_SESSION_FIXTURE_H
 
+#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -35,16 +36,8 @@ struct session {
             close(peer);
         cass_free_env(env);
     }
-    session(const session &) = delete;
-    session &operator=(const session &) = delete;
+    session &operator=(session &&) = delete;  // and with it all copies
 };
-
-inline void hang_up(session &s)
-{
-    if (s.peer >= 0)
-        close(s.peer);
-    s.peer = -1;
-}
 
 // ---- What the peer says and hears ---------------------------------------------------------------
 
@@ -65,32 +58,37 @@ inline std::string heard(const session &s)
     return all;
 }
 
-// The records of a handle as "STATE native|message" lines, without the driver's prefix.
-inline std::string records(cass_handle *handle)
-{
-    std::string all;
-    for (const cass_diag_record *record = handle->diag_records; record != nullptr;
-         record = record->next) {
-        char *state = cass_string_to_ascii(record->state);
-        char *text = cass_string_to_utf8(record->text);
-        std::string message = text;
-        const std::string prefix = "[Varnholt][Apache Cassandra]";
-        if (message.starts_with(prefix))
-            message.erase(0, prefix.size());
-        all += std::string(state) + "|" + message + "\n";
-        std::free(state);
-        std::free(text);
-    }
-    return all;
-}
-
+// The low byte of each unit.
 inline std::string narrow(const cass_string *text)
 {
     if (text == nullptr)
         return "(null)";
+    return {text->text, text->text + text->length};
+}
+
+// The records of a handle as "STATE|message" lines, without the driver's prefix.
+inline std::string records(const cass_handle *handle)
+{
+    const std::string prefix = "[Varnholt][Apache Cassandra]";
     std::string all;
-    for (std::int32_t i = 0; i < text->length; i++)
-        all += static_cast<char>(text->text[i]);
+    for (const auto *record = handle->diag_records; record != nullptr; record = record->next) {
+        std::string message = narrow(record->text);
+        if (message.starts_with(prefix))
+            message.erase(0, prefix.size());
+        all += narrow(record->state) + "|" + message + "\n";
+    }
+    return all;
+}
+
+// Their states in order, each with its column or parameter unless that is unknown.
+inline std::string states_of(const cass_handle *handle)
+{
+    std::string all;
+    for (const auto *record = handle->diag_records; record != nullptr; record = record->next) {
+        all += (all.empty() ? "" : " ") + narrow(record->state);
+        if (record->column_number != -1)
+            all += "@" + std::to_string(record->column_number);
+    }
     return all;
 }
 
@@ -119,16 +117,14 @@ inline std::string long_str(const std::string &text)
 // A reply with its header.
 inline std::string reply(int opcode, const std::string &body, int flags = 0)
 {
-    std::string all = {static_cast<char>(0x84), static_cast<char>(flags), 0, 0,
-                       static_cast<char>(opcode)};
-    return all + be32(static_cast<std::int64_t>(body.size())) + body;
+    const char head[] = {'\x84', static_cast<char>(flags), 0, 0, static_cast<char>(opcode)};
+    return std::string(head, sizeof head) + long_str(body);
 }
 
 // A frame of the statement with this body, ready to be read.
-inline cass_packet *packet_of(cass_stmt *stmt, int opcode, const std::string &body)
+inline cass_packet *packet_of(cass_stmt *stmt, std::uint8_t opcode, const std::string &body)
 {
-    cass_packet *packet =
-        cass_new_packet(stmt, 0x84, 0, 0, static_cast<std::uint8_t>(opcode), nullptr);
+    cass_packet *packet = cass_new_packet(stmt, 0x84, 0, 0, opcode, nullptr);
     pkt_put_bytes(packet, body.data(), static_cast<std::int32_t>(body.size()));
     return packet;
 }

@@ -1,10 +1,14 @@
-// Handles without a server, for tests of calls that read and write records only.
+// Handles without a server, and what tests of their calls share: texts, diagnostics, application
+// memory between guards, and the sweep of a call that writes a text over all buffer sizes.
 #ifndef TESTS_UNIT_STMT_FIXTURE_H
 #define TESTS_UNIT_STMT_FIXTURE_H
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <string>
 
 #include "core/cass_err.h"
@@ -12,81 +16,142 @@
 #include "core/cass_handle.h"
 
 // An environment of ODBC 3, a connection that never connected and one statement.
-class stmt_fixture : public testing::Test
-{
-protected:
-    void SetUp() override
+struct stmt_fixture : testing::Test {
+    cass_env *env = cass_alloc_env();
+    cass_conn *conn = nullptr;
+    cass_stmt *stmt = nullptr;
+
+    stmt_fixture()
     {
-        env = cass_alloc_env();
         env->odbc_version = SQL_OV_ODBC3;
         conn = cass_alloc_conn(env, 3);
         stmt = cass_alloc_stmt(conn);
     }
-    void TearDown() override { cass_free_env(env); }
-
-    cass_env *env = nullptr;
-    cass_conn *conn = nullptr;
-    cass_stmt *stmt = nullptr;
+    ~stmt_fixture() override { cass_free_env(env); }
 };
 
-inline std::string text_of(const cass_string *text)
+// ---- Texts and diagnostics ----------------------------------------------------------------------
+
+using owned_string = std::unique_ptr<cass_string, decltype(&cass_string_free)>;
+
+inline owned_string own(cass_string *string)
 {
-    if (text == nullptr)
-        return "(null)";
-    std::string bytes;
-    for (std::int32_t i = 0; i < cass_string_length(text); ++i)
-        bytes += static_cast<char>(text->text[i]);
-    return bytes;
+    return {string, cass_string_free};
+}
+
+inline owned_string string_of(const std::u16string &text)
+{
+    return own(cass_string_from_wide(reinterpret_cast<const SQLWCHAR *>(text.data()),
+                                     static_cast<std::int64_t>(text.size())));
+}
+
+inline std::u16string units_of(const cass_string *string)
+{
+    if (string == nullptr)
+        return u"(null)";
+    return {string->text, string->text + cass_string_length(string)};
+}
+
+// The low bytes of its units.
+inline std::string text_of(const cass_string *string)
+{
+    const std::u16string units = units_of(string);
+    return {units.begin(), units.end()};
 }
 
 // SQLSTATEs of all records, in order, with blanks between; empty without records.
-template <typename Handle>
-std::string states_of(Handle *handle)
+inline std::string states_of(void *handle)
 {
     std::string states;
-    for (std::int32_t number = 1; number <= cass_diag_count(&handle->head); ++number)
-        states += (number > 1 ? " " : "") + text_of(cass_diag_get(&handle->head, number)->state);
+    const cass_diag_record *record = static_cast<cass_handle *>(handle)->diag_records;
+    for (; record != nullptr; record = record->next)
+        states += (states.empty() ? "" : " ") + text_of(record->state);
     return states;
 }
 
-template <typename Handle>
-std::string message_of(Handle *handle)
+// What a call came to: "" for a success, the states of an error, "!" for an error without any;
+// otherwise the code, and the states behind it.
+inline std::string outcome(SQLRETURN code, void *handle)
 {
-    const cass_diag_record *record = cass_diag_get(&handle->head, 1);
+    const std::string states = code == SQL_INVALID_HANDLE ? "" : states_of(handle);
+    if (code == SQL_ERROR)
+        return states.empty() ? "!" : states;
+    return code == SQL_SUCCESS && states.empty() ? "" : std::to_string(code) + " " + states;
+}
+
+inline std::string message_of(void *handle)
+{
+    const cass_diag_record *record = static_cast<cass_handle *>(handle)->diag_records;
     return record == nullptr ? "" : text_of(record->text);
 }
 
-// Application memory between guards: a write outside the middle part shows in `intact`.
+inline SQLPOINTER as_pointer(SQLULEN value)
+{
+    return reinterpret_cast<SQLPOINTER>(value);
+}
+
+// ---- Application memory -------------------------------------------------------------------------
+
+// Memory at an odd address, amid bytes that must stay.
 struct guarded {
-    static constexpr unsigned char fill = 0xA5;
-    unsigned char before[32];
-    unsigned char bytes[96];
-    unsigned char behind[32];
+    static constexpr std::size_t margin = 33;
+    std::string all = std::string(margin + 160 + margin, '\xA5');
 
-    guarded() { std::memset(before, fill, sizeof before + sizeof bytes + sizeof behind); }
-
-    // Whether nothing but the first `used` bytes changed.
-    bool intact(std::size_t used) const
+    void *data() { return all.data() + margin; }
+    // From data() to the last byte that changed; everything when one in front did.
+    std::string written() const
     {
-        for (const unsigned char byte : before)
-            if (byte != fill)
-                return false;
-        for (std::size_t i = used; i < sizeof bytes; ++i)
-            if (bytes[i] != fill)
-                return false;
-        for (const unsigned char byte : behind)
-            if (byte != fill)
-                return false;
-        return true;
-    }
-    // Bytes up to the last one that changed.
-    std::size_t written() const
-    {
-        std::size_t count = sizeof bytes;
-        while (count > 0 && bytes[count - 1] == fill)
-            --count;
-        return count;
+        const std::size_t end = std::max(all.find_last_not_of('\xA5') + 1, margin);
+        return all.find_first_not_of('\xA5') < margin ? all : all.substr(margin, end - margin);
     }
 };
+
+inline std::string bytes_of(const void *value, std::size_t width)
+{
+    return {static_cast<const char *>(value), width};
+}
+
+// A length as calls store it, through either pointer.
+struct told_length {
+    SQLSMALLINT small = -1;
+    SQLINTEGER large = -1;
+};
+
+// A call that writes a text for an application, and what it is to say of it.
+struct text_call {
+    const char *name;
+    void *handle;
+    std::u16string whole;  // written as UTF-8 by a call that is not wide
+    bool wide;
+    int counted;             // bytes of one in the buffer's size
+    int length, probed;      // told with and without a buffer
+    std::string cut, probe;  // outcomes of a cut and of a call without a buffer
+    std::function<SQLRETURN(void *to, SQLSMALLINT size, told_length *told)> call;
+};
+
+// A buffer of any size gets the whole text or its start, with a terminator, and not a byte more.
+inline void expect_whole_or_cut(const text_call &c)
+{
+    const std::unique_ptr<char, void (*)(void *)> utf8(
+        cass_string_to_utf8(string_of(c.whole).get()), std::free);
+    const std::string whole =
+        c.wide ? bytes_of(c.whole.data(), 2 * c.whole.size()) : std::string(utf8.get());
+    const int unit = c.wide ? 2 : 1, needed = static_cast<int>(whole.size()) + unit;
+    told_length told;
+    for (SQLSMALLINT size = -1; size * c.counted < needed + 4; size++) {
+        SCOPED_TRACE(testing::Message() << c.name << " with room for " << size);
+        const int room = std::min(size * c.counted / unit * unit, needed);
+        guarded at;
+        told = {};
+        cass_diag_clear(static_cast<cass_handle *>(c.handle));
+        EXPECT_EQ(outcome(c.call(at.data(), size, &told), c.handle), room < needed ? c.cut : "");
+        EXPECT_EQ(at.written(),
+                  room <= 0 ? "" : whole.substr(0, room - unit) + std::string(unit, '\0'));
+        EXPECT_EQ(std::max<int>(told.small, told.large), c.length);
+    }
+    told = {};
+    EXPECT_EQ(outcome(c.call(nullptr, 0, &told), c.handle), c.probe) << c.name;
+    EXPECT_EQ(std::max<int>(told.small, told.large), c.probed) << c.name;
+}
 
 #endif

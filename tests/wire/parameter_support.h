@@ -1,95 +1,98 @@
-// What the tests of parameters share: application memory that ends where its bytes end, bindings in
-// one line, and the bodies of requests that carry values.
+// What the tests of parameters share: the two ways of executing a text with values, and the bodies
+// of the requests that carry them.
 #ifndef TESTS_WIRE_PARAMETER_SUPPORT_H
 #define TESTS_WIRE_PARAMETER_SUPPORT_H
 
-#include <cstring>
-
+#include "tests/app_value.h"
 #include "tests/wire/wire_support.h"
 
-constexpr SQLLEN no_indicator = -77;  // bound without an indicator pointer
-
-// Memory of exactly these bytes, on an odd address. The sanitizers see a read on either side.
-struct exact_memory {
-    std::unique_ptr<char[]> block;
-    char *at;
-};
-
-inline exact_memory exactly(const bytes &content)
-{
-    exact_memory memory = {std::unique_ptr<char[]>(new char[content.size() + 1]), nullptr};
-    memory.at = memory.block.get() + 1;
-    std::memcpy(memory.at, content.data(), content.size());
-    return memory;
-}
-
-inline SQLLEN *lengths_at(const exact_memory &memory)
-{
-    return static_cast<SQLLEN *>(static_cast<void *>(memory.at));
-}
-
-template <typename Value>
-bytes image(const Value &value)
-{
-    return {reinterpret_cast<const char *>(&value), sizeof value};
-}
+inline constexpr char INSERT_ONE[] = "insert into t (a) values (?)";
+inline constexpr char INSERT_TWO[] = "insert into t (a, b) values (?, ?)";
+inline constexpr char SELECT_TWO[] = "select a from t where k = ? and n > ?";
 
 inline SQLPOINTER number_value(SQLULEN value)
 {
     return reinterpret_cast<SQLPOINTER>(value);
 }
 
-inline void bind(SQLHSTMT stmt, int number, int c_type, int sql_type, void *data, SQLLEN *indicator,
-                 SQLLEN buffer_length = 0, SQLULEN size = 10, int digits = 0)
+inline node_frame text_page(const bytes &text, const bytes &paging_state = {})
 {
-    EXPECT_STMT(SQL_SUCCESS, stmt,
-                SQLBindParameter(stmt, static_cast<SQLUSMALLINT>(number), SQL_PARAM_INPUT,
-                                 static_cast<SQLSMALLINT>(c_type),
-                                 static_cast<SQLSMALLINT>(sql_type), size,
-                                 static_cast<SQLSMALLINT>(digits), data, buffer_length, indicator));
+    return rows_frame({{"a", type_of(NODE_VARCHAR)}}, {{text}}, {.paging_state = paging_state});
 }
 
-// ---- Bodies of requests ------------------------------------------------------------------------
+inline void prepare_now(const wire_session *wire, std::string_view sql)
+{
+    expect_prepare(wire->node.get(), sql, {prepared_frame("ID", {}, {})});
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, bytes(sql)));
+}
 
-using wire_values = std::vector<bytes>;  // each with its length in front
+inline SQLRETURN execute(const wire_session *wire, bool prepared, std::string_view sql)
+{
+    return prepared ? SQLExecute(wire->stmt) : exec(wire->stmt, bytes(sql));
+}
 
 inline bytes int_value(int value)
 {
     return wire_bytes(be32(static_cast<std::uint32_t>(value)));
 }
 
-// The value count and the values. `markers` where it is not their number.
-inline bytes counted(const wire_values &values, int markers = -1)
+// The value count and the values, each with its length in front.
+inline bytes counted(const std::vector<bytes> &values)
 {
-    bytes body = be16(markers < 0 ? values.size() : static_cast<std::size_t>(markers));
+    bytes body = be16(values.size());
     for (const bytes &value : values)
         body += value;
     return body;
 }
 
-// Behind the text or the id: flags 5 of a first page, 13 of a further one.
-inline bytes bound_tail(const bytes &values)
+// The request of an execution, or with a paging state that for a further page. Values: flags 5 and
+// 13.
+inline void expect_values(const wire_session *wire, bool prepared, std::string_view sql,
+                          const bytes &values, node_frame reply = void_frame(),
+                          std::string_view paging_state = {})
 {
-    return be16(CONSISTENCY_ONE) + be8(5) + values + be32(100);
-}
-inline bytes next_bound_tail(const bytes &values, std::string_view paging_state)
-{
-    return be16(CONSISTENCY_ONE) + be8(13) + values + be32(100) + wire_long_string(paging_state);
+    const bytes head = prepared ? wire_short_bytes("ID") : wire_long_string(sql);
+    const bool first = paging_state.empty();
+    const bytes page = be32(100) + (first ? "" : wire_long_string(paging_state));
+    node_expect(wire->node.get(),
+                {.opcode = prepared ? NODE_EXECUTE : NODE_QUERY,
+                 .body = head + be16(CONSISTENCY_ONE) + be8(first ? 5 : 13) + values + page,
+                 .replies = {std::move(reply)}});
 }
 
-inline void expect_bound_query(scripted_node *node, std::string_view sql, const bytes &values,
-                               std::vector<node_frame> replies)
+// ---- Arrays -------------------------------------------------------------------------------------
+
+inline constexpr SQLUSMALLINT untouched = 0x7777;
+inline constexpr SQLULEN unknown_count = 0x5555555555555555;
+
+// An application's arrays for two parameters, a number and a text of one character, and where the
+// driver tells what became of the sets.
+struct parameter_sets {
+    std::vector<SQLINTEGER> numbers;
+    bytes texts;
+    std::vector<SQLLEN> lengths;
+    std::vector<bytes> values;  // what each set must look like in a frame
+    SQLULEN processed = unknown_count;
+    std::vector<SQLUSMALLINT> status;
+};
+
+inline std::unique_ptr<parameter_sets> bind_sets(SQLHSTMT stmt, const bytes &texts,
+                                                 SQLSMALLINT text_type = SQL_VARCHAR)
 {
-    node_expect(node, {.opcode = NODE_QUERY,
-                       .body = wire_long_string(sql) + bound_tail(values),
-                       .replies = std::move(replies)});
-}
-inline void expect_bound_execute(scripted_node *node, std::string_view id, const bytes &values,
-                                 std::vector<node_frame> replies)
-{
-    node_expect(node, {.opcode = NODE_EXECUTE,
-                       .body = wire_short_bytes(id) + bound_tail(values),
-                       .replies = std::move(replies)});
+    auto sets = std::make_unique<parameter_sets>();
+    sets->texts = texts;
+    for (const char text : texts) {
+        sets->numbers.push_back(text * 3);
+        sets->lengths.push_back(1);
+        sets->values.push_back(counted({int_value(text * 3), wire_bytes(bytes{text})}));
+        sets->status.push_back(untouched);
+    }
+    bind(stmt, 1, SQL_C_SLONG, SQL_INTEGER, sets->numbers.data());
+    bind(stmt, 2, SQL_C_CHAR, text_type, sets->texts.data(), sets->lengths.data(), 1);
+    SQLSetStmtAttr(stmt, SQL_ATTR_PARAMSET_SIZE, number_value(texts.size()), 0);
+    SQLSetStmtAttr(stmt, SQL_ATTR_PARAMS_PROCESSED_PTR, &sets->processed, 0);
+    SQLSetStmtAttr(stmt, SQL_ATTR_PARAM_STATUS_PTR, sets->status.data(), 0);
+    return sets;
 }
 
 #endif

@@ -21,19 +21,23 @@ void wire_close(wire_session *wire)
     delete wire;
 }
 
-wire_ptr wire_open(const node_options &options)
+wire_ptr wire_open()
 {
-    wire_ptr wire(new wire_session{node_start(options), nullptr, nullptr, nullptr}, wire_close);
+    wire_ptr wire(new wire_session{node_start(), nullptr, nullptr, nullptr}, wire_close);
     EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &wire->env), SQL_SUCCESS);
     SQLSetEnvAttr(wire->env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
     EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_DBC, wire->env, &wire->conn), SQL_SUCCESS);
     return wire;
 }
 
-SQLRETURN wire_driver_connect(SQLHDBC conn, const std::string &settings)
+SQLRETURN wire_driver_connect(SQLHDBC conn, const std::string &settings, std::string *out)
 {
-    return SQLDriverConnect(conn, nullptr, odbc_text(settings), SQL_NTS, nullptr, 0, nullptr,
-                            SQL_DRIVER_NOPROMPT);
+    SQLCHAR text[1024] = "";
+    const SQLRETURN code = SQLDriverConnect(conn, nullptr, odbc_text(settings), SQL_NTS, text,
+                                            sizeof text, nullptr, SQL_DRIVER_NOPROMPT);
+    if (out != nullptr)
+        *out = reinterpret_cast<char *>(text);
+    return code;
 }
 
 SQLRETURN wire_connect(const wire_session *wire, const std::string &more)
@@ -52,13 +56,8 @@ SQLHSTMT wire_new_stmt(const wire_session *wire)
 wire_ptr wire_logged_on(const node_logon &logon, const std::string &more)
 {
     wire_ptr wire = wire_open();
-    std::string settings = more;
-    if (!logon.user.empty())
-        settings += ";UID=" + logon.user + ";PWD=" + logon.password;
-    if (!logon.keyspace.empty())
-        settings += ";KEYSPACE=" + logon.keyspace;
     expect_logon(wire->node.get(), logon);
-    EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire.get(), settings));
+    EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire.get(), more));
     wire->stmt = wire_new_stmt(wire.get());
     return wire;
 }
@@ -73,6 +72,13 @@ SQLRETURN prepare(SQLHSTMT stmt, const std::string &sql)
     return SQLPrepare(stmt, odbc_text(sql), static_cast<SQLINTEGER>(sql.size()));
 }
 
+void run_query(const wire_ptr &wire, const std::string &sql, const node_frame &reply,
+               SQLRETURN wanted)
+{
+    expect_query(wire->node.get(), sql, {reply});
+    EXPECT_STMT(wanted, wire->stmt, exec(wire->stmt, sql));
+}
+
 // ---- Diagnostics -------------------------------------------------------------------------------
 
 static record_list records(SQLSMALLINT type, SQLHANDLE handle)
@@ -80,18 +86,15 @@ static record_list records(SQLSMALLINT type, SQLHANDLE handle)
     static const std::string prefix = "[Varnholt][Apache Cassandra]";
     record_list list;
     for (SQLSMALLINT number = 1; number < 100; number++) {
-        SQLCHAR state[6] = "";
-        SQLCHAR text[2048] = "";
+        SQLCHAR state[6] = "", text[2048] = "";
         SQLINTEGER native = 0;
         SQLSMALLINT length = 0;
-        const SQLRETURN code =
-            SQLGetDiagRec(type, handle, number, state, &native, text, sizeof text, &length);
-        if (!SQL_SUCCEEDED(code))
-            return list;
-        std::string message = reinterpret_cast<char *>(text);
-        if (message.starts_with(prefix))
-            message.erase(0, prefix.size());
-        list.push_back(std::string(reinterpret_cast<char *>(state)) + " " + message);
+        if (!SQL_SUCCEEDED(
+                SQLGetDiagRec(type, handle, number, state, &native, text, sizeof text, &length)))
+            break;
+        const std::string message = reinterpret_cast<char *>(text);
+        list.push_back(std::string(reinterpret_cast<char *>(state)) + " " +
+                       message.substr(message.starts_with(prefix) ? prefix.size() : 0));
     }
     return list;
 }
@@ -106,24 +109,20 @@ record_list stmt_records(SQLHSTMT stmt)
     return records(SQL_HANDLE_STMT, stmt);
 }
 
-std::string code_name(SQLRETURN code)
+static std::string code_name(SQLRETURN code)
 {
-    switch (code) {
-    case SQL_SUCCESS:
-        return "SQL_SUCCESS";
-    case SQL_SUCCESS_WITH_INFO:
-        return "SQL_SUCCESS_WITH_INFO";
-    case SQL_NO_DATA:
-        return "SQL_NO_DATA";
-    case SQL_NEED_DATA:
-        return "SQL_NEED_DATA";
-    case SQL_ERROR:
-        return "SQL_ERROR";
-    case SQL_INVALID_HANDLE:
-        return "SQL_INVALID_HANDLE";
-    default:
-        return std::to_string(code);
-    }
+    const std::string names[] = {"SQL_INVALID_HANDLE", "SQL_ERROR", "SQL_SUCCESS",
+                                 "SQL_SUCCESS_WITH_INFO"};
+    if (code >= SQL_INVALID_HANDLE && code <= SQL_SUCCESS_WITH_INFO)
+        return names[code - SQL_INVALID_HANDLE];
+    return code == SQL_NO_DATA ? "SQL_NO_DATA" : std::to_string(code);
+}
+
+// A code with the first record behind it.
+static std::string failure_text(SQLRETURN code, SQLHSTMT stmt)
+{
+    const record_list list = stmt_records(stmt);
+    return code_name(code) + (list.empty() ? "" : ": " + list.front());
 }
 
 ::testing::AssertionResult code_is(SQLRETURN wanted, SQLRETURN got, SQLSMALLINT type,
@@ -150,38 +149,28 @@ int column_count(SQLHSTMT stmt)
 std::string cell_text(SQLHSTMT stmt, int column)
 {
     std::string buffer(1 << 16, '\0');
-    SQLLEN length = -99;
+    SQLLEN length = 0x5A5A5A5A5A5A5A5A;  // every byte of which is to be written
     const SQLRETURN code = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column), SQL_C_CHAR,
                                       buffer.data(), static_cast<SQLLEN>(buffer.size()), &length);
-    if (code != SQL_SUCCESS) {
-        const record_list list = stmt_records(stmt);
-        return "<" + code_name(code) + (list.empty() ? "" : ": " + list.front()) + ">";
-    }
+    if (code != SQL_SUCCESS)
+        return "<" + failure_text(code, stmt) + ">";
+    EXPECT_LT(length, static_cast<SQLLEN>(buffer.size()));
     return length == SQL_NULL_DATA ? "NULL" : buffer.c_str();
 }
 
-std::string row_text(SQLHSTMT stmt)
+std::vector<std::string> fetch_all(SQLHSTMT stmt)
 {
-    std::string text;
-    const int count = column_count(stmt);
-    for (int column = 1; column <= count; column++)
-        text += (column > 1 ? "|" : "") + cell_text(stmt, column);
-    return text;
-}
-
-std::vector<std::string> fetch_all(SQLHSTMT stmt, int limit)
-{
+    constexpr std::size_t limit = 100000;
     std::vector<std::string> rows;
-    while (static_cast<int>(rows.size()) < limit) {
+    while (rows.size() < limit) {
         const SQLRETURN code = SQLFetch(stmt);
-        if (code == SQL_NO_DATA)
+        if (code != SQL_NO_DATA)
+            rows.push_back(SQL_SUCCEEDED(code) ? "" : failure_text(code, stmt));
+        if (!SQL_SUCCEEDED(code))
             return rows;
-        if (!SQL_SUCCEEDED(code)) {
-            const record_list list = stmt_records(stmt);
-            rows.push_back(code_name(code) + (list.empty() ? "" : ": " + list.front()));
-            return rows;
-        }
-        rows.push_back(row_text(stmt));
+        const int count = column_count(stmt);
+        for (int column = 1; column <= count; column++)
+            rows.back() += (column > 1 ? "|" : "") + cell_text(stmt, column);
     }
     return rows;
 }
