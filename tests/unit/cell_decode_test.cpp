@@ -90,3 +90,20 @@ TEST(cell_decode, a_column_keeps_its_buffer_from_row_to_row)
         EXPECT_GE(rig->cell().capacity, 100u);
     }
 }
+
+TEST(cell_decode, a_row_that_breaks_off_leaves_nothing_of_the_row_before)
+{
+    const rig_ptr rig = rig_open({CQL_INT, CQL_VARCHAR, CQL_BLOB});
+    const std::string whole = cell_of(be(1, 4)) + cell_of("text") + cell_of("blob");
+    rig_page(rig, whole + cell_of(be(2, 4)) + be(INT32_MAX, 4));
+    ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
+    rig->cell(2).offset = 3;
+    rig->cell(3).finished = 1;
+    EXPECT_EQ(SQL_ERROR, rig_row(rig));
+    EXPECT_EQ(2, rig->cell(1).value.integer);
+    for (const int column : {2, 3}) {
+        EXPECT_EQ("", stored_text(rig->cell(column)));
+        EXPECT_EQ(0, rig->cell(column).offset);
+        EXPECT_EQ(0, rig->cell(column).finished);
+    }
+}

@@ -61,15 +61,13 @@ inline void rig_page(const rig_ptr &rig, const std::string &bytes)
     rig->stmt->current_row_offset = 0;
 }
 
-// Decodes the page's next row as a fetch does.
+// Decodes the page's next row. An exhausted page counts as one row longer.
 inline SQLRETURN rig_row(const rig_ptr &rig)
 {
-    cass_clear_row_data(rig->stmt);
-    const cass_desc *ird = rig->stmt->ird;
-    SQLRETURN code = SQL_SUCCESS;
-    for (std::int32_t i = 0; i < cass_stmt_column_count(ird) && code == SQL_SUCCESS; i++)
-        code = ird->fields[i].decode(rig->stmt, &rig->packet, &ird->fields[i]);
-    return code;
+    if (rig->stmt->current_row_offset == rig->stmt->current_row_count)
+        rig->stmt->current_row_count++;
+    bool page_failed = false;
+    return fetch_data_row(rig->stmt, &page_failed);
 }
 
 // The return code that goes with the states of a read.

@@ -1,6 +1,8 @@
 // Numerics, the calendar, and numbers to text, each against an independent way of getting there.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include <bit>
 #include <chrono>
 #include <cmath>
@@ -105,6 +107,17 @@ TEST(calendar, every_day_of_seventy_centuries)
         ASSERT_TRUE(y == year && m == month && d == day) << jdn;
         ASSERT_EQ(cass_date_to_jdn(year, month, day, 0), jdn);
     }
+}
+
+TEST(calendar, the_english_changeover_skips_eleven_days)
+{
+    EXPECT_EQ(2361221, cass_date_to_jdn(1752, 9, 2, -1));
+    EXPECT_EQ(2361222, cass_date_to_jdn(1752, 9, 14, -1));
+    std::int64_t year, month, day;
+    cass_jdn_to_date(2361221, &year, &month, &day, -1);
+    EXPECT_EQ((std::vector<std::int64_t>{1752, 9, 2}), (std::vector{year, month, day}));
+    cass_jdn_to_date(cass_date_to_jdn(-4700, 3, 1, 1), &year, &month, &day, 1);
+    EXPECT_EQ((std::vector<std::int64_t>{-4700, 3, 1}), (std::vector{year, month, day}));
 }
 
 static void expect_as_printf(double value)

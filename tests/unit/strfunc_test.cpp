@@ -100,6 +100,29 @@ TEST(strfunc, parts_sums_and_format)
     EXPECT_EQ(text_of(own(cass_string_format("%s%s%s", p, p, p)).get()), piece + piece + piece);
 }
 
+TEST(strfunc, foreign_text_is_measured_and_copied_out_within_its_limits)
+{
+    const SQLWCHAR wide[] = {'a', 'b', 'c', 'd', 0};
+    EXPECT_EQ(4, cass_wide_length_limited(wide, 9, 18));
+    EXPECT_EQ(3, cass_wide_length_limited(wide, 3, 100));
+    EXPECT_EQ(2, cass_wide_length_limited(wide, 9, 5));  // the smaller of units and half the bytes
+    EXPECT_EQ(4, cass_ansi_length_limited("abcd", 2, 9));  // the larger of two limits
+    EXPECT_EQ(2, cass_ansi_length_limited("abcd", 0, 2));
+    EXPECT_EQ(0, cass_ansi_length_limited("abcd", 0, 0));
+
+    for (const std::int64_t size : {0, 1, 4, 5, 6}) {
+        char buffer[8] = "#######";
+        std::int32_t length = -1;
+        const bool cut = size > 0 && size <= 4;
+        EXPECT_EQ(cut ? 1 : 0, cass_copy_out(buffer, size, &length, "abcd")) << size;
+        EXPECT_EQ(4, length);
+        EXPECT_EQ(std::string("abcd").substr(0, cut ? static_cast<std::size_t>(size - 1) : 4),
+                  size == 0 ? "abcd" : std::string(buffer));
+        EXPECT_EQ('#', buffer[size == 0 ? 0 : size > 5 ? 5 : size]);
+    }
+    EXPECT_EQ(0, cass_copy_out(nullptr, 9, nullptr, "abcd"));
+}
+
 TEST(ascii, numbers_as_in_the_c_locale)
 {
     for (const char *text :
