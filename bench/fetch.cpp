@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "bench/mixed_rows.h"
+#include "bench/odbc_calls.h"
 #include "bench/replay_node.h"
 
 #ifdef VHCASS_LIBRARY
@@ -63,20 +64,6 @@ static constexpr struct {
 };
 
 // ---- Calls -------------------------------------------------------------------------------------
-
-[[noreturn]] static void fail(const char *what, SQLSMALLINT type, SQLHANDLE handle)
-{
-    SQLCHAR state[6] = "", text[1024] = "";
-    SQLGetDiagRec(type, handle, 1, state, nullptr, text, sizeof text, nullptr);
-    std::fprintf(stderr, "%s: %s %s\n", what, reinterpret_cast<char *>(state),
-                 reinterpret_cast<char *>(text));
-    std::exit(1);
-}
-
-static SQLCHAR *odbc_text(const std::string &text)
-{
-    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text.c_str()));
-}
 
 static SQLHSTMT new_stmt(SQLHDBC conn)
 {

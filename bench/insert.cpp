@@ -17,6 +17,7 @@
 #include <ctime>
 
 #include "bench/mixed_rows.h"
+#include "bench/odbc_calls.h"
 #include "bench/void_node.h"
 
 static constexpr char USAGE[] =
@@ -121,20 +122,6 @@ static void print_inserts(const char *what, std::int64_t rows, const bench_usage
 }
 
 // ---- Through the driver -------------------------------------------------------------------------
-
-[[noreturn]] static void fail(const char *what, SQLSMALLINT type, SQLHANDLE handle)
-{
-    SQLCHAR state[6] = "", text[1024] = "";
-    SQLGetDiagRec(type, handle, 1, state, nullptr, text, sizeof text, nullptr);
-    std::fprintf(stderr, "%s: %s %s\n", what, reinterpret_cast<char *>(state),
-                 reinterpret_cast<char *>(text));
-    std::exit(1);
-}
-
-static SQLCHAR *odbc_text(const std::string &text)
-{
-    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text.c_str()));
-}
 
 static void must_run(SQLHSTMT stmt, const std::string &sql)
 {

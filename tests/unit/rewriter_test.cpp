@@ -1,6 +1,7 @@
 // The pass over an application's text: what the server gets, and what is noted on the statement.
 #include "core/cass_sql.h"
 
+#include "tests/rewriter_cases.h"
 #include "tests/unit/stmt_fixture.h"
 
 // Scans on the statement and checks that the input stays.
@@ -16,39 +17,7 @@ using rewriter = stmt_fixture;
 
 TEST_F(rewriter, output_and_marker_count)
 {
-    // clang-format off
-    // A null output is the text itself.
-    static constexpr struct { const char16_t *text, *output; int markers; } cases[] = {
-        // Trim.
-        {u"  select * from t ;  ", u"select * from t ", 0}, {u"\t\r\n\v\fa;;;\n", u"a", 0},
-        {u"a;b; ;", u"a;b; ", 0}, {u" \t ", u"", 0}, {u"", u"", 0}, {u" ;;; ", u"", 0},
-        // Markers, quotes, brackets, comments.
-        {u"insert into t (a,b) values (?,?)", nullptr, 2},
-        {u"select '?' from t where a=?", nullptr, 1}, {u"select 'it''s ?' from t", nullptr, 0},
-        {u"select '''' , ?", nullptr, 1}, {u"select \"a?b\" from t", nullptr, 0},
-        {u"select \"a\"\"?\", ?", nullptr, 1}, {u"select '\"', ?, \"'\", ?", nullptr, 2},
-        {u"select a[?] from t where b=?", nullptr, 1}, {u"a['] ? [\"] ?", nullptr, 2},
-        {u"'[' ? 'x]' ?", nullptr, 2}, {u"select 'open ?", nullptr, 0},
-        {u"a = ? -- why?", nullptr, 1}, {u"-- ' ?\na = ?", nullptr, 1},
-        {u"-- ' ?\ra = ?", nullptr, 1}, {u"'--' ? - ? -", nullptr, 2}, {u"/* ? ' */ ?", nullptr, 1},
-        // Byte-order marks go everywhere but in comments.
-        {u"\xFEFFselect '\xFEFF', \xFFFE?", u"select '', ?", 1}, {u"\xFEFF", u"", 0},
-        {u"'a'\xFEFF'?' -- \xFEFF", u"'a''?' -- \xFEFF", 0}, {u"caf\xE9 = '\x20AC'", nullptr, 0},
-        // Escape sequences; of "ts" only the first letter goes.
-        {u"{fn NOW()}", u"    NOW() ", 0}, {u"select { fn f(?) } x", u"select      f(?)   x", 1},
-        {u"{d '2020-01-31'}", u"   '2020-01-31' ", 0}, {u"{d 'a'} {t 'b'}", u"   'a'     'b' ", 0},
-        {u"{dt 'x'}", u"    'x' ", 0}, {u"{ts '2001-02-03'}", u"  s '2001-02-03' ", 0},
-        {u"{ d 'x'}", u"    'x' ", 0}, {u"{  d 'x'}", u"      x' ", 0}, {u"{d}", u"   ", 0},
-        {u"{  d}", u"     ", 0}, {u"{FN NOW()}", nullptr, 0}, {u"{D 'x'}", nullptr, 0},
-        {u"{?=call p(?)}", nullptr, 2}, {u"{oj a} {escape '\\'} {} {  } {", nullptr, 0},
-        {u"'{fn x}'", nullptr, 0}, {u"}", nullptr, 0},
-        // A brace alone works from the text's start, a nested one from the outermost brace.
-        {u"xfn a}", u"    a ", 0}, {u"{fn a({d 'x'})}", u"    a({d 'x' )}", 0},
-        {u"{d '}'}", u"   ' '}", 0}, {u"{fn {fn a}}", u"    {fn a }", 0},
-        {u"a -- {fn x} ? ' \n b", nullptr, 0},
-    };
-    // clang-format on
-    for (const auto &c : cases) {
+    for (const rewriter_case &c : rewriter_cases) {
         EXPECT_EQ(process(stmt, c.text), c.output == nullptr ? c.text : c.output);
         EXPECT_EQ(stmt->found_param_count, c.markers) << testing::PrintToString(c.text);
     }

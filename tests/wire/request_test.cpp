@@ -1,4 +1,5 @@
 // Requests byte for byte, and results in pages.
+#include "tests/rewriter_cases.h"
 #include "tests/wire/wire_support.h"
 
 static const node_columns one_text = {{"a", type_of(NODE_VARCHAR)}};
@@ -35,6 +36,21 @@ TEST(requests, text_is_sent_as_it_was_rewritten)
             expect_query(wire->node.get(), sent, {void_frame()});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecDirect(wire->stmt, plain, length));
         }
+    }
+}
+
+TEST(requests, every_text_reaches_the_server_as_it_was_rewritten)
+{
+    const wire_ptr wire = wire_logged_on();
+    for (const rewriter_case &c : rewriter_cases) {
+        bytes sent;  // the low byte of each unit
+        for (const char16_t *unit = c.output == nullptr ? c.text : c.output; *unit != 0; unit++)
+            sent += static_cast<char>(*unit);
+        std::vector<SQLWCHAR> text(1, 0);
+        text.insert(text.begin(), c.text, c.text + std::char_traits<char16_t>::length(c.text));
+        expect_prepare(wire->node.get(), sent, {prepared_frame("id", {}, {})});
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLPrepareW(wire->stmt, text.data(), SQL_NTS))
+            << testing::PrintToString(c.text);
     }
 }
 
