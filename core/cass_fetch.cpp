@@ -8,6 +8,7 @@
 #include "core/cass_data.h"
 #include "core/cass_err.h"
 #include "core/cass_field.h"
+#include "core/cass_internalrs.h"
 #include "core/cass_log.h"
 #include "core/cass_pkt_exchange.h"
 
@@ -163,7 +164,8 @@ static void fill_status(cass_stmt *stmt, const rowset_outputs &out, SQLULEN arra
 static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt)
 {
     bool page_failed = false;
-    SQLRETURN code = cass_fetch_row(stmt, &page_failed);
+    SQLRETURN code = stmt->internal_rs != nullptr ? cass_fetch_internal_row(stmt, SQL_FETCH_NEXT, 0)
+                                                  : cass_fetch_row(stmt, &page_failed);
     CASS_LOG(&stmt->head, LOG_DETAIL, "fetch returned %d", static_cast<int>(code));
     if (code == SQL_NO_DATA) {
         stmt->data_waiting = 0;
@@ -172,8 +174,10 @@ static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt)
         return code;
     }
     // A row whose cell cannot be decoded is an error. A next page that did not come leaves its
-    // record, and the emptied row is transferred: the verdict of that decides.
-    if (code == SQL_ERROR && !page_failed)
+    // record, and the emptied row is transferred: the verdict of that decides. So does the second
+    // transfer of a local row: what the first one delivered whole is passed over, and a text that
+    // it cut goes on in the same buffer.
+    if (code == SQL_ERROR && !page_failed && stmt->internal_rs == nullptr)
         return code;
     code = transfer_bound_columns(stmt, 1);
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns returns %r", static_cast<int>(code));
@@ -223,7 +227,7 @@ SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: statement_handle=%p, mode=%d, offset=%d",
              static_cast<void *>(stmt), mode, static_cast<int>(offset));
-    if (stmt->current_packet == nullptr) {
+    if (stmt->current_packet == nullptr && stmt->internal_rs == nullptr) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: No current resutset");
         return SQL_NO_DATA;
     }

@@ -11,6 +11,7 @@
 #include "core/cass_conn.h"
 #include "core/cass_err.h"
 #include "core/cass_field.h"
+#include "core/cass_internalrs.h"
 #include "core/cass_log.h"
 #include "core/cass_pkt.h"
 
@@ -335,6 +336,7 @@ void cass_free_desc(cass_desc *desc, int list_locked)
 static void destroy_stmt(cass_stmt *stmt)
 {
     cass_packet_unref(stmt->current_packet);
+    cass_free_internal_rs(stmt, stmt->internal_rs);
     for (cass_desc *desc : {stmt->implicit_ird, stmt->implicit_ipd, stmt->implicit_ard,
                             stmt->implicit_apd, stmt->internal_desc})
         destroy_desc(desc);

@@ -7,6 +7,7 @@
 #include "core/cass_err.h"
 #include "core/cass_fetch.h"
 #include "core/cass_field.h"
+#include "core/cass_internalrs.h"
 #include "core/cass_log.h"
 #include "core/cass_pkt_exchange.h"
 
@@ -34,7 +35,10 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
              stmt->executed);
     if (stmt->data_waiting) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "Flush one or more result set(s)");
-        cass_flush_rows(stmt);
+        if (stmt->internal_rs != nullptr)
+            cass_free_internal_rs(stmt, stmt->internal_rs);
+        else
+            cass_flush_rows(stmt);
         stmt_conn(stmt)->results_busy = 0;
         stmt->data_waiting = 0;
     }
@@ -47,6 +51,7 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
     }
     free_bytes(&stmt->paging_state, &stmt->paging_state_len);
     free_bytes(&stmt->param_buffer, &stmt->param_buffer_len);
+    cass_free_internal_rs(stmt, stmt->internal_rs);
     free_string(&stmt->query_text);
     stmt->executed = 0;
     stmt->data_waiting = 0;

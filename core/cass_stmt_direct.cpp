@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "core/cass_err.h"
+#include "core/cass_internalrs.h"
 #include "core/cass_log.h"
 #include "core/cass_param.h"
 #include "core/cass_pkt_exchange.h"
@@ -97,6 +98,7 @@ SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t oper
     stmt->more_results = 0;
     stmt->param_row = 0;
     stmt->prepared = 0;
+    cass_free_internal_rs(stmt, stmt->internal_rs);
     cass_string_free(stmt->sql_text);
     stmt->sql_text = nullptr;
 

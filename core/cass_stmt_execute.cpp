@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "core/cass_err.h"
+#include "core/cass_internalrs.h"
 #include "core/cass_log.h"
 #include "core/cass_param.h"
 #include "core/cass_pkt_exchange.h"
@@ -119,6 +120,7 @@ static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, SQLRETURN 
 
 SQLRETURN cass_execute(cass_stmt *stmt)
 {
+    cass_free_internal_rs(stmt, stmt->internal_rs);
     if (!stmt->prepared) {
         CASS_LOG(&stmt->head, LOG_ERROR, "SQLExecute: No prepared statement");
         cass_post_error(&stmt->head, STATE_HY000, 0, "no prepared statement");

@@ -3,8 +3,26 @@
 
 #include <new>
 
+// Added to a function number where a wide form is meant.
+constexpr std::int32_t ASYNC_WIDE = 4096;
+
+// A catalog function also tells its own code, and keeps silent about an operation of its own.
+static SQLRETURN refuse_catalog_async(cass_handle *handle, const entry_point &entry,
+                                      std::int32_t state)
+{
+    if (state == entry.async_code || state == entry.async_code + ASYNC_WIDE)
+        return SQL_ERROR;
+    if (handle->log_mask != 0)
+        cass_log(handle, entry.source, __LINE__, LOG_ERROR, "%s: invalid async operation %d (%d)",
+                 entry.name, state, entry.async_code);
+    cass_post_error(handle, STATE_HY010, 0, nullptr);
+    return SQL_ERROR;
+}
+
 SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std::int32_t state)
 {
+    if (entry.async_code != 0)
+        return refuse_catalog_async(handle, entry, state);
     if (handle->log_mask != 0) {
         const char *format = handle->handle_tag == CASS_CONNECTION_HANDLE
                                  ? "%s: invalid async count %d"

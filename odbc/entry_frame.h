@@ -17,6 +17,7 @@ struct entry_point {
     const char *name;    // "SQLFetch": heads its log records
     const char *source;  // "SQLFetch.c": their literal source name
     const char *exit_format = "%s: return value=%d";
+    std::int32_t async_code = 0;  // catalog functions: the ODBC function number
 };
 
 // EXIT records of the calls that print the code by name.

@@ -1,0 +1,117 @@
+// The columns of tables, as the list of tables has them: key columns first, the others by name.
+#include "odbc/SQLColumnsWide.h"
+
+#include <iterator>
+
+#include "core/cass_stmt.h"
+
+// The flags of nullability are the table's own and do not match what the columns get.
+// clang-format off
+static constexpr cass_internal_column column_columns[] = {
+    {"TABLE_CAT",         SQL_VARCHAR,   64, SQL_NULLABLE},
+    {"TABLE_SCHEM",       SQL_VARCHAR,   64, SQL_NULLABLE},
+    {"TABLE_NAME",        SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"COLUMN_NAME",       SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"DATA_TYPE",         SQL_SMALLINT,   0, SQL_NO_NULLS},
+    {"TYPE_NAME",         SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"COLUMN_SIZE",       SQL_INTEGER,    0, SQL_NULLABLE},
+    {"BUFFER_LENGTH",     SQL_INTEGER,    0, SQL_NULLABLE},
+    {"DECIMAL_DIGITS",    SQL_SMALLINT,   0, SQL_NULLABLE},
+    {"NUM_PREC_RADIX",    SQL_SMALLINT,   0, SQL_NULLABLE},
+    {"NULLABLE",          SQL_SMALLINT,   0, SQL_NO_NULLS},
+    {"REMARKS",           SQL_VARCHAR,  256, SQL_NO_NULLS},
+    {"COLUMN_DEF",        SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"SQL_DATA_TYPE",     SQL_SMALLINT,   0, SQL_NULLABLE},
+    {"SQL_DATETIME_SUB",  SQL_SMALLINT,   0, SQL_NO_NULLS},
+    {"CHAR_OCTET_LENGTH", SQL_INTEGER,    0, SQL_NO_NULLS},
+    {"ORDINAL_POSITION",  SQL_INTEGER,    0, SQL_NULLABLE},
+    {"IS_NULLABLE",       SQL_VARCHAR,   64, SQL_NO_NULLS},
+};
+// clang-format on
+static constexpr cass_internal_columns column_result = {std::size(column_columns), column_columns};
+static constexpr std::int32_t column_sort_keys[] = {1, 2, 3, 17, 0};
+
+static bool is_datetime(std::int32_t sql_type)
+{
+    return sql_type == SQL_DATE || sql_type == SQL_TIMESTAMP || sql_type == SQL_TYPE_DATE ||
+           sql_type == SQL_TYPE_TIMESTAMP;
+}
+
+static const char *radix(std::int32_t sql_type)
+{
+    if (sql_type == SQL_NUMERIC)
+        return "10";
+    return sql_type == SQL_REAL || sql_type == SQL_DOUBLE ? "2" : nullptr;
+}
+
+static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_column_entry *column)
+{
+    const cass_conn *conn = stmt_conn(stmt);
+    const std::int32_t type = column->sql_type;
+    const catalog_number data_type = catalog_number_text(type);
+    const catalog_number size = catalog_number_text(cass_catalog_column_size(conn, column));
+    const catalog_number bytes = catalog_number_text(cass_catalog_buffer_length(conn, column));
+    const catalog_number digits = catalog_number_text(column->digits);
+    const catalog_number verbose = catalog_number_text(is_datetime(type) ? SQL_DATETIME : type);
+    const catalog_number ordinal = catalog_number_text(column->ordinal);
+    const char *const values[] = {
+        CATALOG_NAME,
+        table->keyspace,
+        table->table,
+        column->name,
+        data_type.text,
+        column->type_name,
+        size.text,
+        bytes.text,
+        type == SQL_NUMERIC ? digits.text : nullptr,
+        radix(type),
+        column->is_key ? "0" : "1",
+        nullptr,
+        nullptr,
+        verbose.text,
+        // The concise type itself and not the subcode of the standard, on purpose.
+        is_datetime(type) ? data_type.text : nullptr,
+        bytes.text,  // for all types
+        // Counted from 0, on purpose.
+        ordinal.text,
+        column->is_key ? "NO" : "YES",
+    };
+    static_assert(std::size(values) == std::size(column_columns));
+    return cass_insert_internal_row(stmt, values);
+}
+
+static bool is_taken(const cass_column_entry *column, const cass_string *filter)
+{
+    return !catalog_is_filter(filter) || cass_string_compare_cstr(filter, column->name) == 0;
+}
+
+static SQLRETURN list_columns(cass_stmt *stmt, const cass_string *schema, const cass_string *table,
+                              const cass_string *filter)
+{
+    held_tables tables;
+    if (cass_list_tables(stmt, schema, table, &tables) != 0)
+        return SQL_ERROR;
+    for (const cass_table_entry *entry = tables.get(); entry != nullptr; entry = entry->next)
+        for (const cass_column_entry *column = entry->columns; column != nullptr;
+             column = column->next)
+            if (is_taken(column, filter) && add_row(stmt, entry, column) != 0)
+                return SQL_ERROR;
+    stmt_conn(stmt)->results_busy = 1;
+    return SQL_SUCCESS;
+}
+
+SQLRETURN cass_columns(cass_stmt *stmt, [[maybe_unused]] const catalog_argument &catalog_name,
+                       const catalog_argument &schema_name, const catalog_argument &table_name,
+                       const catalog_argument &column_name)
+{
+    cass_close_stmt(stmt, 1);
+    held_string schema;
+    held_string table;
+    held_string column;
+    if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||
+        !catalog_text(column_name, &column) ||
+        cass_create_internal_rs(stmt, &column_result, column_sort_keys) != 0)
+        return SQL_ERROR;
+    return cass_check_cursor_change(stmt,
+                                    list_columns(stmt, schema.get(), table.get(), column.get()));
+}

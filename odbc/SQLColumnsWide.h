@@ -1,0 +1,13 @@
+// SQLColumns and SQLColumnsW behind the form of their arguments.
+#ifndef ODBC_SQLCOLUMNSWIDE_H
+#define ODBC_SQLCOLUMNSWIDE_H
+
+#include "core/cass_clist.h"
+#include "odbc/entry_frame.h"
+
+// Makes the result current on the statement. Diagnostics go to the statement.
+SQLRETURN cass_columns(cass_stmt *stmt, const catalog_argument &catalog_name,
+                       const catalog_argument &schema_name, const catalog_argument &table_name,
+                       const catalog_argument &column_name);
+
+#endif

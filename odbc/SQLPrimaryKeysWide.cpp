@@ -1,0 +1,77 @@
+// The partition key columns of tables. Clustering columns are no part of the key here.
+#include "odbc/SQLPrimaryKeysWide.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "core/cass_stmt.h"
+
+// clang-format off
+static constexpr cass_internal_column key_columns[] = {
+    {"TABLE_CAT",   SQL_VARCHAR,   64, SQL_NULLABLE},
+    {"TABLE_SCHEM", SQL_VARCHAR,   64, SQL_NULLABLE},
+    {"TABLE_NAME",  SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"COLUMN_NAME", SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"KEY_SEQ",     SQL_SMALLINT,   0, SQL_NO_NULLS},
+    {"PK_NAME",     SQL_VARCHAR,   64, SQL_NULLABLE},
+};
+// clang-format on
+static constexpr cass_internal_columns key_result = {std::size(key_columns), key_columns};
+static constexpr std::int32_t key_sort_keys[] = {1, 2, 3, 5, 0};
+
+// The schema is measured with the length of the catalog, on purpose: applications give the same to
+// both, and one that gives a null catalog of length 0 gets the current keyspace. Never past the
+// schema's own length or terminator, where it has them.
+static catalog_argument measured_schema(const catalog_argument &catalog, catalog_argument schema)
+{
+    const bool terminated = schema.length == SQL_NTS;
+    const std::int64_t room = terminated ? INT16_MAX : std::max<std::int64_t>(schema.length, 0);
+    const std::int64_t wanted =
+        catalog.length == SQL_NTS ? room : std::clamp<std::int64_t>(catalog.length, 0, room);
+    std::int64_t units = wanted;
+    if (terminated || catalog.length == SQL_NTS) {
+        const auto limit = static_cast<std::size_t>(wanted);
+        if (schema.ansi != nullptr)
+            units = static_cast<std::int64_t>(
+                strnlen(reinterpret_cast<const char *>(schema.ansi), limit));
+        else
+            units = cass_wide_length_limited(schema.wide, wanted, wanted * 2);
+    }
+    schema.length = static_cast<SQLSMALLINT>(units);
+    return schema;
+}
+
+static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
+{
+    held_tables tables;
+    if (cass_list_tables(stmt, schema, table, &tables) != 0)
+        return SQL_ERROR;
+    for (const cass_table_entry *entry = tables.get(); entry != nullptr; entry = entry->next) {
+        for (const cass_column_entry *column = entry->columns; column != nullptr;
+             column = column->next) {
+            if (!column->is_key)
+                continue;
+            const catalog_number sequence = catalog_number_text(column->key_seq + 1);
+            const char *const values[] = {CATALOG_NAME, entry->keyspace, entry->table,
+                                          column->name, sequence.text,   nullptr};
+            if (cass_insert_internal_row(stmt, values) != 0)
+                return SQL_ERROR;
+        }
+    }
+    stmt_conn(stmt)->results_busy = 1;
+    return SQL_SUCCESS;
+}
+
+SQLRETURN cass_primary_keys(cass_stmt *stmt, const catalog_argument &catalog_name,
+                            const catalog_argument &schema_name, const catalog_argument &table_name)
+{
+    cass_close_stmt(stmt, 1);
+    held_string schema;
+    held_string table;
+    if (!catalog_text(measured_schema(catalog_name, schema_name), &schema) ||
+        !catalog_text(table_name, &table) ||
+        cass_create_internal_rs(stmt, &key_result, key_sort_keys) != 0)
+        return SQL_ERROR;
+    return cass_check_cursor_change(stmt, list_keys(stmt, schema.get(), table.get()));
+}

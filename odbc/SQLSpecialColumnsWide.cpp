@@ -1,0 +1,76 @@
+// The columns that identify a row: those of the partition key.
+#include "odbc/SQLSpecialColumnsWide.h"
+
+#include <iterator>
+
+#include "core/cass_stmt.h"
+
+// clang-format off
+static constexpr cass_internal_column special_columns[] = {
+    {"SCOPE",          SQL_SMALLINT,   0, SQL_NULLABLE},
+    {"COLUMN_NAME",    SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"DATA_TYPE",      SQL_SMALLINT,   0, SQL_NO_NULLS},
+    {"TYPE_NAME",      SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"COLUMN_SIZE",    SQL_INTEGER,    0, SQL_NULLABLE},
+    {"BUFFER_LENGTH",  SQL_INTEGER,    0, SQL_NULLABLE},
+    {"DECIMAL_DIGITS", SQL_SMALLINT,   0, SQL_NULLABLE},
+    {"PSEUDO_COLUMN",  SQL_SMALLINT,   0, SQL_NULLABLE},
+};
+// clang-format on
+static constexpr cass_internal_columns special_result = {std::size(special_columns),
+                                                         special_columns};
+static constexpr std::int32_t special_sort_keys[] = {1, 2, 0};
+
+static int add_row(cass_stmt *stmt, const cass_column_entry *column)
+{
+    const cass_conn *conn = stmt_conn(stmt);
+    const catalog_number data_type = catalog_number_text(column->sql_type);
+    const catalog_number size = catalog_number_text(cass_catalog_column_size(conn, column));
+    const catalog_number bytes = catalog_number_text(cass_catalog_buffer_length(conn, column));
+    const catalog_number digits = catalog_number_text(column->digits);
+    const char *const values[] = {
+        // SCOPE carries the type as well, on purpose: it is no scope of the standard.
+        data_type.text,
+        column->name,
+        data_type.text,
+        column->type_name,
+        size.text,
+        bytes.text,
+        column->sql_type == SQL_NUMERIC ? digits.text : nullptr,
+        nullptr,
+    };
+    static_assert(std::size(values) == std::size(special_columns));
+    return cass_insert_internal_row(stmt, values);
+}
+
+static SQLRETURN list_row_identifiers(cass_stmt *stmt, const cass_string *schema,
+                                      const cass_string *table)
+{
+    held_tables tables;
+    if (cass_list_tables(stmt, schema, table, &tables) != 0)
+        return SQL_ERROR;
+    for (const cass_table_entry *entry = tables.get(); entry != nullptr; entry = entry->next)
+        for (const cass_column_entry *column = entry->columns; column != nullptr;
+             column = column->next)
+            if (column->is_key && add_row(stmt, column) != 0)
+                return SQL_ERROR;
+    return SQL_SUCCESS;
+}
+
+SQLRETURN cass_special_columns(cass_stmt *stmt, SQLUSMALLINT identifier_type,
+                               const catalog_argument &schema_name,
+                               const catalog_argument &table_name)
+{
+    cass_close_stmt(stmt, 1);
+    held_string schema;
+    held_string table;
+    if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||
+        cass_create_internal_rs(stmt, &special_result, special_sort_keys) != 0)
+        return SQL_ERROR;
+    SQLRETURN code = SQL_SUCCESS;
+    if (identifier_type == SQL_BEST_ROWID)
+        code = list_row_identifiers(stmt, schema.get(), table.get());
+    if (code == SQL_SUCCESS)
+        stmt_conn(stmt)->results_busy = 1;
+    return cass_check_cursor_change(stmt, code);
+}

@@ -1,0 +1,177 @@
+// The secondary indexes of a table: a row for the table, then one for each option of each index.
+#include "odbc/SQLStatisticsWide.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <string>
+
+#include "core/cass_data.h"
+#include "core/cass_stmt.h"
+
+static constexpr char log_source[] = "SQLStatistics.c";
+
+constexpr int OPTIONS_SIZE = 1024;
+
+// clang-format off
+// The misspelt name is what applications have met so far.
+static constexpr cass_internal_column index_columns[] = {
+    {"TABLE_CAT",        SQL_VARCHAR,   64, SQL_NULLABLE},
+    {"TABLE_SCHEM",      SQL_VARCHAR,   64, SQL_NULLABLE},
+    {"TABLE_NAME",       SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"NON_UNIQUE",       SQL_SMALLINT,   0, SQL_NULLABLE},
+    {"INDEX_QUALIFIER",  SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"INDEX_NAME",       SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"TYPE",             SQL_SMALLINT,   0, SQL_NULLABLE},
+    {"ORDINAL_POSITION", SQL_SMALLINT,   0, SQL_NO_NULLS},
+    {"COLUMN_NAME",      SQL_VARCHAR,   64, SQL_NO_NULLS},
+    {"ASC_OR_DESC",      SQL_VARCHAR,    5, SQL_NO_NULLS},
+    {"CARDINATILY",      SQL_INTEGER,    0, SQL_NO_NULLS},
+    {"PAGES",            SQL_INTEGER,    0, SQL_NO_NULLS},
+    {"FILTER_CONDITION", SQL_VARCHAR,   64, SQL_NO_NULLS},
+};
+// clang-format on
+static constexpr cass_internal_columns index_result = {std::size(index_columns), index_columns};
+static constexpr std::int32_t index_sort_keys[] = {4, 7, 5, 6, 8, 0};
+
+// One row; the columns behind COLUMN_NAME are null in all rows.
+static int add_row(cass_stmt *stmt, const char *keyspace, const char *table, const char *non_unique,
+                   const char *index, const char *type, const char *position, const char *column)
+{
+    const char *const values[] = {CATALOG_NAME, keyspace, table,    non_unique, nullptr,
+                                  index,        type,     position, column,     nullptr,
+                                  nullptr,      nullptr,  nullptr};
+    static_assert(std::size(values) == std::size(index_columns));
+    return cass_insert_internal_row(stmt, values);
+}
+
+// ---- Options -----------------------------------------------------------------------------------
+// A map<text, text> of the native protocol (version 4, section 6.14): a count, then keys and values
+// behind their lengths, all 32 bits.
+
+struct option_walk {
+    const unsigned char *at;
+    std::int32_t left;
+};
+
+static bool take_int(option_walk *walk, std::int32_t *value)
+{
+    if (walk->left < 4)
+        return false;
+    *value = static_cast<std::int32_t>(static_cast<std::uint32_t>(walk->at[0]) << 24 |
+                                       static_cast<std::uint32_t>(walk->at[1]) << 16 |
+                                       static_cast<std::uint32_t>(walk->at[2]) << 8 | walk->at[3]);
+    walk->at += 4;
+    walk->left -= 4;
+    return true;
+}
+
+static bool take_text(option_walk *walk, std::string *text)
+{
+    std::int32_t length = 0;
+    if (!take_int(walk, &length) || length < 0 || length > walk->left)
+        return false;
+    text->assign(reinterpret_cast<const char *>(walk->at), static_cast<std::size_t>(length));
+    walk->at += length;
+    walk->left -= length;
+    return true;
+}
+
+struct index_entry {
+    const char *keyspace;
+    const char *table;
+    const char *index;
+};
+
+// A row for each option, whose value stands as the column: that is where the index's target is. A
+// count or length that does not fit ends the walk.
+static int add_options(cass_stmt *stmt, const index_entry &entry, option_walk walk)
+{
+    std::int32_t count = 0;
+    take_int(&walk, &count);
+    std::string key;
+    std::string value;
+    for (std::int32_t position = 1;
+         position <= count && take_text(&walk, &key) && take_text(&walk, &value); ++position)
+        if (add_row(stmt, entry.keyspace, entry.table, "1", entry.index, "3",
+                    catalog_number_text(position).text, value.c_str()) != 0)
+            return -1;
+    return 0;
+}
+
+// ---- Indexes -----------------------------------------------------------------------------------
+
+static SQLRETURN short_read(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_EXIT, "SQLStatistics: short read on options");
+    cass_post_error(&stmt->head, STATE_HY000, 0, "short read on options");
+    return SQL_ERROR;
+}
+
+// The rows of one index. The kind is in the result and not looked at.
+static SQLRETURN add_index(cass_stmt *stmt, cass_stmt *inner)
+{
+    char keyspace[CATALOG_NAME_SIZE];
+    char table[CATALOG_NAME_SIZE];
+    char index[CATALOG_NAME_SIZE];
+    const index_entry entry = {
+        .keyspace = catalog_cell(inner, 1, keyspace, sizeof keyspace),
+        .table = catalog_cell(inner, 2, table, sizeof table),
+        .index = catalog_cell(inner, 3, index, sizeof index),
+    };
+    unsigned char options[OPTIONS_SIZE];
+    SQLLEN length = 0;
+    const SQLRETURN code = cass_get_data(inner, 5, SQL_C_BINARY, options, sizeof options, &length,
+                                         nullptr, inner->ird->fields, nullptr);
+    if (code == SQL_SUCCESS_WITH_INFO)
+        return short_read(stmt);
+    if (length <= 4)  // null and empty ones too
+        return SQL_SUCCESS;
+    const auto size = static_cast<std::int32_t>(std::min<SQLLEN>(length, sizeof options));
+    return add_options(stmt, entry, {options, size}) == 0 ? SQL_SUCCESS : SQL_ERROR;
+}
+
+static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
+{
+    catalog_query query = catalog_select(
+        "select keyspace_name, table_name, index_name, kind, options from system_schema.indexes");
+    catalog_where(&query, "table_name=", table);
+    // An empty schema is a filter here, and so is "%".
+    const cass_string *keyspace = schema != nullptr ? schema : stmt_conn(stmt)->current_keyspace;
+    if (keyspace != nullptr)
+        catalog_where(&query, "keyspace_name=", keyspace);
+    catalog_allow_filtering(&query);
+    const held_inner inner = catalog_run(stmt, std::move(query));
+    if (inner == nullptr)
+        return SQL_ERROR;
+
+    const held_text keyspace_text(cass_string_to_utf8(keyspace));
+    const held_text table_text(cass_string_to_utf8(table));
+    if (add_row(stmt, keyspace_text.get(), table_text.get(), nullptr, nullptr, "0", nullptr,
+                nullptr) != 0)
+        return SQL_ERROR;
+    int row;
+    while ((row = catalog_next_row(stmt, inner.get())) == 1)
+        if (add_index(stmt, inner.get()) != SQL_SUCCESS)
+            return SQL_ERROR;
+    if (row != 0)
+        return SQL_ERROR;
+    stmt_conn(stmt)->results_busy = 1;
+    return SQL_SUCCESS;
+}
+
+SQLRETURN cass_statistics(cass_stmt *stmt, const catalog_argument &schema_name,
+                          const catalog_argument &table_name)
+{
+    cass_close_stmt(stmt, 1);
+    held_string schema;
+    held_string table;
+    if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||
+        cass_create_internal_rs(stmt, &index_result, index_sort_keys) != 0)
+        return SQL_ERROR;
+    if (!catalog_is_filter(table.get())) {
+        cass_post_error(&stmt->head, STATE_HY010, 0, "table name not supplied");
+        return SQL_ERROR;
+    }
+    return cass_check_cursor_change(stmt, list_indexes(stmt, schema.get(), table.get()));
+}

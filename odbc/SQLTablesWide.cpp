@@ -1,0 +1,180 @@
+// The tables and views of the cluster, and the three special listings: of table types, of catalogs
+// and of keyspaces. The catalog argument is what filters by keyspace here, on purpose; in the other
+// catalog functions it is the schema argument.
+#include "odbc/SQLTablesWide.h"
+
+#include <initializer_list>
+#include <iterator>
+
+#include "core/cass_stmt.h"
+
+// clang-format off
+static constexpr cass_internal_column table_columns[] = {
+    {"TABLE_CAT",   SQL_VARCHAR,  64, SQL_NULLABLE},
+    {"TABLE_SCHEM", SQL_VARCHAR,  64, SQL_NULLABLE},
+    {"TABLE_NAME",  SQL_VARCHAR,  64, SQL_NO_NULLS},
+    {"TABLE_TYPE",  SQL_VARCHAR,  64, SQL_NO_NULLS},
+    {"REMARKS",     SQL_VARCHAR, 256, SQL_NULLABLE},
+};
+// clang-format on
+static constexpr cass_internal_columns table_result = {std::size(table_columns), table_columns};
+static constexpr std::int32_t table_sort_keys[] = {4, 1, 2, 3, 0};
+
+struct table_arguments {
+    held_string catalog;
+    held_string schema;
+    held_string table;
+    held_string type;
+};
+
+// ---- The special listings ----------------------------------------------------------------------
+
+// A null pointer with a length of 0 is none.
+static bool is_empty(const catalog_argument &argument, const cass_string *text)
+{
+    if (text == nullptr)
+        return argument.length == SQL_NTS;
+    return argument.length == 0 || (argument.length == SQL_NTS && cass_string_length(text) == 0);
+}
+
+static bool is_percent(const catalog_argument &argument, const cass_string *text)
+{
+    return (argument.length == 1 || argument.length == SQL_NTS) && catalog_text_is(text, "%");
+}
+
+static int add_row(cass_stmt *stmt, const char *catalog, const char *schema, const char *table,
+                   const char *type)
+{
+    const char *const values[] = {catalog, schema, table, type, nullptr};
+    return cass_insert_internal_row(stmt, values);
+}
+
+static SQLRETURN list_types(cass_stmt *stmt)
+{
+    for (const char *type : {"TABLE", "VIEW"})
+        if (add_row(stmt, nullptr, nullptr, nullptr, type) != 0)
+            return SQL_ERROR;
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN list_keyspaces(cass_stmt *stmt)
+{
+    const held_inner inner =
+        catalog_run(stmt, catalog_select("select keyspace_name from system_schema.keyspaces"));
+    if (inner == nullptr)
+        return SQL_ERROR;
+    int row;
+    while ((row = catalog_next_row(stmt, inner.get())) == 1) {
+        char keyspace[CATALOG_NAME_SIZE];
+        const char *name = catalog_cell(inner.get(), 1, keyspace, sizeof keyspace);
+        if (add_row(stmt, CATALOG_NAME, name, nullptr, nullptr) != 0)
+            return SQL_ERROR;
+    }
+    return row == 0 ? SQL_SUCCESS : SQL_ERROR;
+}
+
+// ---- The general listing -----------------------------------------------------------------------
+
+struct listing {
+    const char *word;  // in the list of wanted types
+    const char *quoted_word;
+    const char *select;
+    const char *name_condition;
+    const char *type;  // TABLE_TYPE of its rows
+};
+
+// A view asked for as "VIEW" is told as "VIEWS": applications know both words by now.
+static constexpr listing listings[] = {
+    {"TABLE", "'TABLE'", "select keyspace_name, table_name from system_schema.tables",
+     "table_name=", "TABLE"},
+    {"VIEW", "'VIEW'", "select keyspace_name, view_name from system_schema.views",
+     "view_name=", "VIEWS"},
+};
+
+// Whether a comma-separated list of types has the listing's word. Items are not trimmed, and an
+// unknown one is passed over.
+static bool is_wanted(const listing &wanted, const cass_string *types)
+{
+    if (!catalog_is_filter(types))
+        return true;
+    const std::int32_t length = cass_string_length(types);
+    for (std::int32_t start = 0; start < length;) {
+        std::int32_t end = length;
+        cass_string_find_char(start, types, ',', &end);
+        const held_string item(cass_string_sub(types, start, end - start));
+        if (catalog_text_is(item.get(), wanted.word) ||
+            catalog_text_is(item.get(), wanted.quoted_word))
+            return true;
+        start = end + 1;
+    }
+    return false;
+}
+
+static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_arguments &arguments)
+{
+    catalog_query query = catalog_select(wanted.select);
+    if (catalog_is_filter(arguments.table.get()))
+        catalog_where(&query, wanted.name_condition, arguments.table.get());
+    const cass_string *current = stmt_conn(stmt)->current_keyspace;
+    if (catalog_is_filter(arguments.catalog.get()))
+        catalog_where(&query, "keyspace_name=", arguments.catalog.get());
+    else if (current != nullptr)
+        catalog_where(&query, "keyspace_name = ", current);
+    catalog_allow_filtering(&query);
+
+    const held_inner inner = catalog_run(stmt, std::move(query));
+    if (inner == nullptr)
+        return SQL_ERROR;
+    int row;
+    while ((row = catalog_next_row(stmt, inner.get())) == 1) {
+        char keyspace[CATALOG_NAME_SIZE];
+        char table[CATALOG_NAME_SIZE];
+        const char *keyspace_name = catalog_cell(inner.get(), 1, keyspace, sizeof keyspace);
+        const char *table_name = catalog_cell(inner.get(), 2, table, sizeof table);
+        if (add_row(stmt, CATALOG_NAME, keyspace_name, table_name, wanted.type) != 0)
+            return SQL_ERROR;
+    }
+    return row == 0 ? SQL_SUCCESS : SQL_ERROR;
+}
+
+static SQLRETURN list_tables(cass_stmt *stmt, const table_arguments &arguments)
+{
+    for (const listing &wanted : listings)
+        if (is_wanted(wanted, arguments.type.get()) &&
+            list_one(stmt, wanted, arguments) != SQL_SUCCESS)
+            return SQL_ERROR;
+    return SQL_SUCCESS;
+}
+
+SQLRETURN cass_tables(cass_stmt *stmt, const catalog_argument &catalog_name,
+                      const catalog_argument &schema_name, const catalog_argument &table_name,
+                      const catalog_argument &table_type)
+{
+    cass_close_stmt(stmt, 1);
+    table_arguments texts;
+    if (!catalog_text(catalog_name, &texts.catalog) || !catalog_text(schema_name, &texts.schema) ||
+        !catalog_text(table_name, &texts.table) || !catalog_text(table_type, &texts.type) ||
+        cass_create_internal_rs(stmt, &table_result, table_sort_keys) != 0)
+        return SQL_ERROR;
+
+    const bool no_catalog = is_empty(catalog_name, texts.catalog.get());
+    const bool no_schema = is_empty(schema_name, texts.schema.get());
+    const bool no_table = is_empty(table_name, texts.table.get());
+    SQLRETURN code;
+    bool asks_server = true;
+    if (no_catalog && no_schema && no_table && is_percent(table_type, texts.type.get())) {
+        asks_server = false;
+        code = list_types(stmt);
+    } else if (is_percent(catalog_name, texts.catalog.get()) && no_schema && no_table) {
+        asks_server = false;
+        code =
+            add_row(stmt, CATALOG_NAME, nullptr, nullptr, nullptr) == 0 ? SQL_SUCCESS : SQL_ERROR;
+    } else if (no_catalog && is_percent(schema_name, texts.schema.get()) && no_table) {
+        code = list_keyspaces(stmt);
+    } else {
+        code = list_tables(stmt, texts);
+    }
+    if (asks_server && code == SQL_SUCCESS)
+        stmt_conn(stmt)->results_busy = 1;
+    return cass_check_cursor_change(stmt, code);
+}

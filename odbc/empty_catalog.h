@@ -1,0 +1,23 @@
+// Catalog functions that have nothing to report: a result with its columns and no rows.
+#ifndef ODBC_EMPTY_CATALOG_H
+#define ODBC_EMPTY_CATALOG_H
+
+#include "core/cass_clist.h"
+#include "odbc/entry_frame.h"
+
+struct empty_set {
+    cass_internal_columns result;
+    const std::int32_t *sort_keys;
+    bool occupies_connection;  // until its end was fetched, as any catalog result
+};
+
+extern const empty_set foreign_keys_set;
+extern const empty_set procedures_set;
+extern const empty_set procedure_columns_set;
+extern const empty_set table_privileges_set;
+extern const empty_set column_privileges_set;
+
+// Makes the result current on the statement. No arguments are looked at.
+SQLRETURN cass_empty_catalog(cass_stmt *stmt, const empty_set &set);
+
+#endif

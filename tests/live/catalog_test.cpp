@@ -1,0 +1,218 @@
+// Catalog functions through the Driver Manager against the node's own system_schema: tables of
+// every type, composite keys, quoted and reserved names, views, indexes, and what names that are
+// none come to.
+#include "tests/live/live_support.h"
+
+struct live_catalog : live_test {
+    std::string keyspace;
+
+    void make_tables(const std::string &name)
+    {
+        keyspace = name;
+        use_keyspace(name);
+        for (const char *sql : {
+                 "CREATE TYPE addr (street text, zip int)",
+                 "CREATE TABLE every (id uuid PRIMARY KEY, a ascii, b bigint, bl blob, bo boolean, "
+                 "d date, de decimal, do double, du duration, f float, i inet, n int, s smallint, "
+                 "t text, ti time, ts timestamp, tu timeuuid, ty tinyint, u uuid, v varchar, vi "
+                 "varint, l list<int>, m map<text, frozen<list<int>>>, se set<text>, tp "
+                 "frozen<tuple<int, text>>, ut frozen<addr>, ve vector<float, 3>)",
+                 "CREATE TABLE keyed (k1 int, \"K2\" decimal, c int, \"select\" text, st int "
+                 "static, tx text, PRIMARY KEY ((k1, \"K2\"), c))",
+                 "CREATE TABLE \"Counts\" (id int PRIMARY KEY, \"a, (b\" counter)",
+                 "CREATE INDEX keyed_select ON keyed (\"select\")",
+                 "CREATE INDEX keyed_sai ON keyed (tx) USING 'sai' WITH OPTIONS = "
+                 "{'case_sensitive': 'false'}",
+             }) {
+            run(stmt, sql);
+            SQLFreeStmt(stmt, SQL_CLOSE);
+        }
+    }
+
+    // The wide call by an application's wide call, else the ANSI one.
+    SQLRETURN tables(bool wide, const std::string &catalog, const char *table, const char *type)
+    {
+        const auto units = [](const char *text) {
+            const std::string_view view = text != nullptr ? text : "";
+            return std::u16string(view.begin(), view.end());
+        };
+        if (!wide)
+            return SQLTables(stmt, odbc_text(catalog), SQL_NTS, nullptr, 0, ansi(table), SQL_NTS,
+                             ansi(type), SQL_NTS);
+        const std::u16string wide_table = units(table), wide_type = units(type);
+        return SQLTablesW(stmt, odbc_wide(units(catalog.c_str())), SQL_NTS, nullptr, 0,
+                          table != nullptr ? odbc_wide(wide_table) : nullptr, SQL_NTS,
+                          type != nullptr ? odbc_wide(wide_type) : nullptr, SQL_NTS);
+    }
+    static SQLCHAR *ansi(const char *text)
+    {
+        return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text));
+    }
+    SQLRETURN columns(const char *table, const char *column = nullptr)
+    {
+        return SQLColumns(stmt, nullptr, 0, odbc_text(keyspace), SQL_NTS, ansi(table), SQL_NTS,
+                          ansi(column), SQL_NTS);
+    }
+    // The chosen columns of all rows.
+    row_list pick(const std::vector<int> &wanted)
+    {
+        row_list rows;
+        while (SQLFetch(stmt) == SQL_SUCCESS) {
+            rows.emplace_back();
+            for (const int column : wanted)
+                rows.back() += (column == wanted[0] ? "" : "|") + cell_text(stmt, column);
+        }
+        SQLFreeStmt(stmt, SQL_CLOSE);
+        return rows;
+    }
+};
+
+TEST_F(live_catalog, tables_in_both_forms)
+{
+    make_tables("live_tables");
+    const row_list all = {"live_tables|Counts|TABLE", "live_tables|every|TABLE",
+                          "live_tables|keyed|TABLE"};
+    for (const bool wide : {false, true}) {
+        log_on_with("", SQL_OV_ODBC3, wide);
+        for (const bool wide_call : {false, true}) {
+            EXPECT_STMT(SQL_SUCCESS, stmt, tables(wide_call, keyspace, nullptr, nullptr));
+            EXPECT_EQ(pick({2, 3, 4}), all);
+            EXPECT_STMT(SQL_SUCCESS, stmt, tables(wide_call, keyspace, "keyed", "TABLE"));
+            EXPECT_EQ(pick({1, 2, 3, 4, 5}), row_list{"CASSANDRA|live_tables|keyed|TABLE|NULL"});
+            EXPECT_STMT(SQL_SUCCESS, stmt, tables(wide_call, keyspace, "KEYED", "'VIEW'"));
+            EXPECT_EQ(pick({3}), row_list{});
+        }
+    }
+    EXPECT_STMT(SQL_SUCCESS, stmt, tables(false, "system", "local", nullptr));
+    EXPECT_EQ(pick({2, 3}), row_list{"system|local"});
+    // Names that are none: quotes go into the query as they stand, so the server refuses some.
+    EXPECT_STMT(SQL_SUCCESS, stmt, tables(false, keyspace, std::string(300, 'n').c_str(), "TABLE"));
+    EXPECT_EQ(pick({3}), row_list{});
+    EXPECT_STMT(SQL_ERROR, stmt, tables(false, keyspace, "o'x", "TABLE"));
+    expect_records(SQL_HANDLE_STMT, stmt, {"08S01 error code 8192"});
+    // A node may refuse to make views.
+    if (SQL_SUCCEEDED(exec(stmt, "CREATE MATERIALIZED VIEW live_tables.v AS SELECT * FROM "
+                                 "live_tables.keyed WHERE k1 IS NOT NULL AND \"K2\" IS NOT NULL "
+                                 "AND c IS NOT NULL PRIMARY KEY (c, k1, \"K2\")"))) {
+        EXPECT_STMT(SQL_SUCCESS, stmt, tables(true, keyspace, nullptr, "VIEW"));
+        EXPECT_EQ(pick({3, 4}), row_list{"v|VIEWS"});
+    }
+    EXPECT_STMT(SQL_SUCCESS, stmt,
+                SQLTables(stmt, ansi(""), 0, ansi("%"), 1, ansi(""), 0, nullptr, 0));
+    const row_list keyspaces = pick({2});
+    EXPECT_NE(std::find(keyspaces.begin(), keyspaces.end(), "system_schema"), keyspaces.end());
+    expect_alive(conn);
+}
+
+TEST_F(live_catalog, columns_of_every_type)
+{
+    make_tables("live_columns");
+    EXPECT_STMT(SQL_SUCCESS, stmt, columns("every"));
+    // Name, type, its name, size, bytes, digits, radix, nullability, verbose type, subtype, place.
+    EXPECT_EQ(pick({4, 5, 6, 7, 8, 9, 10, 11, 14, 15, 17, 18}),
+              (row_list{
+                  "id|-11|uuid|36|16|NULL|NULL|0|-11|NULL|0|NO",
+                  "a|12|ascii|256|256|NULL|NULL|1|12|NULL|1|YES",
+                  "b|-5|bigint|20|8|NULL|NULL|1|-5|NULL|2|YES",
+                  "bl|-3|blob|1024|1024|NULL|NULL|1|-3|NULL|3|YES",
+                  "bo|-7|boolean|1|1|NULL|NULL|1|-7|NULL|4|YES",
+                  "d|91|date|10|6|NULL|NULL|1|9|91|5|YES",
+                  "de|2|decimal|38|19|15|10|1|2|NULL|6|YES",
+                  "do|8|double|24|8|NULL|2|1|8|NULL|7|YES",
+                  "du|-3|duration|1024|1024|NULL|NULL|1|-3|NULL|8|YES",
+                  "f|7|float|14|4|NULL|2|1|7|NULL|9|YES",
+                  "i|12|inet|256|256|NULL|NULL|1|12|NULL|10|YES",
+                  "l|-3|list<int>|1024|1024|NULL|NULL|1|-3|NULL|11|YES",
+                  "m|-3|map<text, frozen<list<int>>>|1024|1024|NULL|NULL|1|-3|NULL|12|YES",
+                  "n|4|int|8|4|NULL|NULL|1|4|NULL|13|YES",
+                  "s|5|smallint|6|2|NULL|NULL|1|5|NULL|14|YES",
+                  "se|-3|set<text>|1024|1024|NULL|NULL|1|-3|NULL|15|YES",
+                  "t|12|text|256|256|NULL|NULL|1|12|NULL|16|YES",
+                  "ti|93|time|29|16|NULL|NULL|1|9|93|17|YES",
+                  "tp|-3|frozen<tuple<int, text>>|1024|1024|NULL|NULL|1|-3|NULL|18|YES",
+                  "ts|93|timestamp|23|16|NULL|NULL|1|9|93|19|YES",
+                  "tu|-11|timeuuid|36|16|NULL|NULL|1|-11|NULL|20|YES",
+                  "ty|-6|tinyint|4|1|NULL|NULL|1|-6|NULL|21|YES",
+                  "u|-11|uuid|36|16|NULL|NULL|1|-11|NULL|22|YES",
+                  "ut|-3|frozen<addr>|1024|1024|NULL|NULL|1|-3|NULL|23|YES",
+                  "v|12|text|256|256|NULL|NULL|1|12|NULL|24|YES",
+                  "ve|-3|vector<float, 3>|1024|1024|NULL|NULL|1|-3|NULL|25|YES",
+                  "vi|2|varint|38|19|0|10|1|2|NULL|26|YES",
+              }));
+    EXPECT_STMT(SQL_SUCCESS, stmt, columns("keyed"));
+    EXPECT_EQ(pick({1, 2, 3, 4, 12, 13, 16}),
+              (row_list{"CASSANDRA|live_columns|keyed|k1|NULL|NULL|4",
+                        "CASSANDRA|live_columns|keyed|K2|NULL|NULL|19",
+                        "CASSANDRA|live_columns|keyed|c|NULL|NULL|4",
+                        "CASSANDRA|live_columns|keyed|select|NULL|NULL|256",
+                        "CASSANDRA|live_columns|keyed|st|NULL|NULL|4",
+                        "CASSANDRA|live_columns|keyed|tx|NULL|NULL|256"}));
+    // Column names are found in any case, tables in their own; the schema selects the keyspace.
+    EXPECT_STMT(SQL_SUCCESS, stmt, columns("keyed", "SELECT"));
+    EXPECT_EQ(pick({4}), row_list{"select"});
+    EXPECT_STMT(SQL_SUCCESS, stmt, columns("counts"));
+    EXPECT_EQ(pick({4}), row_list{});
+    EXPECT_STMT(SQL_SUCCESS, stmt,
+                SQLColumnsW(stmt, nullptr, 0, nullptr, 0, odbc_wide(u"Counts"), SQL_NTS,
+                            odbc_wide(u"%"), SQL_NTS));
+    EXPECT_EQ(pick({4, 5}), (row_list{"id|4", "a, (b|-5"}));
+
+    log_on_with("StringLen=99;KEYSPACE=live_columns", SQL_OV_ODBC2);
+    EXPECT_STMT(SQL_SUCCESS, stmt, columns("every", "TS"));
+    EXPECT_EQ(pick({5, 14, 15}), row_list{"11|9|11"});
+    EXPECT_STMT(SQL_SUCCESS, stmt, columns("every", "t"));
+    EXPECT_EQ(pick({7, 8, 16}), row_list{"99|99|99"});
+}
+
+TEST_F(live_catalog, keys_and_indexes)
+{
+    make_tables("live_keys");
+    EXPECT_STMT(SQL_SUCCESS, stmt,
+                SQLPrimaryKeys(stmt, nullptr, SQL_NTS, odbc_text(keyspace), SQL_NTS, ansi("keyed"),
+                               SQL_NTS));
+    EXPECT_EQ(pick({1, 2, 3, 4, 5, 6}), (row_list{"CASSANDRA|live_keys|keyed|k1|1|NULL",
+                                                  "CASSANDRA|live_keys|keyed|K2|1|NULL"}));
+    EXPECT_STMT(SQL_SUCCESS, stmt,
+                SQLSpecialColumns(stmt, SQL_BEST_ROWID, nullptr, 0, odbc_text(keyspace), SQL_NTS,
+                                  ansi("keyed"), SQL_NTS, SQL_SCOPE_SESSION, SQL_NULLABLE));
+    EXPECT_EQ(pick({1, 2, 3, 4, 5, 6, 7, 8}),
+              (row_list{"2|K2|2|decimal|38|19|15|NULL", "4|k1|4|int|8|4|NULL|NULL"}));
+    for (const bool wide : {false, true}) {
+        EXPECT_STMT(SQL_SUCCESS, stmt,
+                    wide ? SQLStatisticsW(stmt, nullptr, 0, nullptr, 0, odbc_wide(u"keyed"),
+                                          SQL_NTS, SQL_INDEX_UNIQUE, SQL_QUICK)
+                         : SQLStatistics(stmt, nullptr, 0, odbc_text(keyspace), SQL_NTS,
+                                         ansi("keyed"), SQL_NTS, SQL_INDEX_ALL, SQL_ENSURE));
+        EXPECT_EQ(pick({1, 2, 3, 4, 6, 7, 8, 9}),
+                  (row_list{"CASSANDRA|live_keys|keyed|NULL|NULL|0|NULL|NULL",
+                            "CASSANDRA|live_keys|keyed|1|keyed_sai|3|1|false",
+                            "CASSANDRA|live_keys|keyed|1|keyed_sai|3|2|sai",
+                            "CASSANDRA|live_keys|keyed|1|keyed_sai|3|3|tx",
+                            "CASSANDRA|live_keys|keyed|1|keyed_select|3|1|\"select\""}));
+    }
+    EXPECT_STMT(
+        SQL_ERROR, stmt,
+        SQLStatistics(stmt, nullptr, 0, nullptr, 0, ansi("%"), 1, SQL_INDEX_ALL, SQL_QUICK));
+    expect_records(SQL_HANDLE_STMT, stmt, {"HY010 table name not supplied"});
+}
+
+// Functions that have nothing to ask the server, and what unread rows keep from others.
+TEST_F(live_catalog, local_results_and_who_waits_for_them)
+{
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLGetTypeInfo(stmt, SQL_ALL_TYPES));
+    row_list types = pick({1, 2});
+    EXPECT_EQ(types.size(), 20u);
+    EXPECT_EQ(types[0], "uuid|-11");
+    EXPECT_EQ(types[17], "date|91");
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLProcedures(stmt, nullptr, 0, nullptr, 0, nullptr, 0));
+    const SQLHSTMT other = new_stmt(live.get());
+    EXPECT_STMT(SQL_ERROR, other, exec(other, "select key from system.local"));
+    expect_records(SQL_HANDLE_STMT, other, {"HY000 connection is busy"});
+    EXPECT_EQ(pick({1}), row_list{});
+    EXPECT_STMT(SQL_SUCCESS, other, exec(other, "select key from system.local"));
+    SQLFreeHandle(SQL_HANDLE_STMT, other);
+
+    log_on_with("", SQL_OV_ODBC2);
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLGetTypeInfo(stmt, SQL_DATE));
+    EXPECT_EQ(pick({1, 2}), row_list{"date|9"});
+}

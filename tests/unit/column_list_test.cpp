@@ -1,0 +1,81 @@
+// The columns of a table read back from its text, and their sizes.
+#include "core/cass_clist.h"
+#include "stmt_fixture.h"
+
+using column_list = stmt_fixture;
+
+// The columns of a text, "name type*2 " for a key of sequence 2, in list order.
+static std::string parsed(const cass_conn *conn, const std::string &sql)
+{
+    auto *entry = static_cast<cass_table_entry *>(std::calloc(1, sizeof(cass_table_entry)));
+    const held_tables held(entry);
+    entry->create_sql = strdup(sql.c_str());
+    cass_parse_create_sql(conn, entry);
+    std::string all;
+    int ordinal = 0;
+    for (const cass_column_entry *column = entry->columns; column != nullptr;
+         column = column->next) {
+        EXPECT_EQ(ordinal++, column->ordinal);
+        all += std::string(column->name) + " " + column->type_name +
+               (column->is_key ? "*" + std::to_string(column->key_seq) : "") + ", ";
+    }
+    return all;
+}
+
+TEST_F(column_list, what_a_table_text_comes_to)
+{
+    const std::pair<const char *, const char *> cases[] = {
+        {"create table ks.t (\n )", ""},
+        {"create table ks.t (\n\"a\" int,\n\"id\" uuid PRIMARY KEY,\n\"b\" text )",
+         "id uuid*0, a int, b text, "},
+        {"x ( \"k1\" int PRIMARY KEY, \"k2\" int PRIMARY KEY, \"c\" int )",
+         "k2 int*0, k1 int*0, c int, "},
+        {"x (\"m\" map<text, frozen<list<int>>> , \"t\" \"My Type\")",
+         "m map<text, frozen<list<int>>>, t My Type, "},
+        // In quotes everything is a name, and two quotes stay two.
+        {"x (\"PRIMARY\" int, \"a, b)\" int, \"q\"\"q\" int, \"\" int)",
+         "PRIMARY int, a, b) int, q\"\"q int,  int, "},
+        // Clauses of the table mark columns where they stand.
+        {"x (a int, b int static, c int, PRIMARY KEY (c, a), d int)",
+         "a int*1, b int, c int*0, d int, "},
+        {"x (a int, PRIMARY KEY (nobody", "a int, "},
+        {"x (a int, PRIMARY", "a int, "},
+        // What is left open ends with the text.
+        {"x (a map<text, b int, c int)", "a map<text, b int, c int), "},
+        {"x (a int, \"b", "a int, "},
+        {"x (a int) b int", "a int, "},
+        {"x (a", ""},
+        {"x a int", ""},
+        {"", ""},
+        {"x (,, a > b, c<>d e>f, ( g int)", "a >, c<>d e>f, g int, "},
+    };
+    for (const auto &[sql, columns] : cases)
+        EXPECT_EQ(columns, parsed(conn, sql)) << sql;
+}
+
+TEST_F(column_list, sizes_by_type)
+{
+    conn->string_len = 99;
+    conn->binary_len = 77;
+    struct {
+        const char *type;
+        std::int32_t sql_type, odbc2_type, size, bytes;
+    } const cases[] = {
+        {"text", 12, 12, 99, 99},   {"frozen<text>", -3, -3, 77, 77}, {"Text", -3, -3, 77, 77},
+        {"time", 93, 11, 29, 16},   {"timestamp", 93, 11, 23, 16},    {"date", 91, 9, 10, 6},
+        {"counter", -5, -5, 20, 8}, {"decimal", 2, 2, 38, 19},        {"int", 4, 4, 8, 4},
+        {"smallint", 5, 5, 6, 2},   {"tinyint", -6, -6, 4, 1},        {"float", 7, 7, 14, 4},
+        {"boolean", -7, -7, 1, 1},  {"timeuuid", -11, -11, 36, 16},   {"double", 8, 8, 24, 8},
+    };
+    for (const auto &c : cases)
+        for (const bool odbc2 : {false, true}) {
+            env->odbc_version = odbc2 ? SQL_OV_ODBC2 : SQL_OV_ODBC3;
+            std::string name = c.type;
+            cass_column_entry column = {};
+            column.type_name = name.data();
+            cass_catalog_type(conn, &column);
+            EXPECT_EQ(odbc2 ? c.odbc2_type : c.sql_type, column.sql_type) << c.type;
+            EXPECT_EQ(c.size, cass_catalog_column_size(conn, &column)) << c.type;
+            EXPECT_EQ(c.bytes, cass_catalog_buffer_length(conn, &column)) << c.type;
+        }
+}

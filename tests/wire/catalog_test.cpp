@@ -1,0 +1,427 @@
+// Catalog functions: the exact queries that their arguments come to, in both forms, what is made of
+// the replies, and failures in all places, after which the connection serves on.
+#include <functional>
+#include <optional>
+
+#include "tests/wire/wire_support.h"
+
+// Rows of text columns; a cell without a value is null.
+static node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {})
+{
+    const std::size_t count = rows.empty() ? 2 : rows.front().size();
+    return rows_frame(node_columns(count, {"c", type_of(NODE_VARCHAR)}), rows, options);
+}
+
+// ---- Arguments ---------------------------------------------------------------------------------
+
+// A text with a length of its own, or a null pointer.
+struct argument {
+    const char *text = nullptr;
+    SQLSMALLINT length = SQL_NTS;
+};
+constexpr argument none = {nullptr, 0};
+
+// The functions in one form; `more` is the table type or the column name.
+using catalog_call = std::function<SQLRETURN(SQLHSTMT, const std::vector<argument> &)>;
+
+struct form {
+    bool wide;
+    std::vector<std::u16string> kept;  // wide copies of a call's arguments
+
+    SQLCHAR *ansi(const argument &a)
+    {
+        return reinterpret_cast<SQLCHAR *>(const_cast<char *>(a.text));
+    }
+    SQLWCHAR *units(const argument &a)
+    {
+        if (a.text == nullptr)
+            return nullptr;
+        const std::string_view text(a.text);
+        kept.emplace_back(text.begin(), text.end());
+        return reinterpret_cast<SQLWCHAR *>(kept.back().data());
+    }
+};
+
+#define CALL(function, ...)                                                                        \
+    (f.kept.reserve(8),                                                                            \
+     f.wide ? function##W(stmt, __VA_ARGS__(f.units)) : function(stmt, __VA_ARGS__(f.ansi)))
+#define THREE(text)   text(a[0]), a[0].length, text(a[1]), a[1].length, text(a[2]), a[2].length
+#define FOUR(text)    THREE(text), text(a[3]), a[3].length
+#define ROWID(text)   SQL_BEST_ROWID, THREE(text), SQL_SCOPE_SESSION, SQL_NULLABLE
+#define ROWVER(text)  SQL_ROWVER, THREE(text), SQL_SCOPE_SESSION, SQL_NULLABLE
+#define INDEXES(text) THREE(text), SQL_INDEX_ALL, SQL_QUICK
+#define SIX(text)     THREE(text), THREE(text)
+
+static SQLRETURN call(const std::string &name, SQLHSTMT stmt, std::vector<argument> a,
+                      bool wide = false)
+{
+    form f = {wide, {}};
+    a.resize(4, none);
+    if (name == "tables")
+        return CALL(SQLTables, FOUR);
+    if (name == "columns")
+        return CALL(SQLColumns, FOUR);
+    if (name == "keys")
+        return CALL(SQLPrimaryKeys, THREE);
+    if (name == "rowid")
+        return CALL(SQLSpecialColumns, ROWID);
+    if (name == "rowver")
+        return CALL(SQLSpecialColumns, ROWVER);
+    if (name == "indexes")
+        return CALL(SQLStatistics, INDEXES);
+    if (name == "foreign")
+        return CALL(SQLForeignKeys, SIX);
+    if (name == "procedures")
+        return CALL(SQLProcedures, THREE);
+    if (name == "procedure columns")
+        return CALL(SQLProcedureColumns, FOUR);
+    if (name == "table privileges")
+        return CALL(SQLTablePrivileges, THREE);
+    return CALL(SQLColumnPrivileges, FOUR);
+}
+
+static const std::string tables_query =
+    "select keyspace_name, table_name from system_schema.tables";
+static const std::string views_query = "select keyspace_name, view_name from system_schema.views";
+static const std::string indexes_query =
+    "select keyspace_name, table_name, index_name, kind, options from system_schema.indexes";
+static const std::string columns_query =
+    "SELECT column_name, kind, type, table_name, position, keyspace_name FROM "
+    "system_schema.columns WHERE ";
+
+TEST(catalog, queries_are_what_the_arguments_ask_for)
+{
+    struct {
+        const char *function;
+        const char *current;  // keyspace in use
+        std::vector<argument> arguments;
+        std::vector<std::string> queries;
+        std::vector<std::string> rows = {};
+    } const cases[] = {
+        // The special listings, and what is just beside them.
+        {"tables",
+         "ks1",
+         {{""}, {""}, {""}, {"%"}},
+         {},
+         {"NULL|NULL|NULL|TABLE|NULL", "NULL|NULL|NULL|VIEW|NULL"}},
+        {"tables",
+         "ks1",
+         {{}, {"x", 0}, {""}, {"%x", 1}},
+         {},
+         {"NULL|NULL|NULL|TABLE|NULL", "NULL|NULL|NULL|VIEW|NULL"}},
+        {"tables", nullptr, {none, {""}, {""}, {"%"}}, {tables_query, views_query}},
+        {"tables", "ks1", {{"%"}, {""}, {}, none}, {}, {"CASSANDRA|NULL|NULL|NULL|NULL"}},
+        {"tables", nullptr, {{"%"}, none, {""}, none}, {tables_query, views_query}},
+        {"tables",
+         "ks1",
+         {{""}, {"%"}, {""}, none},
+         {"select keyspace_name from system_schema.keyspaces"}},
+        // The general listing.
+        {"tables", nullptr, {}, {tables_query, views_query}},
+        {"tables",
+         "ks1",
+         {none, {"ks2"}, none, {"VIEW"}},
+         {views_query + " WHERE keyspace_name = 'ks1' ALLOW FILTERING"}},
+        {"tables",
+         "ks1",
+         {none, none, {"foo"}, {"table"}},
+         {tables_query + " WHERE table_name='foo' AND keyspace_name = 'ks1' ALLOW FILTERING"}},
+        {"tables",
+         "ks1",
+         {{"ks2"}, none, {"foo%"}, {"'VIEW',x"}},
+         {views_query + " WHERE view_name='foo%' AND keyspace_name='ks2' ALLOW FILTERING"}},
+        {"tables",
+         nullptr,
+         {{"ks2 and more", 3}, none, {"%"}, {"TABLE, VIEW"}},
+         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
+        {"tables", nullptr, {none, none, none, {",,VIEW,TABLE"}}, {tables_query, views_query}},
+        {"tables", nullptr, {none, none, none, {"SYNONYM,tables"}}, {}},
+        {"tables", nullptr, {none, none, none, {"x", 0}}, {tables_query, views_query}},
+        // The schema is the keyspace everywhere else.
+        {"columns", nullptr, {{"c"}, none, none, none}, {tables_query}},
+        {"columns",
+         "ks1",
+         {{"c"}, {"ks2"}, {"%"}, none},
+         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
+        {"columns",
+         "ks1",
+         {{"c"}, {"%"}, {"o'x"}, none},
+         {tables_query + " WHERE table_name='o'x' AND keyspace_name='ks1' ALLOW FILTERING"}},
+        {"rowid",
+         "ks1",
+         {none, {""}, {"Foo"}},
+         {tables_query + " WHERE table_name='Foo' AND keyspace_name='ks1' ALLOW FILTERING"}},
+        {"rowver", "ks1", {none, {"ks2"}, {"foo"}}, {}},
+        // The keys measure the schema by the catalog's length, within its own.
+        {"keys",
+         "ks1",
+         {none, {"ks2"}, {"foo"}},
+         {tables_query + " WHERE table_name='foo' AND keyspace_name='ks1' ALLOW FILTERING"}},
+        {"keys",
+         "ks1",
+         {{}, {"ks2"}, none},
+         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
+        {"keys",
+         nullptr,
+         {{nullptr, 2}, {"ks2"}, none},
+         {tables_query + " WHERE keyspace_name='ks' ALLOW FILTERING"}},
+        {"keys",
+         nullptr,
+         {{nullptr, 99}, {"ks2x", 3}, none},
+         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
+        {"keys",
+         nullptr,
+         {{}, {"ks2x", 3}, none},
+         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
+        {"keys",
+         nullptr,
+         {{nullptr, 99}, {"ks2"}, none},
+         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
+        {"indexes",
+         "ks1",
+         {none, {"%"}, {"foo"}},
+         {indexes_query + " WHERE table_name='foo' AND keyspace_name='%' ALLOW FILTERING"},
+         {"CASSANDRA|%|foo|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"}},
+        {"indexes",
+         "ks1",
+         {none, {""}, {"foo"}},
+         {indexes_query + " WHERE table_name='foo' AND keyspace_name='' ALLOW FILTERING"},
+         {"CASSANDRA||foo|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"}},
+        {"indexes",
+         nullptr,
+         {none, none, {"foo"}},
+         {indexes_query + " WHERE table_name='foo' ALLOW FILTERING"},
+         {"CASSANDRA|NULL|foo|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"}},
+    };
+    for (const bool wide : {false, true}) {
+        for (const char *current : {static_cast<const char *>(nullptr), "ks1"}) {
+            const wire_ptr wire = wire_logged_on();
+            if (current != nullptr)
+                run_query(wire, "use ks1", set_keyspace_frame(current));
+            for (int number = 0; const auto &c : cases) {
+                SCOPED_TRACE(std::to_string(number++) + " " + c.function + (wide ? "W" : ""));
+                if ((c.current == nullptr) != (current == nullptr))
+                    continue;
+                for (const std::string &query : c.queries)
+                    expect_query(wire->node.get(), query, {text_rows({})});
+                EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                            call(c.function, wire->stmt, c.arguments, wide));
+                EXPECT_EQ(fetch_all(wire->stmt), c.rows);
+            }
+        }
+    }
+}
+
+// ---- Rows --------------------------------------------------------------------------------------
+
+TEST(catalog, tables_are_sorted_over_pages_and_long_names_are_cut)
+{
+    const wire_ptr wire = wire_logged_on();
+    const std::string long_name(70, 'n');
+    expect_query(wire->node.get(), tables_query,
+                 {text_rows({{"b", "t2"}, {"b", long_name}}, {.paging_state = "more"})});
+    expect_next_query(wire->node.get(), tables_query, "more",
+                      {text_rows({{"a", "t3"}, {"b", "T1"}, {std::nullopt, ""}})});
+    expect_query(wire->node.get(), views_query, {text_rows({{"a", "v"}})});
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, call("tables", wire->stmt, {}));
+    EXPECT_EQ(stmt_records(wire->stmt), record_list());
+    EXPECT_EQ(fetch_all(wire->stmt),
+              (std::vector<std::string>{"CASSANDRA|NULL||TABLE|NULL", "CASSANDRA|a|t3|TABLE|NULL",
+                                        "CASSANDRA|b|T1|TABLE|NULL",
+                                        "CASSANDRA|b|" + long_name.substr(0, 64) + "|TABLE|NULL",
+                                        "CASSANDRA|b|t2|TABLE|NULL", "CASSANDRA|a|v|VIEWS|NULL"}));
+}
+
+static bytes options_of(const std::vector<std::pair<bytes, bytes>> &entries,
+                        std::optional<int> count = {})
+{
+    bytes all = be32(static_cast<std::uint64_t>(count.value_or(static_cast<int>(entries.size()))));
+    for (const auto &[key, value] : entries)
+        all += wire_bytes(key) + wire_bytes(value);
+    return all;
+}
+
+TEST(catalog, index_options_are_read_within_their_bytes)
+{
+    const bytes fits(1023 - 18, 'v');
+    const std::pair<node_cell, std::vector<std::string>> cases[] = {
+        {options_of({{"target", "a"}, {"x", ""}}), {"1|a", "2|"}},
+        {options_of({{"target", "a"}}, 2), {"1|a"}},
+        {options_of({{"target", "a"}}, -1), {}},
+        {options_of({{"target", "a"}}, 0), {}},
+        {options_of({{"target", "a"}}) + be32(9), {"1|a"}},
+        {be32(3) + be32(0xFFFFFFFF) + be32(1), {}},
+        {be32(1) + be32(0x7FFFFFFF) + "x", {}},
+        {be32(1) + wire_bytes("k"), {}},
+        {be32(7), {}},
+        {bytes("abc"), {}},
+        {std::nullopt, {}},
+        {options_of({{"target", fits}}), {"1|" + fits}},
+    };
+    const wire_ptr wire = wire_logged_on();
+    node_columns columns(4, {"c", type_of(NODE_VARCHAR)});
+    columns.push_back({"options", type_map(type_of(NODE_VARCHAR), type_of(NODE_VARCHAR))});
+    for (const auto &[options, rows] : cases) {
+        expect_query(wire->node.get(), indexes_query + " WHERE table_name='t' ALLOW FILTERING",
+                     {rows_frame(columns, {{"ks", "t", "i", "kind", options}})});
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, call("indexes", wire->stmt, {none, none, {"t"}}));
+        std::vector<std::string> wanted = {
+            "CASSANDRA|NULL|t|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"};
+        for (const std::string &row : rows)
+            wanted.push_back("CASSANDRA|ks|t|1|NULL|i|3|" + row + "|NULL|NULL|NULL|NULL");
+        EXPECT_EQ(fetch_all(wire->stmt), wanted);
+    }
+    expect_query(wire->node.get(), indexes_query + " WHERE table_name='t' ALLOW FILTERING",
+                 {rows_frame(columns, {{"ks", "t", "i", "kind", bytes(1025, '\0')}})});
+    EXPECT_STMT(SQL_ERROR, wire->stmt, call("indexes", wire->stmt, {none, none, {"t"}}));
+    EXPECT_EQ(stmt_records(wire->stmt), record_list{general_error + "short read on options"});
+    for (const argument &table : {none, argument{""}, argument{"%"}}) {
+        EXPECT_STMT(SQL_ERROR, wire->stmt, call("indexes", wire->stmt, {none, none, table}));
+        EXPECT_EQ(stmt_records(wire->stmt),
+                  record_list{"HY010 Function sequence error: table name not supplied"});
+    }
+}
+
+// ---- Failures ----------------------------------------------------------------------------------
+
+TEST(catalog, failures_are_told_and_the_connection_serves_on)
+{
+    const std::string of_t = columns_query + "keyspace_name='ks' and table_name='t'";
+    const std::string of_u = columns_query + "keyspace_name='ks' and table_name='u'";
+    const node_frame refusal = error_frame(0x2200, "no such thing");
+    const std::string refused = link_failure + "error code 8704 'no such thing'";
+    const node_frame two = text_rows({{"ks", "t"}, {"ks", "u"}});
+    const node_frame first_page = text_rows({{"ks", "t"}}, {.paging_state = "p"});
+    const node_frame column = text_rows({{"id", "partition_key", "int"}});
+    struct step {
+        std::string query;
+        node_frame reply;
+        const char *state = nullptr;  // of a next page
+    };
+    struct {
+        const char *function;
+        std::vector<step> steps;
+        SQLRETURN code;
+        record_list records;
+        std::vector<std::string> rows;
+    } const cases[] = {
+        {"tables", {{tables_query, refusal}}, SQL_ERROR, {refused}, {}},
+        {"tables", {{tables_query, two}, {views_query, refusal}}, SQL_ERROR, {refused}, {}},
+        {"tables",
+         {{tables_query, first_page}, {tables_query, refusal, "p"}},
+         SQL_ERROR,
+         {refused},
+         {}},
+        {"tables", {{tables_query, with_warnings(two, {"slow"})}}, SQL_ERROR, {"01000 slow"}, {}},
+        {"keys", {{tables_query, refusal}}, SQL_ERROR, {refused}, {}},
+        {"keys", {{tables_query, two}, {of_t, column}, {of_u, refusal}}, SQL_ERROR, {refused}, {}},
+        {"keys",
+         {{tables_query, first_page}, {tables_query, refusal, "p"}},
+         SQL_ERROR,
+         {refused},
+         {}},
+        {"keys", {{tables_query, text_rows({{"ks", ""}})}}, SQL_ERROR, {}, {}},
+        // A table dropped in the meantime, and one whose columns come with a warning, have none.
+        {"keys",
+         {{tables_query, two}, {of_t, text_rows({})}, {of_u, column}},
+         SQL_SUCCESS,
+         {},
+         {"CASSANDRA|ks|u|id|1|NULL"}},
+        {"keys",
+         {{tables_query, two}, {of_t, with_warnings(column, {"slow"})}, {of_u, column}},
+         SQL_SUCCESS,
+         {"01000 slow"},
+         {"CASSANDRA|ks|u|id|1|NULL"}},
+        {"keys",
+         {{tables_query, text_rows({{std::nullopt, "t"}})},
+          {columns_query + "table_name='t'", column}},
+         SQL_SUCCESS,
+         {},
+         {"CASSANDRA|NULL|t|id|1|NULL"}},
+    };
+    const wire_ptr wire = wire_logged_on();
+    const SQLHSTMT other = wire_new_stmt(wire.get());
+    for (int number = 0; const auto &c : cases) {
+        SCOPED_TRACE(number++);
+        for (const step &s : c.steps)
+            if (s.state == nullptr)
+                expect_query(wire->node.get(), s.query, {s.reply});
+            else
+                expect_next_query(wire->node.get(), s.query, s.state, {s.reply});
+        EXPECT_STMT(c.code, wire->stmt, call(c.function, wire->stmt, {}));
+        EXPECT_EQ(stmt_records(wire->stmt), c.records);
+        if (c.code == SQL_SUCCESS) {
+            EXPECT_EQ(fetch_all(wire->stmt), c.rows);
+        }
+        expect_query(wire->node.get(), "q", {void_frame()});
+        EXPECT_STMT(SQL_SUCCESS, other, exec(other, "q"));
+    }
+    expect_query(wire->node.get(), tables_query, {no_answer()});
+    EXPECT_STMT(SQL_ERROR, wire->stmt, call("tables", wire->stmt, {}));
+    EXPECT_EQ(stmt_records(wire->stmt).front(), link_failure + "failed to return packet");
+    SQLFreeHandle(SQL_HANDLE_STMT, other);
+}
+
+TEST(catalog, unread_rows_occupy_the_connection)
+{
+    const wire_ptr wire = wire_logged_on();
+    const SQLHSTMT other = wire_new_stmt(wire.get());
+    const auto is_busy = [&] {
+        if (exec(other, "q") == SQL_SUCCESS)
+            return false;
+        EXPECT_EQ(stmt_records(other),
+                  record_list{general_error + "connection is busy with results of another hstmt"});
+        return true;
+    };
+    node_answer_rest(wire->node.get(), [](const node_request &) {
+        return std::vector<node_frame>{text_rows({{"ks", "t"}})};
+    });
+    const auto types = [&] { return call("tables", wire->stmt, {{""}, {""}, {""}, {"%"}}); };
+    // How each is ended, whether it occupies at all, and its columns.
+    struct {
+        const char *function;
+        bool occupies;
+        int columns;
+    } const functions[] = {
+        {"tables", true, 5},
+        {"columns", true, 18},
+        {"keys", true, 6},
+        {"rowid", true, 8},
+        {"rowver", true, 8},
+        {"indexes", true, 13},
+        {"foreign", false, 14},
+        {"procedures", true, 8},
+        {"procedure columns", true, 19},
+        {"table privileges", true, 7},
+        {"column privileges", true, 8},
+    };
+    for (int turn = 0; const auto &f : functions) {
+        SCOPED_TRACE(f.function);
+        for (const bool wide : {false, true}) {
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                        call(f.function, wire->stmt, {{}, {}, {"t"}}, wide));
+            EXPECT_EQ(column_count(wire->stmt), f.columns);
+            EXPECT_EQ(is_busy(), f.occupies);
+            switch (turn++ % 4) {
+            case 0:
+                fetch_all(wire->stmt);
+                break;
+            case 1:
+                SQLFreeStmt(wire->stmt, SQL_CLOSE);
+                break;
+            case 2:  // the statement itself is closed by its next call
+                EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+                break;
+            default:
+                EXPECT_STMT(SQL_SUCCESS, wire->stmt, types());
+            }
+            EXPECT_FALSE(is_busy());
+        }
+        EXPECT_EQ(call(f.function, nullptr, {}), SQL_INVALID_HANDLE);
+    }
+    SQLCHAR name[32] = "";
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, call("procedure columns", wire->stmt, {}));
+    SQLDescribeCol(wire->stmt, 19, name, sizeof name, nullptr, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_STREQ(reinterpret_cast<char *>(name), "IS_NULABLE");
+    SQLFreeHandle(SQL_HANDLE_STMT, other);
+}
