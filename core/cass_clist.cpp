@@ -125,3 +125,12 @@ catalog_number catalog_number_text(std::int32_t value)
     text_from_int64(number.text, value);
     return number;
 }
+
+SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies)
+{
+    if (code == SQL_SUCCESS && occupies)
+        stmt_conn(stmt)->results_busy = 1;
+    if (code != SQL_SUCCESS && stmt->internal_rs != nullptr)
+        stmt->internal_rs->exhausted = 1;
+    return cass_check_cursor_change(stmt, code);
+}

@@ -70,6 +70,11 @@ int catalog_next_row(cass_stmt *stmt, cass_stmt *inner);
 // null for SQL NULL.
 const char *catalog_cell(cass_stmt *inner, SQLUSMALLINT column, char *buffer, SQLLEN size);
 
+// Ends a catalog function with its code, or SQL_SUCCESS_WITH_INFO for a cursor of another type. A
+// success that `occupies` keeps the connection from others until its rows were read; a failure
+// leaves an empty result.
+SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies);
+
 // ---- Tables and their columns ------------------------------------------------------------------
 
 struct cass_column_entry {

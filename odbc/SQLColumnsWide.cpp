@@ -96,7 +96,6 @@ static SQLRETURN list_columns(cass_stmt *stmt, const cass_string *schema, const 
              column = column->next)
             if (is_taken(column, filter) && add_row(stmt, entry, column) != 0)
                 return SQL_ERROR;
-    stmt_conn(stmt)->results_busy = 1;
     return SQL_SUCCESS;
 }
 
@@ -112,6 +111,5 @@ SQLRETURN cass_columns(cass_stmt *stmt, [[maybe_unused]] const catalog_argument 
         !catalog_text(column_name, &column) ||
         cass_create_internal_rs(stmt, &column_result, column_sort_keys) != 0)
         return SQL_ERROR;
-    return cass_check_cursor_change(stmt,
-                                    list_columns(stmt, schema.get(), table.get(), column.get()));
+    return catalog_finish(stmt, list_columns(stmt, schema.get(), table.get(), column.get()), true);
 }

@@ -159,5 +159,5 @@ SQLRETURN cass_get_type_info(cass_stmt *stmt, SQLSMALLINT data_type)
                                      type_rows[row + (has_two_levels(row) ? odbc3 : 0)].cells);
         }
     }
-    return cass_check_cursor_change(stmt, SQL_SUCCESS);
+    return catalog_finish(stmt, SQL_SUCCESS, false);
 }

@@ -59,7 +59,6 @@ static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cas
                 return SQL_ERROR;
         }
     }
-    stmt_conn(stmt)->results_busy = 1;
     return SQL_SUCCESS;
 }
 
@@ -73,5 +72,5 @@ SQLRETURN cass_primary_keys(cass_stmt *stmt, const catalog_argument &catalog_nam
         !catalog_text(table_name, &table) ||
         cass_create_internal_rs(stmt, &key_result, key_sort_keys) != 0)
         return SQL_ERROR;
-    return cass_check_cursor_change(stmt, list_keys(stmt, schema.get(), table.get()));
+    return catalog_finish(stmt, list_keys(stmt, schema.get(), table.get()), true);
 }

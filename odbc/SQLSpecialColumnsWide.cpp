@@ -70,7 +70,5 @@ SQLRETURN cass_special_columns(cass_stmt *stmt, SQLUSMALLINT identifier_type,
     SQLRETURN code = SQL_SUCCESS;
     if (identifier_type == SQL_BEST_ROWID)
         code = list_row_identifiers(stmt, schema.get(), table.get());
-    if (code == SQL_SUCCESS)
-        stmt_conn(stmt)->results_busy = 1;
-    return cass_check_cursor_change(stmt, code);
+    return catalog_finish(stmt, code, true);
 }

@@ -156,7 +156,6 @@ static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const 
             return SQL_ERROR;
     if (row != 0)
         return SQL_ERROR;
-    stmt_conn(stmt)->results_busy = 1;
     return SQL_SUCCESS;
 }
 
@@ -173,5 +172,5 @@ SQLRETURN cass_statistics(cass_stmt *stmt, const catalog_argument &schema_name,
         cass_post_error(&stmt->head, STATE_HY010, 0, "table name not supplied");
         return SQL_ERROR;
     }
-    return cass_check_cursor_change(stmt, list_indexes(stmt, schema.get(), table.get()));
+    return catalog_finish(stmt, list_indexes(stmt, schema.get(), table.get()), true);
 }

@@ -161,12 +161,12 @@ SQLRETURN cass_tables(cass_stmt *stmt, const catalog_argument &catalog_name,
     const bool no_schema = is_empty(schema_name, texts.schema.get());
     const bool no_table = is_empty(table_name, texts.table.get());
     SQLRETURN code;
-    bool asks_server = true;
+    bool occupies = true;
     if (no_catalog && no_schema && no_table && is_percent(table_type, texts.type.get())) {
-        asks_server = false;
+        occupies = false;
         code = list_types(stmt);
     } else if (is_percent(catalog_name, texts.catalog.get()) && no_schema && no_table) {
-        asks_server = false;
+        occupies = false;
         code =
             add_row(stmt, CATALOG_NAME, nullptr, nullptr, nullptr) == 0 ? SQL_SUCCESS : SQL_ERROR;
     } else if (no_catalog && is_percent(schema_name, texts.schema.get()) && no_table) {
@@ -174,7 +174,5 @@ SQLRETURN cass_tables(cass_stmt *stmt, const catalog_argument &catalog_name,
     } else {
         code = list_tables(stmt, texts);
     }
-    if (asks_server && code == SQL_SUCCESS)
-        stmt_conn(stmt)->results_busy = 1;
-    return cass_check_cursor_change(stmt, code);
+    return catalog_finish(stmt, code, occupies);
 }

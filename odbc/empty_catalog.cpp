@@ -116,7 +116,5 @@ SQLRETURN cass_empty_catalog(cass_stmt *stmt, const empty_set &set)
     cass_close_stmt(stmt, 1);
     if (cass_create_internal_rs(stmt, &set.result, set.sort_keys) != 0)
         return SQL_ERROR;
-    if (set.occupies_connection)
-        stmt_conn(stmt)->results_busy = 1;
-    return cass_check_cursor_change(stmt, SQL_SUCCESS);
+    return catalog_finish(stmt, SQL_SUCCESS, set.occupies_connection);
 }
