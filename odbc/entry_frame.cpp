@@ -5,7 +5,7 @@
 
 SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std::int32_t state)
 {
-    if (handle->log_mask != 0) {
+    if (cass_log_is_on(handle)) {
         const char *format = handle->handle_tag == CASS_CONNECTION_HANDLE
                                  ? "%s: invalid async count %d"
                                  : "%s: invalid async operation %d";
