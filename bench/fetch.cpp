@@ -26,6 +26,7 @@ static constexpr char USAGE[] =
     "  --rows N            rows to read, 1000000 unless told\n"
     "  --replay            a child process replays pages (the default); --no-lz4: uncompressed\n"
     "  --server HOST:PORT  a real server; --user and --password where it asks for them\n"
+    "  --set SETTINGS      more of the connection string, such as \"LOGGING=yes;LOGFILE=f\"\n"
     "  MODE is one of\n"
     "  --get-char          SQLGetData as SQL_C_CHAR (the default)\n"
     "  --get-native        SQLGetData in the column's own C type\n"
@@ -41,6 +42,7 @@ struct fetch_options {
     const char *server = nullptr;  // null: replay
     const char *user = nullptr;
     const char *password = nullptr;
+    const char *more = nullptr;
     bool lz4 = true;
     fetch_mode mode = GET_CHAR;
     SQLULEN rowset = 0;  // 0: as the mode has it
@@ -222,6 +224,8 @@ static bool parse(int count, char **words, fetch_options *options)
             options->user = value;
         else if (word == "--password")
             options->password = value;
+        else if (word == "--set")
+            options->more = value;
         else
             return false;
     }
@@ -245,6 +249,8 @@ int main(int count, char **words)
     }
     if (options.user != nullptr)
         settings += std::string(";UID=") + options.user;
+    if (options.more != nullptr)
+        settings += std::string(";") + options.more;
     if (options.password != nullptr)
         settings += std::string(";PWD=") + options.password;
 

@@ -34,7 +34,8 @@ struct cell_request {
 };
 
 // Converts the request's cell and settles whether its column is delivered: cass_get_data behind its
-// log records and the look-up of the record. The member is found here. The road of bound columns.
+// log records and the look-up of the record. The member is found here. Logs nothing but failures:
+// the road of bound columns while the log is off.
 SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
                    cass_field *afields);
 

@@ -14,6 +14,14 @@
 
 static constexpr char log_source[] = "cass_fetch.c";
 
+// The records of every row. Each function of the road of rows has a constant `logged` and is built
+// twice, so that the log is tested once for a call of cass_fetch and not for each record.
+#define ROW_LOG(...)                                                                               \
+    do {                                                                                           \
+        if (logged)                                                                                \
+            CASS_LOG(&stmt->head, LOG_DETAIL, __VA_ARGS__);                                        \
+    } while (0)
+
 void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count)
 {
     cass_packet_ref(packet);
@@ -110,19 +118,24 @@ SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed)
     return decode_row(stmt);
 }
 
-SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed)
+[[gnu::always_inline]] static inline SQLRETURN fetch_row(cass_stmt *stmt, bool *page_failed,
+                                                         bool logged)
 {
-    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: statement_handle=%p",
-             static_cast<void *>(stmt));
+    ROW_LOG("cass_fetch_row: statement_handle=%p", static_cast<void *>(stmt));
     if (stmt->current_packet == nullptr) {
-        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: current packet is NULL");
+        ROW_LOG("cass_fetch_row: current packet is NULL");
         return SQL_NO_DATA;
     }
-    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: current_row_count=%d, current_row_offset=%d",
-             stmt->current_row_count, stmt->current_row_offset);
+    ROW_LOG("cass_fetch_row: current_row_count=%d, current_row_offset=%d", stmt->current_row_count,
+            stmt->current_row_offset);
     const SQLRETURN code = fetch_data_row(stmt, page_failed);
-    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: return value=%d", static_cast<int>(code));
+    ROW_LOG("cass_fetch_row: return value=%d", static_cast<int>(code));
     return code;
+}
+
+SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed)
+{
+    return fetch_row(stmt, page_failed, cass_log_is_on(&stmt->head));
 }
 
 void cass_flush_rows(cass_stmt *stmt)
@@ -161,12 +174,12 @@ static void fill_status(cass_stmt *stmt, const rowset_outputs &out, SQLULEN arra
 }
 
 // One row into the IRD and from there into the bound columns.
-static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt)
+[[gnu::always_inline]] static inline SQLRETURN fetch_row_and_transfer(cass_stmt *stmt, bool logged)
 {
     bool page_failed = false;
     SQLRETURN code = stmt->internal_rs != nullptr ? cass_fetch_internal_row(stmt, SQL_FETCH_NEXT, 0)
-                                                  : cass_fetch_row(stmt, &page_failed);
-    CASS_LOG(&stmt->head, LOG_DETAIL, "fetch returned %d", static_cast<int>(code));
+                                                  : fetch_row(stmt, &page_failed, logged);
+    ROW_LOG("fetch returned %d", static_cast<int>(code));
     if (code == SQL_NO_DATA) {
         stmt->data_waiting = 0;
         stmt_conn(stmt)->results_busy = 0;
@@ -180,18 +193,19 @@ static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt)
     if (code == SQL_ERROR && !page_failed && stmt->internal_rs == nullptr)
         return code;
     code = transfer_bound_columns(stmt, 1);
-    CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns returns %r", static_cast<int>(code));
+    ROW_LOG("transfer_bound_columns returns %r", static_cast<int>(code));
     return code;
 }
 
 // Rows delivered into the rowset; *code is the last row's.
-static SQLULEN fill_rowset(cass_stmt *stmt, const rowset_outputs &out, SQLULEN array_size,
-                           SQLRETURN *code)
+[[gnu::always_inline]] static inline SQLULEN fill_rowset(cass_stmt *stmt, const rowset_outputs &out,
+                                                         SQLULEN array_size, SQLRETURN *code,
+                                                         bool logged)
 {
     while (stmt->rowset_position < array_size) {
-        CASS_LOG(&stmt->head, LOG_DETAIL, "fetching row %d of %d",
-                 static_cast<int>(stmt->rowset_position), static_cast<int>(array_size));
-        *code = fetch_row_and_transfer(stmt);
+        ROW_LOG("fetching row %d of %d", static_cast<int>(stmt->rowset_position),
+                static_cast<int>(array_size));
+        *code = fetch_row_and_transfer(stmt, logged);
         if (!SQL_SUCCEEDED(*code))
             break;
         store_status(out, stmt->rowset_position,
@@ -202,33 +216,34 @@ static SQLULEN fill_rowset(cass_stmt *stmt, const rowset_outputs &out, SQLULEN a
     return stmt->rowset_position;
 }
 
-static SQLRETURN fetch_rowset(cass_stmt *stmt)
+[[gnu::always_inline]] static inline SQLRETURN fetch_rowset(cass_stmt *stmt, bool logged)
 {
     const rowset_outputs out = {stmt->ird->array_status_ptr, stmt->ird->rows_processed_ptr};
     const SQLULEN array_size = stmt->ard->array_size;
-    CASS_LOG(&stmt->head, LOG_DETAIL, "array_status_ptr=%p, rows_processed_ptr=%p",
-             static_cast<void *>(out.status), out.rows_fetched);
+    ROW_LOG("array_status_ptr=%p, rows_processed_ptr=%p", static_cast<void *>(out.status),
+            out.rows_fetched);
     store_rows_fetched(out, 0);
     // From where the rowset before ended, so that this writes only when the array has grown.
     if (out.status != nullptr)
         fill_status(stmt, out, array_size, SQL_ROW_NOROW);
-    CASS_LOG(&stmt->head, LOG_DETAIL, "array_size=%d", static_cast<int>(array_size));
+    ROW_LOG("array_size=%d", static_cast<int>(array_size));
 
     stmt->rowset_position = 0;
     SQLRETURN code = SQL_ERROR;
-    const SQLULEN rows = fill_rowset(stmt, out, array_size, &code);
+    const SQLULEN rows = fill_rowset(stmt, out, array_size, &code, logged);
     fill_status(stmt, out, array_size, code == SQL_ERROR ? SQL_ROW_ERROR : SQL_ROW_NOROW);
     // A rowset of several rows that delivered any is a success, whatever its last row was: the
     // status array and the records tell of truncation and errors.
     return rows >= 1 && array_size > 1 ? SQL_SUCCESS : code;
 }
 
-SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
+[[gnu::always_inline]] static inline SQLRETURN fetch(cass_stmt *stmt, SQLSMALLINT mode,
+                                                     SQLLEN offset, bool logged)
 {
-    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: statement_handle=%p, mode=%d, offset=%d",
-             static_cast<void *>(stmt), mode, static_cast<int>(offset));
+    ROW_LOG("cass_fetch: statement_handle=%p, mode=%d, offset=%d", static_cast<void *>(stmt), mode,
+            static_cast<int>(offset));
     if (stmt->current_packet == nullptr && stmt->internal_rs == nullptr) {
-        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: No current resutset");
+        ROW_LOG("cass_fetch: No current resutset");
         return SQL_NO_DATA;
     }
     if (mode != SQL_FETCH_NEXT) {
@@ -243,7 +258,20 @@ SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
         cass_post_error(&stmt->head, STATE_HY107, 0, nullptr);
         return SQL_ERROR;
     }
-    const SQLRETURN code = fetch_rowset(stmt);
-    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: return value=%d", static_cast<int>(code));
+    const SQLRETURN code = fetch_rowset(stmt, logged);
+    ROW_LOG("cass_fetch: return value=%d", static_cast<int>(code));
     return code;
+}
+
+[[gnu::cold, gnu::noinline]] static SQLRETURN fetch_logged(cass_stmt *stmt, SQLSMALLINT mode,
+                                                           SQLLEN offset)
+{
+    return fetch(stmt, mode, offset, true);
+}
+
+SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
+{
+    if (cass_log_is_on(&stmt->head)) [[unlikely]]
+        return fetch_logged(stmt, mode, offset);
+    return fetch(stmt, mode, offset, false);
 }

@@ -176,12 +176,13 @@ static inline bound_pointers get_pointers_from_cols(const row_place &place,
 }
 
 // The same without: what cass_get_data does behind its log records, straight into the conversion.
-[[gnu::always_inline]] static inline SQLRETURN
-transfer_column(cell_request *request, const row_place &place, const cass_field *record)
+[[gnu::always_inline]] static inline SQLRETURN transfer_column(cell_request *request,
+                                                               const row_place &place,
+                                                               const cass_field *record,
+                                                               bool logged)
 {
-    cass_stmt *stmt = request->stmt;
-    if (stmt->head.log_mask != 0) [[unlikely]]
-        return transfer_logged(stmt, place, record, request->column);
+    if (logged)
+        return transfer_logged(request->stmt, place, record, request->column);
     if (!is_bound(record))
         return SQL_NO_DATA;
     const SQLLEN element_size =
@@ -202,12 +203,14 @@ transfer_column(cell_request *request, const row_place &place, const cass_field 
     cass_stmt *stmt = request->stmt;
     request->field = &stmt->ird->bookmark_field;
     request->column = 0;
-    return transfer_column(request, place, &stmt->ard->bookmark_field);
+    return transfer_column(request, place, &stmt->ard->bookmark_field, cass_log_is_on(&stmt->head));
 }
 
 // Columns from 1 to `last`, and the bookmark in front of them. A column that was cut does not stop
-// the others; an error ends the row.
-static SQLRETURN transfer_row(cass_stmt *stmt, std::int32_t last)
+// the others; an error ends the row. `logged` is a constant of the caller's: the log is tested once
+// for a row and not for each column.
+[[gnu::always_inline]] static inline SQLRETURN transfer_row(cass_stmt *stmt, std::int32_t last,
+                                                            bool logged)
 {
     const row_place place = place_of_row(stmt);
     cell_request request = {};
@@ -223,7 +226,7 @@ static SQLRETURN transfer_row(cass_stmt *stmt, std::int32_t last)
     for (std::int32_t index = 0; index < last; index++) {
         request.field = &place.fields[index];
         request.column = index + 1;
-        const SQLRETURN code = transfer_column(&request, place, &place.afields[index]);
+        const SQLRETURN code = transfer_column(&request, place, &place.afields[index], logged);
         if (code == SQL_ERROR) [[unlikely]]
             return SQL_ERROR;
         if (code == SQL_SUCCESS_WITH_INFO) [[unlikely]]
@@ -232,7 +235,15 @@ static SQLRETURN transfer_row(cass_stmt *stmt, std::int32_t last)
     return result;
 }
 
-SQLRETURN transfer_bound_columns(cass_stmt *stmt, int)
+// How many columns have a place to go. Columns bound beyond the result's are passed over without a
+// word.
+static std::int32_t bound_columns(const cass_desc *ard, const cass_desc *ird)
+{
+    const std::int32_t columns = cass_stmt_column_count(ird);
+    return ard->field_count < columns ? ard->field_count : columns;
+}
+
+[[gnu::cold, gnu::noinline]] static SQLRETURN transfer_row_logged(cass_stmt *stmt)
 {
     const cass_desc *ard = stmt->ard;
     const cass_desc *ird = stmt->ird;
@@ -244,11 +255,17 @@ SQLRETURN transfer_bound_columns(cass_stmt *stmt, int)
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns, ard count=%d, %d",
              static_cast<int>(ard->field_count), static_cast<int>(ird->field_count));
 
-    // Columns bound beyond the result's are passed over without a word.
-    const std::int32_t columns = cass_stmt_column_count(ird);
-    const std::int32_t last = ard->field_count < columns ? ard->field_count : columns;
-    const SQLRETURN result = transfer_row(stmt, last);
+    const SQLRETURN result = transfer_row(stmt, bound_columns(ard, ird), true);
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns, return=%r",
              static_cast<int>(result));
     return result;
+}
+
+SQLRETURN transfer_bound_columns(cass_stmt *stmt, int)
+{
+    if (cass_log_is_on(&stmt->head)) [[unlikely]]
+        return transfer_row_logged(stmt);
+    if (stmt->ard->field_count < 1)
+        return SQL_SUCCESS;
+    return transfer_row(stmt, bound_columns(stmt->ard, stmt->ird), false);
 }

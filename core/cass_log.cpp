@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 
 #include "core/cass_handle.h"
 #include "core/cass_log_file.h"
@@ -115,11 +117,27 @@ static void write_hex_dump(FILE *file, const unsigned char *bytes, std::int32_t 
     std::fputc('\n', file);
 }
 
+// A record and its dump leave for a file in one write, so that processes that share the file do not
+// cut into each other's dumps. A dump of a frame beyond a megabyte goes piecewise.
+static std::size_t write_room(const log_call *call)
+{
+    constexpr std::size_t most = std::size_t{8} << 20;
+    constexpr std::size_t row = HEX_ROW_ROOM + sizeof HEX_ROW_MARGIN;
+    const auto rows = static_cast<std::size_t>(std::max(call->length, 0)) / HEX_ROW_BYTES + 2;
+    return std::min(RECORD_ROOM + rows * row, most);
+}
+
 static void write_to_stream(const log_call *call, const cass_conn *conn, const char *record)
 {
     cass_log_stream stream;
     if (!cass_log_stream_open(&stream, conn->log_file, call->handle->log_mask))
         return;
+    std::unique_ptr<char, decltype(&std::free)> room(nullptr, std::free);
+    if (stream.owned && call->packet) {
+        room.reset(static_cast<char *>(std::malloc(write_room(call))));
+        if (room != nullptr)
+            std::setvbuf(stream.file, room.get(), _IOFBF, write_room(call));
+    }
     std::fprintf(stream.file, "%s\n", record);
     if (call->packet && call->length > 0)
         write_hex_dump(stream.file, call->bytes, call->length);

@@ -315,7 +315,7 @@ static int decode_column(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, 
     const held_option option(decode_option(packet, 1, &state));
     if (option == nullptr)
         return give_up(stmt, desc, state == TREE_NO_MEMORY);
-    if (stmt->head.log_mask != 0)
+    if (cass_log_is_on(&stmt->head))
         log_column(stmt, index, name.get(), option.get(), short_set);
     // An unknown type has posted its record and leaves the column with its defaults: the others are
     // still good.
@@ -383,7 +383,7 @@ static bool is_described(const cass_stmt *stmt, const cass_packet *packet,
 {
     const cass_desc *ird = stmt->implicit_ird;
     const std::int32_t spec = stmt->meta_length - static_cast<std::int32_t>(sizeof shape);
-    if (stmt->meta_bytes == nullptr || stmt->head.log_mask != 0 || stmt->ird != ird ||
+    if (stmt->meta_bytes == nullptr || cass_log_is_on(&stmt->head) || stmt->ird != ird ||
         !ird->found_valid || ird->found_count != shape.count || ird->field_count != shape.count ||
         spec > pkt_remaining(packet))
         return false;

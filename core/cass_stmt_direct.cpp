@@ -47,7 +47,7 @@ static SQLRETURN build_requests(cass_stmt *stmt, const direct_road &road, packet
         last->reset(create_exec_string(stmt, stmt->sql_text));
         if (*last == nullptr) {
             cass_store_param_status(stmt, SQL_PARAM_ERROR);
-            CASS_LOG_AS(&stmt->head, road.source, LOG_ERROR, road.failed);
+            CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.failed);
             return SQL_ERROR;
         }
         cass_store_param_status(stmt, SQL_PARAM_SUCCESS);
@@ -105,7 +105,7 @@ SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t oper
     string_ptr processed(cass_process_sql(stmt, input.get()), cass_string_free);
     input.reset();
     if (processed == nullptr) {
-        CASS_LOG(&stmt->head, LOG_ERROR, "SQLExecDirectWide: failed processing string");
+        CASS_LOG(&stmt->head, LOG_DETAIL, "SQLExecDirectWide: failed processing string");
         return SQL_ERROR;
     }
     stmt->ird = stmt->implicit_ird;

@@ -68,7 +68,7 @@ static bool run_set(cass_stmt *stmt, const prepared_road &road)
     packet_ptr request(create_execute(stmt), cass_packet_unref);
     if (request == nullptr) {
         cass_store_param_status(stmt, SQL_PARAM_ERROR);
-        CASS_LOG_AS(&stmt->head, road.source, LOG_ERROR, road.failed);
+        CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.failed);
         return false;
     }
     CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, "SQLExecute: sending request");
@@ -127,7 +127,7 @@ SQLRETURN cass_execute(cass_stmt *stmt)
         return SQL_ERROR;
     }
     if (stmt->prepared_id == nullptr || stmt->prepared_id_len == 0) {
-        CASS_LOG(&stmt->head, LOG_ERROR, "SQLExecute: no prepared id");
+        CASS_LOG(&stmt->head, LOG_DETAIL, "SQLExecute: no prepared id");
         return SQL_ERROR;
     }
     cass_string_free(stmt->query_text);

@@ -62,7 +62,7 @@ static SQLRETURN alloc_handle(SQLSMALLINT handle_type, cass_handle *input, SQLHA
         return input == nullptr ? SQL_ERROR : alloc_child(handle_type, input, output, level);
     default:
         if (input != nullptr)
-            CASS_LOG(input, LOG_ERROR, "SQLAllocHandle: unexpected handle type %d", handle_type);
+            CASS_LOG(input, LOG_DETAIL, "SQLAllocHandle: unexpected handle type %d", handle_type);
         return SQL_ERROR;
     }
 }

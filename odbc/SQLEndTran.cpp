@@ -47,7 +47,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLEndTran(SQLSMALLINT handle_type, SQLHANDLE ha
         CASS_LOG(head, LOG_ENTRY, "SQLEndTran: handle_type=%d, handle=%p, completion_type=%d",
                  handle_type, handle, completion_type);
         const SQLRETURN code = end_tran(head, handle_type, completion_type);
-        if (head->log_mask != 0)
+        if (cass_log_is_on(head))
             entry_log_exit(head, entry, code);
         return code;
     });

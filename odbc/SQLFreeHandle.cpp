@@ -16,7 +16,7 @@ static SQLRETURN log_result(cass_handle *handle, SQLRETURN code)
 
 static SQLRETURN invalid_handle(cass_handle *handle)
 {
-    CASS_LOG(handle, LOG_ERROR, "SQLFreeHandle: invalid handle");
+    CASS_LOG(handle, LOG_DETAIL, "SQLFreeHandle: invalid handle");
     return log_result(handle, SQL_INVALID_HANDLE);
 }
 
@@ -63,7 +63,7 @@ static SQLRETURN free_handle(SQLSMALLINT handle_type, cass_handle *handle)
             return invalid_handle(handle);
         return free_descriptor(reinterpret_cast<cass_desc *>(handle));
     default:
-        CASS_LOG(handle, LOG_ERROR, "SQLFreeHandle: unexpeceted handle type %d", handle_type);
+        CASS_LOG(handle, LOG_DETAIL, "SQLFreeHandle: unexpeceted handle type %d", handle_type);
         return log_result(handle, SQL_ERROR);
     }
 }

@@ -21,7 +21,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetDiagFieldW(
                  static_cast<void *>(string_length_ptr));
         const SQLRETURN code = cass_get_diag_field(head, rec_number, diag_identifier, diag_info_ptr,
                                                    buffer_length, string_length_ptr, true);
-        if (head->log_mask != 0)
+        if (cass_log_is_on(head))
             entry_log_exit(head, entry, code);
         return code;
     });

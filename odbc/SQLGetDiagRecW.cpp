@@ -24,7 +24,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetDiagRecW(SQLSMALLINT handle_type, SQLHANDL
                  static_cast<void *>(text_length_ptr));
         const SQLRETURN code = cass_get_diag_rec(head, rec_number, sqlstate, native, message_text,
                                                  buffer_length, text_length_ptr, true);
-        if (head->log_mask != 0)
+        if (cass_log_is_on(head))
             entry_log_exit(head, entry, code);
         return code;
     });

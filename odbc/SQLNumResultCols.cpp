@@ -19,7 +19,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLNumResultCols(SQLHSTMT statement_handle,
         },
         [=](cass_stmt *stmt) -> SQLRETURN {
             if (cass_prepare_if_needed(stmt) < 0) {
-                CASS_LOG(&stmt->head, LOG_ERROR, "SQLNumResultCols: failed preparing statement");
+                CASS_LOG(&stmt->head, LOG_DETAIL, "SQLNumResultCols: failed preparing statement");
                 return SQL_ERROR;
             }
             cass_store(column_count, static_cast<SQLSMALLINT>(cass_stmt_column_count(stmt->ird)));

@@ -20,9 +20,8 @@ static SQLRETURN param_data(cass_stmt *stmt, SQLPOINTER *value)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "SQLParamData: current_dae_param=%d",
              stmt->current_dae_param);
-    CASS_LOG(&stmt->head, LOG_DETAIL, "SQLParamData: current_dae_op=%d", stmt->current_dae_op);
-    CASS_LOG(&stmt->head, LOG_DETAIL, "SQLParamData: current_dae_first=%d",
-             stmt->current_dae_first);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "current_dae_op=%d", stmt->current_dae_op);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "current_dae_first=%d", stmt->current_dae_first);
     if (stmt->current_dae_first) {
         stmt->current_dae_first = 0;
         if (stmt->current_dae_param >= stmt->apd->field_count) {

@@ -32,7 +32,7 @@ SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_stri
     // On failure the text stays: describing the statement tries again.
     const int code = prepare_stmt(stmt, stmt->sql_text);
     if (!SQL_SUCCEEDED(code))
-        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed preparing statement",
+        CASS_LOG_AS(&stmt->head, entry.source, LOG_DETAIL, "%s: failed preparing statement",
                     entry.name);
     return static_cast<SQLRETURN>(code);
 }

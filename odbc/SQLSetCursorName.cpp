@@ -19,7 +19,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLSetCursorName(SQLHSTMT statement_handle, SQLC
             stmt->cursor_name = cass_string_from_ansi(cursor_name, name_length);
             if (stmt->cursor_name != nullptr)
                 return SQL_SUCCESS;
-            CASS_LOG(&stmt->head, LOG_ERROR, "SQLSetCursorName: failed creating string");
+            CASS_LOG(&stmt->head, LOG_DETAIL, "SQLSetCursorName: failed creating string");
             return SQL_ERROR;
         });
 }

@@ -19,7 +19,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLSetCursorNameW(SQLHSTMT statement_handle, SQL
             stmt->cursor_name = cass_string_from_wide(cursor_name, name_length);
             if (stmt->cursor_name != nullptr)
                 return SQL_SUCCESS;
-            CASS_LOG(&stmt->head, LOG_ERROR, "SQLSetCursorNameW: failed creating string");
+            CASS_LOG(&stmt->head, LOG_DETAIL, "SQLSetCursorNameW: failed creating string");
             return SQL_ERROR;
         });
 }

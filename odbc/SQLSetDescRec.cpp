@@ -42,7 +42,7 @@ static SQLRETURN set_desc_rec(cass_desc *desc, SQLSMALLINT rec, const record_val
         field->datetime_interval_code = values.subtype;
     }
     if (cass_update_desc_type(&desc->head, field, DESC_FROM_TYPE) != 0) {
-        CASS_LOG(&desc->head, LOG_ERROR, "SQLSetDescRec: failed in cass_update_desc_type");
+        CASS_LOG(&desc->head, LOG_DETAIL, "SQLSetDescRec: failed in cass_update_desc_type");
         return SQL_ERROR;
     }
     if (desc->app_desc) {

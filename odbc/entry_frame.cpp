@@ -12,7 +12,7 @@ static SQLRETURN refuse_catalog_async(cass_handle *handle, const entry_point &en
 {
     if (state == entry.async_code || state == entry.async_code + ASYNC_WIDE)
         return SQL_ERROR;
-    if (handle->log_mask != 0)
+    if (cass_log_is_on(handle))
         cass_log(handle, entry.source, __LINE__, LOG_ERROR, "%s: invalid async operation %d (%d)",
                  entry.name, state, entry.async_code);
     cass_post_error(handle, STATE_HY010, 0, nullptr);
@@ -23,7 +23,7 @@ SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std:
 {
     if (entry.async_code != 0)
         return refuse_catalog_async(handle, entry, state);
-    if (handle->log_mask != 0) {
+    if (cass_log_is_on(handle)) {
         const char *format = handle->handle_tag == CASS_CONNECTION_HANDLE
                                  ? "%s: invalid async count %d"
                                  : "%s: invalid async operation %d";

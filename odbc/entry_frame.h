@@ -47,14 +47,14 @@ inline SQLRETURN enter_handle(cass_handle *handle, cass_lock *api_lock, const en
     SQLRETURN code;
     try {
         cass_diag_clear(handle);
-        if (handle->log_mask != 0) [[unlikely]]
+        if (cass_log_is_on(handle)) [[unlikely]]
             log_entry();
         code = async_state != 0 ? entry_refuse_async(handle, entry, async_state)
                                 : static_cast<SQLRETURN>(body());
     } catch (...) {
         code = entry_caught(handle);
     }
-    if (handle->log_mask != 0) [[unlikely]]
+    if (cass_log_is_on(handle)) [[unlikely]]
         entry_log_exit(handle, entry, code);
     return code;
 }
