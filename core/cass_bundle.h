@@ -8,8 +8,8 @@
 #include "odbc/cass_handles.h"
 
 // Reads `bundle_path` into the connection: server, metadata_port, astra, port, keyspace, the three
-// PEM blocks, encrypt 1 and trust_server_certificate 0. 0, or -5 with HY000 posted; what was taken
-// before a failure stays.
+// PEM blocks, encrypt 1 and trust_server_certificate 0. 0, or -5 with HY000 (HY001 when memory runs
+// out) posted; what was taken before a failure stays.
 int cass_read_bundle(cass_conn *conn);
 
 // The rest of an open member as a new heap block (free with std::free; not NUL-terminated) with its
