@@ -1,5 +1,6 @@
-// Bytes over the open socket of a connection. Reads and writes block; where a wait is needed all
-// the same (a timed connect may leave its socket non-blocking), it is a poll and never a spin.
+// Bytes over the open socket of a connection, in clear or through its TLS session. Reads and writes
+// block; where a wait is needed all the same (a timed connect may leave its socket non-blocking),
+// it is a poll and never a spin.
 #include "core/cass_conn.h"
 
 #include <poll.h>
@@ -15,6 +16,7 @@
 
 #include "core/cass_err.h"
 #include "core/cass_log.h"
+#include "core/cass_ssl.h"
 
 static constexpr char log_source[] = "cass_conn.c";
 
@@ -68,8 +70,32 @@ static bool would_block(int error)
     return error == EAGAIN || error == EWOULDBLOCK;
 }
 
+// Both are tested: the mark outlives the session, until the connection is reset.
+static bool through_tls(const cass_conn *conn)
+{
+    return conn->ssl != nullptr && conn->ssl_active == 1;
+}
+
+static std::int32_t write_tls(cass_conn *conn, const void *buffer, std::int32_t count)
+{
+    const auto *bytes = static_cast<const char *>(buffer);
+    std::int32_t done = 0;
+    while (done < count) {
+        const int sent = cass_ssl_write(conn, bytes + done, count - done);
+        if (sent < 1) {
+            cass_post_error(&conn->head, STATE_08S01, errno, "send failed");
+            return -1;
+        }
+        done += sent;
+    }
+    CASS_LOG_PACKET(&conn->head, buffer, done, "Sent %d (SSL) bytes", done);
+    return done;
+}
+
 std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
 {
+    if (through_tls(conn)) [[unlikely]]
+        return write_tls(conn, buffer, count);
     const auto *bytes = static_cast<const char *>(buffer);
     std::int32_t done = 0;
     while (done < count) {
@@ -136,12 +162,29 @@ static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t cou
     }
 }
 
+// Never timed. 0 at the end of the stream.
+static std::int32_t read_tls(cass_conn *conn, void *buffer, std::int32_t count,
+                             std::int32_t *read_count, int dump)
+{
+    const int got = cass_ssl_read(conn, buffer, count);
+    if (got < 0) {
+        cass_post_error(&conn->head, STATE_08S01, 0, "read failed");
+        return -1;
+    }
+    *read_count = got;
+    if (dump)
+        CASS_LOG_PACKET(&conn->head, buffer, got, "Read %d (SSL) bytes, requested %d", got, count);
+    return got;
+}
+
 std::int32_t conn_read_raw(cass_conn *conn, void *buffer, std::int32_t count,
                            std::int32_t *read_count, std::int32_t timeout_ms, int dump)
 {
     *read_count = 0;
     if (count < 1)
         return 0;
+    if (through_tls(conn)) [[unlikely]]
+        return read_tls(conn, buffer, count, read_count, dump);
     const std::int32_t got = receive_once(conn, buffer, count, timeout_ms);
     if (got < 0)
         return got;

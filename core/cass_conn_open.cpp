@@ -27,7 +27,6 @@ static constexpr char log_source[] = "cass_conn.c";
 constexpr int OPEN_FAILED = -3;
 constexpr std::int32_t DEFAULT_PORT = 9042;
 
-using held_text = std::unique_ptr<char, std::integral_constant<decltype(&std::free), &std::free>>;
 
 static int no_memory(cass_conn *conn)
 {

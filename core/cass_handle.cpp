@@ -2,6 +2,7 @@
 // held only across the list operation.
 #include "core/cass_handle.h"
 
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include "core/cass_internalrs.h"
 #include "core/cass_log.h"
 #include "core/cass_pkt.h"
+#include "core/cass_ssl.h"
 
 constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
 constexpr std::int32_t DEFAULT_STRING_LEN = 256;
@@ -104,6 +106,7 @@ void cass_free_env(cass_env *env)
     cass_lock_destroy(&env->attribute_lock);
     cass_lock_destroy(&env->log_lock);
     cass_diag_clear(&env->head);
+    cass_ssl_term(env);
     env->head.handle_tag = 0;
     std::free(env);
 }
@@ -178,7 +181,7 @@ static void free_bytes(unsigned char **bytes, std::int32_t *length)
     *length = 0;
 }
 
-static void free_contact_points(cass_conn *conn)
+void cass_free_contact_points(cass_conn *conn)
 {
     for (std::int32_t i = 0; i < conn->contact_count; ++i) {
         if (conn->contact_points != nullptr)
@@ -205,12 +208,21 @@ static void free_settings(cass_conn *conn)
     free_bytes(&conn->ca_bytes, &conn->ca_length);
     free_bytes(&conn->certificate_bytes, &conn->certificate_length);
     free_bytes(&conn->private_key_bytes, &conn->private_key_length);
-    free_contact_points(conn);
+    cass_free_contact_points(conn);
 }
 
+// The TLS session must not go while another thread is within a request: that one is woken by the
+// end of its socket. Nobody else's is shut down, as a child process may share it with its parent.
 void cass_logout(cass_conn *conn)
 {
+    if (!cass_lock_try_enter(&conn->exchange_lock)) {
+        if (conn->socket >= 0)
+            shutdown(conn->socket, SHUT_RDWR);
+        cass_lock_enter(&conn->exchange_lock);
+    }
+    cass_ssl_stop(conn);
     cass_close_socket(conn);
+    cass_lock_leave(&conn->exchange_lock);
     conn->connected = 0;
     conn->connecting = 0;
 }

@@ -1,16 +1,19 @@
-// Session start, between known settings and runnable statements: open a socket, OPTIONS and
+// Session start, between known settings and runnable statements: open a socket, TLS, OPTIONS and
 // SUPPORTED, STARTUP, the password authenticator when the server asks for one, USE. Diagnostics go
 // to the connection; the frames belong to throw-away statements.
 #include "core/cass_logon.h"
 
 #include <algorithm>
 
+#include "core/cass_astra.h"
+#include "core/cass_bundle.h"
 #include "core/cass_conn.h"
 #include "core/cass_err.h"
 #include "core/cass_handle.h"
 #include "core/cass_log.h"
 #include "core/cass_pkt.h"
 #include "core/cass_pkt_exchange.h"
+#include "core/cass_ssl.h"
 
 static constexpr char log_source[] = "cass_logon.c";
 
@@ -33,7 +36,6 @@ using held_stmt =
 using held_lock =
     std::unique_ptr<cass_lock,
                     std::integral_constant<decltype(&cass_lock_leave), &cass_lock_leave>>;
-using held_text = std::unique_ptr<char, std::integral_constant<decltype(&std::free), &std::free>>;
 
 static cass_lock *enter_exchange(cass_conn *conn)
 {
@@ -45,29 +47,6 @@ static int no_memory(cass_conn *conn)
 {
     cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
     return -1;
-}
-
-// ---- Roads that are not there ------------------------------------------------------------------
-// A connection that asks for one of them fails before a byte of it goes out in clear.
-
-static int refuse_tls(cass_conn *conn)
-{
-    cass_post_error(&conn->head, STATE_HY000, 0, "TLS is not available in this build");
-    return -1;
-}
-
-static SQLRETURN refuse_bundle(cass_conn *conn)
-{
-    cass_post_error(&conn->head, STATE_HY000, 0,
-                    "secure connect bundle is not available in this build");
-    return SQL_ERROR;
-}
-
-static SQLRETURN refuse_metadata_service(cass_conn *conn)
-{
-    cass_post_error(&conn->head, STATE_HY000, 0,
-                    "Astra metadata service is not available in this build");
-    return SQL_ERROR;
 }
 
 // ---- Replies of the handshake ------------------------------------------------------------------
@@ -180,15 +159,15 @@ int cass_send_auth(cass_conn *conn, const char *user, const char *password)
     return cass_send_packet(stmt.get(), request.get()) < 0 ? send_failed(conn) : 0;
 }
 
-// Encodes the credentials that are set and sends them.
-static int send_credentials(cass_conn *conn)
+// Encodes the credentials that are set and hands them to whoever sends them.
+static int send_credentials(cass_conn *conn, int (*send)(cass_conn *, const char *, const char *))
 {
     const held_text user(cass_string_to_utf8(conn->user));
     const held_text password(cass_string_to_utf8(conn->password));
     if ((conn->user != nullptr && user == nullptr) ||
         (conn->password != nullptr && password == nullptr))
         return no_memory(conn);
-    return cass_send_auth(conn, user.get(), password.get());
+    return send(conn, user.get(), password.get());
 }
 
 static int refuse_authenticator(cass_conn *conn, const char *text)
@@ -213,7 +192,7 @@ int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length
         return refuse_authenticator(conn, "unexpected SASL authenticator");
 
     const held_lock lock(enter_exchange(conn));
-    if (send_credentials(conn) != 0)
+    if (send_credentials(conn, cass_send_auth) != 0)
         return -1;
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
@@ -325,12 +304,13 @@ int cass_use_keyspace(cass_conn *conn)
 
 int cass_establish_connection(cass_conn *conn)
 {
-    if (conn->encrypt != 0)
-        return refuse_tls(conn);
     // What an earlier attempt negotiated does not hold for this server.
     conn->lz4_offered = 0;
     conn->compression = COMPRESSION_NONE;
     const held_lock lock(enter_exchange(conn));
+    // "Optional" is as compulsory as "yes".
+    if (conn->encrypt != 0 && cass_ssl_start(conn) != 0)
+        return -1;
     held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
         return no_memory(conn);
@@ -344,15 +324,46 @@ int cass_establish_connection(cass_conn *conn)
     return used == 0 || used == 1 ? 0 : 1;
 }
 
+// ---- From settings to a session ----------------------------------------------------------------
+
+static int no_server(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_single_connect: server not specified");
+    cass_post_error(&conn->head, STATE_HY000, 0, "server not specified");
+    return -1;
+}
+
+// Asks the metadata service in a session of its own, always over TLS. 0, or a negative value.
+static int ask_metadata_service(cass_conn *conn)
+{
+    if (conn->server == nullptr)
+        return no_server(conn);
+    // TLS would ask for a node that an earlier attempt was told of.
+    cass_free_contact_points(conn);
+    if (cass_open_servers(conn, conn->server, conn->metadata_port) != 0)
+        return -1;
+    const held_lock lock(enter_exchange(conn));
+    int code = cass_ssl_start(conn);
+    if (code == 0)
+        code = send_credentials(conn, astra_comms);
+    cass_logout(conn);
+    return code;
+}
+
+// Where to connect and how, as far as the settings leave that to a bundle or to the service.
+static int settle_destination(cass_conn *conn)
+{
+    if (conn->bundle_path != nullptr && cass_read_bundle(conn) != 0)
+        return -1;
+    return conn->astra ? ask_metadata_service(conn) : 0;
+}
+
 int cass_single_connect(cass_conn *conn, [[maybe_unused]] int flag)
 {
     conn->connecting = 1;
     conn->connected = 0;
-    if (conn->server == nullptr) {
-        CASS_LOG(&conn->head, LOG_ERROR, "cass_single_connect: server not specified");
-        cass_post_error(&conn->head, STATE_HY000, 0, "server not specified");
-        return -1;
-    }
+    if (conn->server == nullptr)
+        return no_server(conn);
     return cass_open_servers(conn, conn->server, conn->port) == 0 ? 0 : -1;
 }
 
@@ -360,10 +371,8 @@ SQLRETURN cass_connect(cass_conn *conn, int flag)
 {
     if (conn->login_timeout == 0 && conn->logon_timeout != 0)
         conn->ms_timeout = conn->logon_timeout;
-    if (conn->bundle_path != nullptr)
-        return refuse_bundle(conn);
-    if (conn->astra)
-        return refuse_metadata_service(conn);
+    if (settle_destination(conn) != 0)
+        return SQL_ERROR;
     int code = cass_single_connect(conn, flag);
     if (code == 0)
         code = cass_establish_connection(conn);

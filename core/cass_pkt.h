@@ -88,7 +88,6 @@ using held_packet =
 using held_string =
     std::unique_ptr<cass_string,
                     std::integral_constant<decltype(&cass_string_free), &cass_string_free>>;
-using held_text = std::unique_ptr<char, std::integral_constant<decltype(&std::free), &std::free>>;
 
 // Error code and message of an ERROR frame; the caller owns the text. Null for another opcode
 // (08S01 posted on the statement) or on exhaustion (HY001).

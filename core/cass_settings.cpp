@@ -6,6 +6,8 @@
 // table or of a word list below, and applications' existing DSNs rely on each difference.
 #include "core/cass_settings.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -443,4 +445,15 @@ void cass_parse_connect_string(cass_conn *conn, const cass_string *connect_strin
     if (open_section(conn, &section, &name))
         read_rows(conn, section, settings, ROAD_SECTION);
     default_absent(conn, ROAD_STRING);
+}
+
+char *cass_setting_path(const cass_string *setting)
+{
+    held_text path(cass_string_to_utf8(setting));
+    if (path != nullptr && access(path.get(), F_OK) != 0) {
+        held_text plain(cass_string_to_ascii(setting));
+        if (plain != nullptr && access(plain.get(), F_OK) == 0)
+            return plain.release();
+    }
+    return path.release();
 }

@@ -42,6 +42,10 @@ void cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_
 void cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string);
 // The text of a block's fields replaces the settings; an empty field clears one.
 void cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block);
+// A setting that names a file, as the file system knows it: UTF-8, or the plain bytes where only
+// those name a file (an ANSI application's UTF-8 has been widened byte for byte). The caller frees
+// it; null when memory ran out.
+char *cass_setting_path(const cass_string *setting);
 // The output connection string; the caller owns it. Null when memory ran out.
 cass_string *cass_build_out_string(const cass_conn *conn);
 

@@ -9,6 +9,9 @@
 #include <sqlucode.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <type_traits>
 
 // A null cass_string pointer means "not set"; a record of length 0 is an empty text.
 struct cass_string {
@@ -73,6 +76,7 @@ char *cass_string_to_ascii(const cass_string *string);
 // UTF-8, at most 3 bytes a unit (a surrogate becomes its own three bytes), terminated. Null gives
 // null.
 char *cass_string_to_utf8(const cass_string *string);
+using held_text = std::unique_ptr<char, std::integral_constant<decltype(&std::free), &std::free>>;
 
 // Bytes written for one unit, 1 to 3.
 int cass_utf8_put(SQLWCHAR unit, unsigned char *out);

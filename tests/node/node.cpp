@@ -1,8 +1,6 @@
 // The scripted server's thread: it waits on the listening socket, on the connections and on a wake
 // descriptor together, takes one whole request from whichever connection has one, and answers it
 // by the next step. The test's thread touches the record under its lock only.
-#include "tests/node/node.h"
-
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -20,6 +18,8 @@
 #include <mutex>
 #include <thread>
 
+#include "tests/node/node_tls.h"
+
 using node_clock = std::chrono::steady_clock;
 
 static constexpr int HEADER_SIZE = 9;
@@ -29,7 +29,8 @@ static constexpr int DEADLINE_SECONDS = 20;
 
 struct node_connection {
     int socket;
-    bool lz4;  // in force
+    bool lz4;         // in force
+    tls_session tls;  // null: plain
 };
 
 struct scripted_node {
@@ -46,6 +47,8 @@ struct scripted_node {
     int steps_done;
     node_responder responder;
     std::vector<node_request> requests;
+    std::optional<node_tls> tls;
+    std::vector<bytes> tls_names;
     std::string complaints;
 };
 
@@ -86,20 +89,56 @@ static int milliseconds_left(const scripted_node *node)
     return count < 0 ? 0 : static_cast<int>(count);
 }
 
-// Exactly `count` bytes. False when the peer has gone, the deadline passed or the server stops.
-static bool receive(scripted_node *node, int socket, void *buffer, std::size_t count)
+// Up to `count` bytes as they come. 0 when the peer has gone, the deadline passed or the server
+// stops.
+static std::size_t receive_raw(scripted_node *node, int socket, void *buffer, std::size_t count)
 {
-    for (std::size_t have = 0; have < count;) {
+    for (;;) {
         pollfd waits[] = {{socket, POLLIN, 0}, {node->wake, POLLIN, 0}};
         const int ready = poll(waits, std::size(waits), milliseconds_left(node));
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready <= 0 || node->stopping)
+            return 0;
+        const ssize_t got = recv(socket, buffer, count, 0);
+        return got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+}
+
+// Feeds the session with what comes next. False at the end of the connection.
+static bool receive_for_tls(scripted_node *node, const node_connection &from)
+{
+    char raw[16384];
+    const std::size_t got = receive_raw(node, from.socket, raw, sizeof raw);
+    tls_feed(from.tls.get(), {raw, got});
+    return got > 0;
+}
+
+static std::size_t receive_some(scripted_node *node, const node_connection &from, char *buffer,
+                                std::size_t count)
+{
+    if (from.tls == nullptr)
+        return receive_raw(node, from.socket, buffer, count);
+    for (;;) {
+        const int got = SSL_read(from.tls.get(), buffer, static_cast<int>(count));
+        if (got > 0)
+            return static_cast<std::size_t>(got);
+        if (SSL_get_error(from.tls.get(), got) != SSL_ERROR_WANT_READ ||
+            !receive_for_tls(node, from))
+            return 0;
+    }
+}
+
+// Exactly `count` bytes. False when there are no more.
+static bool receive(scripted_node *node, const node_connection &from, void *buffer,
+                    std::size_t count)
+{
+    for (std::size_t have = 0; have < count;) {
+        const std::size_t got =
+            receive_some(node, from, static_cast<char *>(buffer) + have, count - have);
+        if (got == 0)
             return false;
-        const ssize_t got = recv(socket, static_cast<char *>(buffer) + have, count - have, 0);
-        if (got <= 0)
-            return false;
-        have += static_cast<std::size_t>(got);
+        have += got;
     }
     return true;
 }
@@ -119,8 +158,14 @@ static void transmit(int socket, std::string_view data, bool slowly)
     }
 }
 
-static void hang_up(int socket, bool reset)
+// TLS ends with its own farewell, unless the connection is reset.
+static void hang_up(const node_connection &connection, bool reset)
 {
+    const int socket = connection.socket;
+    if (connection.tls != nullptr && !reset) {
+        SSL_shutdown(connection.tls.get());
+        transmit(socket, tls_take(connection.tls.get()), false);
+    }
     if (reset) {
         const linger at_once = {.l_onoff = 1, .l_linger = 0};
         setsockopt(socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
@@ -133,13 +178,13 @@ static bool read_request(scripted_node *node, const node_connection &from, node_
 {
     unsigned char header[HEADER_SIZE] = {};
     // A request begins with its first byte; an end before it is an orderly one.
-    if (!receive(node, from.socket, header, 1))
+    if (!receive(node, from, header, 1))
         return false;
-    bool whole = receive(node, from.socket, header + 1, HEADER_SIZE - 1);
+    bool whole = receive(node, from, header + 1, HEADER_SIZE - 1);
     const std::size_t length =
         static_cast<std::size_t>(header[5]) << 24 | header[6] << 16 | header[7] << 8 | header[8];
     bytes body(whole ? length : 0, '\0');
-    whole = whole && receive(node, from.socket, body.data(), body.size());
+    whole = whole && receive(node, from, body.data(), body.size());
     const bool compressed = whole && (header[1] & FLAG_COMPRESSED) != 0;
     const std::optional<bytes> restored = compressed ? lz4_restore(body) : body;
     if (!whole)
@@ -206,13 +251,38 @@ static bool serve(scripted_node *node, node_connection *connection)
     if (request.opcode == NODE_STARTUP)
         connection->lz4 = request.body == startup_body(true);
     for (const node_frame &reply : answers_to(node, request)) {
-        transmit(connection->socket, frame_on_wire(reply, connection->lz4, request.stream),
+        const bytes frame = frame_on_wire(reply, connection->lz4, request.stream);
+        SSL *const tls = connection->tls.get();
+        transmit(connection->socket, tls != nullptr ? tls_encrypt(tls, frame) : frame,
                  reply.slowly);
         if (reply.ending != KEEP_OPEN) {
-            hang_up(connection->socket, reply.ending == RESET);
+            hang_up(*connection, reply.ending == RESET);
             return false;
         }
     }
+    return true;
+}
+
+// The handshake. False when it failed; what the driver makes of that is the test's to see.
+static bool shake_hands(scripted_node *node, const node_connection &with,
+                        std::optional<std::size_t> cut)
+{
+    SSL *const tls = with.tls.get();
+    for (;;) {
+        const int result = SSL_accept(tls);
+        const bytes answer = tls_take(tls);
+        transmit(with.socket, std::string_view(answer).substr(0, cut.value_or(answer.size())),
+                 false);
+        if (cut && !answer.empty())
+            return false;
+        if (result == 1)
+            break;
+        if (SSL_get_error(tls, result) != SSL_ERROR_WANT_READ || !receive_for_tls(node, with))
+            return false;
+    }
+    const char *name = SSL_get_servername(tls, TLSEXT_NAMETYPE_host_name);
+    const std::lock_guard hold(node->lock);
+    node->tls_names.push_back(name != nullptr ? name : "");
     return true;
 }
 
@@ -225,7 +295,18 @@ static void take_connection(scripted_node *node)
     const timeval patience = {.tv_sec = DEADLINE_SECONDS, .tv_usec = 0};
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-    node->connections.push_back({.socket = socket, .lz4 = false});
+    node_connection connection = {.socket = socket, .lz4 = false, .tls = {nullptr, SSL_free}};
+    std::unique_lock hold(node->lock);
+    const std::optional<node_tls> settings = node->tls;
+    hold.unlock();
+    if (settings) {
+        connection.tls = tls_accept(*settings);
+        if (!shake_hands(node, connection, settings->cut)) {
+            close(socket);
+            return;
+        }
+    }
+    node->connections.push_back(std::move(connection));
 }
 
 static void run(scripted_node *node)
@@ -250,7 +331,7 @@ static void run(scripted_node *node)
             take_connection(node);
     }
     for (const node_connection &connection : node->connections)
-        hang_up(connection.socket, true);
+        hang_up(connection, true);
     close(node->listener);
 }
 
@@ -301,6 +382,18 @@ void node_answer_rest(scripted_node *node, node_responder responder)
 {
     const std::lock_guard hold(node->lock);
     node->responder = std::move(responder);
+}
+
+void node_use_tls(scripted_node *node, node_tls tls)
+{
+    const std::lock_guard hold(node->lock);
+    node->tls = std::move(tls);
+}
+
+std::vector<bytes> node_tls_names(scripted_node *node)
+{
+    const std::lock_guard hold(node->lock);
+    return node->tls_names;
 }
 
 std::vector<node_request> node_requests(scripted_node *node)

@@ -56,6 +56,19 @@ void node_expect(scripted_node *node, node_step step);
 using node_responder = std::function<std::vector<node_frame>(const node_request &)>;
 void node_answer_rest(scripted_node *node, node_responder responder);
 
+// From the next connection on the server speaks TLS and nothing else.
+struct node_tls {
+    bytes chain;                // PEM: the server's certificate, and behind it what goes with it
+    bytes key;                  // PEM
+    int version = 0x0303;       // the only one it speaks: 0x0302 is TLS 1.1, 0x0304 TLS 1.3
+    bytes client_issuers = {};  // PEM: a client certificate by one of these is demanded
+    // Only so many bytes of its first answer are sent, then the connection is closed.
+    std::optional<std::size_t> cut = {};
+};
+void node_use_tls(scripted_node *node, node_tls tls);
+// The server names that clients have asked for over TLS, one for each connection.
+std::vector<bytes> node_tls_names(scripted_node *node);
+
 // What the driver has sent up to now.
 std::vector<node_request> node_requests(scripted_node *node);
 // Stops the server. All complaints in lines, empty when everything went by the script.

@@ -88,27 +88,6 @@ TEST(open_servers, gives_a_socket_that_no_child_inherits)
     }
 }
 
-// A connection that asks for a protection which is not there sends nothing in clear.
-TEST(logon, on_roads_that_are_not_built_fails_before_a_byte_goes_out)
-{
-    const std::string roads[] = {"TLS", "secure connect bundle", "Astra metadata service"};
-    for (const std::string &road : roads) {
-        session s;
-        const int fd = listen_for(s);
-        s.conn->encrypt = &road == &roads[0];
-        s.conn->bundle_path = &road == &roads[1] ? cass_string_from_cstr("b.zip") : nullptr;
-        s.conn->astra = &road == &roads[2];
-        EXPECT_EQ(cass_connect(s.conn, 0), SQL_ERROR);
-        EXPECT_EQ(records(&s.conn->head),
-                  "HY000|General error: " + road + " is not available in this build\n");
-        const int called = accept(fd, nullptr, nullptr);
-        char byte;
-        EXPECT_TRUE(called < 0 || recv(called, &byte, 1, MSG_DONTWAIT) == 0);
-        close(called);
-        close(fd);
-    }
-}
-
 // ---- Two threads on one connection --------------------------------------------------------------
 
 TEST(exchange, statements_of_two_threads_never_read_each_others_replies)

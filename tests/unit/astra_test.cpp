@@ -1,0 +1,119 @@
+// The question to the metadata service and its HTTP reply, told by a peer on a plain socket pair.
+#include <cstdio>
+#include <thread>
+
+#include "core/cass_astra.h"
+#include "tests/unit/session_fixture.h"
+
+// Asks a peer that says all this and hangs up. "points|region|round robin port|port" when that went
+// well, else the records.
+static std::string told(const session &s, const std::string &said, const char *user = "user",
+                        const char *password = nullptr, const char *token = "dXNlcjo=")
+{
+    cass_conn *conn = s.conn;
+    conn->server = cass_string_from_cstr("db.example:1");
+    std::thread peer([&] {
+        send(s.peer, said.data(), said.size(), MSG_NOSIGNAL);
+        shutdown(s.peer, SHUT_WR);
+    });
+    const int code = astra_comms(conn, user, password);
+    shutdown(conn->socket, SHUT_RD);  // whatever it has left unread
+    peer.join();
+    EXPECT_EQ(heard(s), std::string("GET /metadata HTTP/1.1\nHost: db.example:1\nAccept: "
+                                    "application/json\nAuthorization: Basic ") +
+                            token + "\n\n");
+    EXPECT_EQ(conn->contact_points != nullptr, conn->contact_count > 0);
+    if (code != 0)
+        return "failed\n" + records(&conn->head);
+    std::string all;
+    for (std::int32_t i = 0; i < conn->contact_count; i++)
+        all += narrow(conn->contact_points[i]) + (conn->contact_sockets[i] == -1 ? "," : "?");
+    return all + "|" + narrow(conn->region) + "|" + std::to_string(conn->round_robin_port) + "|" +
+           std::to_string(conn->port);
+}
+
+static const std::string ok = "HTTP/1.1 200\n";
+
+static std::string with_length(const std::string &body)
+{
+    return ok + "content-LENGTH:  " + std::to_string(body.size()) + "\n\n" + body;
+}
+
+static std::string chunk(const std::string &data)
+{
+    char size[16];
+    std::snprintf(size, sizeof size, "%zX\r\n", data.size());
+    return size + data + "\r\n";
+}
+
+TEST(astra, request_carries_what_credentials_there_are)
+{
+    told({}, with_length("{}"), nullptr, nullptr, "Z3Vlc3R1c2VyOmd1ZXN0dXNlcg==");
+    told({}, with_length("{}"), "user", "p:w", "dXNlcjpwOnc=");
+    told({}, with_length("{}"), nullptr, "\xC3\xA9", "OsOp");
+}
+
+TEST(astra, reply_is_read_in_every_form_and_only_as_far_as_it_goes)
+{
+    const std::string gone = "08S01|Communication link failure: read failed (peer shutdown)\n";
+    const std::string code = "failed\nHY000|General error: Failed in Astra connection ";
+    const std::string one = R"({"region": "r", "contact_info": {"contact_points": ["a", "b"], )";
+    const std::string two = R"("round_robin_port": 7, "sni_proxy_address": "p:1"}})";
+    const std::string good = "a,b,|r|7|7", failed = "failed\n";
+    const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
+    std::string endless = ok;
+    while (endless.size() < 1 << 20)
+        endless += "Location: /" + std::string(200, 'l') + "\n";
+    const struct {
+        std::string said, told;
+    } cases[] = {
+        {"\n\r\n" + with_length(one + two) + "more", good},
+        {ok + "transfer-encoding:   chunked, x\n" + with_length(one + two).substr(ok.size()), good},
+        {chunked + chunk(one) + chunk(two) + "0\r\n\r\n", good},
+        {chunked + chunk(one + two) + "0", good},
+        {ok + "X: " + std::string(99'999, 'x') + "\n" + with_length(one + two), good},
+        {"HTTP/1.1 400 Bad\nContent-Length: 3\n\nno!", code + "'no!'\n"},
+        {"HTTP/1.1 400 Bad\n\n", code + "'(nul)'\n"},
+        {"HTTP/1.1 301 Moved\nLocation: a\nLocation: b\n\n", code + "code: 301\n"},
+        {"SSH-2.0\n\n", code + "code: 0\n"},
+        {with_length(one), failed},
+        {chunked + "0\n\n", failed},
+        // The peer hangs up.
+        {"", code + "code: 0\n" + gone},
+        {"HTTP/1.1 503 Later\nContent-", code + "code: 503\n" + gone},
+        {with_length(one + two).substr(0, 99), failed + gone},
+        {chunked + chunk(one).substr(0, 30), failed + gone},
+        {endless, failed + gone},
+        // Lengths that are none, or that no reply of the service has.
+        {ok + "Content-Length: -1" + chunked.substr(ok.size() - 1) + chunk(one + two), failed},
+        {ok + "Content-Length: 16777217\n\n" + one, failed},
+        {ok + "Content-Length: 99999999999999999999\n\n" + one, failed},
+        {chunked + "-5\n" + one, failed},
+        {chunked + chunk(one) + "FFFFFF\n" + one, failed},
+        {chunked + "FFFFFFFFFFFFFFFFFF\n" + one, failed},
+        {chunked + "size\n" + one, failed},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(told({}, c.said), c.told) << c.said.substr(0, 200);
+}
+
+TEST(astra, members_of_the_reply_are_told_or_stand_for_nothing)
+{
+    const struct {
+        std::int32_t port;
+        std::string info, told;
+    } cases[] = {
+        {1, R"("contact_points": ["a"], "round_robin_port": 7)", "a,|r|7|1"},
+        {0, R"("contact_points": [])", "|r|9042|9042"},
+        {0, R"("contact_points": ["\u00e9", 5], "round_robin_port": 0)", "\xC3\xA9,,|r|0|9042"},
+        {0, R"("contact_points": "a", "round_robin_port": 4294967303)", "|r|7|7"},
+        {2, R"("x": 1)", "|(null)|9042|2"},
+    };
+    for (const auto &c : cases) {
+        const session s;
+        s.conn->region = cass_string_from_cstr("old");
+        s.conn->port = c.port;
+        const std::string json = R"({"region": "r", "contact_info": {)" + c.info + "}}";
+        EXPECT_EQ(told(s, with_length(json)), c.told);
+    }
+}

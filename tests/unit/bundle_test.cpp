@@ -1,0 +1,124 @@
+// Secure connect bundles: where each part goes, and zip files of which no good can come.
+#include "tests/bundle_file.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "core/cass_bundle.h"
+#include "tests/unit/session_fixture.h"
+
+constexpr std::size_t member_limit = 16 << 20;
+
+struct bundle : ::testing::Test {
+    const std::string path = std::filesystem::temp_directory_path() /
+                             ("vhcass_bundle_" + std::to_string(getpid()) + ".zip");
+    session s;
+
+    ~bundle() override { std::filesystem::remove(path); }
+    // The settings that a fresh connection then has, and the records.
+    std::string told(const std::string &from)
+    {
+        cass_conn *conn = s.conn;
+        cass_reset_conn(conn);
+        cass_diag_clear(&conn->head);
+        conn->bundle_path = cass_string_from_cstr(from.c_str());
+        conn->server = cass_string_from_cstr("old");
+        conn->port = 0;  // outlives its session
+        conn->trust_server_certificate = 1;
+        const int code = cass_read_bundle(conn);
+        EXPECT_EQ(code, conn->head.diag_records == nullptr ? 0 : -5);
+        std::string all = narrow(conn->server) + " " + narrow(conn->keyspace);
+        for (const int number : {conn->astra, conn->metadata_port, conn->port, conn->encrypt,
+                                 conn->trust_server_certificate})
+            all += " " + std::to_string(number);
+        return all + "\n" + records(&conn->head);
+    }
+};
+
+static bool holds(const unsigned char *bytes, std::int32_t length, const std::string &content)
+{
+    return bytes != nullptr && std::string(bytes, bytes + length) == content;
+}
+
+static const std::string required =
+    R"({"host": "db", "port": 1, "cql_port": 2, "keyspace": "Ks", )";
+static const std::string locations =
+    required + R"("caCertLocation": "./ca", "certLocation": "d/c", "keyLocation": "key"})";
+
+TEST_F(bundle, is_read_whatever_the_size_of_its_members)
+{
+    const cass_conn *conn = s.conn;
+    for (const int method : {ZIP_CM_STORE, ZIP_CM_DEFLATE})
+        for (const std::size_t size : {1023U, 1024U, 1025U}) {
+            std::string config = locations;
+            config.resize(size, ' ');
+            const std::string key(size == 1024 ? member_limit : size, 'k');
+            write_bundle(path, {{"key", key}, {"config.json", config}, {"d/c", ""}, {"ca", config}},
+                         method);
+            EXPECT_EQ(told(path), "db Ks 1 1 2 1 0\n");
+            EXPECT_TRUE(holds(conn->ca_bytes, conn->ca_length, config));
+            EXPECT_TRUE(holds(conn->certificate_bytes, conn->certificate_length, ""));
+            EXPECT_TRUE(holds(conn->private_key_bytes, conn->private_key_length, key));
+            EXPECT_EQ(cass_read_bundle(s.conn), 0);  // over what there is
+        }
+}
+
+TEST_F(bundle, that_is_broken_is_told_and_keeps_what_was_taken)
+{
+    const std::string zeros(member_limit + 1, '\0');
+    const std::string none = "old (null) 0 0 0 0 1\n", all = "db Ks 1 1 2 0 1\n";
+    const std::string error = "HY000|General error: ", missing = error + "Failed to extract ";
+    const std::string broken = error + "Failed to parse config.json ";
+    const struct {
+        std::string config, told;
+    } cases[] = {
+        {zeros, none + error + "extract_from_file( \"config.json\" ) read fails\n"},
+        {"{\n\"host\": \n}", none + broken + "3\n"},
+        {std::string(5000, '['), none + broken + "1\n"},
+        {"[]", none + missing + "host\n"},
+        {R"({"host": "db"})", "db (null) 0 0 0 0 1\n" + missing + "port\n"},
+        {R"({"host": "db", "port": 1})", "db (null) 1 1 0 0 1\n" + missing + "cql_port\n"},
+        {R"({"host": 5, "port": 1, "cql_port": 2})",
+         " (null) 1 1 2 0 1\n" + missing + "keyspace\n"},
+        {required + R"("certLocation": "./no"})",
+         all + error + "zip_fopen( \"no\" ) fails: 'No such file'\n"},
+        {required + R"("keyLocation": "zeros"})",
+         all + error + "zip_fopen( \"zeros\" ) read fails\n"},
+        {R"({"host": 5, "port": "1", "cql_port": 4294967298, "keyspace": null, "keyLocation": 5})",
+         "  1 0 2 1 0\n"},
+    };
+    for (const auto &c : cases) {
+        const bool big = c.config.find("zeros") != std::string::npos;
+        write_bundle(path, {{"config.json", c.config}, {"zeros", big ? zeros : ""}});
+        EXPECT_EQ(told(path), c.told);
+    }
+    write_bundle(path, {{"config", "{}"}});
+    EXPECT_EQ(told(path), none + error + "zip_fopen( \"config.json\" ) fails: 'No such file'\n");
+    EXPECT_EQ(told("/no/such"), none + error + "Failed to open bundle '/no/such'\n");
+    std::ofstream(path) << "no zip";
+    EXPECT_EQ(told(path), none + error + "Failed to open bundle '" + path +
+                              "' zerror=19 'The file specified by fd is not a zip archive.'\n");
+}
+
+TEST_F(bundle, with_any_byte_cut_off_or_changed_does_no_harm)
+{
+    write_bundle(path, {{"config.json", locations}, {"ca", locations}, {"d/c", ""}, {"key", "k"}});
+    std::ifstream file(path);
+    const std::string whole((std::istreambuf_iterator<char>(file)), {});
+    const auto open_files = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    EXPECT_EQ(told(path), "db Ks 1 1 2 1 0\n");
+    const auto files = open_files();
+    for (std::size_t i = 1; i < whole.size(); i++) {
+        std::ofstream(path, std::ios::trunc) << whole.substr(0, i);
+        EXPECT_NE(told(path).find("HY000"), std::string::npos) << i;
+        std::string changed = whole;
+        changed[i] = static_cast<char>(~changed[i]);
+        std::ofstream(path, std::ios::trunc) << changed;
+        const std::string lines = told(path);
+        EXPECT_LE(std::count(lines.begin(), lines.end(), '\n'), 2) << i;
+    }
+    EXPECT_EQ(open_files(), files);
+}

@@ -1,0 +1,400 @@
+// TLS as an application meets it: certificates and the settings that judge them, a client's own
+// certificate, what is told when a handshake fails, and sessions that come, carry much and go.
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "tests/node/certificates.h"
+#include "tests/wire/wire_support.h"
+
+static const std::string no_connection = "08001 Client unable to establish connection: ";
+static const std::string ssl_error = no_connection + "SSL error";
+
+static node_tls tls_of(const certificate &server, const std::string &behind = {})
+{
+    return {.chain = server.pem + behind, .key = key_pem(server.key)};
+}
+
+// Records, of OpenSSL's own ones only the beginning: its words differ from release to release. Its
+// code in them is their native error, that of all others is 0.
+static record_list tls_records(SQLHDBC conn)
+{
+    record_list list = conn_records(conn);
+    for (std::size_t i = 0; i < list.size(); i++) {
+        SQLINTEGER native = -1;
+        SQLGetDiagField(SQL_HANDLE_DBC, conn, static_cast<SQLSMALLINT>(i + 1), SQL_DIAG_NATIVE,
+                        &native, 0, nullptr);
+        const std::string told = ssl_error + " 'error:";
+        SQLINTEGER wanted = 0;
+        if (list[i].starts_with(told)) {
+            wanted =
+                static_cast<SQLINTEGER>(std::stoul(list[i].substr(told.size(), 8), nullptr, 16));
+            list[i] = ssl_error;
+        }
+        EXPECT_EQ(native, wanted) << list[i];
+    }
+    return list;
+}
+
+// One attempt over TLS with its records, empty when it gave a session that answers.
+static record_list attempt(const wire_ptr &wire, const std::string &settings)
+{
+    node_answer_rest(wire->node.get(), [](const node_request &request) {
+        const bool options = request.opcode == NODE_OPTIONS;
+        const bool startup = request.opcode == NODE_STARTUP;
+        return std::vector{options   ? stock_supported(false)
+                           : startup ? ready_frame()
+                                     : void_frame()};
+    });
+    const SQLRETURN code = wire_connect(wire.get(), "Encrypt=yes;" + settings);
+    const record_list list = tls_records(wire->conn);
+    EXPECT_EQ(code, list.empty() ? SQL_SUCCESS : SQL_ERROR);
+    if (code == SQL_SUCCESS) {
+        const SQLHSTMT stmt = wire_new_stmt(wire.get());
+        EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, "q"));
+        SQLDisconnect(wire->conn);
+        SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+    }
+    return list;
+}
+
+static std::string content_of(const std::string &path)
+{
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// ---- The server's certificate ------------------------------------------------------------------
+
+TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
+{
+    const certificate ca = make_ca();
+    const certificate root = make_ca("short root", KEY_ONE, "critical,CA:TRUE,pathlen:0");
+    const certificate middle = make_certificate(
+        {.subject = "middle", .extensions = {{"basicConstraints", "CA:TRUE"}}}, &root);
+    const certificate no_ca = make_certificate({.subject = "no ca"}, &ca);
+    const certificate no_signer = make_certificate(
+        {.subject = "no signer",
+         .extensions = {{"basicConstraints", "CA:TRUE"}, {"keyUsage", "digitalSignature"}}},
+        &ca);
+    const certificate false_ca = make_ca("test CA", KEY_TWO);
+    const certificate good = make_certificate({}, &ca);
+    const struct {
+        const char *what;
+        node_tls server;
+        std::string anchors;
+        std::string fault;  // empty: none
+        bool forgiven = true;
+    } cases[] = {
+        {"good", tls_of(good), ca.pem, ""},
+        {"no anchor", tls_of(good), "", "unable to get local issuer certificate"},
+        {"its CA sent along", tls_of(good, ca.pem), "", "unable to get local issuer certificate"},
+        {"self-signed", tls_of(make_certificate({})), ca.pem, "self signed certificate"},
+        {"expired", tls_of(make_certificate({.first_day = -9, .last_day = -2}, &ca)), ca.pem,
+         "certificate has expired"},
+        {"future", tls_of(make_certificate({.first_day = 2}, &ca)), ca.pem,
+         "certificate is not yet valid"},
+        {"a client's",
+         tls_of(make_certificate({.extensions = {{"extendedKeyUsage", "clientAuth"}}}, &ca)),
+         ca.pem, "unsupported certificate purpose"},
+        {"signed by another key", tls_of(make_certificate({}, &false_ca)), ca.pem,
+         "certificate signature failure"},
+        {"issuer is no CA", tls_of(make_certificate({}, &no_ca), no_ca.pem), ca.pem,
+         "invalid CA certificate"},
+        {"issuer may not sign", tls_of(make_certificate({}, &no_signer), no_signer.pem), ca.pem,
+         "invalid CA certificate"},
+        {"long chain", tls_of(make_certificate({}, &middle), middle.pem), root.pem,
+         "path length constraint exceeded"},
+        {"half a chain", tls_of(make_certificate({}, &middle)), middle.pem,
+         "unable to get issuer certificate"},
+        {"small key", tls_of(make_certificate({.key = KEY_SMALL}, &ca)), ca.pem,
+         "SSL connection failed, verify cert returned 66", false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        const file_folder folder;
+        const std::string log = folder.path + "/log";
+        const std::string settings =
+            "Logging=yes;LogFile=" + log +
+            (c.anchors.empty() ? "" : ";CertificateFile=" + folder.add("ca.pem", c.anchors));
+        const wire_ptr wire = wire_open();
+        node_use_tls(wire->node.get(), c.server);
+        const record_list refusal = {no_connection + (c.forgiven ? "SSL Provider: " : "") +
+                                     c.fault};
+        EXPECT_EQ(attempt(wire, settings), c.fault.empty() ? record_list() : refusal);
+        EXPECT_EQ(attempt(wire, settings + ";TrustServerCertificate=yes"),
+                  c.fault.empty() || c.forgiven ? record_list() : refusal);
+        const std::string logged = content_of(log);
+        EXPECT_EQ(logged.find("SSL using cypher 'ECDHE-RSA-AES256-GCM-SHA384") != std::string::npos,
+                  c.fault.empty() || c.forgiven);
+        EXPECT_EQ(logged.find("Connection was encrypted but " + c.fault + "\n") !=
+                      std::string::npos,
+                  !c.fault.empty() && c.forgiven);
+    }
+}
+
+TEST(tls_certificate, anchors_come_from_file_or_folder_and_stay_with_the_environment)
+{
+    const certificate ca = make_ca();
+    const file_folder folder;
+    const std::string file = folder.add("J\xC3\xB6rg.pem", ca.pem);
+    const std::string hashed = folder.path + "/hashed";
+    std::filesystem::create_directory(hashed);
+    folder.add("hashed/" + ca.hashed_name, ca.pem);
+    const std::string empty = folder.add("empty.pem", "");
+    const record_list unknown = {no_connection +
+                                 "SSL Provider: unable to get local issuer certificate"};
+    for (const std::string &source : {file, hashed}) {
+        const wire_ptr wire = wire_open();
+        node_use_tls(wire->node.get(), tls_of(make_certificate({}, &ca)));
+        for (const std::string &bad : {folder.path + "/none.pem", empty})
+            EXPECT_EQ(attempt(wire, "CertificateFile=" + bad).front(),
+                      no_connection + "Loading Certificate file '" + bad + "' failed");
+        // A folder without the certificate is no fault of itself.
+        EXPECT_EQ(attempt(wire, "CertificateFile=" + folder.path), unknown);
+        EXPECT_EQ(attempt(wire, ""), unknown);
+        EXPECT_EQ(attempt(wire, "CertificateFile=" + source), record_list());
+        EXPECT_EQ(attempt(wire, "CertificateFile=" + source), record_list());
+        EXPECT_EQ(attempt(wire, ""), record_list());
+    }
+}
+
+TEST(tls_certificate, server_is_asked_for_by_the_server_text)
+{
+    const wire_ptr wire = wire_open();
+    node_use_tls(wire->node.get(), tls_of(make_certificate({})));
+    const std::string address = node_address(wire->node.get());
+    EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes"), record_list());
+    EXPECT_EQ(node_tls_names(wire->node.get()), std::vector<bytes>{address});
+    // What stands behind the port's digits is no harm to the port, but too much for a name.
+    EXPECT_CONN(SQL_ERROR, wire->conn,
+                wire_driver_connect(wire->conn, "Encrypt=yes;SERVER=" + address +
+                                                    std::string(256 - address.size(), 'x')));
+    EXPECT_EQ(tls_records(wire->conn).front(), no_connection + "Setting server name failed");
+}
+
+// ---- The client's certificate ------------------------------------------------------------------
+
+TEST(tls_client, certificate_and_key_are_shown_to_a_server_that_demands_them)
+{
+    const certificate ca = make_ca();
+    const certificate client = make_certificate({.subject = "client", .key = KEY_TWO}, &ca);
+    const file_folder folder;
+    const std::string pem = folder.add("client.pem", client.pem);
+    const std::string key = folder.add("client.key", key_pem(KEY_TWO));
+    const std::string other = folder.add("other.key", key_pem(KEY_ONE));
+    const std::string locked = folder.add("locked.key", key_pem(KEY_TWO, "secret"));
+    const std::string none = folder.path + "/none";
+    const record_list refused = {no_connection + "SSL connection failed", ssl_error};
+    const auto failed = [](const std::string &what, const std::string &path) {
+        return record_list{no_connection + "Loading " + what + " file '" + path + "' failed",
+                           ssl_error};
+    };
+    const struct {
+        std::string certificate, key;
+        record_list records;
+    } cases[] = {
+        {pem, key, {}},
+        {"", "", refused},
+        {pem, "", refused},
+        {"", key, refused},
+        {pem, other, refused},
+        {pem, locked, failed("Private Key", locked)},
+        {pem, none, failed("Private Key", none)},
+        {none, key, failed("Public Key", none)},
+        {key, key, failed("Public Key", key)},
+        {pem, pem, failed("Private Key", pem)},
+    };
+    const wire_ptr wire = wire_open();
+    node_tls server = tls_of(make_certificate({}, &ca));
+    server.client_issuers = ca.pem;
+    node_use_tls(wire->node.get(), server);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.certificate + " " + c.key);
+        std::string settings = "TrustServerCertificate=yes";
+        if (!c.certificate.empty())
+            settings += ";PublicKeyFile=" + c.certificate;
+        if (!c.key.empty())
+            settings += ";PrivateKeyFile=" + c.key;
+        record_list list = attempt(wire, settings);
+        // OpenSSL may have more than one thing to say.
+        list.erase(std::unique(list.begin(), list.end()), list.end());
+        EXPECT_EQ(list, c.records);
+    }
+}
+
+// ---- Handshakes that come to nothing -----------------------------------------------------------
+
+TEST(tls_handshake, other_versions_are_refused)
+{
+    const wire_ptr wire = wire_open();
+    for (const int version : {0x0302, 0x0304}) {
+        node_tls server = tls_of(make_certificate({}));
+        server.version = version;
+        node_use_tls(wire->node.get(), server);
+        EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes"),
+                  (record_list{no_connection + "SSL connection failed", ssl_error}));
+    }
+}
+
+// A peer that goes away after any byte of its first answer, which has more than 1000.
+TEST(tls_handshake, broken_off_anywhere_is_told)
+{
+    const wire_ptr wire = wire_open();
+    node_tls server = tls_of(make_certificate({}));
+    for (std::size_t cut = 0; cut < 1000; cut += cut < 120 ? 1 : 61) {
+        server.cut = cut;
+        node_use_tls(wire->node.get(), server);
+        EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes"),
+                  (record_list{link_failure + "read failed (peer shutdown)",
+                               no_connection + "SSL Error, conn_read failed"}))
+            << cut;
+    }
+}
+
+// ---- Sessions ----------------------------------------------------------------------------------
+
+static wire_ptr logged_on_by_tls(const node_logon &logon = {})
+{
+    wire_ptr wire = wire_open();
+    node_use_tls(wire->node.get(), tls_of(make_certificate({})));
+    expect_logon(wire->node.get(), logon);
+    EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                wire_connect(wire.get(), "Encrypt=yes;TrustServerCertificate=yes"));
+    wire->stmt = wire_new_stmt(wire.get());
+    return wire;
+}
+
+TEST(tls_session, carries_megabytes_both_ways)
+{
+    for (const bool lz4 : {false, true}) {
+        const wire_ptr wire = logged_on_by_tls({.lz4 = lz4});
+        const std::string blob = to_hex(pattern(3'000'000));
+        node_frame frame = rows_frame({{"b", type_of(NODE_VARCHAR)}}, {{blob}});
+        run_query(wire, "insert " + blob, void_frame());
+        run_query(wire, "select b from t", frame);
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+        std::string got(blob.size() + 1, '\0');
+        SQLLEN length = 0;
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                    SQLGetData(wire->stmt, 1, SQL_C_CHAR, got.data(),
+                               static_cast<SQLLEN>(got.size()), &length));
+        got.pop_back();
+        EXPECT_TRUE(got == blob);
+        SQLCloseCursor(wire->stmt);
+        // A record that comes byte by byte.
+        frame = rows_frame({{"b", type_of(NODE_VARCHAR)}}, {{"slow"}, {"row"}});
+        frame.slowly = true;
+        run_query(wire, "slow", frame);
+        EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"slow", "row"}));
+    }
+}
+
+// The end of the stream, in order or not, and then requests into nothing: they must not end the
+// process.
+TEST(tls_session, ends_are_told_and_raise_no_signal)
+{
+    const record_list no_reply = {link_failure + "failed to return packet"};
+    const record_list unsent = {link_failure + "failed to send packet"};
+    for (const bool reset : {false, true}) {
+        const wire_ptr wire = logged_on_by_tls();
+        expect_query(wire->node.get(), "q", {no_answer(reset ? RESET : CLOSE)});
+        EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "q"));
+        EXPECT_EQ(stmt_records(wire->stmt), no_reply);
+        EXPECT_EQ(conn_records(wire->conn),
+                  reset ? record_list{link_failure + "read failed"} : record_list());
+        EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_DFL);
+        // The server may take its time to close.
+        for (int i = 0; i < 2000 && stmt_records(wire->stmt) != unsent; i++) {
+            usleep(1000);
+            EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "q"));
+        }
+        EXPECT_EQ(stmt_records(wire->stmt), unsent);
+        // One of the application's own stays with it.
+        sigset_t set, before;
+        sigemptyset(&set);
+        sigaddset(&set, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &set, &before);
+        raise(SIGPIPE);
+        exec(wire->stmt, "q");
+        const timespec at_once = {};
+        EXPECT_EQ(sigtimedwait(&set, nullptr, &at_once), SIGPIPE);
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+}
+
+// AddressSanitizer keeps freed memory for a while, and finds lost memory by itself.
+#ifdef __SANITIZE_ADDRESS__
+static constexpr int rounds = 3;
+static constexpr long pages_allowed = 100'000;
+#else
+static constexpr int rounds = 10;
+static constexpr long pages_allowed = 128;
+#endif
+
+static long resident_pages()
+{
+    long total = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident;
+}
+
+static std::ptrdiff_t open_descriptors()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+TEST(tls_session, thousands_come_and_go_without_a_trace)
+{
+    const certificate ca = make_ca();
+    const node_tls good = tls_of(make_certificate({}, &ca));
+    const file_folder folder;
+    const std::string anchor = "CertificateFile=" + folder.add("ca.pem", ca.pem);
+    long pages = 0;
+    std::ptrdiff_t descriptors = 0;
+    for (int round = 0; round < rounds; round++) {
+        const wire_ptr wire = wire_open();
+        node_use_tls(wire->node.get(), good);
+        for (int i = 0; i < 200; i++)
+            ASSERT_EQ(attempt(wire, anchor), record_list());
+        if (round == 1) {
+            pages = resident_pages();
+            descriptors = open_descriptors();
+        }
+    }
+    // After two rounds the heap has settled. The handles of round 1 were still open.
+    EXPECT_LE(open_descriptors(), descriptors);
+    EXPECT_LE(resident_pages() - pages, pages_allowed);
+}
+
+// One environment's context serves threads that load anchors and threads that verify.
+TEST(tls_session, threads_share_an_environment)
+{
+    const certificate ca = make_ca();
+    const wire_ptr wire = wire_open();
+    const file_folder folder;
+    const std::string file = folder.add("ca.pem", ca.pem);
+    node_use_tls(wire->node.get(), tls_of(make_certificate({}, &ca)));
+    ASSERT_EQ(attempt(wire, "CertificateFile=" + file), record_list());
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; t++)
+        threads.emplace_back([&, t] {
+            SQLHDBC conn = nullptr;
+            SQLAllocHandle(SQL_HANDLE_DBC, wire->env, &conn);
+            const std::string server = "Encrypt=yes;SERVER=" + node_address(wire->node.get());
+            for (int i = 0; i < 50; i++) {
+                const std::string name = std::to_string(t) + "-" + std::to_string(i);
+                std::filesystem::create_directory(folder.path + "/" + name);
+                EXPECT_CONN(SQL_SUCCESS, conn,
+                            wire_driver_connect(conn, server + ";CertificateFile=" + folder.path +
+                                                          "/" + name));
+                SQLDisconnect(conn);
+            }
+            SQLFreeHandle(SQL_HANDLE_DBC, conn);
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+}
