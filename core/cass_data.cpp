@@ -390,5 +390,5 @@ SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_
                                        strlen_or_ind, oct_ptr, fields);
     if (request.field == nullptr) [[unlikely]]
         return no_such_column(stmt);
-    return cell_get(&request, target_type, fields, afields);
+    return get_cell(&request, target_type, fields, afields, false);
 }

@@ -19,16 +19,6 @@ void cass_lock_destroy(cass_lock *lock)
     pthread_mutex_destroy(&lock->mutex);
 }
 
-void cass_lock_enter(cass_lock *lock)
-{
-    pthread_mutex_lock(&lock->mutex);
-}
-
-void cass_lock_leave(cass_lock *lock)
-{
-    pthread_mutex_unlock(&lock->mutex);
-}
-
 int cass_lock_try_enter(cass_lock *lock)
 {
     return pthread_mutex_trylock(&lock->mutex) == 0 ? 1 : 0;

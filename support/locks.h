@@ -16,8 +16,15 @@ int cass_lock_init(cass_lock *lock);
 void cass_lock_destroy(cass_lock *lock);
 
 // Waits for the lock. A thread that holds it may enter again and must leave as often.
-void cass_lock_enter(cass_lock *lock);
-void cass_lock_leave(cass_lock *lock);
+inline void cass_lock_enter(cass_lock *lock)
+{
+    pthread_mutex_lock(&lock->mutex);
+}
+
+inline void cass_lock_leave(cass_lock *lock)
+{
+    pthread_mutex_unlock(&lock->mutex);
+}
 
 // Takes the lock only if nobody else holds it. 1 when taken, else 0.
 int cass_lock_try_enter(cass_lock *lock);
