@@ -49,19 +49,13 @@ static tls_session next_client(hosted *h)
     return tls;
 }
 
-static int connect_to_node()
+static void relay_to_node(SSL *tls)
 {
     addrinfo *found = nullptr;
-    if (getaddrinfo(filled("{host}").c_str(), filled("{port}").c_str(), nullptr, &found) != 0)
-        return -1;
+    ASSERT_EQ(getaddrinfo(filled("{host}").c_str(), filled("{port}").c_str(), nullptr, &found), 0);
     const int node = socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
     EXPECT_EQ(connect(node, found->ai_addr, found->ai_addrlen), 0);
     freeaddrinfo(found);
-    return node;
-}
-
-static void relay(SSL *tls, int node)
-{
     char buffer[16384];  // as much as a TLS record holds
     pollfd waits[] = {{SSL_get_fd(tls), POLLIN, 0}, {node, POLLIN, 0}};
     while (poll(waits, std::size(waits), -1) > 0) {
@@ -75,6 +69,7 @@ static void relay(SSL *tls, int node)
         else
             SSL_write(tls, buffer, got);
     }
+    close(node);
 }
 
 static void serve(hosted *h, const std::string &reply)
@@ -91,11 +86,8 @@ static void serve(hosted *h, const std::string &reply)
     SSL_shutdown(tls.get());
     close(SSL_get_fd(tls.get()));
     tls = next_client(h);
-    if (SSL_is_init_finished(tls.get())) {
-        const int node = connect_to_node();
-        relay(tls.get(), node);
-        close(node);
-    }
+    if (SSL_is_init_finished(tls.get()))
+        relay_to_node(tls.get());
     close(SSL_get_fd(tls.get()));
 }
 
@@ -136,36 +128,36 @@ std::string hosted::settings(const std::string &name, const std::string &content
            ";UID=u;PWD=p:w;PORT=1;SERVER=nowhere;KEYSPACE=x;TrustServerCertificate=yes";
 }
 
-TEST(live_bundle, leads_to_the_node_by_the_name_of_its_first_contact_point)
+using live_bundle = live_test;
+
+TEST_F(live_bundle, leads_to_the_node_by_the_name_of_its_first_contact_point)
 {
-    NEED_NODE("VHCASS_SERVER");
-    const live_ptr plain = live_logged_on();
     const std::string all = "SELECT table_name, column_name, type FROM system_schema.columns";
+    const row_list wanted = query(conn, all);
     for (const std::string points : {R"("node-1", "node-2")", ""}) {
         const std::string json = R"({"contact_info": {"contact_points": [)" + points + "]}}";
         hosted database("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(json.size()) +
                         "\r\n\r\n" + json);
         {
-            const live_ptr live = live_open();
-            EXPECT_CONN(SQL_SUCCESS, live->conn, driver_connect(live->conn, database.settings()));
-            EXPECT_EQ(query(live->conn, "SELECT table_name FROM tables WHERE keyspace_name = "
-                                        "'system' AND table_name = 'local'"),
+            const live_ptr inside = live_open();
+            EXPECT_CONN(SQL_SUCCESS, inside->conn,
+                        driver_connect(inside->conn, database.settings()));
+            EXPECT_EQ(query(inside->conn, "SELECT table_name FROM tables WHERE keyspace_name = "
+                                          "'system' AND table_name = 'local'"),
                       row_list{"local"});
-            EXPECT_EQ(query(live->conn, all), query(plain->conn, all));
+            EXPECT_EQ(query(inside->conn, all), wanted);
         }
         database.finish();
         EXPECT_EQ(database.request, "GET /metadata HTTP/1.1\nHost: 127.0.0.1\nAccept: "
                                     "application/json\nAuthorization: Basic dTpwOnc=\n\n");
-        EXPECT_EQ(database.names,
-                  (std::vector<std::string>{"127.0.0.1", points.empty() ? "127.0.0.1" : "node-1"}));
+        EXPECT_EQ(database.names, (row_list{"127.0.0.1", points.empty() ? "127.0.0.1" : "node-1"}));
     }
 }
 
-TEST(live_bundle, that_leads_nowhere_says_why_before_a_session_begins)
+TEST_F(live_bundle, that_leads_nowhere_says_why_before_a_session_begins)
 {
-    const struct {
-        std::string member, content, record;
-    } cases[] = {
+    // One member's content, and what comes of it.
+    const std::vector<std::string> cases[] = {
         {"", "", "HY000 Failed in Astra connection code: 0"},  // the end of TLS for a reply
         {"ca.crt", make_ca().pem, "08001 SSL Provider: unable to get local issuer certificate"},
         {"ca.crt", "none", "08001 Loading Certificate data failed"},
@@ -176,13 +168,12 @@ TEST(live_bundle, that_leads_nowhere_says_why_before_a_session_begins)
     };
     for (const auto &c : cases) {
         hosted database("");
-        const live_ptr live = live_open();
-        EXPECT_CONN(SQL_ERROR, live->conn,
-                    driver_connect(live->conn, database.settings(c.member, c.content)));
-        const record_list records = records_of(SQL_HANDLE_DBC, live->conn);
-        EXPECT_TRUE(records[0].starts_with(c.record.substr(0, 6)) &&
-                    records[0].ends_with(c.record.substr(6)))
-            << records[0] << "\n  expected " << c.record;
+        const live_ptr outside = live_open();
+        EXPECT_CONN(SQL_ERROR, outside->conn,
+                    driver_connect(outside->conn, database.settings(c[0], c[1])));
+        const std::string record = conn_records(outside->conn)[0];
+        EXPECT_TRUE(record.starts_with(c[2].substr(0, 6)) && record.ends_with(c[2].substr(6)))
+            << record << "\n  expected " << c[2];
         database.finish();
         EXPECT_LE(database.names.size(), 1U);
     }

@@ -20,11 +20,9 @@ struct live_fetch : live_test {
             return;
         run(stmt, "CREATE TABLE IF NOT EXISTS many (p int, n int, t text, PRIMARY KEY (p, n))");
         run(stmt, "CREATE TABLE IF NOT EXISTS sizes (p int, n int, PRIMARY KEY (p, n))");
-        for (int n = 0; n < many_rows; n += 250) {
-            const std::string p = std::to_string(n / 1000);
-            change_rows(stmt, "INSERT INTO many (p, n, t) VALUES (" + p + ", {n}, 'row {n}')", n,
-                        n + 250);
-        }
+        const std::string row = "INSERT INTO many (p, n, t) VALUES ({p}, {n}, 'row {n}')";
+        for (int n = 0; n < many_rows; n += 250)
+            change_rows(stmt, replaced(row, "{p}", std::to_string(n / 1000)), n, n + 250);
         for (const int size : {1, 99, 100, 101, 200, 300}) {
             const std::string p = std::to_string(size);
             change_rows(stmt, "INSERT INTO sizes (p, n) VALUES (" + p + ", {n})", 0, size);
@@ -37,23 +35,20 @@ struct live_fetch : live_test {
 
 // Reads rows to the end, each once; the peak of resident memory meanwhile in KiB, or 0 where the
 // system does not let us measure it.
-static long peak_of_reading(SQLHSTMT stmt, const std::string &sql, int rows)
+static long peak_of_reading(SQLHSTMT stmt, const std::string &sql, std::size_t rows)
 {
     std::ofstream reset("/proc/self/clear_refs");
     reset << "5" << std::flush;
-    long long sum = 0;
-    int count = 0;
+    std::vector<bool> seen(many_rows);
     EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, sql));
-    for (; SQLFetch(stmt) == SQL_SUCCESS; count++) {
-        const int n = std::stoi(cell_text(stmt, 1));
-        sum += n;
-        if (cell_text(stmt, 2) != "row " + std::to_string(n))
-            ADD_FAILURE() << "wrong text for " << n;
+    while (SQLFetch(stmt) == SQL_SUCCESS) {
+        const std::string n = cell_text(stmt, 1);
+        EXPECT_EQ(cell_text(stmt, 2), "row " + n);
+        seen.at(std::stoul(n)) = true;
     }
     expect_records(SQL_HANDLE_STMT, stmt, {});
     SQLFreeStmt(stmt, SQL_CLOSE);
-    EXPECT_EQ(count, rows);
-    EXPECT_TRUE(rows < many_rows || sum == static_cast<long long>(rows) * (rows - 1) / 2);
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), true), static_cast<std::ptrdiff_t>(rows));
     std::ifstream status("/proc/self/status");
     std::string line;
     while (reset.good() && std::getline(status, line)) {
@@ -108,26 +103,22 @@ TEST_F(live_fetch, statements_of_one_connection_interleave)
 TEST_F(live_fetch, results_of_every_size_end_where_they_should)
 {
     load_rows();
-    for (const int size : {5, 1, 99, 100, 101, 200, 300}) {  // the first is not there
-        for (const int limit : {0, 99, 100, 101, 200}) {
-            const std::string sql =
-                "SELECT n FROM live_rows.sizes WHERE p = " + std::to_string(size) +
-                (limit == 0 ? "" : " LIMIT " + std::to_string(limit));
+    for (const int size : {0, 1, 99, 100, 101, 200, 300}) {
+        const std::string sql = "SELECT n FROM live_rows.sizes WHERE p = " + std::to_string(size);
+        row_list rows;
+        for (int n = 0; n < size; n++)
+            rows.push_back(std::to_string(n));
+        ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, sql));
+        for (const bool is_prepared : {true, false}) {
             SCOPED_TRACE(sql);
-            ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, sql));
-            for (const bool is_prepared : {true, false}) {
-                ASSERT_STMT(SQL_SUCCESS, stmt, is_prepared ? SQLExecute(stmt) : exec(stmt, sql));
-                row_list rows;
-                for (int n = 0; n < (limit == 0 ? size : std::min(size, limit)) && size != 5; n++)
-                    rows.push_back(std::to_string(n));
-                EXPECT_EQ(fetch_all(stmt), rows);
-                EXPECT_STMT(SQL_NO_DATA, stmt, SQLFetch(stmt));
-                EXPECT_STMT(SQL_SUCCESS, stmt, SQLCloseCursor(stmt));
-                ASSERT_STMT(SQL_SUCCESS, stmt, exec(stmt, "SELECT n FROM many WHERE p = 3"));
-                for (int n = 0; n < size; n++)
-                    SQLFetch(stmt);
-                SQLFreeStmt(stmt, SQL_CLOSE);
-            }
+            ASSERT_STMT(SQL_SUCCESS, stmt, is_prepared ? SQLExecute(stmt) : exec(stmt, sql));
+            EXPECT_EQ(fetch_all(stmt), rows);
+            EXPECT_STMT(SQL_NO_DATA, stmt, SQLFetch(stmt));
+            EXPECT_STMT(SQL_SUCCESS, stmt, SQLCloseCursor(stmt));
+            ASSERT_STMT(SQL_SUCCESS, stmt, exec(stmt, "SELECT n FROM many WHERE p = 3"));
+            for (int n = 0; n < size; n++)
+                SQLFetch(stmt);
+            SQLFreeStmt(stmt, SQL_CLOSE);
         }
     }
 }

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 
 // ---- The Driver Manager's files -----------------------------------------------------------------
 
@@ -107,15 +106,6 @@ SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings, bool is_wide
     return code;
 }
 
-live_ptr live_logged_on(const std::string &more, SQLULEN odbc_version, bool is_wide)
-{
-    live_ptr live = live_open(odbc_version);
-    EXPECT_CONN(SQL_SUCCESS, live->conn,
-                driver_connect(live->conn, node_settings() + more, is_wide));
-    live->stmt = new_stmt(live.get());
-    return live;
-}
-
 SQLHSTMT new_stmt(const live_session *live)
 {
     SQLHSTMT stmt = nullptr;
@@ -135,16 +125,6 @@ std::string replaced(std::string text, const std::string &mark, const std::strin
     for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at))
         text.replace(at, mark.size(), value);
     return text;
-}
-
-SQLRETURN exec(SQLHSTMT stmt, const std::string &sql)
-{
-    return SQLExecDirect(stmt, odbc_text(sql), static_cast<SQLINTEGER>(sql.size()));
-}
-
-SQLRETURN prepare(SQLHSTMT stmt, const std::string &sql)
-{
-    return SQLPrepare(stmt, odbc_text(sql), static_cast<SQLINTEGER>(sql.size()));
 }
 
 void run(SQLHSTMT stmt, const std::string &sql)
@@ -169,9 +149,10 @@ void live_test::SetUp()
 
 void live_test::log_on_with(const std::string &more, SQLULEN odbc_version, bool is_wide)
 {
-    live = live_logged_on(more, odbc_version, is_wide);
+    live = live_open(odbc_version);
     conn = live->conn;
-    stmt = live->stmt;
+    EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings() + more, is_wide));
+    stmt = new_stmt(live.get());
 }
 
 void live_test::use_keyspace(const std::string &name)
@@ -193,105 +174,27 @@ void set_attribute(SQLHSTMT stmt, SQLINTEGER attribute, SQLPOINTER value)
     EXPECT_STMT(SQL_SUCCESS, stmt, SQLSetStmtAttr(stmt, attribute, value, 0)) << attribute;
 }
 
-// ---- Codes and diagnostics ----------------------------------------------------------------------
-
-record_list records_of(SQLSMALLINT type, SQLHANDLE handle)
-{
-    record_list list;
-    SQLCHAR state[6] = "", text[4096] = "";
-    SQLINTEGER native = 0;
-    for (SQLSMALLINT number = 1;
-         number < 100 && SQL_SUCCEEDED(SQLGetDiagRec(type, handle, number, state, &native, text,
-                                                     sizeof text, nullptr));
-         number++)
-        list.push_back(std::string(state, state + 5) + " " + reinterpret_cast<char *>(text));
-    return list;
-}
-
-record_list stmt_records(SQLHSTMT stmt)
-{
-    return records_of(SQL_HANDLE_STMT, stmt);
-}
-
-std::string code_name(SQLRETURN code)
-{
-    static const std::map<SQLRETURN, std::string> names = {
-        {SQL_SUCCESS, "SQL_SUCCESS"}, {SQL_SUCCESS_WITH_INFO, "SQL_SUCCESS_WITH_INFO"},
-        {SQL_NO_DATA, "SQL_NO_DATA"}, {SQL_NEED_DATA, "SQL_NEED_DATA"},
-        {SQL_ERROR, "SQL_ERROR"},     {SQL_INVALID_HANDLE, "SQL_INVALID_HANDLE"}};
-    const auto found = names.find(code);
-    return found == names.end() ? std::to_string(code) : found->second;
-}
-
-::testing::AssertionResult code_is(SQLRETURN wanted, SQLRETURN got, SQLSMALLINT type,
-                                   SQLHANDLE handle, const char *call)
-{
-    if (got == wanted)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure()
-           << call << "\n  gave " << code_name(got) << ", expected " << code_name(wanted) << "\n  "
-           << ::testing::PrintToString(records_of(type, handle));
-}
+// ---- Diagnostics and results ----------------------------------------------------------------------
 
 void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wanted)
 {
     const record_list records = records_of(type, handle);
-    bool fits = records.size() == wanted.size();
-    for (std::size_t i = 0; fits && i < records.size(); i++)
-        fits = records[i].starts_with(wanted[i].substr(0, 5)) &&
-               records[i].find(wanted[i].substr(std::min<std::size_t>(6, wanted[i].size()))) !=
-                   std::string::npos;
-    EXPECT_TRUE(fits) << "records " << ::testing::PrintToString(records) << "\n  expected "
-                      << ::testing::PrintToString(wanted);
-}
-
-// ---- Results ------------------------------------------------------------------------------------
-
-static std::string code_and_record(SQLRETURN code, SQLHSTMT stmt)
-{
-    const record_list list = stmt_records(stmt);
-    return "<" + code_name(code) + (list.empty() ? "" : ": " + list.front()) + ">";
-}
-
-std::string cell_text(SQLHSTMT stmt, int column)
-{
-    char buffer[8192];
-    SQLLEN length = -99;
-    const SQLRETURN code = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column), SQL_C_CHAR, buffer,
-                                      sizeof buffer, &length);
-    if (code != SQL_SUCCESS)
-        return code_and_record(code, stmt);
-    return length == SQL_NULL_DATA ? "NULL" : buffer;
-}
-
-std::string row_text(SQLHSTMT stmt)
-{
-    SQLSMALLINT count = -1;
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLNumResultCols(stmt, &count));
-    std::string text;
-    for (int column = 1; column <= count; column++)
-        text += (column > 1 ? "|" : "") + cell_text(stmt, column);
-    return text;
-}
-
-row_list fetch_all(SQLHSTMT stmt)
-{
-    row_list rows;
-    SQLRETURN code;
-    while (SQL_SUCCEEDED(code = SQLFetch(stmt)))
-        rows.push_back(row_text(stmt));
-    if (code != SQL_NO_DATA)
-        rows.push_back(code_and_record(code, stmt));
-    return rows;
+    const auto fits = [](const std::string &record, const std::string &part) {
+        return record.starts_with(part.substr(0, 5)) &&
+               record.find(part.size() > 6 ? part.substr(6) : "") != std::string::npos;
+    };
+    EXPECT_TRUE(std::equal(records.begin(), records.end(), wanted.begin(), wanted.end(), fits))
+        << "records " << ::testing::PrintToString(records) << "\n  expected "
+        << ::testing::PrintToString(wanted);
 }
 
 row_list query(SQLHDBC conn, const std::string &sql)
 {
-    const live_session session = {nullptr, conn, nullptr};
+    const live_session session = {nullptr, conn};
     const SQLHSTMT stmt = new_stmt(&session);
     const SQLRETURN code = exec(stmt, sql);
     const row_list rows =
-        SQL_SUCCEEDED(code) ? fetch_all(stmt) : row_list{code_and_record(code, stmt)};
+        SQL_SUCCEEDED(code) ? fetch_all(stmt) : row_list{"<" + code_and_record(code, stmt) + ">"};
     SQLFreeHandle(SQL_HANDLE_STMT, stmt);
     return rows;
 }

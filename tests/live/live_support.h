@@ -1,6 +1,5 @@
 // What the live tests share: a real node reached through the Driver Manager, which knows the built
-// driver and the tests' data sources from ini files in a temporary folder. Return codes explain
-// themselves with all diagnostics; results are read as text.
+// driver and the tests' data sources from ini files in a temporary folder.
 //
 //     using live_subject = live_test;
 //     TEST_F(live_subject, a_query_gives_its_row)
@@ -11,14 +10,9 @@
 #ifndef TESTS_LIVE_LIVE_SUPPORT_H
 #define TESTS_LIVE_LIVE_SUPPORT_H
 
-#include <gtest/gtest.h>
-#include <sql.h>
-#include <sqlext.h>
-#include <sqlucode.h>
-
 #include <memory>
-#include <string>
-#include <vector>
+
+#include "tests/handle_calls.h"
 
 // ---- Nodes and data sources ---------------------------------------------------------------------
 
@@ -45,7 +39,6 @@ std::string node_settings(const char *variable = "VHCASS_SERVER");
 struct live_session {
     SQLHENV env;
     SQLHDBC conn;
-    SQLHSTMT stmt;  // null until logged on
 };
 
 void live_close(live_session *live);
@@ -58,33 +51,15 @@ live_ptr live_open(SQLULEN odbc_version = SQL_OV_ODBC3);
 // string.
 SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings, bool is_wide = false,
                          std::string *out = nullptr);
-// Connected to VHCASS_SERVER with a first statement; `more` are further settings ("StringLen=9").
-live_ptr live_logged_on(const std::string &more = {}, SQLULEN odbc_version = SQL_OV_ODBC3,
-                        bool is_wide = false);
 SQLHSTMT new_stmt(const live_session *live);
 // The connection answers: a query gives what it must.
 void expect_alive(SQLHDBC conn);
 
 // ---- Calls --------------------------------------------------------------------------------------
 
-inline SQLCHAR *odbc_text(const std::string &text)
-{
-    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text.c_str()));
-}
-inline SQLWCHAR *odbc_wide(const std::u16string &text)
-{
-    return reinterpret_cast<SQLWCHAR *>(const_cast<char16_t *>(text.c_str()));
-}
-inline SQLPOINTER odbc_number(SQLULEN value)
-{
-    return reinterpret_cast<SQLPOINTER>(value);
-}
-
 // The text with `value` at every place of `mark`, which does not stand in the value.
 std::string replaced(std::string text, const std::string &mark, const std::string &value);
 
-SQLRETURN exec(SQLHSTMT stmt, const std::string &sql);
-SQLRETURN prepare(SQLHSTMT stmt, const std::string &sql);
 // Executes a text whose result is of no interest. A server's warning is let pass.
 void run(SQLHSTMT stmt, const std::string &sql);
 // An empty keyspace. Each test takes a name of its own: tests may run side by side.
@@ -93,10 +68,10 @@ void make_keyspace(SQLHSTMT stmt, const std::string &name);
 void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end, int step = 1);
 void set_attribute(SQLHSTMT stmt, SQLINTEGER attribute, SQLPOINTER value);
 
-// A test with a session that is logged on, skipped without a VHCASS_SERVER.
+// A test with a session that is logged on to VHCASS_SERVER, skipped without one.
 struct live_test : ::testing::Test {
     void SetUp() override;
-    // Instead of the first session, one with these settings.
+    // Instead of the first session, one with further settings ("StringLen=9").
     void log_on_with(const std::string &more, SQLULEN odbc_version, bool is_wide = false);
     void use_keyspace(const std::string &name);  // a new one
 
@@ -105,35 +80,12 @@ struct live_test : ::testing::Test {
     SQLHSTMT stmt = nullptr;
 };
 
-// ---- Codes and diagnostics ----------------------------------------------------------------------
-
-// Records such as "08S01 [unixODBC][Varnholt][Apache Cassandra]Communication link failure: ...".
-using record_list = std::vector<std::string>;
-record_list records_of(SQLSMALLINT type, SQLHANDLE handle);
-record_list stmt_records(SQLHSTMT stmt);
-
-std::string code_name(SQLRETURN code);
-::testing::AssertionResult code_is(SQLRETURN wanted, SQLRETURN got, SQLSMALLINT type,
-                                   SQLHANDLE handle, const char *call);
-#define EXPECT_STMT(wanted, stmt, call)                                                            \
-    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_STMT, stmt, #call))
-#define ASSERT_STMT(wanted, stmt, call)                                                            \
-    ASSERT_TRUE(code_is(wanted, call, SQL_HANDLE_STMT, stmt, #call))
-#define EXPECT_CONN(wanted, conn, call)                                                            \
-    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_DBC, conn, #call))
+// ---- Diagnostics and results ----------------------------------------------------------------------
 
 // The handle's records are these: each wanted text is a state and a part of the message,
 // "08S01 error code 8704".
 void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wanted);
 
-// ---- Results ------------------------------------------------------------------------------------
-
-using row_list = std::vector<std::string>;
-// The cell as SQL_C_CHAR; "NULL", or "<code: record>" for another code than SQL_SUCCESS.
-std::string cell_text(SQLHSTMT stmt, int column);
-std::string row_text(SQLHSTMT stmt);  // all cells, joined by "|"
-// Rows until the fetch ends, and how it ended when not with SQL_NO_DATA.
-row_list fetch_all(SQLHSTMT stmt);
 // The rows of a query on a statement of its own.
 row_list query(SQLHDBC conn, const std::string &sql);
 

@@ -29,7 +29,6 @@ bytes be8(std::uint64_t value) { return big_endian(value, 1); }
 bytes be16(std::uint64_t value) { return big_endian(value, 2); }
 bytes be32(std::uint64_t value) { return big_endian(value, 4); }
 bytes be64(std::uint64_t value) { return big_endian(value, 8); }
-bytes be_float(float value) { return be32(std::bit_cast<std::uint32_t>(value)); }
 bytes be_double(double value) { return be64(std::bit_cast<std::uint64_t>(value)); }
 bytes wire_string(std::string_view text) { return be16(text.size()) + bytes(text); }
 bytes wire_long_string(std::string_view text) { return be32(text.size()) + bytes(text); }
@@ -41,7 +40,7 @@ bytes wire_bytes(const node_cell &value)
     return value ? be32(value->size()) + *value : be32(0xFFFFFFFF);
 }
 
-bytes wire_string_list(const std::vector<bytes> &texts)
+static bytes wire_string_list(const std::vector<bytes> &texts)
 {
     bytes out = be16(texts.size());
     for (const bytes &text : texts)
@@ -51,15 +50,14 @@ bytes wire_string_list(const std::vector<bytes> &texts)
 
 bytes from_hex(std::string_view text)
 {
-    bytes out;
-    int digits = 0;
-    unsigned value = 0;
+    bytes out, digits;
     for (const char c : text) {
-        if (c == ' ')
-            continue;
-        value = value << 4 | static_cast<unsigned>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
-        if (++digits % 2 == 0)
-            out += static_cast<char>(value & 0xFF);
+        if (c != ' ')
+            digits += c;
+        if (digits.size() == 2) {
+            out += static_cast<char>(std::stoi(digits, nullptr, 16));
+            digits.clear();
+        }
     }
     return out;
 }
@@ -102,25 +100,11 @@ bytes pattern(int length)
 
 // ---- Types and metadata -------------------------------------------------------------------
 
-bytes type_custom(std::string_view class_name)
-{
-    return type_of(NODE_CUSTOM) + wire_string(class_name);
-}
-
 // clang-format off
 bytes type_of(int option_id) { return be16(option_id); }
 bytes type_list(const bytes &element) { return type_of(NODE_LIST) + element; }
-bytes type_set(const bytes &element) { return type_of(NODE_SET) + element; }
 bytes type_map(const bytes &key, const bytes &value) { return type_of(NODE_MAP) + key + value; }
 // clang-format on
-
-bytes type_tuple(const std::vector<bytes> &members)
-{
-    bytes out = type_of(NODE_TUPLE) + be16(members.size());
-    for (const bytes &member : members)
-        out += member;
-    return out;
-}
 
 bytes type_udt(std::string_view keyspace, std::string_view name,
                const std::vector<std::pair<bytes, bytes>> &fields)
@@ -131,26 +115,24 @@ bytes type_udt(std::string_view keyspace, std::string_view name,
     return out;
 }
 
-// Column specifications, with keyspace and table once in front or in each.
-static bytes column_specs(const node_columns &columns, bool global_spec)
+// Column specifications, with keyspace and table once in front.
+static bytes column_specs(const node_columns &columns)
 {
-    const auto table_of = [](const node_column &column) {
-        return wire_string(column.keyspace) + wire_string(column.table);
-    };
-    bytes out = global_spec ? table_of(columns.empty() ? node_column{} : columns.front()) : "";
+    const node_column &first = columns.empty() ? node_column{} : columns.front();
+    bytes out = wire_string(first.keyspace) + wire_string(first.table);
     for (const node_column &column : columns)
-        out += (global_spec ? "" : table_of(column)) + wire_string(column.name) + column.type;
+        out += wire_string(column.name) + column.type;
     return out;
 }
 
 static bytes rows_metadata(const node_columns &columns, const node_metadata &options)
 {
     const bool more = !options.paging_state.empty();
-    const int flags = (options.global_spec && !options.no_metadata ? METADATA_GLOBAL_SPEC : 0) |
-                      (more ? METADATA_MORE_PAGES : 0) | (options.no_metadata ? METADATA_NONE : 0);
+    const int flags = (options.no_metadata ? METADATA_NONE : METADATA_GLOBAL_SPEC) |
+                      (more ? METADATA_MORE_PAGES : 0);
     return be32(flags) + be32(options.column_count.value_or(static_cast<int>(columns.size()))) +
            (more ? wire_bytes(options.paging_state) : bytes()) +
-           (options.no_metadata ? bytes() : column_specs(columns, options.global_spec));
+           (options.no_metadata ? bytes() : column_specs(columns));
 }
 
 // ---- Frames of a server -------------------------------------------------------------------
@@ -186,6 +168,7 @@ static node_frame result_frame(int kind, const bytes &rest)
 // clang-format off
 node_frame ready_frame() { return {.opcode = NODE_READY, .body = {}}; }
 node_frame void_frame() { return result_frame(1, {}); }
+node_frame set_keyspace_frame(std::string_view ks) { return result_frame(3, wire_string(ks)); }
 // clang-format on
 
 node_frame rows_frame(const node_columns &columns, const std::vector<node_row> &rows,
@@ -199,19 +182,13 @@ node_frame rows_frame(const node_columns &columns, const std::vector<node_row> &
     return result_frame(2, body);
 }
 
-node_frame set_keyspace_frame(std::string_view keyspace)
-{
-    return result_frame(3, wire_string(keyspace));
-}
-
 node_frame prepared_frame(std::string_view id, const node_columns &parameters,
                           const node_columns &columns)
 {
     const bool bound = !parameters.empty();
     const bytes head = be32(bound ? METADATA_GLOBAL_SPEC : 0) + be32(parameters.size()) + be32(0);
     // A statement without rows announces no columns and no metadata.
-    return result_frame(4, wire_short_bytes(id) + head +
-                               (bound ? column_specs(parameters, true) : "") +
+    return result_frame(4, wire_short_bytes(id) + head + (bound ? column_specs(parameters) : "") +
                                rows_metadata(columns, {.no_metadata = columns.empty()}));
 }
 
@@ -234,26 +211,26 @@ node_frame no_answer(node_ending ending)
     return cut_off(ready_frame(), 0, ending);
 }
 
-bytes frame_on_wire(const node_frame &frame, bool lz4, int stream)
-{
-    const bool compress = frame.compression == COMPRESS_AS_NEGOTIATED
-                              ? lz4 && !frame.body.empty()
-                              : frame.compression == COMPRESS_ALWAYS;
-    const bytes body = compress ? lz4_body(frame.body) : frame.body;
-    const auto length = frame.announced_length.value_or(static_cast<std::int32_t>(body.size()));
-    const bytes wire = be8(frame.version) + be8(frame.flags | (compress ? FLAG_COMPRESSED : 0)) +
-                       be16(frame.stream.value_or(stream)) + be8(frame.opcode) + be32(length) +
-                       body;
-    return wire.substr(0, frame.cut.value_or(wire.size()));
-}
-
-bytes lz4_body(std::string_view body)
+// [int] uncompressed length and an LZ4 block.
+static bytes lz4_body(std::string_view body)
 {
     const int size = static_cast<int>(body.size());
     bytes block(static_cast<std::size_t>(LZ4_compressBound(size)), '\0');
     const int written =
         LZ4_compress_default(body.data(), block.data(), size, static_cast<int>(block.size()));
     return be32(body.size()) + block.substr(0, static_cast<std::size_t>(written));
+}
+
+bytes frame_on_wire(const node_frame &frame, bool lz4, int stream)
+{
+    const bool compress = frame.compression == COMPRESS_AS_NEGOTIATED
+                              ? lz4 && !frame.body.empty()
+                              : frame.compression == COMPRESS_ALWAYS;
+    const bytes body = compress ? lz4_body(frame.body) : frame.body;
+    const bytes wire = be8(frame.version) + be8(frame.flags | (compress ? FLAG_COMPRESSED : 0)) +
+                       be16(frame.stream.value_or(stream)) + be8(frame.opcode) + be32(body.size()) +
+                       body;
+    return wire.substr(0, frame.cut.value_or(wire.size()));
 }
 
 std::optional<bytes> lz4_restore(std::string_view compressed)
@@ -300,9 +277,9 @@ bytes execute_body(std::string_view id, int consistency)
     return wire_short_bytes(id) + query_tail(consistency);
 }
 
-bytes use_body(std::string_view keyspace, int consistency)
+bytes use_body(std::string_view keyspace)
 {
-    return wire_long_string("USE \"" + bytes(keyspace) + "\";") + be16(consistency) + be8(0);
+    return wire_long_string("USE \"" + bytes(keyspace) + "\";") + be16(CONSISTENCY_ONE) + be8(0);
 }
 
 bytes auth_body(std::string_view user, std::string_view password)

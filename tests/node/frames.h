@@ -1,6 +1,6 @@
 // Frames of the CQL native protocol v4 as a server builds them and as a client's requests should
 // look. Everything is a string of bytes, put together from smaller ones; a frame can be told to
-// lie about its length, its compression or its header, or to break off.
+// lie about its compression or its header, or to break off.
 #ifndef TESTS_NODE_FRAMES_H
 #define TESTS_NODE_FRAMES_H
 
@@ -39,14 +39,12 @@ bytes be8(std::uint64_t value);
 bytes be16(std::uint64_t value);
 bytes be32(std::uint64_t value);
 bytes be64(std::uint64_t value);
-bytes be_float(float value);
 bytes be_double(double value);
 
 bytes wire_string(std::string_view text);       // [string]
 bytes wire_long_string(std::string_view text);  // [long string]
 bytes wire_bytes(const node_cell &value);       // [bytes], nothing: length -1
 bytes wire_short_bytes(std::string_view value);
-bytes wire_string_list(const std::vector<bytes> &texts);
 
 // "01 ff" to bytes and back; blanks are passed over.
 bytes from_hex(std::string_view text);
@@ -60,11 +58,8 @@ bytes pattern(int length);
 // ---- Types and metadata -------------------------------------------------------------------
 
 bytes type_of(int option_id);
-bytes type_custom(std::string_view class_name);
 bytes type_list(const bytes &element);
-bytes type_set(const bytes &element);
 bytes type_map(const bytes &key, const bytes &value);
-bytes type_tuple(const std::vector<bytes> &members);
 bytes type_udt(std::string_view keyspace, std::string_view name,
                const std::vector<std::pair<bytes, bytes>> &fields);
 
@@ -77,7 +72,6 @@ struct node_column {
 using node_columns = std::vector<node_column>;
 
 struct node_metadata {
-    bool global_spec = true;               // keyspace and table once, from the first column
     bool no_metadata = false;              // the count only
     bytes paging_state = {};               // not empty: more pages
     std::optional<int> column_count = {};  // announced in place of the true one
@@ -96,10 +90,9 @@ struct node_frame {
     int flags = 0;                   // the compression flag is added where it is due
     std::optional<int> stream = {};  // nothing: the request's
     node_compression compression = COMPRESS_AS_NEGOTIATED;
-    std::optional<std::int32_t> announced_length = {};  // header length in place of the true one
-    std::optional<std::size_t> cut = {};                // only so many bytes are sent
-    node_ending ending = KEEP_OPEN;                     // what happens to the connection afterwards
-    bool slowly = false;                                // one byte at a time
+    std::optional<std::size_t> cut = {};  // only so many bytes are sent
+    node_ending ending = KEEP_OPEN;       // what happens to the connection afterwards
+    bool slowly = false;                  // one byte at a time
 };
 
 node_frame supported_frame(const std::vector<std::pair<bytes, std::vector<bytes>>> &options);
@@ -125,8 +118,8 @@ node_frame no_answer(node_ending ending = CLOSE);
 // The bytes that go out. lz4: negotiated on this connection; stream: the request's.
 bytes frame_on_wire(const node_frame &frame, bool lz4, int stream);
 
-// [int] uncompressed length and an LZ4 block, and back; nothing when the bytes are no such thing.
-bytes lz4_body(std::string_view body);
+// The body from its [int] uncompressed length and an LZ4 block; nothing when the bytes are no such
+// thing.
 std::optional<bytes> lz4_restore(std::string_view compressed);
 
 // ---- Bodies of requests -------------------------------------------------------------------
@@ -138,7 +131,7 @@ bytes startup_body(bool lz4);
 bytes next_page_tail(std::string_view paging_state, int consistency = CONSISTENCY_ONE);
 bytes query_body(std::string_view sql, int consistency = CONSISTENCY_ONE);
 bytes execute_body(std::string_view id, int consistency = CONSISTENCY_ONE);
-bytes use_body(std::string_view keyspace, int consistency = CONSISTENCY_ONE);
+bytes use_body(std::string_view keyspace);
 // SASL PLAIN (RFC 4616) as the [bytes] of AUTH_RESPONSE.
 bytes auth_body(std::string_view user, std::string_view password);
 

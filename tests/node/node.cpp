@@ -23,7 +23,6 @@
 using node_clock = std::chrono::steady_clock;
 
 static constexpr int HEADER_SIZE = 9;
-static constexpr int REQUEST_VERSION = 4;
 static constexpr int FLAG_COMPRESSED = 0x01;
 static constexpr int DEADLINE_SECONDS = 20;
 
@@ -46,7 +45,6 @@ struct scripted_node {
     std::deque<node_step> script;
     int steps_done;
     node_responder responder;
-    std::vector<node_request> requests;
     std::optional<node_tls> tls;
     std::vector<bytes> tls_names;
     std::string complaints;
@@ -56,21 +54,19 @@ struct scripted_node {
 
 static std::string opcode_text(int opcode)
 {
+    // clang-format off
     static constexpr const char *names[] = {
-        "ERROR",     "STARTUP", "READY",          "AUTHENTICATE",  "?",           "OPTIONS",
-        "SUPPORTED", "QUERY",   "RESULT",         "PREPARE",       "EXECUTE",     "REGISTER",
-        "EVENT",     "BATCH",   "AUTH_CHALLENGE", "AUTH_RESPONSE", "AUTH_SUCCESS"};
-    if (opcode == -1)
-        return "any opcode";
+        "ERROR", "STARTUP", "READY", "AUTHENTICATE", "?", "OPTIONS", "SUPPORTED", "QUERY", "RESULT",
+        "PREPARE", "EXECUTE", "REGISTER", "EVENT", "BATCH", "AUTH_CHALLENGE", "AUTH_RESPONSE"};
+    // clang-format on
     const bool known = opcode >= 0 && opcode < static_cast<int>(std::size(names));
     return (known ? names[opcode] : "?") + (" (" + std::to_string(opcode)) + ")";
 }
 
-static std::string request_text(int opcode, const std::optional<bytes> &body)
+static std::string request_text(int opcode, const bytes &body)
 {
-    return opcode_text(opcode) +
-           (body ? ", body of " + std::to_string(body->size()) + " bytes:\n" + hex_dump(*body)
-                 : ", any body\n");
+    return opcode_text(opcode) + ", body of " + std::to_string(body.size()) + " bytes:\n" +
+           hex_dump(body);
 }
 
 static void complain(scripted_node *node, const std::string &text)
@@ -187,10 +183,9 @@ static bool read_request(scripted_node *node, const node_connection &from, node_
     whole = whole && receive(node, from, body.data(), body.size());
     const bool compressed = whole && (header[1] & FLAG_COMPRESSED) != 0;
     const std::optional<bytes> restored = compressed ? lz4_restore(body) : body;
-    if (!whole)
-        complain(node, "the connection ended within a request");
-    if (!restored)
-        complain(node, "a compressed body is not lz4:\n" + hex_dump(body));
+    if (!whole || !restored)
+        complain(node, whole ? "a compressed body is not lz4:\n" + hex_dump(body)
+                             : "the connection ended within a request");
     *request = {.version = header[0],
                 .flags = header[1],
                 .stream = static_cast<std::int16_t>(header[2] << 8 | header[3]),
@@ -204,21 +199,18 @@ static bool read_request(scripted_node *node, const node_connection &from, node_
 static void check_header(scripted_node *node, bool lz4, const node_request &request)
 {
     const int flags = lz4 && !request.body.empty() ? FLAG_COMPRESSED : 0;
-    if (request.version == REQUEST_VERSION && request.stream == 0 && request.flags == flags)
+    if (request.version == 4 && request.stream == 0 && request.flags == flags)
         return;
-    char text[160];
-    std::snprintf(text, sizeof text,
-                  "%s has version %d, flags %d, stream %d; expected version %d, flags %d, stream 0",
-                  opcode_text(request.opcode).c_str(), request.version, request.flags,
-                  request.stream, REQUEST_VERSION, flags);
-    complain(node, text);
+    complain(node, opcode_text(request.opcode) + " has version, flags, stream " +
+                       std::to_string(request.version) + ", " + std::to_string(request.flags) +
+                       ", " + std::to_string(request.stream) + "; expected 4, " +
+                       std::to_string(flags) + ", 0");
 }
 
 // The frames that answer a request, by the next step or what stands for one.
 static std::vector<node_frame> answers_to(scripted_node *node, const node_request &request)
 {
     std::unique_lock hold(node->lock);
-    node->requests.push_back(request);
     if (node->script.empty()) {
         if (node->responder)
             return node->responder(request);
@@ -228,8 +220,7 @@ static std::vector<node_frame> answers_to(scripted_node *node, const node_reques
     }
     const node_step step = node->script.front();
     node->script.pop_front();
-    if ((step.opcode == -1 || step.opcode == request.opcode) &&
-        (!step.body || *step.body == request.body)) {
+    if (step.opcode == request.opcode && step.body == request.body) {
         node->steps_done++;
         return step.replies;
     }
@@ -396,12 +387,6 @@ std::vector<bytes> node_tls_names(scripted_node *node)
     return node->tls_names;
 }
 
-std::vector<node_request> node_requests(scripted_node *node)
-{
-    const std::lock_guard hold(node->lock);
-    return node->requests;
-}
-
 std::string node_finish(scripted_node *node)
 {
     if (node->thread.joinable()) {
@@ -421,9 +406,8 @@ std::string node_finish(scripted_node *node)
 
 void node_free(scripted_node *node)
 {
-    if (node == nullptr)
-        return;
-    node_finish(node);
+    if (node != nullptr)
+        node_finish(node);
     delete node;
 }
 
@@ -439,43 +423,37 @@ node_frame stock_supported(bool lz4)
     return supported_frame(options);
 }
 
-static void expect(scripted_node *node, int opcode, const bytes &body,
-                   std::vector<node_frame> replies)
-{
-    node_expect(node, {.opcode = opcode, .body = body, .replies = std::move(replies)});
-}
-
 void expect_logon(scripted_node *node, const node_logon &logon)
 {
-    expect(node, NODE_OPTIONS, "", {stock_supported(logon.lz4)});
-    expect(node, NODE_STARTUP, startup_body(logon.lz4), {ready_frame()});
+    node_expect(node, {NODE_OPTIONS, "", {stock_supported(logon.lz4)}});
+    node_expect(node, {NODE_STARTUP, startup_body(logon.lz4), {ready_frame()}});
 }
 
 void expect_query(scripted_node *node, std::string_view sql, std::vector<node_frame> replies)
 {
-    expect(node, NODE_QUERY, query_body(sql), std::move(replies));
+    node_expect(node, {NODE_QUERY, query_body(sql), std::move(replies)});
 }
 
 void expect_next_query(scripted_node *node, std::string_view sql, std::string_view paging_state,
                        std::vector<node_frame> replies)
 {
-    expect(node, NODE_QUERY, wire_long_string(sql) + next_page_tail(paging_state),
-           std::move(replies));
+    const bytes body = wire_long_string(sql) + next_page_tail(paging_state);
+    node_expect(node, {NODE_QUERY, body, std::move(replies)});
 }
 
 void expect_prepare(scripted_node *node, std::string_view sql, std::vector<node_frame> replies)
 {
-    expect(node, NODE_PREPARE, wire_long_string(sql), std::move(replies));
+    node_expect(node, {NODE_PREPARE, wire_long_string(sql), std::move(replies)});
 }
 
 void expect_execute(scripted_node *node, std::string_view id, std::vector<node_frame> replies)
 {
-    expect(node, NODE_EXECUTE, execute_body(id), std::move(replies));
+    node_expect(node, {NODE_EXECUTE, execute_body(id), std::move(replies)});
 }
 
 void expect_next_execute(scripted_node *node, std::string_view id, std::string_view paging_state,
                          std::vector<node_frame> replies)
 {
-    expect(node, NODE_EXECUTE, wire_short_bytes(id) + next_page_tail(paging_state),
-           std::move(replies));
+    const bytes body = wire_short_bytes(id) + next_page_tail(paging_state);
+    node_expect(node, {NODE_EXECUTE, body, std::move(replies)});
 }

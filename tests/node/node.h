@@ -32,9 +32,9 @@ struct node_request {
 };
 
 struct node_step {
-    int opcode = -1;                       // -1: any
-    std::optional<bytes> body = {};        // nothing: any
-    std::vector<node_frame> replies = {};  // none: silence
+    int opcode;
+    bytes body;
+    std::vector<node_frame> replies;  // none: silence
 };
 
 struct scripted_node;
@@ -69,8 +69,6 @@ void node_use_tls(scripted_node *node, node_tls tls);
 // The server names that clients have asked for over TLS, one for each connection.
 std::vector<bytes> node_tls_names(scripted_node *node);
 
-// What the driver has sent up to now.
-std::vector<node_request> node_requests(scripted_node *node);
 // Stops the server. All complaints in lines, empty when everything went by the script.
 std::string node_finish(scripted_node *node);
 

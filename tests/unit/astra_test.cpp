@@ -8,7 +8,7 @@
 // Asks a peer that says all this and hangs up. "points|region|round robin port|port" when that went
 // well, else the records.
 static std::string told(const session &s, const std::string &said, const char *user = "user",
-                        const char *password = nullptr, const char *token = "dXNlcjo=")
+                        const char *password = nullptr, const std::string &token = "dXNlcjo=")
 {
     cass_conn *conn = s.conn;
     conn->server = cass_string_from_cstr("db.example:1");
@@ -51,6 +51,10 @@ TEST(astra, request_carries_what_credentials_there_are)
     told({}, with_length("{}"), nullptr, nullptr, "Z3Vlc3R1c2VyOmd1ZXN0dXNlcg==");
     told({}, with_length("{}"), "user", "p:w", "dXNlcjpwOnc=");
     told({}, with_length("{}"), nullptr, "\xC3\xA9", "OsOp");
+    std::string many;  // one line of any length
+    for (int i = 0; i < 1000; i++)
+        many += "YWFh";
+    told({}, with_length("{}"), "us", std::string(3000, 'a').c_str(), "dXM6" + many);
 }
 
 TEST(astra, reply_is_read_in_every_form_and_only_as_far_as_it_goes)
@@ -61,12 +65,10 @@ TEST(astra, reply_is_read_in_every_form_and_only_as_far_as_it_goes)
     const std::string two = R"("round_robin_port": 7, "sni_proxy_address": "p:1"}})";
     const std::string good = "a,b,|r|7|7", failed = "failed\n";
     const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
-    std::string endless = ok;
+    std::string endless = "Location: /" + std::string(200, 'l') + "\n";
     while (endless.size() < 1 << 20)
-        endless += "Location: /" + std::string(200, 'l') + "\n";
-    const struct {
-        std::string said, told;
-    } cases[] = {
+        endless += endless;
+    const std::pair<std::string, std::string> cases[] = {
         {"\n\r\n" + with_length(one + two) + "more", good},
         {ok + "transfer-encoding:   chunked, x\n" + with_length(one + two).substr(ok.size()), good},
         {chunked + chunk(one) + chunk(two) + "0\r\n\r\n", good},
@@ -83,37 +85,33 @@ TEST(astra, reply_is_read_in_every_form_and_only_as_far_as_it_goes)
         {"HTTP/1.1 503 Later\nContent-", code + "code: 503\n" + gone},
         {with_length(one + two).substr(0, 99), failed + gone},
         {chunked + chunk(one).substr(0, 30), failed + gone},
-        {endless, failed + gone},
+        {ok + endless, failed + gone},
         // Lengths that are none, or that no reply of the service has.
         {ok + "Content-Length: -1" + chunked.substr(ok.size() - 1) + chunk(one + two), failed},
         {ok + "Content-Length: 16777217\n\n" + one, failed},
-        {ok + "Content-Length: 99999999999999999999\n\n" + one, failed},
         {chunked + "-5\n" + one, failed},
         {chunked + chunk(one) + "FFFFFF\n" + one, failed},
         {chunked + "FFFFFFFFFFFFFFFFFF\n" + one, failed},
         {chunked + "size\n" + one, failed},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(told({}, c.said), c.told) << c.said.substr(0, 200);
+    for (const auto &[said, wanted] : cases)
+        EXPECT_EQ(told({}, said), wanted) << said.substr(0, 200);
 }
 
 TEST(astra, members_of_the_reply_are_told_or_stand_for_nothing)
 {
-    const struct {
-        std::int32_t port;
-        std::string info, told;
-    } cases[] = {
+    const std::tuple<std::int32_t, std::string, std::string> cases[] = {
         {1, R"("contact_points": ["a"], "round_robin_port": 7)", "a,|r|7|1"},
         {0, R"("contact_points": [])", "|r|9042|9042"},
         {0, R"("contact_points": ["\u00e9", 5], "round_robin_port": 0)", "\xC3\xA9,,|r|0|9042"},
         {0, R"("contact_points": "a", "round_robin_port": 4294967303)", "|r|7|7"},
         {2, R"("x": 1)", "|(null)|9042|2"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[port, info, wanted] : cases) {
         const session s;
         s.conn->region = cass_string_from_cstr("old");
-        s.conn->port = c.port;
-        const std::string json = R"({"region": "r", "contact_info": {)" + c.info + "}}";
-        EXPECT_EQ(told(s, with_length(json)), c.told);
+        s.conn->port = port;
+        const std::string json = R"({"region": "r", "contact_info": {)" + info + "}}";
+        EXPECT_EQ(told(s, with_length(json)), wanted);
     }
 }

@@ -1,15 +1,11 @@
 // Cells from the wire into a column's storage: every way in which the bytes can lie, and the buffer
 // that a column keeps.
-#include <tuple>
-
 #include "cell_rig.h"
 
 static std::string stored_text(const cass_data_storage &cell)
 {
     return {cell.value.bytes, cell.value.bytes + cell.alloc_length};
 }
-
-// ---- Cells that lie -----------------------------------------------------------------------------
 
 static void expect_rows_given_up(const rig_ptr &rig, const std::string &page)
 {
@@ -30,28 +26,24 @@ static void expect_rows_given_up(const rig_ptr &rig, const std::string &page)
 
 TEST(cell_decode, a_page_cut_at_any_byte_and_a_length_that_lies_give_up_the_rows)
 {
-    // Whether no other length will do, and whether there is an empty value: others are then null.
-    const std::tuple<int, std::string, bool, bool> forms[] = {
-        {CQL_VARCHAR, "text", false, true},   {CQL_BLOB, "blob", false, true},
-        {CQL_INET, be(1, 4), false, true},    {CQL_DECIMAL, be(1, 6), false, false},
-        {CQL_VARINT, be(1, 2), false, false}, {CQL_TINYINT, be(1, 1), true, false},
-        {CQL_BOOLEAN, be(1, 1), true, false}, {CQL_SMALLINT, be(1, 2), true, false},
-        {CQL_INT, be(1, 4), true, false},     {CQL_BIGINT, be(1, 8), true, false},
-        {CQL_COUNTER, be(1, 8), true, false}, {CQL_FLOAT, be(1, 4), true, false},
-        {CQL_DOUBLE, be(1, 8), true, false},  {CQL_TIMESTAMP, be(1, 8), true, false},
-        {CQL_DATE, be(1, 4), true, false},    {CQL_TIME, be(1, 8), true, false},
-        {CQL_UUID, be(1, 16), true, false},   {CQL_TIMEUUID, be(1, 16), true, false},
-    };
+    // Of the first three, which have an empty value, and the next two other lengths will do as
+    // well.
+    const std::pair<int, int> sizes[] = {
+        {CQL_VARCHAR, 4}, {CQL_BLOB, 4},      {CQL_INET, 4},     {CQL_DECIMAL, 6},  {CQL_VARINT, 2},
+        {CQL_TINYINT, 1}, {CQL_BOOLEAN, 1},   {CQL_INT, 4},      {CQL_SMALLINT, 2}, {CQL_BIGINT, 8},
+        {CQL_COUNTER, 8}, {CQL_FLOAT, 4},     {CQL_DOUBLE, 8},   {CQL_DATE, 4},     {CQL_TIME, 8},
+        {CQL_UUID, 16},   {CQL_TIMEUUID, 16}, {CQL_TIMESTAMP, 8}};
     const std::string tail(64, '\x11');
-    for (const auto &[type, bytes, fixed, empty] : forms) {
+    for (const auto &[type, size] : sizes) {
         SCOPED_TRACE("type " + std::to_string(type));
+        const bool empty = type == CQL_VARCHAR || type == CQL_BLOB || type == CQL_INET;
+        const bool fixed = !empty && type != CQL_DECIMAL && type != CQL_VARINT;
         const rig_ptr rig = rig_open({type});
-        const std::string whole = cell_of(bytes);
+        const std::string whole = cell_of(be(1, size));
         for (std::size_t kept = 0; kept < whole.size(); kept++)
             expect_rows_given_up(rig, whole.substr(0, kept));
         expect_rows_given_up(rig, be(INT32_MAX, 4) + tail);
         expect_rows_given_up(rig, be(65, 4) + tail);
-        const auto size = static_cast<std::int64_t>(bytes.size());
         if (fixed && size > 1)
             expect_rows_given_up(rig, be(size - 1, 4) + tail);
         if (fixed)
@@ -81,13 +73,11 @@ TEST(cell_decode, a_column_keeps_its_buffer_from_row_to_row)
     const std::string first(100, 'a'), last(100, 'b');
     rig_page(rig, cell_of(first) + cell_of("short") + null_cell + cell_of("") + cell_of(last));
     const unsigned char *buffer = nullptr;
-    for (const std::string &expected :
-         {first, std::string("short"), std::string(), std::string(), last}) {
+    for (const std::string &expected : {first, std::string("short"), std::string(), {}, last}) {
         ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
         EXPECT_EQ(expected, stored_text(rig->cell()));
         buffer = expected == first ? rig->cell().buffer : buffer;
         EXPECT_EQ(buffer, rig->cell().buffer);
-        EXPECT_GE(rig->cell().capacity, 100u);
     }
 }
 

@@ -40,10 +40,11 @@ inline rig_ptr rig_open(const std::vector<int> &columns)
     rig->env->odbc_version = 3;
     cass_desc *ird = rig->stmt->ird;
     EXPECT_EQ(0, cass_desc_describe(ird, static_cast<std::int32_t>(columns.size())));
-    for (std::int32_t i = 0; i < ird->field_count; i++) {
+    for (std::int32_t i = 0; const int id : columns) {
         cass_type_option option = {};
-        option.option_id = columns[static_cast<std::size_t>(i)];
-        EXPECT_EQ(0, cass_field_from_option(rig->stmt, ird, i, nullptr, nullptr, nullptr, &option));
+        option.option_id = id;
+        EXPECT_EQ(0,
+                  cass_field_from_option(rig->stmt, ird, i++, nullptr, nullptr, nullptr, &option));
     }
     rig->stmt->current_packet = &rig->packet;
     return rig;
@@ -73,9 +74,8 @@ inline SQLRETURN rig_row(const rig_ptr &rig)
 // The return code that goes with the states of a read.
 inline SQLRETURN code_of(const std::string &states)
 {
-    if (states.empty())
-        return SQL_SUCCESS;
-    return states.starts_with("01") ? SQL_SUCCESS_WITH_INFO : SQL_ERROR;
+    const SQLRETURN other = states.starts_with("01") ? SQL_SUCCESS_WITH_INFO : SQL_ERROR;
+    return states.empty() ? SQL_SUCCESS : other;
 }
 
 // ---- Bytes of the wire --------------------------------------------------------------------------
@@ -89,15 +89,10 @@ inline std::string be(std::int64_t value, int width)
     return bytes;
 }
 
-inline std::string be(double value)
-{
-    return be(std::bit_cast<std::int64_t>(value), 8);
-}
-
-inline std::string be(float value)
-{
-    return be(std::bit_cast<std::int32_t>(value), 4);
-}
+// clang-format off
+inline std::string be(double value) { return be(std::bit_cast<std::int64_t>(value), 8); }
+inline std::string be(float value) { return be(std::bit_cast<std::int32_t>(value), 4); }
+// clang-format on
 
 inline std::string unhex(const std::string &digits)
 {
@@ -107,9 +102,9 @@ inline std::string unhex(const std::string &digits)
     return bytes;
 }
 
-inline std::string decimal(int scale, const std::string &unscaled_hex)
+inline std::string decimal(int scale, const std::string &unscaled)
 {
-    return be(scale, 4) + unhex(unscaled_hex);
+    return be(scale, 4) + unhex(unscaled);
 }
 
 inline constexpr auto &cell_of = long_str;

@@ -1,4 +1,4 @@
-// The columns of a table read back from its text, and their sizes.
+// The columns of a table read back from its text.
 #include "core/cass_clist.h"
 #include "stmt_fixture.h"
 
@@ -45,37 +45,9 @@ TEST_F(column_list, what_a_table_text_comes_to)
         {"x (a int, \"b", "a int, "},
         {"x (a int) b int", "a int, "},
         {"x (a", ""},
-        {"x a int", ""},
         {"", ""},
         {"x (,, a > b, c<>d e>f, ( g int)", "a >, c<>d e>f, g int, "},
     };
     for (const auto &[sql, columns] : cases)
         EXPECT_EQ(columns, parsed(conn, sql)) << sql;
-}
-
-TEST_F(column_list, sizes_by_type)
-{
-    conn->string_len = 99;
-    conn->binary_len = 77;
-    struct {
-        const char *type;
-        std::int32_t sql_type, odbc2_type, size, bytes;
-    } const cases[] = {
-        {"text", 12, 12, 99, 99},   {"frozen<text>", -3, -3, 77, 77}, {"Text", -3, -3, 77, 77},
-        {"time", 93, 11, 29, 16},   {"timestamp", 93, 11, 23, 16},    {"date", 91, 9, 10, 6},
-        {"counter", -5, -5, 20, 8}, {"decimal", 2, 2, 38, 19},        {"int", 4, 4, 8, 4},
-        {"smallint", 5, 5, 6, 2},   {"tinyint", -6, -6, 4, 1},        {"float", 7, 7, 14, 4},
-        {"boolean", -7, -7, 1, 1},  {"timeuuid", -11, -11, 36, 16},   {"double", 8, 8, 24, 8},
-    };
-    for (const auto &c : cases)
-        for (const bool odbc2 : {false, true}) {
-            env->odbc_version = odbc2 ? SQL_OV_ODBC2 : SQL_OV_ODBC3;
-            std::string name = c.type;
-            cass_column_entry column = {};
-            column.type_name = name.data();
-            cass_catalog_type(conn, &column);
-            EXPECT_EQ(odbc2 ? c.odbc2_type : c.sql_type, column.sql_type) << c.type;
-            EXPECT_EQ(c.size, cass_catalog_column_size(conn, &column)) << c.type;
-            EXPECT_EQ(c.bytes, cass_catalog_buffer_length(conn, &column)) << c.type;
-        }
 }

@@ -15,15 +15,12 @@ struct attributes : stmt_fixture {
     SQLULEN read(SQLINTEGER attribute, std::size_t width)
     {
         SQLULEN value = 0;
-        for (const auto get : {SQLGetConnectAttr, SQLGetConnectAttrW}) {
-            guarded at;
-            SQLINTEGER length = -1;
-            EXPECT_EQ(get(conn, attribute, at.data(), 0, &length), SQL_SUCCESS) << attribute;
-            EXPECT_EQ(get(conn, attribute, nullptr, 0, nullptr), SQL_SUCCESS);
-            EXPECT_EQ(at.written().size(), width) << attribute;
-            EXPECT_EQ(length, static_cast<SQLINTEGER>(width)) << attribute;
-            std::memcpy(&value, at.data(), width);
-        }
+        guarded at;
+        SQLINTEGER length = -1;
+        EXPECT_EQ(SQLGetConnectAttr(conn, attribute, at.data(), 0, &length), SQL_SUCCESS);
+        EXPECT_EQ(SQLGetConnectAttrW(conn, attribute, nullptr, 0, nullptr), SQL_SUCCESS);
+        EXPECT_TRUE(at.written().size() == width && length == SQLINTEGER(width)) << attribute;
+        std::memcpy(&value, at.data(), width);
         return value;
     }
 };
@@ -43,13 +40,14 @@ TEST_F(attributes, what_is_stored_is_read_back_in_its_width)
     for (const auto &[id, width] : ids)
         EXPECT_EQ(read(id, width), width == 8 ? value(id) : value(id) & 0xFFFFFFFF) << id;
     // The ODBC 2 form stores as much and no more, and knows no attribute of ODBC 3.
+    constexpr SQLULEN none = ~SQLULEN{0};
     const std::tuple<SQLUSMALLINT, SQLULEN, const char *> options[] = {
-        {SQL_PACKET_SIZE, 0xFFFFFFFF00000000, ""},
+        {SQL_PACKET_SIZE, none << 32, ""},
+        {SQL_ATTR_CONNECTION_TIMEOUT, none, "S1092"},
         {SQL_KEYSET_SIZE, value(SQL_KEYSET_SIZE), ""},
-        {SQL_ATTR_CONNECTION_TIMEOUT, ~SQLULEN{0}, "S1092"},
-        {65535, ~SQLULEN{0}, "S1092"}};
+        {65535, none, "S1092"}};
     for (const auto &[option, expected, state] : options) {
-        SQLULEN stored = ~SQLULEN{0};
+        SQLULEN stored = none;
         EXPECT_EQ(outcome(SQLGetConnectOption(conn, option, &stored), conn), state) << option;
         EXPECT_EQ(stored, expected) << option;
     }
@@ -69,7 +67,6 @@ TEST_F(attributes, what_is_accepted_and_refused)
     // clang-format on
     for (const auto &c : cases) {
         EXPECT_EQ(set(c.id, c.value), c.state) << c.id;
-        EXPECT_EQ(outcome(SQLSetConnectAttrW(conn, c.id, as_pointer(c.value), 0), conn), c.state);
         const auto option = static_cast<SQLUSMALLINT>(c.id);
         EXPECT_EQ(outcome(SQLSetConnectOption(conn, option, c.value), conn), c.old_state);
     }
@@ -80,11 +77,8 @@ TEST_F(attributes, what_is_accepted_and_refused)
     // Reading these stores nothing and posts a record beside the success.
     for (const SQLINTEGER attribute : {SQL_OPT_TRACE, SQL_TRANSLATE_DLL, SQL_ATTR_ANSI_APP}) {
         guarded at;
-        EXPECT_EQ(outcome(SQLGetConnectAttr(conn, attribute, at.data(), 8, nullptr), conn),
-                  "0 HY000");
-        EXPECT_TRUE(message_of(conn).ends_with(
-            "General error: unexpected internal error in SQLGetConnectAttr, unknown type 0"));
-        EXPECT_EQ(at.written(), "");
+        const SQLRETURN code = SQLGetConnectAttr(conn, attribute, at.data(), 8, nullptr);
+        EXPECT_EQ(outcome(code, conn) + at.written(), "0 HY000") << attribute;
     }
     for (const SQLINTEGER attribute : {SQL_PACKET_SIZE, 117, SQL_ATTR_AUTO_IPD})
         EXPECT_EQ(read(attribute, 4), 0u);
@@ -97,12 +91,12 @@ TEST_F(attributes, the_catalog_is_always_the_same_name)
 {
     for (const bool wide : {false, true}) {
         const int length = wide ? 18 : 9;
+        const auto call = wide ? SQLGetConnectAttrW : SQLGetConnectAttr;
         const auto read = [&](void *to, SQLSMALLINT size, told_length *told) {
-            return (wide ? SQLGetConnectAttrW : SQLGetConnectAttr)(conn, SQL_ATTR_CURRENT_CATALOG,
-                                                                   to, size, &told->large);
+            return call(conn, SQL_ATTR_CURRENT_CATALOG, to, size, &told->large);
         };
-        expect_whole_or_cut({"SQLGetConnectAttr", conn, u"CASSANDRA", wide, 1, length, length,
-                             "1 01004", "", read});
+        expect_whole_or_cut(
+            {"catalog", conn, u"CASSANDRA", wide, 1, length, length, "1 01004", "", read});
     }
     EXPECT_EQ(set(SQL_ATTR_CURRENT_CATALOG, 0), "HY001");
     EXPECT_EQ(outcome(SQLSetConnectOption(conn, SQL_CURRENT_QUALIFIER, 0), conn), "S1001");
@@ -115,15 +109,11 @@ TEST_F(attributes, ends_of_transactions_resets_and_work_under_way)
     EXPECT_EQ(end(SQL_HANDLE_DBC, conn, 9), "");  // nothing looks at it with autocommit on
     conn->connected = 1;
     EXPECT_EQ(set(SQL_AUTOCOMMIT, SQL_AUTOCOMMIT_OFF), "");
-    EXPECT_EQ(end(SQL_HANDLE_DBC, conn, SQL_COMMIT), "");
-    EXPECT_EQ(end(SQL_HANDLE_DBC, conn, SQL_ROLLBACK), "");
+    EXPECT_EQ(end(SQL_HANDLE_DBC, conn, SQL_COMMIT) + end(SQL_HANDLE_DBC, conn, SQL_ROLLBACK), "");
     EXPECT_EQ(end(SQL_HANDLE_DBC, conn, 9), "HY000");
     EXPECT_EQ(read(SQL_ATTR_CONNECTION_DEAD, 4), 0u);
-    EXPECT_EQ(set(SQL_AUTOCOMMIT, SQL_AUTOCOMMIT_ON), "");
-    EXPECT_EQ(conn->autocommit, 1);
     conn->connected = 0;
     // A reset connection has its defaults again.
-    set(SQL_AUTOCOMMIT, SQL_AUTOCOMMIT_OFF);
     set(SQL_QUERY_TIMEOUT, 5);
     conn->dsn = cass_string_from_cstr("source");
     EXPECT_EQ(set(SQL_ATTR_RESET_CONNECTION, 1), "");

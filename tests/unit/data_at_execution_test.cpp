@@ -1,6 +1,4 @@
 // Values that come at execution: calls out of sequence, and what the chunks become.
-#include <chrono>
-
 #include "core/cass_stmt.h"
 #include "tests/unit/parameter_rig.h"
 
@@ -41,10 +39,8 @@ TEST(data_at_execution, calls_out_of_sequence)
     EXPECT_EQ(SQL_INVALID_HANDLE, SQLParamData(nullptr, nullptr));
 }
 
-using chunk_list = std::vector<std::string>;
-
 static void check(SQLSMALLINT c_type, SQLSMALLINT sql_type,
-                  const std::vector<std::pair<chunk_list, std::string>> &cases)
+                  const std::vector<std::pair<std::vector<std::string>, std::string>> &cases)
 {
     for (const auto &[chunks, expected] : cases) {
         session s;
@@ -89,27 +85,15 @@ TEST(data_at_execution, chunks_become_one_value)
 TEST(data_at_execution, chunks_stay_until_the_record_is_bound_again)
 {
     session s;
-    for (int i = 0; i < 2; i++) {
-        open_pause(s, SQL_C_CHAR, SQL_VARCHAR);
-        for (const char *expected : {"61", "6161"}) {
-            ASSERT_EQ(SQL_SUCCESS, put(s, "a"));
-            EXPECT_EQ(on_wire(expected), encode(s));
-        }
+    for (const char *expected : {"61", "6161", "61"}) {
+        if (expected == std::string("61"))
+            open_pause(s, SQL_C_CHAR, SQL_VARCHAR);
+        ASSERT_EQ(SQL_SUCCESS, put(s, "a"));
+        EXPECT_EQ(on_wire(expected), encode(s));
     }
-    // As if the first chunk were as long as one can be; its bytes are not there to be read.
-    cass_put_chunk *first = s.stmt->apd->fields[0].put_data;
-    first->length = INT32_MAX;
+    // As if the chunks were longer than a value can be; their bytes are not there to be read.
+    ASSERT_EQ(SQL_SUCCESS, put(s, "a"));
+    s.stmt->apd->fields[0].put_data->length = INT32_MAX;
     EXPECT_EQ("HY090@1", encode(s));
-    first->length = 1;
-}
-
-// Each chunk is appended without walking over those before it.
-TEST(data_at_execution, many_chunks_take_linear_time)
-{
-    session s;
-    open_pause(s, SQL_C_CHAR, SQL_VARCHAR);
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < 100000; i++)
-        ASSERT_EQ(SQL_SUCCESS, SQLPutData(s.stmt, &s, 1));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    s.stmt->apd->fields[0].put_data->length = 1;
 }

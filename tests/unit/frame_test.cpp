@@ -5,16 +5,11 @@
 
 #include "tests/unit/session_fixture.h"
 
-static std::string body_of(const cass_packet *packet)
-{
-    return {packet->body, packet->body + packet->length};
-}
-
 static std::string pattern(std::size_t size)
 {
     std::string all(size, '\0');
     for (std::size_t i = 0; i < size; i++)
-        all[i] = static_cast<char>("0123456789abcdefghijklmnopqrstuvwxyz"[(i * 7 + i / 1000) % 36]);
+        all[i] = static_cast<char>('0' + (i * 7 + i / 1000) % 36);
     return all;
 }
 
@@ -85,22 +80,19 @@ TEST(frame, block_of_a_finished_reply_serves_the_next_one_until_it_is_much_too_l
         std::thread peer([&] { say(s, reply(OPCODE_RESULT, body)); });
         cass_packet *packet = cass_read_packet(s.stmt);
         peer.join();
-        EXPECT_TRUE(body_of(packet) == body) << size;
+        EXPECT_TRUE(std::string(packet->body, packet->body + packet->length) == body) << size;
         return packet;
     };
     cass_packet_unref(read_body(40'000'017));  // comes in steps, and is never kept
     EXPECT_EQ(s.conn->spare_packet, nullptr);
     cass_packet *first = read_body(1'000'000);
     cass_packet_unref(first);
-    cass_packet *second = read_body(990'000);
+    cass_packet *second = read_body(990'000), *third = read_body(10);
     EXPECT_EQ(second, first);  // the same record in the same block
-    cass_packet *third = read_body(10);
     EXPECT_NE(third, second);
     cass_packet_ref(second);
-    for (cass_packet *packet : {second, second, third})
+    for (cass_packet *packet : {third, second, second})
         cass_packet_unref(packet);
-
-    cass_packet_unref(read_body(500'000));
     EXPECT_GE(s.conn->spare_packet->capacity, 500'000u);
     for (int i = 0; i < 200; i++)
         cass_packet_unref(read_body(100));

@@ -1,6 +1,8 @@
 // Local results: the order of their rows, what their columns and cells look like to an application,
 // and the list of types, which is one.
+#include <array>
 #include <random>
+#include <sstream>
 #include <vector>
 
 #include "core/cass_fetch.h"
@@ -42,45 +44,36 @@ struct internal_result : stmt_fixture {
 // equals, whatever the order of arrival.
 TEST_F(internal_result, rows_come_in_stable_sort_order)
 {
-    struct row {
-        const char *number, *name;
-        std::string tag;
-    };
-    static const char *const numbers[] = {nullptr, "-2", "9", "10", " 10"};
-    static const char *const names[] = {nullptr, "", "B", "a", "\xC3\xA9"};
-    const auto rank = [](const char *text, bool number) {
-        const std::string low = text == nullptr ? "" : text;
-        return number ? std::pair(text != nullptr ? std::stoi(low) : -100, std::string())
-                      : std::pair(text != nullptr ? 1 : 0, low);
-    };
+    // Both in their order, but that the last two numbers are equal.
+    static constexpr const char *numbers[] = {nullptr, "-2", "9", "10", " 10"};
+    static constexpr const char *names[] = {nullptr, "", "B", "a", "\xC3\xA9"};
+    const auto rank = [](std::size_t number) { return std::min<std::size_t>(number, 3); };
     std::mt19937 random(7);
     for (const bool ascending : {false, true})
         for (const int first_key : {1, 2, 0}) {
-            std::vector<row> rows;
-            for (int i = 0; i < 300; i++)
-                rows.push_back({numbers[random() % 5], names[random() % 5], std::to_string(i)});
-            const auto less = [&](const row &a, const row &b) {
-                const auto number = std::pair(rank(a.number, true), rank(b.number, true));
-                const auto name = std::pair(rank(a.name, false), rank(b.name, false));
-                if (first_key == 1)
-                    return number.first != number.second ? number.first < number.second
-                                                         : name.first < name.second;
-                return first_key == 2 && name.first < name.second;
+            std::vector<std::array<std::size_t, 3>> rows;  // number, name and tag
+            for (std::size_t i = 0; i < 300; i++)
+                rows.push_back({random() % 5, random() % 5, i});
+            const auto less = [&](const auto &a, const auto &b) {
+                if (first_key == 1 && rank(a[0]) != rank(b[0]))
+                    return rank(a[0]) < rank(b[0]);
+                return first_key != 0 && a[1] < b[1];
             };
             if (ascending)
                 std::stable_sort(rows.begin(), rows.end(), less);
             const std::int32_t keys[] = {first_key, first_key == 1 ? 2 : 0, 0};
             cass_close_stmt(stmt, 1);
             ASSERT_EQ(0, cass_create_internal_rs(stmt, &shape, keys));
-            for (const row &r : rows) {
-                const char *const values[] = {r.number, r.name, r.tag.c_str()};
+            for (const auto &[number, name, tag] : rows) {
+                const std::string text = std::to_string(tag);
+                const char *const values[] = {numbers[number], names[name], text.c_str()};
                 ASSERT_EQ(0, cass_insert_internal_row(stmt, values));
             }
             std::stable_sort(rows.begin(), rows.end(), less);
             std::vector<std::string> wanted;
-            for (const row &r : rows)
-                wanted.push_back((r.number ? std::to_string(std::stoi(r.number)) : "NULL") + "|" +
-                                 (r.name ? r.name : "NULL") + "|" + r.tag);
+            for (const auto &[number, name, tag] : rows)
+                wanted.push_back(std::string(number == 0 ? "NULL" : numbers[rank(number)]) + "|" +
+                                 (name == 0 ? "NULL" : names[name]) + "|" + std::to_string(tag));
             EXPECT_EQ(wanted, fetch_all(3)) << first_key;
         }
 }
@@ -88,34 +81,18 @@ TEST_F(internal_result, rows_come_in_stable_sort_order)
 TEST_F(internal_result, columns_are_described_and_an_empty_result_ends_at_once)
 {
     ASSERT_EQ(0, cass_create_internal_rs(stmt, &shape, nullptr));
-    SQLSMALLINT count = 0;
-    EXPECT_EQ(SQL_SUCCESS, SQLNumResultCols(stmt, &count));
-    EXPECT_EQ(3, count);
-    struct {
-        const char *name, *type_name;
-        SQLSMALLINT type;
-        SQLULEN size;
-        SQLLEN octets;
-        SQLSMALLINT nullable;
-    } const wanted[] = {{"NUMBER", "INTEGER", SQL_INTEGER, 10, 4, SQL_NULLABLE},
-                        {"NAME", "VARCHAR", SQL_VARCHAR, 12, 12, SQL_NULLABLE},
-                        {"SHORT", "INTEGER", SQL_SMALLINT, 5, 4, SQL_NO_NULLS}};
-    for (SQLUSMALLINT column = 1; const auto &w : wanted) {
-        SQLCHAR name[32] = "", type_name[32] = "";
-        SQLSMALLINT type = 0, nullable = -1;
-        SQLULEN size = 0;
-        SQLLEN octets = 0;
-        EXPECT_EQ(SQL_SUCCESS, SQLDescribeCol(stmt, column, name, sizeof name, nullptr, &type,
-                                              &size, nullptr, &nullable));
-        SQLColAttribute(stmt, column, SQL_DESC_OCTET_LENGTH, nullptr, 0, nullptr, &octets);
-        SQLColAttribute(stmt, column, SQL_DESC_TYPE_NAME, type_name, sizeof type_name, nullptr,
-                        nullptr);
-        EXPECT_STREQ(w.name, reinterpret_cast<char *>(name));
-        EXPECT_STREQ(w.type_name, reinterpret_cast<char *>(type_name));
-        EXPECT_EQ(std::tuple(w.type, w.size, w.octets, w.nullable),
-                  std::tuple(type, size, octets, nullable));
-        ++column;
+    // Name, type and its name, precision, octet length, nullability.
+    const cass_field *field = stmt->ird->fields;
+    for (const char *wanted :
+         {"NUMBER 4 INTEGER 10 4 1", "NAME 12 VARCHAR 12 12 1", "SHORT 5 INTEGER 5 4 0"}) {
+        std::ostringstream line;
+        line << text_of(field->column_name) << ' ' << field->consise_type << ' '
+             << text_of(field->type_name) << ' ' << field->precision << ' ' << field->octet_length
+             << ' ' << field->nullable;
+        EXPECT_EQ(wanted, line.str());
+        field++;
     }
+    EXPECT_EQ(3, cass_stmt_column_count(stmt->ird));
     for (int i = 0; i < 2; i++)
         EXPECT_EQ(SQL_NO_DATA, SQLFetch(stmt));
 }
@@ -136,8 +113,7 @@ TEST_F(internal_result, cells_nulls_and_a_cut_text_that_goes_on_in_its_buffer)
     SQLBindCol(stmt, 1, SQL_C_LONG, &number, 0, &lengths[0]);
     SQLBindCol(stmt, 2, SQL_C_CHAR, name, sizeof name, &lengths[1]);
     EXPECT_EQ(SQL_SUCCESS, SQLFetch(stmt));
-    EXPECT_EQ(std::pair(SQLLEN{SQL_NULL_DATA}, SQLLEN{SQL_NULL_DATA}),
-              std::pair(lengths[0], lengths[1]));
+    EXPECT_EQ(2 * SQL_NULL_DATA, lengths[0] + lengths[1]);
     EXPECT_EQ("1 22002", outcome(SQLGetData(stmt, 3, SQL_C_LONG, &number, 4, nullptr), stmt));
     EXPECT_EQ(SQL_SUCCESS, SQLFetch(stmt));
     EXPECT_EQ("01004", states_of(stmt));  // of the first piece
@@ -154,24 +130,17 @@ TEST_F(internal_result, cells_nulls_and_a_cut_text_that_goes_on_in_its_buffer)
 // Name and number of each type that a number is answered with; the list of all is sorted by it.
 TEST_F(internal_result, type_list_by_number_and_level)
 {
-    struct {
-        int level;
-        SQLSMALLINT asked;
-        const char *answer;
-    } const cases[] = {
+    // clang-format off
+    static constexpr struct { int level; SQLSMALLINT asked; const char *answer; } cases[] = {
         {3, SQL_ALL_TYPES,
          "uuid-11 timeuuid-11 boolean-7 tinyint-6 bigint-5 counter-5 blob-3 decimal3 varint3 int4 "
          "smallint5 float7 double8 text12 varchar12 ascii12 inet12 date91 time93 timestamp93 "},
-        {2, SQL_TYPE_DATE, "date9 "},
-        {2, SQL_TIMESTAMP, "timestamp11 "},
-        {3, SQL_DATE, "date91 "},
-        {3, SQL_TYPE_TIMESTAMP, "timestamp93 "},
-        {3, SQL_TINYINT, "smallint5 "},
-        {3, SQL_LONGVARCHAR, "text12 varchar12 "},
+        {2, SQL_TYPE_DATE, "date9 "}, {2, SQL_TIMESTAMP, "timestamp11 "}, {3, SQL_DATE, "date91 "},
+        {3, SQL_TYPE_TIMESTAMP, "timestamp93 "}, {3, SQL_TINYINT, "smallint5 "}, {3, 1234, ""},
+        {3, SQL_LONGVARCHAR, "text12 varchar12 "}, {3, SQL_TYPE_TIME, ""},
         {3, SQL_CHAR, "varchar12 text12 ascii12 inet12 "},
-        {3, SQL_TYPE_TIME, ""},
-        {3, 1234, ""},
     };
+    // clang-format on
     for (const auto &c : cases) {
         conn->odbc_level = c.level;
         EXPECT_EQ(SQL_SUCCESS, SQLGetTypeInfo(stmt, c.asked));

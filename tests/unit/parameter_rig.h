@@ -24,12 +24,7 @@ inline std::string hex(const std::string &bytes)
 // "STATE@parameter" of all records.
 inline std::string states(const session &s)
 {
-    std::string all;
-    const cass_diag_record *record = s.stmt->head.diag_records;
-    for (; record != nullptr; record = record->next)
-        all += narrow(record->state) +
-               (record->column_number < 0 ? "" : "@" + std::to_string(record->column_number));
-    return all;
+    return states_of(&s.stmt->head);
 }
 
 // The values of the set in work behind their count, in hexadecimal, or the states of the failure.

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "core/cass_field.h"
-#include "core/cass_pkt_exchange.h"
 #include "core/cass_pkt_result.h"
 #include "tests/unit/session_fixture.h"
 
@@ -55,8 +54,35 @@ static std::string nested(int levels)
 {
     std::string all;
     for (int i = 1; i < levels; i++)
-        all += type(i % 2 ? CQL_LIST : CQL_SET);
+        all += i % 3 != 0 ? type(i % 3 == 1 ? CQL_LIST : CQL_SET) : type(CQL_TUPLE) + be16(1);
     return all + type(CQL_INT);
+}
+
+static const std::string udt =
+    type(CQL_UDT) + str("k") + str("u") + be16(1) + str("f") + type(CQL_INT);
+
+// With and without a keyspace and table for all columns.
+TEST(result, a_type_of_any_form_ends_where_the_next_column_begins)
+{
+    const std::string forms[] = {type(CQL_CUSTOM) + str("org.Type"),
+                                 type(CQL_LIST) + type(CQL_INT),
+                                 type(CQL_SET) + type(CQL_TUPLE) + be16(2) + type(CQL_INT) + udt,
+                                 type(CQL_MAP) + udt + udt,
+                                 udt,
+                                 type(CQL_TUPLE) + be16(0)};
+    const int ids[] = {CQL_CUSTOM, CQL_LIST, CQL_SET, CQL_MAP, CQL_UDT, CQL_TUPLE};
+    std::string global = str("ks") + str("t"), own, wanted;
+    for (std::size_t i = 0; i < std::size(forms); i++) {
+        global += str("c") + forms[i];
+        own += str("ks") + str("t") + str("c") + forms[i];
+        wanted += "ks.t.c:" + std::to_string(ids[i]) + " ";
+    }
+    for (const bool is_global : {true, false}) {
+        session s;
+        decode(s, rows(metadata(is_global, std::size(forms), is_global ? global : own)));
+        EXPECT_EQ(column_names(s.stmt->ird), wanted);
+        EXPECT_EQ(pkt_remaining(s.stmt->current_packet), static_cast<int>(one_row.size()));
+    }
 }
 
 TEST(result, counts_and_trees_that_cannot_be_leave_no_columns)
@@ -79,7 +105,6 @@ TEST(result, counts_and_trees_that_cannot_be_leave_no_columns)
 
 TEST(result, cut_or_garbled_anywhere_never_leaves_the_frame)
 {
-    const std::string udt = type(CQL_UDT) + str("k") + str("u") + be16(1) + str("f") + type(9);
     const std::string marker = be32(0) + be32(1) + be32(2) + be16(0) + be16(1) + str("k") +
                                str("t") + str("p") + type(CQL_TUPLE) + be16(2) + type(1) + udt;
     const std::string bodies[] = {
@@ -103,38 +128,21 @@ TEST(result, cut_or_garbled_anywhere_never_leaves_the_frame)
     }
 }
 
-TEST(result, of_another_kind_prepares_nothing)
-{
-    const std::string failure = "08S01|Communication link failure: unexpected packet kind ";
-    const std::pair<int, std::string> cases[] = {
-        {KIND_VOID, "KIND_VOID"}, {KIND_ROWS, "KIND_ROWS"}, {77, "Unknown kind type"}};
-    const held_string sql(cass_string_from_cstr("SELECT 1"));
-    for (const auto &[kind, name] : cases) {
-        session s;
-        say(s, reply(OPCODE_RESULT, be32(kind)));
-        EXPECT_EQ(prepare_stmt(s.stmt, sql.get()), -1);
-        EXPECT_EQ(records(&s.stmt->head), failure + name + ", expected KIND_PREPARED\n");
-        EXPECT_EQ(s.stmt->prepared, 0);
-    }
-}
-
 // ---- Pages of one result ------------------------------------------------------------------------
 
 TEST(result, columns_of_a_further_page_are_not_built_again_while_nothing_changed)
 {
     session s;
     decode(s, rows(metadata(GLOBAL | MORE_PAGES, 2, two_columns, "p")));
-    cass_field *field = &s.stmt->ird->fields[1];
-    const cass_string *name = field->column_name;
-    cass_data_storage *cell = &field->data_storage;
+    const cass_string *name = s.stmt->ird->fields[1].column_name;
+    cass_data_storage *cell = &s.stmt->ird->fields[1].data_storage;
     cell->buffer = cell->value.bytes = static_cast<unsigned char *>(std::malloc(64));
     cell->capacity = 64;
     cell->data_type = SQL_CHAR;
-    cell->alloc_length = 5;
     // Another paging state, other rows, the same columns: only the cells start afresh.
     decode(s, rows(metadata(GLOBAL | MORE_PAGES, 2, two_columns, "other"), 2));
     EXPECT_EQ(s.stmt->ird->fields[1].column_name, name);
-    EXPECT_EQ(cell->data_type + cell->alloc_length, 0);
+    EXPECT_EQ(cell->data_type, 0);
     EXPECT_EQ(cell->capacity, 64u);
     EXPECT_EQ(s.stmt->paging_state_len, 5);
     EXPECT_EQ(s.stmt->current_row_count, 2);
@@ -158,8 +166,8 @@ TEST(result, columns_are_built_again_after_any_change)
         },
     };
     session s;
-    decode(s, page);
     for (const change make : changes) {
+        decode(s, page);
         make(s);
         decode(s, page);
         EXPECT_EQ(column_names(s.stmt->ird), "ks.t.id:9 ks.t.t:13 ");

@@ -10,15 +10,12 @@ struct statement_attributes : stmt_fixture {
     SQLULEN get(SQLINTEGER attribute)
     {
         SQLULEN value = 0;
-        for (const auto call : {SQLGetStmtAttr, SQLGetStmtAttrW}) {
-            guarded at;
-            SQLINTEGER length = -1;
-            EXPECT_EQ(call(stmt, attribute, at.data(), 0, &length), SQL_SUCCESS) << attribute;
-            EXPECT_EQ(call(stmt, attribute, nullptr, 0, nullptr), SQL_SUCCESS);
-            EXPECT_EQ(at.written().size(), 8u) << attribute;
-            EXPECT_EQ(length, 8) << attribute;
-            std::memcpy(&value, at.data(), sizeof value);
-        }
+        guarded at;
+        SQLINTEGER length = -1;
+        EXPECT_EQ(SQLGetStmtAttr(stmt, attribute, at.data(), 0, &length), SQL_SUCCESS);
+        EXPECT_EQ(SQLGetStmtAttrW(stmt, attribute, nullptr, 0, nullptr), SQL_SUCCESS);
+        EXPECT_TRUE(at.written().size() == 8 && length == 8) << attribute;
+        std::memcpy(&value, at.data(), sizeof value);
         return value;
     }
     std::string install(SQLINTEGER attribute, void *desc)
@@ -46,16 +43,14 @@ TEST_F(statement_attributes, pointers_and_sizes_lie_in_the_descriptors)
     for (const auto &[id, desc, field] : in_descriptors) {
         SQLULEN read = 0;
         SQLGetDescField(desc, 0, field, &read, 0, nullptr);
-        EXPECT_EQ(read, value(id)) << id;
-        EXPECT_EQ(get(id), value(id)) << id;
+        EXPECT_TRUE(read == value(id) && get(id) == read) << id;
     }
     // Fields of four bytes and numbers that are only read fill eight bytes too.
-    set(SQL_ATTR_ROW_BIND_TYPE, 40);
-    set(SQL_ATTR_PARAM_BIND_TYPE, 24);
+    EXPECT_EQ(set(SQL_ATTR_ROW_BIND_TYPE, 40) + set(SQL_ATTR_PARAM_BIND_TYPE, 24) +
+                  set(SQL_ATTR_ROW_NUMBER, 7),
+              "");
     EXPECT_EQ(get(SQL_ATTR_ROW_BIND_TYPE), 40u);
-    EXPECT_EQ(stmt->ard->bind_type, 40);
-    EXPECT_EQ(stmt->apd->bind_type, 24);
-    EXPECT_EQ(set(SQL_ATTR_ROW_NUMBER, 7), "");
+    EXPECT_TRUE(stmt->ard->bind_type == 40 && stmt->apd->bind_type == 24);
     EXPECT_EQ(get(SQL_ATTR_ROW_NUMBER) + get(10022), 0u);
 }
 
@@ -125,13 +120,14 @@ TEST_F(statement_attributes, what_is_refused_and_the_old_form_with_its_differenc
         EXPECT_EQ(SQLGetStmtOption(stmt, option, at.data()), SQL_SUCCESS);
         EXPECT_EQ(at.written(), bytes_of(&value, 8)) << option;
     }
-    EXPECT_EQ(stmt->apd->bind_type, 3 + SQL_BIND_TYPE);
-    EXPECT_EQ(stmt->ard->bind_type, 0);
+    EXPECT_TRUE(stmt->apd->bind_type == 3 + SQL_BIND_TYPE && stmt->ard->bind_type == 0);
     EXPECT_EQ(stmt->params_rebound, 0);
-    EXPECT_EQ(outcome(SQLSetStmtOption(stmt, SQL_GET_BOOKMARK, 1), stmt), "");
-    EXPECT_EQ(outcome(SQLGetStmtOption(stmt, SQL_GET_BOOKMARK, nullptr), stmt), "HY011");
-    EXPECT_EQ(outcome(SQLSetStmtOption(stmt, 15, 1), stmt), "S1092");
-    EXPECT_EQ(outcome(SQLGetStmtOption(stmt, 15, nullptr), stmt), "S1092");
+    for (const auto &[option, set_state, get_state] :
+         {std::tuple(SQL_GET_BOOKMARK, "", "HY011"), {15, "S1092", "S1092"}}) {
+        const auto id = SQLUSMALLINT(option);
+        EXPECT_EQ(outcome(SQLSetStmtOption(stmt, id, 1), stmt), set_state);
+        EXPECT_EQ(outcome(SQLGetStmtOption(stmt, id, nullptr), stmt), get_state);
+    }
 }
 
 TEST_F(statement_attributes, only_descriptors_of_this_connection_and_role_are_installed)
@@ -148,10 +144,10 @@ TEST_F(statement_attributes, only_descriptors_of_this_connection_and_role_are_in
         EXPECT_EQ(install(SQL_ATTR_APP_ROW_DESC, value), state);
         EXPECT_EQ(stmt->ard, stmt->implicit_ard);
     }
-    EXPECT_EQ(install(SQL_ATTR_APP_ROW_DESC, mine), "");
-    EXPECT_EQ(as_pointer(get(SQL_ATTR_APP_ROW_DESC)), mine);
-    EXPECT_EQ(install(SQL_ATTR_APP_ROW_DESC, nullptr), "");
-    EXPECT_EQ(as_pointer(get(SQL_ATTR_APP_ROW_DESC)), stmt->implicit_ard);
+    for (cass_desc *desc : {mine, static_cast<cass_desc *>(nullptr)}) {
+        EXPECT_EQ(install(SQL_ATTR_APP_ROW_DESC, desc), "");
+        EXPECT_EQ(as_pointer(get(SQL_ATTR_APP_ROW_DESC)), desc ? desc : stmt->implicit_ard);
+    }
     EXPECT_EQ(mine->stmt, nullptr);
     // A new parameter descriptor cuts off the row descriptor, and its own predecessor keeps a link
     // that does no harm when the statement goes.
@@ -159,9 +155,9 @@ TEST_F(statement_attributes, only_descriptors_of_this_connection_and_role_are_in
     ASSERT_EQ(install(SQL_ATTR_APP_PARAM_DESC, first), "");
     ASSERT_EQ(install(SQL_ATTR_APP_ROW_DESC, mine), "");
     ASSERT_EQ(install(SQL_ATTR_APP_PARAM_DESC, second), "");
-    EXPECT_EQ(mine->stmt, nullptr);
-    EXPECT_EQ(first->stmt, stmt);
-    EXPECT_EQ(second->stmt, stmt);
+    EXPECT_TRUE(mine->stmt == nullptr && first->stmt == stmt && second->stmt == stmt);
+    cass_free_desc(second, 0);
+    EXPECT_EQ(stmt->apd, stmt->implicit_apd);
     cass_free_stmt(stmt, 0);
     EXPECT_EQ(first->stmt, nullptr);
     EXPECT_EQ(outcome(SQLSetDescField(first, 0, SQL_DESC_COUNT, as_pointer(1), 0), first), "HY016");

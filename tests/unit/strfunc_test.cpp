@@ -1,5 +1,4 @@
-// The driver's text and its edges: what null and empty mean, encodings good and malformed, and
-// copies that must not leave the buffer.
+// The driver's text and its edges: what null and empty mean, and encodings good and malformed.
 #include "support/ascii.h"
 #include "tests/unit/stmt_fixture.h"
 
@@ -10,8 +9,8 @@ TEST(strfunc, null_and_empty_arguments)
     constexpr std::int64_t too_many = std::int64_t{1} << 31;
     for (cass_string *null :
          {cass_string_from_ansi(nullptr, SQL_NTS), cass_string_from_wide(nullptr, 3),
-          cass_string_from_utf8(nullptr, 3, 1), cass_string_wrap(nullptr, 3),
-          cass_string_copy(nullptr), cass_string_alloc(too_many), cass_string_wrap(none, too_many)})
+          cass_string_from_utf8(nullptr, 3, 1), cass_string_copy(nullptr),
+          cass_string_alloc(too_many)})
         EXPECT_EQ(null, nullptr);
     for (cass_string *string :
          {cass_string_alloc(0), cass_string_from_ansi(empty, SQL_NTS),
@@ -44,34 +43,16 @@ TEST(strfunc, utf8_with_the_masks_of_the_driver)
     EXPECT_EQ(units_of(own(cass_string_from_bytes("a\x80\xFF", 3)).get()), u"a\x80\xFF");
 }
 
-TEST(strfunc, split_and_compare)
+TEST(strfunc, comparison_knows_no_case_of_ascii)
 {
     // clang-format off
-    static constexpr const char16_t *splits[][3] = {
-        {u"a;b;c", u"a", u"b;c"}, {u"{a;b};c", u"{a;b}", u"c"}, {u"abc;", u"abc", u""},
-        {u"abc", u"abc", u""}, {u";", u"", u""}, {u"}a;b", u"}a;b", u""}, {u"", u"", u""},
-        {u"{{a};b};c", u"{{a};b}", u"c"}, {u"a\x3B3B;b", u"a\x3B3B", u"b"},
-    };
     static constexpr struct { const char16_t *left; const char *right; int order; } orders[] = {
         {u"ABC", "abc", 0}, {u"ab", "abc", -1}, {u"abcd", "abc", 1}, {u"", "", 0}, {u"b", "A", 1},
         {u"a\x100", "a", 1}, {u"\x161", "A", 0}, {u"\xE9", "a", -1}, {u"\xE9", "\xC9", 1},
     };
     // clang-format on
-    for (const auto &[text, before, behind] : splits) {
-        cass_string *left, *right;
-        ASSERT_EQ(cass_string_split(string_of(text).get(), ';', &left, &right), 1);
-        EXPECT_EQ(units_of(own(left).get()), before);
-        EXPECT_EQ(units_of(own(right).get()), behind);
-    }
-    std::int32_t position;
-    EXPECT_EQ(cass_string_find_char(4, string_of(u"abc").get(), ';', &position), 0);
-    EXPECT_EQ(cass_string_find_char(3, string_of(u"abc").get(), ';', &position), 1);
-    EXPECT_EQ(position, 3);
-    for (const auto &o : orders) {
-        const auto left = string_of(o.left), right = own(cass_string_from_cstr(o.right));
-        EXPECT_EQ(cass_string_compare_cstr(left.get(), o.right), o.order) << o.right;
-        EXPECT_EQ(cass_string_compare(right.get(), left.get()), -o.order) << o.right;
-    }
+    for (const auto &o : orders)
+        EXPECT_EQ(cass_string_compare_cstr(string_of(o.left).get(), o.right), o.order) << o.right;
 }
 
 TEST(strfunc, parts_sums_and_format)
@@ -85,42 +66,12 @@ TEST(strfunc, parts_sums_and_format)
     for (const cass_string *tail : {text.get(), static_cast<cass_string *>(nullptr)})
         EXPECT_EQ(cass_string_append(text.get(), tail), text.get());
     EXPECT_EQ(units_of(text.get()), u"abcdefabcdef");
-    SQLWCHAR foreign[] = {'i', 't', '\'', 's', 0};
-    const owned_string borrowed = own(cass_string_wrap(foreign, SQL_NTS));
-    cass_string_append(borrowed.get(), text.get());
-    EXPECT_EQ(units_of(borrowed.get()), u"it'sabcdefabcdef");
-
-    const owned_string formatted = own(cass_string_format(
-        "%S|%F|%S|%Z|%Z|%Z|%Z|%s|%d|%l", text.get(), cass_string_from_cstr("own"), nullptr, foreign,
-        SQL_NTS, foreign, 3, foreign, 0, nullptr, SQL_NTS, "b\xE9", -2147483647 - 1, 42));
-    EXPECT_EQ(units_of(formatted.get()),
-              u"abcdefabcdef|own|(nul)|'it''s'|'it'''|''|null|b\xFFE9|-2147483648|42");
+    const owned_string formatted = own(
+        cass_string_format("%S|%S|%s|%d|%l", text.get(), nullptr, "b\xE9", -2147483647 - 1, 42));
+    EXPECT_EQ(units_of(formatted.get()), u"abcdefabcdef|(nul)|b\xFFE9|-2147483648|42");
     const std::string piece(1023, 'p');  // the seams of the growing buffer
     const char *p = piece.c_str();
     EXPECT_EQ(text_of(own(cass_string_format("%s%s%s", p, p, p)).get()), piece + piece + piece);
-}
-
-TEST(strfunc, foreign_text_is_measured_and_copied_out_within_its_limits)
-{
-    const SQLWCHAR wide[] = {'a', 'b', 'c', 'd', 0};
-    EXPECT_EQ(4, cass_wide_length_limited(wide, 9, 18));
-    EXPECT_EQ(3, cass_wide_length_limited(wide, 3, 100));
-    EXPECT_EQ(2, cass_wide_length_limited(wide, 9, 5));  // the smaller of units and half the bytes
-    EXPECT_EQ(4, cass_ansi_length_limited("abcd", 2, 9));  // the larger of two limits
-    EXPECT_EQ(2, cass_ansi_length_limited("abcd", 0, 2));
-    EXPECT_EQ(0, cass_ansi_length_limited("abcd", 0, 0));
-
-    for (const std::int64_t size : {0, 1, 4, 5, 6}) {
-        char buffer[8] = "#######";
-        std::int32_t length = -1;
-        const bool cut = size > 0 && size <= 4;
-        EXPECT_EQ(cut ? 1 : 0, cass_copy_out(buffer, size, &length, "abcd")) << size;
-        EXPECT_EQ(4, length);
-        EXPECT_EQ(std::string("abcd").substr(0, cut ? static_cast<std::size_t>(size - 1) : 4),
-                  size == 0 ? "abcd" : std::string(buffer));
-        EXPECT_EQ('#', buffer[size == 0 ? 0 : size > 5 ? 5 : size]);
-    }
-    EXPECT_EQ(0, cass_copy_out(nullptr, 9, nullptr, "abcd"));
 }
 
 TEST(ascii, numbers_as_in_the_c_locale)

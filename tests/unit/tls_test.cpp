@@ -1,11 +1,12 @@
 // TLS where no handshake comes to its end: a context that cannot be made, settings that cannot be
-// used, and peers that speak something else. Beside it Base64.
+// used, and peers that speak something else.
 #include <openssl/evp.h>
 
 #include "core/cass_ssl.h"
 #include "tests/unit/session_fixture.h"
 
 static const std::string no_connection = "08001|Client unable to establish connection: ";
+static const std::string error = no_connection + "SSL error\n";
 
 // The records of an attempt, OpenSSL's own ones only by their beginning.
 static std::string start_records(session &s)
@@ -20,13 +21,6 @@ static std::string start_records(session &s)
     return all;
 }
 
-static unsigned char *block_of(const std::string &text)
-{
-    auto *bytes = static_cast<unsigned char *>(std::malloc(text.size() + 1));
-    std::memcpy(bytes, text.c_str(), text.size() + 1);
-    return bytes;
-}
-
 TEST(tls_start, without_a_context_fails_before_a_byte_goes_out)
 {
     session s;
@@ -39,39 +33,33 @@ TEST(tls_start, without_a_context_fails_before_a_byte_goes_out)
 
 TEST(tls_start, unusable_settings_fail_before_a_byte_goes_out)
 {
-    const std::string error = no_connection + "SSL error\n";
     const std::string data = no_connection + "Loading Certificate data failed\n";
-    const struct {
-        void (*set)(cass_conn *conn);
-        std::string records;
-    } cases[] = {
-        {[](cass_conn *conn) { conn->ca_bytes = block_of("no PEM"), conn->ca_length = 6; },
-         data + error},
-        {[](cass_conn *conn) {
-             conn->private_key_bytes = block_of("no PEM"), conn->private_key_length = 6;
-         },
-         data},
-        {[](cass_conn *conn) {
-             conn->certificate_bytes = block_of("no PEM"), conn->certificate_length = 6;
-         },
-         data},
-        {[](cass_conn *conn) { conn->entropy_file = cass_string_from_cstr("/tmp/%s%n"); },
-         no_connection + "Loading entropy from '/tmp/%s%n' failed\n"},
-        {[](cass_conn *conn) { conn->server = cass_string_from_cstr(""); },
-         no_connection + "Setting server name failed\n" + error},
-    };
-    for (const auto &c : cases) {
+    const auto expect_refusal = [](const auto &set, const std::string &told) {
         session s;
-        c.set(s.conn);
-        EXPECT_EQ(start_records(s), c.records);
+        set(s.conn);
+        EXPECT_EQ(start_records(s), told);
         EXPECT_EQ(heard(s), "");
-    }
+    };
+    const std::tuple<unsigned char * cass_conn::*, std::int32_t cass_conn::*, std::string>
+        blocks[] = {{&cass_conn::ca_bytes, &cass_conn::ca_length, data + error},
+                    {&cass_conn::private_key_bytes, &cass_conn::private_key_length, data},
+                    {&cass_conn::certificate_bytes, &cass_conn::certificate_length, data}};
+    for (const auto &[bytes, length, told] : blocks)
+        expect_refusal(
+            [&](cass_conn *conn) {
+                conn->*bytes = reinterpret_cast<unsigned char *>(strdup("no PEM"));
+                conn->*length = 6;
+            },
+            told);
+    expect_refusal([](cass_conn *conn) { conn->entropy_file = cass_string_from_cstr("/tmp/%s%n"); },
+                   no_connection + "Loading entropy from '/tmp/%s%n' failed\n");
+    expect_refusal([](cass_conn *conn) { conn->server = cass_string_from_cstr(""); },
+                   no_connection + "Setting server name failed\n" + error);
 }
 
 TEST(tls_start, peers_that_speak_something_else_are_told)
 {
     const std::string failed = no_connection + "SSL connection failed\n";
-    const std::string error = no_connection + "SSL error\n";
     const std::string gone = "08S01|Communication link failure: read failed (peer shutdown)\n" +
                              no_connection + "SSL Error, conn_read failed\n";
     const std::pair<std::string, std::string> cases[] = {
@@ -101,27 +89,4 @@ TEST(tls_start, peer_that_takes_nothing_is_told)
     close(std::exchange(s.peer, -1));
     EXPECT_EQ(start_records(s), "08S01|Communication link failure: send failed\n" + no_connection +
                                     "SSL Error, conn_write failed\n");
-}
-
-TEST(base64, is_one_line_of_any_length)
-{
-    const std::pair<std::string, std::string> cases[] = {
-        {"", ""},
-        {"f", "Zg=="},
-        {"fo", "Zm8="},
-        {"foo", "Zm9v"},
-        {"\xFF\xFE:\xFD", "//46/Q=="},
-        {std::string(3000, 'a'),
-         [] {
-             std::string all;
-             for (int i = 0; i < 1000; i++)
-                 all += "YWFh";
-             return all;
-         }()},
-    };
-    for (const auto &[text, wanted] : cases) {
-        char *got = cass_base64(text.c_str());
-        EXPECT_EQ(std::string(got), wanted);
-        std::free(got);
-    }
 }

@@ -1,6 +1,5 @@
 // Catalog functions: the exact queries that their arguments come to, in both forms, what is made of
 // the replies, and failures in all places, after which the connection serves on.
-#include <functional>
 #include <optional>
 
 #include "tests/wire/wire_support.h"
@@ -21,63 +20,46 @@ struct argument {
 };
 constexpr argument none = {nullptr, 0};
 
-// The functions in one form; `more` is the table type or the column name.
-using catalog_call = std::function<SQLRETURN(SQLHSTMT, const std::vector<argument> &)>;
-
-struct form {
-    bool wide;
-    std::vector<std::u16string> kept;  // wide copies of a call's arguments
-
-    SQLCHAR *ansi(const argument &a)
-    {
-        return reinterpret_cast<SQLCHAR *>(const_cast<char *>(a.text));
-    }
-    SQLWCHAR *units(const argument &a)
-    {
-        if (a.text == nullptr)
-            return nullptr;
-        const std::string_view text(a.text);
-        kept.emplace_back(text.begin(), text.end());
-        return reinterpret_cast<SQLWCHAR *>(kept.back().data());
-    }
-};
-
-#define CALL(function, ...)                                                                        \
-    (f.kept.reserve(8),                                                                            \
-     f.wide ? function##W(stmt, __VA_ARGS__(f.units)) : function(stmt, __VA_ARGS__(f.ansi)))
-#define THREE(text)   text(a[0]), a[0].length, text(a[1]), a[1].length, text(a[2]), a[2].length
-#define FOUR(text)    THREE(text), text(a[3]), a[3].length
-#define ROWID(text)   SQL_BEST_ROWID, THREE(text), SQL_SCOPE_SESSION, SQL_NULLABLE
-#define ROWVER(text)  SQL_ROWVER, THREE(text), SQL_SCOPE_SESSION, SQL_NULLABLE
-#define INDEXES(text) THREE(text), SQL_INDEX_ALL, SQL_QUICK
-#define SIX(text)     THREE(text), THREE(text)
-
+// The function in one form; the fourth argument is the table type or the column name.
 static SQLRETURN call(const std::string &name, SQLHSTMT stmt, std::vector<argument> a,
                       bool wide = false)
 {
-    form f = {wide, {}};
     a.resize(4, none);
-    if (name == "tables")
-        return CALL(SQLTables, FOUR);
-    if (name == "columns")
-        return CALL(SQLColumns, FOUR);
-    if (name == "keys")
-        return CALL(SQLPrimaryKeys, THREE);
-    if (name == "rowid")
-        return CALL(SQLSpecialColumns, ROWID);
-    if (name == "rowver")
-        return CALL(SQLSpecialColumns, ROWVER);
-    if (name == "indexes")
-        return CALL(SQLStatistics, INDEXES);
-    if (name == "foreign")
-        return CALL(SQLForeignKeys, SIX);
-    if (name == "procedures")
-        return CALL(SQLProcedures, THREE);
-    if (name == "procedure columns")
-        return CALL(SQLProcedureColumns, FOUR);
-    if (name == "table privileges")
-        return CALL(SQLTablePrivileges, THREE);
-    return CALL(SQLColumnPrivileges, FOUR);
+    std::u16string kept[4];
+    SQLCHAR *t[4];
+    SQLWCHAR *w[4];
+    for (std::size_t i = 0; i < 4; i++) {
+        const std::string_view text = a[i].text != nullptr ? a[i].text : "";
+        kept[i].assign(text.begin(), text.end());
+        t[i] = reinterpret_cast<SQLCHAR *>(const_cast<char *>(a[i].text));
+        w[i] = a[i].text != nullptr ? odbc_wide(kept[i]) : nullptr;
+    }
+#define THREE(x) x[0], a[0].length, x[1], a[1].length, x[2], a[2].length
+#define FOUR(x)  THREE(x), x[3], a[3].length
+#define CALL(text, function, ...)                                                                  \
+    if (name == text)                                                                              \
+    return wide ? function##W(stmt, __VA_ARGS__(w)) : function(stmt, __VA_ARGS__(t))
+#define ROWID(x)   SQL_BEST_ROWID, THREE(x), SQL_SCOPE_SESSION, SQL_NULLABLE
+#define ROWVER(x)  SQL_ROWVER, THREE(x), SQL_SCOPE_SESSION, SQL_NULLABLE
+#define INDEXES(x) THREE(x), SQL_INDEX_ALL, SQL_QUICK
+#define SIX(x)     THREE(x), THREE(x)
+    CALL("tables", SQLTables, FOUR);
+    CALL("columns", SQLColumns, FOUR);
+    CALL("keys", SQLPrimaryKeys, THREE);
+    CALL("rowid", SQLSpecialColumns, ROWID);
+    CALL("rowver", SQLSpecialColumns, ROWVER);
+    CALL("indexes", SQLStatistics, INDEXES);
+    CALL("foreign", SQLForeignKeys, SIX);
+    CALL("procedures", SQLProcedures, THREE);
+    CALL("procedure columns", SQLProcedureColumns, FOUR);
+    CALL("table privileges", SQLTablePrivileges, THREE);
+    CALL("column privileges", SQLColumnPrivileges, FOUR);
+    return SQL_ERROR;
+}
+
+static std::string nulls(int count)
+{
+    return count == 0 ? "" : "|NULL" + nulls(count - 1);
 }
 
 static const std::string tables_query =
@@ -91,107 +73,63 @@ static const std::string columns_query =
 
 TEST(catalog, queries_are_what_the_arguments_ask_for)
 {
+    const std::string of_t = " WHERE table_name='t'", and_ks1 = " AND keyspace_name='ks1'";
+    const std::string in_ks2 = " WHERE keyspace_name='ks2' ALLOW FILTERING";
+    const std::string filtering = " ALLOW FILTERING", of_no_index = "|NULL|NULL|NULL|0" + nulls(6);
+    const row_list both = {tables_query, views_query}, none_asked = {};
     struct {
         const char *function;
         const char *current;  // keyspace in use
         std::vector<argument> arguments;
-        std::vector<std::string> queries;
-        std::vector<std::string> rows = {};
+        row_list queries;
+        row_list rows = {};
     } const cases[] = {
+        // clang-format off
         // The special listings, and what is just beside them.
-        {"tables",
-         "ks1",
-         {{""}, {""}, {""}, {"%"}},
-         {},
+        {"tables", "ks1", {{}, {"x", 0}, {""}, {"%x", 1}}, none_asked,
          {"NULL|NULL|NULL|TABLE|NULL", "NULL|NULL|NULL|VIEW|NULL"}},
-        {"tables",
-         "ks1",
-         {{}, {"x", 0}, {""}, {"%x", 1}},
-         {},
-         {"NULL|NULL|NULL|TABLE|NULL", "NULL|NULL|NULL|VIEW|NULL"}},
-        {"tables", nullptr, {none, {""}, {""}, {"%"}}, {tables_query, views_query}},
-        {"tables", "ks1", {{"%"}, {""}, {}, none}, {}, {"CASSANDRA|NULL|NULL|NULL|NULL"}},
-        {"tables", nullptr, {{"%"}, none, {""}, none}, {tables_query, views_query}},
-        {"tables",
-         "ks1",
-         {{""}, {"%"}, {""}, none},
+        {"tables", nullptr, {none, {""}, {""}, {"%"}}, both},
+        {"tables", "ks1", {{"%"}, {""}, {}, none}, none_asked, {"CASSANDRA|NULL|NULL|NULL|NULL"}},
+        {"tables", nullptr, {{"%"}, none, {""}, none}, both},
+        {"tables", "ks1", {{""}, {"%"}, {""}, none},
          {"select keyspace_name from system_schema.keyspaces"}},
         // The general listing.
-        {"tables", nullptr, {}, {tables_query, views_query}},
-        {"tables",
-         "ks1",
-         {none, {"ks2"}, none, {"VIEW"}},
-         {views_query + " WHERE keyspace_name = 'ks1' ALLOW FILTERING"}},
-        {"tables",
-         "ks1",
-         {none, none, {"foo"}, {"table"}},
-         {tables_query + " WHERE table_name='foo' AND keyspace_name = 'ks1' ALLOW FILTERING"}},
-        {"tables",
-         "ks1",
-         {{"ks2"}, none, {"foo%"}, {"'VIEW',x"}},
-         {views_query + " WHERE view_name='foo%' AND keyspace_name='ks2' ALLOW FILTERING"}},
-        {"tables",
-         nullptr,
-         {{"ks2 and more", 3}, none, {"%"}, {"TABLE, VIEW"}},
-         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
-        {"tables", nullptr, {none, none, none, {",,VIEW,TABLE"}}, {tables_query, views_query}},
-        {"tables", nullptr, {none, none, none, {"SYNONYM,tables"}}, {}},
-        {"tables", nullptr, {none, none, none, {"x", 0}}, {tables_query, views_query}},
+        {"tables", nullptr, {}, both},
+        {"tables", "ks1", {none, {"ks2"}, none, {"VIEW"}},
+         {views_query + " WHERE keyspace_name = 'ks1'" + filtering}},
+        {"tables", "ks1", {none, none, {"t"}, {"table"}},
+         {tables_query + of_t + " AND keyspace_name = 'ks1'" + filtering}},
+        {"tables", "ks1", {{"ks2"}, none, {"t%"}, {"'VIEW',x"}},
+         {views_query + " WHERE view_name='t%' AND keyspace_name='ks2'" + filtering}},
+        {"tables", nullptr, {{"ks2 and more", 3}, none, {"%"}, {"TABLE, VIEW"}},
+         {tables_query + in_ks2}},
+        {"tables", nullptr, {none, none, none, {",,VIEW,TABLE"}}, both},
+        {"tables", nullptr, {none, none, none, {"SYNONYM,tables"}}, none_asked},
+        {"tables", nullptr, {none, none, none, {"x", 0}}, both},
         // The schema is the keyspace everywhere else.
         {"columns", nullptr, {{"c"}, none, none, none}, {tables_query}},
-        {"columns",
-         "ks1",
-         {{"c"}, {"ks2"}, {"%"}, none},
-         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
-        {"columns",
-         "ks1",
-         {{"c"}, {"%"}, {"o'x"}, none},
-         {tables_query + " WHERE table_name='o'x' AND keyspace_name='ks1' ALLOW FILTERING"}},
-        {"rowid",
-         "ks1",
-         {none, {""}, {"Foo"}},
-         {tables_query + " WHERE table_name='Foo' AND keyspace_name='ks1' ALLOW FILTERING"}},
-        {"rowver", "ks1", {none, {"ks2"}, {"foo"}}, {}},
+        {"columns", "ks1", {{"c"}, {"ks2"}, {"%"}, none}, {tables_query + in_ks2}},
+        {"columns", "ks1", {{"c"}, {"%"}, {"o'x"}, none},
+         {tables_query + " WHERE table_name='o'x'" + and_ks1 + filtering}},
+        {"rowid", "ks1", {none, {""}, {"t"}}, {tables_query + of_t + and_ks1 + filtering}},
+        {"rowver", "ks1", {none, {"ks2"}, {"t"}}, none_asked},
         // The keys measure the schema by the catalog's length, within its own.
-        {"keys",
-         "ks1",
-         {none, {"ks2"}, {"foo"}},
-         {tables_query + " WHERE table_name='foo' AND keyspace_name='ks1' ALLOW FILTERING"}},
-        {"keys",
-         "ks1",
-         {{}, {"ks2"}, none},
-         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
-        {"keys",
-         nullptr,
-         {{nullptr, 2}, {"ks2"}, none},
-         {tables_query + " WHERE keyspace_name='ks' ALLOW FILTERING"}},
-        {"keys",
-         nullptr,
-         {{nullptr, 99}, {"ks2x", 3}, none},
-         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
-        {"keys",
-         nullptr,
-         {{}, {"ks2x", 3}, none},
-         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
-        {"keys",
-         nullptr,
-         {{nullptr, 99}, {"ks2"}, none},
-         {tables_query + " WHERE keyspace_name='ks2' ALLOW FILTERING"}},
-        {"indexes",
-         "ks1",
-         {none, {"%"}, {"foo"}},
-         {indexes_query + " WHERE table_name='foo' AND keyspace_name='%' ALLOW FILTERING"},
-         {"CASSANDRA|%|foo|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"}},
-        {"indexes",
-         "ks1",
-         {none, {""}, {"foo"}},
-         {indexes_query + " WHERE table_name='foo' AND keyspace_name='' ALLOW FILTERING"},
-         {"CASSANDRA||foo|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"}},
-        {"indexes",
-         nullptr,
-         {none, none, {"foo"}},
-         {indexes_query + " WHERE table_name='foo' ALLOW FILTERING"},
-         {"CASSANDRA|NULL|foo|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"}},
+        {"keys", "ks1", {none, {"ks2"}, {"t"}}, {tables_query + of_t + and_ks1 + filtering}},
+        {"keys", "ks1", {{}, {"ks2"}, none}, {tables_query + in_ks2}},
+        {"keys", nullptr, {{nullptr, 2}, {"ks2"}, none},
+         {tables_query + " WHERE keyspace_name='ks'" + filtering}},
+        {"keys", nullptr, {{nullptr, 99}, {"ks2x", 3}, none}, {tables_query + in_ks2}},
+        {"keys", nullptr, {{}, {"ks2x", 3}, none}, {tables_query + in_ks2}},
+        {"keys", nullptr, {{nullptr, 99}, {"ks2"}, none}, {tables_query + in_ks2}},
+        {"indexes", "ks1", {none, {"%"}, {"t"}},
+         {indexes_query + of_t + " AND keyspace_name='%'" + filtering},
+         {"CASSANDRA|%|t" + of_no_index}},
+        {"indexes", "ks1", {none, {""}, {"t"}},
+         {indexes_query + of_t + " AND keyspace_name=''" + filtering},
+         {"CASSANDRA||t" + of_no_index}},
+        {"indexes", nullptr, {none, none, {"t"}}, {indexes_query + of_t + filtering},
+         {"CASSANDRA|NULL|t" + of_no_index}},
+        // clang-format on
     };
     for (const bool wide : {false, true}) {
         for (const char *current : {static_cast<const char *>(nullptr), "ks1"}) {
@@ -226,10 +164,10 @@ TEST(catalog, tables_are_sorted_over_pages_and_long_names_are_cut)
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, call("tables", wire->stmt, {}));
     EXPECT_EQ(stmt_records(wire->stmt), record_list());
     EXPECT_EQ(fetch_all(wire->stmt),
-              (std::vector<std::string>{"CASSANDRA|NULL||TABLE|NULL", "CASSANDRA|a|t3|TABLE|NULL",
-                                        "CASSANDRA|b|T1|TABLE|NULL",
-                                        "CASSANDRA|b|" + long_name.substr(0, 64) + "|TABLE|NULL",
-                                        "CASSANDRA|b|t2|TABLE|NULL", "CASSANDRA|a|v|VIEWS|NULL"}));
+              (row_list{"CASSANDRA|NULL||TABLE|NULL", "CASSANDRA|a|t3|TABLE|NULL",
+                        "CASSANDRA|b|T1|TABLE|NULL",
+                        "CASSANDRA|b|" + long_name.substr(0, 64) + "|TABLE|NULL",
+                        "CASSANDRA|b|t2|TABLE|NULL", "CASSANDRA|a|v|VIEWS|NULL"}));
 }
 
 static bytes options_of(const std::vector<std::pair<bytes, bytes>> &entries,
@@ -244,16 +182,14 @@ static bytes options_of(const std::vector<std::pair<bytes, bytes>> &entries,
 TEST(catalog, index_options_are_read_within_their_bytes)
 {
     const bytes fits(1023 - 18, 'v');
-    const std::pair<node_cell, std::vector<std::string>> cases[] = {
+    const std::pair<node_cell, row_list> cases[] = {
         {options_of({{"target", "a"}, {"x", ""}}), {"1|a", "2|"}},
         {options_of({{"target", "a"}}, 2), {"1|a"}},
         {options_of({{"target", "a"}}, -1), {}},
-        {options_of({{"target", "a"}}, 0), {}},
         {options_of({{"target", "a"}}) + be32(9), {"1|a"}},
         {be32(3) + be32(0xFFFFFFFF) + be32(1), {}},
         {be32(1) + be32(0x7FFFFFFF) + "x", {}},
         {be32(1) + wire_bytes("k"), {}},
-        {be32(7), {}},
         {bytes("abc"), {}},
         {std::nullopt, {}},
         {options_of({{"target", fits}}), {"1|" + fits}},
@@ -265,8 +201,7 @@ TEST(catalog, index_options_are_read_within_their_bytes)
         expect_query(wire->node.get(), indexes_query + " WHERE table_name='t' ALLOW FILTERING",
                      {rows_frame(columns, {{"ks", "t", "i", "kind", options}})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, call("indexes", wire->stmt, {none, none, {"t"}}));
-        std::vector<std::string> wanted = {
-            "CASSANDRA|NULL|t|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"};
+        row_list wanted = {"CASSANDRA|NULL|t|NULL|NULL|NULL|0|NULL|NULL|NULL|NULL|NULL|NULL"};
         for (const std::string &row : rows)
             wanted.push_back("CASSANDRA|ks|t|1|NULL|i|3|" + row + "|NULL|NULL|NULL|NULL");
         EXPECT_EQ(fetch_all(wire->stmt), wanted);
@@ -303,41 +238,26 @@ TEST(catalog, failures_are_told_and_the_connection_serves_on)
         std::vector<step> steps;
         SQLRETURN code;
         record_list records;
-        std::vector<std::string> rows;
+        row_list rows;
     } const cases[] = {
-        {"tables", {{tables_query, refusal}}, SQL_ERROR, {refused}, {}},
+        // clang-format off
         {"tables", {{tables_query, two}, {views_query, refusal}}, SQL_ERROR, {refused}, {}},
-        {"tables",
-         {{tables_query, first_page}, {tables_query, refusal, "p"}},
-         SQL_ERROR,
-         {refused},
-         {}},
+        {"tables", {{tables_query, first_page}, {tables_query, refusal, "p"}}, SQL_ERROR,
+         {refused}, {}},
         {"tables", {{tables_query, with_warnings(two, {"slow"})}}, SQL_ERROR, {"01000 slow"}, {}},
-        {"keys", {{tables_query, refusal}}, SQL_ERROR, {refused}, {}},
         {"keys", {{tables_query, two}, {of_t, column}, {of_u, refusal}}, SQL_ERROR, {refused}, {}},
-        {"keys",
-         {{tables_query, first_page}, {tables_query, refusal, "p"}},
-         SQL_ERROR,
-         {refused},
-         {}},
+        {"keys", {{tables_query, first_page}, {tables_query, refusal, "p"}}, SQL_ERROR,
+         {refused}, {}},
         {"keys", {{tables_query, text_rows({{"ks", ""}})}}, SQL_ERROR, {}, {}},
         // A table dropped in the meantime, and one whose columns come with a warning, have none.
-        {"keys",
-         {{tables_query, two}, {of_t, text_rows({})}, {of_u, column}},
-         SQL_SUCCESS,
-         {},
+        {"keys", {{tables_query, two}, {of_t, text_rows({})}, {of_u, column}}, SQL_SUCCESS, {},
          {"CASSANDRA|ks|u|id|1|NULL"}},
-        {"keys",
-         {{tables_query, two}, {of_t, with_warnings(column, {"slow"})}, {of_u, column}},
-         SQL_SUCCESS,
-         {"01000 slow"},
-         {"CASSANDRA|ks|u|id|1|NULL"}},
-        {"keys",
-         {{tables_query, text_rows({{std::nullopt, "t"}})},
-          {columns_query + "table_name='t'", column}},
-         SQL_SUCCESS,
-         {},
+        {"keys", {{tables_query, two}, {of_t, with_warnings(column, {"slow"})}, {of_u, column}},
+         SQL_SUCCESS, {"01000 slow"}, {"CASSANDRA|ks|u|id|1|NULL"}},
+        {"keys", {{tables_query, text_rows({{std::nullopt, "t"}})},
+                  {columns_query + "table_name='t'", column}}, SQL_SUCCESS, {},
          {"CASSANDRA|NULL|t|id|1|NULL"}},
+        // clang-format on
     };
     const wire_ptr wire = wire_logged_on();
     const SQLHSTMT other = wire_new_stmt(wire.get());
@@ -374,7 +294,6 @@ TEST(catalog, unread_rows_occupy_the_connection)
     node_answer_rest(wire->node.get(), [](const node_request &) {
         return std::vector<node_frame>{text_rows({{"ks", "t"}})};
     });
-    const auto types = [&] { return call("tables", wire->stmt, {{""}, {""}, {""}, {"%"}}); };
     // How each is ended, whether it occupies at all, and its columns.
     struct {
         const char *function;
@@ -400,18 +319,15 @@ TEST(catalog, unread_rows_occupy_the_connection)
                         call(f.function, wire->stmt, {{}, {}, {"t"}}, wide));
             EXPECT_EQ(column_count(wire->stmt), f.columns);
             EXPECT_EQ(is_busy(), f.occupies);
-            switch (turn++ % 4) {
+            switch (turn++ % 3) {
             case 0:
                 fetch_all(wire->stmt);
                 break;
             case 1:
                 SQLFreeStmt(wire->stmt, SQL_CLOSE);
                 break;
-            case 2:  // the statement itself is closed by its next call
+            default:  // the statement itself is closed by its next call
                 EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
-                break;
-            default:
-                EXPECT_STMT(SQL_SUCCESS, wire->stmt, types());
             }
             EXPECT_FALSE(is_busy());
         }

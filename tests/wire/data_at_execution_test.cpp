@@ -1,9 +1,10 @@
 // Values that come at execution, by what reaches the server: nothing during the pause, and then one
 // request with the joined chunks.
+#include <tuple>
+
 #include "tests/wire/parameter_support.h"
 
 static constexpr char INSERT_FOUR[] = "insert into t (a, b, c, d) values (?, ?, ?, ?)";
-static const bytes refusal = "08S01 Communication link failure: ";
 static constexpr char SELECT_ONE[] = "select a from t where k = ?";
 
 static void put(SQLHSTMT stmt, const bytes &chunk)
@@ -46,8 +47,6 @@ static bytes one_text(std::string_view text)
     return counted({wire_bytes(bytes(text))});
 }
 
-// ---- Sequences ----------------------------------------------------------------------------------
-
 TEST(data_at_execution_requests, values_are_asked_for_in_order_and_sent_in_one_request)
 {
     for (const bool prepared : {false, true}) {
@@ -69,42 +68,30 @@ TEST(data_at_execution_requests, values_are_asked_for_in_order_and_sent_in_one_r
         number = 6;  // read when the request is built
         expect_asked(wire->stmt, nullptr);
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLPutData(wire->stmt, nullptr, SQL_NULL_DATA));
-        expect_values(wire.get(), prepared, INSERT_FOUR,
-                      counted({wire_bytes("one chunk"), int_value(6), wire_bytes(large),
-                               wire_bytes(std::nullopt)}));
+        const std::vector<bytes> values = {wire_bytes("one chunk"), int_value(6), wire_bytes(large),
+                                           wire_bytes(std::nullopt)};
+        expect_values(wire.get(), prepared, INSERT_FOUR, counted(values));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
     }
 }
 
 // The code and the records of the last SQLParamData are those of the execution.
-TEST(data_at_execution_requests, failures_surface_at_the_end)
+TEST(data_at_execution_requests, outcome_surfaces_at_the_end)
 {
-    // clang-format off
-    const struct { const char *chunk; node_frame reply; SQLRETURN code; bytes record; } cases[] = {
-        {"1", with_warnings(void_frame(), {"slow"}), SQL_SUCCESS_WITH_INFO, "01000 slow"},
-        {"1", error_frame(0x2200, "no table"), SQL_ERROR, refusal + "error code 8704 'no table'"},
-        {"1", no_answer(), SQL_ERROR, refusal + "failed to return packet"},
-        {"one", {}, SQL_ERROR, "22018 Invalid character value for cast specification"},
-    };
-    // clang-format on
-    for (const bool prepared : {false, true}) {
-        for (const auto &c : cases) {
-            SCOPED_TRACE(c.record);
+    const std::tuple<node_frame, SQLRETURN, bytes> cases[] = {
+        {with_warnings(void_frame(), {"slow"}), SQL_SUCCESS_WITH_INFO, "01000 slow"},
+        {error_frame(0x2200, "no table"), SQL_ERROR, link_failure + "error code 8704 'no table'"},
+        {no_answer(), SQL_ERROR, link_failure + "failed to return packet"}};
+    for (const auto &[reply, code, record] : cases)
+        for (const bool prepared : {false, true}) {
             const wire_ptr wire = wire_logged_on();
-            SQLLEN at_exec = SQL_DATA_AT_EXEC;
-            bind(wire->stmt, 1, SQL_C_CHAR, SQL_INTEGER, nullptr, &at_exec);
-            run_to_pause(wire.get(), prepared, INSERT_ONE);
-            expect_asked(wire->stmt, nullptr);
-            put(wire->stmt, c.chunk);
-            if (c.chunk[1] == '\0')
-                expect_values(wire.get(), prepared, INSERT_ONE, counted({int_value(1)}), c.reply);
-            EXPECT_STMT(c.code, wire->stmt, SQLParamData(wire->stmt, nullptr));
-            EXPECT_EQ(stmt_records(wire->stmt), record_list{c.record});
+            SQLLEN at_exec;
+            run_to_chunk(wire.get(), prepared, INSERT_ONE, &at_exec, "x");
+            expect_values(wire.get(), prepared, INSERT_ONE, one_text("x"), reply);
+            EXPECT_STMT(code, wire->stmt, SQLParamData(wire->stmt, nullptr));
+            EXPECT_EQ(stmt_records(wire->stmt), record_list{record});
         }
-    }
 }
-
-// ---- Again --------------------------------------------------------------------------------------
 
 // Only the first execution pauses: the next one finds the chunks of the first and sends them at
 // once, or an empty value for a new binding, and a new SQLPrepare does not bring the pause back:
@@ -143,12 +130,12 @@ TEST(data_at_execution_requests, pause_of_a_later_execution_sends_the_sets_from_
     const wire_ptr wire = wire_logged_on();
     const auto sets = bind_sets(wire->stmt, "abc");
     sets->lengths[1] = SQL_DATA_AT_EXEC;
-    SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, number_value(1), 0);
+    SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(1), 0);
     prepare_now(wire.get(), INSERT_TWO);
     expect_values(wire.get(), true, INSERT_TWO, sets->values[0]);
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
 
-    SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, number_value(3), 0);
+    SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(3), 0);
     EXPECT_STMT(SQL_NEED_DATA, wire->stmt, SQLExecute(wire->stmt));
     expect_asked(wire->stmt, sets->texts.data());
     put(wire->stmt, "late");
@@ -179,8 +166,6 @@ TEST(data_at_execution_requests, arrays_take_the_value_in_each_set_that_asks)
     }
 }
 
-// ---- In the pause -------------------------------------------------------------------------------
-
 // This road keeps no text for further pages: the request for one has none, and the server's refusal
 // stands behind the fetch that asked. Asking for the columns in the pause prepares the text: the
 // execution goes on as a direct one, its further pages as those of the prepared one.
@@ -192,10 +177,10 @@ TEST(data_at_execution_requests, direct_select_has_one_page_unless_its_columns_w
         SQLLEN at_exec;
         run_to_chunk(wire.get(), false, SELECT_ONE, &at_exec, "k");
         if (asked) {
-            const node_columns columns = {{"a", type_of(NODE_VARCHAR)}};
-            expect_prepare(wire->node.get(), SELECT_ONE, {prepared_frame("ID", {}, columns)});
-            EXPECT_EQ(column_count(wire->stmt), 1);
-            EXPECT_EQ(column_count(wire->stmt), 1);  // not prepared twice
+            expect_prepare(wire->node.get(), SELECT_ONE,
+                           {prepared_frame("ID", {}, {{"a", type_of(NODE_VARCHAR)}})});
+            for (int i = 0; i < 2; i++)  // prepared once
+                EXPECT_EQ(column_count(wire->stmt), 1);
         }
         expect_values(wire.get(), false, SELECT_ONE, values, text_page("x", "more"));
         expect_values(wire.get(), asked, "", values,
@@ -206,27 +191,21 @@ TEST(data_at_execution_requests, direct_select_has_one_page_unless_its_columns_w
         record_list seen = stmt_records(wire->stmt);
         if (asked)
             seen.push_back(cell_text(wire->stmt, 1));
-        EXPECT_EQ(seen, record_list{asked ? "y" : refusal + "error code 8192 'no text'"});
+        EXPECT_EQ(seen, record_list{asked ? "y" : link_failure + "error code 8192 'no text'"});
         EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
     }
 }
 
-// A pause may be left by any other statement; nothing of it is sent.
+// A pause may be left by any other statement; nothing of it is sent, and the parameter that was
+// being served is gone.
 TEST(data_at_execution_requests, pause_is_left_by_the_next_statement)
 {
-    const wire_ptr wire = wire_logged_on();
-    SQLLEN at_exec;
     for (const bool prepared : {false, true}) {
-        run_to_chunk(wire.get(), false, INSERT_ONE, &at_exec, "lost");
+        const wire_ptr wire = wire_logged_on();
+        SQLLEN at_exec;
+        run_to_chunk(wire.get(), prepared, INSERT_ONE, &at_exec, "lost");
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS));
-        if (prepared) {
-            prepare_now(wire.get(), "q");
-            expect_execute(wire->node.get(), "ID", {void_frame()});
-        } else {
-            expect_query(wire->node.get(), "q", {void_frame()});
-        }
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire.get(), prepared, "q"));
-        // The parameter that was being served is gone.
+        run_query(wire, "q", void_frame());
         EXPECT_STMT(SQL_ERROR, wire->stmt, SQLPutData(wire->stmt, &at_exec, 1));
         EXPECT_EQ(stmt_records(wire->stmt), record_list{"HY010 Function sequence error"});
     }

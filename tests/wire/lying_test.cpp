@@ -19,9 +19,9 @@ static node_frame mixed_rows()
                               {std::nullopt, "", map, decimal, wire_bytes(pattern(16))}});
 }
 
-static const std::vector<std::string> mixed_texts = {
-    "1|text one|0000000100000004000000010000000178|1.50|NULL",
-    "NULL||0000000100000004000000010000000178|1.50|" + to_hex(wire_bytes(pattern(16)))};
+static const row_list mixed_texts = {"1|text one|0000000100000004000000010000000178|1.50|NULL",
+                                     "NULL||0000000100000004000000010000000178|1.50|" +
+                                         to_hex(wire_bytes(pattern(16)))};
 
 static node_frame result_of(const bytes &body)
 {
@@ -64,9 +64,9 @@ TEST(lies, short_body_ends_the_result)
         SCOPED_TRACE(length);
         expect_query(wire->node.get(), "q", {result_of(whole.substr(0, length))});
         exec(wire->stmt, "q");
-        const std::vector<std::string> rows = fetch_all(wire->stmt);
+        const row_list rows = fetch_all(wire->stmt);
         if (length >= whole.size() - second_row) {
-            EXPECT_EQ(rows, (std::vector<std::string>{mixed_texts[0], "SQL_ERROR: " + bad_end}));
+            EXPECT_EQ(rows, (row_list{mixed_texts[0], "SQL_ERROR: " + bad_end}));
         }
         EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
         expect_in_step(wire);
@@ -111,7 +111,7 @@ TEST(lies, counts_and_lengths_beyond_the_body)
         const char *what;
         node_frame reply;
         SQLRETURN code;  // of the execution
-        std::vector<std::string> rows;
+        row_list rows;
     } cases[] = {
         {"negative columns", rows_frame(one, row, {.column_count = -1}), SQL_ERROR, {}},
         {"too many columns", rows_frame(one, row, {.column_count = 65536}), SQL_ERROR, {}},

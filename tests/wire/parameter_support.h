@@ -8,12 +8,6 @@
 
 inline constexpr char INSERT_ONE[] = "insert into t (a) values (?)";
 inline constexpr char INSERT_TWO[] = "insert into t (a, b) values (?, ?)";
-inline constexpr char SELECT_TWO[] = "select a from t where k = ? and n > ?";
-
-inline SQLPOINTER number_value(SQLULEN value)
-{
-    return reinterpret_cast<SQLPOINTER>(value);
-}
 
 inline node_frame text_page(const bytes &text, const bytes &paging_state = {})
 {
@@ -89,7 +83,7 @@ inline std::unique_ptr<parameter_sets> bind_sets(SQLHSTMT stmt, const bytes &tex
     }
     bind(stmt, 1, SQL_C_SLONG, SQL_INTEGER, sets->numbers.data());
     bind(stmt, 2, SQL_C_CHAR, text_type, sets->texts.data(), sets->lengths.data(), 1);
-    SQLSetStmtAttr(stmt, SQL_ATTR_PARAMSET_SIZE, number_value(texts.size()), 0);
+    SQLSetStmtAttr(stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(texts.size()), 0);
     SQLSetStmtAttr(stmt, SQL_ATTR_PARAMS_PROCESSED_PTR, &sets->processed, 0);
     SQLSetStmtAttr(stmt, SQL_ATTR_PARAM_STATUS_PTR, sets->status.data(), 0);
     return sets;

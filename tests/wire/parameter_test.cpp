@@ -1,47 +1,10 @@
 // Parameters by what reaches the server: values in QUERY and EXECUTE frames, their repetition for
 // further pages, arrays of parameter sets, and failures that must send nothing.
+#include <tuple>
+
 #include "tests/wire/parameter_support.h"
 
-// The markers that the driver counts decide, not the bindings and not the server's columns.
-TEST(parameters, values_go_into_the_frame_in_order)
-{
-    // clang-format off
-    const struct { app_value from; SQLSMALLINT sql_type; bytes value; } cases[] = {
-        {-4, SQL_INTEGER, be32(0xFFFFFFFC)}, {"caf\xC3\xA9", SQL_VARCHAR, "caf\xC3\xA9"},
-        {u"\u00E9x", SQL_WVARCHAR, "\xC3\xA9x"}, {"", SQL_VARCHAR, ""},
-        {{SQL_C_BINARY, {"\0\xFF\0", 3}}, SQL_VARBINARY, {"\0\xFF\0", 3}}, {7, SQL_INTEGER, ""}};
-    // clang-format on
-    const bytes sql = "insert into t values (?, ?, ?, '?', ?, ?)";
-    for (const bool lz4 : {false, true}) {
-        const wire_ptr wire = wire_logged_on({.lz4 = lz4});
-        std::vector<exact_block> memory;
-        std::vector<bytes> values;
-        SQLLEN lengths[6];
-        for (std::size_t i = 0; const auto &c : cases) {
-            memory.emplace_back(c.from.memory);
-            lengths[i] = static_cast<SQLLEN>(c.from.memory.size());
-            values.push_back(wire_bytes(c.value));
-            bind(wire->stmt, static_cast<SQLUSMALLINT>(i + 1), c.from.c_type, c.sql_type,
-                 memory.back().at, &lengths[i]);
-            i++;
-        }
-        values.pop_back();
-        expect_values(wire.get(), false, sql, counted(values));
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, sql));
-        prepare_now(wire.get(), sql);
-        SQLSMALLINT markers = 0;
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLNumParams(wire->stmt, &markers));
-        EXPECT_EQ(markers, 5);
-        for (int i = 0; i < 2; i++) {
-            expect_values(wire.get(), true, sql, counted(values));
-            EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
-        }
-        expect_query(wire->node.get(), "select a from t", {text_page("x")});
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "select a from t"));
-    }
-}
-
-// ---- Arrays -------------------------------------------------------------------------------------
+static constexpr char SELECT_TWO[] = "select a from t where k = ? and n > ? -- why?";
 
 // Rows are those of the last set. Further pages carry its values, whatever became of the buffers
 // meanwhile.
@@ -52,6 +15,9 @@ TEST(parameter_arrays, further_pages_repeat_the_values_of_the_last_set)
         const auto sets = bind_sets(wire->stmt, "ab");
         if (prepared) {
             prepare_now(wire.get(), SELECT_TWO);
+            SQLSMALLINT markers = 0;
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLNumParams(wire->stmt, &markers));
+            EXPECT_EQ(markers, 2);
             expect_values(wire.get(), true, SELECT_TWO, sets->values[0], text_page("0", "p0"));
         }
         const bytes &last = sets->values[1];
@@ -77,12 +43,12 @@ TEST(parameter_arrays, refused_sets_do_not_stop_the_others)
 {
     const node_frame good = void_frame(), warned = with_warnings(void_frame(), {"slow"});
     const auto refused = [](const char *text) { return error_frame(0x2200, text); };
-    const bytes link = "08S01 Communication link failure: ", failure = link + "error code 8704 ";
+    const bytes failure = link_failure + "error code 8704 ";
     // Each case is a second execution, which does not count the first one's sets again.
     const std::vector<node_frame> earlier(3, refused("earlier"));
     // clang-format off
-    const struct { std::vector<node_frame> replies; SQLRETURN code;
-                   std::vector<SQLUSMALLINT> status; record_list records; } cases[] = {
+    const std::tuple<std::vector<node_frame>, SQLRETURN, std::vector<SQLUSMALLINT>, record_list>
+        cases[] = {
         {{good, good, good}, SQL_SUCCESS, {0, 0, 0}, {}},
         {{good, refused("b"), good}, SQL_SUCCESS_WITH_INFO, {0, 5, 0}, {failure + "'b'"}},
         {{good, warned, good}, SQL_SUCCESS_WITH_INFO, {0, 6, 0}, {"01000 slow"}},
@@ -92,29 +58,28 @@ TEST(parameter_arrays, refused_sets_do_not_stop_the_others)
             {failure + "'a'", failure + "'b'", failure + "'c'"}},
         // A server that goes in the middle fails each set that is left, once.
         {{good, no_answer(RESET)}, SQL_SUCCESS_WITH_INFO, {0, 5, 5},
-            {link + "failed to return packet", link + "failed to send packet"}},
-    };
+            {link_failure + "failed to return packet", link_failure + "failed to send packet"}}};
     // clang-format on
-    for (const auto &c : cases) {
-        SCOPED_TRACE(&c - cases);
+    for (const auto &[replies, wanted, status, found] : cases) {
+        SCOPED_TRACE(testing::PrintToString(found));
         const wire_ptr wire = wire_logged_on();
         const auto sets = bind_sets(wire->stmt, "abc");
         prepare_now(wire.get(), INSERT_TWO);
         SQLRETURN code = SQL_SUCCESS;
-        for (const std::vector<node_frame> &replies : {earlier, c.replies}) {
-            for (std::size_t i = 0; i < replies.size(); i++)
-                expect_values(wire.get(), true, INSERT_TWO, sets->values[i], replies[i]);
+        for (const std::vector<node_frame> &run : {earlier, replies}) {
+            for (std::size_t i = 0; i < run.size(); i++)
+                expect_values(wire.get(), true, INSERT_TWO, sets->values[i], run[i]);
             code = SQLExecute(wire->stmt);
         }
-        EXPECT_STMT(c.code, wire->stmt, code);
-        EXPECT_EQ(stmt_records(wire->stmt), c.records);
+        EXPECT_STMT(wanted, wire->stmt, code);
+        EXPECT_EQ(stmt_records(wire->stmt), found);
         EXPECT_EQ(sets->processed, 3u);
-        EXPECT_EQ(sets->status, c.status);
+        EXPECT_EQ(sets->status, status);
     }
 }
 
-// The operation array: 0 and what has no meaning run, 1 and the row operations 2, 3 and 5 do not.
-// A direct execution builds the others and sends the last one alone, and calls all of them good.
+// 0 and what has no meaning run, 1 and the row operations 2, 3 and 5 do not. A direct execution
+// builds the others and sends the last one alone, and calls all of them good.
 TEST(parameter_arrays, operation_array_leaves_sets_out)
 {
     std::vector<SQLUSMALLINT> operation = {1, 0, 2, 3, 4, 5, SQL_PARAM_PROCEED};
@@ -143,38 +108,34 @@ TEST(parameter_arrays, operation_array_leaves_sets_out)
     }
 }
 
-// ---- Failures -----------------------------------------------------------------------------------
-
 // What fails before a frame is whole leaves no byte of it on the wire, and the statement goes on.
 // Sets before one that cannot be encoded have run; those behind it are not tried.
 TEST(parameter_failures, nothing_is_sent_and_the_statement_goes_on)
 {
     // `length` is that of the second text, which is no number.
     // clang-format off
-    const struct { bool bound; SQLLEN length; const char *record;
-                   std::vector<SQLUSMALLINT> status; } cases[] = {
+    const std::tuple<bool, SQLLEN, bytes, std::vector<SQLUSMALLINT>> cases[] = {
         {false, 1, "07002 COUNT field incorrect", {untouched, untouched, untouched}},
         {true, 1, "22018 Invalid character value for cast specification", {0, 5, untouched}},
-        {true, -50, "HY090 Invalid string or buffer length", {0, 5, untouched}},
-    };
+        {true, -50, "HY090 Invalid string or buffer length", {0, 5, untouched}}};
     // clang-format on
     for (const bool prepared : {false, true}) {
-        for (const auto &c : cases) {
-            SCOPED_TRACE(c.record);
+        for (const auto &[bound, length, record, status] : cases) {
+            SCOPED_TRACE(record);
             const wire_ptr wire = wire_logged_on();
             const auto sets = bind_sets(wire->stmt, "1x3", SQL_INTEGER);
-            sets->lengths[1] = c.length;
-            if (!c.bound)
+            sets->lengths[1] = length;
+            if (!bound)
                 SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS);
             if (prepared)
                 prepare_now(wire.get(), INSERT_TWO);
-            if (prepared && c.bound)
+            if (prepared && bound)
                 expect_values(wire.get(), true, INSERT_TWO,
                               counted({int_value(sets->numbers[0]), int_value(1)}));
             EXPECT_STMT(SQL_ERROR, wire->stmt, execute(wire.get(), prepared, INSERT_TWO));
-            EXPECT_EQ(stmt_records(wire->stmt), record_list{c.record});
-            EXPECT_EQ(sets->processed, c.bound ? 2 : unknown_count);
-            EXPECT_EQ(sets->status, c.status);
+            EXPECT_EQ(stmt_records(wire->stmt), record_list{record});
+            EXPECT_EQ(sets->processed, bound ? 2 : unknown_count);
+            EXPECT_EQ(sets->status, status);
 
             const auto good = bind_sets(wire->stmt, "x");
             expect_values(wire.get(), prepared, INSERT_TWO, good->values[0]);

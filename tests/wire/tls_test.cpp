@@ -30,8 +30,7 @@ static record_list tls_records(SQLHDBC conn)
         const std::string told = ssl_error + " 'error:";
         SQLINTEGER wanted = 0;
         if (list[i].starts_with(told)) {
-            wanted =
-                static_cast<SQLINTEGER>(std::stoul(list[i].substr(told.size(), 8), nullptr, 16));
+            wanted = SQLINTEGER(std::stoul(list[i].substr(told.size(), 8), nullptr, 16));
             list[i] = ssl_error;
         }
         EXPECT_EQ(native, wanted) << list[i];
@@ -43,11 +42,9 @@ static record_list tls_records(SQLHDBC conn)
 static record_list attempt(const wire_ptr &wire, const std::string &settings)
 {
     node_answer_rest(wire->node.get(), [](const node_request &request) {
-        const bool options = request.opcode == NODE_OPTIONS;
-        const bool startup = request.opcode == NODE_STARTUP;
-        return std::vector{options   ? stock_supported(false)
-                           : startup ? ready_frame()
-                                     : void_frame()};
+        return std::vector{request.opcode == NODE_OPTIONS   ? stock_supported(false)
+                           : request.opcode == NODE_STARTUP ? ready_frame()
+                                                            : void_frame()};
     });
     const SQLRETURN code = wire_connect(wire.get(), "Encrypt=yes;" + settings);
     const record_list list = tls_records(wire->conn);
@@ -61,12 +58,6 @@ static record_list attempt(const wire_ptr &wire, const std::string &settings)
     return list;
 }
 
-static std::string content_of(const std::string &path)
-{
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // ---- The server's certificate ------------------------------------------------------------------
 
 TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
@@ -76,12 +67,12 @@ TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
     const certificate middle = make_certificate(
         {.subject = "middle", .extensions = {{"basicConstraints", "CA:TRUE"}}}, &root);
     const certificate no_ca = make_certificate({.subject = "no ca"}, &ca);
-    const certificate no_signer = make_certificate(
-        {.subject = "no signer",
-         .extensions = {{"basicConstraints", "CA:TRUE"}, {"keyUsage", "digitalSignature"}}},
-        &ca);
     const certificate false_ca = make_ca("test CA", KEY_TWO);
     const certificate good = make_certificate({}, &ca);
+    const auto by_ca = [&](const certificate_options &options) {
+        return tls_of(make_certificate(options, &ca));
+    };
+    const char *no_issuer = "unable to get local issuer certificate";
     const struct {
         const char *what;
         node_tls server;
@@ -89,29 +80,25 @@ TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
         std::string fault;  // empty: none
         bool forgiven = true;
     } cases[] = {
+        // clang-format off
         {"good", tls_of(good), ca.pem, ""},
-        {"no anchor", tls_of(good), "", "unable to get local issuer certificate"},
-        {"its CA sent along", tls_of(good, ca.pem), "", "unable to get local issuer certificate"},
+        {"no anchor, its CA sent along", tls_of(good, ca.pem), "", no_issuer},
         {"self-signed", tls_of(make_certificate({})), ca.pem, "self signed certificate"},
-        {"expired", tls_of(make_certificate({.first_day = -9, .last_day = -2}, &ca)), ca.pem,
-         "certificate has expired"},
-        {"future", tls_of(make_certificate({.first_day = 2}, &ca)), ca.pem,
-         "certificate is not yet valid"},
-        {"a client's",
-         tls_of(make_certificate({.extensions = {{"extendedKeyUsage", "clientAuth"}}}, &ca)),
-         ca.pem, "unsupported certificate purpose"},
+        {"expired", by_ca({.first_day = -9, .last_day = -2}), ca.pem, "certificate has expired"},
+        {"future", by_ca({.first_day = 2}), ca.pem, "certificate is not yet valid"},
+        {"a client's", by_ca({.extensions = {{"extendedKeyUsage", "clientAuth"}}}), ca.pem,
+         "unsupported certificate purpose"},
         {"signed by another key", tls_of(make_certificate({}, &false_ca)), ca.pem,
          "certificate signature failure"},
         {"issuer is no CA", tls_of(make_certificate({}, &no_ca), no_ca.pem), ca.pem,
-         "invalid CA certificate"},
-        {"issuer may not sign", tls_of(make_certificate({}, &no_signer), no_signer.pem), ca.pem,
          "invalid CA certificate"},
         {"long chain", tls_of(make_certificate({}, &middle), middle.pem), root.pem,
          "path length constraint exceeded"},
         {"half a chain", tls_of(make_certificate({}, &middle)), middle.pem,
          "unable to get issuer certificate"},
-        {"small key", tls_of(make_certificate({.key = KEY_SMALL}, &ca)), ca.pem,
+        {"small key", by_ca({.key = KEY_SMALL}), ca.pem,
          "SSL connection failed, verify cert returned 66", false},
+        // clang-format on
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.what);
@@ -126,12 +113,14 @@ TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
                                      c.fault};
         EXPECT_EQ(attempt(wire, settings), c.fault.empty() ? record_list() : refusal);
         EXPECT_EQ(attempt(wire, settings + ";TrustServerCertificate=yes"),
-                  c.fault.empty() || c.forgiven ? record_list() : refusal);
-        const std::string logged = content_of(log);
-        EXPECT_EQ(logged.find("SSL using cypher 'ECDHE-RSA-AES256-GCM-SHA384") != std::string::npos,
-                  c.fault.empty() || c.forgiven);
-        EXPECT_EQ(logged.find("Connection was encrypted but " + c.fault + "\n") !=
-                      std::string::npos,
+                  c.forgiven ? record_list() : refusal);
+        std::ifstream file(log);
+        const std::string logged(std::istreambuf_iterator<char>(file), {});
+        const auto tells = [&](const std::string &text) {
+            return logged.find(text) < logged.size();
+        };
+        EXPECT_EQ(tells("SSL using cypher 'ECDHE-RSA-AES256-GCM-SHA384"), c.forgiven);
+        EXPECT_EQ(tells("Connection was encrypted but " + c.fault + "\n"),
                   !c.fault.empty() && c.forgiven);
     }
 }
@@ -194,35 +183,27 @@ TEST(tls_client, certificate_and_key_are_shown_to_a_server_that_demands_them)
                            ssl_error};
     };
     const struct {
-        std::string certificate, key;
+        std::string settings;
         record_list records;
     } cases[] = {
-        {pem, key, {}},
-        {"", "", refused},
-        {pem, "", refused},
-        {"", key, refused},
-        {pem, other, refused},
-        {pem, locked, failed("Private Key", locked)},
-        {pem, none, failed("Private Key", none)},
-        {none, key, failed("Public Key", none)},
-        {key, key, failed("Public Key", key)},
-        {pem, pem, failed("Private Key", pem)},
+        {";PublicKeyFile=" + pem + ";PrivateKeyFile=" + key, {}},
+        {"", refused},
+        {";PublicKeyFile=" + pem, refused},
+        {";PrivateKeyFile=" + key, refused},
+        {";PublicKeyFile=" + pem + ";PrivateKeyFile=" + other, refused},
+        {";PublicKeyFile=" + pem + ";PrivateKeyFile=" + locked, failed("Private Key", locked)},
+        {";PublicKeyFile=" + none + ";PrivateKeyFile=" + key, failed("Public Key", none)},
+        {";PublicKeyFile=" + key + ";PrivateKeyFile=" + key, failed("Public Key", key)},
     };
     const wire_ptr wire = wire_open();
     node_tls server = tls_of(make_certificate({}, &ca));
     server.client_issuers = ca.pem;
     node_use_tls(wire->node.get(), server);
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.certificate + " " + c.key);
-        std::string settings = "TrustServerCertificate=yes";
-        if (!c.certificate.empty())
-            settings += ";PublicKeyFile=" + c.certificate;
-        if (!c.key.empty())
-            settings += ";PrivateKeyFile=" + c.key;
-        record_list list = attempt(wire, settings);
+        record_list list = attempt(wire, "TrustServerCertificate=yes" + c.settings);
         // OpenSSL may have more than one thing to say.
         list.erase(std::unique(list.begin(), list.end()), list.end());
-        EXPECT_EQ(list, c.records);
+        EXPECT_EQ(list, c.records) << c.settings;
     }
 }
 
@@ -257,11 +238,11 @@ TEST(tls_handshake, broken_off_anywhere_is_told)
 
 // ---- Sessions ----------------------------------------------------------------------------------
 
-static wire_ptr logged_on_by_tls(const node_logon &logon = {})
+static wire_ptr logged_on_by_tls()
 {
     wire_ptr wire = wire_open();
     node_use_tls(wire->node.get(), tls_of(make_certificate({})));
-    expect_logon(wire->node.get(), logon);
+    expect_logon(wire->node.get());
     EXPECT_CONN(SQL_SUCCESS, wire->conn,
                 wire_connect(wire.get(), "Encrypt=yes;TrustServerCertificate=yes"));
     wire->stmt = wire_new_stmt(wire.get());
@@ -270,27 +251,24 @@ static wire_ptr logged_on_by_tls(const node_logon &logon = {})
 
 TEST(tls_session, carries_megabytes_both_ways)
 {
-    for (const bool lz4 : {false, true}) {
-        const wire_ptr wire = logged_on_by_tls({.lz4 = lz4});
-        const std::string blob = to_hex(pattern(3'000'000));
-        node_frame frame = rows_frame({{"b", type_of(NODE_VARCHAR)}}, {{blob}});
-        run_query(wire, "insert " + blob, void_frame());
-        run_query(wire, "select b from t", frame);
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
-        std::string got(blob.size() + 1, '\0');
-        SQLLEN length = 0;
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt,
-                    SQLGetData(wire->stmt, 1, SQL_C_CHAR, got.data(),
-                               static_cast<SQLLEN>(got.size()), &length));
-        got.pop_back();
-        EXPECT_TRUE(got == blob);
-        SQLCloseCursor(wire->stmt);
-        // A record that comes byte by byte.
-        frame = rows_frame({{"b", type_of(NODE_VARCHAR)}}, {{"slow"}, {"row"}});
-        frame.slowly = true;
-        run_query(wire, "slow", frame);
-        EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"slow", "row"}));
-    }
+    const wire_ptr wire = logged_on_by_tls();
+    const std::string blob = to_hex(pattern(3'000'000));
+    node_frame frame = rows_frame({{"b", type_of(NODE_VARCHAR)}}, {{blob}});
+    run_query(wire, "insert " + blob, void_frame());
+    run_query(wire, "select b from t", frame);
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+    std::string got(blob.size() + 1, '\0');
+    SQLLEN length = 0;
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                SQLGetData(wire->stmt, 1, SQL_C_CHAR, got.data(), SQLLEN(got.size()), &length));
+    got.pop_back();
+    EXPECT_TRUE(got == blob);
+    SQLCloseCursor(wire->stmt);
+    // A record that comes byte by byte.
+    frame = rows_frame({{"b", type_of(NODE_VARCHAR)}}, {{"slow"}, {"row"}});
+    frame.slowly = true;
+    run_query(wire, "slow", frame);
+    EXPECT_EQ(fetch_all(wire->stmt), (row_list{"slow", "row"}));
 }
 
 // The end of the stream, in order or not, and then requests into nothing: they must not end the
@@ -335,39 +313,27 @@ static constexpr int rounds = 10;
 static constexpr long pages_allowed = 128;
 #endif
 
-static long resident_pages()
-{
-    long total = 0, resident = 0;
-    std::ifstream("/proc/self/statm") >> total >> resident;
-    return resident;
-}
-
-static std::ptrdiff_t open_descriptors()
-{
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
-
 TEST(tls_session, thousands_come_and_go_without_a_trace)
 {
     const certificate ca = make_ca();
     const node_tls good = tls_of(make_certificate({}, &ca));
     const file_folder folder;
     const std::string anchor = "CertificateFile=" + folder.add("ca.pem", ca.pem);
-    long pages = 0;
-    std::ptrdiff_t descriptors = 0;
+    // Open descriptors and resident pages. After two rounds the heap has settled.
+    std::vector<std::pair<std::ptrdiff_t, long>> held;
     for (int round = 0; round < rounds; round++) {
-        const wire_ptr wire = wire_open();
+        wire_ptr wire = wire_open();
         node_use_tls(wire->node.get(), good);
         for (int i = 0; i < 200; i++)
             ASSERT_EQ(attempt(wire, anchor), record_list());
-        if (round == 1) {
-            pages = resident_pages();
-            descriptors = open_descriptors();
-        }
+        wire.reset();
+        long total = 0, resident = 0;
+        std::ifstream("/proc/self/statm") >> total >> resident;
+        held.emplace_back(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}),
+                          resident);
     }
-    // After two rounds the heap has settled. The handles of round 1 were still open.
-    EXPECT_LE(open_descriptors(), descriptors);
-    EXPECT_LE(resident_pages() - pages, pages_allowed);
+    EXPECT_LE(held.back().first, held[1].first);
+    EXPECT_LE(held.back().second - held[1].second, pages_allowed);
 }
 
 // One environment's context serves threads that load anchors and threads that verify.

@@ -1,17 +1,12 @@
-// What the wire tests share: a scripted server with the built library's handles on it, return codes
-// that explain themselves, and results as text.
+// What the wire tests share: a scripted server with the built library's handles on it.
 //
 //     const wire_ptr wire = wire_logged_on();
 //     run_query(wire, "select a from t", rows_frame(...));
-//     EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"1|x", "2|y"}));
+//     EXPECT_EQ(fetch_all(wire->stmt), (row_list{"1|x", "2|y"}));
 #ifndef TESTS_WIRE_WIRE_SUPPORT_H
 #define TESTS_WIRE_WIRE_SUPPORT_H
 
-#include <gtest/gtest.h>
-#include <sql.h>
-#include <sqlext.h>
-#include <sqlucode.h>
-
+#include "tests/handle_calls.h"
 #include "tests/node/node.h"
 
 struct wire_session {
@@ -36,31 +31,12 @@ SQLRETURN wire_driver_connect(SQLHDBC conn, const std::string &settings,
 wire_ptr wire_logged_on(const node_logon &logon = {}, const std::string &more = {});
 SQLHSTMT wire_new_stmt(const wire_session *wire);
 
-SQLRETURN exec(SQLHSTMT stmt, const std::string &sql);
-SQLRETURN prepare(SQLHSTMT stmt, const std::string &sql);
 // Executes `sql` on the first statement: one QUERY frame, this reply, this code.
 void run_query(const wire_ptr &wire, const std::string &sql, const node_frame &reply,
                SQLRETURN wanted = SQL_SUCCESS);
 
-// Records of a handle, such as "08S01 Communication link failure: failed to send packet": the state
-// and the message behind the driver's prefix.
-using record_list = std::vector<std::string>;
+// What records begin with.
 inline const std::string general_error = "HY000 General error: ";
 inline const std::string link_failure = "08S01 Communication link failure: ";
-record_list conn_records(SQLHDBC conn);
-record_list stmt_records(SQLHSTMT stmt);
-
-::testing::AssertionResult code_is(SQLRETURN wanted, SQLRETURN got, SQLSMALLINT type,
-                                   SQLHANDLE handle, const char *call);
-#define EXPECT_STMT(wanted, stmt, call)                                                            \
-    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_STMT, stmt, #call))
-#define EXPECT_CONN(wanted, conn, call)                                                            \
-    EXPECT_TRUE(code_is(wanted, call, SQL_HANDLE_DBC, conn, #call))
-
-int column_count(SQLHSTMT stmt);
-// The cell as SQL_C_CHAR; "NULL", or "<ERROR: record>" for another code than success.
-std::string cell_text(SQLHSTMT stmt, int column);
-// Rows until the fetch ends, their cells joined by "|", and how it ended when not with SQL_NO_DATA.
-std::vector<std::string> fetch_all(SQLHSTMT stmt);
 
 #endif
