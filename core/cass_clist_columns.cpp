@@ -19,15 +19,20 @@ static constexpr char log_source[] = "cass_clist.c";
 constexpr int COLUMN_TEXT_SIZE = 129;
 constexpr int KIND_SIZE = 64;
 
+static void free_column(cass_column_entry *column)
+{
+    std::free(column->name);
+    std::free(column->type_name);
+    std::free(column);
+}
+
 void cass_free_tables(cass_table_entry *tables)
 {
     while (tables != nullptr) {
         while (tables->columns != nullptr) {
             cass_column_entry *column = tables->columns;
             tables->columns = column->next;
-            std::free(column->name);
-            std::free(column->type_name);
-            std::free(column);
+            free_column(column);
         }
         cass_table_entry *next = tables->next;
         std::free(tables->keyspace);
@@ -211,8 +216,11 @@ static void add_column(table_parse *parse)
     column->name = strdup(parse->word.c_str());
     column->type_name = strdup(parse->type_name.c_str());
     column->is_key = parse->is_key;
-    if (column->type_name != nullptr)
-        cass_catalog_type(parse->conn, column);
+    if (column->name == nullptr || column->type_name == nullptr) {
+        free_column(column);  // out of memory: the column is left out
+        return;
+    }
+    cass_catalog_type(parse->conn, column);
     link_column(parse->entry, column);
 }
 
@@ -220,7 +228,7 @@ static void mark_key(table_parse *parse)
 {
     for (cass_column_entry *column = parse->entry->columns; column != nullptr;
          column = column->next) {
-        if (column->name == nullptr || parse->word != column->name)
+        if (parse->word != column->name)
             continue;
         column->is_key = 1;
         column->key_seq = parse->key_seq;
