@@ -5,7 +5,7 @@
 
 #include <openssl/err.h>
 #include <poll.h>
-#include <signal.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -70,6 +70,42 @@ static SSL_CTX *new_context(const SSL_METHOD *method)
     return ctx;
 }
 
+// A read of the session may write too, an alert: no call of OpenSSL may reach a write to a socket
+// that could raise SIGPIPE.
+static int write_quietly(BIO *bio, const char *bytes, int count)
+{
+    int socket = -1;
+    BIO_get_fd(bio, &socket);
+    const auto sent =
+        static_cast<int>(send(socket, bytes, static_cast<std::size_t>(count), MSG_NOSIGNAL));
+    BIO_clear_retry_flags(bio);
+    if (sent <= 0 && BIO_sock_should_retry(sent))
+        BIO_set_retry_write(bio);
+    return sent;
+}
+
+// OpenSSL's own socket BIO but for its writes. Null when memory runs out.
+static BIO_METHOD *new_socket_method()
+{
+    const BIO_METHOD *plain = BIO_s_socket();
+    BIO_METHOD *method = BIO_meth_new(BIO_TYPE_SOCKET, "socket without SIGPIPE");
+    if (method == nullptr)
+        return nullptr;
+    BIO_meth_set_write(method, write_quietly);
+    BIO_meth_set_read(method, BIO_meth_get_read(plain));
+    BIO_meth_set_ctrl(method, BIO_meth_get_ctrl(plain));
+    BIO_meth_set_create(method, BIO_meth_get_create(plain));
+    BIO_meth_set_destroy(method, BIO_meth_get_destroy(plain));
+    return method;
+}
+
+static void free_context(cass_ssl_context *shared)
+{
+    SSL_CTX_free(shared->ctx);
+    BIO_meth_free(shared->socket_method);
+    std::free(shared);
+}
+
 int cass_ssl_init(cass_env *env)
 {
     OPENSSL_init_ssl(OPENSSL_INIT_LOAD_SSL_STRINGS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
@@ -79,9 +115,10 @@ int cass_ssl_init(cass_env *env)
         return 0;
     shared->method = TLS_client_method();
     shared->ctx = new_context(shared->method);
-    if (shared->ctx == nullptr || pthread_rwlock_init(&shared->anchors_lock, nullptr) != 0) {
-        SSL_CTX_free(shared->ctx);
-        std::free(shared);
+    shared->socket_method = new_socket_method();
+    if (shared->ctx == nullptr || shared->socket_method == nullptr ||
+        pthread_rwlock_init(&shared->anchors_lock, nullptr) != 0) {
+        free_context(shared);
         ERR_clear_error();
         return 0;
     }
@@ -94,9 +131,8 @@ void cass_ssl_term(cass_env *env)
     auto *shared = static_cast<cass_ssl_context *>(env->ssl_shared);
     if (shared == nullptr)
         return;
-    SSL_CTX_free(shared->ctx);
     pthread_rwlock_destroy(&shared->anchors_lock);
-    std::free(shared);
+    free_context(shared);
     env->ssl_shared = nullptr;
 }
 
@@ -346,10 +382,13 @@ static held_info open_session(cass_conn *conn)
     if (shake_hands(conn, shared, info.get(), buffer.get()) != 0 ||
         judge_certificate(conn, info->ssl) != 0)
         return nullptr;
-    if (SSL_set_fd(info->ssl, conn->socket) != 1) {
+    BIO *socket = BIO_new(shared->socket_method);
+    if (socket == nullptr) {
         cass_ssl_refuse(conn, "Required SSL (failed to allocate BIO)");
         return nullptr;
     }
+    BIO_set_fd(socket, conn->socket, BIO_NOCLOSE);
+    SSL_set_bio(info->ssl, socket, socket);
     BIO_free(std::exchange(info->read_bio, nullptr));
     BIO_free(std::exchange(info->write_bio, nullptr));
     return info;
@@ -380,42 +419,6 @@ void cass_ssl_stop(cass_conn *conn)
 
 // ---- Bytes of the session ----------------------------------------------------------------------
 
-// OpenSSL writes to the socket without MSG_NOSIGNAL. SIGPIPE is held back from this thread
-// meanwhile, and one that the call raised is taken away; the application's disposition stays.
-struct held_back {
-    sigset_t mask;
-    bool pending;  // one was waiting already, which is not ours
-};
-
-static sigset_t sigpipe_alone()
-{
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGPIPE);
-    return set;
-}
-
-static held_back hold_back_sigpipe()
-{
-    held_back state = {};
-    const sigset_t sigpipe = sigpipe_alone();
-    sigset_t waiting;
-    pthread_sigmask(SIG_BLOCK, &sigpipe, &state.mask);
-    sigpending(&waiting);
-    state.pending = sigismember(&waiting, SIGPIPE) == 1;
-    return state;
-}
-
-static void let_sigpipe_through(const held_back &state, bool failed)
-{
-    const sigset_t sigpipe = sigpipe_alone();
-    const timespec at_once = {};
-    if (failed && !state.pending)
-        while (sigtimedwait(&sigpipe, nullptr, &at_once) < 0 && errno == EINTR)
-            continue;
-    pthread_sigmask(SIG_SETMASK, &state.mask, nullptr);
-}
-
 // Repeats the call while the session waits for the socket. What the last call gave, with errno as
 // the header says.
 template <typename Call>
@@ -423,12 +426,10 @@ static int transfer(const cass_conn *conn, Call call)
 {
     SSL *ssl = conn->ssl->ssl;
     for (;;) {
-        const held_back signals = hold_back_sigpipe();
         ERR_clear_error();
         errno = 0;
         const int result = call(ssl);
         const int error = errno;
-        let_sigpipe_through(signals, result < 1);
         if (result > 0)
             return result;
         const int status = SSL_get_error(ssl, result);

@@ -16,6 +16,7 @@ constexpr int SSL_FAILED = -6;
 struct cass_ssl_context {
     const SSL_METHOD *method;
     SSL_CTX *ctx;
+    BIO_METHOD *socket_method;  // of a session that stands
     // Over the trust anchors: OpenSSL's store does not bear a new source of anchors beside a
     // verification in another thread.
     pthread_rwlock_t anchors_lock;

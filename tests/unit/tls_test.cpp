@@ -1,8 +1,16 @@
 // TLS where no handshake comes to its end: a context that cannot be made, settings that cannot be
-// used, and peers that speak something else.
+// used, and peers that speak something else. And sessions with a server that means no good.
+#include <openssl/err.h>
 #include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/ssl.h>
 
+#include <functional>
+#include <thread>
+
+#include "core/cass_conn.h"
 #include "core/cass_ssl.h"
+#include "tests/node/certificates.h"
 #include "tests/unit/session_fixture.h"
 
 static const std::string no_connection = "08001|Client unable to establish connection: ";
@@ -89,4 +97,95 @@ TEST(tls_start, peer_that_takes_nothing_is_told)
     close(std::exchange(s.peer, -1));
     EXPECT_EQ(start_records(s), "08S01|Communication link failure: send failed\n" + no_connection +
                                     "SSL Error, conn_write failed\n");
+}
+
+// ---- Sessions ------------------------------------------------------------------------------------
+
+// A server by OpenSSL on the peer's socket. It shakes hands, takes a request of one byte, does its
+// work and hangs up before the driver reads: a write of the driver's then finds nobody.
+static void serve_tls(session &s, const std::function<void(SSL *)> &work)
+{
+    SSL_CTX *ctx = SSL_CTX_new(TLS_server_method());
+    const std::string both = make_certificate({}).pem + key_pem(KEY_ONE);
+    BIO *pem = BIO_new_mem_buf(both.data(), static_cast<int>(both.size()));
+    X509 *own = PEM_read_bio_X509(pem, nullptr, nullptr, nullptr);
+    EVP_PKEY *key = PEM_read_bio_PrivateKey(pem, nullptr, nullptr, nullptr);
+    SSL_CTX_use_certificate(ctx, own);
+    SSL_CTX_use_PrivateKey(ctx, key);
+    SSL *ssl = SSL_new(ctx);
+    SSL_set_fd(ssl, s.peer);
+    char request;
+    if (SSL_accept(ssl) == 1 && SSL_read(ssl, &request, 1) == 1)
+        work(ssl);
+    close(std::exchange(s.peer, -1));
+    SSL_free(ssl);
+    EVP_PKEY_free(key);
+    X509_free(own);
+    BIO_free(pem);
+    SSL_CTX_free(ctx);
+}
+
+static void say_by_tls(SSL *ssl, const std::string &bytes)
+{
+    SSL_write(ssl, bytes.data(), static_cast<int>(bytes.size()));
+}
+
+// A request for a second handshake, which the driver refuses with an alert.
+static void ask_to_renegotiate(SSL *ssl)
+{
+    SSL_renegotiate(ssl);
+    SSL_do_handshake(ssl);
+}
+
+TEST(tls_session, hostile_server_ends_neither_the_process_nor_the_order_of_bytes)
+{
+    const std::string frame = reply(OPCODE_ERROR, be32(1) + str("told")), head = frame.substr(0, 9);
+    const std::string read_failed = "08S01|Communication link failure: read failed\n";
+    const struct {
+        std::function<void(SSL *)> work;
+        std::string told;  // the frame's body, or the records
+    } cases[] = {
+        {[&](SSL *ssl) { say_by_tls(ssl, frame); }, frame.substr(9)},
+        {[&](SSL *ssl) {
+             say_by_tls(ssl, head);
+             ask_to_renegotiate(ssl);
+             say_by_tls(ssl, frame.substr(9));
+         },
+         frame.substr(9)},
+        {[&](SSL *ssl) {
+             for (const char byte : frame) {
+                 ask_to_renegotiate(ssl);
+                 say_by_tls(ssl, {byte});
+             }
+         },
+         frame.substr(9)},
+        {[&](SSL *ssl) {
+             say_by_tls(ssl, head);
+             SSL_shutdown(ssl);
+         },
+         ""},
+        {[&](SSL *ssl) {
+             say_by_tls(ssl, head);
+             send(SSL_get_fd(ssl), frame.data(), frame.size(), 0);
+         },
+         read_failed},
+        {[&](SSL *ssl) {
+             say_by_tls(ssl, head);
+             send(SSL_get_fd(ssl), "\x17\x03\x03\0\x40half", 9, 0);
+         },
+         ""},
+    };
+    for (const auto &[work, told] : cases) {
+        session s;
+        s.conn->trust_server_certificate = 1;
+        std::thread server([&] { serve_tls(s, work); });
+        EXPECT_EQ(cass_ssl_start(s.conn), 0);
+        EXPECT_EQ(conn_write(s.conn, "q", 1), 1);
+        server.join();
+        const held_packet packet(cass_read_packet(s.stmt));
+        EXPECT_EQ(packet == nullptr ? records(&s.conn->head)
+                                    : std::string(packet->body, packet->body + packet->length),
+                  told);
+        EXPECT_EQ(conn_write(s.conn, "x", 1), -1);
+    }
 }
