@@ -7,7 +7,7 @@
 // Opens the first server of a comma-separated list that answers. port 0: the server text's port or
 // 9042. 0 with `socket` open and `server` replaced by a copy of that entry; otherwise the last
 // attempt's negative result with its diagnostics posted on the connection (those of earlier servers
-// are dropped). A socket that is still open is closed first.
+// are dropped). None is open before, and the caller holds exchange_lock.
 int cass_open_servers(cass_conn *conn, const cass_string *servers, std::int32_t port);
 // One entry: host, host:port or host*port (IPv4), host or host*port (IPv6). 0, or -3 with 08001 or
 // HYT00/HYT01 posted.

@@ -359,8 +359,6 @@ static int open_first(cass_conn *conn, cass_string *const *entries, std::int32_t
 
 int cass_open_servers(cass_conn *conn, const cass_string *servers, std::int32_t port)
 {
-    if (conn->socket >= 0)
-        cass_close_socket(conn);
     const held_text list(cass_string_to_utf8(servers));
     if (list == nullptr)
         return no_memory(conn);

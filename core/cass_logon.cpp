@@ -191,7 +191,6 @@ int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length
         std::memcmp(body + 1, PASSWORD_AUTHENTICATOR, AUTHENTICATOR_SIZE) != 0)
         return refuse_authenticator(conn, "unexpected SASL authenticator");
 
-    const held_lock lock(enter_exchange(conn));
     if (send_credentials(conn, cass_send_auth) != 0)
         return -1;
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
@@ -307,7 +306,6 @@ int cass_establish_connection(cass_conn *conn)
     // What an earlier attempt negotiated does not hold for this server.
     conn->lz4_offered = 0;
     conn->compression = COMPRESSION_NONE;
-    const held_lock lock(enter_exchange(conn));
     // "Optional" is as compulsory as "yes".
     if (conn->encrypt != 0 && cass_ssl_start(conn) != 0)
         return -1;
@@ -342,20 +340,11 @@ static int ask_metadata_service(cass_conn *conn)
     cass_free_contact_points(conn);
     if (cass_open_servers(conn, conn->server, conn->metadata_port) != 0)
         return -1;
-    const held_lock lock(enter_exchange(conn));
     int code = cass_ssl_start(conn);
     if (code == 0)
         code = send_credentials(conn, astra_comms);
     cass_logout(conn);
     return code;
-}
-
-// Where to connect and how, as far as the settings leave that to a bundle or to the service.
-static int settle_destination(cass_conn *conn)
-{
-    if (conn->bundle_path != nullptr && cass_read_bundle(conn) != 0)
-        return -1;
-    return conn->astra ? ask_metadata_service(conn) : 0;
 }
 
 int cass_single_connect(cass_conn *conn, [[maybe_unused]] int flag)
@@ -371,7 +360,13 @@ SQLRETURN cass_connect(cass_conn *conn, int flag)
 {
     if (conn->login_timeout == 0 && conn->logon_timeout != 0)
         conn->ms_timeout = conn->logon_timeout;
-    if (settle_destination(conn) != 0)
+    if (conn->bundle_path != nullptr && cass_read_bundle(conn) != 0)
+        return SQL_ERROR;
+    // A caller without a Driver Manager may have a session already.
+    cass_logout(conn);
+    // Another thread's request waits until the session stands: it would go out in clear before.
+    const held_lock lock(enter_exchange(conn));
+    if (conn->astra && ask_metadata_service(conn) != 0)
         return SQL_ERROR;
     int code = cass_single_connect(conn, flag);
     if (code == 0)

@@ -5,9 +5,10 @@
 
 #include "odbc/cass_handles.h"
 
-// From settings to a session. SQL_SUCCESS with `connected` set. SQL_ERROR (-1) with diagnostics. A
-// keyspace that the server refuses gives SQL_SUCCESS_WITH_INFO without a record, the session
-// closed.
+// From settings to a session, in place of one that stands. SQL_SUCCESS with `connected` set.
+// SQL_ERROR (-1) with diagnostics. A keyspace that the server refuses gives SQL_SUCCESS_WITH_INFO
+// without a record, the session closed. Holds exchange_lock, which the callers of the functions
+// below hold, from the first socket on: nobody else sees a socket whose session does not stand.
 SQLRETURN cass_connect(cass_conn *conn, int flag);
 // Opens a socket to the first server that answers. 0, or -1 with a diagnostic.
 int cass_single_connect(cass_conn *conn, int flag);

@@ -58,19 +58,26 @@ TEST(conn_write, sends_all_of_it_whatever_the_socket_takes_at_once)
 
 // ---- Session start ------------------------------------------------------------------------------
 
-TEST(open_servers, gives_a_socket_that_no_child_inherits)
+// A listening socket as the connection's server. Its queue takes one client more than `queue`.
+static int listen_for(const session &s, int queue)
 {
-    session s;
     const int listener = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address = {};
     socklen_t size = sizeof address;
-    listen(listener, 1);
+    listen(listener, queue);
     getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
     s.conn->server = cass_string_from_cstr("127.0.0.1");
-    EXPECT_EQ(cass_open_servers(s.conn, s.conn->server, ntohs(address.sin_port)), 0);
+    s.conn->port = ntohs(address.sin_port);
+    return listener;
+}
+
+TEST(open_servers, gives_a_socket_that_no_child_inherits)
+{
+    session s;
+    cass_close_socket(s.conn);
+    const int listener = listen_for(s, 1);
+    EXPECT_EQ(cass_open_servers(s.conn, s.conn->server, s.conn->port), 0);
     EXPECT_NE(fcntl(s.conn->socket, F_GETFD) & FD_CLOEXEC, 0);
-    char byte;
-    EXPECT_EQ(recv(s.peer, &byte, 1, 0), 0);  // the socket of the session before was closed
     close(listener);
 }
 
@@ -101,4 +108,37 @@ TEST(exchange, statements_of_two_threads_never_read_each_others_replies)
     shutdown(s.conn->socket, SHUT_RDWR);
     peer.join();
     EXPECT_EQ(wrong, 0);
+}
+
+// The connect takes a second, as the server's queue is full. The request comes meanwhile.
+TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)
+{
+    session s;
+    const int listener = listen_for(s, 0);
+    const session first;
+    cass_close_socket(first.conn);
+    EXPECT_EQ(cass_open_servers(first.conn, s.conn->server, s.conn->port), 0);
+    s.conn->encrypt = 1;
+    std::string got;
+    std::thread peer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        close(accept(listener, nullptr, nullptr));
+        close(std::exchange(s.peer, accept(listener, nullptr, nullptr)));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        got = heard(s);
+        shutdown(s.peer, SHUT_RDWR);
+    });
+    std::thread statement([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        const held_packet packet(packet_of(s.stmt, OPCODE_QUERY, "secret"));
+        EXPECT_EQ(send_and_execute(s.stmt, packet.get()), -1);
+    });
+    EXPECT_EQ(cass_connect(s.conn, 0), SQL_ERROR);
+    peer.join();
+    statement.join();
+    close(listener);
+    EXPECT_EQ(got[0], 0x16);  // a handshake
+    EXPECT_EQ(got.find("secret"), std::string::npos);
+    EXPECT_EQ(records(&s.stmt->head),
+              "08S01|Communication link failure: failed to send packet\n");
 }

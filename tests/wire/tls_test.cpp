@@ -271,6 +271,20 @@ TEST(tls_session, carries_megabytes_both_ways)
     EXPECT_EQ(fetch_all(wire->stmt), (row_list{"slow", "row"}));
 }
 
+// SQLConnect directly, over a session that stands.
+TEST(tls_session, ends_before_a_plain_one_takes_its_place)
+{
+    const wire_ptr wire = logged_on_by_tls(), plain = wire_open();
+    const file_folder folder;
+    setenv("ODBCINI",
+           folder.add("odbc.ini", "[plain]\nServer=" + node_address(plain->node.get())).c_str(), 1);
+    expect_logon(plain->node.get());
+    EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                SQLConnect(wire->conn, odbc_text("plain"), SQL_NTS, nullptr, 0, nullptr, 0));
+    expect_query(plain->node.get(), "q", {void_frame()});
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+}
+
 // The end of the stream, in order or not, and then requests into nothing: they must not end the
 // process.
 TEST(tls_session, ends_are_told_and_raise_no_signal)
