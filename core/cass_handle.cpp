@@ -198,6 +198,14 @@ void cass_free_contact_points(cass_conn *conn)
     free_string(&conn->region);
 }
 
+void cass_forget_bundle(cass_conn *conn)
+{
+    free_bytes(&conn->ca_bytes, &conn->ca_length);
+    free_bytes(&conn->certificate_bytes, &conn->certificate_length);
+    free_bytes(&conn->private_key_bytes, &conn->private_key_length);
+    cass_free_contact_points(conn);
+}
+
 static void free_settings(cass_conn *conn)
 {
     for (cass_string **slot :
@@ -205,10 +213,7 @@ static void free_settings(cass_conn *conn)
           &conn->keyspace, &conn->current_keyspace, &conn->entropy_file, &conn->certificate_file,
           &conn->private_key_file, &conn->public_key_file})
         free_string(slot);
-    free_bytes(&conn->ca_bytes, &conn->ca_length);
-    free_bytes(&conn->certificate_bytes, &conn->certificate_length);
-    free_bytes(&conn->private_key_bytes, &conn->private_key_length);
-    cass_free_contact_points(conn);
+    cass_forget_bundle(conn);
 }
 
 // The TLS session must not go while another thread is within a request: that one is woken by the

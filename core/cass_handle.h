@@ -37,6 +37,8 @@ void cass_free_desc(cass_desc *desc, int list_locked);
 void cass_reset_conn(cass_conn *conn);
 // Forgets the reply of the metadata service: contact points, region and its port.
 void cass_free_contact_points(cass_conn *conn);
+// The same, and the certificates and keys that a bundle has left.
+void cass_forget_bundle(cass_conn *conn);
 // The attribute fields at their allocation defaults.
 void cass_default_conn_attrs(cass_conn *conn);
 // Ends the session: TLS, the socket, the connected and connecting marks.

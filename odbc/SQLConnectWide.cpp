@@ -2,12 +2,15 @@
 #include "odbc/SQLConnectWide.h"
 
 #include "core/cass_err.h"
+#include "core/cass_handle.h"
 #include "core/cass_logon.h"
 #include "core/cass_settings.h"
 
 SQLRETURN SQLConnectWide(cass_conn *conn, cass_string *server_name, cass_string *user_name,
                          cass_string *authentication)
 {
+    // This data source may have no bundle, or one without a key: another's must not be shown.
+    cass_forget_bundle(conn);
     cass_read_dsn_settings(conn, server_name, user_name, authentication);
     cass_string_free(server_name);
     cass_string_free(user_name);

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "core/cass_bundle.h"
+#include "odbc/SQLConnectWide.h"
 #include "tests/unit/session_fixture.h"
 
 constexpr std::size_t member_limit = 16 << 20;
@@ -115,4 +116,19 @@ TEST_F(bundle, with_any_byte_cut_off_or_changed_does_no_harm)
         EXPECT_LE(std::count(lines.begin(), lines.end(), '\n'), 2) << i;
     }
     EXPECT_EQ(open_files(), files);
+}
+
+// What one bundle left says nothing about the next data source.
+TEST_F(bundle, goes_with_its_data_source)
+{
+    write_bundle(path, {{"config.json", locations}, {"ca", "a"}, {"d/c", "c"}, {"key", "k"}});
+    told(path);
+    cass_conn *conn = s.conn;
+    conn->contact_points = static_cast<cass_string **>(std::calloc(1, sizeof(cass_string *)));
+    conn->contact_count = 1;
+    conn->round_robin_port = 7;
+    EXPECT_EQ(SQLConnectWide(conn, nullptr, nullptr, nullptr), SQL_ERROR);
+    EXPECT_TRUE(conn->ca_bytes == nullptr && conn->certificate_bytes == nullptr);
+    EXPECT_TRUE(conn->private_key_bytes == nullptr && conn->private_key_length == 0);
+    EXPECT_TRUE(conn->contact_points == nullptr && conn->round_robin_port == 0);
 }
