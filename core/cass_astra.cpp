@@ -96,12 +96,22 @@ static const char *text_member(const json_t *object, const char *name)
     return text != nullptr ? text : "";
 }
 
-// An array without elements leaves no array: whoever finds one takes its first element. False when
+// The texts in front of the first element that is none.
+static std::size_t count_texts(const json_t *points)
+{
+    std::size_t count = 0;
+    while (json_is_string(json_array_get(points, count)))
+        count++;
+    return count;
+}
+
+// An array without texts leaves no array: whoever finds one takes its first element. False when
 // memory ran out.
 static bool store_contact_points(cass_conn *conn, const json_t *points)
 {
-    const std::size_t count = json_array_size(points);
-    CASS_LOG(&conn->head, LOG_DETAIL, "Round Robin Count: %d", static_cast<int>(count));
+    CASS_LOG(&conn->head, LOG_DETAIL, "Round Robin Count: %d",
+             static_cast<int>(json_array_size(points)));
+    const std::size_t count = count_texts(points);
     if (count == 0)
         return true;
     conn->contact_points = static_cast<cass_string **>(std::calloc(count, sizeof(cass_string *)));

@@ -201,7 +201,10 @@ static int set_server_name(cass_conn *conn, SSL *ssl)
     const held_text text(cass_string_to_ascii(name));
     if (text == nullptr)
         return no_memory(conn);
-    CASS_LOG(&conn->head, LOG_DETAIL, "Setting server name '%S'", name);
+    if (by_contact)
+        CASS_LOG(&conn->head, LOG_DETAIL, "Setting server name '%s'", text.get());
+    else
+        CASS_LOG(&conn->head, LOG_DETAIL, "Setting server name '%S'", name);
     ERR_clear_error();
     if (SSL_set_tlsext_host_name(ssl, text.get()) == 1)
         return 0;

@@ -103,7 +103,9 @@ TEST(astra, members_of_the_reply_are_told_or_stand_for_nothing)
     const std::tuple<std::int32_t, std::string, std::string> cases[] = {
         {1, R"("contact_points": ["a"], "round_robin_port": 7)", "a,|r|7|1"},
         {0, R"("contact_points": [])", "|r|9042|9042"},
-        {0, R"("contact_points": ["\u00e9", 5], "round_robin_port": 0)", "\xC3\xA9,,|r|0|9042"},
+        {0, R"("contact_points": ["\u00e9", "b", 5, "c"], "round_robin_port": 0)",
+         "\xC3\xA9,b,|r|0|9042"},
+        {0, R"("contact_points": [5, "a"])", "|r|9042|9042"},
         {0, R"("contact_points": "a", "round_robin_port": 4294967303)", "|r|7|7"},
         {2, R"("x": 1)", "|(null)|9042|2"},
     };
