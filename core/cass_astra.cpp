@@ -2,8 +2,6 @@
 // reply says of contact points and ports.
 #include "core/cass_astra.h"
 
-#include <jansson.h>
-
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +9,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "core/cass_bundle.h"
 #include "core/cass_conn.h"
 #include "core/cass_err.h"
 #include "core/cass_handle.h"
@@ -34,6 +33,13 @@ using held_json =
 using held_response =
     std::unique_ptr<http_response,
                     std::integral_constant<decltype(&cass_free_response), &cass_free_response>>;
+
+static int no_memory(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "astra_comms: failed to allocate memory");
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return ASKING_FAILED;
+}
 
 // ---- The request -------------------------------------------------------------------------------
 
@@ -158,15 +164,16 @@ int astra_comms(cass_conn *conn, const char *user, const char *password)
     CASS_LOG(&conn->head, LOG_DETAIL, "astra_comms()");
     const held_text request(compose_request(conn, user, password));
     if (request == nullptr)
-        return ASKING_FAILED;
+        return no_memory(conn);
     // A failed write has posted its record; the read that follows fails in turn.
     if (conn_write(conn, request.get(), static_cast<std::int32_t>(std::strlen(request.get()))) == 0)
         return NOTHING_WRITTEN;
     const held_response response(read_answer(conn));
     if (response == nullptr || response->body == nullptr)
         return ASKING_FAILED;
-    const held_json root(json_loads(response->body, 0, nullptr));
-    if (root == nullptr || !store_metadata(conn, root.get()))
+    json_error_t error;
+    const held_json root(cass_load_json(response->body, std::strlen(response->body), &error));
+    if (root == nullptr && error.line != 0)
         return ASKING_FAILED;
-    return 0;
+    return root != nullptr && store_metadata(conn, root.get()) ? 0 : no_memory(conn);
 }

@@ -4,7 +4,6 @@
 #include "core/cass_bundle.h"
 
 #include <fcntl.h>
-#include <jansson.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -20,6 +19,7 @@
 static constexpr char log_source[] = "cass_logon.c";
 
 constexpr int BUNDLE_FAILED = -5;
+constexpr std::int32_t NO_MEMORY = -1;  // in place of a length
 constexpr std::size_t READ_STEP = 1024;
 // A small member may inflate to gigabytes; no certificate and no config.json comes near this.
 constexpr std::size_t MEMBER_LIMIT = std::size_t{16} << 20;
@@ -71,6 +71,7 @@ static int fail(cass_conn *conn, const char *format, const char *first = nullptr
 
 static int no_memory(cass_conn *conn)
 {
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_read_bundle: failed to allocate memory");
     cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
     return BUNDLE_FAILED;
 }
@@ -148,7 +149,12 @@ unsigned char *extract_from_file(zip_file_t *file, std::int32_t *length)
     held_bytes bytes;
     std::size_t capacity = 0;
     std::size_t used = 0;
-    while (used <= MEMBER_LIMIT && make_room(&bytes, used, &capacity)) {
+    *length = 0;
+    while (used <= MEMBER_LIMIT) {
+        if (!make_room(&bytes, used, &capacity)) {
+            *length = NO_MEMORY;
+            return nullptr;
+        }
         const zip_int64_t got = zip_fread(file, bytes.get() + used, READ_STEP);
         if (got < 0)
             return nullptr;
@@ -173,11 +179,29 @@ static unsigned char *read_member(cass_conn *conn, zip_t *archive, const char *n
         return nullptr;
     }
     unsigned char *bytes = extract_from_file(member.get(), length);
-    if (bytes == nullptr)
+    if (bytes == nullptr && *length == NO_MEMORY)
+        no_memory(conn);
+    else if (bytes == nullptr)
         fail(conn, "%s( \"%s\" ) read fails", reader, name);
     else
         CASS_LOG_PACKET(&conn->head, bytes, *length, "%s", name);
     return bytes;
+}
+
+// ---- JSON --------------------------------------------------------------------------------------
+
+// The library tells some failed allocations as a fault of the text. Such a text is read again: by
+// then there is memory, or the first allocation fails, which leaves the error as it was.
+json_t *cass_load_json(const void *text, std::size_t size, json_error_t *error)
+{
+    json_t *root = nullptr;
+    for (int round = 0; root == nullptr && round < 2; round++) {
+        *error = {};
+        root = json_loadb(static_cast<const char *>(text), size, 0, error);
+    }
+    if (root == nullptr && json_error_code(error) == json_error_unknown)
+        *error = {};
+    return root;
 }
 
 // ---- What it holds -----------------------------------------------------------------------------
@@ -190,9 +214,10 @@ static json_t *read_config(cass_conn *conn, zip_t *archive)
     if (bytes == nullptr)
         return nullptr;
     json_error_t error = {};
-    json_t *root = json_loadb(reinterpret_cast<const char *>(bytes.get()),
-                              static_cast<std::size_t>(length), 0, &error);
-    if (root == nullptr) {
+    json_t *root = cass_load_json(bytes.get(), static_cast<std::size_t>(length), &error);
+    if (root == nullptr && error.line == 0) {
+        no_memory(conn);
+    } else if (root == nullptr) {
         CASS_LOG(&conn->head, LOG_ERROR, "Failed to parse config.json %d", error.line);
         cass_post_error(&conn->head, STATE_HY000, 0, "Failed to parse config.json %d", error.line);
     }

@@ -3,7 +3,10 @@
 #ifndef CORE_CASS_BUNDLE_H
 #define CORE_CASS_BUNDLE_H
 
+#include <jansson.h>
 #include <zip.h>
+
+#include <cstddef>
 
 #include "odbc/cass_handles.h"
 
@@ -12,8 +15,13 @@
 // out) posted; what was taken before a failure stays.
 int cass_read_bundle(cass_conn *conn);
 
+// json_loadb of `size` bytes, the fault of a text that is none in *error. Null without a fault
+// (error->line 0) when memory runs out. The caller releases it.
+json_t *cass_load_json(const void *text, std::size_t size, json_error_t *error);
+
 // The rest of an open member as a new heap block (free with std::free; not NUL-terminated) with its
-// size in bytes in *length. Null on a read failure, above 16 MiB, or when memory runs out.
+// size in bytes in *length. Null on a read failure or above 16 MiB, and with a *length of -1 when
+// memory runs out.
 unsigned char *extract_from_file(zip_file_t *file, std::int32_t *length);
 
 // libzip's words for an error of zip_fdopen.

@@ -22,11 +22,10 @@ static constexpr char log_source[] = "cass_conn.c";
 
 constexpr std::int64_t NO_LIMIT = -1;
 
-const char *cass_os_error_text(int error_number)
+const char *cass_os_error_text(int error_number, cass_os_error_room *room)
 {
-    static thread_local char text[1024];
-    // The GNU form may give a constant text and leave the buffer alone.
-    return strerror_r(error_number, text, sizeof text);
+    // The GNU form may give a constant text and leave the room alone.
+    return strerror_r(error_number, room->data(), room->size());
 }
 
 static std::int64_t monotonic_ms()
@@ -120,8 +119,9 @@ std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
 
 static std::int32_t post_read_error(cass_conn *conn, int error)
 {
+    cass_os_error_room room;
     cass_post_error(&conn->head, STATE_08S01, error, "read failed %d %s", error,
-                    cass_os_error_text(error));
+                    cass_os_error_text(error, &room));
     return -1;
 }
 

@@ -2,6 +2,8 @@
 #ifndef CORE_CASS_CONN_H
 #define CORE_CASS_CONN_H
 
+#include <array>
+
 #include "odbc/cass_handles.h"
 
 // Opens the first server of a comma-separated list that answers. port 0: the server text's port or
@@ -34,7 +36,8 @@ std::int32_t conn_read_raw(cass_conn *conn, void *buffer, std::int32_t count,
 // 1 when ready or broken, 0 on time-out, -1 with errno set. timeout_ms below 0: without limit.
 int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms);
 
-// The system's text for an error number, in a thread-local buffer.
-const char *cass_os_error_text(int error_number);
+// The system's text for an error number, constant or in the caller's room.
+using cass_os_error_room = std::array<char, 1024>;
+const char *cass_os_error_text(int error_number, cass_os_error_room *room);
 
 #endif

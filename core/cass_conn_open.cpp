@@ -38,7 +38,9 @@ static int no_memory(cass_conn *conn)
 
 static int os_error(cass_conn *conn, int error)
 {
-    cass_post_error(&conn->head, STATE_08001, error, "OS Error: '%s'", cass_os_error_text(error));
+    cass_os_error_room room;
+    cass_post_error(&conn->head, STATE_08001, error, "OS Error: '%s'",
+                    cass_os_error_text(error, &room));
     cass_close_socket(conn);
     return OPEN_FAILED;
 }
@@ -170,7 +172,7 @@ static int settle_port(cass_conn *conn, char *host, char *separator, std::int32_
     return 0;
 }
 
-// First address of the host. 0, or the resolver's error (h_errno).
+// First address of the host. 0, the resolver's error (h_errno), or EAI_MEMORY.
 static int resolve_ipv4(const char *host, in_addr *address)
 {
     constexpr std::size_t first_room = 1024;
@@ -182,13 +184,15 @@ static int resolve_ipv4(const char *host, in_addr *address)
     for (std::size_t room = first_room; room <= last_room; room *= 4) {
         const held_text buffer(static_cast<char *>(std::malloc(room)));
         if (buffer == nullptr)
-            break;
+            return EAI_MEMORY;
         hostent storage;
         hostent *found = nullptr;
         int failure = 0;
         const int code = gethostbyname_r(host, &storage, buffer.get(), room, &found, &failure);
         if (code == ERANGE)
             continue;
+        if (code == ENOMEM)
+            return EAI_MEMORY;
         if (code != 0 || found == nullptr)
             return failure != 0 ? failure : HOST_NOT_FOUND;
         if (found->h_addrtype != AF_INET || found->h_addr_list[0] == nullptr)
@@ -214,7 +218,10 @@ int cass_open_ipv4(cass_conn *conn, const cass_string *server, std::int32_t port
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(port));
-    if (const int failure = resolve_ipv4(host.get(), &address.sin_addr); failure != 0) {
+    const int failure = resolve_ipv4(host.get(), &address.sin_addr);
+    if (failure == EAI_MEMORY)
+        return no_memory(conn);
+    if (failure != 0) {
         CASS_LOG(&conn->head, LOG_ERROR, "Failed to find host address '%s'", host.get());
         cass_post_error(&conn->head, STATE_08001, failure, "Failed to find host address '%S'",
                         server);
@@ -248,6 +255,8 @@ static int resolve_ipv6(cass_conn *conn, const char *host, sockaddr_in6 *address
     addrinfo *list = nullptr;
     const int code = getaddrinfo(host, nullptr, &hints, &list);
     CASS_LOG(&conn->head, LOG_DETAIL, "getaddrinfo returns %d", code);
+    if (code == EAI_MEMORY)
+        return no_memory(conn);
     if (code == EAI_FAMILY) {
         cass_post_error(&conn->head, STATE_08001, code, "AF_INET6 family not supported");
         return OPEN_FAILED;

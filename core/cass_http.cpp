@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "core/cass_conn.h"
+#include "core/cass_err.h"
 #include "core/cass_log.h"
 #include "support/ascii.h"
 
@@ -77,17 +78,28 @@ static const char *behind_blank(const char *text)
     return blank == nullptr ? nullptr : blank + 1;
 }
 
-static void keep_copy(char **slot, const char *text)
+// Logs and posts. False.
+static bool no_memory(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_read_response: failed to allocate memory");
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return false;
+}
+
+// False when memory ran out.
+static bool keep_copy(cass_conn *conn, char **slot, const char *text)
 {
     std::free(*slot);
     *slot = text == nullptr ? nullptr : strdup(text);
+    return *slot != nullptr || text == nullptr || no_memory(conn);
 }
 
-static void take_status(http_response *response, const char *line)
+static bool take_status(http_response *response, const char *line)
 {
     const char *status = behind_blank(line);
     response->status = status == nullptr ? 0 : ascii_to_int(status);
-    keep_copy(&response->reason, status == nullptr ? nullptr : behind_blank(status));
+    return keep_copy(response->conn, &response->reason,
+                     status == nullptr ? nullptr : behind_blank(status));
 }
 
 // The line is this header, with at least one byte behind the colon.
@@ -101,12 +113,13 @@ static bool is_header(const char *line, std::string_view name)
     return *line != '\0';
 }
 
-// Sorts a line of more than one character. False when it announces an impossible length.
+// Sorts a line of more than one character. False when it announces an impossible length, or when
+// memory ran out.
 static bool take_header(http_response *response, const char *line)
 {
     const char *value = behind_blank(line);
     if (std::strncmp(line, "HTTP", 4) == 0 && line[4] != '\0') {
-        take_status(response, line);
+        return take_status(response, line);
     } else if (value == nullptr) {
         return true;
     } else if (is_header(line, "Content-Length:")) {
@@ -116,13 +129,13 @@ static bool take_header(http_response *response, const char *line)
         if (std::strncmp(value, "chunked", 7) == 0)
             response->chunked = 1;
     } else if (is_header(line, "Location:")) {
-        keep_copy(&response->location, value);
+        return keep_copy(response->conn, &response->location, value);
     }
     return true;
 }
 
 // Lines up to a blank one, which counts once a line with text has come, or to a failed read. False
-// when a header announces an impossible length.
+// when one cannot be taken.
 static bool read_headers(http_response *response)
 {
     char line[LINE_ROOM];
@@ -151,7 +164,7 @@ static bool read_body(http_response *response, std::int32_t size)
     auto *grown =
         static_cast<char *>(std::realloc(response->body, static_cast<std::size_t>(end) + 1));
     if (grown == nullptr)
-        return false;
+        return no_memory(response->conn);
     response->body = grown;
     std::int32_t used = start;
     while (used < end) {
@@ -204,8 +217,10 @@ http_response *cass_read_response(cass_conn *conn)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "Reading Response");
     held_response response(static_cast<http_response *>(std::calloc(1, sizeof(http_response))));
-    if (response == nullptr)
+    if (response == nullptr) {
+        no_memory(conn);
         return nullptr;
+    }
     response->conn = conn;
     if (!read_headers(response.get()))
         return nullptr;

@@ -19,8 +19,8 @@ struct http_response {
 };
 
 // Reads a reply from the connection. A new record, also when the peer breaks off: it then holds
-// what came, with the read's failure posted. Null when memory runs out, or a length is negative or
-// above 16 MiB. The caller frees it.
+// what came, with the read's failure posted. Null when memory runs out, with HY001 posted, or when
+// a length is negative or above 16 MiB. The caller frees it.
 http_response *cass_read_response(cass_conn *conn);
 // Null is accepted.
 void cass_free_response(http_response *response);

@@ -43,8 +43,9 @@ static cass_lock *enter_exchange(cass_conn *conn)
     return &conn->exchange_lock;
 }
 
-static int no_memory(cass_conn *conn)
+static int no_memory(cass_conn *conn, const char *who)
 {
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
     cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
     return -1;
 }
@@ -58,8 +59,22 @@ static int send_failed(cass_conn *conn)
     return -1;
 }
 
-static int no_reply(cass_conn *conn, const char *who)
+// The throw-away statement of a read that found no memory has a record of it, which goes with it.
+static bool found_no_memory(cass_stmt *stmt)
 {
+    bool found = false;
+    cass_diag_lock();
+    for (const auto *record = stmt->head.diag_records; record != nullptr; record = record->next)
+        found = found || cass_string_compare_cstr(record->state,
+                                                  cass_sqlstate_row(STATE_HY001)->state) == 0;
+    cass_diag_unlock();
+    return found;
+}
+
+static int no_reply(cass_conn *conn, cass_stmt *stmt, const char *who)
+{
+    if (found_no_memory(stmt))
+        return no_memory(conn, who);
     CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to return a packet", who);
     cass_post_error(&conn->head, STATE_HY000, 0, "failed to return a packet");
     return -1;
@@ -69,6 +84,8 @@ static int server_error(cass_conn *conn, cass_stmt *stmt, cass_packet *reply, co
 {
     std::int32_t code = 0;
     const held_string message(cass_server_error(stmt, reply, &code));
+    if (message == nullptr)
+        return no_memory(conn, who);
     CASS_LOG(&conn->head, LOG_ERROR, "%s: error code %d, '%S'", who, code, message.get());
     cass_post_error(&conn->head, STATE_HY000, 0, "error code %d, '%S'", code, message.get());
     return -1;
@@ -97,17 +114,21 @@ static std::int32_t get_count(cass_packet *packet)
     return std::max<std::int32_t>(pkt_get_short(packet), 0);
 }
 
-// SUPPORTED: a string multimap (native protocol v4, section 4.2.4).
-static void decode_supported(cass_conn *conn, cass_packet *packet)
+// SUPPORTED: a string multimap (native protocol v4, section 4.2.4). False when memory ran out.
+static bool decode_supported(cass_conn *conn, cass_packet *packet)
 {
     const std::int32_t keys = get_count(packet);
     CASS_LOG(&conn->head, LOG_DETAIL, "SUPPORTED: option list size %d", keys);
     for (std::int32_t i = 0; i < keys && pkt_remaining(packet) > 0; i++) {
         const held_string key(pkt_get_string(packet));
+        if (key == nullptr)
+            return false;
         const std::int32_t values = get_count(packet);
         CASS_LOG(&conn->head, LOG_DETAIL, "SUPPORTED: option '%S', %d values", key.get(), values);
         for (std::int32_t j = 0; j < values && pkt_remaining(packet) > 0; j++) {
             const held_string value(pkt_get_string(packet));
+            if (value == nullptr)
+                return false;
             CASS_LOG(&conn->head, LOG_DETAIL, "%S[ %d ]: '%S'", key.get(), j, value.get());
             if (cass_string_compare_cstr(key.get(), "COMPRESSION") == 0 &&
                 cass_string_compare_cstr(value.get(), "lz4") == 0)
@@ -116,6 +137,7 @@ static void decode_supported(cass_conn *conn, cass_packet *packet)
                 keep_cql_version(conn, value.get());
         }
     }
+    return true;
 }
 
 // ---- Authentication ----------------------------------------------------------------------------
@@ -148,7 +170,7 @@ int cass_send_auth(cass_conn *conn, const char *user, const char *password)
         user = password = FALLBACK_CREDENTIAL;
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return no_memory(conn);
+        return no_memory(conn, "cass_send_auth");
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_AUTH_RESPONSE, &conn->head));
     if (request == nullptr)
@@ -166,7 +188,7 @@ static int send_credentials(cass_conn *conn, int (*send)(cass_conn *, const char
     const held_text password(cass_string_to_utf8(conn->password));
     if ((conn->user != nullptr && user == nullptr) ||
         (conn->password != nullptr && password == nullptr))
-        return no_memory(conn);
+        return no_memory(conn, "send_credentials");
     return send(conn, user.get(), password.get());
 }
 
@@ -195,10 +217,10 @@ int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length
         return -1;
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return no_memory(conn);
+        return no_memory(conn, "authenticate");
     const held_packet reply(cass_read_packet(stmt.get()));
     if (reply == nullptr)
-        return no_reply(conn, "authenticate");
+        return no_reply(conn, stmt.get(), "authenticate");
     if (pkt_opcode(reply.get()) == OPCODE_ERROR)
         return server_error(conn, stmt.get(), reply.get(), "authenticate");
     // One round of SASL: whatever else comes, AUTH_SUCCESS as a rule, ends it.
@@ -219,13 +241,13 @@ static int ask_options(cass_conn *conn, cass_stmt *stmt)
     if (!sent)
         return send_failed(conn);
     if (reply == nullptr)
-        return no_reply(conn, "cass_establish_connection");
+        return no_reply(conn, stmt, "cass_establish_connection");
     switch (pkt_opcode(reply.get())) {
     case OPCODE_ERROR:
         return server_error(conn, stmt, reply.get(), "cass_establish_connection");
     case OPCODE_SUPPORTED:
-        decode_supported(conn, reply.get());
-        return 0;
+        return decode_supported(conn, reply.get()) ? 0
+                                                   : no_memory(conn, "cass_establish_connection");
     default:
         return unexpected_reply(conn, reply.get());
     }
@@ -267,7 +289,7 @@ static int send_startup(cass_conn *conn, cass_stmt *stmt)
     if (request == nullptr)
         return -1;
     if (!put_startup_options(request.get(), mode))
-        return no_memory(conn);
+        return no_memory(conn, "cass_establish_connection");
     if (cass_send_packet(stmt, request.get()) < 0)
         return send_failed(conn);
     conn->compression = mode;
@@ -281,7 +303,7 @@ static int start_session(cass_conn *conn, cass_stmt *stmt)
         return -1;
     const held_packet reply(cass_read_packet(stmt));
     if (reply == nullptr)
-        return no_reply(conn, "cass_establish_connection");
+        return no_reply(conn, stmt, "cass_establish_connection");
     switch (pkt_opcode(reply.get())) {
     case OPCODE_ERROR:
         return server_error(conn, stmt, reply.get(), "cass_establish_connection");
@@ -311,7 +333,7 @@ int cass_establish_connection(cass_conn *conn)
         return -1;
     held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return no_memory(conn);
+        return no_memory(conn, "cass_establish_connection");
     if (ask_options(conn, stmt.get()) != 0 || start_session(conn, stmt.get()) != 0)
         return -1;
     stmt.reset();

@@ -23,8 +23,9 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLConnect(SQLHDBC connection_handle, SQLCHAR *s
                      static_cast<int>(name_length3));
         },
         [&](cass_conn *conn) {
-            return SQLConnectWide(conn, cass_string_from_ansi(server_name, name_length1),
-                                  cass_string_from_ansi(user_name, name_length2),
-                                  cass_string_from_ansi(authentication, name_length3));
+            return SQLConnectWide(
+                conn, {server_name, cass_string_from_ansi(server_name, name_length1)},
+                {user_name, cass_string_from_ansi(user_name, name_length2)},
+                {authentication, cass_string_from_ansi(authentication, name_length3)});
         });
 }

@@ -23,8 +23,9 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLConnectW(SQLHDBC connection_handle, SQLWCHAR 
                      static_cast<int>(name_length3));
         },
         [&](cass_conn *conn) {
-            return SQLConnectWide(conn, cass_string_from_wide(server_name, name_length1),
-                                  cass_string_from_wide(user_name, name_length2),
-                                  cass_string_from_wide(authentication, name_length3));
+            return SQLConnectWide(
+                conn, {server_name, cass_string_from_wide(server_name, name_length1)},
+                {user_name, cass_string_from_wide(user_name, name_length2)},
+                {authentication, cass_string_from_wide(authentication, name_length3)});
         });
 }

@@ -3,18 +3,29 @@
 
 #include "core/cass_err.h"
 #include "core/cass_handle.h"
+#include "core/cass_log.h"
 #include "core/cass_logon.h"
 #include "core/cass_settings.h"
 
-SQLRETURN SQLConnectWide(cass_conn *conn, cass_string *server_name, cass_string *user_name,
-                         cass_string *authentication)
+static constexpr char log_source[] = "SQLConnectWide.c";
+
+SQLRETURN SQLConnectWide(cass_conn *conn, const connect_argument &server_name,
+                         const connect_argument &user_name, const connect_argument &authentication)
 {
+    const bool lost = connect_argument_lost(server_name) || connect_argument_lost(user_name) ||
+                      connect_argument_lost(authentication);
     // This data source may have no bundle, or one without a key: another's must not be shown.
     cass_forget_bundle(conn);
-    cass_read_dsn_settings(conn, server_name, user_name, authentication);
-    cass_string_free(server_name);
-    cass_string_free(user_name);
-    cass_string_free(authentication);
+    if (!lost)
+        cass_read_dsn_settings(conn, server_name.text, user_name.text, authentication.text);
+    cass_string_free(server_name.text);
+    cass_string_free(user_name.text);
+    cass_string_free(authentication.text);
+    if (lost) {
+        CASS_LOG(&conn->head, LOG_ERROR, "SQLConnect: failed to allocate memory");
+        cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+        return SQL_ERROR;
+    }
 
     if (conn->server == nullptr && conn->bundle_path == nullptr) {
         cass_post_error(&conn->head, STATE_HY000, 0,

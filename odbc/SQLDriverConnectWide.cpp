@@ -109,14 +109,24 @@ bool driver_connect_write(cass_conn *conn, const cass_string *text,
     return true;
 }
 
-SQLRETURN SQLDriverConnectWide(cass_conn *conn, cass_string *connect_string, SQLHWND window,
-                               SQLUSMALLINT completion, const driver_connect_target &target)
+static SQLRETURN no_memory(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "SQLDriverConnect: failed to allocate memory");
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return SQL_ERROR;
+}
+
+SQLRETURN SQLDriverConnectWide(cass_conn *conn, const connect_argument &connect_string,
+                               SQLHWND window, SQLUSMALLINT completion,
+                               const driver_connect_target &target)
 {
     // A live session and every earlier setting go, attributes that were set beforehand among them:
     // SQL_ATTR_LOGIN_TIMEOUT only works with SQLConnect.
     cass_reset_conn(conn);
-    cass_parse_connect_string(conn, connect_string);
-    cass_string_free(connect_string);
+    if (connect_argument_lost(connect_string))
+        return no_memory(conn);
+    cass_parse_connect_string(conn, connect_string.text);
+    cass_string_free(connect_string.text);
 
     SQLRETURN code;
     if (!attempt(conn, window, completion, &code) || !SQL_SUCCEEDED(code))
@@ -125,9 +135,8 @@ SQLRETURN SQLDriverConnectWide(cass_conn *conn, cass_string *connect_string, SQL
     const std::unique_ptr<cass_string, decltype(&cass_string_free)> out(cass_build_out_string(conn),
                                                                         cass_string_free);
     if (out == nullptr) {
-        cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
         cass_logout(conn);
-        return SQL_ERROR;
+        return no_memory(conn);
     }
     if (driver_connect_write(conn, out.get(), target))
         code = SQL_SUCCESS_WITH_INFO;

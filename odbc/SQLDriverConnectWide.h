@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLDRIVERCONNECTWIDE_H
 #define ODBC_SQLDRIVERCONNECTWIDE_H
 
-#include "odbc/cass_handles.h"
+#include "odbc/SQLConnectWide.h"
 
 // Where the completed connection string goes.
 struct driver_connect_target {
@@ -12,11 +12,13 @@ struct driver_connect_target {
     bool wide;
 };
 
-// Reads the connection string, which it takes over, prompts where the completion asks for it,
+// Reads the connection string, whose text it takes over, prompts where the completion asks for it,
 // connects, and writes the output string. The result of cass_connect; SQL_ERROR with HY000 when no
-// server is known; what the setup library gave when the user cancelled, SQL_NO_DATA without one.
-SQLRETURN SQLDriverConnectWide(cass_conn *conn, cass_string *connect_string, SQLHWND window,
-                               SQLUSMALLINT completion, const driver_connect_target &target);
+// server is known, with HY001 when memory ran out; what the setup library gave when the user
+// cancelled, SQL_NO_DATA without one.
+SQLRETURN SQLDriverConnectWide(cass_conn *conn, const connect_argument &connect_string,
+                               SQLHWND window, SQLUSMALLINT completion,
+                               const driver_connect_target &target);
 
 // Writes the output string of a connected connection. True when it was cut, with 01004 posted; a
 // null `text` is not written.
