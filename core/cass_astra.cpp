@@ -89,6 +89,8 @@ static http_response *read_answer(cass_conn *conn)
         cass_post_error(&conn->head, STATE_HY000, 0, "Failed in Astra connection '%s'",
                         response->body);
     } else {
+        CASS_LOG(&conn->head, LOG_ERROR, "astra_comms: Failed in Astra connection code: %d",
+                 response->status);
         cass_post_error(&conn->head, STATE_HY000, 0, "Failed in Astra connection code: %d",
                         response->status);
     }

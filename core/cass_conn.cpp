@@ -75,16 +75,21 @@ static bool through_tls(const cass_conn *conn)
     return conn->ssl != nullptr && conn->ssl_active == 1;
 }
 
+static std::int32_t post_send_error(cass_conn *conn, int error)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "conn_write: send failed, errno=%d", error);
+    cass_post_error(&conn->head, STATE_08S01, error, "send failed");
+    return -1;
+}
+
 static std::int32_t write_tls(cass_conn *conn, const void *buffer, std::int32_t count)
 {
     const auto *bytes = static_cast<const char *>(buffer);
     std::int32_t done = 0;
     while (done < count) {
         const int sent = cass_ssl_write(conn, bytes + done, count - done);
-        if (sent < 1) {
-            cass_post_error(&conn->head, STATE_08S01, errno, "send failed");
-            return -1;
-        }
+        if (sent < 1)
+            return post_send_error(conn, errno);
         done += sent;
     }
     CASS_LOG_PACKET(&conn->head, buffer, done, "Sent %d (SSL) bytes", done);
@@ -109,7 +114,7 @@ std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
             continue;
         if (would_block(errno) && cass_wait_socket(conn->socket, POLLOUT, NO_LIMIT) == 1)
             continue;
-        cass_post_error(&conn->head, STATE_08S01, errno, "send failed");
+        post_send_error(conn, errno);
         conn->socket_dead = 1;
         return -1;
     }
@@ -120,8 +125,9 @@ std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
 static std::int32_t post_read_error(cass_conn *conn, int error)
 {
     cass_os_error_room room;
-    cass_post_error(&conn->head, STATE_08S01, error, "read failed %d %s", error,
-                    cass_os_error_text(error, &room));
+    const char *text = cass_os_error_text(error, &room);
+    CASS_LOG(&conn->head, LOG_ERROR, "conn_read_raw: read failed %d %s", error, text);
+    cass_post_error(&conn->head, STATE_08S01, error, "read failed %d %s", error, text);
     return -1;
 }
 
@@ -147,6 +153,7 @@ static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t cou
         if (got > 0)
             return static_cast<std::int32_t>(got);
         if (got == 0) {
+            CASS_LOG(&conn->head, LOG_ERROR, "conn_read_raw: read failed (peer shutdown)");
             cass_post_error(&conn->head, STATE_08S01, 0, "read failed (peer shutdown)");
             return -1;
         }
@@ -168,6 +175,7 @@ static std::int32_t read_tls(cass_conn *conn, void *buffer, std::int32_t count,
 {
     const int got = cass_ssl_read(conn, buffer, count);
     if (got < 0) {
+        CASS_LOG(&conn->head, LOG_ERROR, "conn_read_raw: read failed");
         cass_post_error(&conn->head, STATE_08S01, 0, "read failed");
         return -1;
     }

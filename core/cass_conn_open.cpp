@@ -27,9 +27,15 @@ static constexpr char log_source[] = "cass_conn.c";
 constexpr int OPEN_FAILED = -3;
 constexpr std::int32_t DEFAULT_PORT = 9042;
 
+// For the log.
+static const char *opener(const cass_conn *conn)
+{
+    return conn->ipv6 ? "cass_open_ipv6" : "cass_open_ipv4";
+}
 
 static int no_memory(cass_conn *conn)
 {
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", opener(conn));
     cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
     return OPEN_FAILED;
 }
@@ -39,8 +45,9 @@ static int no_memory(cass_conn *conn)
 static int os_error(cass_conn *conn, int error)
 {
     cass_os_error_room room;
-    cass_post_error(&conn->head, STATE_08001, error, "OS Error: '%s'",
-                    cass_os_error_text(error, &room));
+    const char *text = cass_os_error_text(error, &room);
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: OS Error: '%s'", opener(conn), text);
+    cass_post_error(&conn->head, STATE_08001, error, "OS Error: '%s'", text);
     cass_close_socket(conn);
     return OPEN_FAILED;
 }
@@ -126,8 +133,11 @@ static bool make_socket(cass_conn *conn, int family)
 {
     conn->socket = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (conn->socket < 0) {
+        const int error = errno;
         conn->socket = -1;
-        cass_post_error(&conn->head, STATE_08001, errno, "Failed to create socket");
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: Failed to create socket, errno=%d", opener(conn),
+                 error);
+        cass_post_error(&conn->head, STATE_08001, error, "Failed to create socket");
         return false;
     }
     conn->socket_dead = 0;
@@ -165,6 +175,8 @@ static int settle_port(cass_conn *conn, char *host, char *separator, std::int32_
     *port = ascii_to_int(text);
     CASS_LOG(&conn->head, LOG_DETAIL, "port %d", *port);
     if (*port == 0) {
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: Failed to extract numeric port from '%s'",
+                 opener(conn), text);
         cass_post_error(&conn->head, STATE_08001, 0, "Failed to extract numeric port from '%s'",
                         text);
         return OPEN_FAILED;
@@ -258,10 +270,12 @@ static int resolve_ipv6(cass_conn *conn, const char *host, sockaddr_in6 *address
     if (code == EAI_MEMORY)
         return no_memory(conn);
     if (code == EAI_FAMILY) {
+        CASS_LOG(&conn->head, LOG_ERROR, "cass_open_ipv6: AF_INET6 family not supported");
         cass_post_error(&conn->head, STATE_08001, code, "AF_INET6 family not supported");
         return OPEN_FAILED;
     }
     if (code != 0) {
+        CASS_LOG(&conn->head, LOG_ERROR, "cass_open_ipv6: Failed to find host address '%s'", host);
         cass_post_error(&conn->head, STATE_08001, code, "Failed to find host address '%s'", host);
         return OPEN_FAILED;
     }
@@ -275,6 +289,8 @@ static int resolve_ipv6(cass_conn *conn, const char *host, sockaddr_in6 *address
     }
     freeaddrinfo(list);
     if (!found) {
+        CASS_LOG(&conn->head, LOG_ERROR,
+                 "cass_open_ipv6: Failed to find host address '%s' of required type", host);
         cass_post_error(&conn->head, STATE_08001, 0,
                         "Failed to find host address '%s' of required type", host);
         return OPEN_FAILED;

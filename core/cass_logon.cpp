@@ -159,6 +159,7 @@ static bool put_plain_token(cass_conn *conn, cass_packet *packet, const char *us
         if (!packet->failed)
             return true;
     }
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_send_auth: SASL failed to allocate buffer");
     cass_post_error(&conn->head, STATE_HY000, 0, "SASL failed to allocate buffer");
     return false;
 }

@@ -376,6 +376,7 @@ static held_info open_session(cass_conn *conn)
         return nullptr;
     const held_text buffer(static_cast<char *>(std::malloc(TRANSFER_SIZE)));
     if (buffer == nullptr) {
+        CASS_LOG(&conn->head, LOG_ERROR, "Required SSL (failed to allocate memory)");
         cass_post_error(&conn->head, STATE_HY001, 0, "Required SSL (failed to allocate memory)");
         return nullptr;
     }

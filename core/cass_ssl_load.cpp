@@ -23,6 +23,7 @@ int cass_ssl_no_passphrase(char *, int, int, void *)
 
 static int no_memory(cass_conn *conn)
 {
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_ssl_start: failed to allocate memory");
     cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
     return SSL_FAILED;
 }

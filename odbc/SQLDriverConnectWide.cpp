@@ -54,6 +54,8 @@ static bool attempt(cass_conn *conn, SQLHWND window, SQLUSMALLINT completion, SQ
         if (reachable && (completion != SQL_DRIVER_PROMPT || prompted)) {
             *code = cass_connect(conn, 0);
         } else if (!reachable && completion == SQL_DRIVER_NOPROMPT) {
+            CASS_LOG(&conn->head, LOG_ERROR,
+                     "SQLDriverConnect: server name and connect bundle not specified");
             cass_post_error(&conn->head, STATE_HY000, 0,
                             "server name and connect bundle not specified");
             *code = SQL_ERROR;

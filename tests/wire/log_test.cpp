@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include "tests/node/certificates.h"
 #include "tests/wire/wire_support.h"
 
 namespace fs = std::filesystem;
@@ -315,6 +316,54 @@ TEST_F(log_folder, three_places_switch_it_on)
         SQLFreeHandle(SQL_HANDLE_STMT, wire->stmt);
         wire->stmt = nullptr;
         SQLDisconnect(wire->conn);
+        fs::remove(file);
+    }
+}
+
+// ---- Failures -----------------------------------------------------------------------------------
+
+TEST_F(log_folder, each_failure_of_a_connect_is_recorded_before_it_is_posted)
+{
+    const wire_ptr wire = wire_open();
+    const std::string here = node_address(wire->node.get());
+    const std::string dead = std::to_string(node_port(node_start().get()));
+    const node_tls tls = {.chain = make_certificate({}).pem, .key = key_pem(KEY_ONE)};
+    // Settings, how the server ends the session, and the failures.
+    const std::tuple<std::string, node_ending, row_list> cases[] = {
+        {"", CLOSE, {"SQLDriverConnect: server name and connect bundle not specified"}},
+        {"SERVER=:x", CLOSE, {"cass_open_ipv4: Failed to extract numeric port from 'x'"}},
+        {"SERVER=no host", CLOSE, {"Failed to find host address 'no host'"}},
+        {"SERVER=127.0.0.1;ipv6=yes", CLOSE,
+         {"cass_open_ipv6: Failed to find host address '127.0.0.1'"}},
+        {"SERVER=127.0.0.1:" + dead + ",127.0.0.1:" + dead, CLOSE,
+         {"cass_open_ipv4: OS Error: 'Connection refused'",
+          "cass_open_ipv4: OS Error: 'Connection refused'"}},
+        {"SERVER=" + here, CLOSE,
+         {"conn_read_raw: read failed (peer shutdown)",
+          "cass_establish_connection: failed to return a packet"}},
+        {"SERVER=" + here, RESET,
+         {"conn_read_raw: read failed 104 Connection reset by peer",
+          "cass_establish_connection: failed to return a packet"}},
+        {"SERVER=" + here + ";Encrypt=yes;TrustServerCertificate=yes", RESET,
+         {"conn_read_raw: read failed", "cass_establish_connection: failed to return a packet"}},
+    };
+    for (const auto &[settings, ending, failures] : cases) {
+        SCOPED_TRACE(settings);
+        node_answer_rest(wire->node.get(), [=](const node_request &) {
+            return std::vector{no_answer(ending)};
+        });
+        if (settings.find("Encrypt") != std::string::npos)
+            node_use_tls(wire->node.get(), tls);
+        wire_driver_connect(wire->conn, settings + ";LOGGING=12;LOGFILE=" + file);
+        row_list told;
+        std::string before;
+        for (const std::string &record : records_of(content(file))) {
+            const std::size_t error = before.find(" ERROR ");
+            if (record.find("Posting Internal Error") != std::string::npos)
+                told.push_back(error == std::string::npos ? "nothing" : before.substr(error + 7));
+            before = record;
+        }
+        EXPECT_EQ(told, failures);
         fs::remove(file);
     }
 }
