@@ -16,13 +16,14 @@
 
 static constexpr char log_source[] = "SQLDriverConnectWide.c";
 
-// Asks the user for the settings. 0, or the setup library's refusal, which ends the call.
+// Asks the user for the settings. 0, or what ends the call: the setup library's refusal, or
+// SQL_ERROR with HY001 posted.
 static int prompt(cass_conn *conn, SQLHWND window)
 {
     cass_settings_block block = {};
     const int refused = cass_prompt_settings(conn, window, &block);
-    if (refused == 0)
-        cass_apply_settings_block(conn, &block);
+    if (refused == 0 && cass_apply_settings_block(conn, &block) != 0)
+        return SQL_ERROR;
     return refused;
 }
 
@@ -115,8 +116,10 @@ SQLRETURN SQLDriverConnectWide(cass_conn *conn, cass_string *connect_string, SQL
     // A live session and every earlier setting go, attributes that were set beforehand among them:
     // SQL_ATTR_LOGIN_TIMEOUT only works with SQLConnect.
     cass_reset_conn(conn);
-    cass_parse_connect_string(conn, connect_string);
+    const int parsed = cass_parse_connect_string(conn, connect_string);
     cass_string_free(connect_string);
+    if (parsed != 0)
+        return SQL_ERROR;
 
     SQLRETURN code;
     if (!attempt(conn, window, completion, &code) || !SQL_SUCCEEDED(code))
