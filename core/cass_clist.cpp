@@ -90,20 +90,13 @@ held_inner catalog_run(cass_stmt *stmt, catalog_query query, SQLRETURN *code)
     return inner;
 }
 
-// Records are sorted by state, so the first one tells whether there is any beside warnings.
-static bool has_error_record(cass_stmt *inner)
-{
-    const cass_diag_record *first = cass_diag_get(&inner->head, 1);
-    return first != nullptr && !(first->state->text[0] == '0' && first->state->text[1] == '1');
-}
-
 int catalog_next_row(cass_stmt *stmt, cass_stmt *inner)
 {
     cass_diag_clear(&inner->head);  // of the row before: cells are cut in silence
     const SQLRETURN code = cass_fetch(inner, SQL_FETCH_NEXT, 0);
-    // A page that did not come leaves its record and an emptied row that counts as fetched; that
-    // row is none of the catalog's.
-    if (has_error_record(inner)) {
+    // A page that did not come leaves an emptied row that counts as fetched; that row is none of
+    // the catalog's. The records do not tell: they may have found no memory.
+    if (code == SQL_ERROR || inner->page_failed) {
         copy_records(stmt, inner);
         return -1;
     }

@@ -103,17 +103,19 @@ using held_tables =
                     std::integral_constant<decltype(&cass_free_tables), &cass_free_tables>>;
 
 // The tables that the two arguments select (the schema, or else the connection's current keyspace),
-// each with its columns. 0, or -1 with the server's records on the statement.
+// each with its columns. 0, or -1 with the server's records on the statement, without any when
+// memory ran out.
 int cass_list_tables(cass_stmt *stmt, const cass_string *schema, const cass_string *table,
                      held_tables *tables);
 // Reads each table's columns, key columns first. 0, or -1 with records on the statement; -1 without
-// for a table without a name.
+// for a table without a name and when memory ran out. May throw std::bad_alloc.
 int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables);
-// Reads the entry's create_sql back into its columns. What it does not recognise it skips. 0.
+// Reads the entry's create_sql back into its columns. What it does not recognise it skips. 0, or -1
+// when memory ran out; may throw std::bad_alloc.
 int cass_parse_create_sql(const cass_conn *conn, cass_table_entry *entry);
 
-// Sets sql_type, size and digits from type_name.
-void cass_catalog_type(const cass_conn *conn, cass_column_entry *column);
+// Sets sql_type, size and digits from type_name. False when memory ran out.
+bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column);
 // COLUMN_SIZE and BUFFER_LENGTH (bytes) of a column.
 std::int32_t cass_catalog_column_size(const cass_conn *conn, const cass_column_entry *column);
 std::int32_t cass_catalog_buffer_length(const cass_conn *conn, const cass_column_entry *column);

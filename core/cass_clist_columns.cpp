@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <string>
 
 #include "core/cass_clist.h"
@@ -104,10 +105,13 @@ std::int32_t cass_catalog_buffer_length(const cass_conn *conn, const cass_column
     return sized(conn, column, &type_size_row::buffer_length);
 }
 
-void cass_catalog_type(const cass_conn *conn, cass_column_entry *column)
+bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column)
 {
     const held_string name(cass_string_from_cstr(column->type_name));
+    if (name == nullptr)
+        return false;
     column->sql_type = cass_sql_type_from_name(conn, name.get(), &column->size, &column->digits);
+    return true;
 }
 
 // ---- Tokens ------------------------------------------------------------------------------------
@@ -195,6 +199,7 @@ struct table_parse {
     std::string type_name;
     bool is_key;
     std::int32_t key_seq;
+    bool no_memory;  // for a column: the list is not whole
 };
 
 // A key column goes to the front of the list, any other to its end. So the columns of a composite
@@ -211,17 +216,18 @@ static void link_column(cass_table_entry *entry, cass_column_entry *column)
 static void add_column(table_parse *parse)
 {
     auto *column = static_cast<cass_column_entry *>(std::calloc(1, sizeof(cass_column_entry)));
+    parse->no_memory = column == nullptr;
     if (column == nullptr)
         return;
     column->name = strdup(parse->word.c_str());
     column->type_name = strdup(parse->type_name.c_str());
     column->is_key = parse->is_key;
-    if (column->name == nullptr || column->type_name == nullptr) {
-        free_column(column);  // out of memory: the column is left out
-        return;
-    }
-    cass_catalog_type(parse->conn, column);
-    link_column(parse->entry, column);
+    parse->no_memory = column->name == nullptr || column->type_name == nullptr ||
+                       !cass_catalog_type(parse->conn, column);
+    if (parse->no_memory)
+        free_column(column);
+    else
+        link_column(parse->entry, column);
 }
 
 static void mark_key(table_parse *parse)
@@ -313,6 +319,8 @@ int cass_parse_create_sql(const cass_conn *conn, cass_table_entry *entry)
     while (parse.state != FINISHED) {
         const sql_token token = next_token(&at);
         parse.state = next_state(&parse, token);
+        if (parse.no_memory)
+            return -1;
         if (token.kind == TOKEN_END)
             break;
     }
@@ -385,8 +393,7 @@ static int extract_table(cass_stmt *stmt, cass_table_entry *entry)
     entry->create_sql = strdup(sql.c_str());
     if (entry->create_sql == nullptr)
         return -1;
-    cass_parse_create_sql(stmt_conn(stmt), entry);
-    return 0;
+    return cass_parse_create_sql(stmt_conn(stmt), entry);
 }
 
 int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables)
@@ -445,5 +452,9 @@ int cass_list_tables(cass_stmt *stmt, const cass_string *schema, const cass_stri
     if (inner == nullptr || read_tables(stmt, inner.get(), tables) != 0)
         return -1;
     inner.reset();
-    return extract_create_sql(stmt, tables->get());
+    try {
+        return extract_create_sql(stmt, tables->get());
+    } catch (const std::bad_alloc &) {
+        return -1;
+    }
 }

@@ -29,6 +29,7 @@ void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t 
     stmt->current_packet = packet;
     stmt->current_row_count = rows_count < 0 ? 0 : rows_count;
     stmt->current_row_offset = 0;
+    stmt->page_failed = 0;
 }
 
 static void clear_cell(cass_data_storage *cell)
@@ -69,6 +70,7 @@ static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
         // Without its paging state the result ends at the next fetch: a dead connection must not
         // give endless rows.
         drop_paging_state(stmt);
+        stmt->page_failed = 1;
         *page_failed = true;
         return SQL_ERROR;
     }
@@ -173,6 +175,11 @@ static void fill_status(cass_stmt *stmt, const rowset_outputs &out, SQLULEN arra
         store_status(out, stmt->rowset_position, status);
 }
 
+static bool has_local_row(const cass_stmt *stmt)
+{
+    return stmt->internal_rs != nullptr && !stmt->internal_rs->row_lost;
+}
+
 // One row into the IRD and from there into the bound columns.
 [[gnu::always_inline]] static inline SQLRETURN fetch_row_and_transfer(cass_stmt *stmt, bool logged)
 {
@@ -190,7 +197,7 @@ static void fill_status(cass_stmt *stmt, const rowset_outputs &out, SQLULEN arra
     // record, and the emptied row is transferred: the verdict of that decides. So does the second
     // transfer of a local row: what the first one delivered whole is passed over, and a text that
     // it cut goes on in the same buffer.
-    if (code == SQL_ERROR && !page_failed && stmt->internal_rs == nullptr)
+    if (code == SQL_ERROR && !page_failed && !has_local_row(stmt))
         return code;
     code = transfer_bound_columns(stmt, 1);
     ROW_LOG("transfer_bound_columns returns %r", static_cast<int>(code));

@@ -11,59 +11,74 @@
 #include "core/cass_fetch.h"
 #include "core/cass_field.h"
 #include "core/cass_log.h"
+#include "core/cass_stmt.h"
 #include "support/ascii.h"
 
 static constexpr char log_source[] = "cass_internalrs.c";
 
-static int no_memory(cass_stmt *stmt)
+static int no_memory(cass_stmt *stmt, const char *who)
 {
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to allocate memory", who);
     cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
     return -1;
 }
 
 // ---- Creation ----------------------------------------------------------------------------------
 
+// False when memory ran out, as of all that describe.
+static bool put_text(cass_string **slot, const char *text)
+{
+    *slot = cass_string_from_cstr(text);
+    return *slot != nullptr;
+}
+
 // A short reports the width of the stored integer and the name of one: on purpose, applications
 // bind both kinds alike.
-static void describe_integer(cass_field *field, std::int32_t digits)
+static bool describe_integer(cass_field *field, std::int32_t digits)
 {
     field->display_size = digits;
     field->precision = digits;
     field->length = digits;
     field->octet_length = 4;
     field->fixed_prec_scale = 1;
-    field->type_name = cass_string_from_cstr("INTEGER");
-    field->local_type_name = cass_string_from_cstr("INTEGER");
     field->num_prec_radix = 10;
     field->searchable = SQL_ALL_EXCEPT_LIKE;
+    return put_text(&field->type_name, "INTEGER") && put_text(&field->local_type_name, "INTEGER");
 }
 
-static void describe_varchar(cass_field *field, std::int32_t length)
+static bool describe_varchar(cass_field *field, std::int32_t length)
 {
     field->display_size = length;
     field->precision = length;
     field->length = length;
     field->octet_length = length;
-    field->literal_prefix = cass_string_from_cstr("'");
-    field->literal_suffix = cass_string_from_cstr("'");
-    field->type_name = cass_string_from_cstr("VARCHAR");
-    field->local_type_name = cass_string_from_cstr("VARCHAR");
     field->searchable = SQL_SEARCHABLE;
     field->case_sensitive = 1;
+    return put_text(&field->literal_prefix, "'") && put_text(&field->literal_suffix, "'") &&
+           put_text(&field->type_name, "VARCHAR") && put_text(&field->local_type_name, "VARCHAR");
 }
 
 // Fills a fresh record.
-static void describe_column(cass_field *field, const cass_internal_column &column)
+static bool describe_column(cass_field *field, const cass_internal_column &column)
 {
     field->consise_type = column.type;
     field->type = column.type;
-    if (column.type == SQL_VARCHAR)
-        describe_varchar(field, column.length);
-    else
-        describe_integer(field, column.type == SQL_INTEGER ? 10 : 5);
-    field->column_name = cass_string_from_cstr(column.name);
     field->nullable = column.nullable;
     field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
+    const bool described = column.type == SQL_VARCHAR
+                               ? describe_varchar(field, column.length)
+                               : describe_integer(field, column.type == SQL_INTEGER ? 10 : 5);
+    return described && put_text(&field->column_name, column.name);
+}
+
+static bool describe_columns(cass_desc *ird, const cass_internal_columns *columns)
+{
+    if (cass_desc_describe(ird, columns->count) != 0)
+        return false;
+    for (std::int32_t i = 0; i < columns->count; ++i)
+        if (!describe_column(&ird->fields[i], columns->columns[i]))
+            return false;
+    return true;
 }
 
 // 0, or -1 when memory ran out.
@@ -89,22 +104,23 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
 {
     auto *rs = static_cast<cass_internal_rs *>(std::calloc(1, sizeof(cass_internal_rs)));
     if (rs == nullptr)
-        return no_memory(stmt);
+        return no_memory(stmt, "cass_create_internal_rs");
     rs->at_start = 1;
     rs->columns = columns;
     if (take_sort_keys(rs, sort_keys) != 0) {
         cass_free_internal_rs(stmt, rs);
-        return no_memory(stmt);
+        return no_memory(stmt, "cass_create_internal_rs");
     }
 
     stmt->ird = stmt->implicit_ird;
     stmt->internal_rs = rs;
     stmt->data_waiting = 1;
-    if (cass_desc_describe(stmt->ird, columns->count) != 0)
-        return no_memory(stmt);
-    for (std::int32_t i = 0; i < columns->count; ++i)
-        describe_column(&stmt->ird->fields[i], columns->columns[i]);
-    return 0;
+    if (describe_columns(stmt->ird, columns))
+        return 0;
+    cass_free_internal_rs(stmt, rs);
+    stmt->data_waiting = 0;
+    cass_close_result(stmt);
+    return no_memory(stmt, "cass_create_internal_rs");
 }
 
 void cass_free_internal_rs(cass_stmt *stmt, cass_internal_rs *rs)
@@ -215,7 +231,7 @@ int cass_insert_internal_row(cass_stmt *stmt, const char *const *values)
     }
     cass_internal_row *row = make_row(rs->columns->count, values);
     if (row == nullptr)
-        return no_memory(stmt);
+        return no_memory(stmt, "cass_insert_internal_row");
     if (rs->sort_key_count < 1)
         append_row(rs, row);
     else
@@ -258,7 +274,7 @@ static int populate_row(cass_stmt *stmt, const cass_internal_row *row)
     for (std::int32_t column = 0; column < columns; ++column) {
         cass_field *field = &stmt->ird->fields[column];
         if (populate_field(field, row->values[column]) != 0)
-            return no_memory(stmt);
+            return no_memory(stmt, "cass_fetch_internal_row");
         const cass_data_storage &cell = field->data_storage;
         CASS_LOG(&stmt->head, LOG_DETAIL, "populate internal row: reading column %d", column);
         CASS_LOG(&stmt->head, LOG_DETAIL, "field->consise_type = %d", field->consise_type);
@@ -279,13 +295,17 @@ SQLRETURN cass_fetch_internal_row(cass_stmt *stmt, SQLSMALLINT mode, [[maybe_unu
     cass_internal_rs *rs = stmt->internal_rs;
     if (rs->head == nullptr || rs->exhausted)
         return SQL_NO_DATA;
-    rs->current = rs->at_start ? rs->head : rs->current->next;
+    cass_internal_row *row = rs->at_start ? rs->head : rs->current->next;
+    rs->row_lost = row != nullptr && populate_row(stmt, row) != 0;
+    if (rs->row_lost) {
+        cass_clear_row_data(stmt);  // the columns behind the failure are still the row before's
+        return SQL_ERROR;
+    }
+    rs->current = row;
     rs->at_start = 0;
-    if (rs->current == nullptr) {
+    if (row == nullptr) {
         rs->exhausted = 1;
         return SQL_NO_DATA;
     }
-    if (populate_row(stmt, rs->current) != 0)
-        return SQL_ERROR;
     return transfer_bound_columns(stmt, 1);
 }

@@ -35,18 +35,20 @@ struct cass_internal_rs {
     std::int32_t *sort_keys;  // column indexes from 0, most significant first
     std::int32_t exhausted;
     std::int32_t at_start;
+    std::int32_t row_lost;  // 1: the row of the last fetch found no memory
 };
 
 // Makes an empty result current on the statement and describes its columns in the automatic IRD.
 // The statement is closed before; `columns` must outlive the result. sort_keys: column numbers from
-// 1, ended by an entry below 1; null for no sorting. 0, or -1 with HY001 posted.
+// 1, ended by an entry below 1; null for no sorting. 0, or -1 with HY001 posted and no result.
 int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *columns,
                             const std::int32_t *sort_keys);
 // Adds a row at its sorted place, behind rows of equal keys. One NUL-terminated text for each
 // column, copied; null for SQL NULL. 0, or -1 with HY001 or HY000 (no result) posted.
 int cass_insert_internal_row(cass_stmt *stmt, const char *const *values);
 // The next row into the IRD and the bound columns. SQL_NO_DATA at the end, otherwise what
-// transfer_bound_columns gives. Only SQL_FETCH_NEXT is served.
+// transfer_bound_columns gives. SQL_ERROR with HY001 and `row_lost` set when memory ran out: the
+// row is the next one still. Only SQL_FETCH_NEXT is served.
 SQLRETURN cass_fetch_internal_row(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset);
 // Frees the result and unlinks it from the statement. Null is accepted.
 void cass_free_internal_rs(cass_stmt *stmt, cass_internal_rs *rs);

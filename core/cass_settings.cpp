@@ -13,6 +13,7 @@
 #include <memory>
 #include <span>
 
+#include "core/cass_err.h"
 #include "core/cass_log.h"
 #include "support/ascii.h"
 #include "support/installer.h"
@@ -320,7 +321,8 @@ static void note_absent(cass_conn *conn, const setting &row)
         conn->log_file[0] = '\0';
 }
 
-static void read_rows(cass_conn *conn, const dsn_section &section, std::span<const setting> rows,
+// False when memory ran out.
+static bool read_rows(cass_conn *conn, const dsn_section &section, std::span<const setting> rows,
                       settings_road road)
 {
     for (const setting &row : rows) {
@@ -336,24 +338,31 @@ static void read_rows(cass_conn *conn, const dsn_section &section, std::span<con
             replace_text(&(conn->*row.text), cass_string_from_cstr(value));
         else
             store_value(conn, row, value, road);
+        if (is_text(row) && conn->*row.text == nullptr)
+            return false;
         if (road == ROAD_CONNECT)
             note_found(conn, row, value);
     }
+    return true;
 }
 
-// Opens the connection's section. False without a data source; an empty name is none either, as the
-// installer would take it for a pattern that every section matches.
+// Opens the connection's section; *name stays null without a data source. An empty name is none
+// either, as the installer would take it for a pattern that every section matches. False when
+// memory ran out.
 //
 // The name is looked for as UTF-8. An ANSI application whose names are UTF-8 already has had them
 // widened byte for byte, so that the plain bytes are the second candidate.
 static bool open_section(const cass_conn *conn, dsn_section *section, bytes_ptr *name)
 {
     if (cass_string_length(conn->dsn) == 0)
-        return false;
-    name->reset(cass_string_to_utf8(conn->dsn));
+        return true;
+    bytes_ptr wanted(cass_string_to_utf8(conn->dsn), std::free);
     bytes_ptr bytes(cass_string_to_ascii(conn->dsn), std::free);
-    if (*name == nullptr || bytes == nullptr || *name->get() == '\0')
+    if (wanted == nullptr || bytes == nullptr)
         return false;
+    if (*wanted == '\0')
+        return true;
+    *name = std::move(wanted);
     list_section(section, name->get());
     if (section->listed < 1 && *bytes != '\0' && std::strcmp(name->get(), bytes.get()) != 0) {
         *name = std::move(bytes);
@@ -364,39 +373,55 @@ static bool open_section(const cass_conn *conn, dsn_section *section, bytes_ptr 
 
 // ---- The two entries ---------------------------------------------------------------------------
 
+static int no_memory(cass_conn *conn, const char *who)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return -1;
+}
+
+static bool is_lost(const cass_string *given, const cass_string *copy)
+{
+    return given != nullptr && copy == nullptr;
+}
+
 // The keys of SQLConnect's section. Without a server or bundle nothing else is looked at, the user
-// and password of the arguments included: the call is about to fail.
-static void read_connect_section(cass_conn *conn, const cass_string *user,
+// and password of the arguments included: the call is about to fail. False when memory ran out.
+static bool read_connect_section(cass_conn *conn, const cass_string *user,
                                  const cass_string *password)
 {
     const std::span<const setting> all(settings);
     dsn_section section;
     bytes_ptr name(nullptr, std::free);
-    const bool opened = open_section(conn, &section, &name);
-    if (opened)
-        read_rows(conn, section, all.first(ADDRESS_ROWS), ROAD_CONNECT);
+    if (!open_section(conn, &section, &name))
+        return false;
+    if (name != nullptr && !read_rows(conn, section, all.first(ADDRESS_ROWS), ROAD_CONNECT))
+        return false;
     if (conn->server == nullptr && conn->bundle_path == nullptr) {
         CASS_LOG(&conn->head, LOG_ERROR,
                  "SQLConnect: Server or SecureConnectionBundlePath  not specified");
-        return;
+        return true;
     }
     conn->user = cass_string_copy(user);
     conn->password = cass_string_copy(password);
-    read_rows(conn, section, all.subspan(ADDRESS_ROWS), ROAD_CONNECT);
+    if (is_lost(user, conn->user) || is_lost(password, conn->password))
+        return false;
+    return read_rows(conn, section, all.subspan(ADDRESS_ROWS), ROAD_CONNECT);
 }
 
-void cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_string *user,
-                            const cass_string *password)
+int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_string *user,
+                           const cass_string *password)
 {
     clear_settings(conn, ROAD_CONNECT);
     conn->dsn = cass_string_copy(dsn);
-    read_connect_section(conn, user, password);
+    const bool whole = !is_lost(dsn, conn->dsn) && read_connect_section(conn, user, password);
     default_absent(conn, ROAD_CONNECT);
+    return whole ? 0 : no_memory(conn, "SQLConnect");
 }
 
 // One key and value of a connection string. A text keeps the first value given, anything else takes
-// the last; an unknown key (DRIVER is one) is passed over.
-static void store_pair(cass_conn *conn, const cass_string *key, string_ptr value)
+// the last; an unknown key (DRIVER is one) is passed over. False when memory ran out.
+static bool store_pair(cass_conn *conn, const cass_string *key, string_ptr value)
 {
     for (const setting &row : settings) {
         if (cass_string_compare_cstr(key, row.string_key) != 0)
@@ -404,24 +429,26 @@ static void store_pair(cass_conn *conn, const cass_string *key, string_ptr value
         if (is_text(row)) {
             if (conn->*row.text == nullptr)
                 conn->*row.text = value.release();
-            return;
+            return true;
         }
         const bytes_ptr text(cass_string_to_utf8(value.get()), std::free);
-        if (text != nullptr)
-            store_value(conn, row, text.get(), ROAD_STRING);
-        return;
+        if (text == nullptr)
+            return false;
+        store_value(conn, row, text.get(), ROAD_STRING);
+        return true;
     }
+    return true;
 }
 
 // Pieces between semicolons, each cut at its first equals sign. Braces protect both separators,
-// nest, and stay part of the value; there is no other quoting and no trimming.
-static void read_pairs(cass_conn *conn, const cass_string *connect_string)
+// nest, and stay part of the value; there is no other quoting and no trimming. False when memory
+// ran out.
+static bool read_pairs(cass_conn *conn, const cass_string *connect_string)
 {
     const std::int32_t length = cass_string_length(connect_string);
     std::int32_t end = 0;
     for (std::int32_t start = 0; start < length; start = end + 1) {
-        if (!cass_string_find_char(start, connect_string, ';', &end))
-            return;
+        cass_string_find_char(start, connect_string, ';', &end);
         const string_ptr piece(cass_string_sub(connect_string, start, end - start),
                                cass_string_free);
         cass_string *key = nullptr;
@@ -429,22 +456,22 @@ static void read_pairs(cass_conn *conn, const cass_string *connect_string)
         const int split = piece != nullptr && cass_string_split(piece.get(), '=', &key, &value);
         const string_ptr owned_key(key, cass_string_free);
         string_ptr owned_value(value, cass_string_free);
-        if (!split)
-            return;
-        store_pair(conn, key, std::move(owned_value));
+        if (!split || !store_pair(conn, key, std::move(owned_value)))
+            return false;
     }
+    return true;
 }
 
-void cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string)
+int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string)
 {
     clear_settings(conn, ROAD_STRING);
-    read_pairs(conn, connect_string);
-
     dsn_section section;
     bytes_ptr name(nullptr, std::free);
-    if (open_section(conn, &section, &name))
-        read_rows(conn, section, settings, ROAD_SECTION);
+    bool whole = read_pairs(conn, connect_string) && open_section(conn, &section, &name);
+    if (whole && name != nullptr)
+        whole = read_rows(conn, section, settings, ROAD_SECTION);
     default_absent(conn, ROAD_STRING);
+    return whole ? 0 : no_memory(conn, "SQLDriverConnect");
 }
 
 char *cass_setting_path(const cass_string *setting)
@@ -452,7 +479,7 @@ char *cass_setting_path(const cass_string *setting)
     held_text path(cass_string_to_utf8(setting));
     if (path != nullptr && access(path.get(), F_OK) != 0) {
         held_text plain(cass_string_to_ascii(setting));
-        if (plain != nullptr && access(plain.get(), F_OK) == 0)
+        if (plain == nullptr || access(plain.get(), F_OK) == 0)
             return plain.release();
     }
     return path.release();

@@ -35,13 +35,14 @@ static_assert(offsetof(cass_settings_block, logging) == 9216 &&
               offsetof(cass_settings_block, metadata_port) == 10260 &&
               offsetof(cass_settings_block, consistency) == 10268);
 
+// The three ways in give 0, or -1 with HY001 posted: no setting is dropped when memory runs out.
 // SQLConnect: the DSN's section, overridden by the arguments. Null texts are not given.
-void cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_string *user,
-                            const cass_string *password);
+int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_string *user,
+                           const cass_string *password);
 // SQLDriverConnect: the string's keys, then what its DSN adds.
-void cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string);
+int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string);
 // The text of a block's fields replaces the settings; an empty field clears one.
-void cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block);
+int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block);
 // A setting that names a file, as the file system knows it: UTF-8, or the plain bytes where only
 // those name a file (an ANSI application's UTF-8 has been widened byte for byte). The caller frees
 // it; null when memory ran out.

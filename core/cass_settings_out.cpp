@@ -5,29 +5,35 @@
 #include <cstring>
 #include <limits>
 
+#include "core/cass_err.h"
+#include "core/cass_log.h"
+
+static constexpr char log_source[] = "SQLConnectWide.c";
+
 // ---- The block ---------------------------------------------------------------------------------
 
-// The field may be full and without a terminator.
-static void take_block_text(cass_string **setting, const char *field)
+// The field may be full and without a terminator. False when memory ran out.
+static bool take_block_text(cass_string **setting, const char *field)
 {
     cass_string_free(*setting);
     const std::size_t length = strnlen(field, sizeof cass_settings_block::dsn);
     *setting = nullptr;
     if (length > 0)
         *setting = cass_string_from_bytes(field, static_cast<std::int64_t>(length));
+    return length == 0 || *setting != nullptr;
 }
 
-void cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
+int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
 {
-    take_block_text(&conn->dsn, block->dsn);
-    take_block_text(&conn->user, block->user);
-    take_block_text(&conn->password, block->password);
-    take_block_text(&conn->server, block->server);
-    take_block_text(&conn->keyspace, block->keyspace);
-    take_block_text(&conn->private_key_file, block->private_key_file);
-    take_block_text(&conn->certificate_file, block->certificate_file);
-    take_block_text(&conn->public_key_file, block->public_key_file);
-    take_block_text(&conn->bundle_path, block->bundle_path);
+    const bool whole = take_block_text(&conn->dsn, block->dsn) &&
+                       take_block_text(&conn->user, block->user) &&
+                       take_block_text(&conn->password, block->password) &&
+                       take_block_text(&conn->server, block->server) &&
+                       take_block_text(&conn->keyspace, block->keyspace) &&
+                       take_block_text(&conn->private_key_file, block->private_key_file) &&
+                       take_block_text(&conn->certificate_file, block->certificate_file) &&
+                       take_block_text(&conn->public_key_file, block->public_key_file) &&
+                       take_block_text(&conn->bundle_path, block->bundle_path);
 
     const std::size_t taken = strnlen(block->log_file, sizeof conn->log_file - 1);
     std::memcpy(conn->log_file, block->log_file, taken);
@@ -42,6 +48,11 @@ void cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block
     conn->metadata_port = block->metadata_port;
     conn->astra = block->astra;
     conn->consistency = block->consistency;
+    if (whole)
+        return 0;
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_apply_settings_block: failed to allocate memory");
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return -1;
 }
 
 // ---- The output string -------------------------------------------------------------------------

@@ -34,8 +34,7 @@ static void say_failure(char *message, cass_conn *conn)
 
 static int try_settings(cass_conn *conn, const cass_settings_block *block, char *message)
 {
-    cass_apply_settings_block(conn, block);
-    if (!SQL_SUCCEEDED(cass_connect(conn, 0))) {
+    if (cass_apply_settings_block(conn, block) != 0 || !SQL_SUCCEEDED(cass_connect(conn, 0))) {
         say_failure(message, conn);
         return 1;
     }

@@ -16,16 +16,18 @@ SQLRETURN SQLConnectWide(cass_conn *conn, const connect_argument &server_name,
                       connect_argument_lost(authentication);
     // This data source may have no bundle, or one without a key: another's must not be shown.
     cass_forget_bundle(conn);
-    if (!lost)
-        cass_read_dsn_settings(conn, server_name.text, user_name.text, authentication.text);
-    cass_string_free(server_name.text);
-    cass_string_free(user_name.text);
-    cass_string_free(authentication.text);
+    int read = -1;
     if (lost) {
         CASS_LOG(&conn->head, LOG_ERROR, "SQLConnect: failed to allocate memory");
         cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-        return SQL_ERROR;
+    } else {
+        read = cass_read_dsn_settings(conn, server_name.text, user_name.text, authentication.text);
     }
+    cass_string_free(server_name.text);
+    cass_string_free(user_name.text);
+    cass_string_free(authentication.text);
+    if (read != 0)
+        return SQL_ERROR;
 
     if (conn->server == nullptr && conn->bundle_path == nullptr) {
         cass_post_error(&conn->head, STATE_HY000, 0,

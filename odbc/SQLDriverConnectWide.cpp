@@ -16,21 +16,22 @@
 
 static constexpr char log_source[] = "SQLDriverConnectWide.c";
 
-// Asks the user for the settings. 0, or the setup library's refusal, which ends the call.
+// Asks the user for the settings. 0, or what ends the call: the setup library's refusal, or
+// SQL_ERROR with HY001 posted.
 static int prompt(cass_conn *conn, SQLHWND window)
 {
     cass_settings_block block = {};
     const int refused = cass_prompt_settings(conn, window, &block);
-    if (refused == 0)
-        cass_apply_settings_block(conn, &block);
+    if (refused == 0 && cass_apply_settings_block(conn, &block) != 0)
+        return SQL_ERROR;
     return refused;
 }
 
-// Shows the connection's diagnostics, a line each, and forgets them.
-static void show_diagnostics(cass_conn *conn, SQLHWND window)
+// The connection's diagnostics, a line each.
+static std::string diagnostics_text(cass_conn *conn)
 {
     std::string text;
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *record;
     for (std::int32_t row = 1; (record = cass_diag_get(&conn->head, row)) != nullptr; row++) {
         const std::unique_ptr<char, decltype(&std::free)> line(cass_string_to_utf8(record->text),
@@ -38,8 +39,13 @@ static void show_diagnostics(cass_conn *conn, SQLHWND window)
         if (line != nullptr)
             text.append(line.get()).append("\n");
     }
-    cass_diag_unlock();
-    cass_show_errors(conn, text.c_str(), window);
+    return text;
+}
+
+// Shows and forgets them.
+static void show_diagnostics(cass_conn *conn, SQLHWND window)
+{
+    cass_show_errors(conn, diagnostics_text(conn).c_str(), window);
     cass_diag_clear(&conn->head);
 }
 
@@ -127,8 +133,10 @@ SQLRETURN SQLDriverConnectWide(cass_conn *conn, const connect_argument &connect_
     cass_reset_conn(conn);
     if (connect_argument_lost(connect_string))
         return no_memory(conn);
-    cass_parse_connect_string(conn, connect_string.text);
+    const int parsed = cass_parse_connect_string(conn, connect_string.text);
     cass_string_free(connect_string.text);
+    if (parsed != 0)
+        return SQL_ERROR;
 
     SQLRETURN code;
     if (!attempt(conn, window, completion, &code) || !SQL_SUCCEEDED(code))

@@ -154,9 +154,9 @@ SQLRETURN cass_get_type_info(cass_stmt *stmt, SQLSMALLINT data_type)
             continue;
         for (int i = 0; i < answer.count; ++i) {
             const type_index row = answer.rows[i];
-            // A row that finds no memory is left out, with its record posted.
-            cass_insert_internal_row(stmt,
-                                     type_rows[row + (has_two_levels(row) ? odbc3 : 0)].cells);
+            const type_row &cells = type_rows[row + (has_two_levels(row) ? odbc3 : 0)];
+            if (cass_insert_internal_row(stmt, cells.cells) != 0)
+                return catalog_finish(stmt, SQL_ERROR, false);
         }
     }
     return catalog_finish(stmt, SQL_SUCCESS, false);

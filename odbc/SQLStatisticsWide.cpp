@@ -2,9 +2,8 @@
 #include "odbc/SQLStatisticsWide.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstring>
 #include <iterator>
-#include <string>
 
 #include "core/cass_data.h"
 #include "core/cass_stmt.h"
@@ -66,12 +65,14 @@ static bool take_int(option_walk *walk, std::int32_t *value)
     return true;
 }
 
-static bool take_text(option_walk *walk, std::string *text)
+// The text with a terminator; `text` has room for all options.
+static bool take_text(option_walk *walk, char *text)
 {
     std::int32_t length = 0;
     if (!take_int(walk, &length) || length < 0 || length > walk->left)
         return false;
-    text->assign(reinterpret_cast<const char *>(walk->at), static_cast<std::size_t>(length));
+    std::memcpy(text, walk->at, static_cast<std::size_t>(length));
+    text[length] = '\0';
     walk->at += length;
     walk->left -= length;
     return true;
@@ -89,12 +90,12 @@ static int add_options(cass_stmt *stmt, const index_entry &entry, option_walk wa
 {
     std::int32_t count = 0;
     take_int(&walk, &count);
-    std::string key;
-    std::string value;
+    char key[OPTIONS_SIZE];
+    char value[OPTIONS_SIZE];
     for (std::int32_t position = 1;
-         position <= count && take_text(&walk, &key) && take_text(&walk, &value); ++position)
+         position <= count && take_text(&walk, key) && take_text(&walk, value); ++position)
         if (add_row(stmt, entry.keyspace, entry.table, "1", entry.index, "3",
-                    catalog_number_text(position).text, value.c_str()) != 0)
+                    catalog_number_text(position).text, value) != 0)
             return -1;
     return 0;
 }
@@ -147,6 +148,8 @@ static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const 
 
     const held_text keyspace_text(cass_string_to_utf8(keyspace));
     const held_text table_text(cass_string_to_utf8(table));
+    if ((keyspace != nullptr && keyspace_text == nullptr) || table_text == nullptr)
+        return SQL_ERROR;
     if (add_row(stmt, keyspace_text.get(), table_text.get(), nullptr, nullptr, "0", nullptr,
                 nullptr) != 0)
         return SQL_ERROR;

@@ -101,9 +101,9 @@ static bool is_wanted(const listing &wanted, const cass_string *types)
     for (std::int32_t start = 0; start < length;) {
         std::int32_t end = length;
         cass_string_find_char(start, types, ',', &end);
-        const held_string item(cass_string_sub(types, start, end - start));
-        if (catalog_text_is(item.get(), wanted.word) ||
-            catalog_text_is(item.get(), wanted.quoted_word))
+        const cass_string item = {
+            .text = types->text + start, .length = end - start, .borrowed = 1};
+        if (catalog_text_is(&item, wanted.word) || catalog_text_is(&item, wanted.quoted_word))
             return true;
         start = end + 1;
     }

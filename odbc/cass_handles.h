@@ -326,6 +326,7 @@ struct cass_stmt {
     cass_packet *current_packet;
     std::int32_t current_row_count;
     std::int32_t current_row_offset;
+    std::int32_t page_failed;   // 1: the page behind current_packet did not come
     unsigned char *meta_bytes;  // owned: the column specification that the IRD was filled from
     std::int32_t meta_length;
     cass_internal_rs *internal_rs;
