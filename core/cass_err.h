@@ -132,8 +132,7 @@ inline void cass_diag_clear(cass_handle *handle)
 }
 
 // The lock over all lists, for a reader that keeps a record in hand (cass_diag_get).
-void cass_diag_lock();
-void cass_diag_unlock();
+extern cass_lock cass_diag_lock;
 
 // Record of 1-based number, or null. The pointer is good until the list changes: hold the lock.
 cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number);

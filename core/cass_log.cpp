@@ -172,13 +172,12 @@ static void write_record(const log_call *call, const char *format, va_list argum
         return;
     const int saved_errno = errno;
     char record[RECORD_ROOM];
-    cass_lock_enter(&env->log_lock);
+    const cass_lock_guard hold(&env->log_lock);
     compose_record(record, call, format, arguments);
     if (in_memory(call))
         add_to_ring(call, conn, record);
     else
         write_to_stream(call, conn, record);
-    cass_lock_leave(&env->log_lock);
     errno = saved_errno;
 }
 

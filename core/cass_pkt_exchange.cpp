@@ -18,12 +18,9 @@ using held_stmt =
 
 cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent)
 {
-    cass_lock *lock = &stmt_conn(stmt)->exchange_lock;
-    cass_lock_enter(lock);
+    const cass_lock_guard hold(&stmt_conn(stmt)->exchange_lock);
     *sent = cass_send_packet(stmt, request) >= 0;
-    cass_packet *reply = *sent ? cass_read_packet(stmt) : nullptr;
-    cass_lock_leave(lock);
-    return reply;
+    return *sent ? cass_read_packet(stmt) : nullptr;
 }
 
 cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_t *code)

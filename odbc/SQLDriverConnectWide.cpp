@@ -26,11 +26,11 @@ static int prompt(cass_conn *conn, SQLHWND window)
     return refused;
 }
 
-// Shows the connection's diagnostics, a line each, and forgets them.
-static void show_diagnostics(cass_conn *conn, SQLHWND window)
+// The connection's diagnostics, a line each.
+static std::string diagnostics_text(cass_conn *conn)
 {
     std::string text;
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *record;
     for (std::int32_t row = 1; (record = cass_diag_get(&conn->head, row)) != nullptr; row++) {
         const std::unique_ptr<char, decltype(&std::free)> line(cass_string_to_utf8(record->text),
@@ -38,8 +38,13 @@ static void show_diagnostics(cass_conn *conn, SQLHWND window)
         if (line != nullptr)
             text.append(line.get()).append("\n");
     }
-    cass_diag_unlock();
-    cass_show_errors(conn, text.c_str(), window);
+    return text;
+}
+
+// Shows and forgets them.
+static void show_diagnostics(cass_conn *conn, SQLHWND window)
+{
+    cass_show_errors(conn, diagnostics_text(conn).c_str(), window);
     cass_diag_clear(&conn->head);
 }
 

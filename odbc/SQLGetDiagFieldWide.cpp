@@ -197,10 +197,7 @@ SQLRETURN cass_get_diag_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSM
                               bool wide)
 {
     diag_value value = {};
-    cass_diag_lock();
-    SQLRETURN code = read_field(handle, rec_number, identifier, wide, &value);
-    if (code == SQL_SUCCESS)
-        code = deliver(&value, info, buffer_length, string_length, wide);
-    cass_diag_unlock();
-    return code;
+    const cass_lock_guard hold(&cass_diag_lock);
+    const SQLRETURN code = read_field(handle, rec_number, identifier, wide, &value);
+    return code == SQL_SUCCESS ? deliver(&value, info, buffer_length, string_length, wide) : code;
 }

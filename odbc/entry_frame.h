@@ -23,15 +23,6 @@ struct entry_point {
 // EXIT records of the calls that print the code by name.
 constexpr char EXIT_BY_NAME[] = "%s: return value=%r";
 
-// Ends an entry: leaves the lock on every way out.
-struct entry_lock_guard {
-    cass_lock *lock;
-    explicit entry_lock_guard(cass_lock *held) : lock(held) { cass_lock_enter(lock); }
-    ~entry_lock_guard() { cass_lock_leave(lock); }
-    entry_lock_guard(const entry_lock_guard &) = delete;
-    entry_lock_guard &operator=(const entry_lock_guard &) = delete;
-};
-
 // Posts HY010 with its log record and gives SQL_ERROR.
 SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std::int32_t state);
 // Inside a catch block: posts HY001 or HY000 for the exception in flight and gives SQL_ERROR.
@@ -43,7 +34,7 @@ template <typename Log, typename Body>
 inline SQLRETURN enter_handle(cass_handle *handle, cass_lock *api_lock, const entry_point &entry,
                               std::int32_t async_state, Log log_entry, Body body)
 {
-    const entry_lock_guard guard(api_lock);
+    const cass_lock_guard guard(api_lock);
     SQLRETURN code;
     try {
         cass_diag_clear(handle);

@@ -26,6 +26,15 @@ inline void cass_lock_leave(cass_lock *lock)
     pthread_mutex_unlock(&lock->mutex);
 }
 
+// Holds the lock to the end of its scope, on every way out of it.
+struct cass_lock_guard {
+    cass_lock *lock;
+    explicit cass_lock_guard(cass_lock *held) : lock(held) { cass_lock_enter(lock); }
+    ~cass_lock_guard() { cass_lock_leave(lock); }
+    cass_lock_guard(const cass_lock_guard &) = delete;
+    cass_lock_guard &operator=(const cass_lock_guard &) = delete;
+};
+
 // Takes the lock only if nobody else holds it. 1 when taken, else 0.
 int cass_lock_try_enter(cass_lock *lock);
 
