@@ -126,7 +126,7 @@ void cass_diag_release(cass_handle *handle);
 // Empties the list. Costs one test when it is empty, as nearly always.
 inline void cass_diag_clear(cass_handle *handle)
 {
-    handle->diag_cursor = 0;
+    shared_put(&handle->diag_cursor, 0);
     if (__atomic_load_n(&handle->diag_records, __ATOMIC_RELAXED) != nullptr) [[unlikely]]
         cass_diag_release(handle);
 }

@@ -129,7 +129,7 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
                         "unexpected packet kind %s, expected KIND_PREPARED", name);
         return -1;
     }
-    stmt->prepared = 1;
+    shared_put(&stmt->prepared, 1);
     return warned ? 1 : 0;
 }
 
@@ -147,7 +147,7 @@ int execute_query(cass_conn *conn, const cass_string *sql)
     if (request == nullptr)
         return -1;
     pkt_put_long_string(request.get(), sql);
-    pkt_put_short(request.get(), static_cast<std::int16_t>(conn->consistency));
+    pkt_put_short(request.get(), static_cast<std::int16_t>(shared_get(&conn->consistency)));
     pkt_put_byte(request.get(), 0);
     return send_and_execute(stmt.get(), request.get());
 }

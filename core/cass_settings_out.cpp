@@ -5,35 +5,35 @@
 #include <cstring>
 #include <limits>
 
+#include "core/cass_conn_shared.h"
+#include "core/cass_log.h"
+
 // ---- The block ---------------------------------------------------------------------------------
 
 // The field may be full and without a terminator.
-static void take_block_text(cass_string **setting, const char *field)
+static void take_block_text(cass_conn *conn, cass_string **setting, const char *field)
 {
-    cass_string_free(*setting);
     const std::size_t length = strnlen(field, sizeof cass_settings_block::dsn);
-    *setting = nullptr;
+    cass_string *text = nullptr;
     if (length > 0)
-        *setting = cass_string_from_bytes(field, static_cast<std::int64_t>(length));
+        text = cass_string_from_bytes(field, static_cast<std::int64_t>(length));
+    cass_set_conn_text(conn, setting, text);
 }
 
 void cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
 {
-    take_block_text(&conn->dsn, block->dsn);
-    take_block_text(&conn->user, block->user);
-    take_block_text(&conn->password, block->password);
-    take_block_text(&conn->server, block->server);
-    take_block_text(&conn->keyspace, block->keyspace);
-    take_block_text(&conn->private_key_file, block->private_key_file);
-    take_block_text(&conn->certificate_file, block->certificate_file);
-    take_block_text(&conn->public_key_file, block->public_key_file);
-    take_block_text(&conn->bundle_path, block->bundle_path);
+    take_block_text(conn, &conn->dsn, block->dsn);
+    take_block_text(conn, &conn->user, block->user);
+    take_block_text(conn, &conn->password, block->password);
+    take_block_text(conn, &conn->server, block->server);
+    take_block_text(conn, &conn->keyspace, block->keyspace);
+    take_block_text(conn, &conn->private_key_file, block->private_key_file);
+    take_block_text(conn, &conn->certificate_file, block->certificate_file);
+    take_block_text(conn, &conn->public_key_file, block->public_key_file);
+    take_block_text(conn, &conn->bundle_path, block->bundle_path);
 
-    const std::size_t taken = strnlen(block->log_file, sizeof conn->log_file - 1);
-    std::memcpy(conn->log_file, block->log_file, taken);
-    conn->log_file[taken] = '\0';
-
-    conn->head.log_mask = block->logging > 0 ? 31 : 0;
+    cass_log_set_file(conn, block->log_file, strnlen(block->log_file, sizeof block->log_file));
+    shared_put(&conn->head.log_mask, block->logging > 0 ? 31 : 0);
     conn->port = block->port;
     conn->ipv6 = block->ipv6;
     conn->encrypt = block->encrypt;
@@ -41,7 +41,7 @@ void cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block
     conn->trust_server_certificate = block->trust_server_certificate;
     conn->metadata_port = block->metadata_port;
     conn->astra = block->astra;
-    conn->consistency = block->consistency;
+    shared_put(&conn->consistency, block->consistency);
 }
 
 // ---- The output string -------------------------------------------------------------------------

@@ -69,7 +69,8 @@ inline SQLRETURN enter_conn(SQLHDBC handle, const entry_point &entry, Log log_en
     auto *conn = static_cast<cass_conn *>(handle);
     if (conn == nullptr || conn->head.handle_tag != CASS_CONNECTION_HANDLE)
         return SQL_INVALID_HANDLE;
-    const std::int32_t async_state = conn->async_count >= 1 ? conn->async_count : 0;
+    const std::int32_t async_count = shared_get(&conn->async_count);
+    const std::int32_t async_state = async_count >= 1 ? async_count : 0;
     return enter_handle(
         &conn->head, &conn->api_lock, entry, async_state, [&] { log_entry(conn); },
         [&] { return body(conn); });

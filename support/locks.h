@@ -35,6 +35,20 @@ struct cass_lock_guard {
     cass_lock_guard &operator=(const cass_lock_guard &) = delete;
 };
 
+// One number or pointer that a thread writes while others may read it without a lock: a reader
+// meets the old value or the new one. Nothing else is ordered by it.
+template <typename Value>
+inline Value shared_get(const Value *place)
+{
+    return __atomic_load_n(place, __ATOMIC_RELAXED);
+}
+
+template <typename Value>
+inline void shared_put(Value *place, Value value)
+{
+    __atomic_store_n(place, value, __ATOMIC_RELAXED);
+}
+
 // Takes the lock only if nobody else holds it. 1 when taken, else 0.
 int cass_lock_try_enter(cass_lock *lock);
 
