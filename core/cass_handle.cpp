@@ -262,6 +262,7 @@ static void free_children(cass_conn *conn)
 
 void cass_free_conn(cass_conn *conn, int list_locked)
 {
+    const cass_cancel_guard whole;
     cass_env *env = conn_env(conn);
     free_children(conn);
     cass_diag_clear(&conn->head);

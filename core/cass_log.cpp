@@ -172,6 +172,7 @@ static void write_record(const log_call *call, const char *format, va_list argum
         return;
     const int saved_errno = errno;
     char record[RECORD_ROOM];
+    const cass_cancel_guard whole;
     const cass_lock_guard hold(&env->log_lock);
     compose_record(record, call, format, arguments);
     if (in_memory(call))

@@ -18,6 +18,7 @@ using held_stmt =
 
 cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent)
 {
+    const cass_cancel_guard whole;
     const cass_lock_guard hold(&stmt_conn(stmt)->exchange_lock);
     *sent = cass_send_packet(stmt, request) >= 0;
     return *sent ? cass_read_packet(stmt) : nullptr;

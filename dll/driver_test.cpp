@@ -46,6 +46,7 @@ static int try_settings(cass_conn *conn, const cass_settings_block *block, char 
 
 VHCASS_EXPORT int driver_test(cass_settings_block *block, char *message)
 {
+    const cass_cancel_guard whole;
     const std::unique_ptr<cass_env, decltype(&cass_free_env)> env(cass_alloc_env(), cass_free_env);
     if (env == nullptr) {
         say(message, "%s", "Failed to create environment");

@@ -1,5 +1,7 @@
 // Threads on one connection. Each thread has a statement of its own, or works on the connection;
 // built with ThreadSanitizer the tests also show that nothing is shared without a lock.
+#include <pthread.h>
+
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -156,4 +158,46 @@ TEST(threads, all_kinds_of_calls_share_a_connection)
     share_a_connection(quiet, quiet);
     share_a_connection(quiet, logged);
     share_a_connection(logged, quiet);
+}
+
+// ---- Cancellation ------------------------------------------------------------------------------
+
+// A thread that is cancelled ends behind the driver's calls and never within one: all of these give
+// what they give to anybody, and the session stays in step.
+TEST(threads, a_cancelled_thread_finishes_its_calls)
+{
+    const wire_ptr wire = wire_open();
+    node_answer_rest(wire->node.get(), answer);
+    std::vector<SQLRETURN> codes;
+    const std::function<void()> calls = [&] {
+        pthread_cancel(pthread_self());
+        codes.push_back(wire_connect(wire.get(), "KEYSPACE=k;LOGGING=on;LOGFILE=/dev/null"));
+        SQLHSTMT stmt;
+        codes.push_back(SQLAllocHandle(SQL_HANDLE_STMT, wire->conn, &stmt));
+        codes.push_back(exec(stmt, "select a"));
+        codes.push_back(SQLFetch(stmt));
+        codes.push_back(SQLFreeHandle(SQL_HANDLE_STMT, stmt));
+        codes.push_back(SQLDisconnect(wire->conn));
+        codes.push_back(wire_connect(wire.get(), "LOGGING=off"));
+        codes.push_back(SQLAllocHandle(SQL_HANDLE_STMT, wire->conn, &stmt));
+        codes.push_back(SQLTables(stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0));
+        codes.push_back(SQLFreeHandle(SQL_HANDLE_STMT, stmt));
+        pthread_testcancel();
+        codes.push_back(SQL_ERROR);
+    };
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(
+                     &thread, nullptr,
+                     [](void *work) -> void * {
+                         (*static_cast<const std::function<void()> *>(work))();
+                         return nullptr;
+                     },
+                     const_cast<std::function<void()> *>(&calls)));
+    void *end = nullptr;
+    pthread_join(thread, &end);
+    EXPECT_EQ(end, PTHREAD_CANCELED);
+    EXPECT_EQ(codes, std::vector<SQLRETURN>(10, SQL_SUCCESS));
+    wire->stmt = wire_new_stmt(wire.get());
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "select a"));
+    EXPECT_EQ(fetch_all(wire->stmt), row_list{"7"});
 }
