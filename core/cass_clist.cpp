@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_data.h"
 #include "core/cass_err.h"
 #include "core/cass_fetch.h"
@@ -33,6 +34,15 @@ bool catalog_text_is(const cass_string *text, const char *word)
 bool catalog_is_filter(const cass_string *text)
 {
     return cass_string_length(text) > 0 && !catalog_text_is(text, "%");
+}
+
+bool catalog_current_keyspace(const cass_stmt *stmt, held_string *keyspace)
+{
+    cass_conn *conn = stmt_conn(stmt);
+    cass_string *copy;
+    const bool whole = cass_copy_conn_text(conn, &conn->current_keyspace, &copy);
+    keyspace->reset(copy);
+    return whole;
 }
 
 // ---- Queries -----------------------------------------------------------------------------------
@@ -122,7 +132,7 @@ catalog_number catalog_number_text(std::int32_t value)
 SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies)
 {
     if (code == SQL_SUCCESS && occupies)
-        stmt_conn(stmt)->results_busy = 1;
+        cass_set_busy(stmt_conn(stmt), {.busy = 1, .stmt = nullptr});
     if (code != SQL_SUCCESS && stmt->internal_rs != nullptr)
         stmt->internal_rs->exhausted = 1;
     return cass_check_cursor_change(stmt, code);

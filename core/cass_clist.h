@@ -38,6 +38,8 @@ bool catalog_text(const catalog_argument &argument, held_string *text);
 bool catalog_text_is(const cass_string *text, const char *word);
 // Given, not empty and not "%".
 bool catalog_is_filter(const cass_string *text);
+// A copy of the keyspace in use, null without one. False when memory ran out; nothing is posted.
+bool catalog_current_keyspace(const cass_stmt *stmt, held_string *keyspace);
 
 // ---- Queries -----------------------------------------------------------------------------------
 

@@ -83,9 +83,9 @@ static std::int32_t sized(const cass_conn *conn, const cass_column_entry *column
             continue;
         switch (row.*member) {
         case STRING_LEN:
-            return conn->string_len;
+            return shared_get(&conn->string_len);
         case BINARY_LEN:
-            return conn->binary_len;
+            return shared_get(&conn->binary_len);
         case FRACTION:
             return column->size + 20;
         default:
@@ -442,10 +442,14 @@ int cass_list_tables(cass_stmt *stmt, const cass_string *schema, const cass_stri
         catalog_select("select keyspace_name, table_name from system_schema.tables");
     if (catalog_is_filter(table))
         catalog_where(&query, "table_name=", table);
-    const cass_string *keyspace =
-        catalog_is_filter(schema) ? schema : stmt_conn(stmt)->current_keyspace;
-    if (keyspace != nullptr)
-        catalog_where(&query, "keyspace_name=", keyspace);
+    held_string current;
+    if (!catalog_is_filter(schema)) {
+        if (!catalog_current_keyspace(stmt, &current))
+            return -1;
+        schema = current.get();
+    }
+    if (schema != nullptr)
+        catalog_where(&query, "keyspace_name=", schema);
     catalog_allow_filtering(&query);
 
     held_inner inner = catalog_run(stmt, std::move(query));

@@ -2,8 +2,6 @@
 // Every failure that an application can read about passes through cass_post_error.
 #include "core/cass_err.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -103,17 +101,7 @@ static constexpr cass_sqlstate state_table[] = {
 static_assert(std::size(state_table) == STATE_ROWS);
 
 // Guards all lists. Recursive, so that a reader that holds it may call any function here.
-static pthread_mutex_t diag_mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
-
-void cass_diag_lock()
-{
-    pthread_mutex_lock(&diag_mutex);
-}
-
-void cass_diag_unlock()
-{
-    pthread_mutex_unlock(&diag_mutex);
-}
+cass_lock cass_diag_lock = {PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP};
 
 const cass_sqlstate *cass_sqlstate_row(cass_state_row row)
 {
@@ -134,13 +122,12 @@ static int compare_states(const cass_string *left, const cass_string *right)
 // In front of the first record of a lower state: equal states stay in the order of posting.
 static void insert_record(cass_handle *handle, cass_diag_record *record)
 {
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     cass_diag_record **link = &handle->diag_records;
     while (*link != nullptr && compare_states((*link)->state, record->state) >= 0)
         link = &(*link)->next;
     record->next = *link;
     __atomic_store_n(link, record, __ATOMIC_RELAXED);
-    cass_diag_unlock();
 }
 
 static cass_diag_record *alloc_record()
@@ -200,11 +187,11 @@ void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_
 
 void cass_diag_release(cass_handle *handle)
 {
-    cass_diag_lock();
+    cass_lock_enter(&cass_diag_lock);
     cass_diag_record *record = handle->diag_records;
     __atomic_store_n(&handle->diag_records, static_cast<cass_diag_record *>(nullptr),
                      __ATOMIC_RELAXED);
-    cass_diag_unlock();
+    cass_lock_leave(&cass_diag_lock);
     while (record != nullptr) {
         cass_diag_record *next = record->next;
         cass_string_free(record->state);
@@ -218,22 +205,20 @@ cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number)
 {
     if (number < 1)
         return nullptr;
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     cass_diag_record *record = handle->diag_records;
     for (std::int32_t i = 1; i < number && record != nullptr; i++)
         record = record->next;
-    cass_diag_unlock();
     return record;
 }
 
 std::int32_t cass_diag_count(cass_handle *handle)
 {
     std::int32_t count = 0;
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     for (const cass_diag_record *record = handle->diag_records; record != nullptr;
          record = record->next)
         count++;
-    cass_diag_unlock();
     return count;
 }
 
@@ -242,11 +227,10 @@ void cass_diag_copy(cass_handle *handle, const cass_diag_record *record)
     cass_diag_record *copy = alloc_record();
     if (copy == nullptr)
         return;
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     *copy = *record;
     copy->next = nullptr;
     copy->state = cass_string_copy(record->state);
     copy->text = cass_string_copy(record->text);
     insert_record(handle, copy);
-    cass_diag_unlock();
 }

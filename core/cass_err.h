@@ -126,14 +126,13 @@ void cass_diag_release(cass_handle *handle);
 // Empties the list. Costs one test when it is empty, as nearly always.
 inline void cass_diag_clear(cass_handle *handle)
 {
-    handle->diag_cursor = 0;
+    shared_put(&handle->diag_cursor, 0);
     if (__atomic_load_n(&handle->diag_records, __ATOMIC_RELAXED) != nullptr) [[unlikely]]
         cass_diag_release(handle);
 }
 
 // The lock over all lists, for a reader that keeps a record in hand (cass_diag_get).
-void cass_diag_lock();
-void cass_diag_unlock();
+extern cass_lock cass_diag_lock;
 
 // Record of 1-based number, or null. The pointer is good until the list changes: hold the lock.
 cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number);

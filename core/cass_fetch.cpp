@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_data.h"
 #include "core/cass_err.h"
 #include "core/cass_field.h"
@@ -26,7 +27,7 @@ void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t 
 {
     cass_packet_ref(packet);
     cass_packet_unref(stmt->current_packet);
-    stmt->current_packet = packet;
+    shared_put(&stmt->current_packet, packet);
     stmt->current_row_count = rows_count < 0 ? 0 : rows_count;
     stmt->current_row_offset = 0;
     stmt->page_failed = 0;
@@ -189,8 +190,7 @@ static bool has_local_row(const cass_stmt *stmt)
     ROW_LOG("fetch returned %d", static_cast<int>(code));
     if (code == SQL_NO_DATA) {
         stmt->data_waiting = 0;
-        stmt_conn(stmt)->results_busy = 0;
-        stmt_conn(stmt)->results_busy_stmt = nullptr;
+        cass_set_busy(stmt_conn(stmt), {});
         return code;
     }
     // A row whose cell cannot be decoded is an error. A next page that did not come leaves its

@@ -10,6 +10,7 @@
 #include <initializer_list>
 
 #include "core/cass_conn.h"
+#include "core/cass_conn_shared.h"
 #include "core/cass_err.h"
 #include "core/cass_field.h"
 #include "core/cass_internalrs.h"
@@ -136,8 +137,8 @@ void cass_default_conn_attrs(cass_conn *conn)
 static void default_settings(cass_conn *conn)
 {
     conn->socket = -1;
-    conn->string_len = DEFAULT_STRING_LEN;
-    conn->binary_len = DEFAULT_BINARY_LEN;
+    shared_put(&conn->string_len, DEFAULT_STRING_LEN);
+    shared_put(&conn->binary_len, DEFAULT_BINARY_LEN);
     std::strcpy(conn->cql_version, UNKNOWN_CQL_VERSION);
 }
 
@@ -157,7 +158,7 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     default_settings(conn);
     cass_default_conn_attrs(conn);
     if (!init_locks({&conn->spare_locks[0], &conn->spare_locks[1], &conn->exchange_lock,
-                     &conn->child_list_lock, &conn->api_lock})) {
+                     &conn->session_lock, &conn->child_list_lock, &conn->api_lock})) {
         std::free(conn);
         return nullptr;
     }
@@ -235,13 +236,16 @@ void cass_logout(cass_conn *conn)
 void cass_reset_conn(cass_conn *conn)
 {
     cass_logout(conn);
+    // Statements of other threads may be within a request, or read what goes here.
+    const cass_lock_guard exchange(&conn->exchange_lock);
+    const cass_lock_guard session(&conn->session_lock);
     free_settings(conn);
     for (std::int32_t *field :
          {&conn->results_busy, &conn->async_count, &conn->next_stmt_number, &conn->in_transaction,
           &conn->encrypt, &conn->ssl_active, &conn->trust_server_certificate, &conn->astra,
           &conn->metadata_port, &conn->rcvbuffer, &conn->keepalive, &conn->logon_timeout,
           &conn->ms_timeout, &conn->snappy_offered, &conn->lz4_offered, &conn->compression})
-        *field = 0;
+        shared_put(field, 0);
     conn->results_busy_stmt = nullptr;
     default_settings(conn);
     cass_default_conn_attrs(conn);
@@ -263,6 +267,7 @@ static void free_children(cass_conn *conn)
 
 void cass_free_conn(cass_conn *conn, int list_locked)
 {
+    const cass_cancel_guard whole;
     cass_env *env = conn_env(conn);
     free_children(conn);
     cass_diag_clear(&conn->head);
@@ -271,7 +276,7 @@ void cass_free_conn(cass_conn *conn, int list_locked)
     cass_log_forget_conn(conn);
     free_settings(conn);
     for (cass_lock *lock : {&conn->spare_locks[0], &conn->spare_locks[1], &conn->exchange_lock,
-                            &conn->child_list_lock, &conn->api_lock})
+                            &conn->session_lock, &conn->child_list_lock, &conn->api_lock})
         cass_lock_destroy(lock);
 
     if (!list_locked)
@@ -299,7 +304,7 @@ static cass_desc *new_desc(cass_conn *conn, int implicit, int app_desc, cass_stm
         return nullptr;
     desc->head.handle_tag = CASS_DESCRIPTOR_HANDLE;
     desc->head.parent = &conn->head;
-    desc->head.log_mask = conn->head.log_mask;
+    desc->head.log_mask = shared_get(&conn->head.log_mask);
     desc->implicit = implicit;
     desc->app_desc = app_desc;
     desc->array_size = 1;
@@ -381,8 +386,8 @@ cass_stmt *cass_alloc_throwaway_stmt(cass_conn *conn)
     }
     stmt->head.handle_tag = CASS_STATEMENT_HANDLE;
     stmt->head.parent = &conn->head;
-    stmt->head.log_mask = conn->head.log_mask;
-    stmt->attrs = conn->stmt_defaults;
+    stmt->head.log_mask = shared_get(&conn->head.log_mask);
+    stmt->attrs = cass_copy_stmt_defaults(conn);
     stmt->implicit_ird = stmt->ird = new_desc(conn, 1, 0, stmt);
     stmt->implicit_ipd = stmt->ipd = new_desc(conn, 1, 0, stmt);
     stmt->implicit_ard = stmt->ard = new_desc(conn, 1, 1, stmt);
@@ -393,7 +398,7 @@ cass_stmt *cass_alloc_throwaway_stmt(cass_conn *conn)
         destroy_stmt(stmt);
         return nullptr;
     }
-    stmt->ard->bind_type = static_cast<std::int32_t>(conn->stmt_defaults.bind_type);
+    stmt->ard->bind_type = static_cast<std::int32_t>(stmt->attrs.bind_type);
     return stmt;
 }
 

@@ -67,7 +67,7 @@ static const char *handle_text(const cass_handle *handle)
 
 static bool in_memory(const log_call *call)
 {
-    return (call->handle->log_mask & LOG_MODE_MEMORY) != 0;
+    return (shared_get(&call->handle->log_mask) & LOG_MODE_MEMORY) != 0;
 }
 
 // Only the memory log has a real fraction of a second; a file's is always zero.
@@ -130,7 +130,7 @@ static std::size_t write_room(const log_call *call)
 static void write_to_stream(const log_call *call, const cass_conn *conn, const char *record)
 {
     cass_log_stream stream;
-    if (!cass_log_stream_open(&stream, conn->log_file, call->handle->log_mask))
+    if (!cass_log_stream_open(&stream, conn->log_file, shared_get(&call->handle->log_mask)))
         return;
     std::unique_ptr<char, decltype(&std::free)> room(nullptr, std::free);
     if (stream.owned && call->packet) {
@@ -172,21 +172,29 @@ static void write_record(const log_call *call, const char *format, va_list argum
         return;
     const int saved_errno = errno;
     char record[RECORD_ROOM];
-    cass_lock_enter(&env->log_lock);
+    const cass_cancel_guard whole;
+    const cass_lock_guard hold(&env->log_lock);
     compose_record(record, call, format, arguments);
     if (in_memory(call))
         add_to_ring(call, conn, record);
     else
         write_to_stream(call, conn, record);
-    cass_lock_leave(&env->log_lock);
     errno = saved_errno;
+}
+
+void cass_log_set_file(cass_conn *conn, const char *name, std::size_t length)
+{
+    const cass_lock_guard hold(&conn_env(conn)->log_lock);
+    length = std::min(length, sizeof conn->log_file - 1);
+    std::memcpy(conn->log_file, name, length);
+    conn->log_file[length] = '\0';
 }
 
 void cass_log(cass_handle *handle, const char *source_file, int line, std::int32_t kind,
               const char *format, ...)
 {
     const std::int32_t needed = kind == LOG_CONTINUATION ? LOG_DETAIL : kind;
-    if ((handle->log_mask & needed) == 0)
+    if ((shared_get(&handle->log_mask) & needed) == 0)
         return;
     const log_call call = {handle, source_file, line, kind, false, nullptr, 0};
     va_list arguments;
@@ -198,7 +206,7 @@ void cass_log(cass_handle *handle, const char *source_file, int line, std::int32
 void cass_log_packet(cass_handle *handle, const char *source_file, int line, std::int32_t kind,
                      const void *bytes, std::int32_t length, const char *format, ...)
 {
-    if ((handle->log_mask & LOG_PKTDUMP) == 0)
+    if ((shared_get(&handle->log_mask) & LOG_PKTDUMP) == 0)
         return;
     const log_call call = {
         handle, source_file, line, kind, true, static_cast<const unsigned char *>(bytes), length};

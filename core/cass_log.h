@@ -29,7 +29,7 @@ inline bool cass_log_is_on(const cass_handle *handle)
 #ifdef VHCASS_NO_LOG
     return handle == nullptr;
 #else
-    return handle->log_mask != 0;
+    return shared_get(&handle->log_mask) != 0;
 #endif
 }
 
@@ -63,6 +63,9 @@ void cass_log_packet(cass_handle *handle, const char *source_file, int line, std
 // values are cut and end in "...".
 int cass_log_format(char *target, int room, const char *format, va_list arguments);
 
+// Names the connection's log file: `length` bytes, cut to its room; none at all for standard error.
+// Records that other threads write meanwhile go to the old file or to the new one.
+void cass_log_set_file(cass_conn *conn, const char *name, std::size_t length);
 // The connection's record goes: its log file name stays for a later dump of the memory log.
 void cass_log_forget_conn(const cass_conn *conn);
 

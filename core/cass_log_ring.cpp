@@ -90,7 +90,7 @@ static void write_banner(FILE *file, const char *text)
 static void remember_target(const cass_conn *conn)
 {
     std::snprintf(ring.log_file, sizeof ring.log_file, "%s", conn->log_file);
-    ring.log_mask = conn->head.log_mask;
+    ring.log_mask = shared_get(&conn->head.log_mask);
 }
 
 static void dump_ring()

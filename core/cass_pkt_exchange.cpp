@@ -18,12 +18,10 @@ using held_stmt =
 
 cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent)
 {
-    cass_lock *lock = &stmt_conn(stmt)->exchange_lock;
-    cass_lock_enter(lock);
+    const cass_cancel_guard whole;
+    const cass_lock_guard hold(&stmt_conn(stmt)->exchange_lock);
     *sent = cass_send_packet(stmt, request) >= 0;
-    cass_packet *reply = *sent ? cass_read_packet(stmt) : nullptr;
-    cass_lock_leave(lock);
-    return reply;
+    return *sent ? cass_read_packet(stmt) : nullptr;
 }
 
 cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_t *code)
@@ -132,7 +130,7 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
                         "unexpected packet kind %s, expected KIND_PREPARED", name);
         return -1;
     }
-    stmt->prepared = 1;
+    shared_put(&stmt->prepared, 1);
     return warned ? 1 : 0;
 }
 
@@ -150,7 +148,7 @@ int execute_query(cass_conn *conn, const cass_string *sql)
     if (request == nullptr)
         return -1;
     pkt_put_long_string(request.get(), sql);
-    pkt_put_short(request.get(), static_cast<std::int16_t>(conn->consistency));
+    pkt_put_short(request.get(), static_cast<std::int16_t>(shared_get(&conn->consistency)));
     pkt_put_byte(request.get(), 0);
     return send_and_execute(stmt.get(), request.get());
 }

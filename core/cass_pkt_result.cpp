@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_err.h"
 #include "core/cass_fetch.h"
 #include "core/cass_field.h"
@@ -372,8 +373,8 @@ static column_shape shape_of(const cass_stmt *stmt, std::int32_t flags, std::int
     return {.global = flags & METADATA_GLOBAL_SPEC,
             .count = count,
             .odbc_version = conn_env(conn)->odbc_version,
-            .string_len = conn->string_len,
-            .binary_len = conn->binary_len};
+            .string_len = shared_get(&conn->string_len),
+            .binary_len = shared_get(&conn->binary_len)};
 }
 
 // Whether the records hold what the next bytes of the body would make of them. Any record that was
@@ -513,8 +514,7 @@ static void decode_set_keyspace(cass_stmt *stmt, cass_packet *packet)
     CASS_LOG(&stmt->head, LOG_DETAIL, "Set Keyspace Result");
     cass_string *keyspace = pkt_get_string(packet);
     CASS_LOG(&stmt->head, LOG_DETAIL, "change keyspace to: %S", keyspace);
-    cass_string_free(conn->current_keyspace);
-    conn->current_keyspace = keyspace;
+    cass_set_conn_text(conn, &conn->current_keyspace, keyspace);
 }
 
 static bool decode_prepared(cass_stmt *stmt, cass_packet *packet)

@@ -13,6 +13,7 @@
 #include <memory>
 #include <span>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_err.h"
 #include "core/cass_log.h"
 #include "support/ascii.h"
@@ -191,12 +192,6 @@ static std::int32_t number_from_text(setting_kind kind, const char *text, settin
     }
 }
 
-static void replace_text(cass_string **field, cass_string *text)
-{
-    cass_string_free(*field);
-    *field = text;
-}
-
 static bool is_text(const setting &row)
 {
     return row.text != nullptr;
@@ -207,13 +202,11 @@ static void store_value(cass_conn *conn, const setting &row, const char *value, 
 {
     if (row.kind == SETTING_LOG_WORD) {
         if (*value != '\0')
-            conn->head.log_mask = log_mask_from_text(value, road);
+            shared_put(&conn->head.log_mask, log_mask_from_text(value, road));
     } else if (row.kind == SETTING_LOG_FILE) {
-        const std::size_t taken = strnlen(value, sizeof conn->log_file - 1);
-        std::memcpy(conn->log_file, value, taken);
-        conn->log_file[taken] = '\0';
+        cass_log_set_file(conn, value, strnlen(value, sizeof conn->log_file));
     } else {
-        conn->*row.number = number_from_text(row.kind, value, road);
+        shared_put(&(conn->*row.number), number_from_text(row.kind, value, road));
     }
 }
 
@@ -224,9 +217,9 @@ static void clear_settings(cass_conn *conn, settings_road entry)
         if ((row.cleared & entry) == 0)
             continue;
         if (is_text(row))
-            replace_text(&(conn->*row.text), nullptr);
+            cass_set_conn_text(conn, &(conn->*row.text), nullptr);
         else
-            conn->*row.number = entry == ROAD_CONNECT ? row.unset : NOT_GIVEN;
+            shared_put(&(conn->*row.number), entry == ROAD_CONNECT ? row.unset : NOT_GIVEN);
     }
 }
 
@@ -240,7 +233,7 @@ static void default_absent(cass_conn *conn, settings_road entry)
         std::int32_t &value = conn->*row.number;
         const bool absent = entry == ROAD_CONNECT ? value == row.unset : value < 0;
         if (absent || (row.kind == SETTING_SIZE && value <= 0))
-            value = row.fallback;
+            shared_put(&value, row.fallback);
     }
 }
 
@@ -318,7 +311,7 @@ static void note_absent(cass_conn *conn, const setting &row)
     if (row.number == &cass_conn::port)
         CASS_LOG(&conn->head, LOG_DETAIL, "SQLConnect: using default port setting");
     if (row.kind == SETTING_LOG_FILE)
-        conn->log_file[0] = '\0';
+        cass_log_set_file(conn, "", 0);
 }
 
 // False when memory ran out.
@@ -335,7 +328,7 @@ static bool read_rows(cass_conn *conn, const dsn_section &section, std::span<con
             continue;
         }
         if (is_text(row))
-            replace_text(&(conn->*row.text), cass_string_from_cstr(value));
+            cass_set_conn_text(conn, &(conn->*row.text), cass_string_from_cstr(value));
         else
             store_value(conn, row, value, road);
         if (is_text(row) && conn->*row.text == nullptr)
@@ -413,7 +406,7 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
                            const cass_string *password)
 {
     clear_settings(conn, ROAD_CONNECT);
-    conn->dsn = cass_string_copy(dsn);
+    cass_set_conn_text(conn, &conn->dsn, cass_string_copy(dsn));
     const bool whole = !is_lost(dsn, conn->dsn) && read_connect_section(conn, user, password);
     default_absent(conn, ROAD_CONNECT);
     return whole ? 0 : no_memory(conn, "SQLConnect");
@@ -428,7 +421,7 @@ static bool store_pair(cass_conn *conn, const cass_string *key, string_ptr value
             continue;
         if (is_text(row)) {
             if (conn->*row.text == nullptr)
-                conn->*row.text = value.release();
+                cass_set_conn_text(conn, &(conn->*row.text), value.release());
             return true;
         }
         const bytes_ptr text(cass_string_to_utf8(value.get()), std::free);

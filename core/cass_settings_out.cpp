@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_err.h"
 #include "core/cass_log.h"
 
@@ -13,33 +14,30 @@ static constexpr char log_source[] = "SQLConnectWide.c";
 // ---- The block ---------------------------------------------------------------------------------
 
 // The field may be full and without a terminator. False when memory ran out.
-static bool take_block_text(cass_string **setting, const char *field)
+static bool take_block_text(cass_conn *conn, cass_string **setting, const char *field)
 {
-    cass_string_free(*setting);
     const std::size_t length = strnlen(field, sizeof cass_settings_block::dsn);
-    *setting = nullptr;
+    cass_string *text = nullptr;
     if (length > 0)
-        *setting = cass_string_from_bytes(field, static_cast<std::int64_t>(length));
-    return length == 0 || *setting != nullptr;
+        text = cass_string_from_bytes(field, static_cast<std::int64_t>(length));
+    cass_set_conn_text(conn, setting, text);
+    return length == 0 || text != nullptr;
 }
 
 int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
 {
-    const bool whole = take_block_text(&conn->dsn, block->dsn) &&
-                       take_block_text(&conn->user, block->user) &&
-                       take_block_text(&conn->password, block->password) &&
-                       take_block_text(&conn->server, block->server) &&
-                       take_block_text(&conn->keyspace, block->keyspace) &&
-                       take_block_text(&conn->private_key_file, block->private_key_file) &&
-                       take_block_text(&conn->certificate_file, block->certificate_file) &&
-                       take_block_text(&conn->public_key_file, block->public_key_file) &&
-                       take_block_text(&conn->bundle_path, block->bundle_path);
+    const bool whole = take_block_text(conn, &conn->dsn, block->dsn) &&
+                       take_block_text(conn, &conn->user, block->user) &&
+                       take_block_text(conn, &conn->password, block->password) &&
+                       take_block_text(conn, &conn->server, block->server) &&
+                       take_block_text(conn, &conn->keyspace, block->keyspace) &&
+                       take_block_text(conn, &conn->private_key_file, block->private_key_file) &&
+                       take_block_text(conn, &conn->certificate_file, block->certificate_file) &&
+                       take_block_text(conn, &conn->public_key_file, block->public_key_file) &&
+                       take_block_text(conn, &conn->bundle_path, block->bundle_path);
 
-    const std::size_t taken = strnlen(block->log_file, sizeof conn->log_file - 1);
-    std::memcpy(conn->log_file, block->log_file, taken);
-    conn->log_file[taken] = '\0';
-
-    conn->head.log_mask = block->logging > 0 ? 31 : 0;
+    cass_log_set_file(conn, block->log_file, strnlen(block->log_file, sizeof block->log_file));
+    shared_put(&conn->head.log_mask, block->logging > 0 ? 31 : 0);
     conn->port = block->port;
     conn->ipv6 = block->ipv6;
     conn->encrypt = block->encrypt;
@@ -47,7 +45,7 @@ int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
     conn->trust_server_certificate = block->trust_server_certificate;
     conn->metadata_port = block->metadata_port;
     conn->astra = block->astra;
-    conn->consistency = block->consistency;
+    shared_put(&conn->consistency, block->consistency);
     if (whole)
         return 0;
     CASS_LOG(&conn->head, LOG_ERROR, "cass_apply_settings_block: failed to allocate memory");

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_err.h"
 #include "core/cass_fetch.h"
 #include "core/cass_field.h"
@@ -39,14 +40,14 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
             cass_free_internal_rs(stmt, stmt->internal_rs);
         else
             cass_flush_rows(stmt);
-        stmt_conn(stmt)->results_busy = 0;
+        cass_set_busy(stmt_conn(stmt), {});
         stmt->data_waiting = 0;
     }
     if (stmt->prepared && unprepare) {
         // The server is told nothing: it forgets prepared statements by itself.
         CASS_LOG(&stmt->head, LOG_DETAIL, "cass_close_stmt: unprepare");
         free_bytes(&stmt->prepared_id, &stmt->prepared_id_len);
-        stmt->prepared = 0;
+        shared_put(&stmt->prepared, 0);
         free_string(&stmt->sql_text);
     }
     free_bytes(&stmt->paging_state, &stmt->paging_state_len);

@@ -1,6 +1,7 @@
 // Direct execution: one QUERY frame, its values bound in the frame and never pasted into the text.
 #include <memory>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_err.h"
 #include "core/cass_internalrs.h"
 #include "core/cass_log.h"
@@ -77,11 +78,11 @@ static SQLRETURN run_direct(cass_stmt *stmt, const direct_road &road)
 static bool connection_is_busy(cass_stmt *stmt)
 {
     cass_conn *conn = stmt_conn(stmt);
-    if (!conn->results_busy)
+    const cass_busy_mark mark = cass_copy_busy(conn);
+    if (!mark.busy)
         return false;
-    if (conn->results_busy_stmt == stmt) {
-        conn->results_busy = 0;
-        conn->results_busy_stmt = nullptr;
+    if (mark.stmt == stmt) {
+        cass_set_busy(conn, {});
         stmt->data_waiting = 0;
         return false;
     }
@@ -97,7 +98,7 @@ SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t oper
         return SQL_ERROR;
     stmt->more_results = 0;
     stmt->param_row = 0;
-    stmt->prepared = 0;
+    shared_put(&stmt->prepared, 0);
     cass_free_internal_rs(stmt, stmt->internal_rs);
     cass_string_free(stmt->sql_text);
     stmt->sql_text = nullptr;

@@ -21,11 +21,10 @@ static void say(char *message, const char *format, const char *argument)
 // The connection's first diagnostic as the reason, if there is one.
 static void say_failure(char *message, cass_conn *conn)
 {
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *record = cass_diag_get(&conn->head, 1);
     const std::unique_ptr<char, decltype(&std::free)> reason(
         record == nullptr ? nullptr : cass_string_to_utf8(record->text), std::free);
-    cass_diag_unlock();
     if (reason == nullptr)
         say(message, "%s", "Failed to connect");
     else
@@ -46,6 +45,7 @@ static int try_settings(cass_conn *conn, const cass_settings_block *block, char 
 
 VHCASS_EXPORT int driver_test(cass_settings_block *block, char *message)
 {
+    const cass_cancel_guard whole;
     const std::unique_ptr<cass_env, decltype(&cass_free_env)> env(cass_alloc_env(), cass_free_env);
     if (env == nullptr) {
         say(message, "%s", "Failed to create environment");

@@ -72,7 +72,7 @@ SQLRETURN cass_alloc_handle(SQLSMALLINT handle_type, SQLHANDLE input_handle,
 {
     auto *input = static_cast<cass_handle *>(input_handle);
     return enter_bare(input, [&] {
-        std::optional<entry_lock_guard> guard;
+        std::optional<cass_lock_guard> guard;
         if (input != nullptr && input->handle_tag == CASS_CONNECTION_HANDLE)
             guard.emplace(&reinterpret_cast<cass_conn *>(input)->api_lock);
         if (input != nullptr) {

@@ -9,7 +9,7 @@ static constexpr entry_point entry = {
 
 static SQLRETURN end_transaction(cass_conn *conn, SQLSMALLINT completion_type)
 {
-    const entry_lock_guard guard(&conn->api_lock);
+    const cass_lock_guard guard(&conn->api_lock);
     // Tested before the earlier diagnostics are cleared.
     if (conn->async_count >= 1)
         return entry_refuse_async(&conn->head, entry, conn->async_count);

@@ -4,7 +4,9 @@
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_err.h"
 #include "core/cass_handle.h"
 #include "core/cass_text_out.h"
@@ -28,9 +30,10 @@ enum diag_kind {
 struct diag_value {
     diag_kind kind;
     SQLLEN number;
-    const cass_string *text;  // of the record or the connection, or `made`
+    const cass_string *text;  // of the record, `made` or `owned`
     cass_string made;
     SQLWCHAR made_units[40];
+    std::unique_ptr<cass_string, void (*)(cass_string *)> owned = {nullptr, cass_string_free};
 };
 
 static SQLRETURN give_number(diag_value *value, diag_kind kind, SQLLEN number)
@@ -91,11 +94,16 @@ static SQLRETURN give_connection_name(diag_value *value, const cass_conn *conn, 
     return give_own_text(value, name);
 }
 
-static SQLRETURN give_server_name(diag_value *value, const cass_conn *conn)
+// Without the connection's lock: it may be about to take another name.
+static SQLRETURN give_server_name(diag_value *value, cass_conn *conn)
 {
-    if (conn == nullptr || conn->dsn == nullptr)
+    cass_string *copy = nullptr;
+    if (conn != nullptr && !cass_copy_conn_text(conn, &conn->dsn, &copy))
+        return SQL_ERROR;
+    if (copy == nullptr)
         return give_number(value, DIAG_NOTHING, 0);
-    return give_text(value, conn->dsn);
+    value->owned.reset(copy);
+    return give_text(value, copy);
 }
 
 static SQLRETURN read_record_field(cass_handle *handle, const cass_diag_record *record,
@@ -197,10 +205,7 @@ SQLRETURN cass_get_diag_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSM
                               bool wide)
 {
     diag_value value = {};
-    cass_diag_lock();
-    SQLRETURN code = read_field(handle, rec_number, identifier, wide, &value);
-    if (code == SQL_SUCCESS)
-        code = deliver(&value, info, buffer_length, string_length, wide);
-    cass_diag_unlock();
-    return code;
+    const cass_lock_guard hold(&cass_diag_lock);
+    const SQLRETURN code = read_field(handle, rec_number, identifier, wide, &value);
+    return code == SQL_SUCCESS ? deliver(&value, info, buffer_length, string_length, wide) : code;
 }

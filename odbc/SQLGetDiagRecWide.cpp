@@ -54,12 +54,9 @@ SQLRETURN cass_get_diag_rec(cass_handle *handle, SQLSMALLINT rec_number, void *s
                             SQLINTEGER *native, void *message_text, SQLSMALLINT buffer_length,
                             SQLSMALLINT *text_length, bool wide)
 {
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *record = cass_diag_get(handle, rec_number);
-    const SQLRETURN code = record == nullptr
-                               ? SQL_NO_DATA
-                               : deliver_record(record, sqlstate, native, message_text,
-                                                buffer_length, text_length, wide);
-    cass_diag_unlock();
-    return code;
+    return record == nullptr ? SQL_NO_DATA
+                             : deliver_record(record, sqlstate, native, message_text,
+                                              buffer_length, text_length, wide);
 }

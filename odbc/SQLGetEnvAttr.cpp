@@ -48,7 +48,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetEnvAttr(SQLHENV environment_handle, SQLINT
     if (env == nullptr || env->head.handle_tag != CASS_ENVIRONMENT_HANDLE)
         return SQL_INVALID_HANDLE;
     return enter_bare(&env->head, [&] {
-        const entry_lock_guard guard(&env->attribute_lock);
+        const cass_lock_guard guard(&env->attribute_lock);
         return get_env_attr(env, attribute, value, string_length);
     });
 }

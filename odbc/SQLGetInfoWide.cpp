@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "core/cass_conn_shared.h"
 #include "core/cass_err.h"
 #include "core/cass_log.h"
 #include "core/cass_text_out.h"
@@ -270,16 +271,33 @@ static SQLRETURN answer_text(cass_conn *conn, const cass_string *text, bool wide
     return SQL_SUCCESS_WITH_INFO;
 }
 
+static SQLRETURN no_memory(cass_conn *conn)
+{
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return SQL_ERROR;
+}
+
+using text_ptr = std::unique_ptr<cass_string, void (*)(cass_string *)>;
+
+// A statement's thread may replace the keyspace meanwhile.
+static SQLRETURN answer_keyspace(cass_conn *conn, bool wide, void *info_value,
+                                 SQLSMALLINT buffer_length, SQLSMALLINT *string_length)
+{
+    cass_string *copy;
+    const bool whole = cass_copy_conn_text(conn, &conn->current_keyspace, &copy);
+    const text_ptr keyspace(copy, cass_string_free);
+    if (!whole)
+        return no_memory(conn);
+    return answer_text(conn, copy, wide, info_value, buffer_length, string_length);
+}
+
 // Text of a row that does not lie on the connection, as a string of its own.
 static SQLRETURN answer_own_text(cass_conn *conn, const char *bytes, bool wide, void *info_value,
                                  SQLSMALLINT buffer_length, SQLSMALLINT *string_length)
 {
-    const std::unique_ptr<cass_string, void (*)(cass_string *)> text(cass_string_from_cstr(bytes),
-                                                                     cass_string_free);
-    if (text == nullptr) {
-        cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-        return SQL_ERROR;
-    }
+    const text_ptr text(cass_string_from_cstr(bytes), cass_string_free);
+    if (text == nullptr)
+        return no_memory(conn);
     return answer_text(conn, text.get(), wide, info_value, buffer_length, string_length);
 }
 
@@ -308,8 +326,7 @@ SQLRETURN cass_get_info(cass_conn *conn, const char *function, bool wide, SQLUSM
     case INFO_DSN:
         return answer_text(conn, conn->dsn, wide, info_value, buffer_length, string_length);
     case INFO_KEYSPACE:
-        return answer_text(conn, conn->current_keyspace, wide, info_value, buffer_length,
-                           string_length);
+        return answer_keyspace(conn, wide, info_value, buffer_length, string_length);
     case INFO_UNSET:
         break;
     }

@@ -26,7 +26,7 @@ SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_stri
     cass_string_free(stmt->sql_text);
     stmt->sql_text = processed;
     stmt->executed = 0;
-    stmt->prepared = 0;
+    shared_put(&stmt->prepared, 0);
     stmt->params_rebound = 0;
     stmt->data_waiting = 0;
     // On failure the text stays: describing the statement tries again.

@@ -20,6 +20,7 @@ static SQLRETURN refuse(cass_conn *conn, cass_state_row row)
 // The low bytes of the value, as wide as the field. The layout is little-endian throughout.
 static SQLRETURN store_value(cass_conn *conn, const conn_attr *attr, SQLULEN value)
 {
+    const cass_lock_guard hold(&conn->session_lock);
     std::memcpy(reinterpret_cast<char *>(conn) + attr->offset, &value, attr->width);
     return SQL_SUCCESS;
 }

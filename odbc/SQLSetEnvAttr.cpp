@@ -25,7 +25,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLSetEnvAttr(SQLHENV environment_handle, SQLINT
     if (env == nullptr || env->head.handle_tag != CASS_ENVIRONMENT_HANDLE)
         return SQL_INVALID_HANDLE;
     return enter_bare(&env->head, [&] {
-        const entry_lock_guard guard(&env->attribute_lock);
+        const cass_lock_guard guard(&env->attribute_lock);
         return set_env_attr(env, attribute, value);
     });
 }

@@ -138,7 +138,10 @@ static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const 
         "select keyspace_name, table_name, index_name, kind, options from system_schema.indexes");
     catalog_where(&query, "table_name=", table);
     // An empty schema is a filter here, and so is "%".
-    const cass_string *keyspace = schema != nullptr ? schema : stmt_conn(stmt)->current_keyspace;
+    held_string current;
+    if (schema == nullptr && !catalog_current_keyspace(stmt, &current))
+        return SQL_ERROR;
+    const cass_string *keyspace = schema != nullptr ? schema : current.get();
     if (keyspace != nullptr)
         catalog_where(&query, "keyspace_name=", keyspace);
     catalog_allow_filtering(&query);

@@ -115,11 +115,13 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
     catalog_query query = catalog_select(wanted.select);
     if (catalog_is_filter(arguments.table.get()))
         catalog_where(&query, wanted.name_condition, arguments.table.get());
-    const cass_string *current = stmt_conn(stmt)->current_keyspace;
+    held_string current;
+    if (!catalog_current_keyspace(stmt, &current))
+        return SQL_ERROR;
     if (catalog_is_filter(arguments.catalog.get()))
         catalog_where(&query, "keyspace_name=", arguments.catalog.get());
     else if (current != nullptr)
-        catalog_where(&query, "keyspace_name = ", current);
+        catalog_where(&query, "keyspace_name = ", current.get());
     catalog_allow_filtering(&query);
 
     const held_inner inner = catalog_run(stmt, std::move(query));

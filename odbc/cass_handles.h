@@ -169,6 +169,7 @@ struct cass_conn {
     cass_handle *children;  // statements and descriptors, newest first
     cass_lock spare_locks[2];
     cass_lock exchange_lock;  // held from a frame's send to the end of its reply's read
+    cass_lock session_lock;   // leaf lock of what threads share; see core/cass_conn_shared.h
     cass_lock child_list_lock;
     cass_lock api_lock;
 };

@@ -1,6 +1,8 @@
 // The parts of the entry frame that need not stand inline.
 #include "odbc/entry_frame.h"
 
+#include <cxxabi.h>
+
 #include <new>
 
 // Added to a function number where a wide form is meant.
@@ -36,6 +38,8 @@ SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std:
 SQLRETURN entry_caught(cass_handle *handle)
 {
     try {
+        throw;
+    } catch (const abi::__forced_unwind &) {
         throw;
     } catch (const std::bad_alloc &) {
         cass_post_error(handle, STATE_HY001, 0, nullptr);

@@ -2,6 +2,10 @@
 // lock, clearing diagnostics, the ENTRY record, the async test, the EXIT record, and the barrier
 // that no C++ exception passes. A function body holds only what is its own.
 //
+// A thread that is cancelled (pthread_cancel) finishes its call first. A connection's calls hold
+// the cancellation off here; those of a statement do so where they exchange frames, and fetching
+// within a page or binding has no place where a cancelled thread could end.
+//
 // An exported function never calls another one: the loader may bind that name to the Driver
 // Manager, whose handles are not ours. Forms of one call share a core function of another name.
 #ifndef ODBC_ENTRY_FRAME_H
@@ -23,18 +27,10 @@ struct entry_point {
 // EXIT records of the calls that print the code by name.
 constexpr char EXIT_BY_NAME[] = "%s: return value=%r";
 
-// Ends an entry: leaves the lock on every way out.
-struct entry_lock_guard {
-    cass_lock *lock;
-    explicit entry_lock_guard(cass_lock *held) : lock(held) { cass_lock_enter(lock); }
-    ~entry_lock_guard() { cass_lock_leave(lock); }
-    entry_lock_guard(const entry_lock_guard &) = delete;
-    entry_lock_guard &operator=(const entry_lock_guard &) = delete;
-};
-
 // Posts HY010 with its log record and gives SQL_ERROR.
 SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std::int32_t state);
-// Inside a catch block: posts HY001 or HY000 for the exception in flight and gives SQL_ERROR.
+// Inside a catch block: posts HY001 or HY000 for the exception in flight and gives SQL_ERROR. The
+// end of the thread itself goes on, as it may not be stopped.
 SQLRETURN entry_caught(cass_handle *handle);
 void entry_log_exit(cass_handle *handle, const entry_point &entry, SQLRETURN code);
 
@@ -43,7 +39,7 @@ template <typename Log, typename Body>
 inline SQLRETURN enter_handle(cass_handle *handle, cass_lock *api_lock, const entry_point &entry,
                               std::int32_t async_state, Log log_entry, Body body)
 {
-    const entry_lock_guard guard(api_lock);
+    const cass_lock_guard guard(api_lock);
     SQLRETURN code;
     try {
         cass_diag_clear(handle);
@@ -78,7 +74,9 @@ inline SQLRETURN enter_conn(SQLHDBC handle, const entry_point &entry, Log log_en
     auto *conn = static_cast<cass_conn *>(handle);
     if (conn == nullptr || conn->head.handle_tag != CASS_CONNECTION_HANDLE)
         return SQL_INVALID_HANDLE;
-    const std::int32_t async_state = conn->async_count >= 1 ? conn->async_count : 0;
+    const cass_cancel_guard whole;
+    const std::int32_t async_count = shared_get(&conn->async_count);
+    const std::int32_t async_state = async_count >= 1 ? async_count : 0;
     return enter_handle(
         &conn->head, &conn->api_lock, entry, async_state, [&] { log_entry(conn); },
         [&] { return body(conn); });

@@ -12,6 +12,7 @@
 #include "core/cass_conn.h"
 #include "core/cass_logon.h"
 #include "core/cass_pkt_exchange.h"
+#include "odbc/entry_frame.h"
 #include "tests/unit/session_fixture.h"
 
 // ---- Bytes --------------------------------------------------------------------------------------
@@ -110,6 +111,20 @@ TEST(exchange, statements_of_two_threads_never_read_each_others_replies)
     EXPECT_EQ(wrong, 0);
 }
 
+// Nothing stops the end of a thread, but it leaves no lock behind.
+TEST(entry_frame, thread_that_ends_within_a_call_leaves_the_handle_free)
+{
+    session s;
+    std::thread([&] {
+        static constexpr entry_point entry = {.name = "SQLFetch", .source = "SQLFetch.c"};
+        enter_stmt(
+            s.stmt, entry, [](cass_stmt *) {},
+            [](cass_stmt *) -> SQLRETURN { pthread_exit(nullptr); });
+    }).join();
+    ASSERT_EQ(cass_lock_try_enter(&s.stmt->api_lock), 1);
+    cass_lock_leave(&s.stmt->api_lock);
+}
+
 // The connect takes a second, as the server's queue is full. The request comes meanwhile.
 TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)
 {
@@ -139,6 +154,5 @@ TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)
     close(listener);
     EXPECT_EQ(got[0], 0x16);  // a handshake
     EXPECT_EQ(got.find("secret"), std::string::npos);
-    EXPECT_EQ(records(&s.stmt->head),
-              "08S01|Communication link failure: failed to send packet\n");
+    EXPECT_EQ(records(&s.stmt->head), "08S01|Communication link failure: failed to send packet\n");
 }

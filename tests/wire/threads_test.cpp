@@ -1,0 +1,203 @@
+// Threads on one connection. Each thread has a statement of its own, or works on the connection;
+// built with ThreadSanitizer the tests also show that nothing is shared without a lock.
+#include <pthread.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <thread>
+
+#include "tests/wire/wire_support.h"
+
+static const node_columns text_columns(6, {"c", type_of(NODE_VARCHAR)});
+static const node_row text_row(6, "k");
+
+// A server that knows every request of these tests: USE, anything of the catalog, and statements
+// whose result is one row.
+static std::vector<node_frame> answer(const node_request &request)
+{
+    const node_frame one_row = rows_frame({{"a", type_of(NODE_INT)}}, {{be32(7)}});
+    switch (request.opcode) {
+    case NODE_OPTIONS:
+        return {stock_supported(true)};
+    case NODE_STARTUP:
+        return {ready_frame()};
+    case NODE_PREPARE:
+        return {prepared_frame("id", {}, {{"a", type_of(NODE_INT)}})};
+    case NODE_EXECUTE:
+        return {one_row};
+    default:
+        break;
+    }
+    const std::string sql = request.body.substr(4);
+    if (sql.starts_with("USE"))
+        return {set_keyspace_frame(sql.substr(4, 20))};
+    if (sql.find("system_schema") != std::string::npos)
+        return {rows_frame(text_columns, {text_row, text_row})};
+    return {one_row};
+}
+
+// The catalog's results may occupy the connection, and a session that was ended answers nothing;
+// any other failure is one.
+static bool passes(SQLRETURN code, SQLHSTMT stmt)
+{
+    if (SQL_SUCCEEDED(code))
+        return true;
+    for (const std::string &record : stmt_records(stmt))
+        if (record.find("busy with results") == std::string::npos && !record.starts_with("08S01"))
+            ADD_FAILURE() << record;
+    return false;
+}
+
+static int rows_read(SQLHSTMT stmt)
+{
+    int rows = 0;
+    char cell[64];
+    SQLLEN length;
+    for (; SQLFetch(stmt) == SQL_SUCCESS; rows++)
+        SQLGetData(stmt, 1, SQL_C_CHAR, cell, sizeof cell, &length);
+    SQLFreeStmt(stmt, SQL_CLOSE);
+    return rows;
+}
+
+// `quiet` and `logged` are settings of the sessions. A log has a lock, behind which other faults
+// could hide.
+static void share_a_connection(const std::string &quiet, const std::string &logged)
+{
+    constexpr int wanted = 20, restarts = 20;
+    const wire_ptr wire = wire_open();
+    node_answer_rest(wire->node.get(), answer);
+    std::string more = quiet, other_settings = logged;
+    ASSERT_EQ(wire_connect(wire.get(), more), SQL_SUCCESS);
+    SQLHSTMT stmts[4];
+    for (SQLHSTMT &stmt : stmts)
+        stmt = wire_new_stmt(wire.get());
+
+    std::atomic<int> direct = 0, prepared = 0, catalog = 0;
+    std::atomic<bool> over = false;
+    const std::function<void(int)> works[] = {
+        [&](int round) {
+            const char *const sql = round % 2 == 0 ? "USE first" : "USE second";
+            passes(exec(stmts[0], sql), stmts[0]);
+            if (passes(exec(stmts[0], "select a"), stmts[0]))
+                direct += rows_read(stmts[0]);
+        },
+        [&](int) {
+            passes(exec(stmts[1], "USE third"), stmts[1]);
+            if (passes(prepare(stmts[1], "select a"), stmts[1]) &&
+                passes(SQLExecute(stmts[1]), stmts[1]))
+                prepared += rows_read(stmts[1]);
+        },
+        [&](int round) {
+            SQLHSTMT stmt = stmts[2];
+            SQLCHAR *const name = odbc_text("k");
+            const SQLRETURN code =
+                round % 4 == 0   ? SQLTables(stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0)
+                : round % 4 == 1 ? SQLColumns(stmt, nullptr, 0, nullptr, 0, name, 1, nullptr, 0)
+                : round % 4 == 2 ? SQLPrimaryKeys(stmt, nullptr, 0, nullptr, 0, name, 1)
+                                 : SQLStatistics(stmt, nullptr, 0, nullptr, 0, name, 1,
+                                                 SQL_INDEX_ALL, SQL_QUICK);
+            if (passes(code, stmt))
+                catalog += rows_read(stmt) > 0;
+        },
+        [&](int) {
+            SQLCHAR text[256];
+            SQLSMALLINT length;
+            SQLGetInfo(wire->conn, SQL_DATABASE_NAME, text, sizeof text, &length);
+            SQLGetInfo(wire->conn, SQL_DATA_SOURCE_NAME, text, sizeof text, &length);
+            SQLSetConnectAttr(wire->conn, SQL_ATTR_MAX_ROWS, odbc_number(5), 0);
+            SQLHSTMT stmt;
+            if (SQLAllocHandle(SQL_HANDLE_STMT, wire->conn, &stmt) == SQL_SUCCESS)
+                SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+        },
+        [&](int) {
+            SQLCHAR text[256];
+            SQLSMALLINT length;
+            conn_records(wire->conn);
+            for (SQLHSTMT stmt : stmts) {
+                SQLCancel(stmt);
+                stmt_records(stmt);
+                SQLGetDiagField(SQL_HANDLE_STMT, stmt, 1, SQL_DIAG_SERVER_NAME, text, sizeof text,
+                                &length);
+            }
+        },
+    };
+    std::vector<std::thread> threads;
+    for (const auto &work : works)
+        threads.emplace_back([&] {
+            for (int round = 0; !over; round++)
+                work(round);
+        });
+    // First all of them on one session, then with sessions that end and begin under them.
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while ((direct < wanted || prepared < wanted || catalog < wanted) &&
+           std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_GE(direct, wanted);
+    EXPECT_GE(prepared, wanted);
+    EXPECT_GE(catalog, wanted);
+    for (int i = 0; i < restarts; i++) {
+        SQLDisconnect(wire->conn);
+        std::swap(more, other_settings);
+        wire_connect(wire.get(), more);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    over = true;
+    for (std::thread &thread : threads)
+        thread.join();
+
+    // What they leave behind is a connection like any other.
+    EXPECT_STMT(SQL_SUCCESS, stmts[3], exec(stmts[3], "select a"));
+    EXPECT_EQ(fetch_all(stmts[3]), row_list{"7"});
+}
+
+TEST(threads, all_kinds_of_calls_share_a_connection)
+{
+    const std::string quiet = "DSN=none;KEYSPACE=start;LOGGING=off";
+    const std::string logged = "DSN=other;LOGGING=on;LOGFILE=/dev/null";
+    share_a_connection(quiet, quiet);
+    share_a_connection(quiet, logged);
+    share_a_connection(logged, quiet);
+}
+
+// ---- Cancellation ------------------------------------------------------------------------------
+
+// A thread that is cancelled ends behind the driver's calls and never within one: all of these give
+// what they give to anybody, and the session stays in step.
+TEST(threads, a_cancelled_thread_finishes_its_calls)
+{
+    const wire_ptr wire = wire_open();
+    node_answer_rest(wire->node.get(), answer);
+    std::vector<SQLRETURN> codes;
+    const std::function<void()> calls = [&] {
+        pthread_cancel(pthread_self());
+        codes.push_back(wire_connect(wire.get(), "KEYSPACE=k;LOGGING=on;LOGFILE=/dev/null"));
+        SQLHSTMT stmt;
+        codes.push_back(SQLAllocHandle(SQL_HANDLE_STMT, wire->conn, &stmt));
+        codes.push_back(exec(stmt, "select a"));
+        codes.push_back(SQLFetch(stmt));
+        codes.push_back(SQLFreeHandle(SQL_HANDLE_STMT, stmt));
+        codes.push_back(SQLDisconnect(wire->conn));
+        codes.push_back(wire_connect(wire.get(), "LOGGING=off"));
+        codes.push_back(SQLAllocHandle(SQL_HANDLE_STMT, wire->conn, &stmt));
+        codes.push_back(SQLTables(stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0));
+        codes.push_back(SQLFreeHandle(SQL_HANDLE_STMT, stmt));
+        pthread_testcancel();
+        codes.push_back(SQL_ERROR);
+    };
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(
+                     &thread, nullptr,
+                     [](void *work) -> void * {
+                         (*static_cast<const std::function<void()> *>(work))();
+                         return nullptr;
+                     },
+                     const_cast<std::function<void()> *>(&calls)));
+    void *end = nullptr;
+    pthread_join(thread, &end);
+    EXPECT_EQ(end, PTHREAD_CANCELED);
+    EXPECT_EQ(codes, std::vector<SQLRETURN>(10, SQL_SUCCESS));
+    wire->stmt = wire_new_stmt(wire.get());
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "select a"));
+    EXPECT_EQ(fetch_all(wire->stmt), row_list{"7"});
+}
