@@ -114,7 +114,7 @@ static SQLRETURN answer_text(cass_stmt *stmt, const entry_point &entry, text_for
     std::int64_t length = 0;
     const bool cut =
         describe_text_out(text, form, call.character_attribute, call.buffer_length, &length);
-    cass_store(call.string_length, static_cast<SQLSMALLINT>(length));
+    cass_store(call.string_length, cass_small_length(length));
     if (!cut)
         return SQL_SUCCESS;
     cass_post_error(&stmt->head, STATE_01004, 0, nullptr);

@@ -107,7 +107,7 @@ static SQLRETURN describe_col(cass_stmt *stmt, const entry_point &entry, text_fo
         cass_post_error(&stmt->head, STATE_01004, 0, nullptr);
         code = SQL_SUCCESS_WITH_INFO;
     }
-    cass_store(out.name_length, static_cast<SQLSMALLINT>(length));
+    cass_store(out.name_length, cass_small_length(length));
     cass_store(out.data_type, static_cast<SQLSMALLINT>(field->consise_type));
     cass_store(out.column_size, column_size_of(field));
     cass_store(out.decimal_digits, static_cast<SQLSMALLINT>(field->scale));

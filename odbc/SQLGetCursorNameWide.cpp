@@ -22,7 +22,7 @@ SQLRETURN cass_get_cursor_name(cass_stmt *stmt, const entry_point &entry,
 {
     if (stmt->cursor_name == nullptr && !name_cursor(stmt, entry))
         return SQL_ERROR;
-    cass_store(target.length, static_cast<SQLSMALLINT>(cass_string_length(stmt->cursor_name)));
+    cass_store(target.length, cass_small_length(cass_string_length(stmt->cursor_name)));
     if (target.bytes == nullptr && target.units == nullptr)
         return SQL_ERROR;
     const bool cut = cass_ansi_text_out(stmt->cursor_name, target.bytes, target.size) ||

@@ -20,7 +20,7 @@ static SQLRETURN get_desc_rec(cass_desc *desc, text_form form, SQLSMALLINT rec,
     std::int64_t length = 0;
     if (describe_text_out(field->column_name, form, out.name, out.room, &length))
         cass_post_error(&desc->head, STATE_01004, 0, nullptr);
-    cass_store(out.string_length, static_cast<SQLSMALLINT>(length));
+    cass_store(out.string_length, cass_small_length(length));
     cass_store(out.type, static_cast<SQLSMALLINT>(field->type));
     cass_store(out.sub_type, static_cast<SQLSMALLINT>(field->datetime_interval_code));
     cass_store(out.length, field->octet_length);

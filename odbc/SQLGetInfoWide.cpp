@@ -256,7 +256,7 @@ static SQLRETURN answer_text(cass_conn *conn, const cass_string *text, bool wide
 {
     // The ANSI length counts units, not the bytes of the encoded text.
     const std::int64_t length = wide ? cass_string_octets(text) : cass_string_length(text);
-    cass_store(string_length, static_cast<SQLSMALLINT>(length));
+    cass_store(string_length, cass_small_length(length));
     if (text == nullptr || info_value == nullptr)
         return SQL_SUCCESS;
 
