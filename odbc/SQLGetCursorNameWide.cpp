@@ -25,7 +25,9 @@ SQLRETURN cass_get_cursor_name(cass_stmt *stmt, const entry_point &entry,
     cass_store(target.length, cass_small_length(cass_string_length(stmt->cursor_name)));
     if (target.bytes == nullptr && target.units == nullptr)
         return SQL_ERROR;
-    const bool cut = cass_ansi_text_out(stmt->cursor_name, target.bytes, target.size) ||
+    // Without room for the terminator even an empty name counts as cut.
+    const bool cut = target.size < 1 ||
+                     cass_ansi_text_out(stmt->cursor_name, target.bytes, target.size) ||
                      cass_wide_text_out(stmt->cursor_name, target.units, target.size);
     if (!cut)
         return SQL_SUCCESS;

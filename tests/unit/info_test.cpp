@@ -46,6 +46,26 @@ TEST_F(info, texts_are_cut_to_the_buffer_and_lengths_count_units)
         EXPECT_EQ(outcome(SQLGetInfo(conn, type, nullptr, 0, nullptr), conn), "HYC00") << type;
 }
 
+// A name without a buffer is an error, and any without room for its terminator is cut.
+TEST_F(info, cursor_names_fit_any_buffer_size)
+{
+    const auto read = [&](void *to, SQLSMALLINT size, told_length *told) {
+        return SQLGetCursorName(stmt, static_cast<SQLCHAR *>(to), size, &told->small);
+    };
+    const auto read_wide = [&](void *to, SQLSMALLINT size, told_length *told) {
+        return SQLGetCursorNameW(stmt, static_cast<SQLWCHAR *>(to), size, &told->small);
+    };
+    for (const std::u16string name : {u"", u"caf\xE9"}) {
+        const int length = static_cast<int>(name.size());
+        cass_string_free(stmt->cursor_name);
+        stmt->cursor_name = string_of(name).release();
+        for (const text_call &call :
+             {text_call{"name", stmt, name, false, 1, length, length, "1 01004", "!", read},
+              {"wide name", stmt, name, true, 2, length, length, "1 01004", "!", read_wide}})
+            expect_whole_or_cut(call);
+    }
+}
+
 // Sixteen bits cannot tell the length of a longer text: the largest stands for it, in all calls.
 TEST_F(info, lengths_beyond_16_bits_are_told_as_the_largest)
 {
