@@ -94,6 +94,9 @@ SQLRETURN cass_set_conn_attr(cass_conn *conn, const set_attr_form *form, SQLINTE
         return SQL_SUCCESS;
     case SET_ZERO_ONLY:
         return low == 0 ? store_value(conn, &attr, 0) : refuse(conn, form->unknown);
+    case SET_METADATA:
+        conn->stmt_defaults.metadata_id = low;
+        return store_value(conn, &attr, number);
     case SET_REFUSE:
         return refuse(conn, form->unknown);
     case SET_UNKNOWN:
