@@ -21,7 +21,8 @@ SQLRETURN cass_execute(cass_stmt *stmt);
 // What SQLParamData runs once all data at execution is there: the rest of either.
 SQLRETURN cass_dae_exec_direct(cass_stmt *stmt);
 SQLRETURN cass_dae_execute(cass_stmt *stmt);
-// A statement that is described before it was prepared is prepared now. 0, 1 or -1.
+// A statement that is described before it was prepared is prepared now. 0, 1 for a
+// warning of the server, or -1; both with records on the statement.
 int cass_prepare_if_needed(cass_stmt *stmt);
 
 // A local result was made for a statement that asked for another cursor: 01S02, and the cursor
