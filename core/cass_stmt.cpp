@@ -58,6 +58,12 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
     return 0;
 }
 
+void cass_close_for_catalog(cass_stmt *stmt)
+{
+    cass_close_stmt(stmt, 1);
+    free_string(&stmt->sql_text);
+}
+
 void cass_close_result(cass_stmt *stmt)
 {
     cass_clear_row_data(stmt);

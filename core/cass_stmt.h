@@ -12,6 +12,9 @@ enum : std::int32_t {
 // Ends an execution: pending local rows, paging state, saved values, query text. unprepare not 0:
 // the prepared id and text too. Always 0.
 int cass_close_stmt(cass_stmt *stmt, int unprepare);
+// Ends an execution to make room for a catalog result: a text that was never prepared goes as well,
+// so that nothing describes the statement by it any more.
+void cass_close_for_catalog(cass_stmt *stmt);
 // Drops the result's description: rows, IRD records and the counts of the metadata.
 void cass_close_result(cass_stmt *stmt);
 // Runs a text that it consumes (may be null). ODBC return code; diagnostics on the statement.

@@ -162,7 +162,7 @@ static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const 
 SQLRETURN cass_statistics(cass_stmt *stmt, const catalog_argument &schema_name,
                           const catalog_argument &table_name)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
     if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||

@@ -150,7 +150,7 @@ SQLRETURN cass_tables(cass_stmt *stmt, const catalog_argument &catalog_name,
                       const catalog_argument &schema_name, const catalog_argument &table_name,
                       const catalog_argument &table_type)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     table_arguments texts;
     if (!catalog_text(catalog_name, &texts.catalog) || !catalog_text(schema_name, &texts.schema) ||
         !catalog_text(table_name, &texts.table) || !catalog_text(table_type, &texts.type) ||
