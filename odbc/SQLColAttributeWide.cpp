@@ -183,7 +183,7 @@ SQLRETURN col_attribute_entry(SQLHSTMT handle, const entry_point &entry, text_fo
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: statement_handle=%p, column_number=%d, field_identifier=%d, "
                      "character_attribute=%p, buffer_length=%d, string_length=%p, "
                      "numeric_attribute=%p",

@@ -121,7 +121,7 @@ SQLRETURN describe_col_entry(SQLHSTMT handle, const entry_point &entry, text_for
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: statement_handle=%p, column_number=%d, column_name=%p, buffer_length=%d, "
                      "name_length=%p, data_type=%p, column_size=%p, decimal_digits=%p, nullable=%p",
                      entry.name, static_cast<void *>(stmt), static_cast<int>(column_number),

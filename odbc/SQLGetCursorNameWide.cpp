@@ -12,7 +12,7 @@ static bool name_cursor(cass_stmt *stmt, const entry_point &entry)
     stmt->cursor_name = cass_string_from_cstr(name);
     if (stmt->cursor_name != nullptr)
         return true;
-    CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed creating a string", entry.name);
+    ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: failed creating a string", entry.name);
     cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
     return false;
 }

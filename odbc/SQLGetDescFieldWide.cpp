@@ -171,7 +171,7 @@ SQLRETURN get_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_f
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: descriptor_handle=%p, rsc=%d, field_identifier=%d, value=%p, "
                      "buffer_length=%d, string_length=%p",
                      entry.name, static_cast<void *>(desc), static_cast<int>(rec),

@@ -36,7 +36,7 @@ SQLRETURN get_desc_rec_entry(SQLHDESC handle, const entry_point &entry, text_for
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: descriptor_handle=%p, rsc=%d, name=%p, buffer_length=%d, "
                      "string_length=%p, type=%p, sub_type=%p, length=%p, precision=%p, scale=%p, "
                      "nullable=%p",

@@ -7,7 +7,7 @@ SQLRETURN cass_native_sql(cass_conn *conn, const entry_point &entry, cass_string
                           const native_sql_target &target)
 {
     if (text == nullptr) {
-        CASS_LOG_AS(&conn->head, entry.source, LOG_ERROR, "%s: failed to create string",
+        ENTRY_LOG(&conn->head, entry, LOG_ERROR, "%s: failed to create string",
                     entry.name);
         cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
         return SQL_ERROR;

@@ -13,7 +13,7 @@ static SQLRETURN refuse_catalog_async(cass_handle *handle, const entry_point &en
     if (state == entry.async_code || state == entry.async_code + ASYNC_WIDE)
         return SQL_ERROR;
     if (cass_log_is_on(handle))
-        cass_log(handle, entry.source, __LINE__, LOG_ERROR, "%s: invalid async operation %d (%d)",
+        cass_log(handle, entry.source, entry.line, LOG_ERROR, "%s: invalid async operation %d (%d)",
                  entry.name, state, entry.async_code);
     cass_post_error(handle, STATE_HY010, 0, nullptr);
     return SQL_ERROR;
@@ -27,7 +27,7 @@ SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std:
         const char *format = handle->handle_tag == CASS_CONNECTION_HANDLE
                                  ? "%s: invalid async count %d"
                                  : "%s: invalid async operation %d";
-        cass_log(handle, entry.source, __LINE__, LOG_ERROR, format, entry.name, state);
+        cass_log(handle, entry.source, entry.line, LOG_ERROR, format, entry.name, state);
     }
     cass_post_error(handle, STATE_HY010, 0, nullptr);
     return SQL_ERROR;
@@ -47,6 +47,6 @@ SQLRETURN entry_caught(cass_handle *handle)
 
 void entry_log_exit(cass_handle *handle, const entry_point &entry, SQLRETURN code)
 {
-    cass_log(handle, entry.source, __LINE__, LOG_EXIT, entry.exit_format, entry.name,
+    cass_log(handle, entry.source, entry.line, LOG_EXIT, entry.exit_format, entry.name,
              static_cast<int>(code));
 }

@@ -27,16 +27,35 @@ struct log_folder : ::testing::Test {
     }
 };
 
-// A record: "SQLFetch.c (STMT) ENTRY SQLFetch: statement_handle=0x...".
+// A record: "SQLFetch.c:13 (STMT) ENTRY SQLFetch: statement_handle=0x...".
 static row_list records_of(const std::string &log)
 {
     static const std::regex form("VHSQLODBC:\\[TID=[0-9A-F]+\\]\\[TIME=\\d+\\.000000\\]"
-                                 "\\[([^:]*):\\d+\\]\\[\\w+(\\([A-Z]+\\))\\]\n"
+                                 "\\[([^:]*:\\d+)\\]\\[\\w+(\\([A-Z]+\\))\\]\n"
                                  "\t\t([A-Z]+):\t ([^\n]*)\n");
     row_list records;
     for (std::sregex_iterator at(log.begin(), log.end(), form), end; at != end; ++at)
         records.push_back(at->str(1) + " " + at->str(2) + " " + at->str(3) + " " + at->str(4));
     return records;
+}
+
+// Whether the file and line that a record names are those of the call that wrote it, or of the entry
+// point that it was written for.
+static bool is_written_there(const std::string &record)
+{
+    static const std::regex form("(\\w+)\\.c:(\\d+) \\(\\w+\\) (\\w+) .*");
+    std::smatch parts;
+    if (!std::regex_match(record, parts, form))
+        return false;
+    std::istringstream source(
+        log_folder::content(VHCASS_SOURCE_DIR "/odbc/" + parts.str(1) + ".cpp"));
+    const int last = std::stoi(parts[2]) + 1, first = last - 9;  // a call of the log may be long
+    std::string line;
+    for (int number = 1; number <= last && std::getline(source, line); number++)
+        if (number >= first && (line.find("LOG_" + parts.str(3)) != std::string::npos ||
+                                line.find("entry_point entry") != std::string::npos))
+            return true;
+    return false;
 }
 
 // ---- Every function's two records ---------------------------------------------------------------
@@ -246,11 +265,13 @@ TEST_F(log_folder, every_function_names_its_arguments_and_its_result)
         EXPECT_TRUE(records.front().ends_with((name == "SQLConnect" ? ") DETAIL " : ") ENTRY ") +
                                               name + ": " + row.arguments))
             << records.front();
-        const std::string source = records.front().substr(0, records.front().find(' '));
+        const std::string source = records.front().substr(0, records.front().find(':'));
         EXPECT_TRUE(source == name + ".c" || source == std::string(row.function) + ".c") << source;
         const std::string exit = std::string(") EXIT ") + name + ": return value=" + row.code;
         EXPECT_TRUE(std::string(row.code) == "-" || records.back().ends_with(exit))
             << records.back();
+        for (const std::string &record : {records.front(), records.back()})
+            EXPECT_TRUE(is_written_there(record)) << record;
     }
     EXPECT_EQ(missing, std::set<std::string>());
     SQLAllocConnect(wire->env, &wire->conn);
