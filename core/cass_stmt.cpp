@@ -88,6 +88,7 @@ SQLRETURN cass_check_cursor_change(cass_stmt *stmt, SQLRETURN code)
     stmt->attrs.cursor_scrollable = 0;
     if (!changed)
         return code;
+    CASS_LOG(&stmt->head, LOG_ERROR, "cass_check_cursor_change: cursor type changed");
     cass_post_error(&stmt->head, STATE_01S02, 0, "Cursor type changed");
     return SQL_SUCCESS_WITH_INFO;
 }

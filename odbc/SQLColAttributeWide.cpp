@@ -117,6 +117,7 @@ static SQLRETURN answer_text(cass_stmt *stmt, const entry_point &entry, text_for
     cass_store(call.string_length, cass_small_length(length));
     if (!cut)
         return SQL_SUCCESS;
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: text truncated", entry.name);
     cass_post_error(&stmt->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }

@@ -104,6 +104,7 @@ static SQLRETURN describe_col(cass_stmt *stmt, const entry_point &entry, text_fo
     SQLRETURN code = SQL_SUCCESS;
     std::int64_t length = 0;
     if (describe_text_out(field->column_name, form, out.name, out.room, &length)) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: name truncated", entry.name);
         cass_post_error(&stmt->head, STATE_01004, 0, nullptr);
         code = SQL_SUCCESS_WITH_INFO;
     }

@@ -31,6 +31,7 @@ SQLRETURN cass_get_cursor_name(cass_stmt *stmt, const entry_point &entry,
                      cass_wide_text_out(stmt->cursor_name, target.units, target.size);
     if (!cut)
         return SQL_SUCCESS;
+    ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: name truncated", entry.name);
     cass_post_error(&stmt->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }

@@ -266,6 +266,7 @@ static SQLRETURN answer_text(cass_conn *conn, const cass_string *text, bool wide
     // Without room for the terminator even an empty text counts as cut.
     if (!cut && room >= 1)
         return SQL_SUCCESS;
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: text truncated", wide ? "SQLGetInfoW" : "SQLGetInfo");
     cass_post_error(&conn->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }
@@ -277,6 +278,8 @@ static SQLRETURN answer_own_text(cass_conn *conn, const char *bytes, bool wide, 
     const std::unique_ptr<cass_string, void (*)(cass_string *)> text(cass_string_from_cstr(bytes),
                                                                      cass_string_free);
     if (text == nullptr) {
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to create string",
+                 wide ? "SQLGetInfoW" : "SQLGetInfo");
         cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
         return SQL_ERROR;
     }

@@ -33,13 +33,21 @@ SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std:
     return SQL_ERROR;
 }
 
+static void log_caught(cass_handle *handle, const char *what)
+{
+    if (handle != nullptr)
+        CASS_LOG_AS(handle, "entry_frame.c", LOG_ERROR, "entry_caught: %s", what);
+}
+
 SQLRETURN entry_caught(cass_handle *handle)
 {
     try {
         throw;
     } catch (const std::bad_alloc &) {
+        log_caught(handle, "failed to allocate memory");
         cass_post_error(handle, STATE_HY001, 0, nullptr);
     } catch (...) {
+        log_caught(handle, "unexpected exception");
         cass_post_error(handle, STATE_HY000, 0, nullptr);
     }
     return SQL_ERROR;
