@@ -116,7 +116,8 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
     if (catalog_is_filter(arguments.table.get()))
         catalog_where(&query, wanted.name_condition, arguments.table.get());
     const cass_string *current = stmt_conn(stmt)->current_keyspace;
-    if (catalog_is_filter(arguments.catalog.get()))
+    // "%" is a filter here, unlike elsewhere: no keyspace has that name.
+    if (cass_string_length(arguments.catalog.get()) > 0)
         catalog_where(&query, "keyspace_name=", arguments.catalog.get());
     else if (current != nullptr)
         catalog_where(&query, "keyspace_name = ", current);

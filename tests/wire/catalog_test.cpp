@@ -92,7 +92,8 @@ TEST(catalog, queries_are_what_the_arguments_ask_for)
          {"NULL|NULL|NULL|TABLE|NULL", "NULL|NULL|NULL|VIEW|NULL"}},
         {"tables", nullptr, {none, {""}, {""}, {"%"}}, both},
         {"tables", "ks1", {{"%"}, {""}, {}, none}, none_asked, {"CASSANDRA|NULL|NULL|NULL|NULL"}},
-        {"tables", nullptr, {{"%"}, none, {""}, none}, both},
+        {"tables", "ks1", {{"%"}, none, {""}, {"TABLE"}},
+         {tables_query + " WHERE keyspace_name='%'" + filtering}},
         {"tables", "ks1", {{""}, {"%"}, {""}, none},
          {"select keyspace_name from system_schema.keyspaces"}},
         // The general listing.
