@@ -59,6 +59,12 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
     return 0;
 }
 
+void cass_close_for_catalog(cass_stmt *stmt)
+{
+    cass_close_stmt(stmt, 1);
+    free_string(&stmt->sql_text);
+}
+
 void cass_close_result(cass_stmt *stmt)
 {
     cass_clear_row_data(stmt);
@@ -83,6 +89,7 @@ SQLRETURN cass_check_cursor_change(cass_stmt *stmt, SQLRETURN code)
     stmt->attrs.cursor_scrollable = 0;
     if (!changed)
         return code;
+    CASS_LOG(&stmt->head, LOG_ERROR, "cass_check_cursor_change: cursor type changed");
     cass_post_error(&stmt->head, STATE_01S02, 0, "Cursor type changed");
     return SQL_SUCCESS_WITH_INFO;
 }

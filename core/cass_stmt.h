@@ -12,6 +12,9 @@ enum : std::int32_t {
 // Ends an execution: pending local rows, paging state, saved values, query text. unprepare not 0:
 // the prepared id and text too. Always 0.
 int cass_close_stmt(cass_stmt *stmt, int unprepare);
+// Ends an execution to make room for a catalog result: a text that was never prepared goes as well,
+// so that nothing describes the statement by it any more.
+void cass_close_for_catalog(cass_stmt *stmt);
 // Drops the result's description: rows, IRD records and the counts of the metadata.
 void cass_close_result(cass_stmt *stmt);
 // Runs a text that it consumes (may be null). ODBC return code; diagnostics on the statement.
@@ -21,7 +24,8 @@ SQLRETURN cass_execute(cass_stmt *stmt);
 // What SQLParamData runs once all data at execution is there: the rest of either.
 SQLRETURN cass_dae_exec_direct(cass_stmt *stmt);
 SQLRETURN cass_dae_execute(cass_stmt *stmt);
-// A statement that is described before it was prepared is prepared now. 0, 1 or -1.
+// A statement that is described before it was prepared is prepared now. 0, 1 for a
+// warning of the server, or -1; both with records on the statement.
 int cass_prepare_if_needed(cass_stmt *stmt);
 
 // A local result was made for a statement that asked for another cursor: 01S02, and the cursor

@@ -20,17 +20,20 @@ struct direct_road {
     const char *source;
     const char *chaining;
     const char *failed;
+    const char *all_skipped;
 };
 
 static constexpr direct_road plain_road = {
     .source = log_source,
     .chaining = "SQLExecDirectWide: chaining execute string",
     .failed = "SQLExecDirectWide: create_exec_string failed",
+    .all_skipped = "SQLExecDirectWide: all parameter sets skipped",
 };
 static constexpr direct_road dae_road = {
     .source = "SQLExecDirect(DAE)",
     .chaining = "SQLParamData: chaining execute string",
     .failed = "SQLParamData: create_exec_string failed",
+    .all_skipped = "SQLParamData: all parameter sets skipped",
 };
 
 // Builds the request of every parameter set that is not skipped and keeps the last one in *last.
@@ -68,6 +71,7 @@ static SQLRETURN run_direct(cass_stmt *stmt, const direct_road &road)
     if (built != SQL_SUCCESS)
         return built;
     if (request == nullptr) {
+        CASS_LOG_AS(&stmt->head, road.source, LOG_ERROR, road.all_skipped);
         cass_post_error(&stmt->head, STATE_HY000, 0, nullptr);
         return SQL_ERROR;
     }
@@ -86,6 +90,8 @@ static bool connection_is_busy(cass_stmt *stmt)
         stmt->data_waiting = 0;
         return false;
     }
+    CASS_LOG(&stmt->head, LOG_ERROR,
+             "SQLExecDirectWide: connection is busy with results of another hstmt");
     cass_post_error(&stmt->head, STATE_HY000, 0,
                     "connection is busy with results of another hstmt");
     return true;
@@ -119,6 +125,7 @@ SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t oper
     cass_string_free(stmt->query_text);
     stmt->query_text = cass_string_copy(processed.get());
     if (stmt->query_text == nullptr) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "SQLExecDirectWide: failed to copy string");
         cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
         return SQL_ERROR;
     }

@@ -37,6 +37,7 @@ static bool keep_values(cass_stmt *stmt, const cass_packet *packet, std::int32_t
     stmt->param_buffer = pkt_copy_from(packet, position, &stmt->param_buffer_len);
     if (stmt->param_buffer_len < 0) {
         stmt->param_buffer_len = 0;
+        CASS_LOG(&stmt->head, LOG_ERROR, "cass_append_params: failed to keep the values");
         cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
         return false;
     }

@@ -3,6 +3,8 @@
 #ifndef CORE_CASS_TEXT_OUT_H
 #define CORE_CASS_TEXT_OUT_H
 
+#include <cstdint>
+
 #include "odbc/cass_handles.h"
 
 // ANSI result: UTF-8 with a terminator. The text is whole when its units are below `size` (bytes of
@@ -12,6 +14,13 @@
 bool cass_ansi_text_out(const cass_string *text, void *buffer, std::int64_t size);
 // Wide result: the same in code units, `size` in units.
 bool cass_wide_text_out(const cass_string *text, SQLWCHAR *buffer, std::int64_t size);
+
+// The length of a text where the call tells it in 16 bits: a longer one is told as the largest, and
+// never wraps.
+inline SQLSMALLINT cass_small_length(std::int64_t length)
+{
+    return static_cast<SQLSMALLINT>(length < INT16_MAX ? length : INT16_MAX);
+}
 
 // Stores through an application's pointer, which may be null or unaligned.
 template <typename Value>

@@ -90,8 +90,10 @@ static int grow_lists(cass_stmt *stmt, std::int32_t column)
 static std::int32_t resolve_default_type(cass_stmt *stmt, const cass_field *metadata)
 {
     // Bound all the same: the type is then that of a column without metadata.
-    if (stmt->prepared == 0 && stmt->executed == 0)
+    if (stmt->prepared == 0 && stmt->executed == 0) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "SQLBindCol: no result set");
         cass_post_error(&stmt->head, STATE_HY000, 0, "No result set");
+    }
     const int odbc2 = conn_env(stmt_conn(stmt))->odbc_version == SQL_OV_ODBC2;
     return cass_default_c_type(metadata->consise_type, 1, odbc2);
 }

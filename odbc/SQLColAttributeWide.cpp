@@ -114,9 +114,10 @@ static SQLRETURN answer_text(cass_stmt *stmt, const entry_point &entry, text_for
     std::int64_t length = 0;
     const bool cut =
         describe_text_out(text, form, call.character_attribute, call.buffer_length, &length);
-    cass_store(call.string_length, static_cast<SQLSMALLINT>(length));
+    cass_store(call.string_length, cass_small_length(length));
     if (!cut)
         return SQL_SUCCESS;
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: text truncated", entry.name);
     cass_post_error(&stmt->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }
@@ -183,7 +184,7 @@ SQLRETURN col_attribute_entry(SQLHSTMT handle, const entry_point &entry, text_fo
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: statement_handle=%p, column_number=%d, field_identifier=%d, "
                      "character_attribute=%p, buffer_length=%d, string_length=%p, "
                      "numeric_attribute=%p",

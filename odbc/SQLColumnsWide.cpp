@@ -103,7 +103,7 @@ SQLRETURN cass_columns(cass_stmt *stmt, [[maybe_unused]] const catalog_argument 
                        const catalog_argument &schema_name, const catalog_argument &table_name,
                        const catalog_argument &column_name)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
     held_string column;

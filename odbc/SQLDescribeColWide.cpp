@@ -104,10 +104,11 @@ static SQLRETURN describe_col(cass_stmt *stmt, const entry_point &entry, text_fo
     SQLRETURN code = SQL_SUCCESS;
     std::int64_t length = 0;
     if (describe_text_out(field->column_name, form, out.name, out.room, &length)) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: name truncated", entry.name);
         cass_post_error(&stmt->head, STATE_01004, 0, nullptr);
         code = SQL_SUCCESS_WITH_INFO;
     }
-    cass_store(out.name_length, static_cast<SQLSMALLINT>(length));
+    cass_store(out.name_length, cass_small_length(length));
     cass_store(out.data_type, static_cast<SQLSMALLINT>(field->consise_type));
     cass_store(out.column_size, column_size_of(field));
     cass_store(out.decimal_digits, static_cast<SQLSMALLINT>(field->scale));
@@ -121,7 +122,7 @@ SQLRETURN describe_col_entry(SQLHSTMT handle, const entry_point &entry, text_for
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: statement_handle=%p, column_number=%d, column_name=%p, buffer_length=%d, "
                      "name_length=%p, data_type=%p, column_size=%p, decimal_digits=%p, nullable=%p",
                      entry.name, static_cast<void *>(stmt), static_cast<int>(column_number),

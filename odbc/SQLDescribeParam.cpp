@@ -47,6 +47,8 @@ static SQLRETURN describe_param(cass_stmt *stmt, SQLUSMALLINT number, SQLSMALLIN
 
     const cass_field *field = parameter_record(stmt, number);
     if (field == nullptr) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "SQLDescribeParam: nothing known of parameter %d",
+                 static_cast<int>(number));
         cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
         return SQL_ERROR;
     }

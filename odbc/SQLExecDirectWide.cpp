@@ -7,7 +7,7 @@ SQLRETURN cass_exec_direct_text(cass_stmt *stmt, const entry_point &entry, cass_
 {
     cass_close_stmt(stmt, 1);
     if (text == nullptr) {
-        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed creating string", entry.name);
+        ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: failed creating string", entry.name);
         cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
         return SQL_ERROR;
     }

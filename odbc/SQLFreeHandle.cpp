@@ -23,6 +23,7 @@ static SQLRETURN invalid_handle(cass_handle *handle)
 static SQLRETURN free_descriptor(cass_desc *desc)
 {
     if (desc->implicit > 0) {
+        CASS_LOG(&desc->head, LOG_ERROR, "SQLFreeHandle: implicit descriptor");
         cass_post_error(&desc->head, STATE_HY017, 0, nullptr);
         return log_result(&desc->head, SQL_ERROR);
     }

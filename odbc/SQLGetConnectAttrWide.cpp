@@ -26,8 +26,8 @@ static SQLRETURN give_integer(SQLPOINTER value, SQLINTEGER *string_length, SQLUI
 }
 
 // The name of the one catalog, whatever an application has set.
-static SQLRETURN give_catalog(cass_conn *conn, SQLPOINTER value, SQLINTEGER buffer_length,
-                              SQLINTEGER *string_length, bool wide)
+static SQLRETURN give_catalog(cass_conn *conn, const char *name, SQLPOINTER value,
+                              SQLINTEGER buffer_length, SQLINTEGER *string_length, bool wide)
 {
     SQLWCHAR units[] = {'C', 'A', 'S', 'S', 'A', 'N', 'D', 'R', 'A'};
     const cass_string catalog = {.text = units, .length = std::size(units), .borrowed = 1};
@@ -37,6 +37,7 @@ static SQLRETURN give_catalog(cass_conn *conn, SQLPOINTER value, SQLINTEGER buff
              : cass_ansi_text_out(&catalog, value, buffer_length);
     if (!cut)
         return SQL_SUCCESS;
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: catalog truncated", name);
     cass_post_error(&conn->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }
@@ -55,10 +56,11 @@ SQLRETURN cass_get_conn_attr(cass_conn *conn, const char *name, SQLINTEGER attri
     case GET_DEAD:
         return give_integer(value, string_length, conn->connected ? SQL_CD_FALSE : SQL_CD_TRUE);
     case GET_CATALOG:
-        return give_catalog(conn, value, buffer_length, string_length, wide);
+        return give_catalog(conn, name, value, buffer_length, string_length, wide);
     case GET_NO_TYPE:
         // Stores nothing, and the record stands beside a success: the Driver Manager answers these
         // itself, and applications that come here by another way go on.
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: attribute %d is not the driver's", name, attribute);
         cass_post_error(&conn->head, STATE_HY000, 0,
                         "unexpected internal error in %s, unknown type %d", name, 0);
         return SQL_SUCCESS;

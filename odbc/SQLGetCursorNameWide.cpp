@@ -12,7 +12,7 @@ static bool name_cursor(cass_stmt *stmt, const entry_point &entry)
     stmt->cursor_name = cass_string_from_cstr(name);
     if (stmt->cursor_name != nullptr)
         return true;
-    CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed creating a string", entry.name);
+    ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: failed creating a string", entry.name);
     cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
     return false;
 }
@@ -22,13 +22,16 @@ SQLRETURN cass_get_cursor_name(cass_stmt *stmt, const entry_point &entry,
 {
     if (stmt->cursor_name == nullptr && !name_cursor(stmt, entry))
         return SQL_ERROR;
-    cass_store(target.length, static_cast<SQLSMALLINT>(cass_string_length(stmt->cursor_name)));
+    cass_store(target.length, cass_small_length(cass_string_length(stmt->cursor_name)));
     if (target.bytes == nullptr && target.units == nullptr)
         return SQL_ERROR;
-    const bool cut = cass_ansi_text_out(stmt->cursor_name, target.bytes, target.size) ||
+    // Without room for the terminator even an empty name counts as cut.
+    const bool cut = target.size < 1 ||
+                     cass_ansi_text_out(stmt->cursor_name, target.bytes, target.size) ||
                      cass_wide_text_out(stmt->cursor_name, target.units, target.size);
     if (!cut)
         return SQL_SUCCESS;
+    ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: name truncated", entry.name);
     cass_post_error(&stmt->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }

@@ -13,8 +13,9 @@ struct cursor_name_target {
 };
 
 // The statement's cursor name; one is made from the statement's number when none was set. 01004
-// when it was cut. Without a buffer the length goes out and the result is SQL_ERROR without a
-// record, which applications that only ask for the length have learned to ignore.
+// when it was cut, as it always is by a size below 1. Without a buffer the length goes out and the
+// result is SQL_ERROR without a record, which applications that only ask for the length have
+// learned to ignore.
 SQLRETURN cass_get_cursor_name(cass_stmt *stmt, const entry_point &entry,
                                const cursor_name_target &target);
 

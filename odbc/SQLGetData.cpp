@@ -45,6 +45,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetData(SQLHSTMT statement_handle, SQLUSMALLI
                     &stmt->head, LOG_DETAIL, "returning bookmark use_bookmarks=%d, target_type=%d",
                     static_cast<int>(stmt->attrs.use_bookmarks), static_cast<int>(target_type));
                 if (target_type != SQL_C_BOOKMARK && target_type != SQL_C_VARBOOKMARK) {
+                    CASS_LOG(&stmt->head, LOG_ERROR, "SQLGetData: invalid bookmark type %d",
+                             static_cast<int>(target_type));
                     cass_post_error(&stmt->head, STATE_HY003, 0, nullptr);
                     return SQL_ERROR;
                 }

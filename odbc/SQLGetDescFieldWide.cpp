@@ -6,6 +6,8 @@
 #include "core/cass_field.h"
 #include "core/cass_text_out.h"
 
+static constexpr char log_source[] = "SQLGetDescFieldWide.c";
+
 #define HEADER(member) offsetof(cass_desc, member)
 #define FIELD(member)  offsetof(cass_field, member)
 // clang-format off
@@ -77,13 +79,15 @@ desc_role desc_role_of(const cass_desc *desc)
     return desc->stmt->ird == desc ? ROLE_IRD : ROLE_IPD;
 }
 
-const cass_field *desc_readable_record(cass_desc *desc, SQLSMALLINT rec)
+const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec)
 {
     // Parameters have no bookmark: record 0 exists on the row side, and on a descriptor that serves
     // no statement.
     const bool has_parameters =
         desc->stmt != nullptr && (desc->stmt->ipd == desc || desc->stmt->apd == desc);
     if (rec < 0 || rec > desc->field_count || (rec == 0 && has_parameters)) {
+        CASS_LOG(&desc->head, LOG_ERROR, "%s: invalid record %d of %d", entry.name,
+                 static_cast<int>(rec), static_cast<int>(desc->field_count));
         cass_post_error(&desc->head, STATE_07009, 0, nullptr);
         return nullptr;
     }
@@ -124,19 +128,22 @@ static SQLRETURN answer_small(SQLSMALLINT number, void *value, SQLINTEGER *strin
 }
 
 // A text that is cut leaves its 01004 beside SQL_SUCCESS, as nowhere else.
-static SQLRETURN answer_text(cass_desc *desc, const cass_string *text, text_form form, void *value,
-                             SQLINTEGER buffer_length, SQLINTEGER *string_length)
+static SQLRETURN answer_text(cass_desc *desc, const entry_point &entry, const cass_string *text,
+                             text_form form, void *value, SQLINTEGER buffer_length,
+                             SQLINTEGER *string_length)
 {
     std::int64_t length = 0;
-    if (describe_text_out(text, form, value, buffer_length, &length))
+    if (describe_text_out(text, form, value, buffer_length, &length)) {
+        CASS_LOG(&desc->head, LOG_ERROR, "%s: text truncated", entry.name);
         cass_post_error(&desc->head, STATE_01004, 0, nullptr);
+    }
     cass_store(string_length, static_cast<SQLINTEGER>(length));
     return SQL_SUCCESS;
 }
 
-static SQLRETURN get_desc_field(cass_desc *desc, text_form form, SQLSMALLINT rec,
-                                SQLSMALLINT field_identifier, void *value, SQLINTEGER buffer_length,
-                                SQLINTEGER *string_length)
+static SQLRETURN get_desc_field(cass_desc *desc, const entry_point &entry, text_form form,
+                                SQLSMALLINT rec, SQLSMALLINT field_identifier, void *value,
+                                SQLINTEGER buffer_length, SQLINTEGER *string_length)
 {
     const desc_identifier *row = find_desc_identifier(field_identifier);
     if (row != nullptr && row->kind == DESC_ALLOC)
@@ -146,10 +153,12 @@ static SQLRETURN get_desc_field(cass_desc *desc, text_form form, SQLSMALLINT rec
         return answer_number(row, reinterpret_cast<const unsigned char *>(desc), value,
                              string_length);
 
-    const cass_field *field = desc_readable_record(desc, rec);
+    const cass_field *field = desc_readable_record(desc, entry, rec);
     if (field == nullptr)
         return SQL_ERROR;
     if (row == nullptr) {
+        CASS_LOG(&desc->head, LOG_ERROR, "%s: unexpected field %d", entry.name,
+                 static_cast<int>(field_identifier));
         cass_post_error(&desc->head, STATE_HY091, 0, nullptr);
         return SQL_ERROR;
     }
@@ -161,7 +170,7 @@ static SQLRETURN get_desc_field(cass_desc *desc, text_form form, SQLSMALLINT rec
         return answer_number(row, base, value, string_length);
     const cass_string *text;
     std::memcpy(&text, base + row->offset, sizeof text);
-    return answer_text(desc, text, form, value, buffer_length, string_length);
+    return answer_text(desc, entry, text, form, value, buffer_length, string_length);
 }
 
 SQLRETURN get_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_form form,
@@ -171,7 +180,7 @@ SQLRETURN get_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_f
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: descriptor_handle=%p, rsc=%d, field_identifier=%d, value=%p, "
                      "buffer_length=%d, string_length=%p",
                      entry.name, static_cast<void *>(desc), static_cast<int>(rec),
@@ -179,7 +188,7 @@ SQLRETURN get_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_f
                      static_cast<void *>(string_length));
         },
         [&](cass_desc *desc) {
-            return get_desc_field(desc, form, rec, field_identifier, value, buffer_length,
+            return get_desc_field(desc, entry, form, rec, field_identifier, value, buffer_length,
                                   string_length);
         });
 }

@@ -57,7 +57,7 @@ enum desc_role { ROLE_NONE, ROLE_IRD, ROLE_IPD, ROLE_ARD, ROLE_APD };
 // Worked out from the statement that the descriptor is linked to; without one it has no role.
 desc_role desc_role_of(const cass_desc *desc);
 // The record to read, from 0 for the bookmark record to the count; null with 07009 posted.
-const cass_field *desc_readable_record(cass_desc *desc, SQLSMALLINT rec);
+const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec);
 
 SQLRETURN get_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_form form,
                                SQLSMALLINT rec, SQLSMALLINT field_identifier, void *value,

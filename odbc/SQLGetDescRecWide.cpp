@@ -8,19 +8,21 @@ static constexpr char log_source[] = "SQLGetDescRecWide.c";
 
 // A record past the end is 07009, never SQL_NO_DATA; a name that is cut leaves its 01004 beside
 // SQL_SUCCESS.
-static SQLRETURN get_desc_rec(cass_desc *desc, text_form form, SQLSMALLINT rec,
-                              const desc_rec_outputs &out)
+static SQLRETURN get_desc_rec(cass_desc *desc, const entry_point &entry, text_form form,
+                              SQLSMALLINT rec, const desc_rec_outputs &out)
 {
     CASS_LOG(&desc->head, LOG_DETAIL, "desc: app_desc %d, field_count %d",
              static_cast<int>(desc->app_desc), static_cast<int>(desc->field_count));
-    const cass_field *field = desc_readable_record(desc, rec);
+    const cass_field *field = desc_readable_record(desc, entry, rec);
     if (field == nullptr)
         return SQL_ERROR;
 
     std::int64_t length = 0;
-    if (describe_text_out(field->column_name, form, out.name, out.room, &length))
+    if (describe_text_out(field->column_name, form, out.name, out.room, &length)) {
+        CASS_LOG(&desc->head, LOG_ERROR, "%s: name truncated", entry.name);
         cass_post_error(&desc->head, STATE_01004, 0, nullptr);
-    cass_store(out.string_length, static_cast<SQLSMALLINT>(length));
+    }
+    cass_store(out.string_length, cass_small_length(length));
     cass_store(out.type, static_cast<SQLSMALLINT>(field->type));
     cass_store(out.sub_type, static_cast<SQLSMALLINT>(field->datetime_interval_code));
     cass_store(out.length, field->octet_length);
@@ -36,7 +38,7 @@ SQLRETURN get_desc_rec_entry(SQLHDESC handle, const entry_point &entry, text_for
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: descriptor_handle=%p, rsc=%d, name=%p, buffer_length=%d, "
                      "string_length=%p, type=%p, sub_type=%p, length=%p, precision=%p, scale=%p, "
                      "nullable=%p",
@@ -46,5 +48,5 @@ SQLRETURN get_desc_rec_entry(SQLHDESC handle, const entry_point &entry, text_for
                      static_cast<void *>(out.length), static_cast<void *>(out.precision),
                      static_cast<void *>(out.scale), static_cast<void *>(out.nullable));
         },
-        [&](cass_desc *desc) { return get_desc_rec(desc, form, rec, out); });
+        [&](cass_desc *desc) { return get_desc_rec(desc, entry, form, rec, out); });
 }

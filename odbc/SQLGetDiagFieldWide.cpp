@@ -168,8 +168,8 @@ static SQLRETURN read_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMAL
 static SQLRETURN deliver_text(const cass_string *text, void *info, SQLSMALLINT buffer_length,
                               SQLSMALLINT *string_length, bool wide)
 {
-    const std::int32_t length = cass_string_length(text) * (wide ? 2 : 1);
-    cass_store(string_length, static_cast<SQLSMALLINT>(length));
+    const std::int64_t length = wide ? cass_string_octets(text) : cass_string_length(text);
+    cass_store(string_length, cass_small_length(length));
     // Kept for applications that probe for the length: they know this code by now.
     if (info == nullptr)
         return SQL_NO_DATA;

@@ -46,7 +46,7 @@ static SQLRETURN deliver_record(const cass_diag_record *record, void *sqlstate, 
     // the call that fetches, should the text be longer in UTF-8.
     const std::int32_t length = wide || message_text == nullptr ? cass_string_length(record->text)
                                                                 : utf8_octets(record->text);
-    cass_store(text_length, static_cast<SQLSMALLINT>(length));
+    cass_store(text_length, cass_small_length(length));
     return cut ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 

@@ -257,7 +257,7 @@ static SQLRETURN answer_text(cass_conn *conn, const cass_string *text, bool wide
 {
     // The ANSI length counts units, not the bytes of the encoded text.
     const std::int64_t length = wide ? cass_string_octets(text) : cass_string_length(text);
-    cass_store(string_length, static_cast<SQLSMALLINT>(length));
+    cass_store(string_length, cass_small_length(length));
     if (text == nullptr || info_value == nullptr)
         return SQL_SUCCESS;
 
@@ -267,12 +267,15 @@ static SQLRETURN answer_text(cass_conn *conn, const cass_string *text, bool wide
     // Without room for the terminator even an empty text counts as cut.
     if (!cut && room >= 1)
         return SQL_SUCCESS;
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: text truncated", wide ? "SQLGetInfoW" : "SQLGetInfo");
     cass_post_error(&conn->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }
 
-static SQLRETURN no_memory(cass_conn *conn)
+static SQLRETURN no_memory(cass_conn *conn, bool wide)
 {
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to create string",
+             wide ? "SQLGetInfoW" : "SQLGetInfo");
     cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
     return SQL_ERROR;
 }
@@ -287,7 +290,7 @@ static SQLRETURN answer_keyspace(cass_conn *conn, bool wide, void *info_value,
     const bool whole = cass_copy_conn_text(conn, &conn->current_keyspace, &copy);
     const text_ptr keyspace(copy, cass_string_free);
     if (!whole)
-        return no_memory(conn);
+        return no_memory(conn, wide);
     return answer_text(conn, copy, wide, info_value, buffer_length, string_length);
 }
 
@@ -297,7 +300,7 @@ static SQLRETURN answer_own_text(cass_conn *conn, const char *bytes, bool wide, 
 {
     const text_ptr text(cass_string_from_cstr(bytes), cass_string_free);
     if (text == nullptr)
-        return no_memory(conn);
+        return no_memory(conn, wide);
     return answer_text(conn, text.get(), wide, info_value, buffer_length, string_length);
 }
 

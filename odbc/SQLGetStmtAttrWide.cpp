@@ -133,7 +133,7 @@ SQLRETURN get_stmt_attr_entry(SQLHSTMT handle, const entry_point &entry, SQLINTE
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: statement_handle=%p, attribute=%d, value=%p, buffer_length=%d, "
                      "string_length=%p",
                      entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,

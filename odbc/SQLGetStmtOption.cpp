@@ -9,6 +9,7 @@ static constexpr entry_point entry = {
 static SQLRETURN get_stmt_option(cass_stmt *stmt, SQLUSMALLINT option, void *value)
 {
     if (option == SQL_GET_BOOKMARK) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "SQLGetStmtOption: no bookmarks");
         cass_post_error(&stmt->head, STATE_HY011, 0, nullptr);
         return SQL_ERROR;
     }

@@ -145,7 +145,7 @@ static bool has_two_levels(type_index row)
 
 SQLRETURN cass_get_type_info(cass_stmt *stmt, SQLSMALLINT data_type)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     if (cass_create_internal_rs(stmt, &type_result, type_sort_keys) != 0)
         return SQL_ERROR;
     const int odbc3 = stmt_conn(stmt)->odbc_level == 3;

@@ -7,8 +7,7 @@ SQLRETURN cass_native_sql(cass_conn *conn, const entry_point &entry, cass_string
                           const native_sql_target &target)
 {
     if (text == nullptr) {
-        CASS_LOG_AS(&conn->head, entry.source, LOG_ERROR, "%s: failed to create string",
-                    entry.name);
+        ENTRY_LOG(&conn->head, entry, LOG_ERROR, "%s: failed to create string", entry.name);
         cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
         return SQL_ERROR;
     }
@@ -18,6 +17,7 @@ SQLRETURN cass_native_sql(cass_conn *conn, const entry_point &entry, cass_string
     cass_string_free(text);
     if (!cut)
         return SQL_SUCCESS;
+    ENTRY_LOG(&conn->head, entry, LOG_ERROR, "%s: text truncated", entry.name);
     cass_post_error(&conn->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }

@@ -18,11 +18,12 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLNumResultCols(SQLHSTMT statement_handle,
                      static_cast<void *>(stmt), static_cast<void *>(column_count));
         },
         [=](cass_stmt *stmt) -> SQLRETURN {
-            if (cass_prepare_if_needed(stmt) < 0) {
+            const int prepared = cass_prepare_if_needed(stmt);
+            if (prepared < 0) {
                 CASS_LOG(&stmt->head, LOG_DETAIL, "SQLNumResultCols: failed preparing statement");
                 return SQL_ERROR;
             }
             cass_store(column_count, static_cast<SQLSMALLINT>(cass_stmt_column_count(stmt->ird)));
-            return SQL_SUCCESS;
+            return static_cast<SQLRETURN>(prepared);
         });
 }

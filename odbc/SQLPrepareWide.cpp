@@ -10,16 +10,14 @@ SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_stri
     cass_close_stmt(stmt, 1);
     stmt->ird = stmt->implicit_ird;
     if (text == nullptr) {
-        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed to create string",
-                    entry.name);
+        ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: failed to create string", entry.name);
         cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
         return SQL_ERROR;
     }
     cass_string *processed = cass_process_sql(stmt, text);
     cass_string_free(text);
     if (processed == nullptr) {
-        CASS_LOG_AS(&stmt->head, entry.source, LOG_ERROR, "%s: failed to process string",
-                    entry.name);
+        ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: failed to process string", entry.name);
         cass_post_error(&stmt->head, STATE_HY000, 0, "failed processing SQL");
         return SQL_ERROR;
     }
@@ -32,7 +30,6 @@ SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_stri
     // On failure the text stays: describing the statement tries again.
     const int code = prepare_stmt(stmt, stmt->sql_text);
     if (!SQL_SUCCEEDED(code))
-        CASS_LOG_AS(&stmt->head, entry.source, LOG_DETAIL, "%s: failed preparing statement",
-                    entry.name);
+        ENTRY_LOG(&stmt->head, entry, LOG_DETAIL, "%s: failed preparing statement", entry.name);
     return static_cast<SQLRETURN>(code);
 }

@@ -65,7 +65,7 @@ static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cas
 SQLRETURN cass_primary_keys(cass_stmt *stmt, const catalog_argument &catalog_name,
                             const catalog_argument &schema_name, const catalog_argument &table_name)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
     if (!catalog_text(measured_schema(catalog_name, schema_name), &schema) ||

@@ -47,6 +47,8 @@ static SQLRETURN set_isolation(cass_conn *conn, const set_attr_form *form, std::
         conn->txn_isolation = level;
         return SQL_SUCCESS;
     default:
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: invalid isolation level %d", form->name,
+                 static_cast<int>(level));
         return refuse(conn, form->bad_value);
     }
 }
@@ -94,7 +96,12 @@ SQLRETURN cass_set_conn_attr(cass_conn *conn, const set_attr_form *form, SQLINTE
         cass_reset_conn(conn);
         return SQL_SUCCESS;
     case SET_ZERO_ONLY:
-        return low == 0 ? store_value(conn, &attr, 0) : refuse(conn, form->unknown);
+        if (low == 0)
+            return store_value(conn, &attr, 0);
+        break;
+    case SET_METADATA:
+        conn->stmt_defaults.metadata_id = low;
+        return store_value(conn, &attr, number);
     case SET_REFUSE:
         return refuse(conn, form->unknown);
     case SET_UNKNOWN:

@@ -23,8 +23,9 @@ cass_handle *desc_failure_handle(cass_desc *desc)
     return desc->stmt != nullptr ? &desc->stmt->head : &desc->head;
 }
 
-static SQLRETURN refuse(const set_call &call, cass_state_row state)
+static SQLRETURN refuse(const set_call &call, cass_state_row state, const char *complaint)
 {
+    CASS_LOG(&call.desc->head, LOG_ERROR, "%s: %s", call.name, complaint);
     cass_post_error(&call.desc->head, state, 0, nullptr);
     return SQL_ERROR;
 }
@@ -68,10 +69,10 @@ static void store_number(const set_call &call, unsigned char *base)
 static SQLRETURN set_count(const set_call &call)
 {
     if (call.role == ROLE_IRD || call.role == ROLE_NONE)
-        return refuse(call, STATE_HY016);
+        return refuse(call, STATE_HY016, "the count cannot be set");
     const auto count = static_cast<SQLSMALLINT>(number_of(call.value));
     if (count < 0)
-        return refuse(call, STATE_07009);
+        return refuse(call, STATE_07009, "negative count");
     return cass_desc_resize(call.desc, count) == 0 ? SQL_SUCCESS : expand_failed(call);
 }
 
@@ -80,13 +81,13 @@ static SQLRETURN set_header(const set_call &call)
     auto *base = reinterpret_cast<unsigned char *>(call.desc);
     switch (call.row->rule) {
     case SET_REFUSE:
-        return refuse(call, STATE_HY091);
+        return refuse(call, STATE_HY091, "the field cannot be set");
     case SET_COUNT:
         return set_count(call);
     case SET_APP_HEADER:
         // A descriptor that no statement uses is neither ARD nor APD yet.
         if (call.role != ROLE_ARD && call.role != ROLE_APD)
-            return refuse(call, STATE_HY016);
+            return refuse(call, STATE_HY016, "neither ARD nor APD");
         break;
     default:
         break;
@@ -108,7 +109,7 @@ static SQLRETURN set_name(const set_call &call, cass_field *field)
         name = cass_string_from_wide(static_cast<const SQLWCHAR *>(call.value), units);
     }
     if (name == nullptr && call.value != nullptr)
-        return refuse(call, STATE_HY001);
+        return refuse(call, STATE_HY001, "failed to create string");
     cass_string_free(field->column_name);
     field->column_name = name;
     field->unnamed = name == nullptr ? 1 : 0;
@@ -118,7 +119,7 @@ static SQLRETURN set_name(const set_call &call, cass_field *field)
 static SQLRETURN set_unnamed(const set_call &call, cass_field *field)
 {
     if (static_cast<SQLSMALLINT>(number_of(call.value)) != SQL_UNNAMED)
-        return refuse(call, STATE_HY092);
+        return refuse(call, STATE_HY092, "invalid value of SQL_DESC_UNNAMED");
     cass_string_free(field->column_name);
     field->column_name = nullptr;
     field->unnamed = 1;
@@ -129,7 +130,7 @@ static SQLRETURN set_parameter_type(const set_call &call, cass_field *field)
 {
     const auto type = static_cast<SQLSMALLINT>(number_of(call.value));
     if (type != SQL_PARAM_INPUT && type != SQL_PARAM_INPUT_OUTPUT && type != SQL_PARAM_OUTPUT)
-        return refuse(call, STATE_HY105);
+        return refuse(call, STATE_HY105, "invalid parameter type");
     field->parameter_type = type;
     return SQL_SUCCESS;
 }
@@ -149,7 +150,7 @@ static SQLRETURN apply(const set_call &call, cass_field *field)
         store_number(call, base);
         return SQL_ERROR;
     case SET_IGNORE_NOT_IPD:
-        return is_ipd ? refuse(call, STATE_HY091) : SQL_SUCCESS;
+        return is_ipd ? refuse(call, STATE_HY091, "not a field of an IPD") : SQL_SUCCESS;
     case SET_STORE_NOT_IPD:
         if (!is_ipd)
             store_number(call, base);
@@ -192,9 +193,9 @@ static SQLRETURN set_desc_field(const set_call &call, SQLSMALLINT rec, SQLSMALLI
 
     cass_desc *desc = call.desc;
     if (call.role == ROLE_IRD)
-        return refuse(call, STATE_HY016);
+        return refuse(call, STATE_HY016, "the IRD cannot be set");
     if (rec < 0 || (rec == 0 && call.role == ROLE_IPD))
-        return refuse(call, STATE_07009);
+        return refuse(call, STATE_07009, "invalid record");
     if (rec > desc->field_count && cass_desc_resize(desc, rec) != 0)
         return expand_failed(call);
 
@@ -206,7 +207,7 @@ static SQLRETURN set_desc_field(const set_call &call, SQLSMALLINT rec, SQLSMALLI
         field->indicator_ptr = nullptr;
         field->octet_length_ptr = nullptr;
     }
-    return call.row != nullptr ? apply(call, field) : refuse(call, STATE_HY091);
+    return call.row != nullptr ? apply(call, field) : refuse(call, STATE_HY091, "unexpected field");
 }
 
 SQLRETURN set_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_form form,
@@ -216,7 +217,7 @@ SQLRETURN set_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_f
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: descriptor_handle=%p, rec=%d, field_identifier=%d, value=%p, "
                      "buffer_length=%d",
                      entry.name, static_cast<void *>(desc), static_cast<int>(rec),

@@ -23,10 +23,13 @@ static SQLRETURN set_desc_rec(cass_desc *desc, SQLSMALLINT rec, const record_val
 {
     const desc_role role = desc_role_of(desc);
     if (role == ROLE_IRD) {
+        CASS_LOG(&desc->head, LOG_ERROR, "SQLSetDescRec: result columns are not set");
         cass_post_error(&desc->head, STATE_HY016, 0, nullptr);
         return SQL_ERROR;
     }
     if (rec < 0 || (rec == 0 && role == ROLE_IPD)) {
+        CASS_LOG(&desc->head, LOG_ERROR, "SQLSetDescRec: invalid record %d",
+                 static_cast<int>(rec));
         cass_post_error(&desc->head, STATE_07009, 0, nullptr);
         return SQL_ERROR;
     }

@@ -91,8 +91,10 @@ bool stmt_attr_apply(cass_stmt *stmt, const stmt_attr_row *row, SQLULEN value)
     }
 }
 
-static SQLRETURN refuse(cass_stmt *stmt, cass_state_row state)
+static SQLRETURN refuse_desc(cass_stmt *stmt, const entry_point &entry, cass_state_row state,
+                             const char *complaint)
 {
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: %s", entry.name, complaint);
     cass_post_error(&stmt->head, state, 0, nullptr);
     return SQL_ERROR;
 }
@@ -107,8 +109,8 @@ static void drop_link(cass_stmt *stmt, cass_desc *desc)
 
 // Makes a descriptor of the application the current one of a role, or with a null value the
 // statement's own. `loses_link` is the descriptor that is cut off when another one comes in.
-static SQLRETURN install_desc(cass_stmt *stmt, cass_desc **current, cass_desc *own,
-                              cass_desc *loses_link, void *value)
+static SQLRETURN install_desc(cass_stmt *stmt, const entry_point &entry, cass_desc **current,
+                              cass_desc *own, cass_desc *loses_link, void *value)
 {
     if (value == SQL_NULL_HDESC) {
         drop_link(stmt, *current);
@@ -118,12 +120,12 @@ static SQLRETURN install_desc(cass_stmt *stmt, cass_desc **current, cass_desc *o
     std::int32_t tag;
     std::memcpy(&tag, value, sizeof tag);
     if (tag != CASS_DESCRIPTOR_HANDLE)
-        return refuse(stmt, STATE_HY024);
+        return refuse_desc(stmt, entry, STATE_HY024, "not a descriptor");
     auto *desc = static_cast<cass_desc *>(value);
     if (desc->implicit && desc != own)
-        return refuse(stmt, STATE_HY017);
+        return refuse_desc(stmt, entry, STATE_HY017, "implicit descriptor of another role");
     if (desc_conn(desc) != stmt_conn(stmt))
-        return refuse(stmt, STATE_HY024);
+        return refuse_desc(stmt, entry, STATE_HY024, "descriptor of another connection");
 
     drop_link(stmt, loses_link);
     *current = desc;
@@ -140,15 +142,16 @@ static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINT
     case ATTR_READ_ONLY:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: unexpected attribute %d", entry.name,
                  static_cast<int>(attribute));
-        return refuse(stmt, STATE_HY092);
+        cass_post_error(&stmt->head, STATE_HY092, 0, nullptr);
+        return SQL_ERROR;
     case ATTR_REFUSE:
-        return refuse(stmt, STATE_HY017);
+        return refuse_desc(stmt, entry, STATE_HY017, "implementation descriptor");
     case ATTR_INSTALL_ARD:
-        return install_desc(stmt, &stmt->ard, stmt->implicit_ard, stmt->ard, value);
+        return install_desc(stmt, entry, &stmt->ard, stmt->implicit_ard, stmt->ard, value);
     case ATTR_INSTALL_APD:
         // A new APD cuts off the current ARD, not the APD that it replaces. Applications see it in
         // the ARD's header fields, which are refused from then on; it stays.
-        return install_desc(stmt, &stmt->apd, stmt->implicit_apd, stmt->ard, value);
+        return install_desc(stmt, entry, &stmt->apd, stmt->implicit_apd, stmt->ard, value);
     default:
         if (stmt_attr_apply(stmt, row, reinterpret_cast<SQLULEN>(value)) && stmt->prepared)
             stmt->params_rebound = 1;
@@ -162,7 +165,7 @@ SQLRETURN set_stmt_attr_entry(SQLHSTMT handle, const entry_point &entry, SQLINTE
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, __LINE__, LOG_ENTRY,
+            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
                      "%s: statement_handle=%p, attribute=%d, value=%p, string_length=%d",
                      entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,
                      static_cast<int>(string_length));

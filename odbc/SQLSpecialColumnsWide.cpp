@@ -61,7 +61,7 @@ SQLRETURN cass_special_columns(cass_stmt *stmt, SQLUSMALLINT identifier_type,
                                const catalog_argument &schema_name,
                                const catalog_argument &table_name)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
     if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||

@@ -8,7 +8,7 @@
 #include "core/cass_data.h"
 #include "core/cass_stmt.h"
 
-static constexpr char log_source[] = "SQLStatistics.c";
+static constexpr char log_source[] = "SQLStatisticsWide.c";
 
 constexpr int OPTIONS_SIZE = 1024;
 
@@ -168,13 +168,14 @@ static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const 
 SQLRETURN cass_statistics(cass_stmt *stmt, const catalog_argument &schema_name,
                           const catalog_argument &table_name)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
     if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||
         cass_create_internal_rs(stmt, &index_result, index_sort_keys) != 0)
         return SQL_ERROR;
     if (!catalog_is_filter(table.get())) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "SQLStatistics: table name not supplied");
         cass_post_error(&stmt->head, STATE_HY010, 0, "table name not supplied");
         return SQL_ERROR;
     }

@@ -118,7 +118,8 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
     held_string current;
     if (!catalog_current_keyspace(stmt, &current))
         return SQL_ERROR;
-    if (catalog_is_filter(arguments.catalog.get()))
+    // "%" is a filter here, unlike elsewhere: no keyspace has that name.
+    if (cass_string_length(arguments.catalog.get()) > 0)
         catalog_where(&query, "keyspace_name=", arguments.catalog.get());
     else if (current != nullptr)
         catalog_where(&query, "keyspace_name = ", current.get());
@@ -152,7 +153,7 @@ SQLRETURN cass_tables(cass_stmt *stmt, const catalog_argument &catalog_name,
                       const catalog_argument &schema_name, const catalog_argument &table_name,
                       const catalog_argument &table_type)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     table_arguments texts;
     if (!catalog_text(catalog_name, &texts.catalog) || !catalog_text(schema_name, &texts.schema) ||
         !catalog_text(table_name, &texts.table) || !catalog_text(table_type, &texts.type) ||

@@ -16,6 +16,7 @@ enum conn_attr_set : std::uint8_t {
     SET_ANSI_APP,
     SET_RESET,
     SET_ZERO_ONLY,
+    SET_METADATA,  // of the connection, and the default of its statements to come
 };
 
 enum conn_attr_get : std::uint8_t {
@@ -82,7 +83,7 @@ inline constexpr conn_attr conn_attrs[] = {
     {30002,                       SET_IGNORE,    GET_UNKNOWN, false, NONE},
     {SQL_ATTR_CONNECTION_DEAD,    SET_UNKNOWN,   GET_DEAD,    false, NONE},
     {SQL_ATTR_AUTO_IPD,           SET_ZERO_ONLY, GET_STORED,  false, CONN(auto_ipd)},
-    {SQL_ATTR_METADATA_ID,        SET_STORE,     GET_STORED,  false, CONN(metadata_id)},
+    {SQL_ATTR_METADATA_ID,        SET_METADATA,  GET_STORED,  false, CONN(metadata_id)},
 };
 // clang-format on
 

@@ -113,7 +113,7 @@ const empty_set column_privileges_set = {
 
 SQLRETURN cass_empty_catalog(cass_stmt *stmt, const empty_set &set)
 {
-    cass_close_stmt(stmt, 1);
+    cass_close_for_catalog(stmt);
     if (cass_create_internal_rs(stmt, &set.result, set.sort_keys) != 0)
         return SQL_ERROR;
     return catalog_finish(stmt, SQL_SUCCESS, set.occupies_connection);

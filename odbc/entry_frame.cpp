@@ -15,7 +15,7 @@ static SQLRETURN refuse_catalog_async(cass_handle *handle, const entry_point &en
     if (state == entry.async_code || state == entry.async_code + ASYNC_WIDE)
         return SQL_ERROR;
     if (cass_log_is_on(handle))
-        cass_log(handle, entry.source, __LINE__, LOG_ERROR, "%s: invalid async operation %d (%d)",
+        cass_log(handle, entry.source, entry.line, LOG_ERROR, "%s: invalid async operation %d (%d)",
                  entry.name, state, entry.async_code);
     cass_post_error(handle, STATE_HY010, 0, nullptr);
     return SQL_ERROR;
@@ -29,10 +29,16 @@ SQLRETURN entry_refuse_async(cass_handle *handle, const entry_point &entry, std:
         const char *format = handle->handle_tag == CASS_CONNECTION_HANDLE
                                  ? "%s: invalid async count %d"
                                  : "%s: invalid async operation %d";
-        cass_log(handle, entry.source, __LINE__, LOG_ERROR, format, entry.name, state);
+        cass_log(handle, entry.source, entry.line, LOG_ERROR, format, entry.name, state);
     }
     cass_post_error(handle, STATE_HY010, 0, nullptr);
     return SQL_ERROR;
+}
+
+static void log_caught(cass_handle *handle, const char *what)
+{
+    if (handle != nullptr)
+        CASS_LOG_AS(handle, "entry_frame.c", LOG_ERROR, "entry_caught: %s", what);
 }
 
 SQLRETURN entry_caught(cass_handle *handle)
@@ -42,8 +48,10 @@ SQLRETURN entry_caught(cass_handle *handle)
     } catch (const abi::__forced_unwind &) {
         throw;
     } catch (const std::bad_alloc &) {
+        log_caught(handle, "failed to allocate memory");
         cass_post_error(handle, STATE_HY001, 0, nullptr);
     } catch (...) {
+        log_caught(handle, "unexpected exception");
         cass_post_error(handle, STATE_HY000, 0, nullptr);
     }
     return SQL_ERROR;
@@ -51,6 +59,6 @@ SQLRETURN entry_caught(cass_handle *handle)
 
 void entry_log_exit(cass_handle *handle, const entry_point &entry, SQLRETURN code)
 {
-    cass_log(handle, entry.source, __LINE__, LOG_EXIT, entry.exit_format, entry.name,
+    cass_log(handle, entry.source, entry.line, LOG_EXIT, entry.exit_format, entry.name,
              static_cast<int>(code));
 }

@@ -22,7 +22,15 @@ struct entry_point {
     const char *source;  // "SQLFetch.c": their literal source name
     const char *exit_format = "%s: return value=%d";
     std::int32_t async_code = 0;  // catalog functions: the ODBC function number
+    int line = __builtin_LINE();  // where it is defined, for records that shared code writes
 };
+
+// A record of the call, from code that several calls share: under the entry's own file and line.
+#define ENTRY_LOG(handle, entry, kind, ...)                                                        \
+    do {                                                                                           \
+        if (cass_log_is_on(handle)) [[unlikely]]                                                   \
+            cass_log((handle), (entry).source, (entry).line, (kind), __VA_ARGS__);                 \
+    } while (0)
 
 // EXIT records of the calls that print the code by name.
 constexpr char EXIT_BY_NAME[] = "%s: return value=%r";

@@ -39,6 +39,9 @@ TEST_F(attributes, what_is_stored_is_read_back_in_its_width)
         EXPECT_EQ(set(id, value(id)), "") << id;
     for (const auto &[id, width] : ids)
         EXPECT_EQ(read(id, width), width == 8 ? value(id) : value(id) & 0xFFFFFFFF) << id;
+    // The one attribute that both kinds of handle have hold of.
+    EXPECT_EQ(cass_alloc_stmt(conn)->attrs.metadata_id, value(SQL_ATTR_METADATA_ID) & 0xFFFFFFFF);
+    EXPECT_EQ(stmt->attrs.metadata_id, 0u);
     // The ODBC 2 form stores as much and no more, and knows no attribute of ODBC 3.
     constexpr SQLULEN none = ~SQLULEN{0};
     const std::tuple<SQLUSMALLINT, SQLULEN, const char *> options[] = {

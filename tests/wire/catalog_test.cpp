@@ -43,6 +43,7 @@ static SQLRETURN call(const std::string &name, SQLHSTMT stmt, std::vector<argume
 #define ROWVER(x)  SQL_ROWVER, THREE(x), SQL_SCOPE_SESSION, SQL_NULLABLE
 #define INDEXES(x) THREE(x), SQL_INDEX_ALL, SQL_QUICK
 #define SIX(x)     THREE(x), THREE(x)
+#define TYPE(x)    SQL_INTEGER
     CALL("tables", SQLTables, FOUR);
     CALL("columns", SQLColumns, FOUR);
     CALL("keys", SQLPrimaryKeys, THREE);
@@ -54,6 +55,7 @@ static SQLRETURN call(const std::string &name, SQLHSTMT stmt, std::vector<argume
     CALL("procedure columns", SQLProcedureColumns, FOUR);
     CALL("table privileges", SQLTablePrivileges, THREE);
     CALL("column privileges", SQLColumnPrivileges, FOUR);
+    CALL("types", SQLGetTypeInfo, TYPE);
     return SQL_ERROR;
 }
 
@@ -90,7 +92,8 @@ TEST(catalog, queries_are_what_the_arguments_ask_for)
          {"NULL|NULL|NULL|TABLE|NULL", "NULL|NULL|NULL|VIEW|NULL"}},
         {"tables", nullptr, {none, {""}, {""}, {"%"}}, both},
         {"tables", "ks1", {{"%"}, {""}, {}, none}, none_asked, {"CASSANDRA|NULL|NULL|NULL|NULL"}},
-        {"tables", nullptr, {{"%"}, none, {""}, none}, both},
+        {"tables", "ks1", {{"%"}, none, {""}, {"TABLE"}},
+         {tables_query + " WHERE keyspace_name='%'" + filtering}},
         {"tables", "ks1", {{""}, {"%"}, {""}, none},
          {"select keyspace_name from system_schema.keyspaces"}},
         // The general listing.
@@ -291,9 +294,24 @@ TEST(catalog, unread_rows_occupy_the_connection)
                   record_list{general_error + "connection is busy with results of another hstmt"});
         return true;
     };
-    node_answer_rest(wire->node.get(), [](const node_request &) {
-        return std::vector<node_frame>{text_rows({{"ks", "t"}})};
+    node_answer_rest(wire->node.get(), [](const node_request &request) {
+        return std::vector<node_frame>{request.opcode == NODE_PREPARE ? error_frame(0x2200, "no")
+                                                                      : text_rows({{"ks", "t"}})};
     });
+    // A text that failed to be prepared, or waited for data until it was cancelled: the catalog's
+    // result has nothing to do with it.
+    const auto leave_text = [&](bool waiting) {
+        SQLLEN at_exec = SQL_DATA_AT_EXEC;
+        if (!waiting) {
+            EXPECT_STMT(SQL_ERROR, wire->stmt, prepare(wire->stmt, "gone"));
+            return;
+        }
+        SQLBindParameter(wire->stmt, 1, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_VARCHAR, 9, 0, &at_exec, 0,
+                         &at_exec);
+        EXPECT_STMT(SQL_NEED_DATA, wire->stmt, exec(wire->stmt, "gone ?"));
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLCancel(wire->stmt));
+        SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS);
+    };
     // How each is ended, whether it occupies at all, and its columns.
     struct {
         const char *function;
@@ -311,10 +329,12 @@ TEST(catalog, unread_rows_occupy_the_connection)
         {"procedure columns", true, 19},
         {"table privileges", true, 7},
         {"column privileges", true, 8},
+        {"types", false, 19},
     };
     for (int turn = 0; const auto &f : functions) {
         SCOPED_TRACE(f.function);
         for (const bool wide : {false, true}) {
+            leave_text(wide);
             EXPECT_STMT(SQL_SUCCESS, wire->stmt,
                         call(f.function, wire->stmt, {{}, {}, {"t"}}, wide));
             EXPECT_EQ(column_count(wire->stmt), f.columns);

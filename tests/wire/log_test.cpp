@@ -28,16 +28,35 @@ struct log_folder : ::testing::Test {
     }
 };
 
-// A record: "SQLFetch.c (STMT) ENTRY SQLFetch: statement_handle=0x...".
+// A record: "SQLFetch.c:13 (STMT) ENTRY SQLFetch: statement_handle=0x...".
 static row_list records_of(const std::string &log)
 {
     static const std::regex form("VHSQLODBC:\\[TID=[0-9A-F]+\\]\\[TIME=\\d+\\.000000\\]"
-                                 "\\[([^:]*):\\d+\\]\\[\\w+(\\([A-Z]+\\))\\]\n"
+                                 "\\[([^:]*:\\d+)\\]\\[\\w+(\\([A-Z]+\\))\\]\n"
                                  "\t\t([A-Z]+):\t ([^\n]*)\n");
     row_list records;
     for (std::sregex_iterator at(log.begin(), log.end(), form), end; at != end; ++at)
         records.push_back(at->str(1) + " " + at->str(2) + " " + at->str(3) + " " + at->str(4));
     return records;
+}
+
+// Whether the file and line that a record names are those of the call that wrote it, or of the entry
+// point that it was written for.
+static bool is_written_there(const std::string &record)
+{
+    static const std::regex form("(\\w+)\\.c:(\\d+) \\(\\w+\\) (\\w+) .*");
+    std::smatch parts;
+    if (!std::regex_match(record, parts, form))
+        return false;
+    std::istringstream source(
+        log_folder::content(VHCASS_SOURCE_DIR "/odbc/" + parts.str(1) + ".cpp"));
+    const int last = std::stoi(parts[2]) + 1, first = last - 9;  // a call of the log may be long
+    std::string line;
+    for (int number = 1; number <= last && std::getline(source, line); number++)
+        if (number >= first && (line.find("LOG_" + parts.str(3)) != std::string::npos ||
+                                line.find("entry_point entry") != std::string::npos))
+            return true;
+    return false;
 }
 
 // ---- Every function's two records ---------------------------------------------------------------
@@ -247,14 +266,89 @@ TEST_F(log_folder, every_function_names_its_arguments_and_its_result)
         EXPECT_TRUE(records.front().ends_with((name == "SQLConnect" ? ") DETAIL " : ") ENTRY ") +
                                               name + ": " + row.arguments))
             << records.front();
-        const std::string source = records.front().substr(0, records.front().find(' '));
+        const std::string source = records.front().substr(0, records.front().find(':'));
         EXPECT_TRUE(source == name + ".c" || source == std::string(row.function) + ".c") << source;
         const std::string exit = std::string(") EXIT ") + name + ": return value=" + row.code;
         EXPECT_TRUE(std::string(row.code) == "-" || records.back().ends_with(exit))
             << records.back();
+        for (const std::string &record : {records.front(), records.back()})
+            EXPECT_TRUE(is_written_there(record)) << record;
     }
     EXPECT_EQ(missing, std::set<std::string>());
     SQLAllocConnect(wire->env, &wire->conn);
+}
+
+// ---- Failures of calls --------------------------------------------------------------------------
+
+// The record in front of each posting, where it is of an error.
+static row_list told_before_postings(const std::string &log)
+{
+    row_list told;
+    std::string before;
+    for (const std::string &record : records_of(log)) {
+        const std::size_t error = before.find(" ERROR ");
+        if (record.find(" DETAIL Posting ") != std::string::npos)
+            told.push_back(error == std::string::npos ? "nothing" : before.substr(error + 7));
+        before = record;
+    }
+    return told;
+}
+
+TEST_F(log_folder, each_failure_of_a_call_is_recorded_before_it_is_posted)
+{
+    struct failing_call {
+        const char *told;
+        std::function<void(walk_arguments &)> call;
+    };
+#define FAILS(told, function, ...) {told, [](walk_arguments &a) { function(__VA_ARGS__); }}
+#define ATTR(handle, id) a.handle, id, odbc_number(3), 0
+    // clang-format off
+    static const failing_call calls[] = {
+        FAILS("SQLBindCol: no result set", SQLBindCol, a.st, 1, SQL_C_DEFAULT, a[1], 8, a[2]),
+        FAILS("SQLDescribeParam: nothing known of parameter 0", SQLDescribeParam, a.st, 0, a[1], a[2], a[3], a[4]),
+        FAILS("SQLFreeHandle: implicit descriptor", SQLFreeHandle, SQL_HANDLE_DESC, a.ds),
+        FAILS("SQLGetConnectAttr: catalog truncated", SQLGetConnectAttr, a.db, SQL_ATTR_CURRENT_CATALOG, a[1], 3, a[2]),
+        FAILS("SQLGetConnectAttrW: attribute 104 is not the driver's", SQLGetConnectAttrW, a.db, SQL_OPT_TRACE, a[1], 3, a[2]),
+        FAILS("SQLSetConnectAttr: invalid isolation level 3", SQLSetConnectAttr, ATTR(db, SQL_ATTR_TXN_ISOLATION)),
+        FAILS("SQLSetConnectAttr: unexpected attribute 10001", SQLSetConnectAttr, ATTR(db, SQL_ATTR_AUTO_IPD)),
+        FAILS("SQLSetStmtAttr: implementation descriptor", SQLSetStmtAttr, ATTR(st, SQL_ATTR_IMP_ROW_DESC)),
+        FAILS("SQLSetStmtAttrW: implicit descriptor of another role", SQLSetStmtAttrW, a.st, SQL_ATTR_APP_PARAM_DESC, a.ds, 0),
+        FAILS("SQLGetStmtOption: no bookmarks", SQLGetStmtOption, a.st, SQL_GET_BOOKMARK, a[1]),
+        FAILS("SQLGetCursorNameW: name truncated", SQLGetCursorNameW, a.st, a[1], 3, a[2]),
+        FAILS("SQLGetDescField: invalid record 9 of 1", SQLGetDescField, a.ds, 9, SQL_DESC_NAME, a[1], 3, a[2]),
+        FAILS("SQLGetDescRec: invalid record 9 of 1", SQLGetDescRec, a.ds, 9, a[1], 3, a[2], a[3], a[4], a[5], a[6], a[7], a[8]),
+        FAILS("SQLGetDescField: unexpected field 7", SQLGetDescField, a.ds, 1, 7, a[1], 3, a[2]),
+        FAILS("SQLSetDescFieldW: unexpected field", SQLSetDescFieldW, a.ds, 1, 7, a[1], 3),
+        FAILS("SQLSetDescRec: invalid record -1", SQLSetDescRec, a.ds, -1, 4, 0, 4, 0, 0, a[1], a[2], a[3]),
+        FAILS("SQLNativeSql: text truncated", SQLNativeSql, a.db, ansi("select"), SQL_NTS, a[1], 3, a[2]),
+        FAILS("SQLGetInfo: text truncated", SQLGetInfo, a.db, SQL_DBMS_NAME, a[1], 3, a[2]),
+        FAILS("SQLStatistics: table name not supplied", SQLStatistics, a.st, nullptr, 0, nullptr, 0, nullptr, 0, 0, 0),
+        {"SQLExecDirectWide: all parameter sets skipped", [](walk_arguments &a) {
+            *static_cast<SQLUSMALLINT *>(a[1]) = SQL_PARAM_IGNORE;
+            SQLSetStmtAttr(a.st, SQL_ATTR_PARAM_OPERATION_PTR, a[1], 0);
+            SQLExecDirect(a.st, ansi("q"), 1); }},
+        {"cass_check_cursor_change: cursor type changed", [](walk_arguments &a) {
+            SQLSetStmtAttr(a.st, SQL_ATTR_CURSOR_TYPE, odbc_number(SQL_CURSOR_STATIC), 0);
+            SQLGetTypeInfo(a.st, SQL_INTEGER); }},
+        FAILS("SQLDescribeCol: name truncated", SQLDescribeCol, a.st, 1, a[1], 3, a[2], a[3], a[4], a[5], a[6]),
+        FAILS("SQLColAttributeW: text truncated", SQLColAttributeW, a.st, 1, SQL_DESC_NAME, a[1], 6, a[2], a[3]),
+        {"SQLExecDirectWide: connection is busy with results of another hstmt", [](walk_arguments &a) {
+            SQLHSTMT other = nullptr;
+            SQLFreeStmt(a.st, SQL_CLOSE);
+            SQLAllocHandle(SQL_HANDLE_STMT, a.db, &other);
+            SQLProcedures(other, nullptr, 0, nullptr, 0, nullptr, 0);
+            SQLExecDirect(a.st, ansi("q"), 1);
+            SQLFreeHandle(SQL_HANDLE_STMT, other); }},
+    };
+    // clang-format on
+    const wire_ptr wire = wire_logged_on({}, "LOGGING=12;LOGFILE=" + file);
+    walk_arguments arguments = {.st = wire->stmt, .db = wire->conn, .ds = nullptr, .out = {}};
+    SQLGetStmtAttr(wire->stmt, SQL_ATTR_APP_ROW_DESC, &arguments.ds, 0, nullptr);
+    for (const failing_call &failing : calls) {
+        fs::remove(file);
+        failing.call(arguments);
+        EXPECT_EQ(told_before_postings(content(file)), row_list{failing.told});
+    }
 }
 
 // ---- Switching it on ----------------------------------------------------------------------------
