@@ -279,7 +279,26 @@ static constexpr real_width real_double = {"get_double_from_param", sizeof(doubl
 static constexpr real_width real_float = {"get_float_from_param", sizeof(float),
                                           "Incorrect length for float image %d"};
 
-static int real_from_number(const cass_param *param, double *value)
+// A float is rounded once, from the source, and not by way of a double. It is handed on as one,
+// which holds it exactly.
+static bool is_float(const real_width *width)
+{
+    return width->size == sizeof(float);
+}
+
+template <typename Integer>
+static double real_from_integer(Integer value, const real_width *width)
+{
+    return is_float(width) ? static_cast<double>(static_cast<float>(value))
+                           : static_cast<double>(value);
+}
+
+static double real_from_text(const char *text, const real_width *width)
+{
+    return is_float(width) ? static_cast<double>(ascii_to_float(text)) : ascii_to_double(text);
+}
+
+static int real_from_number(const cass_param *param, const real_width *width, double *value)
 {
     param_value source;
     if (param_read_value(param, &source) != 0)
@@ -292,10 +311,10 @@ static int real_from_number(const cass_param *param, double *value)
         cass_numeric_to_double(&source.numeric, value);
         break;
     case KIND_UNSIGNED:
-        *value = static_cast<double>(static_cast<std::uint64_t>(source.integer));
+        *value = real_from_integer(static_cast<std::uint64_t>(source.integer), width);
         break;
     default:
-        *value = static_cast<double>(source.integer);
+        *value = real_from_integer(source.integer, width);
         break;
     }
     return 0;
@@ -306,10 +325,10 @@ static int real_from_image(const cass_param *param, const real_width *width, dou
 {
     double wide = 0;
     float narrow = 0;
-    void *image = width->size == sizeof narrow ? static_cast<void *>(&narrow) : &wide;
+    void *image = is_float(width) ? static_cast<void *>(&narrow) : &wide;
     if (param_copy_image(param, image, width->size, width->complaint, null) != 0)
         return 1;
-    *value = width->size == sizeof narrow ? narrow : wide;
+    *value = is_float(width) ? static_cast<double>(narrow) : wide;
     return 0;
 }
 
@@ -330,14 +349,14 @@ static int read_real(cass_param *param, const real_width *width, double *value,
     case KIND_BIT:
     case KIND_REAL:
     case KIND_NUMERIC:
-        code = real_from_number(param, value);
+        code = real_from_number(param, width, value);
         break;
     case KIND_TEXT:
     case KIND_WIDE:
         // Text that is no number is sent as 0 and not reported, unlike that of an integer.
         code = param_narrow_text(param, &null);
         if (code == 0 && !null)
-            *value = ascii_to_double(param->scratch);
+            *value = real_from_text(param->scratch, width);
         break;
     case KIND_BINARY:
         code = real_from_image(param, width, value, &null);

@@ -12,6 +12,13 @@ static constexpr char OUT_OF_RANGE[] = "numeric out of range";
 
 // ---- Sources -----------------------------------------------------------------------------------
 
+// The precision or scale that the parameter was bound with is more than a decimal has. Asked once
+// the source is known to be a number; the conversions rely on it for their room.
+static bool has_too_many_digits(const cass_param *param)
+{
+    return param->precision > MAX_DIGITS || param->scale > MAX_DIGITS;
+}
+
 // A sign, digits and at most one point.
 static bool is_decimal_text(const char *text)
 {
@@ -81,6 +88,8 @@ static int numeric_from_text(cass_param *param, SQL_NUMERIC_STRUCT *value, bool 
     char *text = trim_blanks(param->scratch);
     if (!is_decimal_text(text))
         return param_fail(param, STATE_22018, "invalid numeric text");
+    if (has_too_many_digits(param))
+        return param_fail(param, STATE_22003, OUT_OF_RANGE);
     fit_decimals(text, param->scale);
     // Each decimal of the text raises the scale, so that it starts at 0.
     return cass_numeric_from_text(text, value, param->precision, 0) != 0
@@ -110,6 +119,8 @@ static int numeric_from_number(cass_param *param, SQL_NUMERIC_STRUCT *value)
     param_value source;
     if (param_read_value(param, &source) != 0)
         return 1;
+    if (has_too_many_digits(param))
+        return param_fail(param, STATE_22003, OUT_OF_RANGE);
     int code = 0;
     switch (param->c_type.kind) {
     case KIND_NUMERIC:
@@ -134,8 +145,6 @@ int get_numeric_from_param(cass_param *param, SQL_NUMERIC_STRUCT *value, std::in
     *length = -1;
     if (!param_load_first(param))
         return 0;
-    if (param->precision > MAX_DIGITS || param->scale > MAX_DIGITS)
-        return param_fail(param, STATE_22003, OUT_OF_RANGE);
     if (param->c_type.kind == KIND_DEFAULT)
         param->c_type = {KIND_NUMERIC, sizeof *value};
     bool null = false;
@@ -155,6 +164,8 @@ int get_numeric_from_param(cass_param *param, SQL_NUMERIC_STRUCT *value, std::in
     case KIND_BINARY:
         code = param_copy_image(param, value, sizeof *value,
                                 "Incorrect length for numeric image %d", &null);
+        if (code == 0 && !null && has_too_many_digits(param))
+            code = param_fail(param, STATE_22003, OUT_OF_RANGE);
         break;
     default:
         return param_fail_source(param, "get_numeric_from_param");

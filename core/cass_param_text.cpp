@@ -317,20 +317,17 @@ int param_put_text(cass_param *param, cass_packet *packet, std::int32_t)
 // ---- Binary ------------------------------------------------------------------------------------
 
 // A unit that is no hexadecimal digit counts as 0.
-static unsigned hex_value(unsigned char unit)
+static unsigned hex_value(SQLWCHAR unit)
 {
     if (ascii_is_digit(unit))
         return unit - '0';
-    const unsigned char lower = ascii_to_lower(unit);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10u : 0;
+    const unsigned lower = unit | 0x20u;
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 0;
 }
 
-// Low byte of a text's unit.
-static unsigned char text_unit(const cass_param *param, std::int64_t index)
+static SQLWCHAR text_unit(const cass_param *param, std::int64_t index)
 {
-    return param->c_type.kind == KIND_WIDE
-               ? static_cast<unsigned char>(load_unit(param->data, index))
-               : param->data[index];
+    return param->c_type.kind == KIND_WIDE ? load_unit(param->data, index) : param->data[index];
 }
 
 // Hexadecimal text, two digits a byte; a digit left over at the end is dropped.
@@ -343,7 +340,7 @@ static int binary_from_text(cass_param *param, const unsigned char **bytes, std:
         return 0;
     const std::int64_t units = *length / unit_size;
     std::int64_t at = 0;
-    if (units >= 2 && text_unit(param, 0) == '0' && ascii_to_lower(text_unit(param, 1)) == 'x')
+    if (units >= 2 && text_unit(param, 0) == '0' && (text_unit(param, 1) | 0x20) == 'x')
         at = 2;
     auto *out = reinterpret_cast<unsigned char *>(param->scratch);
     unsigned char *block = nullptr;

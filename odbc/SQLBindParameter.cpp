@@ -115,7 +115,6 @@ static SQLRETURN bind_field(cass_stmt *stmt, cass_field *field, const parameter_
         const bool odbc2 = conn_env(stmt_conn(stmt))->odbc_version == SQL_OV_ODBC2;
         c_type = cass_default_c_type(binding->sql_type, 1, odbc2);
     }
-    cass_field_free_put_data(field);
     // A fixed C type replaces the length by its own size, the stride of a column-wise array.
     field->octet_length = binding->buffer_length == -1 ? default_buffer_length(binding->sql_type)
                                                        : binding->buffer_length;
@@ -126,6 +125,8 @@ static SQLRETURN bind_field(cass_stmt *stmt, cass_field *field, const parameter_
         binding->column_size == 0)
         return fail(stmt, STATE_HY104, "BindParameter: invalid precision");
 
+    // A call that is refused leaves what was handed over for the binding before.
+    cass_field_free_put_data(field);
     field->target_type = binding->sql_type;
     field->parameter_type = binding->input_output;
     field->precision = static_cast<std::int32_t>(binding->column_size);

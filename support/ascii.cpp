@@ -68,8 +68,18 @@ std::int32_t ascii_to_int_any_base(const char *text)
     return parse_int(text, true);
 }
 
+// The C library hands out its one built-in "C" locale here; nothing is allocated.
+static locale_t c_locale()
+{
+    return newlocale(LC_ALL_MASK, "C", nullptr);
+}
+
 double ascii_to_double(const char *text)
 {
-    // The C library hands out its one built-in "C" locale here; nothing is allocated.
-    return strtod_l(text, nullptr, newlocale(LC_ALL_MASK, "C", nullptr));
+    return strtod_l(text, nullptr, c_locale());
+}
+
+float ascii_to_float(const char *text)
+{
+    return strtof_l(text, nullptr, c_locale());
 }

@@ -40,5 +40,7 @@ std::int32_t ascii_to_int_any_base(const char *text);
 
 // Decimal floating point number at the start of a text, "." as the point; 0 without one.
 double ascii_to_double(const char *text);
+// The same, rounded once: a float by way of a double may be off by its last place.
+float ascii_to_float(const char *text);
 
 #endif

@@ -1,58 +1,108 @@
-// SQL_NUMERIC_STRUCT to and from integers, doubles and text, all in 128-bit integers.
+// SQL_NUMERIC_STRUCT to and from integers, doubles and text. Magnitudes of up to 64 bits, as nearly
+// all are, are plain integers; larger ones go through digit strings.
 #include "support/numeric.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 
 #include "support/ascii.h"
 #include "support/numtext.h"
 #include "support/strfunc.h"
 
-__extension__ typedef unsigned __int128 magnitude_t;
-
 static constexpr int OUT_OF_RANGE = -2;
 static constexpr int DIGITS_LOST = 1;
-static constexpr magnitude_t LARGEST = ~static_cast<magnitude_t>(0);
 
-static magnitude_t load_magnitude(const SQL_NUMERIC_STRUCT *numeric)
+// A magnitude of 128 bits.
+struct magnitude {
+    std::uint64_t low;
+    std::uint64_t high;
+};
+
+constexpr int LOW_BITS = 64;
+constexpr std::size_t LOW_DIGITS = 19;  // any number of so many digits fits into 64 bits
+
+static bool bit_is_set(const magnitude &value, int bit)
 {
-    magnitude_t value = 0;
-    for (int i = SQL_MAX_NUMERIC_LEN - 1; i >= 0; i--)
-        value = value << 8 | numeric->val[i];
+    return (bit < LOW_BITS ? value.low >> bit : value.high >> (bit - LOW_BITS)) & 1;
+}
+
+static magnitude load_magnitude(const SQL_NUMERIC_STRUCT *numeric)
+{
+    magnitude value = {};
+    for (int i = 7; i >= 0; i--) {
+        value.low = value.low << 8 | numeric->val[i];
+        value.high = value.high << 8 | numeric->val[i + 8];
+    }
     return value;
 }
 
-static void store_numeric(SQL_NUMERIC_STRUCT *out, magnitude_t value, bool negative, int precision,
-                          std::int64_t scale)
+static void store_numeric(SQL_NUMERIC_STRUCT *out, const magnitude &value, bool negative,
+                          int precision, std::int64_t scale)
 {
     SQL_NUMERIC_STRUCT numeric = {};
     numeric.precision = static_cast<SQLCHAR>(precision);
     numeric.scale = static_cast<SQLSCHAR>(scale);
     numeric.sign = negative ? 0 : 1;
-    for (SQLCHAR &byte : numeric.val) {
-        byte = static_cast<SQLCHAR>(value);
-        value >>= 8;
+    for (int i = 0; i < 8; i++) {
+        numeric.val[i] = static_cast<SQLCHAR>(value.low >> 8 * i);
+        numeric.val[i + 8] = static_cast<SQLCHAR>(value.high >> 8 * i);
     }
     std::memcpy(out, &numeric, sizeof numeric);
 }
 
+// Value of a digit string without zeros in front, which may be empty. False when it needs more than
+// 128 bits.
+static bool magnitude_from_digits(const char *digits, magnitude *value)
+{
+    *value = {};
+    std::size_t count = std::strlen(digits);
+    char rest[DECIMAL_ROOM];
+    if (count > LOW_DIGITS) {
+        if (cass_decimal_compare(digits, cass_decimal_largest) > 0)
+            return false;
+        std::memcpy(rest, digits, count + 1);
+        for (int bit = POWERS_OF_TWO - 1; bit >= LOW_BITS; bit--) {
+            const char *power = cass_pow2_text[static_cast<std::size_t>(bit)].data();
+            if (cass_decimal_compare(rest, power) < 0)
+                continue;
+            cass_decimal_subtract(rest, power);
+            value->high |= std::uint64_t{1} << (bit - LOW_BITS);
+        }
+        digits = rest;  // now below 2^64
+    }
+    for (; *digits != '\0'; digits++)
+        value->low = value->low * 10 + static_cast<std::uint64_t>(*digits - '0');
+    return true;
+}
+
 // ---- From numbers ------------------------------------------------------------------------------
+
+// The magnitude times 10^scale, for a scale above 0. False when it needs more than 128 bits.
+static bool raise_magnitude(std::uint64_t value, int scale, magnitude *raised)
+{
+    char digits[DECIMAL_ROOM];
+    int count = text_from_uint64(digits, value);
+    if (scale > DECIMAL_DIGITS - count)
+        return false;
+    while (scale-- > 0)
+        digits[count++] = '0';
+    digits[count] = '\0';
+    return magnitude_from_digits(digits, raised);
+}
 
 int cass_numeric_from_int64(std::int64_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale)
 {
     const bool negative = value < 0;
     const auto bits = static_cast<std::uint64_t>(value);
-    magnitude_t magnitude = negative ? 0 - bits : bits;
+    magnitude result = {.low = negative ? 0 - bits : bits, .high = 0};
 
     // A zero needs no power of ten, however large the scale.
-    for (int i = 0; i < scale && magnitude != 0; i++) {
-        if (magnitude > LARGEST / 10)
-            return OUT_OF_RANGE;
-        magnitude *= 10;
-    }
-    for (int i = 0; i > scale && magnitude != 0; i--)
-        magnitude /= 10;
-    store_numeric(out, magnitude, negative, precision, scale);
+    if (scale > 0 && result.low != 0 && !raise_magnitude(result.low, scale, &result))
+        return OUT_OF_RANGE;
+    for (int i = 0; i > scale && result.low != 0; i--)
+        result.low /= 10;
+    store_numeric(out, result, negative, precision, scale);
     return 0;
 }
 
@@ -75,9 +125,17 @@ int cass_numeric_from_double(double value, SQL_NUMERIC_STRUCT *out, int precisio
     }
 
     const double rounded = std::fabs(std::rint(value));
-    if (!(rounded < std::ldexp(1.0, 128)))
-        return OUT_OF_RANGE;
-    store_numeric(out, static_cast<magnitude_t>(rounded), std::signbit(value), precision, scale);
+    magnitude result = {};
+    if (rounded < 0x1p64) {
+        result.low = static_cast<std::uint64_t>(rounded);
+    } else {
+        if (!(rounded < 0x1p128))
+            return OUT_OF_RANGE;
+        char digits[DECIMAL_ROOM];
+        std::snprintf(digits, sizeof digits, "%.0f", rounded);
+        magnitude_from_digits(digits, &result);
+    }
+    store_numeric(out, result, std::signbit(value), precision, scale);
     return 0;
 }
 
@@ -102,17 +160,17 @@ int cass_numeric_from_text(char *text, SQL_NUMERIC_STRUCT *out, int precision, i
     const bool negative = *text == '-';
     if (negative || *text == '+')
         text++;
+    while (*text == '0')
+        text++;
 
-    magnitude_t magnitude = 0;
-    for (; *text != 0; text++) {
-        if (!ascii_is_digit(static_cast<unsigned char>(*text)))
+    for (const char *digit = text; *digit != '\0'; digit++) {
+        if (!ascii_is_digit(static_cast<unsigned char>(*digit)))
             return OUT_OF_RANGE;
-        const auto digit = static_cast<unsigned>(*text - '0');
-        if (magnitude > (LARGEST - digit) / 10)
-            return OUT_OF_RANGE;
-        magnitude = magnitude * 10 + digit;
     }
-    store_numeric(out, magnitude, negative, precision, scale + decimals);
+    magnitude result;
+    if (!magnitude_from_digits(text, &result))
+        return OUT_OF_RANGE;
+    store_numeric(out, result, negative, precision, scale + decimals);
     return 0;
 }
 
@@ -120,16 +178,16 @@ int cass_numeric_from_text(char *text, SQL_NUMERIC_STRUCT *out, int precision, i
 
 int cass_numeric_to_double(const SQL_NUMERIC_STRUCT *numeric, double *out)
 {
-    const magnitude_t magnitude = load_magnitude(numeric);
+    const magnitude value = load_magnitude(numeric);
     double sum = 0;
-    if (magnitude >> 53 == 0) {
-        sum = static_cast<double>(static_cast<std::uint64_t>(magnitude));
+    if (value.high == 0 && value.low >> 53 == 0) {
+        sum = static_cast<double>(value.low);
     } else {
         // Bit by bit from the lowest, rounded at each step: above 53 bits the last place can differ
         // from that of a single conversion, and it has to stay as it is.
-        for (int i = 0; i < 128; i++) {
-            if ((magnitude >> i & 1) != 0)
-                sum += std::ldexp(1.0, i);
+        for (int bit = 0; bit < POWERS_OF_TWO; bit++) {
+            if (bit_is_set(value, bit))
+                sum += cass_pow2_double[static_cast<std::size_t>(bit)];
         }
     }
     if (numeric->sign == 0)
@@ -140,18 +198,18 @@ int cass_numeric_to_double(const SQL_NUMERIC_STRUCT *numeric, double *out)
     return 0;
 }
 
-// Decimal digits without leading zeros, "0" for zero; at most 39.
-static int put_magnitude(char *out, magnitude_t value)
+// Decimal digits without zeros in front, "0" for zero. Their count.
+static int put_magnitude(char (&digits)[DECIMAL_ROOM], const magnitude &value)
 {
-    static constexpr std::uint64_t ten_18 = 1'000'000'000'000'000'000;
-    if (value < ten_18)
-        return text_from_uint64(out, static_cast<std::uint64_t>(value));
-
-    const int head = put_magnitude(out, value / ten_18);
-    const auto tail = static_cast<std::uint64_t>(value % ten_18);
-    text_padded(out + head, static_cast<std::uint32_t>(tail / 1'000'000'000), 9);
-    text_padded(out + head + 9, static_cast<std::uint32_t>(tail % 1'000'000'000), 9);
-    return head + 18;
+    const int count = text_from_uint64(digits, value.low);
+    if (value.high == 0)
+        return count;
+    digits[count] = '\0';
+    for (int bit = LOW_BITS; bit < POWERS_OF_TWO; bit++) {
+        if (bit_is_set(value, bit))
+            cass_decimal_add(digits, cass_pow2_text[static_cast<std::size_t>(bit)].data());
+    }
+    return static_cast<int>(std::strlen(digits));
 }
 
 // End of the text without the zeros behind the point, and without a point left at the end.
@@ -164,7 +222,7 @@ static char *trim_fraction(char *end)
 
 int cass_numeric_format(const SQL_NUMERIC_STRUCT *numeric, char *out)
 {
-    char digits[40];
+    char digits[DECIMAL_ROOM];
     const int count = put_magnitude(digits, load_magnitude(numeric));
     const int scale = numeric->scale;
 

@@ -6,10 +6,11 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <array>
 #include <cstdint>
 
-// The magnitude is multiplied (scale above 0) or divided (below 0) by 10^|scale|, exactly, in 128
-// bits. 0, or -2 with nothing written when the product does not fit.
+// The magnitude is multiplied (scale above 0) or divided (below 0) by 10^|scale|, exactly. 0, or -2
+// with nothing written when the product does not fit into 128 bits.
 int cass_numeric_from_long(std::int32_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
 int cass_numeric_from_int64(std::int64_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
 // 0; -2 out of range, NaN or infinite; 1 when a negative scale would lose digits.
@@ -30,5 +31,29 @@ int cass_numeric_format(const SQL_NUMERIC_STRUCT *numeric, char *out);
 // The same through cass_copy_out: size in bytes, full length in *length, 1 when cut.
 int cass_numeric_to_text(const SQL_NUMERIC_STRUCT *numeric, char *buffer, std::int64_t size,
                          std::int32_t *length);
+
+// ---- Digit strings -----------------------------------------------------------------------------
+// What goes beyond 64 bits is reckoned in unsigned decimal digit strings, terminated, without a
+// sign: no wider integer is needed.
+
+// Room for the digit strings that are reckoned with, the terminator included.
+constexpr int DECIMAL_ROOM = 64;
+// 2^0 to 2^127 as digits, and the largest value of a numeric, 2^128 - 1.
+constexpr int POWERS_OF_TWO = 128;
+constexpr int DECIMAL_DIGITS = 39;
+extern const std::array<std::array<char, DECIMAL_DIGITS + 1>, POWERS_OF_TWO> cass_pow2_text;
+extern const char cass_decimal_largest[DECIMAL_DIGITS + 1];
+// 2^0 to 2^127.
+extern const std::array<double, POWERS_OF_TWO> cass_pow2_double;
+
+// a += b. Digits without a point, of at most DECIMAL_ROOM - 2 each; `a` has DECIMAL_ROOM bytes. Two
+// numbers of up to six digits lose the zeros in front, longer ones keep those of the longer.
+void cass_decimal_add(char *a, const char *b);
+// a -= b, with a not below b. Digits without a point. The difference has no zeros in front: 0 is
+// the empty text.
+void cass_decimal_subtract(char *a, const char *b);
+// -1, 0 or 1. Each may have a point. The one with fewer digits in front of the point is the
+// smaller, so zeros in front count.
+int cass_decimal_compare(const char *a, const char *b);
 
 #endif

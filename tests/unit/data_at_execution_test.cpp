@@ -90,6 +90,8 @@ TEST(data_at_execution, chunks_stay_until_the_record_is_bound_again)
             open_pause(s, SQL_C_CHAR, SQL_VARCHAR);
         ASSERT_EQ(SQL_SUCCESS, put(s, "a"));
         EXPECT_EQ(on_wire(expected), encode(s));
+        // A binding that is refused takes nothing away.
+        EXPECT_EQ(SQL_ERROR, bind(s.stmt, 1, SQL_C_CHAR, SQL_NUMERIC, &s, nullptr, 0, 0));
     }
     // As if the chunks were longer than a value can be; their bytes are not there to be read.
     ASSERT_EQ(SQL_SUCCESS, put(s, "a"));

@@ -63,12 +63,13 @@ TEST(numeric, integers_and_doubles_are_scaled_exactly_or_refused)
     static const struct { std::int64_t value; int scale, code; const char *digits; } integers[] = {
         {0, 100, 0, "0"}, {-123, 2, 0, "-12300"}, {-1999, -2, 0, "-19"}, {-1999, -40, 0, "-0"},
         {lowest, 0, 0, "-9223372036854775808"}, {4, 38, -2, ""}, {1, 39, -2, ""},
-        {3, 38, 0, "300000000000000000000000000000000000000"},
+        {3, 38, 0, "300000000000000000000000000000000000000"}, {-7, 19, 0, "-70000000000000000000"},
     };
     static const struct { double value; int scale, code; const char *digits; } doubles[] = {
         {1.1, 2, 0, "110"}, {2.5, 0, 0, "2"}, {-3.5, 0, 0, "-4"}, {1500, -2, 0, "15"},
         {1550, -2, 1, ""}, {INFINITY, 0, -2, ""}, {NAN, -1, -2, ""}, {1e300, 100, -2, ""},
         {0x1p127, 0, 0, "170141183460469231731687303715884105728"}, {0x1p128, 0, -2, ""},
+        {-0x1p64, 0, 0, "-18446744073709551616"}, {0x1.fffffffffffffp63, 0, 0, "18446744073709549568"},
     };
     // clang-format on
     SQL_NUMERIC_STRUCT numeric = {};
@@ -88,6 +89,52 @@ TEST(numeric, integers_and_doubles_are_scaled_exactly_or_refused)
     double value = 0;
     cass_numeric_to_double(&numeric, &value);
     EXPECT_EQ(value, 0x1p106);
+}
+
+TEST(numeric, digit_strings)
+{
+    static const struct {
+        std::string a, b, sum, difference;
+        int order;
+    } cases[] = {
+        {"0", "0", "0", "", 0},
+        {"007", "1", "8", "6", 1},  // short numbers are plain ones
+        {"0000007", "1", "0000008", "6", 1},
+        {"999999", "1", "1000000", "999998", 1},
+        {"9999999", "1", "10000000", "9999998", 1},
+        {"1000000000000000000000", "1", "1000000000000000000001", "999999999999999999999", 1},
+        {LARGEST, LARGEST, "680564733841876926926749214863536422910", "", 0},
+        {"12345678", "87654321", "99999999", "-", -1},
+        {"1.50", "1.5", "-", "-", 0},
+        {"1.05", "1.5", "-", "-", -1},
+        {"01", "1.5", "-", "-", 1},  // more digits before the point
+        {"2.", "1.999", "-", "-", 1},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.a + " and " + c.b);
+        EXPECT_EQ(cass_decimal_compare(c.a.c_str(), c.b.c_str()), c.order);
+        EXPECT_EQ(cass_decimal_compare(c.b.c_str(), c.a.c_str()), -c.order);
+        char text[DECIMAL_ROOM];
+        if (c.sum != "-") {
+            cass_decimal_add(std::strcpy(text, c.a.c_str()), c.b.c_str());
+            EXPECT_EQ(text, c.sum);
+        }
+        if (c.difference != "-") {
+            cass_decimal_subtract(std::strcpy(text, c.a.c_str()), c.b.c_str());
+            EXPECT_EQ(text, c.difference);
+        }
+    }
+    // Each power of two, as digits, as a double and as a numeric.
+    for (std::size_t i = 0; i < POWERS_OF_TWO; i++) {
+        SQL_NUMERIC_STRUCT numeric = {.precision = 38, .scale = 0, .sign = 1, .val = {}};
+        numeric.val[i / 8] = static_cast<SQLCHAR>(1u << i % 8);
+        const double power = std::ldexp(1.0, static_cast<int>(i));
+        char text[64];
+        std::snprintf(text, sizeof text, "%.0f", power);
+        EXPECT_STREQ(cass_pow2_text[i].data(), text);
+        EXPECT_EQ(cass_pow2_double[i], power);
+        EXPECT_EQ(text_of(numeric), text);
+    }
 }
 
 TEST(calendar, every_day_of_seventy_centuries)

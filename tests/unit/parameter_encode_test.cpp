@@ -72,7 +72,10 @@ TEST(parameter_encode, numbers_end_at_the_bounds_of_their_target)
     check(SQL_DOUBLE, {{~0ul, "43f0000000000000"}, {numeric(12345, 2, 0), "c05edccccccccccd"},
         {"1.5e1x", "402e000000000000"}, {"no", "0000000000000000"}, {guid, restricted}});
     check(SQL_FLOAT, {{-2, "c000000000000000"}});
-    check(SQL_REAL, {{inf, "7f800000"}, {u"-0.5", "bf000000"}, {date, restricted}});
+    // The last is a hair above the middle of two floats, a hair that a double does not hold.
+    check(SQL_REAL, {{inf, "7f800000"}, {u"-0.5", "bf000000"}, {date, restricted},
+        {9007199791611905l, "5a000001"}, {9007199791611905ul, "5a000001"},
+        {"9007199791611905", "5a000001"}, {9007199791611904l, "5a000000"}});
 }
 
 TEST(parameter_encode, decimals)
@@ -95,8 +98,12 @@ TEST(parameter_encode, decimals)
     check(SQL_DECIMAL, {{5, "000000020001f4"}, {1.25, "00000002007d"}}, 2);
     check(SQL_DECIMAL, {{"1.2399", "000000030004d7"}, {"1", "000000030003e8"}}, 3);
     check(SQL_DECIMAL, {{~0ul, overflow}, {std::string(200, '1'), overflow}}, 38);
-    check(SQL_DECIMAL, {{"1", overflow}}, 39);
-    check(SQL_DECIMAL, {{"1", overflow}}, 0, 39);
+    // Too many digits are asked for only of what is a number.
+    for (const auto &[scale, size] : {std::pair{39, 38}, {32767, 38}, {0, 39}})
+        check(SQL_DECIMAL, {{"1", overflow}, {0, overflow}, {~0ul, overflow}, {1.0, overflow},
+            {numeric(1, 0), overflow}, {{SQL_C_BINARY, image(numeric(1, 0))}, overflow},
+            {"x", unreadable}, {guid, restricted}},
+            static_cast<SQLSMALLINT>(scale), static_cast<SQLULEN>(size));
 }
 
 TEST(parameter_encode, fixed_values_as_text)
@@ -151,6 +158,7 @@ TEST(parameter_encode, guids_and_bytes)
         {date, restricted}, {numeric(1, 0), restricted}});
     check(SQL_VARBINARY, {{"0x0aFf", "0aff"}, {"abc", "ab"}, {"zZ1-", "0010"}, {"0x", ""}, {"", ""},
         {"0X" + long_hex, long_hex}, {u"0XCAFE", "cafe"},
+        {u"\u0141B\u0130xC", "0b00"}, {u"\u0130x1", "00"},
         {std::u16string(long_hex.begin(), long_hex.end()), long_hex}});
 }
 
