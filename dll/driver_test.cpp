@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string>
 
 #include "core/cass_err.h"
 #include "core/cass_handle.h"
@@ -31,13 +32,29 @@ static void say_failure(char *message, cass_conn *conn)
         say(message, "Failed to connect: '%s'", reason.get());
 }
 
+// A refused keyspace is a success without a record, to which words of our own are added.
+static void say_connected(char *message, const cass_conn *conn, SQLRETURN code)
+{
+    std::string text = std::string("Connected. CQL Version: ") + conn->cql_version;
+    if (code == SQL_SUCCESS_WITH_INFO) {
+        const std::unique_ptr<char, decltype(&std::free)> keyspace(
+            cass_string_to_utf8(conn->keyspace), std::free);
+        text += std::string(", but keyspace '") + (keyspace == nullptr ? "" : keyspace.get()) +
+                "' cannot be used and the session is closed: is the name right, case included?";
+    }
+    say(message, "%s", text.c_str());
+}
+
 static int try_settings(cass_conn *conn, const cass_settings_block *block, char *message)
 {
-    if (cass_apply_settings_block(conn, block) != 0 || !SQL_SUCCEEDED(cass_connect(conn, 0))) {
+    SQLRETURN code = SQL_ERROR;
+    if (cass_apply_settings_block(conn, block) == 0)
+        code = cass_connect(conn, 0);
+    if (!SQL_SUCCEEDED(code)) {
         say_failure(message, conn);
         return 1;
     }
-    say(message, "Connected. CQL Version: %s", conn->cql_version);
+    say_connected(message, conn, code);
     cass_logout(conn);
     conn->connected = 0;
     return 0;

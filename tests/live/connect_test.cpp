@@ -14,7 +14,7 @@ static const std::string driver = std::string("DRIVER={") + driver_name + "};";
 static const std::string refused = "08001 OS Error: 'Connection refused'";
 
 struct live_connect : ::testing::Test {
-    void SetUp() override { NEED_NODE("VHCASS_SERVER"); }
+    void SetUp() override { NEED_PLAIN_NODE(); }
 
     live_ptr live = live_open();
     SQLHDBC conn = live->conn;
@@ -175,6 +175,7 @@ TEST_F(live_connect, driver_test_program_tells_how_it_went)
         int status;
     } cases[] = {
         {"Server={host} Port={port} Keyspace=system", "Connected. CQL Version: 3.", 0},
+        {"Server={host} Port={port} Keyspace=no_such", "keyspace 'no_such' cannot be used", 0},
         {"Server=127.0.0.1:1", "Failed to connect: '[Varnholt][Apache Cassandra]Client unable", 1},
         {"Unknown=1", "", 2},
     };
@@ -184,6 +185,6 @@ TEST_F(live_connect, driver_test_program_tells_how_it_went)
         char text[512] = "";
         EXPECT_EQ(fread(text, 1, sizeof text - 1, pipe) == 0, c.text.empty());
         EXPECT_EQ(WEXITSTATUS(pclose(pipe)), c.status);
-        EXPECT_TRUE(std::string(text).starts_with(c.text)) << text;
+        EXPECT_NE(std::string(text).find(c.text), std::string::npos) << text;
     }
 }

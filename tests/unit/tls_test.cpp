@@ -55,7 +55,7 @@ TEST(tls_start, unusable_settings_fail_before_a_byte_goes_out)
                     {&cass_conn::certificate_bytes, &cass_conn::certificate_length, data}};
     for (const auto &[bytes, length, told] : blocks)
         expect_refusal(
-            [&](cass_conn *conn) {
+            [bytes = bytes, length = length](cass_conn *conn) {
                 conn->*bytes = reinterpret_cast<unsigned char *>(strdup("no PEM"));
                 conn->*length = 6;
             },

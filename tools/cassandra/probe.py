@@ -14,6 +14,7 @@ Python's standard library only.
 import argparse
 import os
 import random
+import signal
 import socket
 import ssl
 import struct
@@ -198,4 +199,6 @@ def main():
 
 
 if __name__ == "__main__":
+    # An interruption ends it without a traceback.
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
     sys.exit(main())
