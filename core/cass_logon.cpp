@@ -33,15 +33,6 @@ constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 using held_stmt =
     std::unique_ptr<cass_stmt, std::integral_constant<decltype(&cass_free_throwaway_stmt),
                                                       &cass_free_throwaway_stmt>>;
-using held_lock =
-    std::unique_ptr<cass_lock,
-                    std::integral_constant<decltype(&cass_lock_leave), &cass_lock_leave>>;
-
-static cass_lock *enter_exchange(cass_conn *conn)
-{
-    cass_lock_enter(&conn->exchange_lock);
-    return &conn->exchange_lock;
-}
 
 static int no_memory(cass_conn *conn, const char *who)
 {
@@ -63,11 +54,10 @@ static int send_failed(cass_conn *conn)
 static bool found_no_memory(cass_stmt *stmt)
 {
     bool found = false;
-    cass_diag_lock();
+    const cass_lock_guard hold(&cass_diag_lock);
     for (const auto *record = stmt->head.diag_records; record != nullptr; record = record->next)
         found = found || cass_string_compare_cstr(record->state,
                                                   cass_sqlstate_row(STATE_HY001)->state) == 0;
-    cass_diag_unlock();
     return found;
 }
 
@@ -388,7 +378,7 @@ SQLRETURN cass_connect(cass_conn *conn, int flag)
     // A caller without a Driver Manager may have a session already.
     cass_logout(conn);
     // Another thread's request waits until the session stands: it would go out in clear before.
-    const held_lock lock(enter_exchange(conn));
+    const cass_lock_guard hold(&conn->exchange_lock);
     if (conn->astra && ask_metadata_service(conn) != 0)
         return SQL_ERROR;
     int code = cass_single_connect(conn, flag);
