@@ -6,8 +6,6 @@
 #include "support/ascii.h"
 #include "support/numeric.h"
 
-static constexpr char log_source[] = "cass_data.c";
-
 // ---- The table ---------------------------------------------------------------------------------
 
 struct integer_range {
