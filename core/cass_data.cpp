@@ -152,9 +152,13 @@ static std::int32_t default_target(const cass_stmt *stmt, std::int32_t consise_t
 
 // ---- Shared outcomes ---------------------------------------------------------------------------
 
+// `words` announce it in the log; null when the caller has.
 [[gnu::cold, gnu::noinline]] static void post_on_column(const cell_request &request,
-                                                        cass_state_row row)
+                                                        cass_state_row row, const char *words)
 {
+    if (words != nullptr)
+        CASS_LOG(&request.stmt->head, LOG_ERROR, "get_%s: %s for column %d", request.member->word,
+                 words, static_cast<int>(request.column));
     cass_post_error_column(&request.stmt->head, row, 0, request.column, nullptr);
 }
 
@@ -166,19 +170,19 @@ SQLRETURN cell_is_null(const cell_request &request)
     if (request.indicator != nullptr) [[likely]]
         return SQL_SUCCESS;
     // A warning and not SQL_ERROR on purpose: the rest of a bound row still arrives.
-    post_on_column(request, STATE_22002);
+    post_on_column(request, STATE_22002, "NULL without an indicator");
     return SQL_SUCCESS_WITH_INFO;
 }
 
 SQLRETURN cell_truncated(const cell_request &request)
 {
-    post_on_column(request, STATE_01004);
+    post_on_column(request, STATE_01004, "value truncated");
     return SQL_SUCCESS_WITH_INFO;
 }
 
 SQLRETURN cell_fraction_lost(const cell_request &request)
 {
-    post_on_column(request, STATE_01S07);
+    post_on_column(request, STATE_01S07, "fraction truncated");
     request.field->data_storage.finished = 1;
     return SQL_SUCCESS_WITH_INFO;
 }
@@ -187,18 +191,19 @@ SQLRETURN cell_out_of_range(const cell_request &request, const char *words, int 
 {
     if (words != nullptr)
         CASS_LOG(&request.stmt->head, LOG_ERROR, words, value);
-    post_on_column(request, STATE_22003);
+    post_on_column(request, STATE_22003, words == nullptr ? "value out of range" : nullptr);
     return SQL_ERROR;
 }
 
 SQLRETURN cell_not_numeric(const cell_request &request)
 {
-    post_on_column(request, STATE_22018);
+    post_on_column(request, STATE_22018, "text that is no number");
     return SQL_ERROR;
 }
 
 SQLRETURN cell_not_convertible(const cell_request &request)
 {
+    const char *words = "conversion not possible";
     switch (request.field->data_storage.data_type) {
     case SQL_CHAR:
     case SQL_NUMERIC:
@@ -215,9 +220,20 @@ SQLRETURN cell_not_convertible(const cell_request &request)
         CASS_LOG(&request.stmt->head, LOG_ERROR, "invalid get_%s on type %d",
                  request.member->invalid_word,
                  static_cast<int>(request.field->data_storage.data_type));
+        words = nullptr;
         break;
     }
-    post_on_column(request, STATE_07006);
+    post_on_column(request, STATE_07006, words);
+    return SQL_ERROR;
+}
+
+// 07006 for a C type that no member serves; SQL_ERROR.
+[[gnu::cold, gnu::noinline]] static SQLRETURN no_such_target(const cell_request &request,
+                                                             std::int32_t target_type)
+{
+    CASS_LOG(&request.stmt->head, LOG_ERROR, "cass_get_data: invalid target type %d for column %d",
+             static_cast<int>(target_type), static_cast<int>(request.column));
+    post_on_column(request, STATE_07006, nullptr);
     return SQL_ERROR;
 }
 
@@ -259,28 +275,32 @@ static inline SQLRETURN convert_value(const cell_request &request)
     return convert_value(request);
 }
 
-// Converts, and settles whether the column is delivered. Text and binary stay open while pieces
-// remain. Every other column closes at its first read, whatever came of it: a probe for the length
-// of an integer uses it up. Deliberately so, applications expect SQL_NO_DATA then.
+// Settles whether a column is delivered. Text and binary stay open while pieces remain. Every other
+// column closes at its first read, whatever came of it: a probe for the length of an integer uses
+// it up. Deliberately so, applications expect SQL_NO_DATA then.
+[[gnu::always_inline]] static inline SQLRETURN settle(cass_data_storage *cell, SQLLEN buffer_length,
+                                                      SQLRETURN code)
+{
+    if (code != SQL_SUCCESS_WITH_INFO) {
+        cell->finished = 1;
+        return code;
+    }
+    if (cell->data_type != SQL_CHAR && cell->data_type != SQL_BINARY)
+        cell->finished = 1;
+    return buffer_length == 0 ? SQL_SUCCESS : code;  // a probe for the length ends quietly
+}
+
+// Converts and settles.
 [[gnu::always_inline]] static inline SQLRETURN deliver(cell_request *request,
                                                        std::int32_t target_type, bool logged)
 {
     cass_data_storage &cell = request->field->data_storage;
     request->member = member_for(target_type);
     if (request->member == nullptr) [[unlikely]] {
-        post_on_column(*request, STATE_07006);
         cell.finished = 1;
-        return SQL_ERROR;
+        return no_such_target(*request, target_type);
     }
-
-    const SQLRETURN code = convert(*request, logged);
-    if (code != SQL_SUCCESS_WITH_INFO) {
-        cell.finished = 1;
-        return code;
-    }
-    if (cell.data_type != SQL_CHAR && cell.data_type != SQL_BINARY)
-        cell.finished = 1;
-    return request->buffer_length == 0 ? SQL_SUCCESS : code;  // a probe for the length ends quietly
+    return settle(&cell, request->buffer_length, convert(*request, logged));
 }
 
 // Record of a column, 0 being the bookmark record; null for one that the IRD does not have.
@@ -294,23 +314,24 @@ static inline cass_field *record_of(cass_stmt *stmt, std::int32_t column, cass_f
 }
 
 // SQL_ARD_TYPE: the type of the column's ARD record. Reads the column in front of the one named,
-// for column 1 the bookmark record; deliberate, and kept for the applications that count on it.
+// for column 1 the bookmark record; deliberate, and kept for the applications that count on it. The
+// column named is settled too, by what came of the other.
 [[gnu::noinline]] static SQLRETURN deliver_by_ard(cell_request *request, cass_field *fields,
                                                   const cass_field *afields)
 {
-    if (request->column == 0) {
-        post_on_column(*request, STATE_07006);
-        return SQL_ERROR;
-    }
+    if (request->column == 0)
+        return no_such_target(*request, SQL_ARD_TYPE);
     if (afields == nullptr || request->column > request->stmt->ard->field_count)
         return SQL_NO_DATA;
 
     const std::int32_t target_type = afields[request->column - 1].consise_type;
+    cass_data_storage *named = &request->field->data_storage;
     request->column -= 1;
     request->field = record_of(request->stmt, request->column, fields);
-    if (request->column != 0 && request->field->data_storage.finished != 0)
-        return SQL_NO_DATA;
-    return deliver(request, target_type, cass_log_is_on(&request->stmt->head));
+    SQLRETURN code = SQL_NO_DATA;
+    if (request->column == 0 || request->field->data_storage.finished == 0)
+        code = deliver(request, target_type, cass_log_is_on(&request->stmt->head));
+    return settle(named, request->buffer_length, code);
 }
 
 [[gnu::always_inline]] static inline SQLRETURN get_cell(cell_request *request,
@@ -350,8 +371,10 @@ static inline cell_request request_for(cass_stmt *stmt, SQLUSMALLINT column_numb
     };
 }
 
-static SQLRETURN no_such_column(cass_stmt *stmt)
+static SQLRETURN no_such_column(cass_stmt *stmt, SQLUSMALLINT column_number)
 {
+    CASS_LOG(&stmt->head, LOG_ERROR, "cass_get_data: no column %d",
+             static_cast<int>(column_number));
     cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
     return SQL_ERROR;
 }
@@ -375,7 +398,7 @@ get_data_logged(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_t target
                  static_cast<int>(column_number),
                  static_cast<int>(cass_stmt_column_count(stmt->ird)));
     if (request.field == nullptr)
-        return no_such_column(stmt);
+        return no_such_column(stmt, column_number);
     return get_cell(&request, target_type, fields, afields, true);
 }
 
@@ -389,6 +412,6 @@ SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_
     cell_request request = request_for(stmt, column_number, target_value, buffer_length,
                                        strlen_or_ind, oct_ptr, fields);
     if (request.field == nullptr) [[unlikely]]
-        return no_such_column(stmt);
+        return no_such_column(stmt, column_number);
     return get_cell(&request, target_type, fields, afields, false);
 }

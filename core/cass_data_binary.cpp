@@ -54,6 +54,8 @@ SQLRETURN get_binary(const cell_request &request)
     if (size == 0)
         return cell_not_convertible(request);
     cell_store_length(request, size);
+    if (request.buffer_length == 0)
+        return cell_truncated(request);
     if (cell_without_buffer(request))
         return SQL_SUCCESS;
     const bool whole = size <= request.buffer_length;

@@ -99,12 +99,13 @@ SQLRETURN cell_is_null(const cell_request &request);
 [[gnu::cold]] SQLRETURN cell_truncated(const cell_request &request);
 // 01S07, SQL_SUCCESS_WITH_INFO; the column is closed.
 [[gnu::cold]] SQLRETURN cell_fraction_lost(const cell_request &request);
-// 22003, SQL_ERROR, announced in the log by `words` (null: no record), which may take the value.
+// 22003, SQL_ERROR, announced in the log by `words` (null: the driver's own), which may take the
+// value.
 [[gnu::cold]] SQLRETURN cell_out_of_range(const cell_request &request, const char *words,
                                           int value);
 // 22018, SQL_ERROR.
 [[gnu::cold]] SQLRETURN cell_not_numeric(const cell_request &request);
-// 07006, SQL_ERROR; a storage type that no decoder makes is logged.
+// 07006, SQL_ERROR; a storage type that no decoder makes has its own words in the log.
 [[gnu::cold]] SQLRETURN cell_not_convertible(const cell_request &request);
 
 // ---- Text of a cell ----------------------------------------------------------------------------

@@ -13,6 +13,9 @@ constexpr int ITEM_ROOM = 21;
 // Behind a %S text, "..." is added when no more than this is left, even if the text did fit.
 constexpr int TEXT_ROOM = 40;
 
+// What a %s text shows of a byte beyond ASCII: "\xFFFFFFE9".
+constexpr int ESCAPE_LENGTH = 10;
+
 constexpr char DOTS[] = "...";
 
 struct format_target {
@@ -112,7 +115,7 @@ static void put_c_text(format_target *target, const char *text)
         const std::size_t cost = plain ? 1 : 4;
         if (budget < cost)
             break;
-        if (target->room < (plain ? 2 : ITEM_ROOM)) {
+        if (target->room <= (plain ? 1 : ESCAPE_LENGTH)) {
             cut = true;
             break;
         }

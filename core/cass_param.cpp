@@ -65,7 +65,8 @@ bool cass_param_at_exec(const cass_stmt *stmt, std::int32_t index)
 int param_fail(const cass_param *param, cass_state_row row, const char *reason)
 {
     if (reason != nullptr)
-        CASS_LOG(&param->stmt->head, LOG_ERROR, "%s for param %d", reason, param_number(param));
+        CASS_LOG(&param->stmt->head, LOG_ERROR, "cass_append_params: %s for param %d", reason,
+                 param_number(param));
     cass_post_error_column(&param->stmt->head, row, 0, param_number(param), nullptr);
     return 1;
 }

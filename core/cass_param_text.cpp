@@ -61,7 +61,7 @@ int param_text_units(const cass_param *param, int unit_size, std::int64_t cap, s
 static int text_length(const cass_param *param, int unit_size, std::int32_t *length)
 {
     const std::int64_t limit = INT32_MAX / unit_size;
-    std::int64_t units;
+    std::int64_t units = 0;
     if (param_text_units(param, unit_size, limit + 1, &units) != 0)
         return 1;
     if (units > limit)
@@ -73,7 +73,7 @@ static int text_length(const cass_param *param, int unit_size, std::int32_t *len
 int param_narrow_text(cass_param *param, bool *null)
 {
     const bool wide = param->c_type.kind == KIND_WIDE;
-    std::int64_t units;
+    std::int64_t units = 0;
     if (param_text_units(param, wide ? sizeof(SQLWCHAR) : 1, PARAM_TEXT_LIMIT, &units) != 0)
         return 1;
     *null = units < 0;
@@ -348,6 +348,9 @@ static int binary_from_text(cass_param *param, const unsigned char **bytes, std:
         block = static_cast<unsigned char *>(std::malloc(static_cast<std::size_t>(units / 2)));
         out = block;
         if (block == nullptr) {
+            CASS_LOG(&param->stmt->head, LOG_ERROR,
+                     "get_binary_from_param: failed to allocate memory for param %d",
+                     param_number(param));
             cass_post_error_column(&param->stmt->head, STATE_HY001, 0, param_number(param),
                                    "Failed to allocate memory");
             return 1;

@@ -57,6 +57,7 @@ struct sql_scan {
     std::int32_t paren_depth;  // these two may go below 0
     std::int32_t brace_depth;
     std::int32_t brace_start;  // output index of the outermost open brace
+    std::int32_t escape_at;    // output index behind the blanks that are known to follow it
     bool verb_open;
     int verb_len;
     char verb[VERB_ROOM];
@@ -157,9 +158,12 @@ static void process_escape(cass_stmt *stmt, sql_scan *scan)
     const cass_string stretch = {.text = s, .length = length, .borrowed = 1};
     CASS_LOG(&stmt->head, LOG_DETAIL, "process escape string '%S'\n", &stretch);
 
-    std::int32_t k = 1;
+    // What was passed over once is not again, nor blanked again: the whole text costs one pass,
+    // however many braces it has.
+    std::int32_t k = scan->escape_at - scan->brace_start;
     while (k < length && s[k] == ' ')
         k++;
+    scan->escape_at = scan->brace_start + k;
     if (k >= length)
         return;
     const SQLWCHAR first = s[k];
@@ -174,7 +178,8 @@ static void process_escape(cass_stmt *stmt, sql_scan *scan)
         opening = k < length - k ? 2 * k : length;
     else
         return;
-    blank(s, opening);
+    blank(s, 1);
+    blank(s + k, opening - k);
     blank(s + length - 1, 1);
 }
 
@@ -216,8 +221,10 @@ static void scan_marker(sql_scan *scan)
 
 static void scan_opening_brace(sql_scan *scan)
 {
-    if (!quoted(scan) && ++scan->brace_depth == 1)
+    if (!quoted(scan) && ++scan->brace_depth == 1) {
         scan->brace_start = scan->written;
+        scan->escape_at = scan->written + 1;
+    }
     copy_unit(scan);
 }
 
@@ -311,8 +318,10 @@ static void store_scan(cass_stmt *stmt, const sql_scan *scan)
     for (int i = 0; i < KEYWORDS; i++)
         stmt->*keywords[i].offset = scan->trackers[i].offset;
 
-    CASS_LOG(&stmt->head, LOG_DETAIL, "at end of cass_process_sql output string %T", scan->out,
-             static_cast<int>(scan->written));
+    // An empty text has no units to point to, but it is there.
+    static constexpr SQLWCHAR empty[1] = {};
+    CASS_LOG(&stmt->head, LOG_DETAIL, "at end of cass_process_sql output string %T",
+             scan->written > 0 ? scan->out : empty, static_cast<int>(scan->written));
     CASS_LOG(&stmt->head, LOG_DETAIL,
              "initial verb '%s', from_offset=%d, where_offset=%d, into_offset=%d, set_offset=%d, "
              "group_offset=%d, order_offset=%d, values_offset=%d, into_offset=%d",
@@ -335,8 +344,9 @@ static bool starts_with(const char *text, const char *prefix)
     return true;
 }
 
-// The word behind the first word; the search begins at index 3, inside "exec".
-static void store_exec_name(cass_stmt *stmt, const cass_string *output)
+// The word behind the first word; the search begins at index 3, inside "exec". False when memory
+// ran out.
+static bool store_exec_name(cass_stmt *stmt, const cass_string *output)
 {
     const std::int32_t length = cass_string_length(output);
     std::int32_t start = 3;
@@ -348,12 +358,14 @@ static void store_exec_name(cass_stmt *stmt, const cass_string *output)
     while (end < length && output->text[end] != ' ')
         end++;
     if (end == start)
-        return;
+        return true;
     stmt->exec_name = cass_string_sub(output, start, end - start);
     CASS_LOG(&stmt->head, LOG_DETAIL, "exec_name='%S'", stmt->exec_name);
+    return stmt->exec_name != nullptr;
 }
 
-static void store_verb(cass_stmt *stmt, const sql_scan *scan, const cass_string *output)
+// False when memory ran out.
+static bool store_verb(cass_stmt *stmt, const sql_scan *scan, const cass_string *output)
 {
     stmt->verb_code = VERB_UNKNOWN;
     for (const verb_row &row : verbs) {
@@ -362,16 +374,22 @@ static void store_verb(cass_stmt *stmt, const sql_scan *scan, const cass_string 
         stmt->verb_code = row.code;
         if (row.code == VERB_SELECT)
             stmt->select_has_params = scan->params_before_where != 0;
-        if (row.has_name)
-            store_exec_name(stmt, output);
-        return;
+        return !row.has_name || store_exec_name(stmt, output);
     }
+    return true;
 }
 
 static void release(cass_string **string)
 {
     cass_string_free(*string);
     *string = nullptr;
+}
+
+static cass_string *no_memory(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_ERROR, "cass_process_sql: failed to allocate memory");
+    cass_post_error(&stmt->head, STATE_HY001, 0, "failed processing SQL");
+    return nullptr;
 }
 
 cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text)
@@ -386,20 +404,21 @@ cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text)
     scan.end = cass_string_length(text);
     scan.in = scan.end > 0 ? text->text : nullptr;
     scan.verb_open = true;
+    scan.escape_at = 1;
     for (keyword_tracker &tracker : scan.trackers)
         tracker.offset = -1;
     trim(&scan);
 
     // The output never grows.
     cass_string *output = cass_string_alloc(scan.end - scan.at);
-    if (output == nullptr) {
-        cass_post_error(&stmt->head, STATE_HY001, 0, "failed processing SQL");
-        return nullptr;
-    }
+    if (output == nullptr)
+        return no_memory(stmt);
     scan.out = output->text;
     scan_text(stmt, &scan);
     output->length = scan.written;
     store_scan(stmt, &scan);
-    store_verb(stmt, &scan, output);
-    return output;
+    if (store_verb(stmt, &scan, output))
+        return output;
+    cass_string_free(output);
+    return no_memory(stmt);
 }

@@ -1,9 +1,15 @@
 // From a column's stored cell to the C types that are no text: values, boundaries, diagnostics;
 // which conversions there are, and when a column counts as delivered.
+#include <unistd.h>
+
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <tuple>
 
 #include "cell_rig.h"
+#include "core/cass_log.h"
 #include "tests/app_value.h"
 
 // ---- Values -------------------------------------------------------------------------------------
@@ -242,6 +248,14 @@ TEST(cell_convert, the_type_of_the_binding_reads_the_column_in_front)
     rig->stmt->ard->fields[0].consise_type = rig->stmt->ard->fields[1].consise_type = SQL_C_CHAR;
     EXPECT_STREQ("11", read_cell(rig, SQL_ARD_TYPE, 8, 8, 2).written.c_str());
     EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_C_LONG, 4, 4, 1).code);  // read by the call above
+    EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_C_LONG, 4, 4, 2).code);  // and so is the one named
+    rig->cell(2).finished = 0;
+    EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_ARD_TYPE, 8, 8, 2).code);
+    EXPECT_EQ(1, rig->cell(2).finished);
+    rig->cell(1).finished = 0;
+    EXPECT_EQ(SQL_ERROR, read_cell(rig, SQL_ARD_TYPE, 8, 8, 1).code);  // the bookmark record
+    EXPECT_EQ("07006@0", rig->states());
+    EXPECT_EQ(1, rig->cell(1).finished);
     EXPECT_EQ(SQL_ERROR, read_cell(rig, SQL_ARD_TYPE, 8, 8, 0).code);
     EXPECT_EQ("07006@0", rig->states());
     ASSERT_EQ(0, cass_desc_resize(rig->stmt->ard, 1));
@@ -270,4 +284,38 @@ TEST(cell_convert, get_data_tests_the_page_the_column_and_the_bookmark)
     EXPECT_EQ("07006@0", states(0, SQL_C_BOOKMARK));
     rig->stmt->current_packet = nullptr;
     EXPECT_EQ("HY010", states(1, SQL_C_LONG));
+}
+
+// Whatever is posted on a cell has an ERROR record in front of its posting.
+TEST(cell_convert, diagnostics_are_announced_in_the_log)
+{
+    const std::string text = cell_of("x"), number = cell_of(be(300, 4));
+    const std::tuple<int, std::string, int, std::size_t, std::string> cases[] = {
+        {CQL_INT, number, SQL_C_GUID, 16, "get_guid: conversion not possible for column 1"},
+        {CQL_INT, number, 77, 16, "cass_get_data: invalid target type 77 for column 1"},
+        {CQL_INT, number, SQL_C_UTINYINT, 1, "Value out of range for a signed tinyint (300)"},
+        {CQL_INT, number, SQL_C_CHAR, 3, "get_char: value truncated for column 1"},
+        {CQL_INT, number, SQL_C_BINARY, 0, "get_binary: value truncated for column 1"},
+        {CQL_VARCHAR, text, SQL_C_LONG, 4, "get_slong: text that is no number for column 1"},
+        {CQL_VARCHAR, cell_of("1.5"), SQL_C_LONG, 4, "get_slong: fraction truncated for column 1"},
+        {CQL_DOUBLE, cell_of(be(1e300)), SQL_C_NUMERIC, 19,
+         "get_numeric: value out of range for column 1"},
+    };
+    char name[] = "/tmp/vhcass_cell_XXXXXX";
+    close(mkstemp(name));
+    for (const auto &[type, bytes, target, room, words] : cases) {
+        ASSERT_EQ(0, truncate(name, 0));
+        const rig_ptr rig = rig_open({type});
+        rig_page(rig, bytes);
+        ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
+        std::snprintf(stmt_conn(rig->stmt)->log_file, sizeof stmt_conn(rig->stmt)->log_file, "%s",
+                      name);
+        rig->stmt->head.log_mask = LOG_ERROR | LOG_DETAIL;
+        read_cell(rig, target, room);
+        EXPECT_NE("", rig->states());
+        std::ostringstream log;
+        log << std::ifstream(name).rdbuf();
+        EXPECT_LT(log.str().find("ERROR:\t " + words), log.str().find("Posting")) << log.str();
+    }
+    unlink(name);
 }

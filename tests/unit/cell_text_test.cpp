@@ -82,7 +82,8 @@ static void expect_form(const form &f, const std::string &whole, int target, std
     const read_result result = read_cell(rig, target, room);
     EXPECT_EQ(length, result.length);
     EXPECT_EQ(cut ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, result.code);
-    EXPECT_EQ(cut ? "01004@1" : "", rig->states());
+    // Bytes that do not go into no room at all leave the record, although the read is a probe.
+    EXPECT_EQ(cut || (unit == 0 && room == 0) ? "01004@1" : "", rig->states());
     if (room > 0) {
         EXPECT_EQ(expected + untouched(room - expected.size()), result.written);
     }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "core/cass_log.h"
+#include "core/cass_sql.h"
 #include "tests/unit/stmt_fixture.h"
 
 static constexpr char log_source[] = "caller.c";
@@ -90,6 +91,10 @@ TEST(log_format, what_is_too_long_ends_in_dots)
     // An escaped byte counts four of the eighty, although it is printed in ten.
     EXPECT_EQ(formatted(300, "%s", ("\xE9\xE9" + plain(300)).c_str()),
               "\\xFFFFFFE9\\xFFFFFFE9" + plain(272) + "...");
+    // An escape is begun where it fits with the terminator.
+    EXPECT_EQ(formatted(41, "%s", "\xE9\xE9\xE9\xE9"),
+              "\\xFFFFFFE9\\xFFFFFFE9\\xFFFFFFE9\\xFFFFFFE9");
+    EXPECT_EQ(formatted(40, "%s", "\xE9\xE9\xE9\xE9"), "\\xFFFFFFE9\\xFFFFFFE9\\xFFFFFFE9...");
     // 40 or less behind it marks even a text that did fit.
     const owned_string string = own(cass_string_from_cstr(text.c_str()));
     EXPECT_EQ(formatted(100, "%S", string.get()), plain(80) + "...");
@@ -147,6 +152,15 @@ TEST_F(driver_log, a_record_is_header_kind_and_text_and_a_packet_rows_of_sixteen
                   header("cass_conn.c:77") + "DETAIL:\t two 2\n\t\t" + tid + "+\t more\n" +
                   header("cass_conn.c:78") + "ERROR:\t \n" + packet + packet + row + "\n" + packet +
                   row + "8A " + std::string(45, ' ') + "  .\n\n");
+}
+
+TEST_F(driver_log, a_text_without_a_unit_is_not_a_null_pointer)
+{
+    log_to(path, LOG_DETAIL);
+    stmt->head.log_mask = LOG_DETAIL;
+    const owned_string blanks = string_of(u"  ");
+    own(cass_process_sql(stmt, blanks.get()));
+    EXPECT_TRUE(has(content(path), "output string ''[0]\n")) << content(path);
 }
 
 TEST_F(driver_log, a_log_that_cannot_be_written_is_silent)

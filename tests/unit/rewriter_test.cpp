@@ -1,6 +1,8 @@
 // The pass over an application's text: what the server gets, and what is noted on the statement.
 #include "core/cass_sql.h"
 
+#include <chrono>
+
 #include "tests/unit/stmt_fixture.h"
 
 // Scans on the statement and checks that the input stays.
@@ -56,6 +58,20 @@ TEST_F(rewriter, output_and_marker_count)
     }
     // A first word that is too long is cut.
     EXPECT_EQ(process(stmt, std::u16string(1000, u's')), std::u16string(1000, u's'));
+}
+
+// Escapes are looked for from the same brace at each that closes.
+TEST_F(rewriter, braces_by_the_thousand_take_one_pass)
+{
+    const std::size_t count = 100000;
+    std::u16string text = u"{" + std::u16string(count, u' ') + std::u16string(count, u'}');
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(process(stmt, text) == text);
+    for (std::size_t i = count; i + 3 < text.size(); i += 3)
+        text.replace(i, 3, u"fn}");
+    text.resize(count + 3 * (count / 3));
+    EXPECT_TRUE(process(stmt, text) == std::u16string(text.size(), u' '));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 // Verb, name and keywords, each keyword with its offset: one unit before the word. They are for the
