@@ -152,9 +152,13 @@ static std::int32_t default_target(const cass_stmt *stmt, std::int32_t consise_t
 
 // ---- Shared outcomes ---------------------------------------------------------------------------
 
+// `complaint` goes to the log; null when the caller has logged its own.
 [[gnu::cold, gnu::noinline]] static void post_on_column(const cell_request &request,
-                                                        cass_state_row row)
+                                                        cass_state_row row, const char *complaint)
 {
+    if (complaint != nullptr)
+        CASS_LOG(&request.stmt->head, LOG_ERROR, "cass_get_data: column %d: %s", request.column,
+                 complaint);
     cass_post_error_column(&request.stmt->head, row, 0, request.column, nullptr);
 }
 
@@ -166,19 +170,19 @@ SQLRETURN cell_is_null(const cell_request &request)
     if (request.indicator != nullptr) [[likely]]
         return SQL_SUCCESS;
     // A warning and not SQL_ERROR on purpose: the rest of a bound row still arrives.
-    post_on_column(request, STATE_22002);
+    post_on_column(request, STATE_22002, "NULL without an indicator");
     return SQL_SUCCESS_WITH_INFO;
 }
 
 SQLRETURN cell_truncated(const cell_request &request)
 {
-    post_on_column(request, STATE_01004);
+    post_on_column(request, STATE_01004, "value cut to its buffer");
     return SQL_SUCCESS_WITH_INFO;
 }
 
 SQLRETURN cell_fraction_lost(const cell_request &request)
 {
-    post_on_column(request, STATE_01S07);
+    post_on_column(request, STATE_01S07, "fraction cut");
     request.field->data_storage.finished = 1;
     return SQL_SUCCESS_WITH_INFO;
 }
@@ -187,18 +191,19 @@ SQLRETURN cell_out_of_range(const cell_request &request, const char *words, int 
 {
     if (words != nullptr)
         CASS_LOG(&request.stmt->head, LOG_ERROR, words, value);
-    post_on_column(request, STATE_22003);
+    post_on_column(request, STATE_22003, words == nullptr ? "value out of range" : nullptr);
     return SQL_ERROR;
 }
 
 SQLRETURN cell_not_numeric(const cell_request &request)
 {
-    post_on_column(request, STATE_22018);
+    post_on_column(request, STATE_22018, "text is not a number");
     return SQL_ERROR;
 }
 
 SQLRETURN cell_not_convertible(const cell_request &request)
 {
+    const char *complaint = "type cannot be converted";
     switch (request.field->data_storage.data_type) {
     case SQL_CHAR:
     case SQL_NUMERIC:
@@ -215,9 +220,10 @@ SQLRETURN cell_not_convertible(const cell_request &request)
         CASS_LOG(&request.stmt->head, LOG_ERROR, "invalid get_%s on type %d",
                  request.member->invalid_word,
                  static_cast<int>(request.field->data_storage.data_type));
+        complaint = nullptr;
         break;
     }
-    post_on_column(request, STATE_07006);
+    post_on_column(request, STATE_07006, complaint);
     return SQL_ERROR;
 }
 
@@ -226,7 +232,7 @@ SQLRETURN cell_not_convertible(const cell_request &request)
 // A decimal or varint whose digits did not fit when it was decoded has no value to convert.
 static inline bool lost_numeric(const cass_data_storage &cell)
 {
-    return cell.data_type == SQL_NUMERIC && cell.value.numeric.precision == 0;
+    return cell.data_type == SQL_NUMERIC && cell.value.numeric.precision == NUMERIC_TOO_LARGE;
 }
 
 static inline SQLRETURN convert_value(const cell_request &request)
@@ -268,7 +274,7 @@ static inline SQLRETURN convert_value(const cell_request &request)
     cass_data_storage &cell = request->field->data_storage;
     request->member = member_for(target_type);
     if (request->member == nullptr) [[unlikely]] {
-        post_on_column(*request, STATE_07006);
+        post_on_column(*request, STATE_07006, "invalid target type");
         cell.finished = 1;
         return SQL_ERROR;
     }
@@ -299,7 +305,7 @@ static inline cass_field *record_of(cass_stmt *stmt, std::int32_t column, cass_f
                                                   const cass_field *afields)
 {
     if (request->column == 0) {
-        post_on_column(*request, STATE_07006);
+        post_on_column(*request, STATE_07006, "invalid target type");
         return SQL_ERROR;
     }
     if (afields == nullptr || request->column > request->stmt->ard->field_count)
@@ -352,6 +358,7 @@ static inline cell_request request_for(cass_stmt *stmt, SQLUSMALLINT column_numb
 
 static SQLRETURN no_such_column(cass_stmt *stmt)
 {
+    CASS_LOG(&stmt->head, LOG_ERROR, "cass_get_data: no such column");
     cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
     return SQL_ERROR;
 }

@@ -99,7 +99,7 @@ SQLRETURN cell_is_null(const cell_request &request);
 [[gnu::cold]] SQLRETURN cell_truncated(const cell_request &request);
 // 01S07, SQL_SUCCESS_WITH_INFO; the column is closed.
 [[gnu::cold]] SQLRETURN cell_fraction_lost(const cell_request &request);
-// 22003, SQL_ERROR, announced in the log by `words` (null: no record), which may take the value.
+// 22003, SQL_ERROR, announced in the log by `words` (null: of its own), which may take the value.
 [[gnu::cold]] SQLRETURN cell_out_of_range(const cell_request &request, const char *words,
                                           int value);
 // 22018, SQL_ERROR.

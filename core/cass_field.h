@@ -7,7 +7,8 @@
 
 // ---- Records -----------------------------------------------------------------------------------
 
-// A fresh record: parameter_type SQL_PARAM_INPUT, unnamed 1, all else zero.
+// A fresh record: parameter_type SQL_PARAM_INPUT, unnamed 1, the decoder of its option id 0, all
+// else zero.
 void cass_field_init(cass_field *field);
 // Frees the strings, the cell's buffer and the put-data chunks, and zeroes the three pointers.
 void cass_field_clear(cass_field *field);

@@ -63,9 +63,13 @@ static void note_need(cass_conn *conn, std::size_t needed)
 }
 
 static void trim_block(const cass_conn *conn, unsigned char **block, std::size_t *capacity)
+bool cass_block_outgrown(std::size_t capacity, std::size_t need)
 {
-    if (*capacity <= SPARE_FLOOR ||
-        (*capacity <= SPARE_LIMIT && *capacity / 4 <= conn->recent_need))
+    return capacity > SPARE_FLOOR && (capacity > SPARE_LIMIT || capacity / 4 > need);
+}
+
+{
+    if (!cass_block_outgrown(*capacity, conn->recent_need))
         return;
     std::free(*block);
     *block = nullptr;

@@ -90,6 +90,8 @@ using held_string =
                     std::integral_constant<decltype(&cass_string_free), &cass_string_free>>;
 
 // Error code and message of an ERROR frame; the caller owns the text. Null for another opcode
+// Whether a block that is kept for reuse is much larger than `need`, the bytes wanted of late.
+bool cass_block_outgrown(std::size_t capacity, std::size_t need);
 // (08S01 posted on the statement) or on exhaustion (HY001).
 cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *code);
 

@@ -199,9 +199,9 @@ struct cass_data_storage {
         SQL_DATE_STRUCT date;
         SQL_TIMESTAMP_STRUCT timestamp;
         SQLGUID guid;
-        SQL_NUMERIC_STRUCT numeric;  // precision 0 marks a value that 128 bits cannot hold
+        SQL_NUMERIC_STRUCT numeric;  // precision 255: a value that 128 bits cannot hold
     } value;
-    unsigned char *buffer;  // owned; kept from row to row, only grows
+    unsigned char *buffer;  // owned; grows from row to row, given back between pages
 };
 static_assert(sizeof(cass_data_storage::value) == 24);
 
@@ -213,7 +213,7 @@ using cass_cell_decoder = SQLRETURN (*)(cass_stmt *stmt, cass_packet *packet, ca
 // One column or parameter of any descriptor. The first cache line is all that fetching touches.
 struct cass_field {
     cass_data_storage data_storage;
-    cass_cell_decoder decode;  // chosen with the column's type; null: no decoder
+    cass_cell_decoder decode;  // chosen with the column's type; null: it has none
     std::int32_t cql_type;     // option id of the native protocol
 
     std::int32_t consise_type;  // SQL_DESC_CONCISE_TYPE; the C type in ARD and APD
