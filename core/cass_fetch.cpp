@@ -85,7 +85,8 @@ static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
         // Without its paging state the result ends at the next fetch: a dead connection must not
         // give endless rows.
         drop_paging_state(stmt);
-        *page_failed = true;
+        // Want of memory is an error of the fetch; of any other failure the transfer decides.
+        *page_failed = stmt->no_memory == 0;
         return SQL_ERROR;
     }
     if (stmt->current_packet == before)
@@ -96,9 +97,9 @@ static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
 // The cell's length is taken, its bytes stay: rows whose cell is NULL keep the page in step.
 static SQLRETURN type_without_decoder(cass_stmt *stmt, cass_packet *packet, std::int32_t cql_type)
 {
-    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: type not supported %d", cql_type);
     if (cass_take_cell_length(stmt, packet) != SQL_SUCCESS)
         return SQL_ERROR;
+    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: type not supported %d", cql_type);
     cass_post_error(&stmt->head, STATE_08S01, 0, "type not supported %d", cql_type);
     return SQL_ERROR;
 }

@@ -330,6 +330,7 @@ struct cass_stmt {
     std::int32_t meta_length;
     cass_internal_rs *internal_rs;
     std::int32_t data_waiting;
+    std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's
     SQLULEN rowset_position;
 
     cass_stmt_attrs attrs;
