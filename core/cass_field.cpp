@@ -78,6 +78,15 @@ int cass_desc_resize(cass_desc *desc, std::int32_t count)
     return 0;
 }
 
+// When no record borrows them any more.
+static void drop_shared_names(cass_desc *desc)
+{
+    cass_string_free(desc->shared_keyspace);
+    cass_string_free(desc->shared_table);
+    desc->shared_keyspace = nullptr;
+    desc->shared_table = nullptr;
+}
+
 void cass_desc_clear_fields(cass_desc *desc)
 {
     for (std::int32_t index = 0; index < desc->field_count; ++index)
@@ -85,6 +94,7 @@ void cass_desc_clear_fields(cass_desc *desc)
     std::free(desc->fields);
     desc->fields = nullptr;
     desc->field_count = 0;
+    drop_shared_names(desc);
 }
 
 int cass_desc_describe(cass_desc *desc, std::int32_t count)
@@ -96,6 +106,7 @@ int cass_desc_describe(cass_desc *desc, std::int32_t count)
         cass_field_clear(&desc->fields[index]);
         cass_field_init(&desc->fields[index]);
     }
+    drop_shared_names(desc);
 
     const int result = cass_desc_resize(desc, count);
     desc->found_count = desc->field_count;

@@ -268,7 +268,9 @@ struct cass_desc {
     SQLUSMALLINT *array_status_ptr;
     void *rows_processed_ptr;  // SQLULEN in application memory
     SQLULEN array_size;
-    cass_stmt *stmt;            // owning statement, or the statement that it is installed on
+    cass_stmt *stmt;               // owning statement, or the statement that it is installed on
+    cass_string *shared_keyspace;  // owned: one name for all columns, whose records borrow its text
+    cass_string *shared_table;
     cass_field bookmark_field;  // record 0
     cass_field *fields;         // records 1 to field_count
     cass_lock api_lock;
@@ -328,9 +330,9 @@ struct cass_stmt {
     std::int32_t current_row_offset;
     unsigned char *meta_bytes;  // owned: the column specification that the IRD was filled from
     std::int32_t meta_length;
+    std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's
     cass_internal_rs *internal_rs;
     std::int32_t data_waiting;
-    std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's
     SQLULEN rowset_position;
 
     cass_stmt_attrs attrs;
