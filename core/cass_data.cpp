@@ -242,7 +242,7 @@ SQLRETURN cell_not_convertible(const cell_request &request)
 // A decimal or varint whose digits did not fit when it was decoded has no value to convert.
 static inline bool lost_numeric(const cass_data_storage &cell)
 {
-    return cell.data_type == SQL_NUMERIC && cell.value.numeric.precision == 0;
+    return cell.data_type == SQL_NUMERIC && cell.value.numeric.precision == NUMERIC_TOO_LARGE;
 }
 
 static inline SQLRETURN convert_value(const cell_request &request)

@@ -4,12 +4,17 @@
 
 #include "core/cass_pkt.h"
 
+// Precision of a stored numeric that 128 bits cannot hold.
+constexpr SQLCHAR NUMERIC_TOO_LARGE = 255;
+
 // The decoder of a CQL option id, or null for a type without one. A decoder reads one cell, length
 // first, over what the storage held, and takes exactly its announced length.
 // SQL_SUCCESS, or SQL_ERROR with 08S01 (HY001 when memory ran out) posted on the statement and the
 // packet's position inside the row. A cell that leaves the frame or has a wrong length for its type
 // gives up the page and its paging state, so that the next fetch ends.
 cass_cell_decoder cass_cell_decoder_for(std::int32_t option_id);
+// Takes the length of a cell and leaves its bytes. As a decoder.
+SQLRETURN cass_take_cell_length(cass_stmt *stmt, cass_packet *packet);
 
 // The storage's text or binary buffer with room for `length` bytes and alloc_length set;
 // value.bytes is null for a length of 0. 0, or -1 when memory ran out.

@@ -56,17 +56,27 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
 
 [[gnu::cold, gnu::noinline]] static SQLRETURN cell_broken(cass_stmt *stmt)
 {
+    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: unexpected end of packet");
     cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected end of packet");
     return give_up_rows(stmt);
 }
 
 [[gnu::cold, gnu::noinline]] static SQLRETURN cell_no_memory(cass_stmt *stmt)
 {
+    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: failed to allocate memory");
     cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
     return give_up_rows(stmt);
 }
 
 // ---- Taking a cell -----------------------------------------------------------------------------
+
+SQLRETURN cass_take_cell_length(cass_stmt *stmt, cass_packet *packet)
+{
+    if (pkt_remaining(packet) < CELL_PREFIX)
+        return cell_broken(stmt);
+    packet->read_pos += CELL_PREFIX;
+    return SQL_SUCCESS;
+}
 
 // A cell of a new row: not null, nothing of it delivered.
 static inline void begin_cell(cass_data_storage *cell, std::int32_t data_type)
@@ -281,7 +291,7 @@ static SQLRETURN decode_float(cass_stmt *stmt, cass_packet *packet, cass_field *
 // ---- decimal and varint ------------------------------------------------------------------------
 
 // A big-endian two's complement number of any length into sign and 128-bit magnitude. One that
-// needs more is marked by precision 0.
+// needs more is marked by NUMERIC_TOO_LARGE.
 static void numeric_from_unscaled(SQL_NUMERIC_STRUCT *numeric, const unsigned char *bytes,
                                   std::int32_t count)
 {
@@ -304,7 +314,7 @@ static void numeric_from_unscaled(SQL_NUMERIC_STRUCT *numeric, const unsigned ch
     }
     // Minus 2^128 keeps no bit here.
     if (too_long || (negative && (high | low) == 0)) [[unlikely]]
-        numeric->precision = 0;
+        numeric->precision = NUMERIC_TOO_LARGE;
     if (negative) {
         low = 0 - low;
         high = ~high + (low == 0 ? 1 : 0);
@@ -313,13 +323,25 @@ static void numeric_from_unscaled(SQL_NUMERIC_STRUCT *numeric, const unsigned ch
     std::memcpy(numeric->val + 8, &high, sizeof high);
 }
 
+// The value of the row before stays behind a NULL, and can be read when the rows have ended. In
+// place of none, or of one that cannot be read, it is zero.
+[[gnu::noinline]] static SQLRETURN take_null_numeric(cass_stmt *stmt, cass_packet *packet,
+                                                     cass_data_storage *cell)
+{
+    const SQLRETURN code = take_null(stmt, packet, cell, SQL_NUMERIC);
+    SQL_NUMERIC_STRUCT *numeric = &cell->value.numeric;
+    if (code == SQL_SUCCESS && (numeric->precision == 0 || numeric->precision == NUMERIC_TOO_LARGE))
+        *numeric = {.precision = NUMERIC_PRECISION, .scale = 0, .sign = 1, .val = {}};
+    return code;
+}
+
 static SQLRETURN decode_decimal(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
     cass_data_storage *cell = &field->data_storage;
     std::int32_t length = 0;
     const unsigned char *bytes = take_variable(packet, 4, &length);
     if (bytes == nullptr) [[unlikely]]
-        return take_null(stmt, packet, cell, SQL_NUMERIC);
+        return take_null_numeric(stmt, packet, cell);
     begin_cell(cell, SQL_NUMERIC);
     numeric_from_unscaled(&cell->value.numeric, bytes + 4, length - 4);
     cell->value.numeric.scale = static_cast<SQLSCHAR>(bytes[3]);  // the low byte alone
@@ -332,7 +354,7 @@ static SQLRETURN decode_varint(cass_stmt *stmt, cass_packet *packet, cass_field 
     std::int32_t length = 0;
     const unsigned char *bytes = take_variable(packet, 1, &length);
     if (bytes == nullptr) [[unlikely]]
-        return take_null(stmt, packet, cell, SQL_NUMERIC);
+        return take_null_numeric(stmt, packet, cell);
     begin_cell(cell, SQL_NUMERIC);
     numeric_from_unscaled(&cell->value.numeric, bytes, length);
     cell->value.numeric.scale = 0;

@@ -56,6 +56,22 @@ void cass_clear_row_data(cass_stmt *stmt)
     clear_cells(stmt->ird, 0);
 }
 
+// Behind the last row of a page: gives back the blocks of text and binary cells that are much
+// larger than all of the page's bytes.
+static void end_page(cass_stmt *stmt)
+{
+    cass_clear_row_data(stmt);
+    const auto page = static_cast<std::size_t>(stmt->current_packet->length);
+    for (std::int32_t column = 0; column < stmt->ird->field_count; ++column) {
+        cass_data_storage *cell = &stmt->ird->fields[column].data_storage;
+        if (!cass_block_outgrown(cell->capacity, page))
+            continue;
+        std::free(cell->buffer);
+        cell->buffer = nullptr;
+        cell->capacity = 0;
+    }
+}
+
 static void drop_paging_state(cass_stmt *stmt)
 {
     std::free(stmt->paging_state);
@@ -72,7 +88,8 @@ static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
         // give endless rows.
         drop_paging_state(stmt);
         stmt->page_failed = 1;
-        *page_failed = true;
+        // Want of memory is an error of the fetch; of any other failure the transfer decides.
+        *page_failed = stmt->no_memory == 0;
         return SQL_ERROR;
     }
     if (stmt->current_packet == before)
@@ -80,8 +97,11 @@ static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
     return SQL_SUCCESS;
 }
 
-static SQLRETURN type_without_decoder(cass_stmt *stmt, std::int32_t cql_type)
+// The cell's length is taken, its bytes stay: rows whose cell is NULL keep the page in step.
+static SQLRETURN type_without_decoder(cass_stmt *stmt, cass_packet *packet, std::int32_t cql_type)
 {
+    if (cass_take_cell_length(stmt, packet) != SQL_SUCCESS)
+        return SQL_ERROR;
     CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: type not supported %d", cql_type);
     cass_post_error(&stmt->head, STATE_08S01, 0, "type not supported %d", cql_type);
     return SQL_ERROR;
@@ -96,7 +116,7 @@ static SQLRETURN decode_row(cass_stmt *stmt)
         cass_field *field = &ird->fields[column];
         const SQLRETURN code = field->decode != nullptr
                                    ? field->decode(stmt, packet, field)
-                                   : type_without_decoder(stmt, field->cql_type);
+                                   : type_without_decoder(stmt, packet, field->cql_type);
         if (code != SQL_SUCCESS) [[unlikely]] {
             clear_cells(ird, column);  // of the row before
             return code;
@@ -110,7 +130,7 @@ static SQLRETURN decode_row(cass_stmt *stmt)
 SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed)
 {
     while (stmt->current_row_offset >= stmt->current_row_count) {
-        cass_clear_row_data(stmt);
+        end_page(stmt);
         if (stmt->paging_state_len < 1)
             return SQL_NO_DATA;
         const SQLRETURN code = next_page(stmt, page_failed);

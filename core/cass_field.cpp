@@ -6,11 +6,14 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/cass_data.h"
+
 void cass_field_init(cass_field *field)
 {
     std::memset(field, 0, sizeof *field);
     field->parameter_type = SQL_PARAM_INPUT;
     field->unnamed = 1;
+    field->decode = cass_cell_decoder_for(CQL_CUSTOM);
 }
 
 void cass_field_free_put_data(cass_field *field)
@@ -75,6 +78,15 @@ int cass_desc_resize(cass_desc *desc, std::int32_t count)
     return 0;
 }
 
+// When no record borrows them any more.
+static void drop_shared_names(cass_desc *desc)
+{
+    cass_string_free(desc->shared_keyspace);
+    cass_string_free(desc->shared_table);
+    desc->shared_keyspace = nullptr;
+    desc->shared_table = nullptr;
+}
+
 void cass_desc_clear_fields(cass_desc *desc)
 {
     for (std::int32_t index = 0; index < desc->field_count; ++index)
@@ -82,6 +94,7 @@ void cass_desc_clear_fields(cass_desc *desc)
     std::free(desc->fields);
     desc->fields = nullptr;
     desc->field_count = 0;
+    drop_shared_names(desc);
 }
 
 int cass_desc_describe(cass_desc *desc, std::int32_t count)
@@ -93,6 +106,7 @@ int cass_desc_describe(cass_desc *desc, std::int32_t count)
         cass_field_clear(&desc->fields[index]);
         cass_field_init(&desc->fields[index]);
     }
+    drop_shared_names(desc);
 
     const int result = cass_desc_resize(desc, count);
     desc->found_count = desc->field_count;

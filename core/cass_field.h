@@ -7,7 +7,8 @@
 
 // ---- Records -----------------------------------------------------------------------------------
 
-// A fresh record: parameter_type SQL_PARAM_INPUT, unnamed 1, all else zero.
+// A fresh record: parameter_type SQL_PARAM_INPUT, unnamed 1, the decoder of its option id 0, all
+// else zero.
 void cass_field_init(cass_field *field);
 // Frees the strings, the cell's buffer and the put-data chunks, and zeroes the three pointers.
 void cass_field_clear(cass_field *field);
@@ -32,8 +33,8 @@ inline std::int32_t cass_stmt_column_count(const cass_desc *ird)
 // ---- Types -------------------------------------------------------------------------------------
 
 // Fills the fresh record `index` (from 0) of a descriptor from a column specification, copying the
-// names (null stays null), and chooses its cell decoder. 0, or -6 with 08S01 "type not supported
-// %d" posted on the statement for an unknown option id.
+// names (null stays null; the descriptor's shared names are borrowed), and chooses its cell
+// decoder. 0, -1 when memory ran out, or -6 for an unknown option id. Posts nothing.
 int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
                            const cass_string *keyspace, const cass_string *table,
                            const cass_string *name, const cass_type_option *option);
@@ -44,7 +45,7 @@ enum : int {
     DESC_FROM_TYPE = 2,
 };
 // Brings consise_type, type and datetime_interval_code in step from the one that `mode` names and
-// refills the defaults that follow. 0, or -1 with HY021 or HY003 posted on `handle`.
+// refills the defaults that follow. 0, or -1 with HY021, HY003 or HY001 posted on `handle`.
 int cass_update_desc_type(cass_handle *handle, cass_field *field, int mode);
 // Consistency of a record about to be used. 0, or -1 with HY021 posted.
 int cass_field_check(cass_handle *handle, const cass_field *field);

@@ -4,6 +4,7 @@
 #include "core/cass_pkt.h"
 
 #include <lz4.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <climits>
@@ -62,10 +63,14 @@ static void note_need(cass_conn *conn, std::size_t needed)
     conn->recent_need = std::max(needed, conn->recent_need - conn->recent_need / 16);
 }
 
+bool cass_block_outgrown(std::size_t capacity, std::size_t need)
+{
+    return capacity > SPARE_FLOOR && (capacity > SPARE_LIMIT || capacity / 4 > need);
+}
+
 static void trim_block(const cass_conn *conn, unsigned char **block, std::size_t *capacity)
 {
-    if (*capacity <= SPARE_FLOOR ||
-        (*capacity <= SPARE_LIMIT && *capacity / 4 <= conn->recent_need))
+    if (!cass_block_outgrown(*capacity, conn->recent_need))
         return;
     std::free(*block);
     *block = nullptr;
@@ -115,6 +120,23 @@ void cass_packet_drop_spare(cass_conn *conn)
     conn->recent_need = 0;
 }
 
+void cass_post_no_memory(cass_stmt *stmt, const char *who)
+{
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+    stmt->no_memory = 1;
+}
+
+static void post_no_packet(cass_stmt *stmt, cass_handle *failure_handle)
+{
+    if (failure_handle == nullptr) {
+        cass_post_no_memory(stmt, "cass_new_packet");
+        return;
+    }
+    CASS_LOG(failure_handle, LOG_ERROR, "cass_new_packet: failed to allocate memory");
+    cass_post_error(failure_handle, STATE_HY001, 0, nullptr);
+}
+
 cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t flags,
                              std::int16_t stream, std::uint8_t opcode, cass_handle *failure_handle)
 {
@@ -123,8 +145,7 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
         packet->frame = static_cast<unsigned char *>(std::malloc(REQUEST_CAPACITY));
     if (packet == nullptr || packet->frame == nullptr) {
         free_packet(packet);
-        cass_post_error(failure_handle != nullptr ? failure_handle : &stmt->head, STATE_HY001, 0,
-                        nullptr);
+        post_no_packet(stmt, failure_handle);
         return nullptr;
     }
     packet->conn = stmt_conn(stmt);
@@ -145,15 +166,17 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
 
 // ---- Sending -----------------------------------------------------------------------------------
 
-static std::int32_t send_compressed(const cass_packet *packet)
+static std::int32_t send_compressed(cass_packet *packet)
 {
     cass_conn *conn = packet->conn;
     const int bound = LZ4_compressBound(packet->length);
     if (bound < 1)
         return -1;
     const std::size_t needed = static_cast<std::size_t>(bound) + LZ4_START;
-    if (!reserve_block(&conn->compressed, &conn->compressed_capacity, needed, 0))
+    if (!reserve_block(&conn->compressed, &conn->compressed_capacity, needed, 0)) {
+        packet->failed = PACKET_NO_MEMORY;
         return -1;
+    }
     note_need(conn, needed);
     unsigned char *frame = conn->compressed;
     std::memcpy(frame, packet->frame, FRAME_HEADER_SIZE);
@@ -214,7 +237,7 @@ static bool read_into_block(cass_stmt *stmt, unsigned char **block, std::size_t 
         const std::size_t held = offset + static_cast<std::size_t>(done);
         if (!reserve_block(block, capacity, held + static_cast<std::size_t>(step),
                            done == 0 ? 0 : held)) {
-            cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+            cass_post_no_memory(stmt, "cass_read_packet");
             return false;
         }
         if (!read_exactly(stmt, *block + held, step))
@@ -233,14 +256,18 @@ static bool read_plain(cass_stmt *stmt, cass_packet *packet)
                            packet->length);
 }
 
-// Restores a compressed body behind the frame's header. False for one that lies about its size, or
-// that nobody asked for.
-static bool read_compressed(cass_stmt *stmt, cass_packet *packet)
+static bool read_compressed(cass_stmt *stmt, const cass_packet *packet)
 {
     cass_conn *conn = packet->conn;
     trim_block(conn, &conn->compressed, &conn->compressed_capacity);
-    if (!read_into_block(stmt, &conn->compressed, &conn->compressed_capacity, 0, packet->length))
-        return false;
+    return read_into_block(stmt, &conn->compressed, &conn->compressed_capacity, 0, packet->length);
+}
+
+// Restores the body that read_compressed has read behind the frame's header. False for one that
+// lies about its size, or that nobody asked for.
+static bool restore_body(cass_stmt *stmt, cass_packet *packet)
+{
+    cass_conn *conn = packet->conn;
     if (conn->compression != COMPRESSION_LZ4 || packet->length < LZ4_PREFIX_SIZE)
         return false;
     const auto size = static_cast<std::int32_t>(load_be32(conn->compressed));
@@ -252,13 +279,12 @@ static bool read_compressed(cass_stmt *stmt, cass_packet *packet)
     note_need(conn, std::max(needed, static_cast<std::size_t>(packet->length)));
     trim_block(conn, &packet->frame, &packet->capacity);
     if (!reserve_block(&packet->frame, &packet->capacity, needed, 0)) {
-        cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+        cass_post_no_memory(stmt, "cass_read_packet");
         return false;
     }
     packet->length = LZ4_decompress_safe(
         reinterpret_cast<const char *>(conn->compressed + LZ4_PREFIX_SIZE),
         reinterpret_cast<char *>(packet->frame + FRAME_HEADER_SIZE), packed, size);
-    trim_block(conn, &conn->compressed, &conn->compressed_capacity);
     return packet->length >= 0;
 }
 
@@ -284,7 +310,38 @@ static cass_packet *new_reply(cass_stmt *stmt, const unsigned char *header)
     packet->ran_short = 0;
     packet->failed = 0;
     packet->reply = 1;
+    packet->unknown_types = 0;
     return packet;
+}
+
+static bool is_compressed(const cass_packet *packet)
+{
+    return packet->length > 0 && (packet->flags & FRAME_COMPRESSED) != 0;
+}
+
+// A frame as it stands on the wire, its header into `header` and its body into the packet or, when
+// compressed, into the connection's block. Null when that ended before the frame's last byte.
+static cass_packet *read_frame(cass_stmt *stmt, unsigned char *header)
+{
+    if (!read_exactly(stmt, header, FRAME_HEADER_SIZE))
+        return nullptr;
+    held_packet packet(new_reply(stmt, header));
+    if (packet == nullptr) {
+        cass_post_no_memory(stmt, "cass_read_packet");
+        return nullptr;
+    }
+    if (packet->length < 0 || packet->length > BODY_LIMIT)
+        return nullptr;
+    const bool whole = is_compressed(packet.get()) ? read_compressed(stmt, packet.get())
+                                                   : read_plain(stmt, packet.get());
+    return whole ? packet.release() : nullptr;
+}
+
+// The stream stands inside a frame, whose rest would be taken for the next reply.
+static void leave_stream(cass_conn *conn)
+{
+    shutdown(conn->socket, SHUT_RDWR);
+    conn->socket_dead = 1;
 }
 
 // Version and stream of a reply are kept but not checked: one request is in flight at a time, and
@@ -293,17 +350,14 @@ cass_packet *cass_read_packet(cass_stmt *stmt)
 {
     unsigned char header[FRAME_HEADER_SIZE];
     stmt->head.timed_out = 0;
-    if (!read_exactly(stmt, header, FRAME_HEADER_SIZE))
-        return nullptr;
-    held_packet packet(new_reply(stmt, header));
-    if (packet == nullptr) {
-        cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
-        return nullptr;
-    }
-    if (packet->length < 0 || packet->length > BODY_LIMIT)
-        return nullptr;
-    const bool compressed = packet->length > 0 && (packet->flags & FRAME_COMPRESSED) != 0;
-    if (!(compressed ? read_compressed(stmt, packet.get()) : read_plain(stmt, packet.get())))
+    cass_conn *conn = stmt_conn(stmt);
+    held_packet packet(read_frame(stmt, header));
+    if (packet == nullptr)
+        leave_stream(conn);
+    const bool good =
+        packet != nullptr && (!is_compressed(packet.get()) || restore_body(stmt, packet.get()));
+    trim_block(conn, &conn->compressed, &conn->compressed_capacity);
+    if (!good)
         return nullptr;
     packet->body = packet->frame + FRAME_HEADER_SIZE;
     std::memcpy(packet->frame, header, FRAME_HEADER_SIZE);
@@ -328,7 +382,7 @@ cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int3
     *code = pkt_get_int(packet);
     cass_string *message = pkt_get_string(packet);
     if (message == nullptr)
-        cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+        cass_post_no_memory(stmt, "decode_error_packet");
     return message;
 }
 
@@ -337,8 +391,10 @@ cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int3
 // Appends `count` bytes to the body and gives their place, or null with the frame marked.
 static unsigned char *append(cass_packet *packet, std::int32_t count)
 {
-    if (packet->failed || count > BODY_LIMIT - packet->write_pos) {
-        packet->failed = 1;
+    if (packet->failed)
+        return nullptr;
+    if (count > BODY_LIMIT - packet->write_pos) {
+        packet->failed = PACKET_TOO_LONG;
         return nullptr;
     }
     const std::size_t needed = static_cast<std::size_t>(FRAME_HEADER_SIZE) +
@@ -348,7 +404,7 @@ static unsigned char *append(cass_packet *packet, std::int32_t count)
         const std::size_t wanted = std::max(needed, packet->capacity * 2);
         auto *grown = static_cast<unsigned char *>(std::realloc(packet->frame, wanted));
         if (grown == nullptr) {
-            packet->failed = 1;
+            packet->failed = PACKET_NO_MEMORY;
             return nullptr;
         }
         packet->frame = grown;
@@ -409,7 +465,7 @@ static bool fits_short(cass_packet *packet, std::int32_t length)
 {
     if (length <= SHORT_LENGTH_LIMIT)
         return true;
-    packet->failed = 1;
+    packet->failed = PACKET_TOO_LONG;
     return false;
 }
 
@@ -495,7 +551,8 @@ cass_string *pkt_get_string(cass_packet *packet)
     return text;
 }
 
-// A block of the announced length, if the body has it.
+// A block of the announced length, if the body has it. Without memory for it the bytes are passed
+// over and *length stays, so that nothing takes them for what follows.
 static unsigned char *take_bytes(cass_packet *packet, std::int32_t *length)
 {
     if (*length < 1)
@@ -507,9 +564,8 @@ static unsigned char *take_bytes(cass_packet *packet, std::int32_t *length)
         return nullptr;
     }
     auto *bytes = static_cast<unsigned char *>(std::malloc(static_cast<std::size_t>(count)));
-    if (bytes == nullptr)
-        return nullptr;
-    std::memcpy(bytes, packet->body + packet->read_pos, static_cast<std::size_t>(count));
+    if (bytes != nullptr)
+        std::memcpy(bytes, packet->body + packet->read_pos, static_cast<std::size_t>(count));
     packet->read_pos += count;
     *length = count;
     return bytes;

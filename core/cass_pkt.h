@@ -41,6 +41,12 @@ constexpr std::int32_t FRAME_HEADER_SIZE = 9;
 constexpr std::uint8_t PROTOCOL_VERSION = 4;
 constexpr std::int32_t PAGE_SIZE = 100;  // rows of a page, in every request of a statement
 
+// Why a frame cannot be sent.
+enum : std::int32_t {
+    PACKET_TOO_LONG = 1,  // the frame, or a text in it, would outgrow its length field
+    PACKET_NO_MEMORY = 2,
+};
+
 struct cass_packet {
     cass_conn *conn;
     cass_stmt *owner;
@@ -54,10 +60,11 @@ struct cass_packet {
     std::int32_t write_pos;
     std::int32_t read_pos;  // never past length
     std::int32_t refs;
-    std::size_t capacity;    // bytes allocated at frame
-    std::int32_t ran_short;  // a reader found fewer bytes than it was to read
-    std::int32_t failed;     // a writer could not append: the frame must not be sent
-    std::int32_t reply;      // read from the server: its block serves a later reply
+    std::size_t capacity;        // bytes allocated at frame
+    std::int32_t ran_short;      // a reader found fewer bytes than it was to read
+    std::int32_t failed;         // not 0: a writer could not append; the frame must not be sent
+    std::int32_t reply;          // read from the server: its block serves a later reply
+    std::int32_t unknown_types;  // columns in it whose type nobody knows
 };
 
 // ---- Construction and transfer -----------------------------------------------------------------
@@ -72,14 +79,19 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
 std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet);
 // Reads one frame, restored to its uncompressed form. Null when the read failed (posted by
 // conn_read, or `timed_out` set on the statement), on exhaustion (HY001 on the statement), and for
-// a frame that lies about its sizes or its compression.
+// a frame that lies about its sizes or its compression. A read that ends before the frame's last
+// byte leaves the stream out of step: the socket is shut down, and the next request fails at once.
 cass_packet *cass_read_packet(cass_stmt *stmt);
+// HY001 on the statement behind an ERROR record of function `who`; marks the statement `no_memory`.
+void cass_post_no_memory(cass_stmt *stmt, const char *who);
 void cass_packet_ref(cass_packet *packet);
 // Drops one reference; at zero the block goes back to the connection's spare slot or the heap. Null
 // is accepted. A count below zero ends the process.
 void cass_packet_unref(cass_packet *packet);
 // Releases the spare packet and the compression block of a connection that goes.
 void cass_packet_drop_spare(cass_conn *conn);
+// Whether a block that is kept for reuse is much larger than `need`, the bytes wanted of late.
+bool cass_block_outgrown(std::size_t capacity, std::size_t need);
 
 // Locals that must not leak on an early exit.
 using held_packet =
@@ -214,7 +226,7 @@ int pkt_get_raw(cass_packet *packet, void *buffer, std::int32_t count);
 cass_string *pkt_get_string(cass_packet *packet);
 // [bytes] and [short bytes] (signed length): a new heap block and its length. A length of 0 or
 // below, none at all: null and that length. A length past the body: null and 0, the length
-// consumed.
+// consumed. Null and a length above 0: memory ran out, and the bytes are passed over.
 unsigned char *pkt_get_long_bytes(cass_packet *packet, std::int32_t *length);
 unsigned char *pkt_get_short_bytes(cass_packet *packet, std::int32_t *length);
 

@@ -1,7 +1,8 @@
 // The request and reply cycle. One request is in flight on a connection at a time: a frame goes
 // out, the next frame that comes is its reply, and the connection's exchange lock is held in
 // between, so that two threads cannot read each other's replies. A failed exchange leaves the
-// session as it is; on a broken socket the next request fails in its turn.
+// session as it is; on a socket that broke, or was shut because a reply could not be read to its
+// end, the next request fails in its turn.
 #include "core/cass_pkt_exchange.h"
 
 #include "core/cass_err.h"
@@ -27,14 +28,19 @@ cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent)
 cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_t *code)
 {
     // The warnings of a failed request stand in front of its code and are of no interest beside it.
-    if (pkt_has_warning(packet))
-        cass_string_free(decode_warnings(stmt, packet));
+    if (pkt_has_warning(packet)) {
+        const held_string warnings(decode_warnings(stmt, packet));
+        if (warnings == nullptr)
+            return nullptr;
+    }
     return decode_error_packet(stmt, packet, code);
 }
 
-static void post_no_reply(cass_stmt *stmt, bool sent, const char *who)
+static void post_no_reply(cass_stmt *stmt, const cass_packet *request, bool sent, const char *who)
 {
-    if (!sent) {
+    if (!sent && request->failed == PACKET_NO_MEMORY) {
+        cass_post_no_memory(stmt, who);
+    } else if (!sent) {
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to send packet", who);
         cass_post_error(&stmt->head, STATE_08S01, 0, "failed to send packet");
     } else if (stmt->head.timed_out) {
@@ -52,6 +58,8 @@ static void post_server_error(cass_stmt *stmt, cass_packet *reply, const char *w
 {
     std::int32_t code = 0;
     const held_string message(cass_server_error(stmt, reply, &code));
+    if (message == nullptr)
+        return;
     CASS_LOG(&stmt->head, LOG_ERROR, "%s: error code %d '%S'", who, code, message.get());
     cass_post_error(&stmt->head, STATE_08S01, 0, "error code %d '%S'", code, message.get());
 }
@@ -65,7 +73,7 @@ static cass_packet *request_result(cass_stmt *stmt, cass_packet *request, const 
     *warned = false;
     held_packet reply(cass_exchange(stmt, request, &sent));
     if (reply == nullptr) {
-        post_no_reply(stmt, sent, who);
+        post_no_reply(stmt, request, sent, who);
         return nullptr;
     }
     if (pkt_opcode(reply.get()) == OPCODE_ERROR) {
@@ -80,6 +88,8 @@ static cass_packet *request_result(cass_stmt *stmt, cass_packet *request, const 
     }
     if (pkt_has_warning(reply.get())) {
         const held_string warning(decode_warnings(stmt, reply.get()));
+        if (warning == nullptr)
+            return nullptr;
         CASS_LOG(&stmt->head, LOG_DETAIL, "%s: warning '%S'", who, warning.get());
         cass_post_error(&stmt->head, STATE_01000, 0, "%S", warning.get());
         *warned = true;
@@ -134,15 +144,20 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
     return warned ? 1 : 0;
 }
 
+static int no_memory(cass_conn *conn, const char *who)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return -1;
+}
+
 int execute_query(cass_conn *conn, const cass_string *sql)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "execute_query: conn=%p", static_cast<void *>(conn));
     CASS_LOG(&conn->head, LOG_DETAIL, "sql: '%S'", sql);
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
-    if (stmt == nullptr) {
-        cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-        return -1;
-    }
+    if (stmt == nullptr)
+        return no_memory(conn, "execute_query");
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_QUERY, &conn->head));
     if (request == nullptr)
@@ -150,11 +165,13 @@ int execute_query(cass_conn *conn, const cass_string *sql)
     pkt_put_long_string(request.get(), sql);
     pkt_put_short(request.get(), static_cast<std::int16_t>(shared_get(&conn->consistency)));
     pkt_put_byte(request.get(), 0);
-    return send_and_execute(stmt.get(), request.get());
+    const int code = send_and_execute(stmt.get(), request.get());
+    return code < 0 && stmt->no_memory ? no_memory(conn, "execute_query") : code;
 }
 
 int cass_fetch_next_page(cass_stmt *stmt)
 {
+    stmt->no_memory = 0;
     const held_packet request(create_fetch_next(stmt));
     return request == nullptr ? -1 : send_and_execute(stmt, request.get());
 }
@@ -164,10 +181,8 @@ int set_current_keyspace(cass_conn *conn, const cass_string *keyspace)
     CASS_LOG(&conn->head, LOG_DETAIL, "set_currrent_keyspace: hand=%p", static_cast<void *>(conn));
     CASS_LOG(&conn->head, LOG_DETAIL, "keyspace: '%S'", keyspace);
     const held_string sql(cass_string_format("USE \"%S\";", keyspace));
-    if (sql == nullptr) {
-        cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-        return -1;
-    }
+    if (sql == nullptr)
+        return no_memory(conn, "set_current_keyspace");
     return execute_query(conn, sql.get());
 }
 

@@ -17,7 +17,8 @@ int send_and_execute(cass_stmt *stmt, cass_packet *packet);
 int prepare_stmt(cass_stmt *stmt, const cass_string *text);
 // Runs a statement of the driver's own; rows and diagnostics are dropped.
 int execute_query(cass_conn *conn, const cass_string *sql);
-// Requests the next page of the statement's result. A reply without rows installs none.
+// Requests the next page of the statement's result. A reply without rows installs none. A failure
+// for want of memory leaves the statement's no_memory set.
 int cass_fetch_next_page(cass_stmt *stmt);
 
 // USE of the keyspace, in double quotes.

@@ -21,6 +21,10 @@ enum : std::int32_t {
 
 constexpr std::int32_t COLUMN_LIMIT = 65535;
 constexpr int TYPE_LEVELS = 64;
+constexpr int TYPE_NODES = 1024;              // types of one tree that are kept
+constexpr std::int32_t WARNING_UNITS = 2048;  // more than a message or a log record can show
+// Columns of unknown types that have a record each: lists of records are searched from the start.
+constexpr std::int32_t UNKNOWN_TYPE_RECORDS = 8;
 
 struct numbered_name {
     std::int32_t number;
@@ -112,14 +116,17 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
     const std::int32_t count = get_count(packet);
     CASS_LOG(&stmt->head, LOG_DETAIL, "string count: %d", count);
     held_string all(cass_string_from_bytes("", 0));
-    for (std::int32_t i = 0; i < count && has_more(packet); i++) {
+    bool good = all != nullptr;
+    for (std::int32_t i = 0; good && i < count && has_more(packet); i++) {
         const held_string text(pkt_get_string(packet));
         CASS_LOG(&stmt->head, LOG_DETAIL, "string %d: %S", i, text.get());
-        if (all == nullptr || text == nullptr ||
-            cass_string_append(all.get(), text.get()) == nullptr)
-            return nullptr;
+        good = text != nullptr && (cass_string_length(all.get()) >= WARNING_UNITS ||
+                                   cass_string_append(all.get(), text.get()) != nullptr);
     }
-    return all.release();
+    if (good)
+        return all.release();
+    cass_post_no_memory(stmt, "decode_warnings");
+    return nullptr;
 }
 
 // ---- Type trees --------------------------------------------------------------------------------
@@ -130,11 +137,19 @@ enum tree_state {
     TREE_NO_MEMORY,
 };
 
+// A tree that is being read.
+struct type_reader {
+    cass_packet *packet;
+    int room;  // types that may still be kept
+    tree_state state;
+};
+
 using held_option =
     std::unique_ptr<cass_type_option,
                     std::integral_constant<decltype(&free_type_option), &free_type_option>>;
 
-static cass_type_option *decode_option(cass_packet *packet, int level, tree_state *state);
+static cass_type_option *decode_option(type_reader *tree, int level);
+static void pass_option(type_reader *tree, int level);
 
 void free_type_option(cass_type_option *option)
 {
@@ -166,82 +181,159 @@ static void *grow_members(void *members, std::int32_t count, std::size_t size)
     return std::realloc(members, room * size);
 }
 
-static void decode_udt(cass_packet *packet, cass_type_option *option, int level, tree_state *state)
+static cass_string *decode_name(type_reader *tree)
 {
-    option->udt_keyspace = pkt_get_string(packet);
-    option->udt_name = pkt_get_string(packet);
-    const std::int32_t count = get_count(packet);
-    while (option->field_count < count && has_more(packet) && *state == TREE_WHOLE) {
+    cass_string *name = pkt_get_string(tree->packet);
+    if (name == nullptr)
+        tree->state = TREE_NO_MEMORY;
+    return name;
+}
+
+static bool is_member_due(const type_reader *tree, std::int32_t done, std::int32_t count)
+{
+    return tree->state == TREE_WHOLE && done < count && has_more(tree->packet);
+}
+
+static void pass_name(type_reader *tree)
+{
+    cass_packet *packet = tree->packet;
+    const std::int32_t length = static_cast<std::uint16_t>(pkt_get_short(packet));
+    if (length <= pkt_remaining(packet))
+        packet->read_pos += length;
+    else
+        pkt_ran_short(packet);
+}
+
+static void pass_members(type_reader *tree, int level, bool named, std::int32_t count)
+{
+    for (std::int32_t i = 0; is_member_due(tree, i, count); i++) {
+        if (named)
+            pass_name(tree);
+        pass_option(tree, level + 1);
+    }
+}
+
+static void decode_udt(type_reader *tree, cass_type_option *option, int level)
+{
+    option->udt_keyspace = decode_name(tree);
+    option->udt_name = decode_name(tree);
+    const std::int32_t count = get_count(tree->packet);
+    while (tree->room > 0 && is_member_due(tree, option->field_count, count)) {
         void *grown = grow_members(option->fields, option->field_count, sizeof(cass_type_field));
         if (grown == nullptr) {
-            *state = TREE_NO_MEMORY;
+            tree->state = TREE_NO_MEMORY;
             return;
         }
         option->fields = static_cast<cass_type_field *>(grown);
         cass_type_field *field = &option->fields[option->field_count++];
-        field->name = pkt_get_string(packet);
-        field->type = decode_option(packet, level + 1, state);
+        field->name = decode_name(tree);
+        field->type = decode_option(tree, level + 1);
     }
+    pass_members(tree, level, true, count - option->field_count);
 }
 
-static void decode_tuple(cass_packet *packet, cass_type_option *option, int level,
-                         tree_state *state)
+static void decode_tuple(type_reader *tree, cass_type_option *option, int level)
 {
-    const std::int32_t count = get_count(packet);
-    while (option->tuple_count < count && has_more(packet) && *state == TREE_WHOLE) {
+    const std::int32_t count = get_count(tree->packet);
+    while (tree->room > 0 && is_member_due(tree, option->tuple_count, count)) {
         void *grown =
             grow_members(option->tuple_types, option->tuple_count, sizeof(cass_type_option *));
         if (grown == nullptr) {
-            *state = TREE_NO_MEMORY;
+            tree->state = TREE_NO_MEMORY;
             return;
         }
         option->tuple_types = static_cast<cass_type_option **>(grown);
-        option->tuple_types[option->tuple_count++] = decode_option(packet, level + 1, state);
+        option->tuple_types[option->tuple_count++] = decode_option(tree, level + 1);
     }
+    pass_members(tree, level, false, count - option->tuple_count);
 }
 
-// One node and what is below it. Null with *state telling why.
-static cass_type_option *decode_option(cass_packet *packet, int level, tree_state *state)
+static bool is_within_levels(type_reader *tree, int level)
 {
-    if (level > TYPE_LEVELS) {
-        *state = TREE_TOO_DEEP;
-        return nullptr;
-    }
-    held_option option(static_cast<cass_type_option *>(std::calloc(1, sizeof(cass_type_option))));
-    if (option == nullptr) {
-        *state = TREE_NO_MEMORY;
-        return nullptr;
-    }
-    option->option_id = pkt_get_short(packet);
-    switch (option->option_id) {
+    if (level > TYPE_LEVELS)
+        tree->state = TREE_TOO_DEEP;
+    return tree->state == TREE_WHOLE;
+}
+
+// Reads a type that the tree has no room for.
+static void pass_option(type_reader *tree, int level)
+{
+    if (!is_within_levels(tree, level))
+        return;
+    switch (pkt_get_short(tree->packet)) {
     case CQL_CUSTOM:
-        option->custom_name = pkt_get_string(packet);
+        pass_name(tree);
         break;
     case CQL_MAP:
-        option->element = decode_option(packet, level + 1, state);
-        if (*state == TREE_WHOLE)
-            option->value = decode_option(packet, level + 1, state);
+        pass_option(tree, level + 1);
+        pass_option(tree, level + 1);
         break;
     case CQL_LIST:
     case CQL_SET:
-        option->element = decode_option(packet, level + 1, state);
+        pass_option(tree, level + 1);
         break;
     case CQL_UDT:
-        decode_udt(packet, option.get(), level, state);
+        pass_name(tree);
+        pass_name(tree);
+        pass_members(tree, level, true, get_count(tree->packet));
         break;
     case CQL_TUPLE:
-        decode_tuple(packet, option.get(), level, state);
+        pass_members(tree, level, false, get_count(tree->packet));
         break;
     default:
         break;
     }
-    return *state == TREE_WHOLE ? option.release() : nullptr;
+}
+
+// One node and what is below it. Null with tree->state telling why, or without room for it.
+static cass_type_option *decode_option(type_reader *tree, int level)
+{
+    if (!is_within_levels(tree, level))
+        return nullptr;
+    if (tree->room == 0) {
+        pass_option(tree, level);
+        return nullptr;
+    }
+    tree->room--;
+    held_option option(static_cast<cass_type_option *>(std::calloc(1, sizeof(cass_type_option))));
+    if (option == nullptr) {
+        tree->state = TREE_NO_MEMORY;
+        return nullptr;
+    }
+    option->option_id = pkt_get_short(tree->packet);
+    switch (option->option_id) {
+    case CQL_CUSTOM:
+        option->custom_name = decode_name(tree);
+        break;
+    case CQL_MAP:
+        option->element = decode_option(tree, level + 1);
+        option->value = decode_option(tree, level + 1);
+        break;
+    case CQL_LIST:
+    case CQL_SET:
+        option->element = decode_option(tree, level + 1);
+        break;
+    case CQL_UDT:
+        decode_udt(tree, option.get(), level);
+        break;
+    case CQL_TUPLE:
+        decode_tuple(tree, option.get(), level);
+        break;
+    default:
+        break;
+    }
+    return tree->state == TREE_WHOLE ? option.release() : nullptr;
+}
+
+static type_reader new_tree(cass_packet *packet)
+{
+    return {.packet = packet, .room = TYPE_NODES, .state = TREE_WHOLE};
 }
 
 cass_type_option *decode_type_option(cass_packet *packet)
 {
-    tree_state state = TREE_WHOLE;
-    return decode_option(packet, 1, &state);
+    type_reader tree = new_tree(packet);
+    return decode_option(&tree, 1);
 }
 
 // ---- Column specifications ---------------------------------------------------------------------
@@ -249,10 +341,12 @@ cass_type_option *decode_type_option(cass_packet *packet)
 // Posts the failure and leaves the descriptor without records.
 static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
 {
-    if (memory)
-        cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
-    else
+    if (memory) {
+        cass_post_no_memory(stmt, "decode_result_packet");
+    } else {
+        CASS_LOG(&stmt->head, LOG_ERROR, "decode_result_packet: unexpected end of packet");
         cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected end of packet");
+    }
     cass_desc_clear_fields(desc);
     desc->found_count = 0;
     return -1;
@@ -305,6 +399,26 @@ static void log_column(cass_stmt *stmt, std::int32_t index, const cass_string *n
     }
 }
 
+// Leaves the column with its defaults: the others are still good.
+static void pass_unknown_type(cass_stmt *stmt, cass_packet *packet, std::int32_t option_id)
+{
+    if (packet->unknown_types++ >= UNKNOWN_TYPE_RECORDS)
+        return;
+    CASS_LOG(&stmt->head, LOG_ERROR, "decode_metadata: type not supported %d", option_id);
+    cass_post_error(&stmt->head, STATE_08S01, 0, "type not supported %d", option_id);
+}
+
+// One record for all the columns that pass_unknown_type was silent about.
+static void post_unknown_types(cass_stmt *stmt, const cass_packet *packet)
+{
+    const std::int32_t more = packet->unknown_types - UNKNOWN_TYPE_RECORDS;
+    if (more < 1)
+        return;
+    CASS_LOG(&stmt->head, LOG_ERROR, "decode_metadata: types of %d more columns not supported",
+             more);
+    cass_post_error(&stmt->head, STATE_08S01, 0, "types of %d more columns not supported", more);
+}
+
 // Reads one column specification into its record. 0, or -1 after giving up.
 static int decode_column(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, std::int32_t index,
                          const cass_string *keyspace, const cass_string *table, bool short_set)
@@ -312,17 +426,37 @@ static int decode_column(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, 
     const held_string name(pkt_get_string(packet));
     if (name == nullptr)
         return give_up(stmt, desc, true);
-    tree_state state = TREE_WHOLE;
-    const held_option option(decode_option(packet, 1, &state));
+    type_reader tree = new_tree(packet);
+    const held_option option(decode_option(&tree, 1));
     if (option == nullptr)
-        return give_up(stmt, desc, state == TREE_NO_MEMORY);
+        return give_up(stmt, desc, tree.state == TREE_NO_MEMORY);
     if (cass_log_is_on(&stmt->head))
         log_column(stmt, index, name.get(), option.get(), short_set);
-    // An unknown type has posted its record and leaves the column with its defaults: the others are
-    // still good.
     const int code =
         cass_field_from_option(stmt, desc, index, keyspace, table, name.get(), option.get());
+    if (code == -1)
+        return give_up(stmt, desc, true);
+    if (code != 0)
+        pass_unknown_type(stmt, packet, option->option_id);
     desc->fields[index].from_spec = code == 0;
+    return 0;
+}
+
+// Columns of one keyspace and table, whose names stand in front of them and are kept once.
+static int decode_shared_columns(cass_stmt *stmt, cass_packet *packet, cass_desc *desc,
+                                 bool of_result)
+{
+    desc->shared_keyspace = pkt_get_string(packet);
+    desc->shared_table = pkt_get_string(packet);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "global ksname: %S", desc->shared_keyspace);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "global tablename: %S", desc->shared_table);
+    if (desc->shared_keyspace == nullptr || desc->shared_table == nullptr)
+        return give_up(stmt, desc, true);
+    for (std::int32_t i = 0; i < desc->field_count; i++) {
+        if (decode_column(stmt, packet, desc, i, desc->shared_keyspace, desc->shared_table,
+                          of_result) != 0)
+            return -1;
+    }
     return 0;
 }
 
@@ -333,23 +467,16 @@ static int decode_columns(cass_stmt *stmt, cass_packet *packet, cass_desc *desc,
     const bool global = (flags & METADATA_GLOBAL_SPEC) != 0;
     if (describe_columns(stmt, desc, count) != 0)
         return -1;
-    held_string keyspace;
-    held_string table;
-    if (global) {
-        keyspace.reset(pkt_get_string(packet));
-        table.reset(pkt_get_string(packet));
-        CASS_LOG(&stmt->head, LOG_DETAIL, "global ksname: %S", keyspace.get());
-        CASS_LOG(&stmt->head, LOG_DETAIL, "global tablename: %S", table.get());
-    }
+    if (global)
+        return decode_shared_columns(stmt, packet, desc, of_result);
     for (std::int32_t i = 0; i < count; i++) {
-        if (!global) {
-            keyspace.reset(pkt_get_string(packet));
-            table.reset(pkt_get_string(packet));
-            CASS_LOG(&stmt->head, LOG_DETAIL, "ksname: %S", keyspace.get());
-            CASS_LOG(&stmt->head, LOG_DETAIL, "tablename: %S", table.get());
-        }
-        if (decode_column(stmt, packet, desc, i, keyspace.get(), table.get(),
-                          of_result && global) != 0)
+        const held_string keyspace(pkt_get_string(packet));
+        const held_string table(pkt_get_string(packet));
+        CASS_LOG(&stmt->head, LOG_DETAIL, "ksname: %S", keyspace.get());
+        CASS_LOG(&stmt->head, LOG_DETAIL, "tablename: %S", table.get());
+        if (keyspace == nullptr || table == nullptr)
+            return give_up(stmt, desc, true);
+        if (decode_column(stmt, packet, desc, i, keyspace.get(), table.get(), false) != 0)
             return -1;
     }
     return 0;
@@ -436,7 +563,8 @@ static void keep_description(cass_stmt *stmt, const cass_packet *packet, std::in
 }
 
 // The paging state of this page; its absence is how fetching learns that this was the last one.
-static void take_paging_state(cass_stmt *stmt, cass_packet *packet, std::int32_t flags)
+// False when there is no memory for it.
+static bool take_paging_state(cass_stmt *stmt, cass_packet *packet, std::int32_t flags)
 {
     std::int32_t length = 0;
     unsigned char *state = nullptr;
@@ -447,6 +575,7 @@ static void take_paging_state(cass_stmt *stmt, cass_packet *packet, std::int32_t
     std::free(stmt->paging_state);
     stmt->paging_state = state;
     stmt->paging_state_len = state == nullptr ? 0 : length;
+    return state != nullptr || length < 1;
 }
 
 int decode_metadata(cass_stmt *stmt, cass_packet *packet)
@@ -456,7 +585,8 @@ int decode_metadata(cass_stmt *stmt, cass_packet *packet)
     const std::int32_t count = pkt_get_int(packet);
     CASS_LOG(&stmt->head, LOG_DETAIL, "flags: %x", flags);
     CASS_LOG(&stmt->head, LOG_DETAIL, "column_count: %d", count);
-    take_paging_state(stmt, packet, flags);
+    if (!take_paging_state(stmt, packet, flags))
+        return give_up(stmt, stmt->implicit_ird, true);
     // Without column specifications the records stay as they are: those of the first page, or of
     // whatever the statement described before.
     if ((flags & METADATA_NONE) != 0)
@@ -526,6 +656,8 @@ static bool decode_prepared(cass_stmt *stmt, cass_packet *packet)
     std::free(stmt->prepared_id);
     stmt->prepared_id = id;
     stmt->prepared_id_len = id == nullptr ? 0 : length;
+    if (id == nullptr && length > 0)
+        return give_up(stmt, stmt->implicit_ipd, true) == 0;
     return decode_prepared_metadata(stmt, packet) == 0 && decode_metadata(stmt, packet) == 0;
 }
 
@@ -580,5 +712,6 @@ std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet)
         CASS_LOG(&stmt->head, LOG_DETAIL, "Unknown kind %d", kind);
         return RESULT_UNKNOWN_KIND;
     }
+    post_unknown_types(stmt, packet);
     return whole ? kind : RESULT_MALFORMED;
 }

@@ -80,12 +80,13 @@ std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet);
 // malformed, as above.
 int decode_metadata(cass_stmt *stmt, cass_packet *packet);
 int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet);
-// A type tree of at most 64 levels, or null: deeper, or out of memory. Members that a short body
+// A type tree of at most 64 levels, or null: deeper, or out of memory. The tree holds the first
+// 1024 types; the others are passed over, and their branches are null. Members that a short body
 // does not have are left out, and the counts are those of the members in the tree.
 cass_type_option *decode_type_option(cass_packet *packet);
 void free_type_option(cass_type_option *option);
-// The warnings at the head of a body, one behind the other without a separator. Null only on
-// exhaustion.
+// The warnings at the head of a body, one behind the other without a separator, as many of them as
+// a record can show. Null only on exhaustion, with HY001 posted.
 cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet);
 
 #endif

@@ -8,6 +8,9 @@
 #include "core/cass_data.h"
 #include "core/cass_err.h"
 #include "core/cass_field.h"
+#include "core/cass_log.h"
+
+static constexpr char log_source[] = "cass_type_map.c";
 
 // ---- Columns by CQL type -----------------------------------------------------------------------
 
@@ -82,9 +85,28 @@ static std::int32_t configured_size(const cass_conn *conn, std::int32_t size)
     return size;
 }
 
-static cass_string *text_or_unset(const char *text)
+// Puts a copy of `value` in the text's place, null for null. False when memory ran out.
+static bool replace_text(cass_string **text, const char *value)
 {
-    return text == nullptr ? nullptr : cass_string_from_cstr(text);
+    cass_string_free(*text);
+    *text = value == nullptr ? nullptr : cass_string_from_cstr(value);
+    return value == nullptr || *text != nullptr;
+}
+
+// The same for the unset text of a fresh record.
+static bool copy_text(cass_string **text, const cass_string *value)
+{
+    *text = cass_string_copy(value);
+    return value == nullptr || *text != nullptr;
+}
+
+// The same, borrowing the text if the descriptor holds it for all its columns.
+static bool share_text(cass_string **text, const cass_string *value, const cass_string *shared)
+{
+    if (value == nullptr || value != shared || value->length == 0)
+        return copy_text(text, value);
+    *text = cass_string_wrap(value->text, value->length);
+    return *text != nullptr;
 }
 
 static bool is_odbc2(const cass_conn *conn)
@@ -92,7 +114,8 @@ static bool is_odbc2(const cass_conn *conn)
     return conn_env(conn)->odbc_version == SQL_OV_ODBC2;
 }
 
-static void fill_column(const cass_conn *conn, cass_field *field, const column_row &row,
+// False when memory ran out.
+static bool fill_column(const cass_conn *conn, cass_field *field, const column_row &row,
                         const cass_type_option *option)
 {
     field->consise_type = row.interval_code != 0 && is_odbc2(conn)
@@ -104,17 +127,18 @@ static void fill_column(const cass_conn *conn, cass_field *field, const column_r
     field->scale = row.scale;
     field->length = configured_size(conn, row.length);
     field->octet_length = configured_size(conn, row.octet_length);
-    field->literal_prefix = text_or_unset(row.literal_prefix);
-    field->literal_suffix = text_or_unset(row.literal_suffix);
-    field->local_type_name = row.local_type_name == nullptr ? cass_string_copy(option->custom_name)
-                                                            : text_or_unset(row.local_type_name);
-    field->type_name = text_or_unset(row.type_name);
     field->searchable = row.searchable;
     field->num_prec_radix = row.num_prec_radix;
     if (row.interval_code != 0) {
         field->datetime_interval_code = row.interval_code;
         field->datetime_interval_precision = row.scale;  // digits of the second, both
     }
+    return replace_text(&field->literal_prefix, row.literal_prefix) &&
+           replace_text(&field->literal_suffix, row.literal_suffix) &&
+           replace_text(&field->type_name, row.type_name) &&
+           (row.local_type_name == nullptr
+                ? copy_text(&field->local_type_name, option->custom_name)
+                : replace_text(&field->local_type_name, row.local_type_name));
 }
 
 int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
@@ -130,19 +154,16 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
     field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
     field->cql_type = option->option_id;
     field->catalog_name = nullptr;
-    field->keyspace_name = cass_string_copy(keyspace);
-    field->table_name = cass_string_copy(table);
-    field->column_name = cass_string_copy(name);
     field->decode = cass_cell_decoder_for(option->option_id);
+    if (!share_text(&field->keyspace_name, keyspace, desc->shared_keyspace) ||
+        !share_text(&field->table_name, table, desc->shared_table) ||
+        !copy_text(&field->column_name, name))
+        return -1;
 
     for (const column_row &row : column_rows) {
-        if (row.option_id == option->option_id) {
-            fill_column(stmt_conn(stmt), field, row, option);
-            return 0;
-        }
+        if (row.option_id == option->option_id)
+            return fill_column(stmt_conn(stmt), field, row, option) ? 0 : -1;
     }
-    cass_post_error(&stmt->head, STATE_08S01, 0, "type not supported %d",
-                    static_cast<int>(option->option_id));
     return -6;
 }
 
@@ -248,12 +269,6 @@ static bool align_types(cass_field *field, int mode)
     }
 }
 
-static void replace_text(cass_string **text, const char *value)
-{
-    cass_string_free(*text);
-    *text = text_or_unset(value);
-}
-
 // Digits of a hexadecimal rendering with its prefix, or characters of wide text. An application may
 // have set any length, so the product wraps.
 static SQLLEN display_size_of(std::int32_t concise_type, SQLLEN octet_length)
@@ -263,7 +278,8 @@ static SQLLEN display_size_of(std::int32_t concise_type, SQLLEN octet_length)
     return static_cast<SQLLEN>(static_cast<SQLULEN>(octet_length) * 2 + 2);
 }
 
-static void fill_defaults(cass_field *field, const default_row &row)
+// False when memory ran out.
+static bool fill_defaults(cass_field *field, const default_row &row)
 {
     if (row.octet_length != LEFT)
         field->octet_length = row.octet_length;
@@ -277,29 +293,35 @@ static void fill_defaults(cass_field *field, const default_row &row)
     field->num_prec_radix = row.num_prec_radix;
     field->scale = 0;
     field->fixed_prec_scale = 0;
-    replace_text(&field->literal_prefix, row.literal_prefix);
-    replace_text(&field->literal_suffix, row.literal_suffix);
-    replace_text(&field->local_type_name, row.name);
-    replace_text(&field->type_name, row.name);
+    return replace_text(&field->literal_prefix, row.literal_prefix) &&
+           replace_text(&field->literal_suffix, row.literal_suffix) &&
+           replace_text(&field->local_type_name, row.name) &&
+           replace_text(&field->type_name, row.name);
 }
 
 int cass_update_desc_type(cass_handle *handle, cass_field *field, int mode)
 {
     if (!align_types(field, mode)) {
+        CASS_LOG(handle, LOG_ERROR, "cass_update_desc_type: invalid type %d, interval code %d",
+                 field->type, field->datetime_interval_code);
         cass_post_error(handle, STATE_HY021, 0, nullptr);
         return -1;
     }
     for (const default_row &row : default_rows) {
-        if (row.concise_type == field->consise_type) {
-            fill_defaults(field, row);
+        if (row.concise_type != field->consise_type)
+            continue;
+        if (fill_defaults(field, row))
             return 0;
-        }
+        CASS_LOG(handle, LOG_ERROR, "cass_update_desc_type: failed to allocate memory");
+        cass_post_error(handle, STATE_HY001, 0, nullptr);
+        return -1;
     }
     // The names of the type before go even when the new one has none.
     replace_text(&field->literal_prefix, nullptr);
     replace_text(&field->literal_suffix, nullptr);
     replace_text(&field->local_type_name, nullptr);
     replace_text(&field->type_name, nullptr);
+    CASS_LOG(handle, LOG_ERROR, "cass_update_desc_type: invalid type %d", field->consise_type);
     cass_post_error(handle, STATE_HY003, 0, nullptr);
     return -1;
 }
@@ -377,10 +399,13 @@ static const char *size_complaint(const cass_field *field)
 int cass_field_check(cass_handle *handle, const cass_field *field)
 {
     if (!types_consistent(field)) {
+        CASS_LOG(handle, LOG_ERROR, "cass_field_check: inconsistent types %d and %d",
+                 field->consise_type, field->type);
         cass_post_error(handle, STATE_HY021, 0, nullptr);
         return -1;
     }
     if (const char *complaint = size_complaint(field)) {
+        CASS_LOG(handle, LOG_ERROR, "cass_field_check: %s", complaint);
         cass_post_error(handle, STATE_HY021, 0, complaint);
         return -1;
     }

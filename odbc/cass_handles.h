@@ -200,9 +200,9 @@ struct cass_data_storage {
         SQL_DATE_STRUCT date;
         SQL_TIMESTAMP_STRUCT timestamp;
         SQLGUID guid;
-        SQL_NUMERIC_STRUCT numeric;  // precision 0 marks a value that 128 bits cannot hold
+        SQL_NUMERIC_STRUCT numeric;  // precision 255: a value that 128 bits cannot hold
     } value;
-    unsigned char *buffer;  // owned; kept from row to row, only grows
+    unsigned char *buffer;  // owned; grows from row to row, given back between pages
 };
 static_assert(sizeof(cass_data_storage::value) == 24);
 
@@ -214,7 +214,7 @@ using cass_cell_decoder = SQLRETURN (*)(cass_stmt *stmt, cass_packet *packet, ca
 // One column or parameter of any descriptor. The first cache line is all that fetching touches.
 struct cass_field {
     cass_data_storage data_storage;
-    cass_cell_decoder decode;  // chosen with the column's type; null: no decoder
+    cass_cell_decoder decode;  // chosen with the column's type; null: it has none
     std::int32_t cql_type;     // option id of the native protocol
 
     std::int32_t consise_type;  // SQL_DESC_CONCISE_TYPE; the C type in ARD and APD
@@ -269,7 +269,9 @@ struct cass_desc {
     SQLUSMALLINT *array_status_ptr;
     void *rows_processed_ptr;  // SQLULEN in application memory
     SQLULEN array_size;
-    cass_stmt *stmt;            // owning statement, or the statement that it is installed on
+    cass_stmt *stmt;               // owning statement, or the statement that it is installed on
+    cass_string *shared_keyspace;  // owned: one name for all columns, whose records borrow its text
+    cass_string *shared_table;
     cass_field bookmark_field;  // record 0
     cass_field *fields;         // records 1 to field_count
     cass_lock api_lock;
@@ -330,6 +332,7 @@ struct cass_stmt {
     std::int32_t page_failed;   // 1: the page behind current_packet did not come
     unsigned char *meta_bytes;  // owned: the column specification that the IRD was filled from
     std::int32_t meta_length;
+    std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's
     cass_internal_rs *internal_rs;
     std::int32_t data_waiting;
     SQLULEN rowset_position;

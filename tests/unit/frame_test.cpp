@@ -3,6 +3,7 @@
 
 #include <thread>
 
+#include "core/cass_pkt_exchange.h"
 #include "tests/unit/session_fixture.h"
 
 static std::string pattern(std::size_t size)
@@ -40,6 +41,13 @@ TEST(frame, readers_never_leave_the_body)
     EXPECT_EQ(length, -2);
 }
 
+// Whether the driver has shut its end, so that no request follows a frame that it has not read.
+static bool is_shut(const session &s)
+{
+    char byte;
+    return recv(s.peer, &byte, 1, MSG_DONTWAIT) == 0;
+}
+
 TEST(frame, that_lies_about_its_size_or_compression_is_refused)
 {
     char packed[1100];
@@ -54,6 +62,7 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(999) + block, 1)},
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(64) + bad, 1)},
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(8 << 20) + "abc", 1)},  // no such ratio
+        {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(-5) + pattern(150'000), 1)},
     };
     for (const auto &[mode, bytes] : cases) {
         session s;
@@ -62,6 +71,9 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
         EXPECT_EQ(cass_read_packet(s.stmt), nullptr) << mode << ", " << bytes.size() << " bytes";
         EXPECT_EQ(records(&s.conn->head) + records(&s.stmt->head), "");
         EXPECT_LT(s.conn->spare_packet->capacity, 65536u);
+        EXPECT_LE(s.conn->compressed_capacity, 65536u);
+        // Only the first was not read to its end.
+        EXPECT_EQ(is_shut(s), bytes.size() == FRAME_HEADER_SIZE);
     }
     // An enormous size costs only what arrives.
     session s;
@@ -70,6 +82,10 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
     shutdown(s.peer, SHUT_WR);
     EXPECT_EQ(cass_read_packet(s.stmt), nullptr);
     EXPECT_LT(s.conn->compressed_capacity, 20u * 1024 * 1024);
+    EXPECT_TRUE(is_shut(s));
+    const held_packet request(packet_of(s.stmt, OPCODE_QUERY, "q"));
+    EXPECT_EQ(send_and_execute(s.stmt, request.get()), -1);
+    EXPECT_EQ(records(&s.stmt->head), "08S01|Communication link failure: failed to send packet\n");
 }
 
 TEST(frame, block_of_a_finished_reply_serves_the_next_one_until_it_is_much_too_large)

@@ -128,6 +128,64 @@ TEST(result, cut_or_garbled_anywhere_never_leaves_the_frame)
     }
 }
 
+// ---- Much out of little -------------------------------------------------------------------------
+
+TEST(result, warnings_are_kept_as_far_as_a_record_can_show_them)
+{
+    session s;
+    std::string body = be16(30'000);
+    for (int i = 0; i < 30'000; i++)
+        body += str("abc");
+    const held_packet packet(packet_of(s.stmt, OPCODE_RESULT, body + be32(KIND_VOID)));
+    const held_string all(decode_warnings(s.stmt, packet.get()));
+    EXPECT_TRUE(all->length >= 1024 && all->length < 4096) << all->length;
+    EXPECT_EQ(decode_result_packet(s.stmt, packet.get()), KIND_VOID);
+}
+
+TEST(result, columns_of_unknown_types_share_a_record_beyond_the_first_few)
+{
+    session s;
+    std::string wanted, all = str("ks") + str("t");
+    for (int i = 0; i < 100; i++)
+        all += str("c") + type(1000 + i);
+    for (int i = 0; i < 8; i++)
+        wanted += "08S01|Communication link failure: type not supported " +
+                  std::to_string(1000 + i) + "\n";
+    EXPECT_EQ(decode(s, rows(metadata(GLOBAL, 100, all))), KIND_ROWS);
+    EXPECT_EQ(records(&s.stmt->head), wanted + "08S01|Communication link failure: types of 92 more "
+                                               "columns not supported\n");
+}
+
+TEST(result, a_type_of_many_members_is_read_to_its_end_and_kept_in_part)
+{
+    session s;
+    for (const int count : {300, 5000}) {
+        std::string udt_of_many = type(CQL_UDT) + str("k") + str("u") + be16(count);
+        for (int i = 0; i < count; i++)
+            udt_of_many += str("f") + type(CQL_TUPLE) + be16(2) + type(CQL_INT) + udt;
+        const held_packet packet(packet_of(s.stmt, OPCODE_RESULT, udt_of_many + "end"));
+        cass_type_option *option = decode_type_option(packet.get());
+        EXPECT_EQ(pkt_remaining(packet.get()), 3);
+        EXPECT_GE(option->field_count, 256);
+        EXPECT_LT(option->field_count, count == 300 ? 301 : 1024);
+        free_type_option(option);
+    }
+}
+
+TEST(result, columns_of_one_table_share_its_name_as_long_as_any_is_there)
+{
+    session s;
+    decode(s, rows(metadata(GLOBAL, 2, two_columns)));
+    cass_desc *ird = s.stmt->ird;
+    EXPECT_EQ(ird->fields[0].table_name->text, ird->fields[1].table_name->text);
+    for (const int count : {9, 1}) {
+        cass_desc_resize(ird, count);
+        EXPECT_EQ(column_names(ird).substr(0, 10), "ks.t.id:9 ");
+    }
+    cass_desc_describe(ird, 1);
+    EXPECT_EQ(column_names(ird), "(null).(null).(null):0 ");
+}
+
 // ---- Pages of one result ------------------------------------------------------------------------
 
 TEST(result, columns_of_a_further_page_are_not_built_again_while_nothing_changed)

@@ -86,9 +86,8 @@ TEST_F(type_map, every_type_is_described_with_its_own_decoder)
     env->odbc_version = SQL_OV_ODBC2;
     EXPECT_EQ(describe(CQL_TIME, 0)->consise_type, SQL_TIMESTAMP);
     EXPECT_EQ(describe(CQL_TIME, 0)->datetime_interval_precision, 9);
-    // An unknown type is an error that leaves a usable record.
+    // An unknown type leaves a usable record.
     EXPECT_EQ(describe(21, -6)->decode, nullptr);
-    EXPECT_TRUE(message_of(stmt).ends_with("type not supported 21"));
 }
 
 TEST_F(type_map, the_type_fields_follow_the_one_that_was_set)

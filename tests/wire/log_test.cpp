@@ -2,6 +2,7 @@
 // that switch it on, the frames in it, and calls that do not care whether it can be written.
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -459,6 +460,40 @@ TEST_F(log_folder, each_failure_of_a_connect_is_recorded_before_it_is_posted)
         }
         EXPECT_EQ(told, failures);
         fs::remove(file);
+    }
+}
+
+TEST_F(log_folder, each_failure_of_a_result_is_recorded)
+{
+    const wire_ptr wire = wire_logged_on({}, "LOGGING=8;LOGFILE=" + file);
+    const auto row_of = [](int type, const bytes &cell) {
+        return rows_frame({{"a", type_of(type)}}, {{cell}});
+    };
+    const std::pair<node_frame, std::string> cases[] = {
+        {row_of(NODE_DURATION, ""),
+         "cass_pkt.c (STMT) ERROR decode_metadata: type not supported 21"},
+        {row_of(NODE_DURATION, ""),
+         "cass_fetch.c (STMT) ERROR fetch_data_row: type not supported 21"},
+        {row_of(NODE_INT, "abc"),
+         "cass_data.c (STMT) ERROR fetch_data_row: unexpected end of packet"},
+        {{.opcode = NODE_RESULT, .body = be32(2) + be32(0) + be32(-1)},
+         "cass_pkt.c (STMT) ERROR decode_result_packet: unexpected end of packet"},
+        {row_of(NODE_VARCHAR, "x"),
+         "cass_data.c (STMT) ERROR cass_get_data: column 1: text is not a "
+         "number"},
+        {row_of(NODE_DATE, be32(0)),
+         "cass_data.c (STMT) ERROR get_slong: conversion not possible for column 1"},
+    };
+    for (const auto &[reply, record] : cases) {
+        fs::remove(file);
+        expect_query(wire->node.get(), "q", {reply});
+        exec(wire->stmt, "q");
+        SQLFetch(wire->stmt);
+        SQLINTEGER value;
+        SQLGetData(wire->stmt, 1, SQL_C_SLONG, &value, 0, nullptr);
+        const row_list records = records_of(content(file));
+        EXPECT_TRUE(std::ranges::find(records, record) != records.end()) << content(file);
+        SQLFreeStmt(wire->stmt, SQL_CLOSE);
     }
 }
 

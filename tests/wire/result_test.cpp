@@ -111,4 +111,15 @@ TEST(results, unknown_type_fails_the_fetch)
         }
         expect_row_of_7(wire);
     }
+    // The length of its cell is read all the same: behind a NULL the next row is in step.
+    node_frame nulls = rows_frame({{"a", type_of(NODE_INT)}, {"b", type_of(NODE_DURATION)}},
+                                  {{be32(1), std::nullopt}, {be32(2), std::nullopt}});
+    nulls.body.resize(nulls.body.size() - 1);
+    run_query(wire, "q", nulls);
+    for (const char *last : {"type not supported 21", "unexpected end of packet"}) {
+        EXPECT_STMT(SQL_ERROR, wire->stmt, SQLFetch(wire->stmt));
+        EXPECT_EQ(stmt_records(wire->stmt), record_list{link_failure + last});
+        EXPECT_EQ(cell_text(wire->stmt, 1), last[0] == 't' ? "1" : "2");
+    }
+    EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
 }
