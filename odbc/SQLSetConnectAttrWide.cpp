@@ -99,9 +99,11 @@ SQLRETURN cass_set_conn_attr(cass_conn *conn, const set_attr_form *form, SQLINTE
         if (low == 0)
             return store_value(conn, &attr, 0);
         break;
-    case SET_METADATA:
+    case SET_METADATA: {
+        const cass_lock_guard hold(&conn->session_lock);
         conn->stmt_defaults.metadata_id = low;
         return store_value(conn, &attr, number);
+    }
     case SET_REFUSE:
         return refuse(conn, form->unknown);
     case SET_UNKNOWN:

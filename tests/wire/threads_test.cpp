@@ -106,6 +106,7 @@ static void share_a_connection(const std::string &quiet, const std::string &logg
             SQLGetInfo(wire->conn, SQL_DATABASE_NAME, text, sizeof text, &length);
             SQLGetInfo(wire->conn, SQL_DATA_SOURCE_NAME, text, sizeof text, &length);
             SQLSetConnectAttr(wire->conn, SQL_ATTR_MAX_ROWS, odbc_number(5), 0);
+            SQLSetConnectAttr(wire->conn, SQL_ATTR_METADATA_ID, odbc_number(1), 0);
             SQLHSTMT stmt;
             if (SQLAllocHandle(SQL_HANDLE_STMT, wire->conn, &stmt) == SQL_SUCCESS)
                 SQLFreeHandle(SQL_HANDLE_STMT, stmt);
