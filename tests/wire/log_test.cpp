@@ -471,18 +471,17 @@ TEST_F(log_folder, each_failure_of_a_result_is_recorded)
     };
     const std::pair<node_frame, std::string> cases[] = {
         {row_of(NODE_DURATION, ""),
-         "cass_pkt.c (STMT) ERROR decode_metadata: type not supported 21"},
+         "(STMT) ERROR decode_metadata: type not supported 21"},
         {row_of(NODE_DURATION, ""),
-         "cass_fetch.c (STMT) ERROR fetch_data_row: type not supported 21"},
+         "(STMT) ERROR fetch_data_row: type not supported 21"},
         {row_of(NODE_INT, "abc"),
-         "cass_data.c (STMT) ERROR fetch_data_row: unexpected end of packet"},
+         "(STMT) ERROR fetch_data_row: unexpected end of packet"},
         {{.opcode = NODE_RESULT, .body = be32(2) + be32(0) + be32(-1)},
-         "cass_pkt.c (STMT) ERROR decode_result_packet: unexpected end of packet"},
+         "(STMT) ERROR decode_result_packet: unexpected end of packet"},
         {row_of(NODE_VARCHAR, "x"),
-         "cass_data.c (STMT) ERROR cass_get_data: column 1: text is not a "
-         "number"},
+         "(STMT) ERROR get_slong: text that is no number for column 1"},
         {row_of(NODE_DATE, be32(0)),
-         "cass_data.c (STMT) ERROR get_slong: conversion not possible for column 1"},
+         "(STMT) ERROR get_slong: conversion not possible for column 1"},
     };
     for (const auto &[reply, record] : cases) {
         fs::remove(file);
@@ -492,7 +491,9 @@ TEST_F(log_folder, each_failure_of_a_result_is_recorded)
         SQLINTEGER value;
         SQLGetData(wire->stmt, 1, SQL_C_SLONG, &value, 0, nullptr);
         const row_list records = records_of(content(file));
-        EXPECT_TRUE(std::ranges::find(records, record) != records.end()) << content(file);
+        EXPECT_TRUE(std::ranges::any_of(
+            records, [&](const std::string &one) { return one.ends_with(record); }))
+            << content(file);
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
     }
 }
