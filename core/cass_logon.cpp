@@ -50,20 +50,9 @@ static int send_failed(cass_conn *conn)
     return -1;
 }
 
-// The throw-away statement of a read that found no memory has a record of it, which goes with it.
-static bool found_no_memory(cass_stmt *stmt)
-{
-    bool found = false;
-    const cass_lock_guard hold(&cass_diag_lock);
-    for (const auto *record = stmt->head.diag_records; record != nullptr; record = record->next)
-        found = found || cass_string_compare_cstr(record->state,
-                                                  cass_sqlstate_row(STATE_HY001)->state) == 0;
-    return found;
-}
-
 static int no_reply(cass_conn *conn, cass_stmt *stmt, const char *who)
 {
-    if (found_no_memory(stmt))
+    if (stmt->no_memory)
         return no_memory(conn, who);
     CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to return a packet", who);
     cass_post_error(&conn->head, STATE_HY000, 0, "failed to return a packet");
@@ -332,6 +321,8 @@ int cass_establish_connection(cass_conn *conn)
     // ends the session and reports success with information, without a record: Driver Managers take
     // such a connection as made, and its next request fails.
     const int used = cass_use_keyspace(conn);
+    if (used == QUERY_NO_MEMORY)
+        return -1;
     return used == 0 || used == 1 ? 0 : 1;
 }
 

@@ -148,7 +148,7 @@ static int no_memory(cass_conn *conn, const char *who)
 {
     CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
     cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return -1;
+    return QUERY_NO_MEMORY;
 }
 
 int execute_query(cass_conn *conn, const cass_string *sql)
@@ -161,7 +161,7 @@ int execute_query(cass_conn *conn, const cass_string *sql)
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_QUERY, &conn->head));
     if (request == nullptr)
-        return -1;
+        return QUERY_NO_MEMORY;
     pkt_put_long_string(request.get(), sql);
     pkt_put_short(request.get(), static_cast<std::int16_t>(shared_get(&conn->consistency)));
     pkt_put_byte(request.get(), 0);
