@@ -1,0 +1,161 @@
+// The process's malloc and its kin, and the installer library's one call, whose memory is not the
+// driver's: that library does not test what it gets.
+#include "tests/memory/allocations.h"
+
+#include <dlfcn.h>
+#include <link.h>
+#include <odbcinst.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <new>
+
+#define EVERYWHERE __attribute__((visibility("default")))
+
+#ifdef BEFORE_SANITIZERS
+#define REAL(name) __interceptor_##name
+#else
+#define REAL(name) __libc_##name
+extern "C" void __libc_free(void *block) noexcept;
+#endif
+extern "C" {
+void *REAL(malloc)(std::size_t size) noexcept;
+void *REAL(calloc)(std::size_t count, std::size_t size) noexcept;
+void *REAL(realloc)(void *block, std::size_t size) noexcept;
+}
+
+thread_local constinit allocation_state allocations = {};
+
+void plan_allocations(const allocation_plan &plan)
+{
+    allocations.plan = plan;
+    allocations.failed = false;
+    allocations.seen[BY_DRIVER] = allocations.seen[BY_LIBRARY] = 0;
+}
+
+// ---- Who asks ----------------------------------------------------------------------------------
+
+struct code_range {
+    std::uintptr_t from, to;
+};
+static code_range library_code[16];
+static int library_count;
+
+static int note_library(dl_phdr_info *info, std::size_t, void *)
+{
+    for (const char *name : {"libcrypto.", "libssl.", "libzip.", "libz.", "libjansson."}) {
+        if (std::strstr(info->dlpi_name, name) == nullptr)
+            continue;
+        for (int i = 0; i < info->dlpi_phnum; i++) {
+            const ElfW(Phdr) &part = info->dlpi_phdr[i];
+            if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0 && library_count < 16)
+                library_code[library_count++] = {info->dlpi_addr + part.p_vaddr,
+                                                 info->dlpi_addr + part.p_vaddr + part.p_memsz};
+        }
+    }
+    return 0;
+}
+
+[[gnu::constructor]] static void note_libraries()
+{
+    dl_iterate_phdr(note_library, nullptr);
+}
+
+static allocation_owner owner_of(const void *caller)
+{
+    const auto at = reinterpret_cast<std::uintptr_t>(caller);
+    for (int i = 0; i < library_count; i++)
+        if (at >= library_code[i].from && at < library_code[i].to)
+            return BY_LIBRARY;
+    return BY_DRIVER;
+}
+
+static bool refuse(const void *caller)
+{
+    allocation_state &state = allocations;
+    if (!state.watched || state.quiet)
+        return false;
+    const allocation_owner owner = owner_of(caller);
+    const long number = ++state.seen[owner];
+    if (state.plan.number == 0)
+        return false;
+    const bool due = owner == state.plan.owner && number == state.plan.number;
+    state.failed = state.failed || due;
+    return due || (state.failed && state.plan.all_behind);
+}
+
+static void *counted(void *block)
+{
+#ifndef BEFORE_SANITIZERS
+    if (allocations.watched && block != nullptr)
+        allocations.alive++;
+#endif
+    return block;
+}
+
+// ---- What stands in their place -----------------------------------------------------------------
+
+extern "C" EVERYWHERE void *malloc(std::size_t size) noexcept
+{
+    return refuse(__builtin_return_address(0)) ? nullptr : counted(REAL(malloc)(size));
+}
+
+extern "C" EVERYWHERE void *calloc(std::size_t count, std::size_t size) noexcept
+{
+    return refuse(__builtin_return_address(0)) ? nullptr : counted(REAL(calloc)(count, size));
+}
+
+extern "C" EVERYWHERE void *realloc(void *block, std::size_t size) noexcept
+{
+    if (refuse(__builtin_return_address(0)))
+        return nullptr;
+    void *moved = REAL(realloc)(block, size);
+    return block == nullptr ? counted(moved) : moved;
+}
+
+#ifdef BEFORE_SANITIZERS
+
+// The sanitizer's own does not come by malloc.
+template <const char *name>
+static void *made(std::size_t size, const void *caller)
+{
+    if (refuse(caller))
+        throw std::bad_alloc();
+    static const auto next = reinterpret_cast<void *(*)(std::size_t)>(dlsym(RTLD_NEXT, name));
+    return next(size);
+}
+
+static constexpr char one[] = "_Znwm", many[] = "_Znam";
+EVERYWHERE void *operator new(std::size_t size)
+{
+    return made<one>(size, __builtin_return_address(0));
+}
+EVERYWHERE void *operator new[](std::size_t size)
+{
+    return made<many>(size, __builtin_return_address(0));
+}
+
+#else
+
+extern "C" EVERYWHERE void free(void *block) noexcept
+{
+    if (allocations.watched && block != nullptr)
+        allocations.alive--;
+    __libc_free(block);
+}
+
+#endif
+
+extern "C" EVERYWHERE int SQLGetPrivateProfileString(LPCSTR section, LPCSTR key, LPCSTR fallback,
+                                                     LPSTR buffer, int size, LPCSTR file)
+{
+    static const auto next = reinterpret_cast<decltype(&SQLGetPrivateProfileString)>(
+        dlsym(RTLD_NEXT, "SQLGetPrivateProfileString"));
+    const bool watched = allocations.watched;
+    allocations.watched = false;
+    const int length = next(section, key, fallback, buffer, size, file);
+    allocations.watched = watched;
+    return length;
+}

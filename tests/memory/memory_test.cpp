@@ -1,0 +1,918 @@
+// Every allocation of the driver fails in turn, alone and with all behind it. Whatever an
+// application then sees is what it sees with memory in plenty, or SQL_ERROR with HY001: never less
+// with a success, never a crash or a block that is lost. After a failure the application does it
+// all again, and gets it all, or is told that the connection is gone.
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include "tests/app_value.h"
+#include "tests/bundle_file.h"
+#include "tests/handle_calls.h"
+#include "tests/memory/allocations.h"
+#include "tests/node/certificates.h"
+#include "tests/node/node_tls.h"
+
+// ---- The application ----------------------------------------------------------------------------
+
+struct application {
+    std::string address;     // of the server
+    std::string connection;  // a string, or the name of a data source
+    SQLHENV env = nullptr;
+    SQLHDBC conn = nullptr;
+    SQLHSTMT stmt = nullptr;
+    SQLHDESC desc = nullptr;
+    char bound[4][64] = {};
+    SQLLEN lengths[4] = {};
+    SQLINTEGER numbers[2] = {3, 4};
+    SQLLEN at_exec = SQL_DATA_AT_EXEC;
+    SQLPOINTER token = nullptr;
+    SQLSMALLINT count = 0;
+};
+
+enum step_mark : unsigned {
+    PLAIN = 0,
+    QUIET = 1,      // memory does not run out in it
+    NO_RECORD = 2,  // where it does, the function has no record of it
+    AGAIN = 4,      // here the application begins again
+};
+
+struct step {
+    const char *name;
+    SQLSMALLINT type;  // of the handle whose records tell
+    std::function<SQLRETURN(application &, std::string *)> run;
+    unsigned marks = PLAIN;
+};
+using scenario = std::vector<step>;
+
+static SQLHANDLE handle_of(const application &app, SQLSMALLINT type)
+{
+    switch (type) {
+    case SQL_HANDLE_ENV:
+        return app.env;
+    case SQL_HANDLE_DBC:
+        return app.conn;
+    case SQL_HANDLE_STMT:
+        return app.stmt;
+    default:
+        return app.desc;
+    }
+}
+
+struct answer {
+    SQLRETURN code = SQL_SUCCESS;
+    std::string data;
+    record_list records;
+    bool operator==(const answer &) const = default;
+};
+
+static answer take_step(const step &step, application &app)
+{
+    answer told;
+    told.code = step.run(app, &told.data);
+    allocations.watched = false;
+    // The address is another with each server.
+    for (std::size_t at; (at = told.data.find(app.address)) != std::string::npos;)
+        told.data.replace(at, app.address.size(), "there");
+    const SQLHANDLE handle = handle_of(app, step.type);
+    if (handle != nullptr)
+        told.records = records_of(step.type, handle);
+    // A descriptor's failure may be told on the statement that it serves.
+    if (step.type == SQL_HANDLE_DESC)
+        for (const std::string &record : stmt_records(app.stmt))
+            told.records.push_back(record);
+    return told;
+}
+
+static void free_all(application *app)
+{
+    if (app->stmt != nullptr)
+        DRIVER(SQLFreeHandle(SQL_HANDLE_STMT, app->stmt));
+    if (app->desc != nullptr)
+        DRIVER(SQLFreeHandle(SQL_HANDLE_DESC, app->desc));
+    if (app->conn != nullptr) {
+        DRIVER(SQLDisconnect(app->conn));
+        DRIVER(SQLFreeHandle(SQL_HANDLE_DBC, app->conn));
+    }
+    if (app->env != nullptr)
+        DRIVER(SQLFreeHandle(SQL_HANDLE_ENV, app->env));
+}
+
+// ---- The rule -----------------------------------------------------------------------------------
+
+static bool has_record(const answer &told, std::string_view state)
+{
+    for (const std::string &record : told.records)
+        if (record.starts_with(state))
+            return true;
+    return false;
+}
+
+// Whether this is the record, or what is left of it where its state or its text found no memory.
+static bool is_left_of(const std::string &record, const std::string &whole)
+{
+    constexpr std::size_t state = 5;
+    return record == whole || record.size() == state + 1 ||
+           record.substr(state) == whole.substr(state);
+}
+
+// The answer of plenty but for records that found no memory.
+static bool lacks_records_only(const answer &told, const answer &wanted)
+{
+    if (told.code != wanted.code || told.data != wanted.data ||
+        told.records.size() > wanted.records.size())
+        return false;
+    return std::ranges::all_of(told.records, [&](const std::string &record) {
+        return std::ranges::any_of(wanted.records, [&](const std::string &whole) {
+            return is_left_of(record, whole);
+        });
+    });
+}
+
+static bool is_refusal(const answer &told, const step &step, const allocation_plan &plan)
+{
+    if (std::strcmp(step.name, "environment") == 0)
+        return told.data == "none";  // with success, as ever
+    if (told.code != SQL_ERROR)
+        return false;
+    if (plan.all_behind || (step.marks & NO_RECORD) != 0)
+        return true;
+    // Another library tells what it met in words of its own.
+    if (plan.owner == BY_LIBRARY)
+        return !told.records.empty();
+    // A failure that has a text of its own, or a file that could not be opened.
+    for (const char *text : {"SASL failed to", "Required SSL (no ssl_info)",
+                             "Failed to open bundle", "Loading Certificate", "Loading P"})
+        for (const std::string &record : told.records)
+            if (record.find(text) != std::string::npos)
+                return true;
+    return has_record(told, "HY001") || told.records == record_list{"HY000 General error"};
+}
+
+static std::string shown(const answer &told)
+{
+    return code_name(told.code) + " " + ::testing::PrintToString(told.data) + " " +
+           ::testing::PrintToString(told.records);
+}
+
+// For a crash, which leaves no other word.
+static char doing[256];
+
+[[maybe_unused, noreturn]] static void on_crash(int number)
+{
+    const ssize_t written = write(STDERR_FILENO, doing, std::strlen(doing));
+    std::signal(number, SIG_DFL);
+    std::raise(number);
+    std::_Exit(written > 0);
+}
+
+static std::string differs(const char *when, const step &step, const answer &told,
+                           const answer &wanted)
+{
+    return std::string(when) + step.name + "\n  gave     " + shown(told) + "\n  expected " +
+           shown(wanted);
+}
+
+// The steps from where the application begins again: all as with plenty, up to a connection that is
+// gone.
+static std::string do_again(const scenario &steps, const std::vector<answer> &wanted,
+                            std::size_t failed_at, application *app,
+                            const allocation_plan &plan)
+{
+    std::size_t first = 0;
+    while (first < steps.size() && (steps[first].marks & AGAIN) == 0)
+        first++;
+    if (failed_at < first)
+        return {};
+    for (std::size_t i = first; i < steps.size(); i++) {
+        const answer told = take_step(steps[i], *app);
+        if (told == wanted[i])
+            continue;
+        if (told.code == SQL_ERROR && has_record(told, "08S01"))
+            return {};
+        // OpenSSL may keep what it could not decode, until the environment goes.
+        if (told.code == SQL_ERROR && plan.owner == BY_LIBRARY && !told.records.empty())
+            return {};
+        return differs("again: ", steps[i], told, wanted[i]);
+    }
+    return {};
+}
+
+// One run, with a failure or without one: what is wrong with it. An empty *wanted is filled.
+static std::string run(const scenario &steps, application app, const allocation_plan &plan,
+                       std::vector<answer> *wanted)
+{
+    const bool first = wanted->empty();
+    std::string wrong;
+    plan_allocations(plan);
+    for (std::size_t i = 0; i < steps.size(); i++) {
+        allocations.quiet = (steps[i].marks & QUIET) != 0;
+        const answer told = take_step(steps[i], app);
+        if (first && told.code == SQL_ERROR &&
+            std::string_view(steps[i].name).find("refused") == std::string_view::npos)
+            return differs("with plenty: ", steps[i], told, {});
+        if (first)
+            wanted->push_back(told);
+        const answer &whole = (*wanted)[i];
+        if (told == whole || (allocations.failed && lacks_records_only(told, whole)))
+            continue;
+        allocations.quiet = true;
+        wrong = allocations.failed && is_refusal(told, steps[i], plan)
+                    ? do_again(steps, *wanted, i, &app, plan)
+                    : differs("", steps[i], told, whole);
+        break;
+    }
+    allocations.quiet = true;
+    free_all(&app);
+    return wrong;
+}
+
+// ---- The server ---------------------------------------------------------------------------------
+
+// The metadata service of a hosted database, on a port of its own.
+struct service {
+    int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    int port = 0;
+    std::thread thread;
+
+    explicit service(node_tls tls)
+    {
+        sockaddr_in address = {};
+        socklen_t length = sizeof address;
+        EXPECT_EQ(listen(listener, 16), 0);  // a port of the system's choice
+        getsockname(listener, reinterpret_cast<sockaddr *>(&address), &length);
+        port = ntohs(address.sin_port);
+        thread = std::thread([this, tls = std::move(tls)] { serve(tls); });
+    }
+    ~service()
+    {
+        shutdown(listener, SHUT_RDWR);
+        thread.join();
+        close(listener);
+    }
+    service &operator=(service &&) = delete;  // and with it all copies
+
+    void serve(const node_tls &settings) const
+    {
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+        const std::string json =
+            R"({"region": "r", "contact_info": {"contact_points": ["a", "b"]}})";
+        const std::string reply = "HTTP/1.1 200 OK\r\nContent-Length: " +
+                                  std::to_string(json.size()) + "\r\n\r\n" + json;
+        for (;;) {
+            const int client = accept(listener, nullptr, nullptr);
+            if (client < 0)
+                return;
+            const tls_session tls = tls_accept(settings);
+            SSL_set_fd(tls.get(), client);
+            std::string request;
+            char byte;
+            while (!request.ends_with("\n\n") && SSL_read(tls.get(), &byte, 1) == 1)
+                request += byte;
+            if (request.ends_with("\n\n"))
+                SSL_write(tls.get(), reply.data(), static_cast<int>(reply.size()));
+            SSL_shutdown(tls.get());
+            close(client);
+        }
+    }
+};
+
+static node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {})
+{
+    return rows_frame(node_columns(rows.front().size(), {"c", type_of(NODE_VARCHAR)}), rows,
+                      options);
+}
+
+static const node_columns several = {{"a", type_of(NODE_INT)},     {"t", type_of(NODE_VARCHAR)},
+                                     {"b", type_of(NODE_BLOB)},    {"d", type_of(NODE_DECIMAL)},
+                                     {"l", type_list(type_of(NODE_INT))},
+                                     {"i", type_of(NODE_INET)}};
+
+static node_row several_cells(int number, const bytes &text)
+{
+    return {be32(static_cast<std::uint64_t>(number)), text, text, be32(1) + text.substr(0, 3),
+            be32(1) + wire_bytes(be32(7)), from_hex("7f000001")};
+}
+
+// What the server answers to a statement, by a word in it; of several pages by the page asked for.
+static node_frame answer_to(const bytes &body)
+{
+    const auto has = [&](std::string_view word) { return body.find(word) != bytes::npos; };
+    const bool second = has("page2");
+    const node_metadata more = {.paging_state = second ? "" : "page2"};
+    const bytes options = be32(2) + wire_bytes("target") + wire_bytes("v") + wire_bytes("x") +
+                          wire_bytes("y");
+    if (has("system_schema.tables"))
+        return text_rows({{"ks", second ? "u" : "t"}}, more);
+    if (has("system_schema.views"))
+        return text_rows({{"ks", "view"}});
+    if (has("system_schema.keyspaces"))
+        return text_rows({{"ks"}, {"system"}});
+    if (has("system_schema.columns"))
+        return text_rows({{"id", "partition_key", "int"}, {"v", "regular", "map<text, int>"}});
+    if (has("system_schema.indexes"))
+        return rows_frame({{"k", type_of(NODE_VARCHAR)}, {"t", type_of(NODE_VARCHAR)},
+                           {"i", type_of(NODE_VARCHAR)}, {"kind", type_of(NODE_VARCHAR)},
+                           {"o", type_map(type_of(NODE_VARCHAR), type_of(NODE_VARCHAR))}},
+                          {{"ks", "t", "by_v", "COMPOSITES", options}});
+    if (has("use \"") || has("USE "))
+        return set_keyspace_frame("ks");
+    if (has("refused"))
+        return error_frame(0x2200, "no such thing");
+    if (has("insert") || has("INS"))
+        return void_frame();
+    const node_frame rows =
+        second ? rows_frame(several, {several_cells(3, bytes(100, 'z'))})
+               : rows_frame(several, {several_cells(1, "one"), several_cells(2, bytes(300, '2'))},
+                            more);
+    return has("warned") ? with_warnings(rows, {"slow", "and long"}) : rows;
+}
+
+static std::vector<node_frame> respond(const node_request &request, bool lz4)
+{
+    switch (request.opcode) {
+    case NODE_OPTIONS:
+        return {stock_supported(lz4)};
+    case NODE_STARTUP:
+        return {authenticate_frame()};
+    case NODE_AUTH_RESPONSE:
+        return {auth_success_frame()};
+    case NODE_PREPARE:
+        if (request.body.find("refused") != bytes::npos)
+            return {error_frame(0x2000, "no such word")};
+        if (request.body.find("insert") != bytes::npos)
+            return {prepared_frame("INS", {{"a", type_of(NODE_INT)}, {"t", type_of(NODE_VARCHAR)}},
+                                   {})};
+        return {prepared_frame("ID", {{"k", type_of(NODE_INT)}}, several)};
+    default:
+        return {answer_to(request.body)};
+    }
+}
+
+// ---- What an application does -------------------------------------------------------------------
+
+static void put_text(std::string *data, const void *text, SQLLEN length = SQL_NTS)
+{
+    *data += length == SQL_NULL_DATA ? "NULL" : static_cast<const char *>(text);
+    *data += "|";
+}
+
+static void put_number(std::string *data, SQLLEN number)
+{
+    *data += std::to_string(number) + "|";
+}
+
+// UTF-16 of no more than a byte a unit.
+static void put_wide(std::string *data, const SQLWCHAR *text)
+{
+    for (; *text != 0; text++)
+        *data += static_cast<char>(*text);
+    *data += "|";
+}
+
+// The rows by SQLGetData, and how they end.
+static SQLRETURN read_rows(application &app, std::string *data)
+{
+    SQLSMALLINT columns = 0;
+    SQLRETURN code = DRIVER(SQLNumResultCols(app.stmt, &columns));
+    while (SQL_SUCCEEDED(code)) {
+        code = DRIVER(SQLFetch(app.stmt));
+        for (SQLUSMALLINT column = 1; SQL_SUCCEEDED(code) && column <= columns; column++) {
+            char text[700] = "";
+            SQLLEN length = 0;
+            code = DRIVER(
+                SQLGetData(app.stmt, column, SQL_C_CHAR, text, sizeof text, &length));
+            put_text(data, text, length);
+        }
+        *data += "\n";
+    }
+    return code;
+}
+
+static SQLRETURN fetch_bound(application &app, std::string *data)
+{
+    SQLRETURN code;
+    while (SQL_SUCCEEDED(code = DRIVER(SQLFetch(app.stmt))))
+        for (int column = 0; column < 3; column++)
+            put_text(data, app.bound[column], app.lengths[column]);
+    return code;
+}
+
+// Descriptions of all columns in all forms.
+static SQLRETURN describe(application &app, std::string *data)
+{
+    SQLSMALLINT columns = 0;
+    SQLRETURN code = DRIVER(SQLNumResultCols(app.stmt, &columns));
+    for (SQLUSMALLINT column = 1; SQL_SUCCEEDED(code) && column <= columns; column++) {
+        SQLCHAR name[64] = "";
+        SQLWCHAR wide[64] = {};
+        SQLSMALLINT length = 0, type = 0, digits = 0, nullable = 0;
+        SQLULEN size = 0;
+        SQLLEN number = 0;
+        code = DRIVER(SQLDescribeCol(app.stmt, column, name, sizeof name, &length, &type, &size,
+                                     &digits, &nullable));
+        put_text(data, name);
+        if (SQL_SUCCEEDED(code))
+            code = DRIVER(SQLDescribeColW(app.stmt, column, wide, 64, &length, &type, &size,
+                                          &digits, &nullable));
+        put_wide(data, wide);
+        for (const SQLUSMALLINT field :
+             {SQL_DESC_NAME, SQL_DESC_TYPE_NAME, SQL_DESC_TABLE_NAME, SQL_DESC_SCHEMA_NAME,
+              SQL_DESC_LITERAL_PREFIX, SQL_DESC_LOCAL_TYPE_NAME, SQL_DESC_LENGTH}) {
+            if (SQL_SUCCEEDED(code))
+                code = DRIVER(SQLColAttribute(app.stmt, column, field, name, sizeof name, &length,
+                                              &number));
+            put_text(data, name);
+            if (SQL_SUCCEEDED(code))
+                code = DRIVER(SQLColAttributeW(app.stmt, column, field, wide, sizeof wide, &length,
+                                               &number));
+            put_wide(data, wide);
+        }
+        put_number(data, number);
+    }
+    return code;
+}
+
+static SQLRETURN count_rows(application &app, std::string *data)
+{
+    SQLLEN rows = 0;
+    const SQLRETURN code = DRIVER(SQLRowCount(app.stmt, &rows));
+    put_number(data, rows);
+    return code;
+}
+
+// Texts of the driver, in both forms.
+static SQLRETURN read_info(application &app, std::string *data)
+{
+    SQLRETURN code = SQL_SUCCESS;
+    for (const SQLUSMALLINT info : {SQL_DATA_SOURCE_NAME, SQL_SERVER_NAME, SQL_DBMS_NAME,
+                                    SQL_DBMS_VER, SQL_DRIVER_NAME, SQL_DATABASE_NAME,
+                                    SQL_USER_NAME, SQL_KEYWORDS, SQL_IDENTIFIER_QUOTE_CHAR}) {
+        SQLCHAR text[2000] = "";
+        SQLWCHAR wide[2000] = {};
+        SQLSMALLINT length = 0;
+        if (SQL_SUCCEEDED(code))
+            code = DRIVER(SQLGetInfo(app.conn, info, text, sizeof text, &length));
+        if (SQL_SUCCEEDED(code))
+            code = DRIVER(SQLGetInfoW(app.conn, info, wide, sizeof wide, &length));
+        put_text(data, text);
+        put_wide(data, wide);
+    }
+    return code;
+}
+
+static SQLRETURN read_diagnostics(application &app, std::string *data)
+{
+    SQLCHAR state[6] = "", text[200] = "";
+    SQLWCHAR wide_state[6] = {}, wide[200] = {};
+    SQLINTEGER native = 0;
+    SQLSMALLINT length = 0;
+    const SQLHSTMT stmt = app.stmt;
+    SQLRETURN code =
+        DRIVER(SQLGetDiagRec(SQL_HANDLE_STMT, stmt, 1, state, &native, text, 200, &length));
+    put_text(data, text);
+    if (SQL_SUCCEEDED(code))
+        code = DRIVER(
+            SQLGetDiagRecW(SQL_HANDLE_STMT, stmt, 1, wide_state, &native, wide, 200, &length));
+    put_wide(data, wide);
+    for (const SQLSMALLINT field : {SQL_DIAG_SQLSTATE, SQL_DIAG_MESSAGE_TEXT, SQL_DIAG_SERVER_NAME,
+                                    SQL_DIAG_CLASS_ORIGIN}) {
+        if (SQL_SUCCEEDED(code))
+            code = DRIVER(
+                SQLGetDiagField(SQL_HANDLE_STMT, stmt, 1, field, text, sizeof text, &length));
+        put_text(data, text);
+        if (SQL_SUCCEEDED(code))
+            code = DRIVER(
+                SQLGetDiagFieldW(SQL_HANDLE_STMT, stmt, 1, field, wide, sizeof wide, &length));
+        put_wide(data, wide);
+    }
+    return code;
+}
+
+// A driver's call with nothing to tell but its code. `s` is the application.
+#define CALL(type, marks, ...)                                                                     \
+    step                                                                                           \
+    {                                                                                              \
+        #__VA_ARGS__, type,                                                                        \
+            [](application &s, std::string *) { return SQLRETURN(DRIVER(__VA_ARGS__)); }, marks    \
+    }
+#define STMT(...) CALL(SQL_HANDLE_STMT, PLAIN, __VA_ARGS__)
+
+static SQLCHAR *words(const char *text)
+{
+    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text));
+}
+
+static SQLRETURN make(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE *made, std::string *data)
+{
+    const SQLRETURN code = DRIVER(SQLAllocHandle(type, parent, made));
+    *data = *made == nullptr ? "none" : "one";
+    return code;
+}
+
+static SQLRETURN drop(SQLSMALLINT type, SQLHANDLE *handle)
+{
+    const SQLHANDLE gone = *handle;
+    *handle = nullptr;
+    return DRIVER(SQLFreeHandle(type, gone));
+}
+
+static SQLRETURN connect_by_string(application &app, std::string *data)
+{
+    SQLCHAR out[1024] = "";
+    const SQLRETURN code =
+        DRIVER(SQLDriverConnect(app.conn, nullptr, words(app.connection.c_str()), SQL_NTS, out,
+                                sizeof out, nullptr, SQL_DRIVER_NOPROMPT));
+    *data = reinterpret_cast<char *>(out);
+    return code;
+}
+
+static const step make_env = {"environment", SQL_HANDLE_ENV, [](application &s, std::string *d) {
+                                  return make(SQL_HANDLE_ENV, nullptr, &s.env, d);
+                              }};
+static const step make_conn = {"connection", SQL_HANDLE_ENV,
+                               [](application &s, std::string *d) {
+                                   return make(SQL_HANDLE_DBC, s.env, &s.conn, d);
+                               },
+                               NO_RECORD};
+static const step make_stmt = {"statement", SQL_HANDLE_DBC,
+                               [](application &s, std::string *d) {
+                                   return make(SQL_HANDLE_STMT, s.conn, &s.stmt, d);
+                               },
+                               NO_RECORD};
+static const step odbc3 = CALL(SQL_HANDLE_ENV, PLAIN,
+                               SQLSetEnvAttr(s.env, SQL_ATTR_ODBC_VERSION,
+                                             odbc_number(SQL_OV_ODBC3), 0));
+static const step by_string = {"SQLDriverConnect", SQL_HANDLE_DBC, connect_by_string, AGAIN};
+static const step by_name = {"SQLConnect", SQL_HANDLE_DBC,
+                             [](application &s, std::string *) {
+                                 return SQLRETURN(DRIVER(SQLConnect(
+                                     s.conn, words(s.connection.c_str()), SQL_NTS, words("user"),
+                                     SQL_NTS, words("password"), SQL_NTS)));
+                             },
+                             AGAIN};
+static const step use_keyspace =
+    STMT(SQLExecDirect(s.stmt, words("use \"ks\""), SQL_NTS));
+static const step drop_stmt = {"free statement", SQL_HANDLE_DBC,
+                               [](application &s, std::string *) {
+                                   return drop(SQL_HANDLE_STMT, &s.stmt);
+                               }};
+static const step part = CALL(SQL_HANDLE_DBC, PLAIN, SQLDisconnect(s.conn));
+static const step drop_conn = {"free connection", SQL_HANDLE_ENV,
+                               [](application &s, std::string *) {
+                                   return drop(SQL_HANDLE_DBC, &s.conn);
+                               }};
+static const step drop_env = {"free environment", SQL_HANDLE_ENV,
+                              [](application &s, std::string *) {
+                                  return drop(SQL_HANDLE_ENV, &s.env);
+                              }};
+static const step rows = {"rows", SQL_HANDLE_STMT, read_rows};
+static const step close_rows = STMT(SQLFreeStmt(s.stmt, SQL_CLOSE));
+
+static step marked(step given, unsigned marks)
+{
+    given.marks |= marks;
+    return given;
+}
+
+// A session from its beginning to its end.
+static scenario session_by(const step &connect)
+{
+    return {make_env,
+            odbc3,
+            make_conn,
+            connect,
+            make_stmt,
+            STMT(SQLExecDirect(s.stmt, words("select * from warned"), SQL_NTS)),
+            rows,
+            drop_stmt,
+            part,
+            drop_conn,
+            drop_env};
+}
+
+// Work within a session, which is there already and goes in quiet.
+static scenario within(scenario work)
+{
+    scenario all = {make_env, odbc3, make_conn, by_string, make_stmt, use_keyspace};
+    for (step &one : all)
+        one.marks = QUIET;
+    work.front().marks |= AGAIN;
+    all.insert(all.end(), work.begin(), work.end());
+    return all;
+}
+
+static const scenario statements = within({
+    STMT(SQLPrepare(s.stmt, words("select * from warned where k = ?"), SQL_NTS)),
+    STMT(bind(s.stmt, 1, SQL_C_SLONG, SQL_INTEGER, s.numbers)),
+    STMT(SQLBindCol(s.stmt, 1, SQL_C_CHAR, s.bound[0], 64, &s.lengths[0])),
+    STMT(SQLBindCol(s.stmt, 2, SQL_C_CHAR, s.bound[1], 64, &s.lengths[1])),
+    STMT(SQLBindCol(s.stmt, 4, SQL_C_CHAR, s.bound[2], 64, &s.lengths[2])),
+    STMT(SQLExecute(s.stmt)),
+    {"columns", SQL_HANDLE_STMT, describe},
+    {"bound rows", SQL_HANDLE_STMT, fetch_bound},
+    close_rows,
+    STMT(SQLFreeStmt(s.stmt, SQL_UNBIND)),
+    STMT(SQLExecute(s.stmt)),
+    rows,
+    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
+    STMT(SQLExecDirect(s.stmt, words("select * from {fn ucase(t)}"), SQL_NTS)),
+    rows,
+    STMT(SQLExecDirect(s.stmt, words("refused"), SQL_NTS)),
+    drop_stmt,
+    part,
+    drop_conn,
+    drop_env,
+});
+
+static const scenario parameters = within({
+    STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(1), 0)),
+    STMT(bind(s.stmt, 1, SQL_C_SLONG, SQL_INTEGER, s.numbers)),
+    STMT(bind(s.stmt, 2, SQL_C_CHAR, SQL_VARCHAR, &s.at_exec, &s.at_exec)),
+    STMT(SQLExecDirect(s.stmt, words("insert into t (a, t) values (?, ?)"), SQL_NTS)),
+    STMT(SQLParamData(s.stmt, &s.token)),
+    STMT(SQLPutData(s.stmt, words("first "), 6)),
+    STMT(SQLPutData(s.stmt, words("second"), 6)),
+    STMT(SQLParamData(s.stmt, &s.token)),
+    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLPrepare(s.stmt, words("insert into t (a, t) values (?, ?)"), SQL_NTS)),
+    STMT(SQLNumParams(s.stmt, &s.count)),
+    STMT(SQLDescribeParam(s.stmt, 1, nullptr, nullptr, nullptr, nullptr)),
+    STMT(bind(s.stmt, 2, SQL_C_SLONG, SQL_VARCHAR, s.numbers)),
+    STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(2), 0)),
+    STMT(SQLExecute(s.stmt)),
+    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
+});
+
+static constexpr SQLSMALLINT NTS = SQL_NTS;
+#define LISTED(...)                                                                                \
+    CALL(SQL_HANDLE_STMT, NO_RECORD, __VA_ARGS__), rows
+
+static const scenario tables = within({
+    LISTED(SQLTables(s.stmt, nullptr, 0, nullptr, 0, nullptr, 0, words("TABLE,VIEW"), NTS)),
+    LISTED(SQLTables(s.stmt, words(""), NTS, words("%"), NTS, words(""), NTS, nullptr, 0)),
+    LISTED(SQLTables(s.stmt, words(""), NTS, words(""), NTS, words(""), NTS, words("%"), NTS)),
+});
+static const scenario columns = within({
+    LISTED(SQLColumns(s.stmt, nullptr, 0, words("ks"), NTS, words("%"), NTS, words("v"), NTS)),
+});
+static const scenario keys = within({
+    LISTED(SQLPrimaryKeys(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS)),
+    LISTED(SQLSpecialColumns(s.stmt, SQL_BEST_ROWID, nullptr, 0, words("ks"), NTS, words("t"), NTS,
+                             SQL_SCOPE_SESSION, SQL_NULLABLE)),
+});
+static const scenario indexes = within({
+    LISTED(
+        SQLStatistics(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS, SQL_INDEX_ALL, SQL_QUICK)),
+});
+static const scenario no_rows = within({
+    LISTED(SQLForeignKeys(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS, nullptr, 0, nullptr, 0,
+                          nullptr, 0)),
+    {"columns", SQL_HANDLE_STMT, describe},
+    LISTED(SQLProcedures(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS)),
+    LISTED(SQLProcedureColumns(s.stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0)),
+    LISTED(SQLTablePrivileges(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS)),
+    LISTED(SQLColumnPrivileges(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS, nullptr, 0)),
+});
+static const scenario types = within({LISTED(SQLGetTypeInfo(s.stmt, SQL_ALL_TYPES))});
+
+// What is told of a failure, and of the connection, and what descriptors keep.
+static const scenario telling = within({
+    marked(STMT(SQLExecDirect(s.stmt, words("refused"), SQL_NTS)), QUIET),
+    {"diagnostics", SQL_HANDLE_ENV, read_diagnostics, NO_RECORD},
+    {"info", SQL_HANDLE_DBC, read_info},
+    {"native text", SQL_HANDLE_DBC,
+     [](application &s, std::string *data) {
+         char text[64] = "";
+         SQLINTEGER length = 0;
+         const SQLRETURN code = DRIVER(SQLNativeSql(s.conn, words("select {fn now()}"), SQL_NTS,
+                                                    words(text), sizeof text, &length));
+         put_text(data, text);
+         return code;
+     }},
+    CALL(SQL_HANDLE_STMT, NO_RECORD, SQLSetCursorName(s.stmt, words("name"), NTS)),
+    {"cursor name", SQL_HANDLE_STMT,
+     [](application &s, std::string *data) {
+         char text[64] = "";
+         SQLWCHAR wide[64] = {};
+         SQLRETURN code = DRIVER(SQLGetCursorName(s.stmt, words(text), sizeof text, nullptr));
+         if (SQL_SUCCEEDED(code))
+             code = DRIVER(SQLGetCursorNameW(s.stmt, wide, 64, nullptr));
+         put_text(data, text);
+         put_wide(data, wide);
+         return code;
+     }},
+    CALL(SQL_HANDLE_DBC, PLAIN,
+         SQLSetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, words("x"), SQL_NTS)),
+    {"connection attribute", SQL_HANDLE_DBC,
+     [](application &s, std::string *data) {
+         char text[64] = "";
+         SQLINTEGER length = 0;
+         const SQLRETURN code = DRIVER(
+             SQLGetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, text, sizeof text, &length));
+         put_text(data, text);
+         return code;
+     }},
+    {"descriptor", SQL_HANDLE_DBC,
+     [](application &s, std::string *data) {
+         if (s.desc != nullptr)
+             drop(SQL_HANDLE_DESC, &s.desc);
+         return make(SQL_HANDLE_DESC, s.conn, &s.desc, data);
+     },
+     NO_RECORD},
+    STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_APP_ROW_DESC, s.desc, 0)),
+    STMT(SQLBindCol(s.stmt, 3, SQL_C_CHAR, s.bound[0], 64, &s.lengths[0])),
+    CALL(SQL_HANDLE_DESC, PLAIN,
+         SQLSetDescField(s.desc, 5, SQL_DESC_TYPE, odbc_number(SQL_C_CHAR), 0)),
+    CALL(SQL_HANDLE_DESC, PLAIN,
+         SQLSetDescRec(s.desc, 7, SQL_C_CHAR, 0, 64, 0, 0, s.bound[1], nullptr, nullptr)),
+    STMT(SQLFreeStmt(s.stmt, SQL_UNBIND)),
+    {"descriptor fields", SQL_HANDLE_STMT,
+     [](application &s, std::string *data) {
+         SQLRETURN code = DRIVER(SQLExecDirect(s.stmt, words("select * from t"), SQL_NTS));
+         SQLHDESC ird = nullptr;
+         if (SQL_SUCCEEDED(code))
+             code = DRIVER(SQLGetStmtAttr(s.stmt, SQL_ATTR_IMP_ROW_DESC, &ird, 0, nullptr));
+         SQLCHAR text[64] = "";
+         SQLWCHAR wide[64] = {};
+         SQLSMALLINT n;
+         SQLLEN length;
+         if (SQL_SUCCEEDED(code))
+             code = DRIVER(SQLGetDescField(ird, 2, SQL_DESC_NAME, text, sizeof text, nullptr));
+         if (SQL_SUCCEEDED(code))
+             code = DRIVER(
+                 SQLGetDescFieldW(ird, 2, SQL_DESC_TYPE_NAME, wide, sizeof wide, nullptr));
+         put_text(data, text);
+         put_wide(data, wide);
+         if (SQL_SUCCEEDED(code))
+             code = DRIVER(SQLGetDescRec(ird, 1, text, 64, &n, &n, &n, &length, &n, &n, &n));
+         if (SQL_SUCCEEDED(code))
+             code = DRIVER(SQLGetDescRecW(ird, 1, wide, 64, &n, &n, &n, &length, &n, &n, &n));
+         put_text(data, text);
+         put_wide(data, wide);
+         return code;
+     }},
+    close_rows,
+    STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_APP_ROW_DESC, SQL_NULL_HDESC, 0)),
+});
+
+// ---- The roads ----------------------------------------------------------------------------------
+
+struct road {
+    const char *name;
+    scenario steps;
+    std::string settings;  // {address}, {folder}; in front of "=": a section of odbc.ini
+    bool lz4 = false;
+    bool tls = false;
+    // Every so many allocations fail, with VHCASS_EVERY_ALLOCATION every one.
+    long alone = 1;
+    long all_behind = 1;
+    long of_library = 0;  // alone and with all behind; 0: none
+    bool keeps = false;   // the process or a library keeps some blocks
+};
+
+[[maybe_unused]] static void PrintTo(const road &r, std::ostream *out)
+{
+    *out << r.name;
+}
+
+struct memory : ::testing::TestWithParam<road> {
+    const file_folder folder;
+    const certificate ca = make_ca();
+    node_tls tls = {.chain = make_certificate({}, &ca).pem, .key = key_pem(KEY_ONE)};
+    const service hosted = service(tls);
+    node_ptr node = node_ptr(nullptr, node_free);
+    application app;
+
+    // A server's time is limited: every so many runs there is another.
+    void start()
+    {
+        const road &r = GetParam();
+        node = node_start();
+        node_answer_rest(node.get(), [lz4 = r.lz4](const node_request &request) {
+            return respond(request, lz4);
+        });
+        if (r.tls)
+            node_use_tls(node.get(), tls);
+        app.address = node_address(node.get());
+        app.connection = r.settings;
+        const auto fill = [&](const std::string &word, const std::string &value) {
+            for (std::size_t at; (at = app.connection.find(word)) != std::string::npos;)
+                app.connection.replace(at, word.size(), value);
+        };
+        write_bundle(folder.path + "/bundle.zip",
+                     {{"config.json", R"({"host": "127.0.0.1", "port": )" +
+                                          std::to_string(hosted.port) + R"(, "cql_port": )" +
+                                          std::to_string(node_port(node.get())) +
+                                          R"(, "keyspace": "ks", "caCertLocation": "./ca",)" +
+                                          R"("certLocation": "cert", "keyLocation": "./key"})"},
+                      {"ca", ca.pem},
+                      {"cert", make_certificate({.key = KEY_TWO}, &ca).pem},
+                      {"key", key_pem(KEY_TWO)}});
+        fill("{address}", app.address);
+        fill("{folder}", folder.path);
+        if (!r.settings.starts_with("["))
+            return;
+        // The installer library remembers values by section: each server has one of its own.
+        const std::string name = "memory" + std::to_string(node_port(node.get()));
+        std::ofstream(folder.path + "/odbc.ini") << "[" << name << app.connection.substr(1);
+        app.connection = name;
+    }
+    void end()
+    {
+        EXPECT_EQ(node_finish(node.get()), "");
+        node.reset();
+    }
+};
+
+TEST_P(memory, that_runs_out_is_told_and_costs_nothing_else)
+{
+    const road &r = GetParam();
+    setenv("ODBCSYSINI", folder.path.c_str(), 1);
+    setenv("ODBCINI", (folder.path + "/odbc.ini").c_str(), 1);
+#ifndef __SANITIZE_ADDRESS__
+    for (const int crash : {SIGSEGV, SIGABRT, SIGBUS})
+        std::signal(crash, on_crash);
+#endif
+    folder.add("ca.pem", ca.pem);
+    folder.add("key.pem", key_pem(KEY_TWO));
+    folder.add("cert.pem", make_certificate({.key = KEY_TWO}, &ca).pem);
+    std::vector<answer> wanted;
+    start();
+    // The first run meets what is made once in a process.
+    std::vector<answer> first;
+    ASSERT_EQ(run(r.steps, app, {}, &first), "");
+    long alive = allocations.alive;
+    ASSERT_EQ(run(r.steps, app, {}, &wanted), "");
+    const long kept = allocations.alive - alive;
+    const long total[] = {allocations.seen[BY_DRIVER], allocations.seen[BY_LIBRARY]};
+    RecordProperty("allocations", std::to_string(total[0]) + " " + std::to_string(total[1]));
+    const bool every = std::getenv("VHCASS_EVERY_ALLOCATION") != nullptr;
+    using clock = std::chrono::steady_clock;
+    clock::time_point started = clock::now();
+    for (const allocation_owner owner : {BY_DRIVER, BY_LIBRARY})
+        for (const bool all_behind : {false, true}) {
+            long stride = owner == BY_LIBRARY ? r.of_library : all_behind ? r.all_behind : r.alone;
+            if (every && stride > 0)
+                stride = 1;
+            for (long number = 1; stride > 0 && number <= total[owner]; number += stride) {
+                if (clock::now() - started > std::chrono::seconds(5)) {
+                    end();
+                    start();
+                    started = clock::now();
+                }
+                std::snprintf(doing, sizeof doing, "%s: allocation %ld of %s%s\n", r.name, number,
+                              owner == BY_DRIVER ? "the driver" : "a library",
+                              all_behind ? " and all behind" : "");
+                alive = allocations.alive;
+                const std::string wrong = run(
+                    r.steps, app, {.owner = owner, .number = number, .all_behind = all_behind},
+                    &wanted);
+                EXPECT_TRUE(wrong.empty()) << doing << wrong;
+                EXPECT_TRUE(r.keeps || allocations.alive - alive <= kept) << doing;
+            }
+        }
+    end();
+}
+
+static const std::string there = "SERVER={address};UID=user;PWD=password;KEYSPACE=ks;";
+
+INSTANTIATE_TEST_SUITE_P(
+    all, memory,
+    ::testing::Values(
+        road{"session", session_by(by_string), there + "Logging=0;StringLen=300"},
+        road{"data_source", session_by(by_name),
+             "[]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
+        road{"statements", statements, there},
+        road{"lz4", statements, there, true},
+        road{"parameters", parameters, there},
+        road{"tables", tables, there}, road{"columns", columns, there},
+        road{"keys", keys, there}, road{"indexes", indexes, there},
+        road{"no_rows", no_rows, there}, road{"types", types, there},
+        road{"telling", telling, there},
+        // A record's own allocations are many, and a handshake takes long.
+        road{"logged", session_by(by_string), "LogFile={folder}/log;Logging=yes;" + there, false,
+             false, 7, 31},
+        road{"logged_at_error", statements, "LogFile={folder}/log;Logging=onerror;" + there, false,
+             false, 13, 61, 0, true},
+        road{"tls", session_by(by_string),
+             there + "Encrypt=yes;CertificateFile={folder}/ca.pem;PublicKeyFile={folder}/cert.pem;"
+                     "PrivateKeyFile={folder}/key.pem",
+             false, true, 1, 7, 311, true},
+        road{"bundle", session_by(by_string), "BUNDLE={folder}/bundle.zip;UID=user;PWD=password",
+             false, true, 3, 13, 613, true}),
+    [](const auto &given) { return std::string(given.param.name); });
