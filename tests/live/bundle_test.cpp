@@ -132,6 +132,7 @@ using live_bundle = live_test;
 
 TEST_F(live_bundle, leads_to_the_node_by_the_name_of_its_first_contact_point)
 {
+    NEED_PLAIN_NODE();
     const std::string all = "SELECT table_name, column_name, type FROM system_schema.columns";
     const row_list wanted = query(conn, all);
     for (const std::string points : {R"("node-1", "node-2")", ""}) {

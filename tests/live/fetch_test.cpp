@@ -12,6 +12,7 @@ static constexpr int many_rows = 100000;
 struct live_fetch : live_test {
     void load_rows()
     {
+        note_keyspace("live_rows");
         run(stmt, "CREATE KEYSPACE IF NOT EXISTS live_rows WITH replication = "
                   "{'class': 'SimpleStrategy', 'replication_factor': 1}");
         run(stmt, "USE live_rows");

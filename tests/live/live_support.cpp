@@ -65,7 +65,10 @@ std::string filled(const std::string &text, const char *variable)
 
 std::string node_settings(const char *variable)
 {
-    return filled(std::string("DRIVER={") + driver_name + "};SERVER={host};PORT={port};", variable);
+    const char *more = std::getenv("VHCASS_CONNECTION");
+    const bool is_given = more != nullptr && std::string(variable) == "VHCASS_SERVER";
+    return filled(std::string("DRIVER={") + driver_name + "};SERVER={host};PORT={port};", variable) +
+           (is_given ? std::string(more) + ";" : "");
 }
 
 // ---- Sessions -----------------------------------------------------------------------------------
@@ -134,8 +137,15 @@ void run(SQLHSTMT stmt, const std::string &sql)
     SQLFreeStmt(stmt, SQL_CLOSE);
 }
 
+void note_keyspace(const std::string &name)
+{
+    if (const char *file = std::getenv("VHCASS_MADE_KEYSPACES"))
+        std::ofstream(file, std::ios::app) << name + "\n";
+}
+
 void make_keyspace(SQLHSTMT stmt, const std::string &name)
 {
+    note_keyspace(name);
     run(stmt, "DROP KEYSPACE IF EXISTS " + name);
     run(stmt, "CREATE KEYSPACE " + name + " WITH replication = {'class': 'SimpleStrategy', " +
                   "'replication_factor': 1}");

@@ -10,6 +10,7 @@
 #ifndef TESTS_LIVE_LIVE_SUPPORT_H
 #define TESTS_LIVE_LIVE_SUPPORT_H
 
+#include <cstdlib>
 #include <memory>
 
 #include "tests/handle_calls.h"
@@ -19,6 +20,11 @@
 // {host} and {port} in a text become those of a variable with "host:port" or "[::1]:port"; both are
 // empty when the environment names no such node.
 std::string filled(const std::string &text, const char *variable = "VHCASS_SERVER");
+// For tests that name the node in settings of their own.
+#define NEED_PLAIN_NODE()                                                                          \
+    NEED_NODE("VHCASS_SERVER");                                                                    \
+    if (const char *more = std::getenv("VHCASS_CONNECTION"); more != nullptr && *more != '\0')     \
+    GTEST_SKIP() << "not run: VHCASS_SERVER is not reached without VHCASS_CONNECTION"
 #define NEED_NODE(variable)                                                                        \
     if (filled("{host}", variable).empty())                                                        \
     GTEST_SKIP() << "not run: " variable " names no node (host:port)"
@@ -31,7 +37,8 @@ inline constexpr char driver_name[] = "Varnholt ODBC-Cassandra Driver";
 // shall stand in the file.
 std::string add_data_source(const std::string &lines);
 
-// "DRIVER={...};SERVER=host;PORT=port;" of the node.
+// "DRIVER={...};SERVER=host;PORT=port;" of the node; behind it, for VHCASS_SERVER's, the content of
+// VHCASS_CONNECTION.
 std::string node_settings(const char *variable = "VHCASS_SERVER");
 
 // ---- Sessions -----------------------------------------------------------------------------------
@@ -62,6 +69,8 @@ std::string replaced(std::string text, const std::string &mark, const std::strin
 
 // Executes a text whose result is of no interest. A server's warning is let pass.
 void run(SQLHSTMT stmt, const std::string &sql);
+// Adds a name to the file VHCASS_MADE_KEYSPACES, for whoever cleans the cluster up.
+void note_keyspace(const std::string &name);
 // An empty keyspace. Each test takes a name of its own: tests may run side by side.
 void make_keyspace(SQLHSTMT stmt, const std::string &name);
 // In one request `change` for n = first, first + step ... below end, which stands at its marks {n}.
