@@ -194,7 +194,7 @@ TEST(tls_session, hostile_server_ends_neither_the_process_nor_the_order_of_bytes
     for (const auto &[work, told] : cases) {
         session s;
         s.conn->trust_server_certificate = 1;
-        std::thread server([&] { serve_tls(s, work); });
+        std::thread server([&, &work = work] { serve_tls(s, work); });
         EXPECT_EQ(cass_ssl_start(s.conn), 0);
         EXPECT_EQ(conn_write(s.conn, "q", 1), 1);
         server.join();
