@@ -41,8 +41,8 @@ static row_list records_of(const std::string &log)
     return records;
 }
 
-// Whether the file and line that a record names are those of the call that wrote it, or of the entry
-// point that it was written for.
+// Whether the file and line that a record names are those of the call that wrote it, or of the
+// entry point that it was written for.
 static bool is_written_there(const std::string &record)
 {
     static const std::regex form("(\\w+)\\.c:(\\d+) \\(\\w+\\) (\\w+) .*");
@@ -301,7 +301,10 @@ TEST_F(log_folder, each_failure_of_a_call_is_recorded_before_it_is_posted)
         const char *told;
         std::function<void(walk_arguments &)> call;
     };
-#define FAILS(told, function, ...) {told, [](walk_arguments &a) { function(__VA_ARGS__); }}
+#define FAILS(told, function, ...)                                                                 \
+    {                                                                                              \
+        told, [](walk_arguments &a) { function(__VA_ARGS__); }                                     \
+    }
 #define ATTR(handle, id) a.handle, id, odbc_number(3), 0
     // clang-format off
     static const failing_call calls[] = {
@@ -428,24 +431,29 @@ TEST_F(log_folder, each_failure_of_a_connect_is_recorded_before_it_is_posted)
         {"", CLOSE, {"SQLDriverConnect: server name and connect bundle not specified"}},
         {"SERVER=:x", CLOSE, {"cass_open_ipv4: Failed to extract numeric port from 'x'"}},
         {"SERVER=no host", CLOSE, {"Failed to find host address 'no host'"}},
-        {"SERVER=127.0.0.1;ipv6=yes", CLOSE,
+        {"SERVER=127.0.0.1;ipv6=yes",
+         CLOSE,
          {"cass_open_ipv6: Failed to find host address '127.0.0.1'"}},
-        {"SERVER=127.0.0.1:" + dead + ",127.0.0.1:" + dead, CLOSE,
+        {"SERVER=127.0.0.1:" + dead + ",127.0.0.1:" + dead,
+         CLOSE,
          {"cass_open_ipv4: OS Error: 'Connection refused'",
           "cass_open_ipv4: OS Error: 'Connection refused'"}},
-        {"SERVER=" + here, CLOSE,
+        {"SERVER=" + here,
+         CLOSE,
          {"conn_read_raw: read failed (peer shutdown)",
           "cass_establish_connection: failed to return a packet"}},
-        {"SERVER=" + here, RESET,
+        {"SERVER=" + here,
+         RESET,
          {"conn_read_raw: read failed 104 Connection reset by peer",
           "cass_establish_connection: failed to return a packet"}},
-        {"SERVER=" + here + ";Encrypt=yes;TrustServerCertificate=yes", RESET,
+        {"SERVER=" + here + ";Encrypt=yes;TrustServerCertificate=yes",
+         RESET,
          {"conn_read_raw: read failed", "cass_establish_connection: failed to return a packet"}},
     };
     for (const auto &[settings, ending, failures] : cases) {
         SCOPED_TRACE(settings);
-        node_answer_rest(wire->node.get(), [=](const node_request &) {
-            return std::vector{no_answer(ending)};
+        node_answer_rest(wire->node.get(), [how = ending](const node_request &) {
+            return std::vector{no_answer(how)};
         });
         if (settings.find("Encrypt") != std::string::npos)
             node_use_tls(wire->node.get(), tls);
@@ -470,16 +478,12 @@ TEST_F(log_folder, each_failure_of_a_result_is_recorded)
         return rows_frame({{"a", type_of(type)}}, {{cell}});
     };
     const std::pair<node_frame, std::string> cases[] = {
-        {row_of(NODE_DURATION, ""),
-         "(STMT) ERROR decode_metadata: type not supported 21"},
-        {row_of(NODE_DURATION, ""),
-         "(STMT) ERROR fetch_data_row: type not supported 21"},
-        {row_of(NODE_INT, "abc"),
-         "(STMT) ERROR fetch_data_row: unexpected end of packet"},
+        {row_of(NODE_DURATION, ""), "(STMT) ERROR decode_metadata: type not supported 21"},
+        {row_of(NODE_DURATION, ""), "(STMT) ERROR fetch_data_row: type not supported 21"},
+        {row_of(NODE_INT, "abc"), "(STMT) ERROR fetch_data_row: unexpected end of packet"},
         {{.opcode = NODE_RESULT, .body = be32(2) + be32(0) + be32(-1)},
          "(STMT) ERROR decode_result_packet: unexpected end of packet"},
-        {row_of(NODE_VARCHAR, "x"),
-         "(STMT) ERROR get_slong: text that is no number for column 1"},
+        {row_of(NODE_VARCHAR, "x"), "(STMT) ERROR get_slong: text that is no number for column 1"},
         {row_of(NODE_DATE, be32(0)),
          "(STMT) ERROR get_slong: conversion not possible for column 1"},
     };
@@ -491,9 +495,9 @@ TEST_F(log_folder, each_failure_of_a_result_is_recorded)
         SQLINTEGER value;
         SQLGetData(wire->stmt, 1, SQL_C_SLONG, &value, 0, nullptr);
         const row_list records = records_of(content(file));
-        EXPECT_TRUE(std::ranges::any_of(
-            records, [&](const std::string &one) { return one.ends_with(record); }))
-            << content(file);
+        EXPECT_TRUE(std::ranges::any_of(records, [&wanted = record](const std::string &one) {
+            return one.ends_with(wanted);
+        })) << content(file);
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
     }
 }
