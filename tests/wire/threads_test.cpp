@@ -90,7 +90,8 @@ static void share_a_connection(const std::string &quiet, const std::string &logg
         },
         [&](int round) {
             SQLHSTMT stmt = stmts[2];
-            SQLCHAR *const name = odbc_text("k");
+            const std::string table = "k";
+            SQLCHAR *const name = odbc_text(table);
             const SQLRETURN code =
                 round % 4 == 0   ? SQLTables(stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0)
                 : round % 4 == 1 ? SQLColumns(stmt, nullptr, 0, nullptr, 0, name, 1, nullptr, 0)
