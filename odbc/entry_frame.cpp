@@ -42,7 +42,7 @@ static void log_caught(cass_handle *handle, const char *what)
 }
 
 // The end of a thread is an exception without an object, at which its handler's reference points.
-[[gnu::no_sanitize("null")]] SQLRETURN entry_caught(cass_handle *handle)
+__attribute__((no_sanitize("null"))) SQLRETURN entry_caught(cass_handle *handle)
 {
     try {
         throw;
