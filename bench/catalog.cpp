@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "bench/odbc_calls.h"
-#include "core/cass_handle.h"
-#include "core/cass_internalrs.h"
-#include "core/cass_stmt.h"
+#include "core/handle/cass_handle.h"
+#include "core/local/cass_internalrs.h"
+#include "core/statement/cass_stmt.h"
 
 static constexpr char USAGE[] =
     "catalog [--rows N] | --server HOST:PORT [--tables N]\n"

@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "core/cass_err.h"
-#include "core/cass_handle.h"
-#include "core/cass_logon.h"
+#include "core/diag/cass_err.h"
+#include "core/handle/cass_handle.h"
+#include "core/session/cass_logon.h"
 #include "odbc/entry_frame.h"
 
 static void say(char *message, const char *format, const char *argument)

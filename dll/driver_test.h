@@ -2,7 +2,7 @@
 #ifndef DLL_DRIVER_TEST_H
 #define DLL_DRIVER_TEST_H
 
-#include "core/cass_settings.h"
+#include "core/session/cass_settings.h"
 
 // Room that a caller gives for the message, its terminator included.
 constexpr int DRIVER_TEST_MESSAGE_SIZE = 1100;

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "core/cass_settings.h"
+#include "core/session/cass_settings.h"
 #include "support/installer.h"
 
 static constexpr char driver_section[] = "Varnholt ODBC-Cassandra Driver";

@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "core/cass_handle.h"
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
+#include "core/handle/cass_handle.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLAllocHandle.c";

@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLALLOCHANDLE_H
 #define ODBC_SQLALLOCHANDLE_H
 
-#include "odbc/cass_handles.h"
+#include "core/record/cass_handles.h"
 
 // Makes a handle of `handle_type` under the input handle. level: the ODBC level of a new
 // connection. SQL_ERROR with HY009 or HY000 on the input handle, or without a record when memory

@@ -1,7 +1,7 @@
 // SQLBindCol: a column's place in the application's memory, kept in the ARD. Nothing of that memory
 // is touched here. A column may be bound before the statement is executed, and beyond the result's
 // columns.
-#include "core/cass_field.h"
+#include "core/describe/cass_field.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLBindCol.c";

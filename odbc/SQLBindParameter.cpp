@@ -1,7 +1,7 @@
 // SQLBindParameter: an application buffer becomes the source of a parameter, or is taken back. Only
 // the record is written here; the buffer is not looked at before execution.
-#include "core/cass_field.h"
-#include "core/cass_stmt.h"
+#include "core/describe/cass_field.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLBindParameter.c";

@@ -1,6 +1,6 @@
 // SQLCancel: the protocol has no cancel. A prepared statement says so by SQL_ERROR without a
 // record, any other succeeds; nothing stops in either case.
-#include "core/cass_pkt_exchange.h"
+#include "core/statement/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLCancel.c";

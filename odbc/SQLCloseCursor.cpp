@@ -1,5 +1,5 @@
 // SQLCloseCursor: closes the result and keeps a prepared statement. No error without a cursor.
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLCloseCursor.c";

@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "core/cass_field.h"
-#include "core/cass_text_out.h"
+#include "core/describe/cass_field.h"
+#include "core/diag/cass_text_out.h"
 
 static constexpr char log_source[] = "SQLColAttributeWide.c";
 

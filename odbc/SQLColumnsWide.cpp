@@ -3,7 +3,7 @@
 
 #include <iterator>
 
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 
 // The flags of nullability are the table's own and do not match what the columns get.
 // clang-format off

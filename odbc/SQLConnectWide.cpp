@@ -1,11 +1,11 @@
 // The road of SQLConnect from its three texts to a session.
 #include "odbc/SQLConnectWide.h"
 
-#include "core/cass_err.h"
-#include "core/cass_handle.h"
-#include "core/cass_log.h"
-#include "core/cass_logon.h"
-#include "core/cass_settings.h"
+#include "core/diag/cass_err.h"
+#include "core/handle/cass_handle.h"
+#include "core/log/cass_log.h"
+#include "core/session/cass_logon.h"
+#include "core/session/cass_settings.h"
 
 static constexpr char log_source[] = "SQLConnectWide.c";
 

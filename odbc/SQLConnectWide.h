@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLCONNECTWIDE_H
 #define ODBC_SQLCONNECTWIDE_H
 
-#include "odbc/cass_handles.h"
+#include "core/record/cass_handles.h"
 
 // An argument and its text, which is null where nothing was given or memory ran out.
 struct connect_argument {

@@ -1,8 +1,8 @@
 // SQLDescribeCol in both forms: name, type, size, digits and nullability of a result column.
 #include "odbc/SQLDescribeColWide.h"
 
-#include "core/cass_field.h"
-#include "core/cass_text_out.h"
+#include "core/describe/cass_field.h"
+#include "core/diag/cass_text_out.h"
 
 static constexpr char log_source[] = "SQLDescribeColWide.c";
 

@@ -1,5 +1,5 @@
 // SQLDescribeParam: a parameter described, by the server's metadata or by what is bound to it.
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLDescribeParam.c";

@@ -1,5 +1,5 @@
 // SQLDisconnect: ends the session by closing the socket. Statements and descriptors stay allocated.
-#include "core/cass_handle.h"
+#include "core/handle/cass_handle.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLDisconnect.c";

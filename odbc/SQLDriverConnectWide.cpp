@@ -7,12 +7,12 @@
 #include <memory>
 #include <string>
 
-#include "core/cass_err.h"
-#include "core/cass_handle.h"
-#include "core/cass_log.h"
-#include "core/cass_logon.h"
-#include "core/cass_settings.h"
-#include "core/cass_text_out.h"
+#include "core/diag/cass_err.h"
+#include "core/diag/cass_text_out.h"
+#include "core/handle/cass_handle.h"
+#include "core/log/cass_log.h"
+#include "core/session/cass_logon.h"
+#include "core/session/cass_settings.h"
 
 static constexpr char log_source[] = "SQLDriverConnectWide.c";
 

@@ -1,6 +1,6 @@
 // SQLEndTran: the server has no transactions, so that a commit or rollback only succeeds. Only a
 // connection can be given.
-#include "core/cass_pkt_exchange.h"
+#include "core/statement/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLEndTran.c";

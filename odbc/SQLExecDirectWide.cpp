@@ -1,7 +1,7 @@
 // The body of SQLExecDirect behind the conversion of its text.
 #include "odbc/SQLExecDirectWide.h"
 
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 
 SQLRETURN cass_exec_direct_text(cass_stmt *stmt, const entry_point &entry, cass_string *text)
 {

@@ -1,5 +1,5 @@
 // SQLExecute: runs the prepared statement.
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLExecute.c";

@@ -1,5 +1,5 @@
 // SQLExtendedFetch: the ODBC 2 rowset, with its own size, counter and status array.
-#include "core/cass_fetch.h"
+#include "core/statement/cass_fetch.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLExtendedFetch.c";

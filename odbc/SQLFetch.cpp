@@ -1,5 +1,5 @@
 // SQLFetch: the next rowset.
-#include "core/cass_fetch.h"
+#include "core/statement/cass_fetch.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLFetch.c";

@@ -1,5 +1,5 @@
 // SQLFetchScroll: the next rowset; other orientations are refused.
-#include "core/cass_fetch.h"
+#include "core/statement/cass_fetch.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLFetchScroll.c";

@@ -2,8 +2,8 @@
 // the handle goes, and the application may not use it any more.
 #include "odbc/SQLFreeHandle.h"
 
-#include "core/cass_handle.h"
-#include "core/cass_stmt.h"
+#include "core/handle/cass_handle.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLFreeHandle.c";

@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLFREEHANDLE_H
 #define ODBC_SQLFREEHANDLE_H
 
-#include "odbc/cass_handles.h"
+#include "core/record/cass_handles.h"
 
 // Releases a handle that carries the tag of `handle_type`, with all that it owns.
 // SQL_INVALID_HANDLE for a null handle or another tag; SQL_ERROR with HY017 for an implicit

@@ -1,7 +1,7 @@
 // SQLFreeStmt: closes a cursor, drops a statement, or takes bindings back. It takes no lock.
-#include "core/cass_field.h"
-#include "core/cass_handle.h"
-#include "core/cass_stmt.h"
+#include "core/describe/cass_field.h"
+#include "core/handle/cass_handle.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLFreeStmt.c";

@@ -4,9 +4,9 @@
 #include <cstring>
 #include <iterator>
 
-#include "core/cass_err.h"
-#include "core/cass_log.h"
-#include "core/cass_text_out.h"
+#include "core/diag/cass_err.h"
+#include "core/diag/cass_text_out.h"
+#include "core/log/cass_log.h"
 #include "odbc/cass_conn_attrs.h"
 
 static constexpr char log_source[] = "SQLGetConnectAttrWide.c";

@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLGETCONNECTATTRWIDE_H
 #define ODBC_SQLGETCONNECTATTRWIDE_H
 
-#include "odbc/cass_handles.h"
+#include "core/record/cass_handles.h"
 
 // Reads an attribute. buffer_length and the length stored are bytes; a number is 4 or 8 bytes wide
 // and stored so. Any output may be null. `name` is the entry point's, for texts.

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 
 static bool name_cursor(cass_stmt *stmt, const entry_point &entry)
 {

@@ -1,6 +1,6 @@
 // SQLGetData: one cell of the current row, in any order of columns; text and binary piece by piece.
-#include "core/cass_data.h"
-#include "core/cass_field.h"
+#include "core/cell/cass_data.h"
+#include "core/describe/cass_field.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLGetData.c";

@@ -1,7 +1,7 @@
 // SQLGetDescRec in both forms: the usual fields of a record in one call.
 #include "odbc/SQLGetDescRecWide.h"
 
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 #include "odbc/SQLGetDescFieldWide.h"
 
 static constexpr char log_source[] = "SQLGetDescRecWide.c";

@@ -6,10 +6,10 @@
 #include <cstring>
 #include <memory>
 
-#include "core/cass_conn_shared.h"
-#include "core/cass_err.h"
-#include "core/cass_handle.h"
-#include "core/cass_text_out.h"
+#include "core/diag/cass_err.h"
+#include "core/diag/cass_text_out.h"
+#include "core/handle/cass_handle.h"
+#include "core/net/cass_conn_shared.h"
 
 // States whose subclass comes from ODBC; of all others it comes from ISO 9075.
 static constexpr const char *odbc_subclass_states[] = {

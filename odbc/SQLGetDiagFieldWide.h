@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLGETDIAGFIELDWIDE_H
 #define ODBC_SQLGETDIAGFIELDWIDE_H
 
-#include "odbc/cass_handles.h"
+#include "core/record/cass_handles.h"
 
 // One field of the list's header or of record `rec_number`. buffer_length is in bytes in both
 // forms; a text's length is reported in units (ANSI) or bytes (wide). SQL_NO_DATA without the

@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "core/cass_err.h"
-#include "core/cass_text_out.h"
+#include "core/diag/cass_err.h"
+#include "core/diag/cass_text_out.h"
 
 constexpr std::int32_t STATE_UNITS = 5;
 

@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLGETDIAGRECWIDE_H
 #define ODBC_SQLGETDIAGRECWIDE_H
 
-#include "odbc/cass_handles.h"
+#include "core/record/cass_handles.h"
 
 // Record `rec_number` (from 1) of any handle; SQL_NO_DATA without one. Any output may be null.
 // Wide: `sqlstate` and `message_text` are code units and lengths count units; otherwise bytes of

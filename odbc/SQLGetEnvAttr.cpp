@@ -1,6 +1,6 @@
 // SQLGetEnvAttr: the environment's attributes, all of them 32-bit numbers. Diagnostics of earlier
 // calls stay.
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLGetEnvAttr.c";

@@ -5,10 +5,10 @@
 
 #include <memory>
 
-#include "core/cass_conn_shared.h"
-#include "core/cass_err.h"
-#include "core/cass_log.h"
-#include "core/cass_text_out.h"
+#include "core/diag/cass_err.h"
+#include "core/diag/cass_text_out.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_conn_shared.h"
 
 static constexpr char log_source[] = "SQLGetInfoWide.c";
 

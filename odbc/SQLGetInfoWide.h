@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLGETINFOWIDE_H
 #define ODBC_SQLGETINFOWIDE_H
 
-#include "odbc/cass_handles.h"
+#include "core/record/cass_handles.h"
 
 // Answers an info type into application memory, which may be null; buffer_length is in bytes in
 // both forms, the length of a text in units (ANSI, delivered as UTF-8) or in bytes (wide). A cut

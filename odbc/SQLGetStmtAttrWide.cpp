@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 
 static constexpr char log_source[] = "SQLGetStmtAttrWide.c";
 

@@ -1,5 +1,5 @@
 // SQLGetStmtOption: the ODBC 2 form of SQLGetStmtAttr.
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 #include "odbc/SQLGetStmtAttrWide.h"
 
 static constexpr char log_source[] = "SQLGetStmtOption.c";

@@ -4,7 +4,7 @@
 
 #include <iterator>
 
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 
 // clang-format off
 static constexpr cass_internal_column type_columns[] = {

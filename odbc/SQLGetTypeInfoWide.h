@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLGETTYPEINFOWIDE_H
 #define ODBC_SQLGETTYPEINFOWIDE_H
 
-#include "core/cass_clist.h"
+#include "core/catalog/cass_clist.h"
 #include "odbc/entry_frame.h"
 
 // Makes the result current on the statement. A data type that no row is for gives no rows.

@@ -1,5 +1,5 @@
 // SQLMoreResults: a statement has one result.
-#include "core/cass_pkt_exchange.h"
+#include "core/statement/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLMoreResults.c";

@@ -1,7 +1,7 @@
 // The body of SQLNativeSql behind the conversion of its text.
 #include "odbc/SQLNativeSqlWide.h"
 
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 
 SQLRETURN cass_native_sql(cass_conn *conn, const entry_point &entry, cass_string *text,
                           const native_sql_target &target)

@@ -1,5 +1,5 @@
 // SQLNumParams: the number of parameter markers that the scan of the text found.
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLNumParams.c";

@@ -1,7 +1,7 @@
 // SQLNumResultCols: the number of columns; a statement that waits for its preparation gets it now.
-#include "core/cass_field.h"
-#include "core/cass_stmt.h"
-#include "core/cass_text_out.h"
+#include "core/describe/cass_field.h"
+#include "core/diag/cass_text_out.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLNumResultCols.c";

@@ -1,8 +1,8 @@
 // SQLParamData: names the parameters whose values come at execution one by one, and runs the
 // waiting execution when none is left.
-#include "core/cass_param.h"
-#include "core/cass_stmt.h"
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
+#include "core/parameter/cass_param.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLParamData.c";

@@ -1,9 +1,9 @@
 // The body of SQLPrepare behind the conversion of its text: the PREPARE frame goes out at once.
 #include "odbc/SQLPrepareWide.h"
 
-#include "core/cass_pkt_exchange.h"
-#include "core/cass_sql.h"
-#include "core/cass_stmt.h"
+#include "core/statement/cass_pkt_exchange.h"
+#include "core/statement/cass_sql.h"
+#include "core/statement/cass_stmt.h"
 
 SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_string *text)
 {

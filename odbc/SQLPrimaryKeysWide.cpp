@@ -5,7 +5,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 
 // clang-format off
 static constexpr cass_internal_column key_columns[] = {

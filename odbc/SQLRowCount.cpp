@@ -1,5 +1,5 @@
 // SQLRowCount: the server reports no affected rows, so the count is -1 for every statement.
-#include "core/cass_text_out.h"
+#include "core/diag/cass_text_out.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLRowCount.c";

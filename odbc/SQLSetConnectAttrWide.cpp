@@ -4,9 +4,9 @@
 
 #include <cstring>
 
-#include "core/cass_handle.h"
-#include "core/cass_log.h"
-#include "core/cass_pkt_exchange.h"
+#include "core/handle/cass_handle.h"
+#include "core/log/cass_log.h"
+#include "core/statement/cass_pkt_exchange.h"
 #include "odbc/cass_conn_attrs.h"
 
 static constexpr char log_source[] = "SQLSetConnectAttrWide.c";

@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLSETCONNECTATTRWIDE_H
 #define ODBC_SQLSETCONNECTATTRWIDE_H
 
-#include "core/cass_err.h"
+#include "core/diag/cass_err.h"
 
 // How a form differs: its name in the log, its text arguments, and the states that it posts.
 struct set_attr_form {

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "core/cass_field.h"
+#include "core/describe/cass_field.h"
 
 static constexpr char log_source[] = "SQLSetDescFieldWide.c";
 

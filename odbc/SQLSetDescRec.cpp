@@ -1,6 +1,6 @@
 // SQLSetDescRec: type, sizes and buffers of a record in one call. It takes no text, so there
 // is no wide form.
-#include "core/cass_field.h"
+#include "core/describe/cass_field.h"
 #include "odbc/SQLSetDescFieldWide.h"
 
 static constexpr char log_source[] = "SQLSetDescRec.c";

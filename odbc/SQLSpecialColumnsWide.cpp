@@ -3,7 +3,7 @@
 
 #include <iterator>
 
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 
 // clang-format off
 static constexpr cass_internal_column special_columns[] = {

@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLSPECIALCOLUMNSWIDE_H
 #define ODBC_SQLSPECIALCOLUMNSWIDE_H
 
-#include "core/cass_clist.h"
+#include "core/catalog/cass_clist.h"
 #include "odbc/entry_frame.h"
 
 // Makes the result current on the statement: rows for SQL_BEST_ROWID, none for other types.

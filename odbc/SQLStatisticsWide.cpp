@@ -5,8 +5,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "core/cass_data.h"
-#include "core/cass_stmt.h"
+#include "core/cell/cass_data.h"
+#include "core/statement/cass_stmt.h"
 
 static constexpr char log_source[] = "SQLStatisticsWide.c";
 

@@ -2,7 +2,7 @@
 #ifndef ODBC_SQLSTATISTICSWIDE_H
 #define ODBC_SQLSTATISTICSWIDE_H
 
-#include "core/cass_clist.h"
+#include "core/catalog/cass_clist.h"
 #include "odbc/entry_frame.h"
 
 // Makes the result current on the statement. Diagnostics go to the statement.

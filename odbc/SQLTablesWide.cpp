@@ -6,7 +6,7 @@
 #include <initializer_list>
 #include <iterator>
 
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 
 // clang-format off
 static constexpr cass_internal_column table_columns[] = {

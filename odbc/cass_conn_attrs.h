@@ -3,7 +3,7 @@
 #ifndef ODBC_CASS_CONN_ATTRS_H
 #define ODBC_CASS_CONN_ATTRS_H
 
-#include "odbc/cass_handles.h"
+#include "core/record/cass_handles.h"
 
 enum conn_attr_set : std::uint8_t {
     SET_UNKNOWN,  // refused as unknown, with a log record

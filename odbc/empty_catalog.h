@@ -2,7 +2,7 @@
 #ifndef ODBC_EMPTY_CATALOG_H
 #define ODBC_EMPTY_CATALOG_H
 
-#include "core/cass_clist.h"
+#include "core/catalog/cass_clist.h"
 #include "odbc/entry_frame.h"
 
 struct empty_set {

@@ -11,9 +11,9 @@
 #ifndef ODBC_ENTRY_FRAME_H
 #define ODBC_ENTRY_FRAME_H
 
-#include "core/cass_err.h"
-#include "core/cass_log.h"
-#include "odbc/cass_handles.h"
+#include "core/diag/cass_err.h"
+#include "core/log/cass_log.h"
+#include "core/record/cass_handles.h"
 
 #define VHCASS_EXPORT extern "C" __attribute__((visibility("default")))
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <thread>
 
-#include "core/cass_astra.h"
+#include "core/session/cass_astra.h"
 #include "tests/unit/session_fixture.h"
 
 // Asks a peer that says all this and hangs up. "points|region|round robin port|port" when that went

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "core/cass_bundle.h"
+#include "core/session/cass_bundle.h"
 #include "odbc/SQLConnectWide.h"
 #include "tests/unit/session_fixture.h"
 

@@ -9,7 +9,7 @@
 #include <tuple>
 
 #include "cell_rig.h"
-#include "core/cass_log.h"
+#include "core/log/cass_log.h"
 #include "tests/app_value.h"
 
 // ---- Values -------------------------------------------------------------------------------------

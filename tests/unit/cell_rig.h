@@ -8,11 +8,11 @@
 #include <memory>
 #include <vector>
 
-#include "core/cass_data.h"
-#include "core/cass_fetch.h"
-#include "core/cass_field.h"
-#include "core/cass_pkt_result.h"
-#include "core/cass_text_out.h"
+#include "core/cell/cass_data.h"
+#include "core/describe/cass_field.h"
+#include "core/diag/cass_text_out.h"
+#include "core/statement/cass_fetch.h"
+#include "core/statement/cass_pkt_result.h"
 #include "tests/unit/session_fixture.h"
 
 struct cell_rig {

@@ -1,5 +1,5 @@
 // The columns of a table read back from its text.
-#include "core/cass_clist.h"
+#include "core/catalog/cass_clist.h"
 #include "stmt_fixture.h"
 
 using column_list = stmt_fixture;

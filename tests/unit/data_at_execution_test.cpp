@@ -1,5 +1,5 @@
 // Values that come at execution: calls out of sequence, and what the chunks become.
-#include "core/cass_stmt.h"
+#include "core/statement/cass_stmt.h"
 #include "tests/unit/parameter_rig.h"
 
 // A chunk with its own length, or "<-3": one without bytes whose length is told so.

@@ -3,7 +3,7 @@
 
 #include <thread>
 
-#include "core/cass_pkt_exchange.h"
+#include "core/statement/cass_pkt_exchange.h"
 #include "tests/unit/session_fixture.h"
 
 static std::string pattern(std::size_t size)

@@ -5,9 +5,9 @@
 #include <sstream>
 #include <vector>
 
-#include "core/cass_fetch.h"
-#include "core/cass_internalrs.h"
-#include "core/cass_stmt.h"
+#include "core/local/cass_internalrs.h"
+#include "core/statement/cass_fetch.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/SQLGetTypeInfoWide.h"
 #include "stmt_fixture.h"
 

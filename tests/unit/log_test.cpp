@@ -14,8 +14,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/cass_log.h"
-#include "core/cass_sql.h"
+#include "core/log/cass_log.h"
+#include "core/statement/cass_sql.h"
 #include "tests/unit/stmt_fixture.h"
 
 static constexpr char log_source[] = "caller.c";

@@ -7,8 +7,8 @@
 
 #include <vector>
 
-#include "core/cass_field.h"
-#include "core/cass_param.h"
+#include "core/describe/cass_field.h"
+#include "core/parameter/cass_param.h"
 #include "tests/app_value.h"
 #include "tests/unit/session_fixture.h"
 

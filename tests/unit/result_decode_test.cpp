@@ -3,8 +3,8 @@
 #include <random>
 #include <vector>
 
-#include "core/cass_field.h"
-#include "core/cass_pkt_result.h"
+#include "core/describe/cass_field.h"
+#include "core/statement/cass_pkt_result.h"
 #include "tests/unit/session_fixture.h"
 
 constexpr int GLOBAL = 1, MORE_PAGES = 2;

@@ -1,5 +1,5 @@
 // The pass over an application's text: what the server gets, and what is noted on the statement.
-#include "core/cass_sql.h"
+#include "core/statement/cass_sql.h"
 
 #include <chrono>
 

@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <string>
 
-#include "core/cass_err.h"
-#include "core/cass_handle.h"
-#include "core/cass_pkt.h"
+#include "core/diag/cass_err.h"
+#include "core/handle/cass_handle.h"
+#include "core/wire/cass_pkt.h"
 
 struct session {
     cass_env *env = cass_alloc_env();

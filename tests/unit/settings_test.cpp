@@ -6,7 +6,7 @@
 #include <fstream>
 #include <map>
 
-#include "core/cass_settings.h"
+#include "core/session/cass_settings.h"
 #include "dll/driver_test.h"
 #include "odbc/SQLDriverConnectWide.h"
 #include "tests/unit/stmt_fixture.h"

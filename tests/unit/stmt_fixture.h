@@ -11,9 +11,9 @@
 #include <memory>
 #include <string>
 
-#include "core/cass_err.h"
-#include "core/cass_field.h"
-#include "core/cass_handle.h"
+#include "core/describe/cass_field.h"
+#include "core/diag/cass_err.h"
+#include "core/handle/cass_handle.h"
 
 // An environment of ODBC 3, a connection that never connected and one statement.
 struct stmt_fixture : testing::Test {

@@ -1,7 +1,7 @@
 // Date and time texts: what each shape gives, and the exact text of each refusal.
 #include <vector>
 
-#include "core/cass_timeparse.h"
+#include "core/parameter/cass_timeparse.h"
 #include "tests/unit/session_fixture.h"
 
 // "category date clock zone" without parts that are nothing, or the refusal.

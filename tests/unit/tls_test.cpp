@@ -8,9 +8,9 @@
 #include <functional>
 #include <thread>
 
-#include "core/cass_conn.h"
-#include "core/cass_log.h"
-#include "core/cass_ssl.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_conn.h"
+#include "core/net/cass_ssl.h"
 #include "tests/node/certificates.h"
 #include "tests/unit/session_fixture.h"
 

@@ -9,9 +9,9 @@
 #include <chrono>
 #include <thread>
 
-#include "core/cass_conn.h"
-#include "core/cass_logon.h"
-#include "core/cass_pkt_exchange.h"
+#include "core/net/cass_conn.h"
+#include "core/session/cass_logon.h"
+#include "core/statement/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
 #include "tests/unit/session_fixture.h"
 

@@ -3,7 +3,7 @@
 #include <sstream>
 #include <vector>
 
-#include "core/cass_data.h"
+#include "core/cell/cass_data.h"
 #include "tests/unit/stmt_fixture.h"
 
 struct type_map : stmt_fixture {

@@ -1,0 +1,417 @@
+// The way from a column's stored cell to the application: which member of the family serves a C
+// type, SQL NULL, when a column counts as delivered, and the diagnostics that all members share.
+// Because rows are decoded whole, columns can be read in any order; each keeps its own progress.
+#include "core/cell/cass_data_internal.h"
+
+#include <array>
+
+#include "core/describe/cass_field.h"
+
+static constexpr char log_source[] = "cass_data.c";
+
+// Four words differ from the member's own: readers of old logs know them so.
+static constexpr cell_member char_member = {get_char, "char", "char", "char"};
+static constexpr cell_member wchar_member = {get_wchar, "wchar", "wchar", "wchar"};
+static constexpr cell_member binary_member = {get_binary, "binary", "binary", "binary"};
+static constexpr cell_member numeric_member = {get_numeric, "numeric", "numeric", "numeric"};
+static constexpr cell_member sbigint_member = {get_sbigint, "sbigint", "sbigint", "sbigint"};
+static constexpr cell_member ubigint_member = {get_ubigint, "ubigint", "sbigint", "ubigint"};
+static constexpr cell_member slong_member = {get_slong, "slong", "slong", "slong"};
+static constexpr cell_member ulong_member = {get_ulong, "ulong", "ulong", "slong"};
+static constexpr cell_member sshort_member = {get_sshort, "sshort", "sshort", "sshort"};
+static constexpr cell_member ushort_member = {get_ushort, "ushort", "ushort", "ushort"};
+static constexpr cell_member stiny_member = {get_stiny, "stiny", "stiny", "stiny"};
+static constexpr cell_member utiny_member = {get_utiny, "utiny", "stiny", "utiny"};
+static constexpr cell_member bit_member = {get_bit, "bit", "bit", "bit"};
+static constexpr cell_member double_member = {get_double, "double", "double", "double"};
+static constexpr cell_member float_member = {get_float, "float", "slong", "float"};
+static constexpr cell_member date_member = {get_date, "date", "date", "date"};
+static constexpr cell_member timep_member = {get_timep, "timep", "timep", "timep"};
+static constexpr cell_member timestamp_member = {get_timestamp, "timestamp", "timestamp",
+                                                 "timestamp"};
+static constexpr cell_member guid_member = {get_guid, "guid", "guid", "guid"};
+
+static constexpr const cell_member *member_of_type(std::int32_t target_type)
+{
+    switch (target_type) {
+    case SQL_C_CHAR:
+        return &char_member;
+    case SQL_C_WCHAR:
+        return &wchar_member;
+    case SQL_C_BINARY:
+        return &binary_member;
+    case SQL_C_NUMERIC:
+        return &numeric_member;
+    case SQL_C_SBIGINT:
+        return &sbigint_member;
+    case SQL_C_UBIGINT:
+        return &ubigint_member;
+    case SQL_C_LONG:
+    case SQL_C_SLONG:
+        return &slong_member;
+    case SQL_C_ULONG:
+        return &ulong_member;
+    case SQL_C_SHORT:
+    case SQL_C_SSHORT:
+        return &sshort_member;
+    case SQL_C_USHORT:
+        return &ushort_member;
+    case SQL_C_TINYINT:
+    case SQL_C_STINYINT:
+        return &stiny_member;
+    case SQL_C_UTINYINT:
+        return &utiny_member;
+    case SQL_C_BIT:
+        return &bit_member;
+    case SQL_C_DOUBLE:
+        return &double_member;
+    case SQL_C_FLOAT:
+        return &float_member;
+    case SQL_C_DATE:
+    case SQL_C_TYPE_DATE:
+        return &date_member;
+    case SQL_C_TIME:
+    case SQL_C_TYPE_TIME:
+        return &timep_member;
+    case SQL_C_TIMESTAMP:
+    case SQL_C_TYPE_TIMESTAMP:
+        return &timestamp_member;
+    case SQL_C_GUID:
+        return &guid_member;
+    default:
+        return nullptr;
+    }
+}
+
+// The same as a table: one load a cell.
+constexpr std::int32_t LOWEST_TYPE = SQL_C_UTINYINT;
+constexpr std::int32_t HIGHEST_TYPE = SQL_C_TYPE_TIMESTAMP;
+static constexpr auto member_table = [] {
+    std::array<const cell_member *, HIGHEST_TYPE - LOWEST_TYPE + 1> table{};
+    for (std::int32_t type = LOWEST_TYPE; type <= HIGHEST_TYPE; type++)
+        table[static_cast<std::size_t>(type - LOWEST_TYPE)] = member_of_type(type);
+    return table;
+}();
+
+// The member for a C type, or null. SQL_C_DEFAULT and SQL_ARD_TYPE are resolved before.
+static inline const cell_member *member_for(std::int32_t target_type)
+{
+    if (target_type < LOWEST_TYPE || target_type > HIGHEST_TYPE) [[unlikely]]
+        return nullptr;
+    return member_table[static_cast<std::size_t>(target_type - LOWEST_TYPE)];
+}
+
+// C type of SQL_C_DEFAULT when a cell is read. Not the table that binding uses: SQL_TINYINT is
+// signed here and unsigned there, and SQL_GUID is text here. Both are kept on purpose.
+static std::int32_t default_target(const cass_stmt *stmt, std::int32_t consise_type)
+{
+    switch (consise_type) {
+    case SQL_INTEGER:
+        return SQL_C_LONG;
+    case SQL_SMALLINT:
+        return SQL_C_SHORT;
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+        return SQL_C_DOUBLE;
+    case SQL_REAL:
+        return SQL_C_FLOAT;
+    case SQL_DATE:
+    case SQL_TYPE_DATE:
+        return SQL_C_TYPE_DATE;
+    case SQL_TIME:
+    case SQL_TYPE_TIME:
+        return SQL_C_TYPE_TIME;
+    case SQL_TIMESTAMP:
+    case SQL_TYPE_TIMESTAMP:
+        return SQL_C_TYPE_TIMESTAMP;
+    case SQL_BIGINT:
+        return conn_env(stmt_conn(stmt))->odbc_version == SQL_OV_ODBC2 ? SQL_C_CHAR : SQL_C_SBIGINT;
+    case SQL_CHAR:
+    case SQL_VARCHAR:
+    case SQL_LONGVARCHAR:
+    case SQL_NUMERIC:
+    case SQL_DECIMAL:
+    case SQL_GUID:
+        return SQL_C_CHAR;
+    case SQL_WCHAR:
+    case SQL_WVARCHAR:
+    case SQL_WLONGVARCHAR:
+        return SQL_C_WCHAR;
+    case SQL_BIT:
+        return SQL_C_BIT;
+    case SQL_TINYINT:
+        return SQL_C_STINYINT;
+    case SQL_BINARY:
+    case SQL_VARBINARY:
+    case SQL_LONGVARBINARY:
+        return SQL_C_BINARY;
+    default:
+        return consise_type;
+    }
+}
+
+// ---- Shared outcomes ---------------------------------------------------------------------------
+
+// `words` announce it in the log; null when the caller has.
+[[gnu::cold, gnu::noinline]] static void post_on_column(const cell_request &request,
+                                                        cass_state_row row, const char *words)
+{
+    if (words != nullptr)
+        CASS_LOG(&request.stmt->head, LOG_ERROR, "get_%s: %s for column %d", request.member->word,
+                 words, static_cast<int>(request.column));
+    cass_post_error_column(&request.stmt->head, row, 0, request.column, nullptr);
+}
+
+SQLRETURN cell_is_null(const cell_request &request)
+{
+    cass_store<SQLLEN>(request.indicator, SQL_NULL_DATA);
+    cass_store<SQLLEN>(request.octets, 0);
+    CASS_LOG(&request.stmt->head, LOG_DETAIL, "data is SQL_NULL");
+    if (request.indicator != nullptr) [[likely]]
+        return SQL_SUCCESS;
+    // A warning and not SQL_ERROR on purpose: the rest of a bound row still arrives.
+    post_on_column(request, STATE_22002, "NULL without an indicator");
+    return SQL_SUCCESS_WITH_INFO;
+}
+
+SQLRETURN cell_truncated(const cell_request &request)
+{
+    post_on_column(request, STATE_01004, "value truncated");
+    return SQL_SUCCESS_WITH_INFO;
+}
+
+SQLRETURN cell_fraction_lost(const cell_request &request)
+{
+    post_on_column(request, STATE_01S07, "fraction truncated");
+    request.field->data_storage.finished = 1;
+    return SQL_SUCCESS_WITH_INFO;
+}
+
+SQLRETURN cell_out_of_range(const cell_request &request, const char *words, int value)
+{
+    if (words != nullptr)
+        CASS_LOG(&request.stmt->head, LOG_ERROR, words, value);
+    post_on_column(request, STATE_22003, words == nullptr ? "value out of range" : nullptr);
+    return SQL_ERROR;
+}
+
+SQLRETURN cell_not_numeric(const cell_request &request)
+{
+    post_on_column(request, STATE_22018, "text that is no number");
+    return SQL_ERROR;
+}
+
+SQLRETURN cell_not_convertible(const cell_request &request)
+{
+    const char *words = "conversion not possible";
+    switch (request.field->data_storage.data_type) {
+    case SQL_CHAR:
+    case SQL_NUMERIC:
+    case SQL_INTEGER:
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+    case SQL_DATE:
+    case SQL_TIMESTAMP:
+    case SQL_BINARY:
+    case SQL_BIGINT:
+    case SQL_GUID:
+        break;
+    default:  // 0 before the first row, and on the bookmark record always
+        CASS_LOG(&request.stmt->head, LOG_ERROR, "invalid get_%s on type %d",
+                 request.member->invalid_word,
+                 static_cast<int>(request.field->data_storage.data_type));
+        words = nullptr;
+        break;
+    }
+    post_on_column(request, STATE_07006, words);
+    return SQL_ERROR;
+}
+
+// 07006 for a C type that no member serves; SQL_ERROR.
+[[gnu::cold, gnu::noinline]] static SQLRETURN no_such_target(const cell_request &request,
+                                                             std::int32_t target_type)
+{
+    CASS_LOG(&request.stmt->head, LOG_ERROR, "cass_get_data: invalid target type %d for column %d",
+             static_cast<int>(target_type), static_cast<int>(request.column));
+    post_on_column(request, STATE_07006, nullptr);
+    return SQL_ERROR;
+}
+
+// ---- Dispatch ----------------------------------------------------------------------------------
+
+// A decimal or varint whose digits did not fit when it was decoded has no value to convert.
+static inline bool lost_numeric(const cass_data_storage &cell)
+{
+    return cell.data_type == SQL_NUMERIC && cell.value.numeric.precision == NUMERIC_TOO_LARGE;
+}
+
+static inline SQLRETURN convert_value(const cell_request &request)
+{
+    return lost_numeric(request.field->data_storage) ? cell_out_of_range(request, nullptr, 0)
+                                                     : request.member->convert(request);
+}
+
+[[gnu::cold, gnu::noinline]] static SQLRETURN convert_logged(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    const cell_member *member = request.member;
+    CASS_LOG(&request.stmt->head, LOG_DETAIL, "getting %s from %d", member->word,
+             static_cast<int>(cell.data_type));
+    if (cell.isnull != 0)
+        return cell_is_null(request);
+    const SQLRETURN code = convert_value(request);
+    CASS_LOG(&request.stmt->head, LOG_DETAIL, "finished getting %s return=%r",
+             member->finished_word, static_cast<int>(code));
+    return code;
+}
+
+// `logged` is a constant of each road, so that the log's test is made once for a row or a call.
+[[gnu::always_inline]] static inline SQLRETURN convert(const cell_request &request, bool logged)
+{
+    if (logged)
+        return convert_logged(request);
+    if (request.field->data_storage.isnull != 0)
+        return cell_is_null(request);
+    return convert_value(request);
+}
+
+// Settles whether a column is delivered. Text and binary stay open while pieces remain. Every other
+// column closes at its first read, whatever came of it: a probe for the length of an integer uses
+// it up. Deliberately so, applications expect SQL_NO_DATA then.
+[[gnu::always_inline]] static inline SQLRETURN settle(cass_data_storage *cell, SQLLEN buffer_length,
+                                                      SQLRETURN code)
+{
+    if (code != SQL_SUCCESS_WITH_INFO) {
+        cell->finished = 1;
+        return code;
+    }
+    if (cell->data_type != SQL_CHAR && cell->data_type != SQL_BINARY)
+        cell->finished = 1;
+    return buffer_length == 0 ? SQL_SUCCESS : code;  // a probe for the length ends quietly
+}
+
+// Converts and settles.
+[[gnu::always_inline]] static inline SQLRETURN deliver(cell_request *request,
+                                                       std::int32_t target_type, bool logged)
+{
+    cass_data_storage &cell = request->field->data_storage;
+    request->member = member_for(target_type);
+    if (request->member == nullptr) [[unlikely]] {
+        cell.finished = 1;
+        return no_such_target(*request, target_type);
+    }
+    return settle(&cell, request->buffer_length, convert(*request, logged));
+}
+
+// Record of a column, 0 being the bookmark record; null for one that the IRD does not have.
+static inline cass_field *record_of(cass_stmt *stmt, std::int32_t column, cass_field *fields)
+{
+    if (column == 0) [[unlikely]]
+        return &stmt->ird->bookmark_field;
+    if (column > stmt->ird->field_count) [[unlikely]]
+        return nullptr;
+    return fields + (column - 1);
+}
+
+// SQL_ARD_TYPE: the type of the column's ARD record. Reads the column in front of the one named,
+// for column 1 the bookmark record; deliberate, and kept for the applications that count on it. The
+// column named is settled too, by what came of the other.
+[[gnu::noinline]] static SQLRETURN deliver_by_ard(cell_request *request, cass_field *fields,
+                                                  const cass_field *afields)
+{
+    if (request->column == 0)
+        return no_such_target(*request, SQL_ARD_TYPE);
+    if (afields == nullptr || request->column > request->stmt->ard->field_count)
+        return SQL_NO_DATA;
+
+    const std::int32_t target_type = afields[request->column - 1].consise_type;
+    cass_data_storage *named = &request->field->data_storage;
+    request->column -= 1;
+    request->field = record_of(request->stmt, request->column, fields);
+    SQLRETURN code = SQL_NO_DATA;
+    if (request->column == 0 || request->field->data_storage.finished == 0)
+        code = deliver(request, target_type, cass_log_is_on(&request->stmt->head));
+    return settle(named, request->buffer_length, code);
+}
+
+[[gnu::always_inline]] static inline SQLRETURN get_cell(cell_request *request,
+                                                        std::int32_t target_type,
+                                                        cass_field *fields, cass_field *afields,
+                                                        bool logged)
+{
+    if (request->field->data_storage.finished != 0 && request->column != 0)
+        return SQL_NO_DATA;
+    if (target_type == SQL_ARD_TYPE) [[unlikely]]
+        return deliver_by_ard(request, fields, afields);
+    if (target_type == SQL_C_DEFAULT) [[unlikely]]
+        target_type = default_target(request->stmt, request->field->consise_type);
+    return deliver(request, target_type, logged);
+}
+
+SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
+                   cass_field *afields)
+{
+    return get_cell(request, target_type, fields, afields, false);
+}
+
+// What the application asks for, as a request. Null field: there is no such column.
+static inline cell_request request_for(cass_stmt *stmt, SQLUSMALLINT column_number,
+                                       void *target_value, SQLLEN buffer_length,
+                                       void *strlen_or_ind, void *oct_ptr, cass_field *fields)
+{
+    return {
+        .stmt = stmt,
+        .field = record_of(stmt, column_number, fields),
+        .member = nullptr,
+        .target = target_value,
+        .buffer_length = buffer_length,
+        .indicator = strlen_or_ind,
+        .octets = oct_ptr == strlen_or_ind ? nullptr : oct_ptr,
+        .column = column_number,
+    };
+}
+
+static SQLRETURN no_such_column(cass_stmt *stmt, SQLUSMALLINT column_number)
+{
+    CASS_LOG(&stmt->head, LOG_ERROR, "cass_get_data: no column %d",
+             static_cast<int>(column_number));
+    cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
+    return SQL_ERROR;
+}
+
+[[gnu::cold, gnu::noinline]] static SQLRETURN
+get_data_logged(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_t target_type,
+                void *target_value, SQLLEN buffer_length, void *strlen_or_ind, void *oct_ptr,
+                cass_field *fields, cass_field *afields)
+{
+    cell_request request = request_for(stmt, column_number, target_value, buffer_length,
+                                       strlen_or_ind, oct_ptr, fields);
+    const auto address = [](const void *pointer) { return const_cast<void *>(pointer); };
+    CASS_LOG(&stmt->head, LOG_DETAIL,
+             "cass_get_data stmt=%p, column_number=%d, target_type=%d, target_value=%p. "
+             "buffer_length=%d, strlen_or_ind=%p, oct_ptr=%p, fields=%p, afields=%p",
+             address(stmt), static_cast<int>(column_number), static_cast<int>(target_type),
+             target_value, static_cast<int>(buffer_length), strlen_or_ind, oct_ptr, address(fields),
+             address(afields));
+    if (column_number != 0)
+        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_get_data column_number %d of %d",
+                 static_cast<int>(column_number),
+                 static_cast<int>(cass_stmt_column_count(stmt->ird)));
+    if (request.field == nullptr)
+        return no_such_column(stmt, column_number);
+    return get_cell(&request, target_type, fields, afields, true);
+}
+
+SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_t target_type,
+                        void *target_value, SQLLEN buffer_length, void *strlen_or_ind,
+                        void *oct_ptr, cass_field *fields, cass_field *afields)
+{
+    if (cass_log_is_on(&stmt->head)) [[unlikely]]
+        return get_data_logged(stmt, column_number, target_type, target_value, buffer_length,
+                               strlen_or_ind, oct_ptr, fields, afields);
+    cell_request request = request_for(stmt, column_number, target_value, buffer_length,
+                                       strlen_or_ind, oct_ptr, fields);
+    if (request.field == nullptr) [[unlikely]]
+        return no_such_column(stmt, column_number);
+    return get_cell(&request, target_type, fields, afields, false);
+}

@@ -1,0 +1,111 @@
+// Cells as raw bytes, uuids and SQL_NUMERIC_STRUCT.
+#include "core/cell/cass_data_internal.h"
+#include "support/numeric.h"
+
+// Text and binary cells, piece by piece. An exact fit counts as cut, on purpose: the read after it
+// gives 0 bytes with SQL_SUCCESS, which is what tells a reader of pieces that it has them all.
+static SQLRETURN binary_from_bytes(const cell_request &request)
+{
+    cass_data_storage &cell = request.field->data_storage;
+    const std::int32_t left = cell.alloc_length - cell.offset;
+    cell_store_length(request, left);
+    if (cell_without_buffer(request))
+        return cell_probed(request, left);
+
+    const bool whole = left < request.buffer_length;
+    const std::int32_t taken = whole ? left : static_cast<std::int32_t>(request.buffer_length);
+    if (taken > 0)
+        std::memcpy(request.target, cell.value.bytes + cell.offset,
+                    static_cast<std::size_t>(taken));
+    cell.offset += taken;
+    return whole ? SQL_SUCCESS : cell_truncated(request);
+}
+
+// Bytes of a fixed-width value as it is stored, or 0 for a storage type that no decoder makes.
+static SQLLEN stored_size(std::int32_t data_type)
+{
+    switch (data_type) {
+    case SQL_NUMERIC:
+        return sizeof(SQL_NUMERIC_STRUCT);
+    case SQL_INTEGER:
+    case SQL_FLOAT:
+        return 4;
+    case SQL_BIGINT:
+    case SQL_DOUBLE:
+        return 8;
+    case SQL_TIMESTAMP:
+        return sizeof(SQL_TIMESTAMP_STRUCT);
+    case SQL_GUID:
+        return sizeof(SQLGUID);
+    case SQL_DATE:
+        return sizeof(SQL_DATE_STRUCT);
+    default:
+        return 0;
+    }
+}
+
+SQLRETURN get_binary(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type == SQL_CHAR || cell.data_type == SQL_BINARY)
+        return binary_from_bytes(request);
+
+    const SQLLEN size = stored_size(cell.data_type);
+    if (size == 0)
+        return cell_not_convertible(request);
+    cell_store_length(request, size);
+    if (request.buffer_length == 0)
+        return cell_truncated(request);
+    if (cell_without_buffer(request))
+        return SQL_SUCCESS;
+    const bool whole = size <= request.buffer_length;
+    std::memcpy(request.target, &cell.value,
+                static_cast<std::size_t>(whole ? size : request.buffer_length));
+    return whole ? SQL_SUCCESS : cell_truncated(request);
+}
+
+SQLRETURN get_guid(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type != SQL_GUID)
+        return cell_not_convertible(request);
+    cell_store_value(request, &cell.value.guid, sizeof cell.value.guid);
+    return SQL_SUCCESS;
+}
+
+// Everything but a decimal goes through its text; the application's own precision and scale are not
+// asked for.
+SQLRETURN get_numeric(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type == SQL_NUMERIC) {
+        cell_store_value(request, &cell.value.numeric, sizeof cell.value.numeric);
+        return SQL_SUCCESS;
+    }
+
+    cell_number number;
+    int precision = 19;
+    switch (cell.data_type) {
+    case SQL_CHAR:
+        if (!cell_scan_number(cell, &number))
+            return cell_not_numeric(request);
+        precision = number.digits;
+        break;
+    case SQL_INTEGER:
+        precision = 12;
+        [[fallthrough]];
+    case SQL_BIGINT:
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+        number.text[cell_format(request, number.text)] = 0;  // 32 characters at most
+        break;
+    default:
+        return cell_not_convertible(request);
+    }
+
+    SQL_NUMERIC_STRUCT numeric;
+    if (cass_numeric_from_text(number.text, &numeric, precision, 0) != 0)
+        return cell_out_of_range(request, nullptr, 0);  // an exponent too: it is not understood
+    cell_store_value(request, &numeric, sizeof numeric);
+    return SQL_SUCCESS;
+}

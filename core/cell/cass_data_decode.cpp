@@ -1,0 +1,502 @@
+// From the wire to a column's storage: one decoder for each storage form of the CQL types (native
+// protocol v4, section 6). A cell is a signed 32-bit length and that many bytes; a negative length
+// is SQL NULL. Decoders take exactly the announced length, never leave the frame, and allocate only
+// when a text or binary cell is longer than any before it in its column.
+#include <charconv>
+#include <cstdlib>
+
+#include "core/cell/cass_data.h"
+#include "core/diag/cass_err.h"
+#include "core/log/cass_log.h"
+#include "core/statement/cass_pkt_result.h"
+#include "support/jdn_l.h"
+#include "support/numtext.h"
+
+static constexpr char log_source[] = "cass_data.c";
+
+constexpr std::int32_t CELL_PREFIX = 4;         // bytes of a cell's length
+constexpr std::int64_t EPOCH_JDN = 2440588;     // 1 January 1970
+constexpr std::int64_t DATE_BIAS = 2147483648;  // the wire's day number of 1 January 1970
+constexpr std::int32_t NUMERIC_PRECISION = 38;
+
+int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
+{
+    storage->alloc_length = 0;
+    storage->value.bytes = nullptr;
+    if (length <= 0)
+        return 0;
+    if (static_cast<std::uint32_t>(length) > storage->capacity) {
+        // A quarter in reserve, so that slowly growing cells do not ask for a block each.
+        const std::uint32_t room =
+            static_cast<std::uint32_t>(length) + static_cast<std::uint32_t>(length) / 4 + 16;
+        auto *buffer = static_cast<unsigned char *>(std::malloc(room));
+        if (buffer == nullptr)
+            return -1;
+        std::free(storage->buffer);
+        storage->buffer = buffer;
+        storage->capacity = room;
+    }
+    storage->alloc_length = length;
+    storage->value.bytes = storage->buffer;
+    return 0;
+}
+
+// ---- Cells that cannot be taken ----------------------------------------------------------------
+
+// Nothing behind a broken cell can be trusted: the page and the pages after it are given up, so
+// that the next fetch ends.
+[[gnu::cold, gnu::noinline]] static SQLRETURN give_up_rows(cass_stmt *stmt)
+{
+    stmt->current_row_offset = stmt->current_row_count;
+    std::free(stmt->paging_state);
+    stmt->paging_state = nullptr;
+    stmt->paging_state_len = 0;
+    return SQL_ERROR;
+}
+
+[[gnu::cold, gnu::noinline]] static SQLRETURN cell_broken(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: unexpected end of packet");
+    cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected end of packet");
+    return give_up_rows(stmt);
+}
+
+[[gnu::cold, gnu::noinline]] static SQLRETURN cell_no_memory(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: failed to allocate memory");
+    cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+    return give_up_rows(stmt);
+}
+
+// ---- Taking a cell -----------------------------------------------------------------------------
+
+SQLRETURN cass_take_cell_length(cass_stmt *stmt, cass_packet *packet)
+{
+    if (pkt_remaining(packet) < CELL_PREFIX)
+        return cell_broken(stmt);
+    packet->read_pos += CELL_PREFIX;
+    return SQL_SUCCESS;
+}
+
+// A cell of a new row: not null, nothing of it delivered.
+static inline void begin_cell(cass_data_storage *cell, std::int32_t data_type)
+{
+    cell->data_type = data_type;
+    cell->isnull = 0;
+    cell->alloc_length = 0;
+    cell->offset = 0;
+    cell->finished = 0;
+}
+
+// The bytes of a cell that is exactly `width` long, consumed; null for every other cell.
+static inline const unsigned char *take_fixed(cass_packet *packet, std::int32_t width)
+{
+    const unsigned char *cell = packet->body + packet->read_pos;
+    if (pkt_remaining(packet) < CELL_PREFIX + width ||
+        load_be32(cell) != static_cast<std::uint32_t>(width)) [[unlikely]]
+        return nullptr;
+    packet->read_pos += CELL_PREFIX + width;
+    return cell + CELL_PREFIX;
+}
+
+// A cell that take_fixed refused. A length of 0 is how some clients write "empty" into a type that
+// has no empty value: it is delivered as SQL NULL.
+[[gnu::noinline]] static SQLRETURN take_null(cass_stmt *stmt, cass_packet *packet,
+                                             cass_data_storage *cell, std::int32_t data_type)
+{
+    if (pkt_remaining(packet) < CELL_PREFIX)
+        return cell_broken(stmt);
+    const auto length = static_cast<std::int32_t>(load_be32(packet->body + packet->read_pos));
+    if (length > 0)
+        return cell_broken(stmt);
+    packet->read_pos += CELL_PREFIX;
+    begin_cell(cell, data_type);
+    cell->isnull = 1;
+    return SQL_SUCCESS;
+}
+
+// The bytes of a cell of any length of at least `least`, consumed; null for every other cell.
+static inline const unsigned char *take_variable(cass_packet *packet, std::int32_t least,
+                                                 std::int32_t *length)
+{
+    const std::int32_t remaining = pkt_remaining(packet);
+    if (remaining < CELL_PREFIX) [[unlikely]]
+        return nullptr;
+    const unsigned char *cell = packet->body + packet->read_pos;
+    *length = static_cast<std::int32_t>(load_be32(cell));
+    if (*length < least || *length > remaining - CELL_PREFIX) [[unlikely]]
+        return nullptr;
+    packet->read_pos += CELL_PREFIX + *length;
+    return cell + CELL_PREFIX;
+}
+
+// A cell that take_variable refused when its least length was 0: NULL, or broken.
+[[gnu::noinline]] static SQLRETURN take_null_variable(cass_stmt *stmt, cass_packet *packet,
+                                                      cass_data_storage *cell,
+                                                      std::int32_t data_type)
+{
+    cell->alloc_length = 0;
+    cell->value.bytes = nullptr;
+    return take_null(stmt, packet, cell, data_type);
+}
+
+// ---- Text and binary ---------------------------------------------------------------------------
+
+static inline SQLRETURN decode_bytes(cass_stmt *stmt, cass_packet *packet, cass_field *field,
+                                     std::int32_t data_type)
+{
+    cass_data_storage *cell = &field->data_storage;
+    std::int32_t length = 0;
+    const unsigned char *bytes = take_variable(packet, 0, &length);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null_variable(stmt, packet, cell, data_type);
+
+    begin_cell(cell, data_type);
+    if (length == 0 || static_cast<std::uint32_t>(length) > cell->capacity) [[unlikely]] {
+        if (cass_storage_reserve(cell, length) != 0)
+            return cell_no_memory(stmt);
+        if (length == 0)
+            return SQL_SUCCESS;
+    }
+    cell->alloc_length = length;
+    cell->value.bytes = cell->buffer;
+    std::memcpy(cell->buffer, bytes, static_cast<std::size_t>(length));
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN decode_text(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    return decode_bytes(stmt, packet, field, SQL_CHAR);
+}
+
+static SQLRETURN decode_binary(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    return decode_bytes(stmt, packet, field, SQL_BINARY);
+}
+
+// An address of 4 bytes in decimal, one of 16 in eight hexadecimal groups, with no run of zeros
+// left out. Characters, 39 at most.
+static int format_inet(char *out, const unsigned char *bytes, std::int32_t length)
+{
+    char *end = out;
+    for (int i = 0; i < 4 && length == 4; i++) {
+        if (i > 0)
+            *end++ = '.';
+        end += text_from_uint64(end, bytes[i]);
+    }
+    for (int i = 0; i < 8 && length == 16; i++) {
+        if (i > 0)
+            *end++ = ':';
+        end = std::to_chars(end, end + 4, load_be16(bytes + 2 * i), 16).ptr;
+    }
+    return static_cast<int>(end - out);
+}
+
+// Addresses are stored as text.
+static SQLRETURN decode_inet(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    std::int32_t length = 0;
+    const unsigned char *bytes = take_variable(packet, 0, &length);
+    if (bytes == nullptr)
+        return take_null_variable(stmt, packet, cell, SQL_CHAR);
+
+    begin_cell(cell, SQL_CHAR);
+    if (length != 0 && length != 4 && length != 16) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: unexpected inet type length %d",
+                 static_cast<int>(length));
+        cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected inet type length %d",
+                        static_cast<int>(length));
+        return SQL_ERROR;
+    }
+    char text[40];
+    const int characters = format_inet(text, bytes, length);
+    if (cass_storage_reserve(cell, characters) != 0)
+        return cell_no_memory(stmt);
+    if (characters > 0)
+        std::memcpy(cell->value.bytes, text, static_cast<std::size_t>(characters));
+    return SQL_SUCCESS;
+}
+
+// ---- Whole and floating numbers ----------------------------------------------------------------
+
+static inline SQLRETURN decode_integer(cass_stmt *stmt, cass_packet *packet, cass_field *field,
+                                       std::int32_t width)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, width);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_INTEGER);
+    begin_cell(cell, SQL_INTEGER);
+    if (width == 1)
+        cell->value.integer = static_cast<std::int8_t>(bytes[0]);
+    else if (width == 2)
+        cell->value.integer = static_cast<std::int16_t>(load_be16(bytes));
+    else
+        cell->value.integer = static_cast<std::int32_t>(load_be32(bytes));
+    return SQL_SUCCESS;
+}
+
+// tinyint, and boolean: the byte itself, not made 1.
+static SQLRETURN decode_one_byte(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    return decode_integer(stmt, packet, field, 1);
+}
+
+static SQLRETURN decode_smallint(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    return decode_integer(stmt, packet, field, 2);
+}
+
+static SQLRETURN decode_int(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    return decode_integer(stmt, packet, field, 4);
+}
+
+static SQLRETURN decode_bigint(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, 8);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_BIGINT);
+    begin_cell(cell, SQL_BIGINT);
+    cell->value.bigint = static_cast<std::int64_t>(load_be64(bytes));
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN decode_double(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, 8);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_DOUBLE);
+    begin_cell(cell, SQL_DOUBLE);
+    const std::uint64_t bits = load_be64(bytes);
+    std::memcpy(&cell->value.dbl, &bits, sizeof bits);
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN decode_float(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, 4);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_FLOAT);
+    begin_cell(cell, SQL_FLOAT);
+    const std::uint32_t bits = load_be32(bytes);
+    std::memcpy(&cell->value.real, &bits, sizeof bits);
+    return SQL_SUCCESS;
+}
+
+// ---- decimal and varint ------------------------------------------------------------------------
+
+// A big-endian two's complement number of any length into sign and 128-bit magnitude. One that
+// needs more is marked by NUMERIC_TOO_LARGE.
+static void numeric_from_unscaled(SQL_NUMERIC_STRUCT *numeric, const unsigned char *bytes,
+                                  std::int32_t count)
+{
+    const bool negative = count > 0 && (bytes[0] & 0x80) != 0;
+    const unsigned char filler = negative ? 0xFF : 0;
+    // A zero byte in front costs a digit of precision; nothing else ever adjusts it.
+    numeric->precision = count > 0 && bytes[0] == 0 ? NUMERIC_PRECISION - 1 : NUMERIC_PRECISION;
+    numeric->sign = negative ? 0 : 1;
+
+    while (count > SQL_MAX_NUMERIC_LEN && *bytes == filler) {
+        bytes++;
+        count--;
+    }
+    std::uint64_t low = negative ? ~static_cast<std::uint64_t>(0) : 0;
+    std::uint64_t high = low;
+    const bool too_long = count > SQL_MAX_NUMERIC_LEN;
+    for (std::int32_t i = 0; i < count && !too_long; i++) {
+        high = high << 8 | low >> 56;
+        low = low << 8 | bytes[i];
+    }
+    // Minus 2^128 keeps no bit here.
+    if (too_long || (negative && (high | low) == 0)) [[unlikely]]
+        numeric->precision = NUMERIC_TOO_LARGE;
+    if (negative) {
+        low = 0 - low;
+        high = ~high + (low == 0 ? 1 : 0);
+    }
+    std::memcpy(numeric->val, &low, sizeof low);
+    std::memcpy(numeric->val + 8, &high, sizeof high);
+}
+
+// The value of the row before stays behind a NULL, and can be read when the rows have ended. In
+// place of none, or of one that cannot be read, it is zero.
+[[gnu::noinline]] static SQLRETURN take_null_numeric(cass_stmt *stmt, cass_packet *packet,
+                                                     cass_data_storage *cell)
+{
+    const SQLRETURN code = take_null(stmt, packet, cell, SQL_NUMERIC);
+    SQL_NUMERIC_STRUCT *numeric = &cell->value.numeric;
+    if (code == SQL_SUCCESS && (numeric->precision == 0 || numeric->precision == NUMERIC_TOO_LARGE))
+        *numeric = {.precision = NUMERIC_PRECISION, .scale = 0, .sign = 1, .val = {}};
+    return code;
+}
+
+static SQLRETURN decode_decimal(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    std::int32_t length = 0;
+    const unsigned char *bytes = take_variable(packet, 4, &length);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null_numeric(stmt, packet, cell);
+    begin_cell(cell, SQL_NUMERIC);
+    numeric_from_unscaled(&cell->value.numeric, bytes + 4, length - 4);
+    cell->value.numeric.scale = static_cast<SQLSCHAR>(bytes[3]);  // the low byte alone
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN decode_varint(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    std::int32_t length = 0;
+    const unsigned char *bytes = take_variable(packet, 1, &length);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null_numeric(stmt, packet, cell);
+    begin_cell(cell, SQL_NUMERIC);
+    numeric_from_unscaled(&cell->value.numeric, bytes, length);
+    cell->value.numeric.scale = 0;
+    return SQL_SUCCESS;
+}
+
+// ---- Dates, times, uuids -----------------------------------------------------------------------
+
+// Days since 1 January 1970 as a Gregorian date, cut to the fields of the struct.
+static inline SQL_DATE_STRUCT date_from_days(std::int64_t days)
+{
+    std::int64_t year, month, day;
+    cass_jdn_to_date(days + EPOCH_JDN, &year, &month, &day, 0);
+    return {
+        .year = static_cast<SQLSMALLINT>(year),
+        .month = static_cast<SQLUSMALLINT>(month),
+        .day = static_cast<SQLUSMALLINT>(day),
+    };
+}
+
+// Milliseconds since 1970. Divisions truncate, so the parts of a time before 1970 come out negative
+// and are not carried into the day before: on purpose, readers of such values undo it themselves.
+static SQLRETURN decode_timestamp(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, 8);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_TIMESTAMP);
+    begin_cell(cell, SQL_TIMESTAMP);
+
+    const auto milliseconds = static_cast<std::int64_t>(load_be64(bytes));
+    const std::int64_t seconds = milliseconds / 1000;
+    const std::int64_t minutes = seconds / 60;
+    const std::int64_t hours = minutes / 60;
+    const SQL_DATE_STRUCT date = date_from_days(hours / 24);
+    cell->value.timestamp = {
+        .year = date.year,
+        .month = date.month,
+        .day = date.day,
+        .hour = static_cast<SQLUSMALLINT>(hours % 24),
+        .minute = static_cast<SQLUSMALLINT>(minutes % 60),
+        .second = static_cast<SQLUSMALLINT>(seconds % 60),
+        .fraction = static_cast<SQLUINTEGER>(milliseconds % 1000 * 1000000),
+    };
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN decode_date(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, 4);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_DATE);
+    begin_cell(cell, SQL_DATE);
+    cell->value.date = date_from_days(static_cast<std::int64_t>(load_be32(bytes)) - DATE_BIAS);
+    return SQL_SUCCESS;
+}
+
+// Nanoseconds since midnight: a timestamp with an empty date, which is what ODBC sees of the type.
+static SQLRETURN decode_time(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, 8);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_TIMESTAMP);
+    begin_cell(cell, SQL_TIMESTAMP);
+
+    const auto nanoseconds = static_cast<std::int64_t>(load_be64(bytes));
+    const std::int64_t seconds = nanoseconds / 1000000000;
+    const std::int64_t minutes = seconds / 60;
+    cell->value.timestamp = {
+        .year = 0,
+        .month = 0,
+        .day = 0,
+        .hour = static_cast<SQLUSMALLINT>(minutes / 60 % 24),
+        .minute = static_cast<SQLUSMALLINT>(minutes % 60),
+        .second = static_cast<SQLUSMALLINT>(seconds % 60),
+        .fraction = static_cast<SQLUINTEGER>(nanoseconds % 1000000000),
+    };
+    return SQL_SUCCESS;
+}
+
+static SQLRETURN decode_uuid(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, 16);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_GUID);
+    begin_cell(cell, SQL_GUID);
+    cell->value.guid.Data1 = load_be32(bytes);
+    cell->value.guid.Data2 = load_be16(bytes + 4);
+    cell->value.guid.Data3 = load_be16(bytes + 6);
+    std::memcpy(cell->value.guid.Data4, bytes + 8, 8);
+    return SQL_SUCCESS;
+}
+
+// ---- The table ---------------------------------------------------------------------------------
+
+cass_cell_decoder cass_cell_decoder_for(std::int32_t option_id)
+{
+    switch (option_id) {
+    case CQL_ASCII:
+    case CQL_VARCHAR:
+        return decode_text;
+    case CQL_BIGINT:
+    case CQL_COUNTER:
+        return decode_bigint;
+    case CQL_BOOLEAN:
+    case CQL_TINYINT:
+        return decode_one_byte;
+    case CQL_DECIMAL:
+        return decode_decimal;
+    case CQL_DOUBLE:
+        return decode_double;
+    case CQL_FLOAT:
+        return decode_float;
+    case CQL_INT:
+        return decode_int;
+    case CQL_TIMESTAMP:
+        return decode_timestamp;
+    case CQL_UUID:
+    case CQL_TIMEUUID:
+        return decode_uuid;
+    case CQL_VARINT:
+        return decode_varint;
+    case CQL_INET:
+        return decode_inet;
+    case CQL_DATE:
+        return decode_date;
+    case CQL_TIME:
+        return decode_time;
+    case CQL_SMALLINT:
+        return decode_smallint;
+    case CQL_CUSTOM:
+    case CQL_BLOB:
+    case CQL_LIST:  // collections, user types and tuples are delivered in their serialised form
+    case CQL_MAP:
+    case CQL_SET:
+    case CQL_UDT:
+    case CQL_TUPLE:
+        return decode_binary;
+    default:
+        return nullptr;
+    }
+}

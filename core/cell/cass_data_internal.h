@@ -1,0 +1,133 @@
+// Cell conversion, inside: the request that every member of the family takes, the members by their
+// target, and the outcomes that they share. When a member runs, the dispatch in cass_data.cpp has
+// already tested for SQL NULL and for a numeric too large to hold.
+#ifndef CORE_CELL_CASS_DATA_INTERNAL_H
+#define CORE_CELL_CASS_DATA_INTERNAL_H
+
+#include "core/cell/cass_data.h"
+#include "core/diag/cass_err.h"
+#include "core/diag/cass_text_out.h"
+#include "core/log/cass_log.h"
+#include "support/numtext.h"
+
+struct cell_request;
+
+// A target of the family, by the words of its log records.
+struct cell_member {
+    SQLRETURN (*convert)(const cell_request &request);
+    const char *word;           // "getting %s from %d"
+    const char *finished_word;  // "finished getting %s return=%r"
+    const char *invalid_word;   // "invalid get_%s on type %d"
+};
+
+// One cell on its way to one C type. Target and length pointers are application memory: they may be
+// null or unaligned.
+struct cell_request {
+    cass_stmt *stmt;
+    cass_field *field;
+    const cell_member *member;
+    void *target;          // null: only the length is wanted
+    SQLLEN buffer_length;  // bytes at target; only text and binary targets look at it
+    void *indicator;       // SQLLEN
+    void *octets;          // SQLLEN
+    std::int32_t column;   // for the diagnostics
+};
+
+// Converts the request's cell and settles whether its column is delivered: cass_get_data behind its
+// log records and the look-up of the record. The member is found here. Logs nothing but failures:
+// the road of bound columns while the log is off.
+SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
+                   cass_field *afields);
+
+// ---- The members: an ODBC code, with the diagnostics posted ------------------------------------
+
+SQLRETURN get_char(const cell_request &request);
+SQLRETURN get_wchar(const cell_request &request);
+SQLRETURN get_binary(const cell_request &request);
+SQLRETURN get_numeric(const cell_request &request);
+SQLRETURN get_sbigint(const cell_request &request);
+SQLRETURN get_ubigint(const cell_request &request);
+SQLRETURN get_slong(const cell_request &request);
+SQLRETURN get_ulong(const cell_request &request);
+SQLRETURN get_sshort(const cell_request &request);
+SQLRETURN get_ushort(const cell_request &request);
+SQLRETURN get_stiny(const cell_request &request);
+SQLRETURN get_utiny(const cell_request &request);
+SQLRETURN get_bit(const cell_request &request);
+SQLRETURN get_double(const cell_request &request);
+SQLRETURN get_float(const cell_request &request);
+SQLRETURN get_date(const cell_request &request);
+SQLRETURN get_timep(const cell_request &request);
+SQLRETURN get_timestamp(const cell_request &request);
+SQLRETURN get_guid(const cell_request &request);
+
+// ---- Lengths and values out --------------------------------------------------------------------
+
+// The length goes through both pointers.
+inline void cell_store_length(const cell_request &request, SQLLEN length)
+{
+    cass_store(request.indicator, length);
+    cass_store(request.octets, length);
+}
+
+// A value of fixed size and its length.
+inline void cell_store_value(const cell_request &request, const void *value, std::size_t size)
+{
+    cell_store_length(request, static_cast<SQLLEN>(size));
+    if (request.target != nullptr)
+        std::memcpy(request.target, value, size);
+}
+
+// A text or binary read without a buffer. With a length of exactly 0 it asks how much there is, and
+// is told by SQL_SUCCESS_WITH_INFO that something is left.
+inline bool cell_without_buffer(const cell_request &request)
+{
+    return request.target == nullptr || request.buffer_length < 1;
+}
+
+inline SQLRETURN cell_probed(const cell_request &request, std::int32_t bytes_left)
+{
+    return request.buffer_length == 0 && bytes_left > 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+}
+
+// ---- Shared outcomes, out of line: none of them is on the hot road -----------------------------
+
+// SQL NULL: SQL_NULL_DATA through the indicator and 0 through the octet length; SQL_SUCCESS.
+// Without an indicator 22002 and SQL_SUCCESS_WITH_INFO.
+SQLRETURN cell_is_null(const cell_request &request);
+// 01004, SQL_SUCCESS_WITH_INFO.
+[[gnu::cold]] SQLRETURN cell_truncated(const cell_request &request);
+// 01S07, SQL_SUCCESS_WITH_INFO; the column is closed.
+[[gnu::cold]] SQLRETURN cell_fraction_lost(const cell_request &request);
+// 22003, SQL_ERROR, announced in the log by `words` (null: the driver's own), which may take the
+// value.
+[[gnu::cold]] SQLRETURN cell_out_of_range(const cell_request &request, const char *words,
+                                          int value);
+// 22018, SQL_ERROR.
+[[gnu::cold]] SQLRETURN cell_not_numeric(const cell_request &request);
+// 07006, SQL_ERROR; a storage type that no decoder makes has its own words in the log.
+[[gnu::cold]] SQLRETURN cell_not_convertible(const cell_request &request);
+
+// ---- Text of a cell ----------------------------------------------------------------------------
+
+// Room for any formatted cell.
+constexpr int CELL_TEXT_ROOM = 256;
+
+// Text of a fixed-width cell other than a timestamp, without a terminator: characters, or -1 for a
+// storage type that has none. Decimals are padded with zeros to their scale.
+int cell_format(const cell_request &request, char *out);
+// "YYYY-MM-DD HH:MM:SS", with `digits` (1 to 9) a point and `fraction` behind it. Characters.
+int cell_format_timestamp(char *out, const SQL_TIMESTAMP_STRUCT &timestamp, std::uint32_t fraction,
+                          int digits);
+
+// What a scan of a text cell for a number found.
+struct cell_number {
+    char text[128];  // the number's characters, leading white space included; terminated
+    int digits;      // digits counted
+    bool fraction;   // some of them behind the point
+};
+
+// Scans a text cell. False when it is no plain decimal number.
+bool cell_scan_number(const cass_data_storage &cell, cell_number *number);
+
+#endif

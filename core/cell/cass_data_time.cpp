@@ -1,0 +1,94 @@
+// Cells as dates, times and timestamps.
+#include "core/cell/cass_data_internal.h"
+#include "support/ascii.h"
+
+SQLRETURN get_timestamp(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    SQL_TIMESTAMP_STRUCT timestamp = {};
+    if (cell.data_type == SQL_TIMESTAMP) {
+        timestamp = cell.value.timestamp;
+    } else if (cell.data_type == SQL_DATE) {
+        timestamp.year = cell.value.date.year;
+        timestamp.month = cell.value.date.month;
+        timestamp.day = cell.value.date.day;
+    } else {
+        return cell_not_convertible(request);
+    }
+    cell_store_value(request, &timestamp, sizeof timestamp);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN get_date(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type == SQL_DATE) {
+        cell_store_value(request, &cell.value.date, sizeof cell.value.date);
+        return SQL_SUCCESS;
+    }
+    if (cell.data_type != SQL_TIMESTAMP)
+        return cell_not_convertible(request);
+
+    const SQL_TIMESTAMP_STRUCT &timestamp = cell.value.timestamp;
+    const SQL_DATE_STRUCT date = {
+        .year = timestamp.year, .month = timestamp.month, .day = timestamp.day};
+    cell_store_value(request, &date, sizeof date);
+    const bool timeless = timestamp.hour == 0 && timestamp.minute == 0 && timestamp.second == 0 &&
+                          timestamp.fraction == 0;
+    return timeless ? SQL_SUCCESS : cell_fraction_lost(request);
+}
+
+// ---- Times -------------------------------------------------------------------------------------
+
+// Number at *at, which moves behind it: blanks, a sign, digits; 0 without digits. Cut to the field.
+static SQLUSMALLINT read_number(const char *text, int *at)
+{
+    while (ascii_is_space(static_cast<unsigned char>(text[*at])))
+        ++*at;
+    const bool negative = text[*at] == '-';
+    if (negative || text[*at] == '+')
+        ++*at;
+    std::uint32_t value = 0;
+    for (; ascii_is_digit(static_cast<unsigned char>(text[*at])); ++*at)
+        value = value * 10 + static_cast<std::uint32_t>(text[*at] - '0');
+    return static_cast<SQLUSMALLINT>(negative ? 0 - value : value);
+}
+
+// "hour:minute:second" at the start of a text. Nothing is refused: what is missing is 0.
+static SQL_TIME_STRUCT time_from_text(const cass_data_storage &cell)
+{
+    char text[65];
+    const std::int32_t length = cell.alloc_length < 64 ? cell.alloc_length : 64;
+    std::memcpy(text, cell.value.bytes, static_cast<std::size_t>(length));
+    text[length] = 0;
+
+    SQL_TIME_STRUCT time = {};
+    int at = 0;
+    time.hour = read_number(text, &at);
+    if (text[at] != ':')
+        return time;
+    time.minute = read_number(text, &++at);
+    if (text[at] != ':')
+        return time;
+    time.second = read_number(text, &++at);
+    return time;
+}
+
+SQLRETURN get_timep(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type == SQL_TIMESTAMP) {
+        const SQL_TIMESTAMP_STRUCT &timestamp = cell.value.timestamp;
+        const SQL_TIME_STRUCT time = {
+            .hour = timestamp.hour, .minute = timestamp.minute, .second = timestamp.second};
+        cell_store_value(request, &time, sizeof time);
+        return timestamp.fraction == 0 ? SQL_SUCCESS : cell_fraction_lost(request);
+    }
+    if (cell.data_type != SQL_CHAR)
+        return cell_not_convertible(request);
+    if (cell.alloc_length < 1)
+        return cell_is_null(request);  // an empty text is no time
+    const SQL_TIME_STRUCT time = time_from_text(cell);
+    cell_store_value(request, &time, sizeof time);
+    return SQL_SUCCESS;
+}

@@ -1,0 +1,143 @@
+// Diagnostic records of a handle and the SQLSTATE table that they are posted from.
+//
+// A list is sorted by SQLSTATE, highest first; records of one state stay in the order of posting.
+// One process-wide leaf lock guards splicing, clearing and reading of all lists: the transport
+// posts on a connection from statement threads, and SQLGetDiagRec runs without a handle lock.
+#ifndef CORE_DIAG_CASS_ERR_H
+#define CORE_DIAG_CASS_ERR_H
+
+#include "core/record/cass_handles.h"
+
+// Rows of the SQLSTATE table, in its order.
+enum cass_state_row {
+    STATE_HY000,
+    STATE_HY009,
+    STATE_HYC00,
+    STATE_08001,
+    STATE_HY001,
+    STATE_08S01,
+    STATE_42S01,
+    STATE_42S02,
+    STATE_42S22,
+    STATE_42000,
+    STATE_22001,
+    STATE_23000,
+    STATE_S0000,
+    STATE_40001,
+    STATE_01000,
+    STATE_HY092,
+    STATE_07009,
+    STATE_HY091,
+    STATE_24000,
+    STATE_07006,
+    STATE_01004,
+    STATE_07002,
+    STATE_HY096,
+    STATE_01S02,
+    STATE_HY024,
+    STATE_HY011,
+    STATE_22003,
+    STATE_22018,
+    STATE_01S07,
+    STATE_HY104,
+    STATE_HY010,
+    STATE_HY020,
+    STATE_HY090,
+    STATE_HY019,
+    STATE_HYT00,
+    STATE_S1015,
+    STATE_HY003,
+    STATE_01S06,
+    STATE_HY106,
+    STATE_HY111,
+    STATE_07005,
+    STATE_HY109,
+    STATE_HY107,
+    STATE_HYT01,
+    STATE_HY017,
+    STATE_HY007,
+    STATE_HY016,
+    STATE_HY105,
+    STATE_HY021,
+    STATE_S1092,
+    STATE_S1000,
+    STATE_S1001,
+    STATE_S1011,
+    STATE_S1009,
+    STATE_S1107,
+    STATE_S1108,
+    STATE_25000,
+    STATE_IM008,
+    STATE_22012,
+    STATE_HY004,
+    STATE_21S01,
+    STATE_07008,
+    STATE_22007,
+    STATE_22025,
+    STATE_21000,
+    STATE_44000,
+    STATE_08004,
+    STATE_22019,
+    STATE_42S11,
+    STATE_42S21,
+    STATE_42S12,
+    STATE_28000,
+    STATE_21S02,
+    STATE_01003,
+    STATE_34000,
+    STATE_01001,
+    STATE_HY008,
+    STATE_22002,
+    STATE_22005,
+    STATE_ROWS
+};
+
+struct cass_sqlstate {
+    const char *state;  // five characters
+    const char *text;   // message, or null
+};
+
+// The table's row.
+const cass_sqlstate *cass_sqlstate_row(cass_state_row row);
+
+struct cass_diag_record {
+    std::int32_t native;
+    cass_string *state;
+    cass_string *text;
+    std::int32_t row_number;
+    std::int32_t column_number;
+    std::int32_t spare;
+    cass_diag_record *next;
+};
+
+// Adds a record. The message is "[Varnholt][Apache Cassandra]", the row's text, and behind ": " the
+// formatted part (cass_log_format, so %S and %q are available), cut at 1024 bytes. A null format
+// gives the row's text alone. A record that cannot be allocated is dropped. native: 0 but for
+// system error codes and a few literals.
+void cass_post_error(cass_handle *handle, cass_state_row row, std::int32_t native,
+                     const char *format, ...);
+// The same with SQL_DIAG_COLUMN_NUMBER `column` in place of -1.
+void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_t native,
+                            std::int32_t column, const char *format, ...);
+
+// Releases all records, whatever the list holds.
+void cass_diag_release(cass_handle *handle);
+
+// Empties the list. Costs one test when it is empty, as nearly always.
+inline void cass_diag_clear(cass_handle *handle)
+{
+    shared_put(&handle->diag_cursor, 0);
+    if (__atomic_load_n(&handle->diag_records, __ATOMIC_RELAXED) != nullptr) [[unlikely]]
+        cass_diag_release(handle);
+}
+
+// The lock over all lists, for a reader that keeps a record in hand (cass_diag_get).
+extern cass_lock cass_diag_lock;
+
+// Record of 1-based number, or null. The pointer is good until the list changes: hold the lock.
+cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number);
+std::int32_t cass_diag_count(cass_handle *handle);
+// Inserts a deep copy by the ordering rule.
+void cass_diag_copy(cass_handle *handle, const cass_diag_record *record);
+
+#endif

@@ -1,0 +1,57 @@
+// The two roads of a text result into an application's buffer. The application's memory is only
+// written, byte by byte or by memcpy, and never behind `size`.
+#include "core/diag/cass_text_out.h"
+
+#include <cstring>
+
+// Encodes while the bytes still fit in front of the terminator. Text that is not plain ASCII is
+// longer in bytes than in units; what does not fit in bytes is cut too, in mid-sequence if need be.
+static std::int64_t encode_bounded(const cass_string *text, unsigned char *out, std::int64_t room,
+                                   bool *whole)
+{
+    std::int64_t used = 0;
+    const std::int32_t units = cass_string_length(text);
+    for (std::int32_t i = 0; i < units; i++) {
+        unsigned char sequence[3];
+        const std::int64_t bytes = cass_utf8_put(text->text[i], sequence);
+        const std::int64_t taken = bytes < room - used ? bytes : room - used;
+        std::memcpy(out + used, sequence, static_cast<std::size_t>(taken));
+        used += taken;
+        if (taken < bytes) {
+            *whole = false;
+            return used;
+        }
+    }
+    *whole = true;
+    return used;
+}
+
+bool cass_ansi_text_out(const cass_string *text, void *buffer, std::int64_t size)
+{
+    if (buffer == nullptr)
+        return false;
+    if (size < 1)
+        return cass_string_length(text) > 0;
+
+    auto *out = static_cast<unsigned char *>(buffer);
+    bool whole;
+    const std::int64_t used = encode_bounded(text, out, size - 1, &whole);
+    out[used] = 0;
+    return !whole;
+}
+
+bool cass_wide_text_out(const cass_string *text, SQLWCHAR *buffer, std::int64_t size)
+{
+    if (buffer == nullptr)
+        return false;
+    const std::int64_t units = cass_string_length(text);
+    if (size < 1)
+        return units > 0;
+
+    const std::int64_t taken = units < size ? units : size - 1;
+    if (taken > 0)
+        cass_wide_copy(buffer, text->text, taken);
+    // The buffer may lie at an odd address.
+    std::memset(reinterpret_cast<char *>(buffer) + 2 * taken, 0, sizeof(SQLWCHAR));
+    return taken < units;
+}

@@ -1,0 +1,209 @@
+// Bytes over the open socket of a connection, in clear or through its TLS session. Reads and writes
+// block; where a wait is needed all the same (a timed connect may leave its socket non-blocking),
+// it is a poll and never a spin.
+#include "core/net/cass_conn.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "core/diag/cass_err.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_ssl.h"
+
+static constexpr char log_source[] = "cass_conn.c";
+
+constexpr std::int64_t NO_LIMIT = -1;
+
+const char *cass_os_error_text(int error_number, cass_os_error_room *room)
+{
+    // The GNU form may give a constant text and leave the room alone.
+    return strerror_r(error_number, room->data(), room->size());
+}
+
+static std::int64_t monotonic_ms()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms)
+{
+    const std::int64_t deadline = timeout_ms < 0 ? 0 : monotonic_ms() + timeout_ms;
+    for (;;) {
+        int wait = -1;
+        if (timeout_ms >= 0) {
+            const std::int64_t left = deadline - monotonic_ms();
+            wait = static_cast<int>(std::clamp<std::int64_t>(left, 0, INT_MAX));
+        }
+        pollfd entry = {.fd = socket, .events = events, .revents = 0};
+        const int ready = poll(&entry, 1, wait);
+        if (ready > 0)
+            return 1;
+        if (ready == 0 && monotonic_ms() >= deadline)
+            return 0;
+        if (ready < 0 && errno != EINTR)
+            return -1;
+    }
+}
+
+int cass_close_socket(cass_conn *conn)
+{
+    if (conn->socket >= 0)
+        close(conn->socket);
+    conn->socket = -1;
+    conn->socket_dead = 1;
+    return 0;
+}
+
+static bool would_block(int error)
+{
+    return error == EAGAIN || error == EWOULDBLOCK;
+}
+
+// Both are tested: the mark outlives the session, until the connection is reset.
+static bool through_tls(const cass_conn *conn)
+{
+    return conn->ssl != nullptr && conn->ssl_active == 1;
+}
+
+static std::int32_t post_send_error(cass_conn *conn, int error)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "conn_write: send failed, errno=%d", error);
+    cass_post_error(&conn->head, STATE_08S01, error, "send failed");
+    return -1;
+}
+
+static std::int32_t write_tls(cass_conn *conn, const void *buffer, std::int32_t count)
+{
+    const auto *bytes = static_cast<const char *>(buffer);
+    std::int32_t done = 0;
+    while (done < count) {
+        const int sent = cass_ssl_write(conn, bytes + done, count - done);
+        if (sent < 1)
+            return post_send_error(conn, errno);
+        done += sent;
+    }
+    CASS_LOG_PACKET(&conn->head, buffer, done, "Sent %d (SSL) bytes", done);
+    return done;
+}
+
+std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
+{
+    if (through_tls(conn)) [[unlikely]]
+        return write_tls(conn, buffer, count);
+    const auto *bytes = static_cast<const char *>(buffer);
+    std::int32_t done = 0;
+    while (done < count) {
+        // MSG_NOSIGNAL: a peer that is gone must not end the application with SIGPIPE.
+        const ssize_t sent =
+            send(conn->socket, bytes + done, static_cast<std::size_t>(count - done), MSG_NOSIGNAL);
+        if (sent >= 0) {
+            done += static_cast<std::int32_t>(sent);
+            continue;
+        }
+        if (errno == EINTR)
+            continue;
+        if (would_block(errno) && cass_wait_socket(conn->socket, POLLOUT, NO_LIMIT) == 1)
+            continue;
+        post_send_error(conn, errno);
+        conn->socket_dead = 1;
+        return -1;
+    }
+    CASS_LOG_PACKET(&conn->head, buffer, done, "Sent %d bytes", done);
+    return done;
+}
+
+static std::int32_t post_read_error(cass_conn *conn, int error)
+{
+    cass_os_error_room room;
+    const char *text = cass_os_error_text(error, &room);
+    CASS_LOG(&conn->head, LOG_ERROR, "conn_read_raw: read failed %d %s", error, text);
+    cass_post_error(&conn->head, STATE_08S01, error, "read failed %d %s", error, text);
+    return -1;
+}
+
+// Bytes that one receive gave, CONN_TIMED_OUT, or -1 with the failure posted.
+static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t count,
+                                 std::int32_t timeout_ms)
+{
+    const bool timed = timeout_ms >= 1;
+    bool must_wait = timed;
+    if (timed)
+        CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %u msec", timeout_ms);
+    for (;;) {
+        if (must_wait) {
+            const int ready = cass_wait_socket(conn->socket, POLLIN, timed ? timeout_ms : NO_LIMIT);
+            if (ready == 0) {
+                CASS_LOG(&conn->head, LOG_DETAIL, "Timeout");
+                return CONN_TIMED_OUT;
+            }
+            if (ready < 0)
+                return post_read_error(conn, errno);
+        }
+        const ssize_t got = recv(conn->socket, buffer, static_cast<std::size_t>(count), 0);
+        if (got > 0)
+            return static_cast<std::int32_t>(got);
+        if (got == 0) {
+            CASS_LOG(&conn->head, LOG_ERROR, "conn_read_raw: read failed (peer shutdown)");
+            cass_post_error(&conn->head, STATE_08S01, 0, "read failed (peer shutdown)");
+            return -1;
+        }
+        const int error = errno;
+        if (error == EINTR) {
+            CASS_LOG(&conn->head, LOG_DETAIL, "Recieved EINTR");
+        } else if (would_block(error)) {
+            CASS_LOG(&conn->head, LOG_DETAIL, "Recieved EAGAIN");
+            must_wait = true;
+        } else {
+            return post_read_error(conn, error);
+        }
+    }
+}
+
+// Never timed. 0 at the end of the stream.
+static std::int32_t read_tls(cass_conn *conn, void *buffer, std::int32_t count,
+                             std::int32_t *read_count, int dump)
+{
+    const int got = cass_ssl_read(conn, buffer, count);
+    if (got < 0) {
+        CASS_LOG(&conn->head, LOG_ERROR, "conn_read_raw: read failed");
+        cass_post_error(&conn->head, STATE_08S01, 0, "read failed");
+        return -1;
+    }
+    *read_count = got;
+    if (dump)
+        CASS_LOG_PACKET(&conn->head, buffer, got, "Read %d (SSL) bytes, requested %d", got, count);
+    return got;
+}
+
+std::int32_t conn_read_raw(cass_conn *conn, void *buffer, std::int32_t count,
+                           std::int32_t *read_count, std::int32_t timeout_ms, int dump)
+{
+    *read_count = 0;
+    if (count < 1)
+        return 0;
+    if (through_tls(conn)) [[unlikely]]
+        return read_tls(conn, buffer, count, read_count, dump);
+    const std::int32_t got = receive_once(conn, buffer, count, timeout_ms);
+    if (got < 0)
+        return got;
+    *read_count = got;
+    if (dump)
+        CASS_LOG_PACKET(&conn->head, buffer, got, "Read %d bytes, requested %d", got, count);
+    return got;
+}
+
+std::int32_t conn_read(cass_conn *conn, void *buffer, std::int32_t count, std::int32_t *read_count,
+                       std::int32_t timeout_ms)
+{
+    return conn_read_raw(conn, buffer, count, read_count, timeout_ms, 1);
+}

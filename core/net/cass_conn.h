@@ -1,0 +1,43 @@
+// Transport: the TCP socket of a connection, from a list of servers to bytes read and written.
+#ifndef CORE_NET_CASS_CONN_H
+#define CORE_NET_CASS_CONN_H
+
+#include <array>
+
+#include "core/record/cass_handles.h"
+
+// Opens the first server of a comma-separated list that answers. port 0: the server text's port or
+// 9042. 0 with `socket` open and `server` replaced by a copy of that entry; otherwise the last
+// attempt's negative result with its diagnostics posted on the connection (those of earlier servers
+// are dropped). None is open before, and the caller holds exchange_lock.
+int cass_open_servers(cass_conn *conn, const cass_string *servers, std::int32_t port);
+// One entry: host, host:port or host*port (IPv4), host or host*port (IPv6). 0, or -3 with 08001 or
+// HYT00/HYT01 posted.
+int cass_open_ipv4(cass_conn *conn, const cass_string *server, std::int32_t port);
+int cass_open_ipv6(cass_conn *conn, const cass_string *server, std::int32_t port);
+// Closes `socket` if there is one. 0.
+int cass_close_socket(cass_conn *conn);
+
+// Writes all `count` bytes. count, or -1 with 08S01 posted. SIGPIPE never reaches the application.
+std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count);
+// Result of a read that ran into its time-out.
+constexpr std::int32_t CONN_TIMED_OUT = -2;
+
+// Reads at most `count` bytes with one receive; the same number in *read_count. -1 with 08S01
+// posted (a closed peer too), -2 on time-out without a record, 0 only from TLS at the end of its
+// stream. timeout_ms below 1: waits without limit.
+std::int32_t conn_read(cass_conn *conn, void *buffer, std::int32_t count, std::int32_t *read_count,
+                       std::int32_t timeout_ms);
+// The same, with the log dump of the bytes read on or off.
+std::int32_t conn_read_raw(cass_conn *conn, void *buffer, std::int32_t count,
+                           std::int32_t *read_count, std::int32_t timeout_ms, int dump);
+
+// Waits until the socket is ready for `events` (POLLIN, POLLOUT), through interruptions by signals.
+// 1 when ready or broken, 0 on time-out, -1 with errno set. timeout_ms below 0: without limit.
+int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms);
+
+// The system's text for an error number, constant or in the caller's room.
+using cass_os_error_room = std::array<char, 1024>;
+const char *cass_os_error_text(int error_number, cass_os_error_room *room);
+
+#endif

@@ -1,0 +1,485 @@
+// TLS: the environment's context, the handshake and the session. The handshake is driven by hand
+// over two memory BIOs, so that the transport moves its bytes; once it is over, the peer's
+// certificate is judged and a socket BIO takes their place.
+#include "core/net/cass_ssl.h"
+
+#include <openssl/err.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <utility>
+
+#include "core/diag/cass_err.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_conn.h"
+#include "core/net/cass_ssl_internal.h"
+#include "support/ascii.h"
+
+static constexpr char log_source[] = "cass_ssl.c";
+
+constexpr int TRANSFER_SIZE = 16384;
+
+// TLS state of a connection. The memory BIOs are null once the handshake is over.
+struct ssl_info {
+    BIO *read_bio;   // what the peer sent
+    BIO *write_bio;  // what is to be sent
+    SSL *ssl;
+};
+
+// ---- Failures ----------------------------------------------------------------------------------
+
+int cass_ssl_refuse(cass_conn *conn, const char *text)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "%s", text);
+    cass_post_error(&conn->head, STATE_08001, 0, "%s", text);
+    return SSL_FAILED;
+}
+
+int cass_ssl_drain(cass_conn *conn)
+{
+    char text[256];
+    for (unsigned long code = ERR_get_error(); code != 0; code = ERR_get_error()) {
+        ERR_error_string_n(code, text, sizeof text);
+        cass_post_error(&conn->head, STATE_08001, static_cast<std::int32_t>(code), "SSL error '%s'",
+                        text);
+        CASS_LOG(&conn->head, LOG_ERROR, "SSL error '%s'", text);
+    }
+    return SSL_FAILED;
+}
+
+// ---- The context -------------------------------------------------------------------------------
+
+// TLS 1.2 and nothing else, whatever the system's configuration says. Nothing is verified during
+// the handshake: the result is recorded, and judged by cass_ssl_start.
+static SSL_CTX *new_context(const SSL_METHOD *method)
+{
+    SSL_CTX *ctx = SSL_CTX_new(method);
+    if (ctx == nullptr)
+        return nullptr;
+    SSL_CTX_set_min_proto_version(ctx, TLS1_2_VERSION);
+    SSL_CTX_set_max_proto_version(ctx, TLS1_2_VERSION);
+    SSL_CTX_set_quiet_shutdown(ctx, 1);
+    SSL_CTX_set_default_passwd_cb(ctx, cass_ssl_no_passphrase);
+    // A second handshake would read the anchors without their lock and bring a certificate that
+    // nobody judges.
+    SSL_CTX_set_options(ctx, SSL_OP_NO_RENEGOTIATION);
+    return ctx;
+}
+
+// A read of the session may write too, an alert: no call of OpenSSL may reach a write to a socket
+// that could raise SIGPIPE.
+static int write_quietly(BIO *bio, const char *bytes, int count)
+{
+    int socket = -1;
+    BIO_get_fd(bio, &socket);
+    const auto sent =
+        static_cast<int>(send(socket, bytes, static_cast<std::size_t>(count), MSG_NOSIGNAL));
+    BIO_clear_retry_flags(bio);
+    if (sent <= 0 && BIO_sock_should_retry(sent))
+        BIO_set_retry_write(bio);
+    return sent;
+}
+
+// OpenSSL's own socket BIO but for its writes. Null when memory runs out.
+static BIO_METHOD *new_socket_method()
+{
+    const BIO_METHOD *plain = BIO_s_socket();
+    BIO_METHOD *method = BIO_meth_new(BIO_TYPE_SOCKET, "socket without SIGPIPE");
+    if (method == nullptr)
+        return nullptr;
+    BIO_meth_set_write(method, write_quietly);
+    BIO_meth_set_read(method, BIO_meth_get_read(plain));
+    BIO_meth_set_ctrl(method, BIO_meth_get_ctrl(plain));
+    BIO_meth_set_create(method, BIO_meth_get_create(plain));
+    BIO_meth_set_destroy(method, BIO_meth_get_destroy(plain));
+    return method;
+}
+
+static void free_context(cass_ssl_context *shared)
+{
+    SSL_CTX_free(shared->ctx);
+    BIO_meth_free(shared->socket_method);
+    std::free(shared);
+}
+
+int cass_ssl_init(cass_env *env)
+{
+    OPENSSL_init_ssl(OPENSSL_INIT_LOAD_SSL_STRINGS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
+    ERR_clear_error();
+    auto *shared = static_cast<cass_ssl_context *>(std::calloc(1, sizeof(cass_ssl_context)));
+    if (shared == nullptr)
+        return 0;
+    shared->method = TLS_client_method();
+    shared->ctx = new_context(shared->method);
+    shared->socket_method = new_socket_method();
+    if (shared->ctx == nullptr || shared->socket_method == nullptr ||
+        pthread_rwlock_init(&shared->anchors_lock, nullptr) != 0) {
+        free_context(shared);
+        ERR_clear_error();
+        return 0;
+    }
+    env->ssl_shared = shared;
+    return 1;
+}
+
+void cass_ssl_term(cass_env *env)
+{
+    auto *shared = static_cast<cass_ssl_context *>(env->ssl_shared);
+    if (shared == nullptr)
+        return;
+    pthread_rwlock_destroy(&shared->anchors_lock);
+    free_context(shared);
+    env->ssl_shared = nullptr;
+}
+
+// The environment's context, made when the first connection needs it; null when it cannot be made.
+static cass_ssl_context *context_of(cass_env *env)
+{
+    static pthread_mutex_t first_use = PTHREAD_MUTEX_INITIALIZER;
+    pthread_mutex_lock(&first_use);
+    if (env->ssl_shared == nullptr)
+        cass_ssl_init(env);
+    auto *shared = static_cast<cass_ssl_context *>(env->ssl_shared);
+    pthread_mutex_unlock(&first_use);
+    return shared;
+}
+
+// ---- Making the session ------------------------------------------------------------------------
+
+static void free_info(ssl_info *info)
+{
+    SSL_free(info->ssl);
+    BIO_free(info->read_bio);
+    BIO_free(info->write_bio);
+    std::free(info);
+}
+using held_info =
+    std::unique_ptr<ssl_info, std::integral_constant<decltype(&free_info), &free_info>>;
+
+// With its memory BIOs and no session yet. Null after posting.
+static held_info new_info(cass_conn *conn)
+{
+    held_info info(static_cast<ssl_info *>(std::calloc(1, sizeof(ssl_info))));
+    if (info == nullptr) {
+        CASS_LOG(&conn->head, LOG_ERROR, "failed to allocate ssl_info");
+        cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+        return nullptr;
+    }
+    info->read_bio = BIO_new(BIO_s_mem());
+    info->write_bio = BIO_new(BIO_s_mem());
+    if (info->read_bio == nullptr || info->write_bio == nullptr) {
+        cass_ssl_refuse(conn, "Required SSL (failed to allocate BIO)");
+        return nullptr;
+    }
+    return info;
+}
+
+static int load_anchors(cass_conn *conn, cass_ssl_context *shared)
+{
+    pthread_rwlock_wrlock(&shared->anchors_lock);
+    const int result = cass_ssl_load_anchors(conn, shared->ctx);
+    pthread_rwlock_unlock(&shared->anchors_lock);
+    return result;
+}
+
+// A session with all settings in it, ready for its handshake. Null after posting.
+static held_info new_session(cass_conn *conn, cass_ssl_context *shared)
+{
+    held_info info = new_info(conn);
+    if (info == nullptr || load_anchors(conn, shared) != 0)
+        return nullptr;
+    info->ssl = SSL_new(shared->ctx);
+    if (info->ssl == nullptr) {
+        cass_ssl_refuse(conn, "Required SSL (failed to allocate SSL)");
+        return nullptr;
+    }
+    if (cass_ssl_load_session(conn, info->ssl) != 0)
+        return nullptr;
+    // The session takes a reference of each; the other two stay here.
+    BIO_up_ref(info->read_bio);
+    BIO_up_ref(info->write_bio);
+    SSL_set_bio(info->ssl, info->read_bio, info->write_bio);
+    return info;
+}
+
+// ---- The handshake -----------------------------------------------------------------------------
+
+// One step. A step never waits: it works on the memory BIOs alone, so that holding the anchors does
+// no harm. errno is what the step left.
+static int step(cass_ssl_context *shared, SSL *ssl)
+{
+    pthread_rwlock_rdlock(&shared->anchors_lock);
+    ERR_clear_error();
+    errno = 0;
+    const int result = SSL_connect(ssl);
+    const int error = errno;
+    pthread_rwlock_unlock(&shared->anchors_lock);
+    errno = error;
+    return result;
+}
+
+// Any other status than that the session waits for the peer.
+static int refuse_status(cass_conn *conn, int status, int error)
+{
+    if (status != SSL_ERROR_SYSCALL) {
+        cass_post_error(&conn->head, STATE_08001, 0, "SSL connection failed");
+        CASS_LOG(&conn->head, LOG_ERROR, "Required SSL (unexpected status)");
+        return cass_ssl_drain(conn);
+    }
+    cass_post_error(&conn->head, STATE_08001, 0,
+                    error == ENOENT
+                        ? "SSL connection failed in syscall (errno=%d, there may be no source of "
+                          "entropy on this system, consult OpenSSL documentation)"
+                        : "SSL connection failed in syscall (errno=%d)",
+                    error);
+    CASS_LOG(&conn->head, LOG_ERROR, "Required SSL (unexpected status, syscall %d)", error);
+    return cass_ssl_drain(conn);
+}
+
+static int send_block(cass_conn *conn, const char *buffer, int count)
+{
+    return conn_write(conn, buffer, count) < 0
+               ? cass_ssl_refuse(conn, "SSL Error, conn_write failed")
+               : 0;
+}
+
+// Sends a block of what the session has written, or without one receives one for it. 0, or
+// SSL_FAILED with the failure posted.
+static int move_block(cass_conn *conn, const ssl_info *info, char *buffer)
+{
+    const int written = BIO_read(info->write_bio, buffer, TRANSFER_SIZE);
+    if (written > 0)
+        return send_block(conn, buffer, written);
+    std::int32_t got = 0;
+    if (conn_read(conn, buffer, TRANSFER_SIZE, &got, 0) < 0)
+        return cass_ssl_refuse(conn, "SSL Error, conn_read failed");
+    if (got > 0 && BIO_write(info->read_bio, buffer, got) < 1)
+        return cass_ssl_refuse(conn, "SSL Error, BIO write failed");
+    return 0;
+}
+
+// Until the session stands and its last word is sent. 0, or SSL_FAILED with the failure posted.
+static int shake_hands(cass_conn *conn, cass_ssl_context *shared, const ssl_info *info,
+                       char *buffer)
+{
+    for (;;) {
+        const int result = step(shared, info->ssl);
+        const int error = errno;
+        if (result == 1) {
+            CASS_LOG(&conn->head, LOG_DETAIL, "Connected!!!");
+            const int last = BIO_read(info->write_bio, buffer, TRANSFER_SIZE);
+            CASS_LOG(&conn->head, LOG_DETAIL, "Last block read %d", last);
+            if (last < 1)
+                return 0;
+            if (send_block(conn, buffer, last) != 0)
+                return SSL_FAILED;
+            continue;
+        }
+        const int status = SSL_get_error(info->ssl, result);
+        if (result == 0) {
+            CASS_LOG(&conn->head, LOG_ERROR, "SSL Shutdown, reason %d", status);
+            cass_post_error(&conn->head, STATE_08001, 0, "SSL Shutdown, reason %d", status);
+            return SSL_FAILED;
+        }
+        CASS_LOG(&conn->head, LOG_DETAIL, "SSL connect status %d", status);
+        if (status != SSL_ERROR_WANT_READ)
+            return refuse_status(conn, status, error);
+        if (move_block(conn, info, buffer) != 0)
+            return SSL_FAILED;
+    }
+}
+
+// ---- The judgement -----------------------------------------------------------------------------
+
+// Faults of a certificate that TrustServerCertificate forgives, in the driver's own words; every
+// other fault is fatal.
+static constexpr struct {
+    long code;
+    const char *text;
+} verify_faults[] = {
+    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT, "unable to get issuer certificate"},
+    {X509_V_ERR_UNABLE_TO_DECRYPT_CERT_SIGNATURE, "unable to decrypt certificate's signature"},
+    {X509_V_ERR_UNABLE_TO_DECODE_ISSUER_PUBLIC_KEY, "unable to decode issuer public key"},
+    {X509_V_ERR_CERT_SIGNATURE_FAILURE, "certificate signature failure"},
+    {X509_V_ERR_CERT_NOT_YET_VALID, "certificate is not yet valid"},
+    {X509_V_ERR_CERT_HAS_EXPIRED, "certificate has expired"},
+    {X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD, "format error in certificate's notBefore field"},
+    {X509_V_ERR_ERROR_IN_CERT_NOT_AFTER_FIELD, "format error in certificate's notAfter field"},
+    {X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT, "self signed certificate"},
+    // The same words as for the next one: to the user it is the same fault.
+    {X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, "unable to get local issuer certificate"},
+    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, "unable to get local issuer certificate"},
+    {X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE, "unable to verify the first certificate"},
+    {X509_V_ERR_INVALID_CA, "invalid CA certificate"},
+    {X509_V_ERR_PATH_LENGTH_EXCEEDED, "path length constraint exceeded"},
+    {X509_V_ERR_INVALID_PURPOSE, "unsupported certificate purpose"},
+    {X509_V_ERR_CERT_UNTRUSTED, "certificate not trusted"},
+    {X509_V_ERR_CERT_REJECTED, "certificate rejected"},
+    {X509_V_ERR_KEYUSAGE_NO_CERTSIGN, "key usage does not include certificate signing"},
+};
+
+// 0, or SSL_FAILED with the fault posted. The server's name is not compared with the certificate.
+static int judge_certificate(cass_conn *conn, const SSL *ssl)
+{
+    const long code = SSL_get_verify_result(ssl);
+    if (code == X509_V_OK)
+        return 0;
+    const auto *fault = std::find_if(std::begin(verify_faults), std::end(verify_faults),
+                                     [code](const auto &row) { return row.code == code; });
+    if (fault == std::end(verify_faults)) {
+        const int number = static_cast<int>(code);
+        CASS_LOG(&conn->head, LOG_ERROR, "SSL connection failed, verify cert returned %d", number);
+        cass_post_error(&conn->head, STATE_08001, 0,
+                        "SSL connection failed, verify cert returned %d", number);
+        return SSL_FAILED;
+    }
+    if (conn->trust_server_certificate) {
+        CASS_LOG(&conn->head, LOG_DETAIL, "Connection was encrypted but %s", fault->text);
+        return 0;
+    }
+    CASS_LOG(&conn->head, LOG_ERROR, "SSL Provider: %s", fault->text);
+    cass_post_error(&conn->head, STATE_08001, 0, "SSL Provider: %s", fault->text);
+    return SSL_FAILED;
+}
+
+// ---- Start and end -----------------------------------------------------------------------------
+
+static void log_cipher(cass_conn *conn, const SSL *ssl)
+{
+    const SSL_CIPHER *cipher = SSL_get_current_cipher(ssl);
+    char text[512] = "";
+    if (conn->head.log_mask == 0 || cipher == nullptr)
+        return;
+    SSL_CIPHER_description(cipher, text, sizeof text);
+    // The description ends in a line break.
+    char *end = std::remove_if(text, text + std::strlen(text), [](char one) {
+        return !ascii_is_print(static_cast<unsigned char>(one));
+    });
+    *end = '\0';
+    CASS_LOG(&conn->head, LOG_DETAIL, "SSL using cypher '%s'", text);
+}
+
+// A session that stands on the connection's socket, its peer accepted. Null after posting.
+static held_info open_session(cass_conn *conn)
+{
+    cass_ssl_context *shared = context_of(conn_env(conn));
+    if (shared == nullptr) {
+        cass_ssl_refuse(conn, "Required SSL (no ssl_info)");
+        return nullptr;
+    }
+    held_info info = new_session(conn, shared);
+    if (info == nullptr)
+        return nullptr;
+    const held_text buffer(static_cast<char *>(std::malloc(TRANSFER_SIZE)));
+    if (buffer == nullptr) {
+        CASS_LOG(&conn->head, LOG_ERROR, "Required SSL (failed to allocate memory)");
+        cass_post_error(&conn->head, STATE_HY001, 0, "Required SSL (failed to allocate memory)");
+        return nullptr;
+    }
+    if (shake_hands(conn, shared, info.get(), buffer.get()) != 0 ||
+        judge_certificate(conn, info->ssl) != 0)
+        return nullptr;
+    BIO *socket = BIO_new(shared->socket_method);
+    if (socket == nullptr) {
+        cass_ssl_refuse(conn, "Required SSL (failed to allocate BIO)");
+        return nullptr;
+    }
+    BIO_set_fd(socket, conn->socket, BIO_NOCLOSE);
+    SSL_set_bio(info->ssl, socket, socket);
+    BIO_free(std::exchange(info->read_bio, nullptr));
+    BIO_free(std::exchange(info->write_bio, nullptr));
+    return info;
+}
+
+int cass_ssl_start(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "Starting SSL handshake");
+    cass_ssl_stop(conn);
+    held_info info = open_session(conn);
+    ERR_clear_error();  // nothing is left for the application's own use of the library
+    if (info == nullptr)
+        return SSL_FAILED;
+    log_cipher(conn, info->ssl);
+    conn->ssl = info.release();
+    conn->ssl_active = 1;
+    return 0;
+}
+
+void cass_ssl_stop(cass_conn *conn)
+{
+    if (conn->ssl == nullptr)
+        return;
+    SSL_shutdown(conn->ssl->ssl);  // quiet: nothing is sent
+    free_info(conn->ssl);
+    conn->ssl = nullptr;
+}
+
+// ---- Bytes of the session ----------------------------------------------------------------------
+
+// Repeats the call while the session waits for the socket. What the last call gave, with errno as
+// the header says.
+template <typename Call>
+static int transfer(const cass_conn *conn, Call call)
+{
+    SSL *ssl = conn->ssl->ssl;
+    for (;;) {
+        ERR_clear_error();
+        errno = 0;
+        const int result = call(ssl);
+        const int error = errno;
+        if (result > 0)
+            return result;
+        const int status = SSL_get_error(ssl, result);
+        const bool for_reading = status == SSL_ERROR_WANT_READ;
+        if ((for_reading || status == SSL_ERROR_WANT_WRITE) &&
+            cass_wait_socket(conn->socket, for_reading ? POLLIN : POLLOUT, -1) == 1)
+            continue;
+        ERR_clear_error();
+        errno = status == SSL_ERROR_SYSCALL ? error : 0;
+        return result;
+    }
+}
+
+int cass_ssl_read(cass_conn *conn, void *buffer, int count)
+{
+    return transfer(conn, [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
+}
+
+int cass_ssl_write(cass_conn *conn, const void *buffer, int count)
+{
+    return transfer(conn, [&](SSL *ssl) { return SSL_write(ssl, buffer, count); });
+}
+
+// ---- Base64 ------------------------------------------------------------------------------------
+
+static char *copy_of(const BUF_MEM *memory)
+{
+    auto *text = static_cast<char *>(std::malloc(memory->length + 1));
+    if (text == nullptr)
+        return nullptr;
+    std::copy_n(memory->data, memory->length, text);
+    text[memory->length] = '\0';
+    return text;
+}
+
+char *cass_base64(const char *text)
+{
+    const std::size_t length = std::strlen(text);
+    const held_bio memory(BIO_new(BIO_s_mem()));
+    const held_bio filter(BIO_new(BIO_f_base64()));
+    if (memory == nullptr || filter == nullptr || length > INT_MAX / 2)
+        return nullptr;
+    BIO_set_flags(filter.get(), BIO_FLAGS_BASE64_NO_NL);
+    BIO_push(filter.get(), memory.get());
+    const bool whole =
+        BIO_write(filter.get(), text, static_cast<int>(length)) == static_cast<int>(length) &&
+        BIO_flush(filter.get()) == 1;
+    BIO_pop(filter.get());
+    BUF_MEM *encoded = nullptr;
+    BIO_get_mem_ptr(memory.get(), &encoded);
+    return whole && encoded != nullptr ? copy_of(encoded) : nullptr;
+}

@@ -1,0 +1,34 @@
+// TLS 1.2 over the connection's own socket, by OpenSSL. The context belongs to the environment, the
+// session to the connection.
+#ifndef CORE_NET_CASS_SSL_H
+#define CORE_NET_CASS_SSL_H
+
+#include "core/record/cass_handles.h"
+
+// Makes `env->ssl_shared`: the context that all connections of the environment share, trust anchors
+// included. 1, or 0 when OpenSSL refuses or memory runs out; nothing is posted. The first
+// cass_ssl_start calls it: an environment without TLS does not pay for it.
+int cass_ssl_init(cass_env *env);
+// Frees the context and clears the field. Null is accepted.
+void cass_ssl_term(cass_env *env);
+
+// Handshake over the open socket, then the judgement of the peer's certificate by the connection's
+// settings. 0 with `ssl` and `ssl_active` set: from then on conn_read and conn_write go through it.
+// -6 with 08001 or HY001 records posted on the connection and `ssl` null; the socket stays open.
+// The caller holds exchange_lock.
+int cass_ssl_start(cass_conn *conn);
+// Frees the session without a word to or from the peer. `ssl_active` stays. The caller holds
+// exchange_lock.
+void cass_ssl_stop(cass_conn *conn);
+
+// SSL_read and SSL_write: bytes done, or what OpenSSL gives below 1; 0 of a read is the end of the
+// stream. Both wait for the socket where it does not block. After a failure errno is the system's
+// error, or 0 when TLS itself failed. A peer that is gone raises no SIGPIPE in the application.
+int cass_ssl_read(cass_conn *conn, void *buffer, int count);
+int cass_ssl_write(cass_conn *conn, const void *buffer, int count);
+
+// Base64 (RFC 4648) without line breaks of a NUL-terminated text. The caller frees the new text;
+// null when memory runs out.
+char *cass_base64(const char *text);
+
+#endif

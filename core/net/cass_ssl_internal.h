@@ -1,0 +1,42 @@
+// What the handshake and the loading of certificates and keys share.
+#ifndef CORE_NET_CASS_SSL_INTERNAL_H
+#define CORE_NET_CASS_SSL_INTERNAL_H
+
+#include <openssl/ssl.h>
+#include <pthread.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "core/record/cass_handles.h"
+
+constexpr int SSL_FAILED = -6;
+
+// `ssl_shared` of an environment.
+struct cass_ssl_context {
+    const SSL_METHOD *method;
+    SSL_CTX *ctx;
+    BIO_METHOD *socket_method;  // of a session that stands
+    // Over the trust anchors: OpenSSL's store does not bear a new source of anchors beside a
+    // verification in another thread.
+    pthread_rwlock_t anchors_lock;
+};
+
+using held_bio = std::unique_ptr<BIO, std::integral_constant<decltype(&BIO_free), &BIO_free>>;
+
+// Logs and posts 08001 with the text. SSL_FAILED.
+int cass_ssl_refuse(cass_conn *conn, const char *text);
+// Posts and logs all that OpenSSL has to say of this thread's last calls: 08001 for each error, its
+// code as native error. SSL_FAILED.
+int cass_ssl_drain(cass_conn *conn);
+
+// For PEM texts: an encrypted one counts as unreadable, nobody is asked for a passphrase.
+int cass_ssl_no_passphrase(char *buffer, int size, int writing, void *data);
+
+// The connection's trust anchors, added to the environment's. 0, or SSL_FAILED with records posted.
+int cass_ssl_load_anchors(cass_conn *conn, SSL_CTX *ctx);
+// Entropy, then the client's key and certificate, then the server's name, all where they are set.
+// 0, or SSL_FAILED with records posted.
+int cass_ssl_load_session(cass_conn *conn, SSL *ssl);
+
+#endif

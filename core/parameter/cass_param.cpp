@@ -1,0 +1,427 @@
+// Parameters: from the application's bindings to values in a request body. This room finds the
+// elements of the set in work, checks that all markers are bound, and hands each value to the
+// writer of its target type.
+//
+// The SQL type of the binding chooses the form on the wire. What the column really is, only the
+// server knows: it refuses what does not fit.
+#include "core/parameter/cass_param.h"
+
+#include <cstdlib>
+
+#include "core/parameter/cass_param_internal.h"
+#include "core/statement/cass_stmt.h"
+
+static constexpr char log_source[] = "cass_param.c";
+
+// ---- Elements ----------------------------------------------------------------------------------
+
+// Address of an element of the set. Wraps instead of overflowing: strides and offsets are the
+// application's and may be anything.
+static const unsigned char *element_at(const param_set *set, const void *base, SQLLEN column_stride)
+{
+    const SQLLEN stride = set->apd->bind_type > 0 ? set->apd->bind_type : column_stride;
+    const std::uintptr_t address =
+        reinterpret_cast<std::uintptr_t>(base) +
+        static_cast<std::uintptr_t>(set->row) * static_cast<std::uintptr_t>(stride) +
+        static_cast<std::uintptr_t>(set->offset);
+    return reinterpret_cast<const unsigned char *>(address);
+}
+
+static SQLLEN length_element(const param_set *set, const void *base)
+{
+    SQLLEN value;
+    std::memcpy(&value, element_at(set, base, sizeof value), sizeof value);
+    return value;
+}
+
+param_set param_current_set(const cass_stmt *stmt)
+{
+    param_set set = {.apd = stmt->apd, .row = stmt->param_row, .offset = 0};
+    if (set.apd->bind_offset_ptr != nullptr)
+        std::memcpy(&set.offset, set.apd->bind_offset_ptr, sizeof set.offset);
+    return set;
+}
+
+bool param_indicator(const param_set *set, const cass_field *field, SQLLEN *value)
+{
+    if (field->indicator_ptr == nullptr)
+        return false;
+    *value = length_element(set, field->indicator_ptr);
+    return true;
+}
+
+bool cass_param_at_exec(const cass_stmt *stmt, std::int32_t index)
+{
+    // Executing again looks at the set behind the last one of the run before: there is no element
+    // then, and the values that came for the earlier run are sent again.
+    if (static_cast<SQLULEN>(stmt->param_row) >= stmt->apd->array_size)
+        return false;
+    const param_set set = param_current_set(stmt);
+    SQLLEN indicator;
+    return param_indicator(&set, &stmt->apd->fields[index], &indicator) &&
+           param_is_at_exec(indicator);
+}
+
+int param_fail(const cass_param *param, cass_state_row row, const char *reason)
+{
+    if (reason != nullptr)
+        CASS_LOG(&param->stmt->head, LOG_ERROR, "cass_append_params: %s for param %d", reason,
+                 param_number(param));
+    cass_post_error_column(&param->stmt->head, row, 0, param_number(param), nullptr);
+    return 1;
+}
+
+int param_fail_source(const cass_param *param, const char *getter)
+{
+    CASS_LOG(&param->stmt->head, LOG_ERROR, "unexpected source type %d found in %s for param %d",
+             param->field->consise_type, getter, param_number(param));
+    return param_fail(param, STATE_07006);
+}
+
+// ---- Data --------------------------------------------------------------------------------------
+
+static bool take_chunk(cass_param *param, const cass_put_chunk *chunk)
+{
+    if (chunk == nullptr || chunk->length < 0)
+        return false;
+    param->data = chunk->bytes;
+    param->length = chunk->length;
+    param->has_length = true;
+    return true;
+}
+
+bool param_load_first(cass_param *param)
+{
+    return !param->at_exec || take_chunk(param, param->field->put_data);
+}
+
+// Copies a list of `total` bytes, known to be above 0, into one block.
+static int join_chunks(cass_param *param, std::int64_t total)
+{
+    auto *joined = static_cast<unsigned char *>(std::malloc(static_cast<std::size_t>(total)));
+    if (joined == nullptr)
+        return param_fail(param, STATE_HY001, "no memory to join the chunks");
+    param->owned = joined;
+    param->data = joined;
+    const cass_put_chunk *chunk = param->field->put_data;
+    for (; chunk != nullptr; chunk = chunk->next) {
+        if (chunk->length == 0)
+            continue;
+        std::memcpy(joined, chunk->bytes, static_cast<std::size_t>(chunk->length));
+        joined += chunk->length;
+    }
+    return 0;
+}
+
+int param_load_joined(cass_param *param, std::int32_t *length)
+{
+    *length = 0;
+    if (!param->at_exec)
+        return 0;
+    std::int64_t total = 0;
+    const cass_put_chunk *filled = nullptr;
+    int filled_count = 0;
+    const cass_put_chunk *chunk = param->field->put_data;
+    for (; chunk != nullptr; chunk = chunk->next) {
+        if (chunk->length < 0) {
+            *length = -1;
+            return 0;
+        }
+        if (chunk->length > 0) {
+            filled = chunk;
+            filled_count++;
+        }
+        total += chunk->length;
+    }
+    if (total > INT32_MAX)
+        return param_fail(param, STATE_HY090, "chunks too long");
+    param->has_length = true;
+    param->length = total;
+    if (filled_count > 1)
+        return join_chunks(param, total);
+    param->data = filled != nullptr ? filled->bytes : nullptr;
+    return 0;
+}
+
+int param_copy_fixed(const cass_param *param, void *value, std::size_t size)
+{
+    // A chunk holds what SQLPutData was given, which need not be a whole value.
+    if (param->at_exec && static_cast<std::size_t>(param->length) < size)
+        return param_fail(param, STATE_HY090, "chunk shorter than its C type");
+    std::memcpy(value, param->data, size);
+    return 0;
+}
+
+// ---- Types -------------------------------------------------------------------------------------
+
+static param_c_type describe_c_type(std::int32_t c_type)
+{
+    switch (c_type) {
+    case SQL_C_STINYINT:
+    case SQL_C_TINYINT:
+        return {KIND_SIGNED, 1};
+    case SQL_C_SSHORT:
+    case SQL_C_SHORT:
+        return {KIND_SIGNED, 2};
+    case SQL_C_SLONG:
+    case SQL_C_LONG:
+        return {KIND_SIGNED, 4};
+    case SQL_C_SBIGINT:
+    case SQL_BIGINT:
+        return {KIND_SIGNED, 8};
+    case SQL_C_UTINYINT:
+        return {KIND_UNSIGNED, 1};
+    case SQL_C_USHORT:
+        return {KIND_UNSIGNED, 2};
+    case SQL_C_ULONG:
+        return {KIND_UNSIGNED, 4};
+    case SQL_C_UBIGINT:
+        return {KIND_UNSIGNED, 8};
+    case SQL_C_BIT:
+        return {KIND_BIT, 1};
+    case SQL_C_FLOAT:
+        return {KIND_REAL, sizeof(SQLREAL)};
+    case SQL_FLOAT:
+    case SQL_C_DOUBLE:
+        return {KIND_REAL, sizeof(SQLDOUBLE)};
+    case SQL_C_NUMERIC:
+    case SQL_DECIMAL:
+        return {KIND_NUMERIC, sizeof(SQL_NUMERIC_STRUCT)};
+    case SQL_C_GUID:
+        return {KIND_GUID, sizeof(SQLGUID)};
+    case SQL_C_DATE:
+    case SQL_C_TYPE_DATE:
+        return {KIND_DATE, sizeof(SQL_DATE_STRUCT)};
+    case SQL_C_TIME:
+    case SQL_C_TYPE_TIME:
+        return {KIND_TIME, sizeof(SQL_TIME_STRUCT)};
+    case SQL_C_TIMESTAMP:
+    case SQL_C_TYPE_TIMESTAMP:
+        return {KIND_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)};
+    case SQL_C_CHAR:
+    case SQL_VARCHAR:
+    case SQL_LONGVARCHAR:
+        return {KIND_TEXT, 0};
+    case SQL_WCHAR:
+    case SQL_WVARCHAR:
+    case SQL_WLONGVARCHAR:
+        return {KIND_WIDE, 0};
+    case SQL_C_BINARY:
+    case SQL_VARBINARY:
+    case SQL_LONGVARBINARY:
+        return {KIND_BINARY, 0};
+    case SQL_C_DEFAULT:
+        return {KIND_DEFAULT, 0};
+    default:
+        return {KIND_NONE, 0};
+    }
+}
+
+// SQL type of a record that was bound without one.
+static std::int32_t default_target(std::int32_t c_type, bool odbc2)
+{
+    switch (c_type) {
+    case SQL_C_UBIGINT:
+        return odbc2 ? SQL_CHAR : SQL_C_UBIGINT;
+    case SQL_C_SBIGINT:
+    case SQL_BIGINT:
+        return odbc2 ? SQL_CHAR : SQL_C_SBIGINT;
+    case SQL_WLONGVARCHAR:
+    case SQL_WVARCHAR:
+    case SQL_WCHAR:
+        return SQL_WCHAR;
+    case SQL_LONGVARBINARY:
+    case SQL_VARBINARY:
+    case SQL_BINARY:
+        return SQL_BINARY;
+    case SQL_LONGVARCHAR:
+    case SQL_CHAR:
+    case SQL_NUMERIC:
+    case SQL_DECIMAL:
+    case SQL_VARCHAR:
+        return SQL_CHAR;
+    default:
+        return c_type;
+    }
+}
+
+using param_writer = int (*)(cass_param *param, cass_packet *packet, std::int32_t target);
+
+// The writer of a target type, or null. The C type codes of the integers are accepted as targets
+// too.
+static param_writer writer_for(std::int32_t target)
+{
+    switch (target) {
+    case SQL_C_UTINYINT:
+    case SQL_C_STINYINT:
+    case SQL_TINYINT:
+    case SQL_C_ULONG:
+    case SQL_C_SLONG:
+    case SQL_INTEGER:
+    case SQL_C_USHORT:
+    case SQL_C_SSHORT:
+    case SQL_SMALLINT:
+    case SQL_BIT:
+        return param_put_integer;
+    case SQL_C_UBIGINT:
+    case SQL_C_SBIGINT:
+    case SQL_BIGINT:
+        return param_put_bigint;
+    case SQL_GUID:
+        return param_put_guid;
+    case SQL_WLONGVARCHAR:
+    case SQL_WVARCHAR:
+    case SQL_WCHAR:
+    case SQL_LONGVARCHAR:
+    case SQL_CHAR:
+    case SQL_VARCHAR:
+        return param_put_text;
+    case SQL_LONGVARBINARY:
+    case SQL_VARBINARY:
+    case SQL_BINARY:
+        return param_put_binary;
+    case SQL_NUMERIC:
+    case SQL_DECIMAL:
+        return param_put_decimal;
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+        return param_put_double;
+    case SQL_REAL:
+        return param_put_float;
+    case SQL_TYPE_DATE:
+    case SQL_DATE:
+        return param_put_date;
+    case SQL_TYPE_TIME:
+    case SQL_TIME:
+        return param_put_time;
+    case SQL_TYPE_TIMESTAMP:
+    case SQL_TIMESTAMP:
+        return param_put_timestamp;
+    default:
+        return nullptr;
+    }
+}
+
+// ---- Checking ----------------------------------------------------------------------------------
+
+int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
+{
+    const std::int32_t markers = stmt->found_param_count;
+    const cass_desc *apd = stmt->apd;
+    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_check_params, stmt_field_count=%d", markers);
+    if (apd->field_count < markers) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "Inconnect number of bound parameters %d %d",
+                 apd->field_count, markers);
+        if (!silent)
+            cass_post_error(&stmt->head, STATE_07002, 0, nullptr);
+        return -1;
+    }
+    for (std::int32_t index = 0; index < markers; index++) {
+        const cass_field *field = &apd->fields[index];
+        CASS_LOG(&stmt->head, LOG_DETAIL, "Checking param %d, ind=%p data=%p", index,
+                 field->indicator_ptr, field->data_ptr);
+        if (field->indicator_ptr != nullptr || field->data_ptr != nullptr)
+            continue;
+        CASS_LOG(&stmt->head, LOG_ERROR, "Parameter %d is not bound", index + 1);
+        if (!silent)
+            cass_post_error_column(&stmt->head, STATE_07002, 0, index + 1, nullptr);
+        return -1;
+    }
+    for (std::int32_t index = 0; index < markers; index++) {
+        if (!cass_param_at_exec(stmt, index))
+            continue;
+        stmt->current_dae_param = index;
+        stmt->current_dae_op = operation;
+        stmt->current_dae_first = 1;
+        CASS_LOG(&stmt->head, LOG_DETAIL, "data at execute param %d", index);
+        return SQL_NEED_DATA;
+    }
+    return 0;
+}
+
+// ---- Encoding ----------------------------------------------------------------------------------
+
+// Fills the record's lengths and types; `indicator` is null without an indicator element.
+static void describe_param(cass_param *param, const param_set *set, const SQLLEN *indicator)
+{
+    const cass_field *field = param->field;
+    const cass_desc *ipd = param->stmt->ipd;
+    const bool known = param->index < ipd->field_count;
+    const cass_field *server = known ? &ipd->fields[param->index] : nullptr;
+    param->c_type = describe_c_type(field->consise_type);
+    param->precision = field->precision == 0 && server ? server->precision : field->precision;
+    param->scale = field->scale == 0 && server ? server->scale : field->scale;
+    param->octet_length =
+        field->octet_length == 0 && server ? server->octet_length : field->octet_length;
+    param->owned = nullptr;
+    param->at_exec = indicator != nullptr && param_is_at_exec(*indicator);
+    param->data = nullptr;
+    param->has_length = false;
+    param->length = 0;
+    if (param->at_exec)
+        return;
+
+    if (field->data_ptr != nullptr)
+        param->data = element_at(set, field->data_ptr, field->octet_length);
+    const void *length_ptr = field->octet_length_ptr;
+    if (length_ptr != nullptr && length_ptr != field->indicator_ptr) {
+        param->has_length = true;
+        param->length = length_element(set, length_ptr);
+    } else if (indicator != nullptr) {
+        param->has_length = true;
+        param->length = *indicator;
+    }
+}
+
+static int append_value(cass_param *param, cass_packet *packet)
+{
+    if (param->at_exec)
+        CASS_LOG(&param->stmt->head, LOG_DETAIL, "data at exec parameter found (%d,%d)",
+                 param_number(param), param->field->consise_type);
+    else if (param->data == nullptr)
+        return param_fail(param, STATE_HY009, "no data pointer");
+
+    std::int32_t target = param->field->target_type;
+    if (target == SQL_C_DEFAULT)
+        target = default_target(param->field->consise_type,
+                                conn_env(stmt_conn(param->stmt))->odbc_version == SQL_OV_ODBC2);
+    const param_writer writer = writer_for(target);
+    if (writer == nullptr) {
+        CASS_LOG(&param->stmt->head, LOG_ERROR,
+                 "unexpected target type %d found in cass_append_param_data for param %d", target,
+                 param_number(param));
+        return param_fail(param, STATE_07006);
+    }
+    const int code = writer(param, packet, target);
+    std::free(param->owned);
+    return code;
+}
+
+int cass_append_params(cass_stmt *stmt, cass_packet *packet)
+{
+    const std::int32_t markers = stmt->found_param_count;
+    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_append_params, stmt_field_count=%d", markers);
+    pkt_put_short(packet, static_cast<std::int16_t>(markers));
+
+    const param_set set = param_current_set(stmt);
+    cass_param param;
+    param.stmt = stmt;
+    for (param.index = 0; param.index < markers; param.index++) {
+        if (param.index >= set.apd->field_count)
+            return param_fail(&param, STATE_07002, "no binding");
+        param.field = &set.apd->fields[param.index];
+        SQLLEN indicator = 0;
+        const bool has_indicator = param_indicator(&set, param.field, &indicator);
+        // A null indicator writes nothing, not even a null value, and the count in front stays: the
+        // server reads the values behind it for earlier markers. This is how it has always been; a
+        // null that comes at execution is written as one.
+        if (has_indicator && indicator == SQL_NULL_DATA)
+            continue;
+        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_append_params, add param %d of %d",
+                 param_number(&param), markers);
+        describe_param(&param, &set, has_indicator ? &indicator : nullptr);
+        if (append_value(&param, packet) != 0)
+            return 1;
+    }
+    return 0;
+}

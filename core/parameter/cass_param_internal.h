@@ -1,0 +1,162 @@
+// Parameter encoding, inside: one parameter of the set in work, what its C type is made of, the
+// getters that bring it into the form of a target family, and the writers of the CQL values.
+//
+// Getters and writers give 0, or 1 with the failure posted, naming the parameter. A getter's
+// *length of -1 is a null. Application memory is only read by memcpy, within its length and its C
+// type.
+#ifndef CORE_PARAMETER_CASS_PARAM_INTERNAL_H
+#define CORE_PARAMETER_CASS_PARAM_INTERNAL_H
+
+#include "core/diag/cass_err.h"
+#include "core/log/cass_log.h"
+#include "core/parameter/cass_param.h"
+#include "support/numeric.h"
+
+// Characters of a text that a conversion reads; longer ones are cut.
+constexpr int PARAM_TEXT_LIMIT = 127;
+
+enum param_kind : std::uint8_t {
+    KIND_NONE,  // no C type that can be sent
+    KIND_SIGNED,
+    KIND_UNSIGNED,
+    KIND_BIT,
+    KIND_REAL,
+    KIND_NUMERIC,
+    KIND_GUID,
+    KIND_DATE,
+    KIND_TIME,
+    KIND_TIMESTAMP,
+    KIND_TEXT,  // bytes
+    KIND_WIDE,  // SQLWCHAR units
+    KIND_BINARY,
+    KIND_DEFAULT,  // SQL_C_DEFAULT: whatever the target's native form is
+};
+
+// What a C type is: its family and its bytes in memory, 0 for the types that have a length.
+struct param_c_type {
+    param_kind kind;
+    std::uint8_t size;
+};
+
+// One parameter of the set in work.
+struct cass_param {
+    cass_stmt *stmt;
+    const cass_field *field;  // record of the APD
+    std::int32_t index;       // from 0
+    param_c_type c_type;
+    std::int32_t precision;  // these three with the IPD's values where the APD has 0
+    std::int32_t scale;
+    SQLLEN octet_length;
+    bool at_exec;               // its value is in the field's put_data
+    bool has_length;            // a length or indicator element, or a chunk, tells the length
+    SQLLEN length;              // what it tells
+    const unsigned char *data;  // element, chunk or joined chunks
+    void *owned;                // block that the getter made; freed when the value is written
+    char scratch[NUMERIC_TEXT_ROOM];
+};
+
+// ---- Elements (cass_param.cpp) -----------------------------------------------------------------
+
+// The set in work by the APD's binding rules.
+struct param_set {
+    const cass_desc *apd;
+    std::int32_t row;
+    SQLLEN offset;  // bind offset
+};
+param_set param_current_set(const cass_stmt *stmt);
+// Indicator element of a record; false when it has no indicator pointer.
+bool param_indicator(const param_set *set, const cass_field *field, SQLLEN *value);
+
+inline bool param_is_at_exec(SQLLEN indicator)
+{
+    return indicator == SQL_DATA_AT_EXEC || indicator < -99;
+}
+
+// Number of the parameter in texts and diagnostics.
+inline std::int32_t param_number(const cass_param *param)
+{
+    return param->index + 1;
+}
+
+// Posts the state on the statement with the parameter's number, behind `reason` in the log unless
+// the caller has logged; 1.
+int param_fail(const cass_param *param, cass_state_row row, const char *reason = nullptr);
+// 07006 for a C type that `getter` cannot convert.
+int param_fail_source(const cass_param *param, const char *getter);
+
+// Readies the data of a fixed-size target: of data at execution the first chunk counts. False when
+// that makes the value a null.
+bool param_load_first(cass_param *param);
+// Readies the data of a text or binary target, chunks joined. *length is -1 for a null, else 0.
+int param_load_joined(cass_param *param, std::int32_t *length);
+// Copies a fixed-size source of `size` bytes. HY090 when the chunk is shorter.
+int param_copy_fixed(const cass_param *param, void *value, std::size_t size);
+
+// ---- Texts and bytes (cass_param_text.cpp) -----------------------------------------------------
+
+// Units (of `unit_size` bytes) of a text source, at most `cap` when a terminator is searched for;
+// -1 for a null. HY090 for a length that is none.
+int param_text_units(const cass_param *param, int unit_size, std::int64_t cap, std::int64_t *units);
+// The text source narrowed to low bytes, terminated, in scratch; cut at PARAM_TEXT_LIMIT. *null
+// tells that its length element makes it a null.
+int param_narrow_text(cass_param *param, bool *null);
+// Length of a binary source, -1 for a null. 07006 without one.
+int param_binary_length(const cass_param *param, std::int64_t *length);
+// A binary source as the memory image of a value: copied when its length is `size`; otherwise 22003
+// with `complaint` ("Incorrect length for ... %d") in the log.
+int param_copy_image(const cass_param *param, void *value, std::size_t size, const char *complaint,
+                     bool *null);
+
+// ---- Getters -----------------------------------------------------------------------------------
+
+int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t *length);
+int get_bigint_from_param(cass_param *param, std::int64_t *value, std::int32_t *length);
+int get_double_from_param(cass_param *param, double *value, std::int32_t *length);
+int get_float_from_param(cass_param *param, float *value, std::int32_t *length);
+int get_numeric_from_param(cass_param *param, SQL_NUMERIC_STRUCT *value, std::int32_t *length);
+int get_timestamp_from_param(cass_param *param, SQL_TIMESTAMP_STRUCT *value, std::int32_t *length);
+int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length);
+// Bytes at *text: of a narrow text, or of SQLWCHAR units when *wide. They lie in application
+// memory, in scratch or in `owned`.
+int get_char_from_param(cass_param *param, const unsigned char **text, std::int32_t *length,
+                        bool *wide);
+int get_binary_from_param(cass_param *param, const unsigned char **bytes, std::int32_t *length);
+
+// One of the number families as it lies in memory, widened; KIND_NUMERIC leaves `numeric`.
+struct param_value {
+    std::int64_t integer;  // KIND_SIGNED, KIND_BIT; the same bits for KIND_UNSIGNED
+    double real;
+    SQL_NUMERIC_STRUCT numeric;
+};
+int param_read_value(const cass_param *param, param_value *value);
+
+// ---- Writers: the value of a target type into the request --------------------------------------
+
+int param_put_integer(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_bigint(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_double(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_float(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_decimal(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_text(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_binary(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_guid(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_date(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_time(cass_param *param, cass_packet *packet, std::int32_t target);
+int param_put_timestamp(cass_param *param, cass_packet *packet, std::int32_t target);
+
+// A value of up to 8 bytes: length, then the low `size` bytes of `value`, big-endian.
+inline void param_put_fixed(cass_packet *packet, std::uint64_t value, int size)
+{
+    unsigned char out[12];
+    store_be32(out, static_cast<std::uint32_t>(size));
+    store_be64(out + 4, value << (64 - 8 * size));
+    pkt_put_bytes(packet, out, 4 + size);
+}
+
+inline int param_put_null(cass_packet *packet)
+{
+    pkt_put_int(packet, -1);
+    return 0;
+}
+
+#endif

@@ -1,0 +1,497 @@
+// Parameters of the text, binary and guid targets, and how long a text or binary source is. Narrow
+// text goes out byte for byte, wide text unit by unit as UTF-8.
+#include <cstdio>
+#include <cstdlib>
+
+#include "core/parameter/cass_param_internal.h"
+#include "support/ascii.h"
+#include "support/numtext.h"
+
+static constexpr char log_source[] = "cass_param.c";
+
+// Results below this stay in the scratch buffer.
+static constexpr std::int64_t HEX_SCRATCH = 128;
+
+// ---- Lengths -----------------------------------------------------------------------------------
+
+static SQLWCHAR load_unit(const unsigned char *bytes, std::int64_t index)
+{
+    SQLWCHAR unit;
+    std::memcpy(&unit, bytes + index * static_cast<std::int64_t>(sizeof unit), sizeof unit);
+    return unit;
+}
+
+// Units before the terminator, at most `limit`. Wide text need not be aligned.
+static std::int64_t measure(const unsigned char *text, int unit_size, std::int64_t limit)
+{
+    if (unit_size == 1)
+        return static_cast<std::int64_t>(
+            strnlen(reinterpret_cast<const char *>(text), static_cast<std::size_t>(limit)));
+    std::int64_t units = 0;
+    while (units < limit && load_unit(text, units) != 0)
+        units++;
+    return units;
+}
+
+int param_text_units(const cass_param *param, int unit_size, std::int64_t cap, std::int64_t *units)
+{
+    if (!param->has_length) {
+        // Without a length the buffer's size bounds the search; a size of 0 is empty text.
+        const std::int64_t limit = param->octet_length > 0 ? param->octet_length / unit_size : 0;
+        *units = measure(param->data, unit_size, limit < cap ? limit : cap);
+        return 0;
+    }
+    if (param->length == SQL_NTS) {
+        *units = measure(param->data, unit_size, cap);
+        CASS_LOG(&param->stmt->head, LOG_DETAIL, "getting length %d from SQL_NTS",
+                 static_cast<int>(*units));
+        return 0;
+    }
+    if (param->length == SQL_NULL_DATA) {
+        *units = -1;
+        return 0;
+    }
+    if (param->length < 0 || param->length > INT32_MAX)
+        return param_fail(param, STATE_HY090, "invalid length");
+    *units = param->length / unit_size;
+    return 0;
+}
+
+// Bytes of a text source that goes out whole, -1 for a null.
+static int text_length(const cass_param *param, int unit_size, std::int32_t *length)
+{
+    const std::int64_t limit = INT32_MAX / unit_size;
+    std::int64_t units = 0;
+    if (param_text_units(param, unit_size, limit + 1, &units) != 0)
+        return 1;
+    if (units > limit)
+        return param_fail(param, STATE_HY090, "invalid length");
+    *length = static_cast<std::int32_t>(units < 0 ? -1 : units * unit_size);
+    return 0;
+}
+
+int param_narrow_text(cass_param *param, bool *null)
+{
+    const bool wide = param->c_type.kind == KIND_WIDE;
+    std::int64_t units = 0;
+    if (param_text_units(param, wide ? sizeof(SQLWCHAR) : 1, PARAM_TEXT_LIMIT, &units) != 0)
+        return 1;
+    *null = units < 0;
+    if (units > PARAM_TEXT_LIMIT)
+        units = PARAM_TEXT_LIMIT;
+    std::int64_t i = 0;
+    for (; i < units; i++)
+        param->scratch[i] = static_cast<char>(wide ? load_unit(param->data, i) : param->data[i]);
+    param->scratch[i] = '\0';
+    return 0;
+}
+
+int param_binary_length(const cass_param *param, std::int64_t *length)
+{
+    if (!param->has_length)
+        return param_fail(param, STATE_07006, "no length of binary data");
+    std::int32_t bytes = 0;
+    const int code = text_length(param, 1, &bytes);
+    *length = bytes;
+    return code;
+}
+
+int param_copy_image(const cass_param *param, void *value, std::size_t size, const char *complaint,
+                     bool *null)
+{
+    std::int64_t length = 0;
+    if (param_binary_length(param, &length) != 0)
+        return 1;
+    *null = length < 0;
+    if (*null)
+        return 0;
+    if (static_cast<std::size_t>(length) != size) {
+        CASS_LOG(&param->stmt->head, LOG_ERROR, complaint, static_cast<int>(length));
+        return param_fail(param, STATE_22003);
+    }
+    std::memcpy(value, param->data, size);
+    return 0;
+}
+
+// ---- Fixed-size sources as text ----------------------------------------------------------------
+
+// "%04d-%02d-%02d".
+static int date_text(char *out, int year, int month, int day)
+{
+    if (year < 0 || year > 9999 || month > 99 || day > 99)
+        return std::snprintf(out, 32, "%04d-%02d-%02d", year, month, day);
+    text_padded(out, static_cast<std::uint32_t>(year), 4);
+    out[4] = '-';
+    text_padded(out + 5, static_cast<std::uint32_t>(month), 2);
+    out[7] = '-';
+    text_padded(out + 8, static_cast<std::uint32_t>(day), 2);
+    return 10;
+}
+
+// "%02d:%02d:%02d".
+static int time_text(char *out, int hour, int minute, int second)
+{
+    if (hour > 99 || minute > 99 || second > 99)
+        return std::snprintf(out, 32, "%02d:%02d:%02d", hour, minute, second);
+    text_padded(out, static_cast<std::uint32_t>(hour), 2);
+    out[2] = ':';
+    text_padded(out + 3, static_cast<std::uint32_t>(minute), 2);
+    out[5] = ':';
+    text_padded(out + 6, static_cast<std::uint32_t>(second), 2);
+    return 8;
+}
+
+static int timestamp_text(char *out, const SQL_TIMESTAMP_STRUCT *value)
+{
+    int length = date_text(out, value->year, value->month, value->day);
+    out[length++] = ' ';
+    length += time_text(out + length, value->hour, value->minute, value->second);
+    if (value->fraction == 0)
+        return length;
+    out[length++] = '.';
+    if (value->fraction > 999'999'999)
+        return length + text_from_uint64(out + length, value->fraction);
+    text_padded(out + length, value->fraction, 9);
+    return length + 9;
+}
+
+static int guid_text(char *out, const SQLGUID *value)
+{
+    unsigned char bytes[16];
+    store_be32(bytes, value->Data1);
+    store_be16(bytes + 4, value->Data2);
+    store_be16(bytes + 6, value->Data3);
+    std::memcpy(bytes + 8, value->Data4, sizeof value->Data4);
+    int length = 0;
+    for (int i = 0; i < 16; i++) {
+        if (i == 4 || i == 6 || i == 8 || i == 10)
+            out[length++] = '-';
+        text_hex(out + length, bytes[i], HEX_UPPER);
+        length += 2;
+    }
+    return length;
+}
+
+static int number_text(cass_param *param, std::int32_t *length)
+{
+    param_value value;
+    if (param_read_value(param, &value) != 0)
+        return 1;
+    switch (param->c_type.kind) {
+    case KIND_UNSIGNED:
+        *length = text_from_uint64(param->scratch, static_cast<std::uint64_t>(value.integer));
+        break;
+    case KIND_REAL:
+        *length = text_from_double(param->scratch, value.real, 6);  // "%G"
+        break;
+    case KIND_NUMERIC:
+        *length = cass_numeric_format(&value.numeric, param->scratch);
+        break;
+    default:
+        *length = text_from_int64(param->scratch, value.integer);
+        break;
+    }
+    return 0;
+}
+
+// Dates, times and guids, as the structs lie in memory.
+static int struct_text(cass_param *param, std::int32_t *length)
+{
+    union {
+        SQLGUID guid;
+        SQL_DATE_STRUCT date;
+        SQL_TIME_STRUCT time;
+        SQL_TIMESTAMP_STRUCT timestamp;
+    } value;
+    if (param_copy_fixed(param, &value, param->c_type.size) != 0)
+        return 1;
+    char *out = param->scratch;
+    switch (param->c_type.kind) {
+    case KIND_GUID:
+        *length = guid_text(out, &value.guid);
+        break;
+    case KIND_DATE:
+        *length = date_text(out, value.date.year, value.date.month, value.date.day);
+        break;
+    case KIND_TIME:
+        *length = time_text(out, value.time.hour, value.time.minute, value.time.second);
+        break;
+    default:
+        *length = timestamp_text(out, &value.timestamp);
+        break;
+    }
+    return 0;
+}
+
+// ---- Text --------------------------------------------------------------------------------------
+
+int get_char_from_param(cass_param *param, const unsigned char **text, std::int32_t *length,
+                        bool *wide)
+{
+    *wide = false;
+    *text = reinterpret_cast<const unsigned char *>(param->scratch);
+    if (param_load_joined(param, length) != 0)
+        return 1;
+    // No chunk, or only empty ones, is empty text whatever the C type.
+    if (*length < 0 || (param->at_exec && param->length == 0))
+        return 0;
+    switch (param->c_type.kind) {
+    case KIND_SIGNED:
+    case KIND_UNSIGNED:
+    case KIND_BIT:
+    case KIND_REAL:
+    case KIND_NUMERIC:
+        return number_text(param, length);
+    case KIND_GUID:
+    case KIND_DATE:
+    case KIND_TIME:
+    case KIND_TIMESTAMP:
+        return struct_text(param, length);
+    case KIND_WIDE:
+        *wide = true;
+        *text = param->data;
+        return text_length(param, sizeof(SQLWCHAR), length);
+    case KIND_TEXT:
+    case KIND_DEFAULT:
+        *text = param->data;
+        return text_length(param, 1, length);
+    case KIND_BINARY: {
+        std::int64_t bytes = 0;
+        const int code = param_binary_length(param, &bytes);
+        *text = param->data;
+        *length = static_cast<std::int32_t>(bytes);
+        return code;
+    }
+    default:
+        return param_fail_source(param, "get_char_from_param");
+    }
+}
+
+// Bytes of the UTF-8 form of wide text.
+static std::int64_t utf8_size(const unsigned char *text, std::int64_t units)
+{
+    std::int64_t size = 0;
+    for (std::int64_t i = 0; i < units; i++) {
+        const SQLWCHAR unit = load_unit(text, i);
+        size += unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
+    }
+    return size;
+}
+
+// Straight into the frame, a block at a time.
+static int put_wide(const cass_param *param, cass_packet *packet, const unsigned char *text,
+                    std::int64_t units)
+{
+    const std::int64_t size = utf8_size(text, units);
+    if (size > INT32_MAX)
+        return param_fail(param, STATE_HY090, "invalid length");
+    pkt_put_int(packet, static_cast<std::int32_t>(size));
+    unsigned char block[1024];
+    std::int32_t filled = 0;
+    for (std::int64_t i = 0; i < units; i++) {
+        filled += cass_utf8_put(load_unit(text, i), block + filled);
+        if (filled > static_cast<std::int32_t>(sizeof block) - 3) {
+            pkt_put_bytes(packet, block, filled);
+            filled = 0;
+        }
+    }
+    pkt_put_bytes(packet, block, filled);
+    return 0;
+}
+
+int param_put_text(cass_param *param, cass_packet *packet, std::int32_t)
+{
+    const unsigned char *text;
+    std::int32_t length;
+    bool wide;
+    if (get_char_from_param(param, &text, &length, &wide) != 0)
+        return 1;
+    if (length < 0)
+        return param_put_null(packet);
+    if (wide)
+        return put_wide(param, packet, text, length / static_cast<int>(sizeof(SQLWCHAR)));
+    pkt_put_long_bytes(packet, text, length);
+    return 0;
+}
+
+// ---- Binary ------------------------------------------------------------------------------------
+
+// A unit that is no hexadecimal digit counts as 0.
+static unsigned hex_value(SQLWCHAR unit)
+{
+    if (ascii_is_digit(unit))
+        return unit - '0';
+    const unsigned lower = unit | 0x20u;
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 0;
+}
+
+static SQLWCHAR text_unit(const cass_param *param, std::int64_t index)
+{
+    return param->c_type.kind == KIND_WIDE ? load_unit(param->data, index) : param->data[index];
+}
+
+// Hexadecimal text, two digits a byte; a digit left over at the end is dropped.
+static int binary_from_text(cass_param *param, const unsigned char **bytes, std::int32_t *length)
+{
+    const int unit_size = param->c_type.kind == KIND_WIDE ? sizeof(SQLWCHAR) : 1;
+    if (text_length(param, unit_size, length) != 0)
+        return 1;
+    if (*length < 0)
+        return 0;
+    const std::int64_t units = *length / unit_size;
+    std::int64_t at = 0;
+    if (units >= 2 && text_unit(param, 0) == '0' && (text_unit(param, 1) | 0x20) == 'x')
+        at = 2;
+    auto *out = reinterpret_cast<unsigned char *>(param->scratch);
+    unsigned char *block = nullptr;
+    if (units / 2 >= HEX_SCRATCH) {
+        block = static_cast<unsigned char *>(std::malloc(static_cast<std::size_t>(units / 2)));
+        out = block;
+        if (block == nullptr) {
+            CASS_LOG(&param->stmt->head, LOG_ERROR,
+                     "get_binary_from_param: failed to allocate memory for param %d",
+                     param_number(param));
+            cass_post_error_column(&param->stmt->head, STATE_HY001, 0, param_number(param),
+                                   "Failed to allocate memory");
+            return 1;
+        }
+    }
+    *bytes = out;
+    for (; at + 1 < units; at += 2)
+        *out++ = static_cast<unsigned char>(hex_value(text_unit(param, at)) << 4 |
+                                            hex_value(text_unit(param, at + 1)));
+    *length = static_cast<std::int32_t>(out - *bytes);
+    if (block != nullptr) {
+        std::free(param->owned);  // the joined chunks that were read
+        param->owned = block;
+    }
+    return 0;
+}
+
+int get_binary_from_param(cass_param *param, const unsigned char **bytes, std::int32_t *length)
+{
+    *bytes = reinterpret_cast<const unsigned char *>(param->scratch);
+    if (param_load_joined(param, length) != 0)
+        return 1;
+    if (*length < 0 || (param->at_exec && param->length == 0))
+        return 0;
+    switch (param->c_type.kind) {
+    case KIND_SIGNED:
+    case KIND_UNSIGNED:
+    case KIND_BIT:
+    case KIND_REAL:
+        // As they lie in memory. A value of one byte has always been sent as eight: it comes first.
+        std::memset(param->scratch, 0, 8);
+        *length = param->c_type.size == 1 ? 8 : param->c_type.size;
+        return param_copy_fixed(param, param->scratch, param->c_type.size);
+    case KIND_GUID:
+    case KIND_TIMESTAMP:
+        *length = param->c_type.size;
+        return param_copy_fixed(param, param->scratch, param->c_type.size);
+    case KIND_TEXT:
+    case KIND_WIDE:
+        return binary_from_text(param, bytes, length);
+    case KIND_BINARY:
+    case KIND_DEFAULT: {
+        std::int64_t size = 0;
+        const int code = param_binary_length(param, &size);
+        *bytes = param->data;
+        *length = static_cast<std::int32_t>(size);
+        return code;
+    }
+    default:
+        return param_fail_source(param, "get_binary_from_param");
+    }
+}
+
+int param_put_binary(cass_param *param, cass_packet *packet, std::int32_t)
+{
+    const unsigned char *bytes;
+    std::int32_t length;
+    if (get_binary_from_param(param, &bytes, &length) != 0)
+        return 1;
+    if (length < 0)
+        return param_put_null(packet);
+    pkt_put_long_bytes(packet, bytes, length);
+    return 0;
+}
+
+// ---- Guid --------------------------------------------------------------------------------------
+
+// "XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX", a brace in front passed over, what follows ignored. False
+// when a digit or a hyphen is missing.
+static bool parse_guid(const char *text, unsigned char *bytes)
+{
+    if (*text == '{')
+        text++;
+    for (int i = 0; i < 16; i++) {
+        if ((i == 4 || i == 6 || i == 8 || i == 10) && *text++ != '-')
+            return false;
+        unsigned value = 0;
+        for (int digit = 0; digit < 2; digit++, text++) {
+            const auto unit = static_cast<unsigned char>(*text);
+            const bool is_hex = hex_value(unit) != 0 || unit == '0';
+            if (!is_hex)
+                return false;
+            value = value << 4 | hex_value(unit);
+        }
+        bytes[i] = static_cast<unsigned char>(value);
+    }
+    return true;
+}
+
+int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length)
+{
+    *length = -1;
+    if (!param_load_first(param))
+        return 0;
+    bool null = false;
+    switch (param->c_type.kind) {
+    case KIND_GUID:
+        if (param_copy_fixed(param, value, sizeof *value) != 0)
+            return 1;
+        break;
+    case KIND_BINARY:
+        if (param_copy_image(param, value, sizeof *value, "Incorrect length for SQLGUID image %d",
+                             &null) != 0)
+            return 1;
+        break;
+    case KIND_TEXT:
+    case KIND_WIDE: {
+        unsigned char bytes[16];
+        if (param_narrow_text(param, &null) != 0)
+            return 1;
+        if (null)
+            break;
+        if (!parse_guid(param->scratch, bytes))
+            return param_fail(param, STATE_22018, "invalid guid text");
+        value->Data1 = load_be32(bytes);
+        value->Data2 = load_be16(bytes + 4);
+        value->Data3 = load_be16(bytes + 6);
+        std::memcpy(value->Data4, bytes + 8, sizeof value->Data4);
+        break;
+    }
+    default:
+        return param_fail_source(param, "get_guid_from_param");
+    }
+    if (!null)
+        *length = sizeof *value;
+    return 0;
+}
+
+int param_put_guid(cass_param *param, cass_packet *packet, std::int32_t)
+{
+    SQLGUID value;
+    std::int32_t length;
+    if (get_guid_from_param(param, &value, &length) != 0)
+        return 1;
+    if (length < 0)
+        return param_put_null(packet);
+    unsigned char out[16];
+    store_be32(out, value.Data1);
+    store_be16(out + 4, value.Data2);
+    store_be16(out + 6, value.Data3);
+    std::memcpy(out + 8, value.Data4, sizeof value.Data4);
+    pkt_put_long_bytes(packet, out, sizeof out);
+    return 0;
+}

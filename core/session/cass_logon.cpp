@@ -1,0 +1,385 @@
+// Session start, between known settings and runnable statements: open a socket, TLS, OPTIONS and
+// SUPPORTED, STARTUP, the password authenticator when the server asks for one, USE. Diagnostics go
+// to the connection; the frames belong to throw-away statements.
+#include "core/session/cass_logon.h"
+
+#include <algorithm>
+
+#include "core/diag/cass_err.h"
+#include "core/handle/cass_handle.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_conn.h"
+#include "core/net/cass_ssl.h"
+#include "core/session/cass_astra.h"
+#include "core/session/cass_bundle.h"
+#include "core/statement/cass_pkt_exchange.h"
+#include "core/wire/cass_pkt.h"
+
+static constexpr char log_source[] = "cass_logon.c";
+
+// The dialect that is asked for. What the server reports is kept for the application to see.
+constexpr char CQL_VERSION[] = "3.0.0";
+
+// The authenticator's class name with the low byte of its length (0x2F, 47) in front, as it stands
+// in an AUTHENTICATE body behind the length's high byte. One comparison tests both.
+constexpr char PASSWORD_AUTHENTICATOR[] = "/org.apache.cassandra.auth.PasswordAuthenticator";
+constexpr std::int32_t AUTHENTICATOR_SIZE = 48;
+static_assert(sizeof PASSWORD_AUTHENTICATOR == AUTHENTICATOR_SIZE + 1);
+static_assert(PASSWORD_AUTHENTICATOR[0] == AUTHENTICATOR_SIZE - 1);
+
+// What a server that demands credentials gets when none are set.
+constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
+
+using held_stmt =
+    std::unique_ptr<cass_stmt, std::integral_constant<decltype(&cass_free_throwaway_stmt),
+                                                      &cass_free_throwaway_stmt>>;
+
+static int no_memory(cass_conn *conn, const char *who)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return -1;
+}
+
+// ---- Replies of the handshake ------------------------------------------------------------------
+
+static int send_failed(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_establish_connection: failed to send a packet");
+    cass_post_error(&conn->head, STATE_HY000, 0, "failed to send a packet");
+    return -1;
+}
+
+static int no_reply(cass_conn *conn, cass_stmt *stmt, const char *who)
+{
+    if (stmt->no_memory)
+        return no_memory(conn, who);
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to return a packet", who);
+    cass_post_error(&conn->head, STATE_HY000, 0, "failed to return a packet");
+    return -1;
+}
+
+static int server_error(cass_conn *conn, cass_stmt *stmt, cass_packet *reply, const char *who)
+{
+    std::int32_t code = 0;
+    const held_string message(cass_server_error(stmt, reply, &code));
+    if (message == nullptr)
+        return no_memory(conn, who);
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: error code %d, '%S'", who, code, message.get());
+    cass_post_error(&conn->head, STATE_HY000, 0, "error code %d, '%S'", code, message.get());
+    return -1;
+}
+
+static int unexpected_reply(cass_conn *conn, const cass_packet *reply)
+{
+    const int opcode = pkt_opcode(reply);
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_establish_connection: unexpected packet type %d\n",
+             opcode);
+    cass_post_error(&conn->head, STATE_HY000, 0, "unexpected packet type %d\n", opcode);
+    return -1;
+}
+
+static void keep_cql_version(cass_conn *conn, const cass_string *value)
+{
+    const std::int32_t room = static_cast<std::int32_t>(sizeof conn->cql_version) - 1;
+    const std::int32_t length = std::min(cass_string_length(value), room);
+    for (std::int32_t i = 0; i < length; i++)
+        conn->cql_version[i] = static_cast<char>(value->text[i]);
+    conn->cql_version[length] = '\0';
+}
+
+static std::int32_t get_count(cass_packet *packet)
+{
+    return std::max<std::int32_t>(pkt_get_short(packet), 0);
+}
+
+// SUPPORTED: a string multimap (native protocol v4, section 4.2.4). False when memory ran out.
+static bool decode_supported(cass_conn *conn, cass_packet *packet)
+{
+    const std::int32_t keys = get_count(packet);
+    CASS_LOG(&conn->head, LOG_DETAIL, "SUPPORTED: option list size %d", keys);
+    for (std::int32_t i = 0; i < keys && pkt_remaining(packet) > 0; i++) {
+        const held_string key(pkt_get_string(packet));
+        if (key == nullptr)
+            return false;
+        const std::int32_t values = get_count(packet);
+        CASS_LOG(&conn->head, LOG_DETAIL, "SUPPORTED: option '%S', %d values", key.get(), values);
+        for (std::int32_t j = 0; j < values && pkt_remaining(packet) > 0; j++) {
+            const held_string value(pkt_get_string(packet));
+            if (value == nullptr)
+                return false;
+            CASS_LOG(&conn->head, LOG_DETAIL, "%S[ %d ]: '%S'", key.get(), j, value.get());
+            if (cass_string_compare_cstr(key.get(), "COMPRESSION") == 0 &&
+                cass_string_compare_cstr(value.get(), "lz4") == 0)
+                conn->lz4_offered = 1;
+            else if (cass_string_compare_cstr(key.get(), "CQL_VERSION") == 0)
+                keep_cql_version(conn, value.get());
+        }
+    }
+    return true;
+}
+
+// ---- Authentication ----------------------------------------------------------------------------
+
+// [bytes] holding the SASL PLAIN token: NUL, user, NUL, password (RFC 4616 without an authorisation
+// identity). False after posting.
+static bool put_plain_token(cass_conn *conn, cass_packet *packet, const char *user,
+                            const char *password)
+{
+    const std::size_t user_size = std::strlen(user);
+    const std::size_t password_size = std::strlen(password);
+    const std::size_t size = user_size + password_size + 2;
+    if (size <= INT32_MAX / 2) {
+        pkt_put_int(packet, static_cast<std::int32_t>(size));
+        pkt_put_byte(packet, 0);
+        pkt_put_bytes(packet, user, static_cast<std::int32_t>(user_size));
+        pkt_put_byte(packet, 0);
+        pkt_put_bytes(packet, password, static_cast<std::int32_t>(password_size));
+        if (!packet->failed)
+            return true;
+    }
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_send_auth: SASL failed to allocate buffer");
+    cass_post_error(&conn->head, STATE_HY000, 0, "SASL failed to allocate buffer");
+    return false;
+}
+
+int cass_send_auth(cass_conn *conn, const char *user, const char *password)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "Sending Auth");
+    if (user == nullptr && password == nullptr)
+        user = password = FALLBACK_CREDENTIAL;
+    const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
+    if (stmt == nullptr)
+        return no_memory(conn, "cass_send_auth");
+    const held_packet request(
+        cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_AUTH_RESPONSE, &conn->head));
+    if (request == nullptr)
+        return -1;
+    if (!put_plain_token(conn, request.get(), user != nullptr ? user : "",
+                         password != nullptr ? password : ""))
+        return -1;
+    return cass_send_packet(stmt.get(), request.get()) < 0 ? send_failed(conn) : 0;
+}
+
+// Encodes the credentials that are set and hands them to whoever sends them.
+static int send_credentials(cass_conn *conn, int (*send)(cass_conn *, const char *, const char *))
+{
+    const held_text user(cass_string_to_utf8(conn->user));
+    const held_text password(cass_string_to_utf8(conn->password));
+    if ((conn->user != nullptr && user == nullptr) ||
+        (conn->password != nullptr && password == nullptr))
+        return no_memory(conn, "send_credentials");
+    return send(conn, user.get(), password.get());
+}
+
+static int refuse_authenticator(cass_conn *conn, const char *text)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "authenticate: %s", text);
+    cass_post_error(&conn->head, STATE_HY000, 0, "%s", text);
+    return -1;
+}
+
+int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "authenticate: len=%d, pkt=%p", length,
+             static_cast<const void *>(body));
+    if (length > 0)
+        CASS_LOG_PACKET(&conn->head, body, length, "AUTHENTICATE Payload");
+    if (length < 2)
+        return refuse_authenticator(conn, "short SASL packet");
+    if (body[0] != 0)
+        return refuse_authenticator(conn, "unexpected SASL packet prefix");
+    if (length <= AUTHENTICATOR_SIZE ||
+        std::memcmp(body + 1, PASSWORD_AUTHENTICATOR, AUTHENTICATOR_SIZE) != 0)
+        return refuse_authenticator(conn, "unexpected SASL authenticator");
+
+    if (send_credentials(conn, cass_send_auth) != 0)
+        return -1;
+    const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
+    if (stmt == nullptr)
+        return no_memory(conn, "authenticate");
+    const held_packet reply(cass_read_packet(stmt.get()));
+    if (reply == nullptr)
+        return no_reply(conn, stmt.get(), "authenticate");
+    if (pkt_opcode(reply.get()) == OPCODE_ERROR)
+        return server_error(conn, stmt.get(), reply.get(), "authenticate");
+    // One round of SASL: whatever else comes, AUTH_SUCCESS as a rule, ends it.
+    return 0;
+}
+
+// ---- The handshake -----------------------------------------------------------------------------
+
+// OPTIONS, and what SUPPORTED tells. 0, or -1 with the failure posted.
+static int ask_options(cass_conn *conn, cass_stmt *stmt)
+{
+    const held_packet request(
+        cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_OPTIONS, &conn->head));
+    if (request == nullptr)
+        return -1;
+    bool sent = false;
+    const held_packet reply(cass_exchange(stmt, request.get(), &sent));
+    if (!sent)
+        return send_failed(conn);
+    if (reply == nullptr)
+        return no_reply(conn, stmt, "cass_establish_connection");
+    switch (pkt_opcode(reply.get())) {
+    case OPCODE_ERROR:
+        return server_error(conn, stmt, reply.get(), "cass_establish_connection");
+    case OPCODE_SUPPORTED:
+        return decode_supported(conn, reply.get()) ? 0
+                                                   : no_memory(conn, "cass_establish_connection");
+    default:
+        return unexpected_reply(conn, reply.get());
+    }
+}
+
+static bool put_cstr(cass_packet *packet, const char *text)
+{
+    const held_string string(cass_string_from_cstr(text));
+    return string != nullptr && pkt_put_string(packet, string.get()) == 0;
+}
+
+static const char *compression_name(std::int32_t mode)
+{
+    return mode == COMPRESSION_SNAPPY ? "snappy" : "lz4";
+}
+
+// The STARTUP body, a string map. A server that offers lz4 gets lz4: no setting refuses it.
+static bool put_startup_options(cass_packet *packet, std::int32_t mode)
+{
+    bool whole = pkt_put_short(packet, mode == COMPRESSION_NONE ? 1 : 2) > 0 &&
+                 put_cstr(packet, "CQL_VERSION") && put_cstr(packet, CQL_VERSION);
+    if (mode != COMPRESSION_NONE)
+        whole =
+            whole && put_cstr(packet, "COMPRESSION") && put_cstr(packet, compression_name(mode));
+    return whole;
+}
+
+// Sends STARTUP, itself uncompressed; from then on compression is in force. 0, or -1 with the
+// failure posted.
+static int send_startup(cass_conn *conn, cass_stmt *stmt)
+{
+    std::int32_t mode = COMPRESSION_NONE;
+    if (conn->snappy_offered)
+        mode = COMPRESSION_SNAPPY;
+    else if (conn->lz4_offered)
+        mode = COMPRESSION_LZ4;
+    const held_packet request(
+        cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_STARTUP, &conn->head));
+    if (request == nullptr)
+        return -1;
+    if (!put_startup_options(request.get(), mode))
+        return no_memory(conn, "cass_establish_connection");
+    if (cass_send_packet(stmt, request.get()) < 0)
+        return send_failed(conn);
+    conn->compression = mode;
+    return 0;
+}
+
+// STARTUP and what the server makes of it, authentication included.
+static int start_session(cass_conn *conn, cass_stmt *stmt)
+{
+    if (send_startup(conn, stmt) != 0)
+        return -1;
+    const held_packet reply(cass_read_packet(stmt));
+    if (reply == nullptr)
+        return no_reply(conn, stmt, "cass_establish_connection");
+    switch (pkt_opcode(reply.get())) {
+    case OPCODE_ERROR:
+        return server_error(conn, stmt, reply.get(), "cass_establish_connection");
+    case OPCODE_READY:
+        CASS_LOG(&conn->head, LOG_DETAIL, "cass_establish_connection: server ready");
+        return 0;
+    case OPCODE_AUTHENTICATE:
+        CASS_LOG(&conn->head, LOG_DETAIL, "cass_establish_connection: authentication requested");
+        return authenticate(conn, reply->body + reply->read_pos, pkt_remaining(reply.get()));
+    default:
+        return unexpected_reply(conn, reply.get());
+    }
+}
+
+int cass_use_keyspace(cass_conn *conn)
+{
+    return conn->keyspace == nullptr ? 0 : set_current_keyspace(conn, conn->keyspace);
+}
+
+int cass_establish_connection(cass_conn *conn)
+{
+    // What an earlier attempt negotiated does not hold for this server.
+    conn->lz4_offered = 0;
+    conn->compression = COMPRESSION_NONE;
+    // "Optional" is as compulsory as "yes".
+    if (conn->encrypt != 0 && cass_ssl_start(conn) != 0)
+        return -1;
+    held_stmt stmt(cass_alloc_throwaway_stmt(conn));
+    if (stmt == nullptr)
+        return no_memory(conn, "cass_establish_connection");
+    if (ask_options(conn, stmt.get()) != 0 || start_session(conn, stmt.get()) != 0)
+        return -1;
+    stmt.reset();
+    // The record of a refused keyspace goes with the statement that carried the request. The caller
+    // ends the session and reports success with information, without a record: Driver Managers take
+    // such a connection as made, and its next request fails.
+    const int used = cass_use_keyspace(conn);
+    if (used == QUERY_NO_MEMORY)
+        return -1;
+    return used == 0 || used == 1 ? 0 : 1;
+}
+
+// ---- From settings to a session ----------------------------------------------------------------
+
+static int no_server(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "cass_single_connect: server not specified");
+    cass_post_error(&conn->head, STATE_HY000, 0, "server not specified");
+    return -1;
+}
+
+// Asks the metadata service in a session of its own, always over TLS. 0, or a negative value.
+static int ask_metadata_service(cass_conn *conn)
+{
+    if (conn->server == nullptr)
+        return no_server(conn);
+    // TLS would ask for a node that an earlier attempt was told of.
+    cass_free_contact_points(conn);
+    if (cass_open_servers(conn, conn->server, conn->metadata_port) != 0)
+        return -1;
+    int code = cass_ssl_start(conn);
+    if (code == 0)
+        code = send_credentials(conn, astra_comms);
+    cass_logout(conn);
+    return code;
+}
+
+int cass_single_connect(cass_conn *conn, [[maybe_unused]] int flag)
+{
+    conn->connecting = 1;
+    conn->connected = 0;
+    if (conn->server == nullptr)
+        return no_server(conn);
+    return cass_open_servers(conn, conn->server, conn->port) == 0 ? 0 : -1;
+}
+
+SQLRETURN cass_connect(cass_conn *conn, int flag)
+{
+    if (conn->login_timeout == 0 && conn->logon_timeout != 0)
+        conn->ms_timeout = conn->logon_timeout;
+    if (conn->bundle_path != nullptr && cass_read_bundle(conn) != 0)
+        return SQL_ERROR;
+    // A caller without a Driver Manager may have a session already.
+    cass_logout(conn);
+    // Another thread's request waits until the session stands: it would go out in clear before.
+    const cass_lock_guard hold(&conn->exchange_lock);
+    if (conn->astra && ask_metadata_service(conn) != 0)
+        return SQL_ERROR;
+    int code = cass_single_connect(conn, flag);
+    if (code == 0)
+        code = cass_establish_connection(conn);
+    if (code != 0) {
+        cass_logout(conn);
+        return static_cast<SQLRETURN>(code);
+    }
+    conn->connecting = 0;
+    conn->connected = 1;
+    return SQL_SUCCESS;
+}

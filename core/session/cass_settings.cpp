@@ -1,0 +1,479 @@
+// Connection settings on their way in: the table of all keys, a DSN's section of odbc.ini, and the
+// connection string.
+//
+// A setting is read on three roads: SQLConnect's DSN, the connection string, and the DSN that a
+// connection string names. They do not treat every key alike; where they differ is a column of the
+// table or of a word list below, and applications' existing DSNs rely on each difference.
+#include "core/session/cass_settings.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <span>
+
+#include "core/diag/cass_err.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_conn_shared.h"
+#include "support/ascii.h"
+#include "support/installer.h"
+
+static constexpr char log_source[] = "SQLConnectWide.c";
+
+using string_ptr = std::unique_ptr<cass_string, decltype(&cass_string_free)>;
+using bytes_ptr = std::unique_ptr<char, decltype(&std::free)>;
+
+// The roads, as bits, so that a column can name several.
+enum settings_road : unsigned {
+    ROAD_NONE = 0,
+    ROAD_CONNECT = 1,  // SQLConnect's DSN
+    ROAD_STRING = 2,   // the connection string of SQLDriverConnect
+    ROAD_SECTION = 4,  // the DSN that this string names
+    ROAD_ALL = 7,
+};
+
+enum setting_kind {
+    SETTING_TEXT,
+    SETTING_ARGUMENT,     // text that SQLConnect's argument beats
+    SETTING_NUMBER,       // decimal
+    SETTING_SIZE,         // decimal; 0 and below count as absent
+    SETTING_SWITCH,       // yes or no
+    SETTING_TLS,          // a switch that SQLConnect also lets be "optional"
+    SETTING_KEEPALIVE,    // a switch that may be a number in a string too
+    SETTING_CONSISTENCY,  // name or number
+    SETTING_LOG_WORD,
+    SETTING_LOG_FILE,
+};
+
+// A number that the connection string has not given.
+constexpr std::int32_t NOT_GIVEN = -1;
+
+struct setting {
+    setting_kind kind;
+    const char *dsn_key;  // null: no key of a section
+    const char *string_key;
+    cass_string *cass_conn::*text;    // of the texts
+    std::int32_t cass_conn::*number;  // of the others, but for the two of the log
+    unsigned cleared;       // entries that clear an earlier value: ROAD_CONNECT, ROAD_STRING
+    std::int32_t fallback;  // value when absent
+    std::int32_t unset;     // what SQLConnect clears to; a string clears to NOT_GIVEN
+};
+
+static constexpr unsigned BOTH = ROAD_CONNECT | ROAD_STRING;
+
+static constexpr setting text_row(setting_kind kind, const char *dsn_key, const char *string_key,
+                                  cass_string *cass_conn::*field, unsigned cleared = BOTH)
+{
+    return {kind, dsn_key, string_key, field, nullptr, cleared, 0, 0};
+}
+
+static constexpr setting number_row(setting_kind kind, const char *dsn_key, const char *string_key,
+                                    std::int32_t cass_conn::*field, unsigned cleared = BOTH,
+                                    std::int32_t fallback = 0, std::int32_t unset = 0)
+{
+    return {kind, dsn_key, string_key, nullptr, field, cleared, fallback, unset};
+}
+
+static constexpr setting log_row(setting_kind kind, const char *dsn_key, const char *string_key)
+{
+    return {kind, dsn_key, string_key, nullptr, nullptr, ROAD_NONE, 0, 0};
+}
+
+// In SQLConnect's order, which its log shows: with no server and no bundle it reads no further, and
+// nothing in front of Logging is recorded unless the connection logs already.
+//
+// SQLConnect clears neither the three key files nor the keepalive switch, and a connection string
+// does not clear the keyspace; cass_reset_conn has done so in the usual course of calls.
+static constexpr setting settings[] = {
+    text_row(SETTING_TEXT, nullptr, "dsn", &cass_conn::dsn),
+    text_row(SETTING_TEXT, "Server", "server", &cass_conn::server),
+    text_row(SETTING_TEXT, "SecureConnectionBundlePath", "bundle", &cass_conn::bundle_path),
+    log_row(SETTING_LOG_WORD, "Logging", "logging"),
+    log_row(SETTING_LOG_FILE, "LogFile", "logfile"),
+    number_row(SETTING_NUMBER, "Port", "port", &cass_conn::port),
+    number_row(SETTING_NUMBER, "AstraPort", "astra_port", &cass_conn::metadata_port),
+    number_row(SETTING_SWITCH, "ipv6", "ipv6", &cass_conn::ipv6),
+    text_row(SETTING_TEXT, "Keyspace", "keyspace", &cass_conn::keyspace, ROAD_CONNECT),
+    text_row(SETTING_ARGUMENT, "User", "uid", &cass_conn::user),
+    text_row(SETTING_ARGUMENT, "Password", "pwd", &cass_conn::password),
+    number_row(SETTING_NUMBER, "LogonTimeout", "LogonTimeout", &cass_conn::logon_timeout),
+    number_row(SETTING_NUMBER, "ConnectionTimeout", "ConnectionTimeout",
+               &cass_conn::connection_timeout),
+    number_row(SETTING_TLS, "Encrypt", "encrypt", &cass_conn::encrypt),
+    text_row(SETTING_TEXT, "Entropy", "Entropy", &cass_conn::entropy_file),
+    number_row(SETTING_SWITCH, "TrustServerCertificate", "TrustServerCertificate",
+               &cass_conn::trust_server_certificate),
+    text_row(SETTING_TEXT, "PrivateKeyFile", "PrivateKeyFile", &cass_conn::private_key_file,
+             ROAD_STRING),
+    text_row(SETTING_TEXT, "CertificateFile", "CertificateFile", &cass_conn::certificate_file,
+             ROAD_STRING),
+    text_row(SETTING_TEXT, "PublicKeyFile", "PublicKeyFile", &cass_conn::public_key_file,
+             ROAD_STRING),
+    number_row(SETTING_NUMBER, "RCVBUFFER", "RCVBUFFER", &cass_conn::rcvbuffer),
+    number_row(SETTING_KEEPALIVE, "SOKEEPALIVE", "SOKEEPALIVE", &cass_conn::keepalive, ROAD_STRING),
+    number_row(SETTING_SWITCH, "Astra", "astra", &cass_conn::astra),
+    number_row(SETTING_CONSISTENCY, "Consistency", "consistency", &cass_conn::consistency, BOTH, 1,
+               NOT_GIVEN),
+    number_row(SETTING_SIZE, "StringLen", "stringlen", &cass_conn::string_len, BOTH, 256),
+    number_row(SETTING_SIZE, "BinaryLen", "binarylen", &cass_conn::binary_len, BOTH, 1024),
+};
+
+// The rows without which SQLConnect reads no others.
+static constexpr std::size_t ADDRESS_ROWS = 3;
+
+// ---- Values ------------------------------------------------------------------------------------
+
+// Words of the log switch. Each of the two words for logging in memory is unknown on one road. "no"
+// and "off" need no row: what is no word is a number, and a text without digits is 0.
+struct log_word {
+    const char *word;
+    std::int32_t mask;
+    unsigned roads;
+};
+
+static constexpr log_word log_words[] = {
+    {"yes", 31, ROAD_ALL},
+    {"true", 31, ROAD_ALL},
+    {"on", 31, ROAD_ALL},
+    {"onerror", 95, ROAD_CONNECT | ROAD_STRING},
+    {"error", 95, ROAD_CONNECT | ROAD_SECTION},
+    {"process", 63, ROAD_ALL},
+};
+
+// By code of the native protocol ([consistency], section 3 of version 4).
+static constexpr const char *consistency_names[] = {
+    "ANY",          "ONE",         "TWO",    "THREE",        "QUORUM",    "ALL",
+    "LOCAL_QUORUM", "EACH_QUORUM", "SERIAL", "LOCAL_SERIAL", "LOCAL_ONE",
+};
+
+static std::int32_t log_mask_from_text(const char *text, settings_road road)
+{
+    for (const log_word &row : log_words) {
+        if ((row.roads & road) != 0 && ascii_casecmp(text, row.word) == 0)
+            return row.mask;
+    }
+    return ascii_to_int_any_base(text);
+}
+
+static std::int32_t consistency_from_text(const char *text, settings_road road)
+{
+    for (std::size_t code = 0; code < std::size(consistency_names); code++) {
+        if (ascii_casecmp(text, consistency_names[code]) == 0)
+            return static_cast<std::int32_t>(code);
+    }
+    return road == ROAD_CONNECT ? ascii_to_int(text) : ascii_to_int_any_base(text);
+}
+
+// `digits_count`: what is no word may be a number, as in every DSN.
+static std::int32_t switch_from_text(const char *text, bool digits_count)
+{
+    if (ascii_casecmp(text, "yes") == 0 || ascii_casecmp(text, "true") == 0)
+        return 1;
+    return digits_count ? ascii_to_int(text) : 0;
+}
+
+// Unknown words and bad numbers are 0 and never reported.
+static std::int32_t number_from_text(setting_kind kind, const char *text, settings_road road)
+{
+    switch (kind) {
+    case SETTING_SWITCH:
+        return switch_from_text(text, road != ROAD_STRING);
+    case SETTING_TLS:
+        if (road == ROAD_CONNECT && ascii_casecmp(text, "optional") == 0)
+            return 2;
+        return switch_from_text(text, road != ROAD_STRING);
+    case SETTING_KEEPALIVE:
+        return switch_from_text(text, true);
+    case SETTING_CONSISTENCY:
+        return consistency_from_text(text, road);
+    default:
+        return ascii_to_int(text);
+    }
+}
+
+static bool is_text(const setting &row)
+{
+    return row.text != nullptr;
+}
+
+// Stores a value that is not a text setting. An empty log word leaves the mask as it is.
+static void store_value(cass_conn *conn, const setting &row, const char *value, settings_road road)
+{
+    if (row.kind == SETTING_LOG_WORD) {
+        if (*value != '\0')
+            shared_put(&conn->head.log_mask, log_mask_from_text(value, road));
+    } else if (row.kind == SETTING_LOG_FILE) {
+        cass_log_set_file(conn, value, strnlen(value, sizeof conn->log_file));
+    } else {
+        shared_put(&(conn->*row.number), number_from_text(row.kind, value, road));
+    }
+}
+
+// Before an entry: what it clears. `entry` is ROAD_CONNECT or ROAD_STRING.
+static void clear_settings(cass_conn *conn, settings_road entry)
+{
+    for (const setting &row : settings) {
+        if ((row.cleared & entry) == 0)
+            continue;
+        if (is_text(row))
+            cass_set_conn_text(conn, &(conn->*row.text), nullptr);
+        else
+            shared_put(&(conn->*row.number), entry == ROAD_CONNECT ? row.unset : NOT_GIVEN);
+    }
+}
+
+// After it: what is still absent takes its default. A negative number counts as absent behind a
+// connection string, and as a value behind SQLConnect.
+static void default_absent(cass_conn *conn, settings_road entry)
+{
+    for (const setting &row : settings) {
+        if (row.number == nullptr)
+            continue;
+        std::int32_t &value = conn->*row.number;
+        const bool absent = entry == ROAD_CONNECT ? value == row.unset : value < 0;
+        if (absent || (row.kind == SETTING_SIZE && value <= 0))
+            shared_put(&value, row.fallback);
+    }
+}
+
+// ---- A section of odbc.ini ---------------------------------------------------------------------
+
+constexpr char dsn_file[] = "odbc.ini";
+
+// A section and the list of its keys: every key that is not there saves a look into the file.
+struct dsn_section {
+    const char *name;
+    std::int32_t listed;  // bytes of keys; below 1: no list
+    char keys[8192];      // names, each with its NUL
+};
+
+static void list_section(dsn_section *section, const char *name)
+{
+    constexpr int room = sizeof section->keys;
+    section->name = name;
+    section->listed =
+        cass_get_private_profile_string(name, nullptr, "", section->keys, room, dsn_file);
+    if (section->listed > room - 1)
+        section->listed = room - 1;
+    if (section->listed > 0)
+        section->keys[section->listed] = '\0';
+}
+
+// A name that the end of a full list may have cut is no key.
+static bool section_has_key(const dsn_section &section, const char *key)
+{
+    const char *end = section.keys + section.listed;
+    const bool full = section.listed == static_cast<std::int32_t>(sizeof section.keys) - 1;
+    for (const char *name = section.keys; name < end && *name != '\0';
+         name += std::strlen(name) + 1) {
+        if (ascii_casecmp(name, key) == 0)
+            return !(full && name + std::strlen(name) >= end);
+    }
+    return false;
+}
+
+// One value, empty when the section does not have it. True when there is something.
+static bool cass_dsn_value(const dsn_section &section, const char *key, char *value, int size)
+{
+    value[0] = '\0';
+    if (section.listed > 0 && !section_has_key(section, key))
+        return false;
+    cass_get_private_profile_string(section.name, key, "", value, size, dsn_file);
+    value[size - 1] = '\0';
+    return value[0] != '\0';
+}
+
+// Does the section add anything to this setting? SQLConnect takes all but what its arguments gave;
+// a connection string only leaves what it did not give itself.
+static bool section_may_set(const cass_conn *conn, const setting &row, settings_road road)
+{
+    if (road == ROAD_CONNECT)
+        return row.kind != SETTING_ARGUMENT || conn->*row.text == nullptr;
+    if (row.kind == SETTING_LOG_WORD)
+        return conn->head.log_mask == 0;
+    if (row.kind == SETTING_LOG_FILE)
+        return conn->log_file[0] == '\0';
+    return is_text(row) ? conn->*row.text == nullptr : conn->*row.number == NOT_GIVEN;
+}
+
+static void note_found(cass_conn *conn, const setting &row, const char *value)
+{
+    if (row.text == &cass_conn::password)
+        CASS_LOG(&conn->head, LOG_CONTINUATION, "SQLConnect: Password found in ini file");
+    else
+        CASS_LOG(&conn->head, LOG_CONTINUATION, "SQLConnect: %s found in ini file: %s", row.dsn_key,
+                 value);
+}
+
+static void note_absent(cass_conn *conn, const setting &row)
+{
+    if (row.number == &cass_conn::port)
+        CASS_LOG(&conn->head, LOG_DETAIL, "SQLConnect: using default port setting");
+    if (row.kind == SETTING_LOG_FILE)
+        cass_log_set_file(conn, "", 0);
+}
+
+// False when memory ran out.
+static bool read_rows(cass_conn *conn, const dsn_section &section, std::span<const setting> rows,
+                      settings_road road)
+{
+    for (const setting &row : rows) {
+        if (row.dsn_key == nullptr || !section_may_set(conn, row, road))
+            continue;
+        char value[512];
+        if (!cass_dsn_value(section, row.dsn_key, value, sizeof value)) {
+            if (road == ROAD_CONNECT)
+                note_absent(conn, row);
+            continue;
+        }
+        if (is_text(row))
+            cass_set_conn_text(conn, &(conn->*row.text), cass_string_from_cstr(value));
+        else
+            store_value(conn, row, value, road);
+        if (is_text(row) && conn->*row.text == nullptr)
+            return false;
+        if (road == ROAD_CONNECT)
+            note_found(conn, row, value);
+    }
+    return true;
+}
+
+// Opens the connection's section; *name stays null without a data source. An empty name is none
+// either, as the installer would take it for a pattern that every section matches. False when
+// memory ran out.
+//
+// The name is looked for as UTF-8. An ANSI application whose names are UTF-8 already has had them
+// widened byte for byte, so that the plain bytes are the second candidate.
+static bool open_section(const cass_conn *conn, dsn_section *section, bytes_ptr *name)
+{
+    if (cass_string_length(conn->dsn) == 0)
+        return true;
+    bytes_ptr wanted(cass_string_to_utf8(conn->dsn), std::free);
+    bytes_ptr bytes(cass_string_to_ascii(conn->dsn), std::free);
+    if (wanted == nullptr || bytes == nullptr)
+        return false;
+    if (*wanted == '\0')
+        return true;
+    *name = std::move(wanted);
+    list_section(section, name->get());
+    if (section->listed < 1 && *bytes != '\0' && std::strcmp(name->get(), bytes.get()) != 0) {
+        *name = std::move(bytes);
+        list_section(section, name->get());
+    }
+    return true;
+}
+
+// ---- The two entries ---------------------------------------------------------------------------
+
+static int no_memory(cass_conn *conn, const char *who)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return -1;
+}
+
+static bool is_lost(const cass_string *given, const cass_string *copy)
+{
+    return given != nullptr && copy == nullptr;
+}
+
+// The keys of SQLConnect's section. Without a server or bundle nothing else is looked at, the user
+// and password of the arguments included: the call is about to fail. False when memory ran out.
+static bool read_connect_section(cass_conn *conn, const cass_string *user,
+                                 const cass_string *password)
+{
+    const std::span<const setting> all(settings);
+    dsn_section section;
+    bytes_ptr name(nullptr, std::free);
+    if (!open_section(conn, &section, &name))
+        return false;
+    if (name != nullptr && !read_rows(conn, section, all.first(ADDRESS_ROWS), ROAD_CONNECT))
+        return false;
+    if (conn->server == nullptr && conn->bundle_path == nullptr) {
+        CASS_LOG(&conn->head, LOG_ERROR,
+                 "SQLConnect: Server or SecureConnectionBundlePath  not specified");
+        return true;
+    }
+    conn->user = cass_string_copy(user);
+    conn->password = cass_string_copy(password);
+    if (is_lost(user, conn->user) || is_lost(password, conn->password))
+        return false;
+    return read_rows(conn, section, all.subspan(ADDRESS_ROWS), ROAD_CONNECT);
+}
+
+int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_string *user,
+                           const cass_string *password)
+{
+    clear_settings(conn, ROAD_CONNECT);
+    cass_set_conn_text(conn, &conn->dsn, cass_string_copy(dsn));
+    const bool whole = !is_lost(dsn, conn->dsn) && read_connect_section(conn, user, password);
+    default_absent(conn, ROAD_CONNECT);
+    return whole ? 0 : no_memory(conn, "SQLConnect");
+}
+
+// One key and value of a connection string. A text keeps the first value given, anything else takes
+// the last; an unknown key (DRIVER is one) is passed over. False when memory ran out.
+static bool store_pair(cass_conn *conn, const cass_string *key, string_ptr value)
+{
+    for (const setting &row : settings) {
+        if (cass_string_compare_cstr(key, row.string_key) != 0)
+            continue;
+        if (is_text(row)) {
+            if (conn->*row.text == nullptr)
+                cass_set_conn_text(conn, &(conn->*row.text), value.release());
+            return true;
+        }
+        const bytes_ptr text(cass_string_to_utf8(value.get()), std::free);
+        if (text == nullptr)
+            return false;
+        store_value(conn, row, text.get(), ROAD_STRING);
+        return true;
+    }
+    return true;
+}
+
+// Pieces between semicolons, each cut at its first equals sign. Braces protect both separators,
+// nest, and stay part of the value; there is no other quoting and no trimming. False when memory
+// ran out.
+static bool read_pairs(cass_conn *conn, const cass_string *connect_string)
+{
+    const std::int32_t length = cass_string_length(connect_string);
+    std::int32_t end = 0;
+    for (std::int32_t start = 0; start < length; start = end + 1) {
+        cass_string_find_char(start, connect_string, ';', &end);
+        const string_ptr piece(cass_string_sub(connect_string, start, end - start),
+                               cass_string_free);
+        cass_string *key = nullptr;
+        cass_string *value = nullptr;
+        const int split = piece != nullptr && cass_string_split(piece.get(), '=', &key, &value);
+        const string_ptr owned_key(key, cass_string_free);
+        string_ptr owned_value(value, cass_string_free);
+        if (!split || !store_pair(conn, key, std::move(owned_value)))
+            return false;
+    }
+    return true;
+}
+
+int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string)
+{
+    clear_settings(conn, ROAD_STRING);
+    dsn_section section;
+    bytes_ptr name(nullptr, std::free);
+    bool whole = read_pairs(conn, connect_string) && open_section(conn, &section, &name);
+    if (whole && name != nullptr)
+        whole = read_rows(conn, section, settings, ROAD_SECTION);
+    default_absent(conn, ROAD_STRING);
+    return whole ? 0 : no_memory(conn, "SQLDriverConnect");
+}
+
+char *cass_setting_path(const cass_string *setting)
+{
+    held_text path(cass_string_to_utf8(setting));
+    if (path != nullptr && access(path.get(), F_OK) != 0) {
+        held_text plain(cass_string_to_ascii(setting));
+        if (plain == nullptr || access(plain.get(), F_OK) == 0)
+            return plain.release();
+    }
+    return path.release();
+}

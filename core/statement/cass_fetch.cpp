@@ -1,0 +1,304 @@
+// Fetching: walks the current page row by row, requests the next one when it runs out, and fills
+// the rowset. The cursor is forward-only and holds exactly one page; a row is decoded whole, so
+// that columns may be read in any order until the next fetch.
+#include "core/statement/cass_fetch.h"
+
+#include <cstdlib>
+
+#include "core/cell/cass_data.h"
+#include "core/describe/cass_field.h"
+#include "core/diag/cass_err.h"
+#include "core/local/cass_internalrs.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_conn_shared.h"
+#include "core/statement/cass_pkt_exchange.h"
+
+static constexpr char log_source[] = "cass_fetch.c";
+
+// The records of every row. Each function of the road of rows has a constant `logged` and is built
+// twice, so that the log is tested once for a call of cass_fetch and not for each record.
+#define ROW_LOG(...)                                                                               \
+    do {                                                                                           \
+        if (logged)                                                                                \
+            CASS_LOG(&stmt->head, LOG_DETAIL, __VA_ARGS__);                                        \
+    } while (0)
+
+void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count)
+{
+    cass_packet_ref(packet);
+    cass_packet_unref(stmt->current_packet);
+    shared_put(&stmt->current_packet, packet);
+    stmt->current_row_count = rows_count < 0 ? 0 : rows_count;
+    stmt->current_row_offset = 0;
+    stmt->page_failed = 0;
+}
+
+static void clear_cell(cass_data_storage *cell)
+{
+    if (cell->data_type == SQL_CHAR || cell->data_type == SQL_BINARY)
+        cell->value.bytes = nullptr;
+    cell->isnull = 0;
+    cell->alloc_length = 0;
+    cell->offset = 0;
+    cell->finished = 0;
+}
+
+// Cells of the columns from `first` on. The blocks of text and binary cells stay with their
+// columns.
+static void clear_cells(cass_desc *ird, std::int32_t first)
+{
+    for (std::int32_t column = first; column < ird->field_count; ++column)
+        clear_cell(&ird->fields[column].data_storage);
+}
+
+void cass_clear_row_data(cass_stmt *stmt)
+{
+    clear_cells(stmt->ird, 0);
+}
+
+// Behind the last row of a page: gives back the blocks of text and binary cells that are much
+// larger than all of the page's bytes.
+static void end_page(cass_stmt *stmt)
+{
+    cass_clear_row_data(stmt);
+    const auto page = static_cast<std::size_t>(stmt->current_packet->length);
+    for (std::int32_t column = 0; column < stmt->ird->field_count; ++column) {
+        cass_data_storage *cell = &stmt->ird->fields[column].data_storage;
+        if (!cass_block_outgrown(cell->capacity, page))
+            continue;
+        std::free(cell->buffer);
+        cell->buffer = nullptr;
+        cell->capacity = 0;
+    }
+}
+
+static void drop_paging_state(cass_stmt *stmt)
+{
+    std::free(stmt->paging_state);
+    stmt->paging_state = nullptr;
+    stmt->paging_state_len = 0;
+}
+
+// Replaces the page that ran out. A reply without rows installs no page, and then the result ends.
+static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
+{
+    const cass_packet *before = stmt->current_packet;
+    if (cass_fetch_next_page(stmt) < 0) {
+        // Without its paging state the result ends at the next fetch: a dead connection must not
+        // give endless rows.
+        drop_paging_state(stmt);
+        stmt->page_failed = 1;
+        // Want of memory is an error of the fetch; of any other failure the transfer decides.
+        *page_failed = stmt->no_memory == 0;
+        return SQL_ERROR;
+    }
+    if (stmt->current_packet == before)
+        drop_paging_state(stmt);
+    return SQL_SUCCESS;
+}
+
+// The cell's length is taken, its bytes stay: rows whose cell is NULL keep the page in step.
+static SQLRETURN type_without_decoder(cass_stmt *stmt, cass_packet *packet, std::int32_t cql_type)
+{
+    if (cass_take_cell_length(stmt, packet) != SQL_SUCCESS)
+        return SQL_ERROR;
+    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: type not supported %d", cql_type);
+    cass_post_error(&stmt->head, STATE_08S01, 0, "type not supported %d", cql_type);
+    return SQL_ERROR;
+}
+
+static SQLRETURN decode_row(cass_stmt *stmt)
+{
+    cass_desc *ird = stmt->ird;
+    cass_packet *packet = stmt->current_packet;
+    const std::int32_t columns = cass_stmt_column_count(ird);
+    for (std::int32_t column = 0; column < columns; ++column) {
+        cass_field *field = &ird->fields[column];
+        const SQLRETURN code = field->decode != nullptr
+                                   ? field->decode(stmt, packet, field)
+                                   : type_without_decoder(stmt, packet, field->cql_type);
+        if (code != SQL_SUCCESS) [[unlikely]] {
+            clear_cells(ird, column);  // of the row before
+            return code;
+        }
+    }
+    return SQL_SUCCESS;
+}
+
+// Decoding a cell replaces all of it, so that the row before need only be forgotten where no new
+// row takes its place.
+SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed)
+{
+    while (stmt->current_row_offset >= stmt->current_row_count) {
+        end_page(stmt);
+        if (stmt->paging_state_len < 1)
+            return SQL_NO_DATA;
+        const SQLRETURN code = next_page(stmt, page_failed);
+        if (code != SQL_SUCCESS)
+            return code;
+    }
+    ++stmt->current_row_offset;
+    return decode_row(stmt);
+}
+
+[[gnu::always_inline]] static inline SQLRETURN fetch_row(cass_stmt *stmt, bool *page_failed,
+                                                         bool logged)
+{
+    ROW_LOG("cass_fetch_row: statement_handle=%p", static_cast<void *>(stmt));
+    if (stmt->current_packet == nullptr) {
+        ROW_LOG("cass_fetch_row: current packet is NULL");
+        return SQL_NO_DATA;
+    }
+    ROW_LOG("cass_fetch_row: current_row_count=%d, current_row_offset=%d", stmt->current_row_count,
+            stmt->current_row_offset);
+    const SQLRETURN code = fetch_data_row(stmt, page_failed);
+    ROW_LOG("cass_fetch_row: return value=%d", static_cast<int>(code));
+    return code;
+}
+
+SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed)
+{
+    return fetch_row(stmt, page_failed, cass_log_is_on(&stmt->head));
+}
+
+void cass_flush_rows(cass_stmt *stmt)
+{
+    bool page_failed = false;
+    while (cass_fetch_row(stmt, &page_failed) == SQL_SUCCESS) {
+    }
+}
+
+// ---- Rowsets -----------------------------------------------------------------------------------
+
+// The application's status array and rows-fetched counter, both of which it may not have given.
+struct rowset_outputs {
+    SQLUSMALLINT *status;
+    void *rows_fetched;  // SQLULEN
+};
+
+static void store_status(const rowset_outputs &out, SQLULEN row, SQLUSMALLINT status)
+{
+    if (out.status != nullptr)
+        std::memcpy(out.status + row, &status, sizeof status);
+}
+
+static void store_rows_fetched(const rowset_outputs &out, SQLULEN rows)
+{
+    if (out.rows_fetched != nullptr)
+        std::memcpy(out.rows_fetched, &rows, sizeof rows);
+}
+
+// Marks the positions from rowset_position to the end of the rowset, and moves it there.
+static void fill_status(cass_stmt *stmt, const rowset_outputs &out, SQLULEN array_size,
+                        SQLUSMALLINT status)
+{
+    for (; stmt->rowset_position < array_size; ++stmt->rowset_position)
+        store_status(out, stmt->rowset_position, status);
+}
+
+static bool has_local_row(const cass_stmt *stmt)
+{
+    return stmt->internal_rs != nullptr && !stmt->internal_rs->row_lost;
+}
+
+// One row into the IRD and from there into the bound columns.
+[[gnu::always_inline]] static inline SQLRETURN fetch_row_and_transfer(cass_stmt *stmt, bool logged)
+{
+    bool page_failed = false;
+    SQLRETURN code = stmt->internal_rs != nullptr ? cass_fetch_internal_row(stmt, SQL_FETCH_NEXT, 0)
+                                                  : fetch_row(stmt, &page_failed, logged);
+    ROW_LOG("fetch returned %d", static_cast<int>(code));
+    if (code == SQL_NO_DATA) {
+        stmt->data_waiting = 0;
+        cass_set_busy(stmt_conn(stmt), {});
+        return code;
+    }
+    // A row whose cell cannot be decoded is an error. A next page that did not come leaves its
+    // record, and the emptied row is transferred: the verdict of that decides. So does the second
+    // transfer of a local row: what the first one delivered whole is passed over, and a text that
+    // it cut goes on in the same buffer.
+    if (code == SQL_ERROR && !page_failed && !has_local_row(stmt))
+        return code;
+    code = transfer_bound_columns(stmt, 1);
+    ROW_LOG("transfer_bound_columns returns %r", static_cast<int>(code));
+    return code;
+}
+
+// Rows delivered into the rowset; *code is the last row's.
+[[gnu::always_inline]] static inline SQLULEN fill_rowset(cass_stmt *stmt, const rowset_outputs &out,
+                                                         SQLULEN array_size, SQLRETURN *code,
+                                                         bool logged)
+{
+    while (stmt->rowset_position < array_size) {
+        ROW_LOG("fetching row %d of %d", static_cast<int>(stmt->rowset_position),
+                static_cast<int>(array_size));
+        *code = fetch_row_and_transfer(stmt, logged);
+        if (!SQL_SUCCEEDED(*code))
+            break;
+        store_status(out, stmt->rowset_position,
+                     *code == SQL_SUCCESS ? SQL_ROW_SUCCESS : SQL_ROW_SUCCESS_WITH_INFO);
+        ++stmt->rowset_position;
+        store_rows_fetched(out, stmt->rowset_position);
+    }
+    return stmt->rowset_position;
+}
+
+[[gnu::always_inline]] static inline SQLRETURN fetch_rowset(cass_stmt *stmt, bool logged)
+{
+    const rowset_outputs out = {stmt->ird->array_status_ptr, stmt->ird->rows_processed_ptr};
+    const SQLULEN array_size = stmt->ard->array_size;
+    ROW_LOG("array_status_ptr=%p, rows_processed_ptr=%p", static_cast<void *>(out.status),
+            out.rows_fetched);
+    store_rows_fetched(out, 0);
+    // From where the rowset before ended, so that this writes only when the array has grown.
+    if (out.status != nullptr)
+        fill_status(stmt, out, array_size, SQL_ROW_NOROW);
+    ROW_LOG("array_size=%d", static_cast<int>(array_size));
+
+    stmt->rowset_position = 0;
+    SQLRETURN code = SQL_ERROR;
+    const SQLULEN rows = fill_rowset(stmt, out, array_size, &code, logged);
+    fill_status(stmt, out, array_size, code == SQL_ERROR ? SQL_ROW_ERROR : SQL_ROW_NOROW);
+    // A rowset of several rows that delivered any is a success, whatever its last row was: the
+    // status array and the records tell of truncation and errors.
+    return rows >= 1 && array_size > 1 ? SQL_SUCCESS : code;
+}
+
+[[gnu::always_inline]] static inline SQLRETURN fetch(cass_stmt *stmt, SQLSMALLINT mode,
+                                                     SQLLEN offset, bool logged)
+{
+    ROW_LOG("cass_fetch: statement_handle=%p, mode=%d, offset=%d", static_cast<void *>(stmt), mode,
+            static_cast<int>(offset));
+    if (stmt->current_packet == nullptr && stmt->internal_rs == nullptr) {
+        ROW_LOG("cass_fetch: No current resutset");
+        return SQL_NO_DATA;
+    }
+    if (mode != SQL_FETCH_NEXT) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "cass_fetch_row: fetch type out of range");
+        cass_post_error(&stmt->head, STATE_HY106, 0, nullptr);
+        return SQL_ERROR;
+    }
+    // One-sided on purpose: SQL_FETCH_NEXT ignores the offset, and applications pass 0, 1 or
+    // rubbish below it.
+    if (offset >= 2) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "cass_fetch_row: row value out of range");
+        cass_post_error(&stmt->head, STATE_HY107, 0, nullptr);
+        return SQL_ERROR;
+    }
+    const SQLRETURN code = fetch_rowset(stmt, logged);
+    ROW_LOG("cass_fetch: return value=%d", static_cast<int>(code));
+    return code;
+}
+
+[[gnu::cold, gnu::noinline]] static SQLRETURN fetch_logged(cass_stmt *stmt, SQLSMALLINT mode,
+                                                           SQLLEN offset)
+{
+    return fetch(stmt, mode, offset, true);
+}
+
+SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
+{
+    if (cass_log_is_on(&stmt->head)) [[unlikely]]
+        return fetch_logged(stmt, mode, offset);
+    return fetch(stmt, mode, offset, false);
+}

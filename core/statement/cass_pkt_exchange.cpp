@@ -1,0 +1,227 @@
+// The request and reply cycle. One request is in flight on a connection at a time: a frame goes
+// out, the next frame that comes is its reply, and the connection's exchange lock is held in
+// between, so that two threads cannot read each other's replies. A failed exchange leaves the
+// session as it is; on a socket that broke, or was shut because a reply could not be read to its
+// end, the next request fails in its turn.
+#include "core/statement/cass_pkt_exchange.h"
+
+#include "core/diag/cass_err.h"
+#include "core/handle/cass_handle.h"
+#include "core/log/cass_log.h"
+#include "core/statement/cass_pkt_result.h"
+#include "core/statement/cass_stmt.h"
+
+static constexpr char log_source[] = "cass_pkt.c";
+
+using held_stmt =
+    std::unique_ptr<cass_stmt, std::integral_constant<decltype(&cass_free_throwaway_stmt),
+                                                      &cass_free_throwaway_stmt>>;
+
+cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent)
+{
+    const cass_cancel_guard whole;
+    const cass_lock_guard hold(&stmt_conn(stmt)->exchange_lock);
+    *sent = cass_send_packet(stmt, request) >= 0;
+    return *sent ? cass_read_packet(stmt) : nullptr;
+}
+
+cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_t *code)
+{
+    // The warnings of a failed request stand in front of its code and are of no interest beside it.
+    if (pkt_has_warning(packet)) {
+        const held_string warnings(decode_warnings(stmt, packet));
+        if (warnings == nullptr)
+            return nullptr;
+    }
+    return decode_error_packet(stmt, packet, code);
+}
+
+static void post_no_reply(cass_stmt *stmt, const cass_packet *request, bool sent, const char *who)
+{
+    if (!sent && request->failed == PACKET_NO_MEMORY) {
+        cass_post_no_memory(stmt, who);
+    } else if (!sent) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to send packet", who);
+        cass_post_error(&stmt->head, STATE_08S01, 0, "failed to send packet");
+    } else if (stmt->head.timed_out) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: timeout reading packet", who);
+        cass_post_error(&stmt->head, STATE_HYT00, 0, nullptr);
+    } else {
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to return packet", who);
+        cass_post_error(&stmt->head, STATE_08S01, 0, "failed to return packet");
+    }
+}
+
+// Every failure that the server reports is 08S01, a syntax error too: its code and text are in the
+// message.
+static void post_server_error(cass_stmt *stmt, cass_packet *reply, const char *who)
+{
+    std::int32_t code = 0;
+    const held_string message(cass_server_error(stmt, reply, &code));
+    if (message == nullptr)
+        return;
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: error code %d '%S'", who, code, message.get());
+    cass_post_error(&stmt->head, STATE_08S01, 0, "error code %d '%S'", code, message.get());
+}
+
+// The RESULT that answers the request, its position behind the warnings. *warned: a warning was
+// posted. Null with the failure posted.
+static cass_packet *request_result(cass_stmt *stmt, cass_packet *request, const char *who,
+                                   bool *warned)
+{
+    bool sent = false;
+    *warned = false;
+    held_packet reply(cass_exchange(stmt, request, &sent));
+    if (reply == nullptr) {
+        post_no_reply(stmt, request, sent, who);
+        return nullptr;
+    }
+    if (pkt_opcode(reply.get()) == OPCODE_ERROR) {
+        post_server_error(stmt, reply.get(), who);
+        return nullptr;
+    }
+    if (pkt_opcode(reply.get()) != OPCODE_RESULT) {
+        const int opcode = pkt_opcode(reply.get());
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: unexpected packet type %d", who, opcode);
+        cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected packet type %d", opcode);
+        return nullptr;
+    }
+    if (pkt_has_warning(reply.get())) {
+        const held_string warning(decode_warnings(stmt, reply.get()));
+        if (warning == nullptr)
+            return nullptr;
+        CASS_LOG(&stmt->head, LOG_DETAIL, "%s: warning '%S'", who, warning.get());
+        cass_post_error(&stmt->head, STATE_01000, 0, "%S", warning.get());
+        *warned = true;
+    }
+    return reply.release();
+}
+
+int send_and_execute(cass_stmt *stmt, cass_packet *packet)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "send_and_execute:");
+    bool warned;
+    const held_packet reply(request_result(stmt, packet, "send_and_execute", &warned));
+    if (reply == nullptr)
+        return -1;
+    // A kind that is not known is a result without rows; only a malformed one fails.
+    if (decode_result_packet(stmt, reply.get()) == RESULT_MALFORMED)
+        return -1;
+    stmt->more_results = 0;
+    stmt->more_results_info = 0;
+    stmt->row_count_valid = 0;
+    stmt->executed = 1;
+    return warned ? 1 : 0;
+}
+
+int prepare_stmt(cass_stmt *stmt, const cass_string *text)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "prepare_stmt: '%S'", text);
+    if (text == nullptr) {
+        CASS_LOG(&stmt->head, LOG_DETAIL, "prepare_stmt: no work to do");
+        return 0;
+    }
+    held_packet request(cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_PREPARE, nullptr));
+    if (request == nullptr)
+        return -1;
+    pkt_put_long_string(request.get(), text);
+    bool warned;
+    const held_packet reply(request_result(stmt, request.get(), "prepare_stmt", &warned));
+    if (reply == nullptr)
+        return -1;
+    const std::int32_t kind = decode_result_packet(stmt, reply.get());
+    if (kind == RESULT_MALFORMED)
+        return -1;
+    if (kind != KIND_PREPARED) {
+        const char *name = result_kind_name(kind);
+        CASS_LOG(&stmt->head, LOG_ERROR,
+                 "prepare_stmt: unexpected packet kind %s, expected KIND_PREPARED", name);
+        cass_post_error(&stmt->head, STATE_08S01, 0,
+                        "unexpected packet kind %s, expected KIND_PREPARED", name);
+        return -1;
+    }
+    shared_put(&stmt->prepared, 1);
+    return warned ? 1 : 0;
+}
+
+static int no_memory(cass_conn *conn, const char *who)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+    return QUERY_NO_MEMORY;
+}
+
+int execute_query(cass_conn *conn, const cass_string *sql)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "execute_query: conn=%p", static_cast<void *>(conn));
+    CASS_LOG(&conn->head, LOG_DETAIL, "sql: '%S'", sql);
+    const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
+    if (stmt == nullptr)
+        return no_memory(conn, "execute_query");
+    const held_packet request(
+        cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_QUERY, &conn->head));
+    if (request == nullptr)
+        return QUERY_NO_MEMORY;
+    pkt_put_long_string(request.get(), sql);
+    pkt_put_short(request.get(), static_cast<std::int16_t>(shared_get(&conn->consistency)));
+    pkt_put_byte(request.get(), 0);
+    const int code = send_and_execute(stmt.get(), request.get());
+    return code < 0 && stmt->no_memory ? no_memory(conn, "execute_query") : code;
+}
+
+int cass_fetch_next_page(cass_stmt *stmt)
+{
+    stmt->no_memory = 0;
+    const held_packet request(create_fetch_next(stmt));
+    return request == nullptr ? -1 : send_and_execute(stmt, request.get());
+}
+
+int set_current_keyspace(cass_conn *conn, const cass_string *keyspace)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "set_currrent_keyspace: hand=%p", static_cast<void *>(conn));
+    CASS_LOG(&conn->head, LOG_DETAIL, "keyspace: '%S'", keyspace);
+    const held_string sql(cass_string_format("USE \"%S\";", keyspace));
+    if (sql == nullptr)
+        return no_memory(conn, "set_current_keyspace");
+    return execute_query(conn, sql.get());
+}
+
+int next_result_set(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "next_result_set:");
+    return -1;
+}
+
+int send_reset(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "send_reset:");
+    return -1;
+}
+
+int cass_commit(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "cass_commit");
+    return 0;
+}
+
+int cass_rollback(cass_conn *conn)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "cass_rollback");
+    return 0;
+}
+
+int set_autocommit(cass_conn *conn, std::int32_t value, int force)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "set_autocommit %d", value);
+    if (value == conn->autocommit && !force)
+        return 0;
+    CASS_LOG(&conn->head, LOG_DETAIL, "autocommit set to %d", conn->autocommit);
+    conn->autocommit = value;
+    return 0;
+}
+
+int cass_set_transaction_isolation(cass_conn *conn, std::int32_t level)
+{
+    CASS_LOG(&conn->head, LOG_DETAIL, "cass_set_transaction_isolation %d", level);
+    return 0;
+}

@@ -1,0 +1,39 @@
+// The request and reply cycle: one frame out, one frame back, on the calling thread. Results are 0,
+// 1 (a warning was posted) or -1 with a diagnostic on the statement.
+#ifndef CORE_STATEMENT_CASS_PKT_EXCHANGE_H
+#define CORE_STATEMENT_CASS_PKT_EXCHANGE_H
+
+#include "core/wire/cass_pkt.h"
+
+// Sends a request and reads one frame, with the connection's exchange lock held over both. Null:
+// *sent tells whether the request went out, and nothing is posted on the statement but HY001.
+cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent);
+// Code and message of an ERROR frame, behind its warnings if it has any. As decode_error_packet.
+cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_t *code);
+
+// Sends the frame and decodes the RESULT onto the statement. The caller keeps its reference.
+int send_and_execute(cass_stmt *stmt, cass_packet *packet);
+// Prepares `text` on the server: prepared id, IPD and IRD of the statement. A null text is no work.
+int prepare_stmt(cass_stmt *stmt, const cass_string *text);
+// Runs a statement of the driver's own; rows and diagnostics are dropped. What send_and_execute
+// gives, or QUERY_NO_MEMORY with HY001 posted on the connection.
+constexpr int QUERY_NO_MEMORY = -2;
+int execute_query(cass_conn *conn, const cass_string *sql);
+// Requests the next page of the statement's result. A reply without rows installs none. A failure
+// for want of memory leaves the statement's no_memory set.
+int cass_fetch_next_page(cass_stmt *stmt);
+
+// USE of the keyspace, in double quotes.
+int set_current_keyspace(cass_conn *conn, const cass_string *keyspace);
+
+// A statement has one result set, and there is no cancel on the wire: always -1, nothing posted.
+int next_result_set(cass_stmt *stmt);
+int send_reset(cass_stmt *stmt);
+
+// The server has no transactions: these log, store what the attributes read back, and give 0.
+int cass_commit(cass_conn *conn);
+int cass_rollback(cass_conn *conn);
+int set_autocommit(cass_conn *conn, std::int32_t value, int force);
+int cass_set_transaction_isolation(cass_conn *conn, std::int32_t level);
+
+#endif

@@ -1,0 +1,118 @@
+// The statement's life outside its two execution roads: closing, cursor changes, and what both
+// roads share of parameter sets.
+#include "core/statement/cass_stmt.h"
+
+#include <cstdlib>
+
+#include "core/describe/cass_field.h"
+#include "core/diag/cass_err.h"
+#include "core/local/cass_internalrs.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_conn_shared.h"
+#include "core/statement/cass_fetch.h"
+#include "core/statement/cass_pkt_exchange.h"
+
+static constexpr char log_source[] = "cass_stmt.c";
+
+static void free_bytes(unsigned char **bytes, std::int32_t *length)
+{
+    std::free(*bytes);
+    *bytes = nullptr;
+    *length = 0;
+}
+
+static void free_string(cass_string **slot)
+{
+    cass_string_free(*slot);
+    *slot = nullptr;
+}
+
+int cass_close_stmt(cass_stmt *stmt, int unprepare)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL,
+             "cass_close_stmt, closing statement=%p, unprepare=%d, prepared=%d, data_waiting %d, "
+             "executed %d",
+             static_cast<void *>(stmt), unprepare, stmt->prepared, stmt->data_waiting,
+             stmt->executed);
+    if (stmt->data_waiting) {
+        CASS_LOG(&stmt->head, LOG_DETAIL, "Flush one or more result set(s)");
+        if (stmt->internal_rs != nullptr)
+            cass_free_internal_rs(stmt, stmt->internal_rs);
+        else
+            cass_flush_rows(stmt);
+        cass_set_busy(stmt_conn(stmt), {});
+        stmt->data_waiting = 0;
+    }
+    if (stmt->prepared && unprepare) {
+        // The server is told nothing: it forgets prepared statements by itself.
+        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_close_stmt: unprepare");
+        free_bytes(&stmt->prepared_id, &stmt->prepared_id_len);
+        shared_put(&stmt->prepared, 0);
+        free_string(&stmt->sql_text);
+    }
+    free_bytes(&stmt->paging_state, &stmt->paging_state_len);
+    free_bytes(&stmt->param_buffer, &stmt->param_buffer_len);
+    cass_free_internal_rs(stmt, stmt->internal_rs);
+    free_string(&stmt->query_text);
+    stmt->executed = 0;
+    stmt->data_waiting = 0;
+    return 0;
+}
+
+void cass_close_for_catalog(cass_stmt *stmt)
+{
+    cass_close_stmt(stmt, 1);
+    free_string(&stmt->sql_text);
+}
+
+void cass_close_result(cass_stmt *stmt)
+{
+    cass_clear_row_data(stmt);
+    cass_desc_clear_fields(stmt->ird);
+    stmt->ird->found_count = 0;
+    stmt->ird->found_valid = 0;
+}
+
+int cass_prepare_if_needed(cass_stmt *stmt)
+{
+    if (stmt->sql_text == nullptr || stmt->prepared)
+        return 0;
+    return prepare_stmt(stmt, stmt->sql_text);
+}
+
+SQLRETURN cass_check_cursor_change(cass_stmt *stmt, SQLRETURN code)
+{
+    if (!SQL_SUCCEEDED(code) || !stmt->data_waiting)
+        return code;
+    const bool changed = stmt->attrs.cursor_type != 0 || stmt->attrs.cursor_scrollable != 0;
+    stmt->attrs.cursor_type = 0;
+    stmt->attrs.cursor_scrollable = 0;
+    if (!changed)
+        return code;
+    CASS_LOG(&stmt->head, LOG_ERROR, "cass_check_cursor_change: cursor type changed");
+    cass_post_error(&stmt->head, STATE_01S02, 0, "Cursor type changed");
+    return SQL_SUCCESS_WITH_INFO;
+}
+
+bool cass_param_set_skipped(const cass_stmt *stmt)
+{
+    if (stmt->apd->array_status_ptr == nullptr)
+        return false;
+    SQLUSMALLINT operation;
+    std::memcpy(&operation, stmt->apd->array_status_ptr + stmt->param_row, sizeof operation);
+    // SQL_PARAM_IGNORE is 1; the other values are those of row operations, which applications that
+    // use one array for both kinds leave there.
+    return operation == 1 || operation == 2 || operation == 3 || operation == 5;
+}
+
+void cass_store_params_processed(cass_stmt *stmt, SQLULEN sets)
+{
+    if (stmt->ipd->rows_processed_ptr != nullptr)
+        std::memcpy(stmt->ipd->rows_processed_ptr, &sets, sizeof sets);
+}
+
+void cass_store_param_status(cass_stmt *stmt, SQLUSMALLINT status)
+{
+    if (stmt->ipd->array_status_ptr != nullptr)
+        std::memcpy(stmt->ipd->array_status_ptr + stmt->param_row, &status, sizeof status);
+}

@@ -1,0 +1,161 @@
+// Prepared execution: one EXECUTE frame and one reply for each parameter set.
+#include <memory>
+
+#include "core/diag/cass_err.h"
+#include "core/local/cass_internalrs.h"
+#include "core/log/cass_log.h"
+#include "core/parameter/cass_param.h"
+#include "core/statement/cass_pkt_exchange.h"
+#include "core/statement/cass_stmt.h"
+
+static constexpr char log_source[] = "SQLExecute.c";
+
+using packet_ptr = std::unique_ptr<cass_packet, decltype(&cass_packet_unref)>;
+
+// Log words of the two ways here: SQLExecute, and SQLParamData after data at execution. `each_set`
+// may print the set's number and the number of sets.
+struct prepared_road {
+    const char *source;
+    const char *each_set;
+    const char *failed;
+    const char *no_arrays;
+    const char *row_count;        // null: not logged
+    const char *total_row_count;  // null: not logged
+    const char *counts;
+};
+
+static constexpr prepared_road plain_road = {
+    .source = log_source,
+    .each_set = "SQLExecute: execute %d of %d",
+    .failed = "SQLExecute: create_prepared_command failed",
+    .no_arrays = "SQLExecute: Array of data statements not supported",
+    .row_count = nullptr,
+    .total_row_count = nullptr,
+    .counts = "SQLExecute: ok_count=%d, info_count=%d, error_count=%d",
+};
+static constexpr prepared_road dae_road = {
+    .source = "SQLExecute(DAE)",
+    .each_set = "SQLExecute(DAE): chaining execute",
+    .failed = "SQLExecDirectWide: create_exec_string failed",
+    .no_arrays = "SQLExecute(DAE): Array of data statements not supported",
+    .row_count = "SQLExecute(DAE): row count = %d",
+    .total_row_count = "SQLExecute(DAE): total row count = %d",
+    .counts = "SQLExecute(DAE): ok_count=%d, info_count=%d, error_count=%d",
+};
+
+static void count_outcome(cass_stmt *stmt, SQLRETURN code)
+{
+    SQLUSMALLINT status = SQL_PARAM_ERROR;
+    if (code == SQL_SUCCESS) {
+        ++stmt->ok_count;
+        status = SQL_PARAM_SUCCESS;
+    } else if (code == SQL_SUCCESS_WITH_INFO) {
+        ++stmt->info_count;
+        status = SQL_PARAM_SUCCESS_WITH_INFO;
+    } else if (code == SQL_ERROR) {
+        ++stmt->error_count;
+    }
+    if (stmt->row_count_valid)
+        stmt->total_row_count = static_cast<std::int32_t>(
+            stmt->total_row_count < 0 ? stmt->row_count : stmt->total_row_count + stmt->row_count);
+    cass_store_param_status(stmt, status);
+}
+
+// Runs the set in work. False ends the whole execution with SQL_ERROR; a set that the server
+// refuses is only counted, and the next one is still sent.
+static bool run_set(cass_stmt *stmt, const prepared_road &road)
+{
+    packet_ptr request(create_execute(stmt), cass_packet_unref);
+    if (request == nullptr) {
+        cass_store_param_status(stmt, SQL_PARAM_ERROR);
+        CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.failed);
+        return false;
+    }
+    CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, "SQLExecute: sending request");
+    auto code = static_cast<SQLRETURN>(send_and_execute(stmt, request.get()));
+    code = cass_check_cursor_change(stmt, code);
+    if (stmt->data_waiting && stmt->apd->array_size > 1) {
+        CASS_LOG_AS(&stmt->head, road.source, LOG_ERROR, road.no_arrays);
+        cass_post_error(&stmt->head, STATE_HY000, 0, "Array of data statements not supported");
+        return false;
+    }
+    count_outcome(stmt, code);
+    if (road.row_count != nullptr) {
+        CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.row_count,
+                    static_cast<int>(stmt->row_count));
+        CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.total_row_count,
+                    stmt->total_row_count);
+    }
+    return true;
+}
+
+// The code of an execution from its tally; `otherwise` when no set ran.
+static SQLRETURN execution_code(const cass_stmt *stmt, SQLRETURN otherwise)
+{
+    const bool good = stmt->ok_count > 0 || stmt->info_count > 0;
+    if (good)
+        return stmt->error_count > 0 || stmt->info_count > 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+    return stmt->error_count > 0 ? SQL_ERROR : otherwise;
+}
+
+// Runs the sets from param_row on.
+static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, SQLRETURN otherwise)
+{
+    const SQLULEN sets = stmt->apd->array_size;
+    for (SQLULEN set = static_cast<std::uint32_t>(stmt->param_row); set < sets; ++set) {
+        stmt->param_row = static_cast<std::int32_t>(set);
+        CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.each_set, static_cast<int>(set + 1),
+                    static_cast<int>(sets));
+        cass_store_params_processed(stmt, set + 1);
+        if (!cass_param_set_skipped(stmt) && !run_set(stmt, road))
+            return SQL_ERROR;
+        stmt->param_row = static_cast<std::int32_t>(set + 1);
+    }
+    if (stmt->total_row_count > 0)
+        stmt->row_count = stmt->total_row_count;
+    CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.counts, stmt->ok_count, stmt->info_count,
+                stmt->error_count);
+    return sets > 0 ? execution_code(stmt, otherwise) : otherwise;
+}
+
+SQLRETURN cass_execute(cass_stmt *stmt)
+{
+    cass_free_internal_rs(stmt, stmt->internal_rs);
+    if (!stmt->prepared) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "SQLExecute: No prepared statement");
+        cass_post_error(&stmt->head, STATE_HY000, 0, "no prepared statement");
+        return SQL_ERROR;
+    }
+    if (stmt->prepared_id == nullptr || stmt->prepared_id_len == 0) {
+        CASS_LOG(&stmt->head, LOG_DETAIL, "SQLExecute: no prepared id");
+        return SQL_ERROR;
+    }
+    cass_string_free(stmt->query_text);
+    stmt->query_text = nullptr;
+    // Checked before param_row goes back to the first set, so that a re-execution looks behind the
+    // sets of the run before and finds no data at execution there: chunks collected for the first
+    // execution then serve the next ones.
+    const int checked = cass_check_params(stmt, 0, OP_EXECUTE);
+    if (checked != 0)
+        return static_cast<SQLRETURN>(checked);
+
+    stmt->ird = stmt->implicit_ird;
+    cass_store_params_processed(stmt, 0);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "SQLExecute: statement prepared");
+    stmt->total_row_count = -1;
+    stmt->error_count = stmt->ok_count = stmt->info_count = 0;
+    stmt->param_row = 0;
+    return run_sets(stmt, plain_road, SQL_SUCCESS);
+}
+
+SQLRETURN cass_dae_execute(cass_stmt *stmt)
+{
+    stmt->ird = stmt->implicit_ird;
+    CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): statement prepared");
+    // The tally is not reset here: it holds what the execution before has left.
+    const SQLRETURN otherwise = SQL_ERROR;
+    const SQLRETURN code = run_sets(stmt, dae_road, otherwise);
+    CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): return value=%d",
+                static_cast<int>(code));
+    return code;
+}

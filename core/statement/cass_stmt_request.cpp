@@ -1,0 +1,113 @@
+// Request frames of a statement (native protocol v4, sections 4.1.4 and 4.1.6): text or prepared
+// id, consistency, flags, values, page size, paging state.
+#include <cstdlib>
+#include <memory>
+
+#include "core/diag/cass_err.h"
+#include "core/log/cass_log.h"
+#include "core/parameter/cass_param.h"
+#include "core/statement/cass_stmt.h"
+
+static constexpr char log_source[] = "cass_stmt.c";
+
+using packet_ptr = std::unique_ptr<cass_packet, decltype(&cass_packet_unref)>;
+
+enum : std::uint8_t {
+    QUERY_VALUES = 0x01,
+    QUERY_PAGE_SIZE = 0x04,
+    QUERY_PAGING_STATE = 0x08,
+};
+
+static packet_ptr new_request(cass_stmt *stmt, std::uint8_t opcode)
+{
+    return packet_ptr(cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, opcode, nullptr),
+                      cass_packet_unref);
+}
+
+static void put_consistency(cass_stmt *stmt, cass_packet *packet)
+{
+    pkt_put_short(packet, static_cast<std::int16_t>(shared_get(&stmt_conn(stmt)->consistency)));
+}
+
+// The encoded values since `position` are kept, so that next pages repeat them without reading the
+// application's buffers again.
+static bool keep_values(cass_stmt *stmt, const cass_packet *packet, std::int32_t position)
+{
+    std::free(stmt->param_buffer);
+    stmt->param_buffer = pkt_copy_from(packet, position, &stmt->param_buffer_len);
+    if (stmt->param_buffer_len < 0) {
+        stmt->param_buffer_len = 0;
+        CASS_LOG(&stmt->head, LOG_ERROR, "cass_append_params: failed to keep the values");
+        cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+        return false;
+    }
+    CASS_LOG(&stmt->head, LOG_DETAIL, "Parameter Buffer saved %d bytes", stmt->param_buffer_len);
+    return true;
+}
+
+// Flags, values and page size of a first page. The client-side marker count decides whether there
+// are values. False when they could not be encoded; the failure is posted.
+static bool put_first_page(cass_stmt *stmt, cass_packet *packet)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "found_param_count=%d", stmt->found_param_count);
+    if (stmt->found_param_count == 0) {
+        pkt_put_byte(packet, QUERY_PAGE_SIZE);
+    } else {
+        pkt_put_byte(packet, QUERY_VALUES | QUERY_PAGE_SIZE);
+        const std::int32_t position = pkt_position(packet);
+        if (cass_append_params(stmt, packet) != 0 || !keep_values(stmt, packet, position))
+            return false;
+    }
+    pkt_put_int(packet, PAGE_SIZE);
+    return true;
+}
+
+cass_packet *create_exec_string(cass_stmt *stmt, const cass_string *text)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "create_exec_string: stmt=%p, sqllen=%d, sql='%S'",
+             static_cast<void *>(stmt), cass_string_length(text), text);
+    packet_ptr packet = new_request(stmt, OPCODE_QUERY);
+    if (packet == nullptr)
+        return nullptr;
+    pkt_put_long_string(packet.get(), text);
+    put_consistency(stmt, packet.get());
+    return put_first_page(stmt, packet.get()) ? packet.release() : nullptr;
+}
+
+cass_packet *create_execute(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "create_execute: stmt=%p", static_cast<void *>(stmt));
+    std::free(stmt->param_buffer);
+    stmt->param_buffer = nullptr;
+    stmt->param_buffer_len = 0;
+    packet_ptr packet = new_request(stmt, OPCODE_EXECUTE);
+    if (packet == nullptr)
+        return nullptr;
+    pkt_put_short_bytes(packet.get(), stmt->prepared_id, stmt->prepared_id_len);
+    put_consistency(stmt, packet.get());
+    return put_first_page(stmt, packet.get()) ? packet.release() : nullptr;
+}
+
+cass_packet *create_fetch_next(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "create_fetch_next: stmt=%p", static_cast<void *>(stmt));
+    packet_ptr packet = new_request(stmt, stmt->prepared ? OPCODE_EXECUTE : OPCODE_QUERY);
+    if (packet == nullptr)
+        return nullptr;
+    if (stmt->prepared)
+        pkt_put_short_bytes(packet.get(), stmt->prepared_id, stmt->prepared_id_len);
+    else
+        pkt_put_long_string(packet.get(), stmt->query_text);
+    put_consistency(stmt, packet.get());
+    const bool values = stmt->param_buffer_len >= 1;
+    pkt_put_byte(packet.get(), static_cast<std::uint8_t>((values ? QUERY_VALUES : 0) |
+                                                         QUERY_PAGE_SIZE | QUERY_PAGING_STATE));
+    if (values) {
+        CASS_LOG(&stmt->head, LOG_DETAIL, "Parameter Buffer append %d bytes",
+                 stmt->param_buffer_len);
+        pkt_put_bytes(packet.get(), stmt->param_buffer, stmt->param_buffer_len);
+    }
+    pkt_put_int(packet.get(), PAGE_SIZE);
+    pkt_put_long_bytes(packet.get(), stmt->paging_state, stmt->paging_state_len);
+    return packet.release();
+}

@@ -1,0 +1,584 @@
+// Frames: their blocks, writers and readers, the road out and the road in. Every size that a header
+// or a body announces is a claim to be checked: readers never leave the body, and a block grows no
+// further than the bytes that really arrive.
+#include "core/wire/cass_pkt.h"
+
+#include <lz4.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <climits>
+
+#include "core/diag/cass_err.h"
+#include "core/log/cass_log.h"
+#include "core/net/cass_conn.h"
+
+static constexpr char log_source[] = "cass_pkt.c";
+
+constexpr std::int32_t BODY_LIMIT = INT32_MAX - FRAME_HEADER_SIZE;
+constexpr std::size_t REQUEST_CAPACITY = 256;
+constexpr std::size_t LEAST_CAPACITY = 512;
+constexpr std::int32_t FIRST_STEP = 16 * 1024 * 1024;  // most that is allocated on a header's word
+constexpr std::size_t SPARE_LIMIT = 16 * 1024 * 1024;  // blocks above this are never kept
+constexpr std::size_t SPARE_FLOOR = 64 * 1024;         // blocks up to this are always kept
+constexpr std::int32_t SHORT_LENGTH_LIMIT = 65535;
+
+// A compressed body: the header, the uncompressed size as [int], and the LZ4 block.
+constexpr std::int32_t LZ4_PREFIX_SIZE = 4;
+constexpr std::int32_t LZ4_START = FRAME_HEADER_SIZE + LZ4_PREFIX_SIZE;
+// An LZ4 block of n bytes restores to fewer than 255 x n bytes.
+constexpr std::int64_t LZ4_BEST_RATIO = 255;
+constexpr std::int64_t LZ4_SLACK = 64;
+
+// ---- Blocks ------------------------------------------------------------------------------------
+
+// Makes room for `needed` bytes, of which the first `kept` survive. Leaves an eighth to spare, so
+// that pages of slightly different sizes settle in one block. False when memory ran out.
+static bool reserve_block(unsigned char **block, std::size_t *capacity, std::size_t needed,
+                          std::size_t kept)
+{
+    if (needed <= *capacity)
+        return true;
+    const std::size_t wanted = std::max(needed + needed / 8, LEAST_CAPACITY);
+    void *grown;
+    if (kept == 0) {
+        std::free(*block);
+        *block = nullptr;
+        *capacity = 0;
+        grown = std::malloc(wanted);
+    } else {
+        grown = std::realloc(*block, wanted);
+    }
+    if (grown == nullptr)
+        return false;
+    *block = static_cast<unsigned char *>(grown);
+    *capacity = wanted;
+    return true;
+}
+
+// Remembers what frames need, forgetting an old peak slowly, and gives a kept block back that has
+// become much larger than that.
+static void note_need(cass_conn *conn, std::size_t needed)
+{
+    conn->recent_need = std::max(needed, conn->recent_need - conn->recent_need / 16);
+}
+
+bool cass_block_outgrown(std::size_t capacity, std::size_t need)
+{
+    return capacity > SPARE_FLOOR && (capacity > SPARE_LIMIT || capacity / 4 > need);
+}
+
+static void trim_block(const cass_conn *conn, unsigned char **block, std::size_t *capacity)
+{
+    if (!cass_block_outgrown(*capacity, conn->recent_need))
+        return;
+    std::free(*block);
+    *block = nullptr;
+    *capacity = 0;
+}
+
+static void free_packet(cass_packet *packet)
+{
+    if (packet == nullptr)
+        return;
+    std::free(packet->frame);
+    std::free(packet);
+}
+
+// The spare slot changes hands atomically: a fetch may release its page while another statement's
+// exchange takes a block.
+static cass_packet *swap_spare(cass_conn *conn, cass_packet *packet)
+{
+    return __atomic_exchange_n(&conn->spare_packet, packet, __ATOMIC_ACQ_REL);
+}
+
+void cass_packet_ref(cass_packet *packet)
+{
+    packet->refs++;
+}
+
+void cass_packet_unref(cass_packet *packet)
+{
+    if (packet == nullptr)
+        return;
+    packet->refs--;
+    if (packet->refs < 0)
+        std::abort();
+    if (packet->refs > 0)
+        return;
+    if (packet->reply && packet->capacity <= SPARE_LIMIT)
+        packet = swap_spare(packet->conn, packet);
+    free_packet(packet);
+}
+
+void cass_packet_drop_spare(cass_conn *conn)
+{
+    free_packet(swap_spare(conn, nullptr));
+    std::free(conn->compressed);
+    conn->compressed = nullptr;
+    conn->compressed_capacity = 0;
+    conn->recent_need = 0;
+}
+
+void cass_post_no_memory(cass_stmt *stmt, const char *who)
+{
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+    stmt->no_memory = 1;
+}
+
+static void post_no_packet(cass_stmt *stmt, cass_handle *failure_handle)
+{
+    if (failure_handle == nullptr) {
+        cass_post_no_memory(stmt, "cass_new_packet");
+        return;
+    }
+    CASS_LOG(failure_handle, LOG_ERROR, "cass_new_packet: failed to allocate memory");
+    cass_post_error(failure_handle, STATE_HY001, 0, nullptr);
+}
+
+cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t flags,
+                             std::int16_t stream, std::uint8_t opcode, cass_handle *failure_handle)
+{
+    auto *packet = static_cast<cass_packet *>(std::calloc(1, sizeof(cass_packet)));
+    if (packet != nullptr)
+        packet->frame = static_cast<unsigned char *>(std::malloc(REQUEST_CAPACITY));
+    if (packet == nullptr || packet->frame == nullptr) {
+        free_packet(packet);
+        post_no_packet(stmt, failure_handle);
+        return nullptr;
+    }
+    packet->conn = stmt_conn(stmt);
+    packet->owner = stmt;
+    packet->version = version;
+    packet->flags = flags;
+    packet->stream = stream;
+    packet->opcode = opcode;
+    packet->capacity = REQUEST_CAPACITY;
+    packet->body = packet->frame + FRAME_HEADER_SIZE;
+    packet->refs = 1;
+    packet->frame[0] = version;
+    packet->frame[1] = flags;
+    store_be16(packet->frame + 2, static_cast<std::uint16_t>(stream));
+    packet->frame[4] = opcode;
+    return packet;
+}
+
+// ---- Sending -----------------------------------------------------------------------------------
+
+static std::int32_t send_compressed(cass_packet *packet)
+{
+    cass_conn *conn = packet->conn;
+    const int bound = LZ4_compressBound(packet->length);
+    if (bound < 1)
+        return -1;
+    const std::size_t needed = static_cast<std::size_t>(bound) + LZ4_START;
+    if (!reserve_block(&conn->compressed, &conn->compressed_capacity, needed, 0)) {
+        packet->failed = PACKET_NO_MEMORY;
+        return -1;
+    }
+    note_need(conn, needed);
+    unsigned char *frame = conn->compressed;
+    std::memcpy(frame, packet->frame, FRAME_HEADER_SIZE);
+    frame[1] |= FRAME_COMPRESSED;
+    const int size =
+        LZ4_compress_default(reinterpret_cast<const char *>(packet->body),
+                             reinterpret_cast<char *>(frame + LZ4_START), packet->length, bound);
+    if (size < 1)
+        return -1;
+    store_be32(frame + 5, static_cast<std::uint32_t>(size + LZ4_PREFIX_SIZE));
+    store_be32(frame + FRAME_HEADER_SIZE, static_cast<std::uint32_t>(packet->length));
+    const std::int32_t sent = conn_write(conn, frame, LZ4_START + size);
+    trim_block(conn, &conn->compressed, &conn->compressed_capacity);
+    return sent < 1 ? sent : packet->length + FRAME_HEADER_SIZE;
+}
+
+std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet)
+{
+    const std::int32_t mode = stmt_conn(stmt)->compression;
+    if (packet->failed)
+        return -1;
+    if (packet->length > 0 && mode == COMPRESSION_SNAPPY)
+        return -1;
+    if (packet->length > 0 && mode == COMPRESSION_LZ4)
+        return send_compressed(packet);
+    store_be32(packet->frame + 5, static_cast<std::uint32_t>(packet->length));
+    return conn_write(packet->conn, packet->frame, packet->length + FRAME_HEADER_SIZE);
+}
+
+// ---- Receiving ---------------------------------------------------------------------------------
+
+// A result of 0, the end of a TLS stream, counts as a failed read: the loop would never end.
+static bool read_exactly(cass_stmt *stmt, unsigned char *target, std::int32_t count)
+{
+    while (count > 0) {
+        std::int32_t got = 0;
+        const std::int32_t result = conn_read(stmt_conn(stmt), target, count, &got, 0);
+        if (result < 1) {
+            if (result == CONN_TIMED_OUT)
+                stmt->head.timed_out = 1;
+            return false;
+        }
+        target += got;
+        count -= got;
+    }
+    return true;
+}
+
+// Reads `length` bytes into the block behind its first `offset` bytes, which are left free. A long
+// body is read in steps, each as long as all before it, so that a lying header costs no more memory
+// than the bytes that arrive. False after posting HY001, or when the read failed.
+static bool read_into_block(cass_stmt *stmt, unsigned char **block, std::size_t *capacity,
+                            std::size_t offset, std::int32_t length)
+{
+    std::int32_t done = 0;
+    std::int32_t step = std::min(length, FIRST_STEP);
+    do {
+        const std::size_t held = offset + static_cast<std::size_t>(done);
+        if (!reserve_block(block, capacity, held + static_cast<std::size_t>(step),
+                           done == 0 ? 0 : held)) {
+            cass_post_no_memory(stmt, "cass_read_packet");
+            return false;
+        }
+        if (!read_exactly(stmt, *block + held, step))
+            return false;
+        done += step;
+        step = std::min(length - done, done);
+    } while (done < length);
+    return true;
+}
+
+static bool read_plain(cass_stmt *stmt, cass_packet *packet)
+{
+    note_need(packet->conn, static_cast<std::size_t>(packet->length) + FRAME_HEADER_SIZE);
+    trim_block(packet->conn, &packet->frame, &packet->capacity);
+    return read_into_block(stmt, &packet->frame, &packet->capacity, FRAME_HEADER_SIZE,
+                           packet->length);
+}
+
+static bool read_compressed(cass_stmt *stmt, const cass_packet *packet)
+{
+    cass_conn *conn = packet->conn;
+    trim_block(conn, &conn->compressed, &conn->compressed_capacity);
+    return read_into_block(stmt, &conn->compressed, &conn->compressed_capacity, 0, packet->length);
+}
+
+// Restores the body that read_compressed has read behind the frame's header. False for one that
+// lies about its size, or that nobody asked for.
+static bool restore_body(cass_stmt *stmt, cass_packet *packet)
+{
+    cass_conn *conn = packet->conn;
+    if (conn->compression != COMPRESSION_LZ4 || packet->length < LZ4_PREFIX_SIZE)
+        return false;
+    const auto size = static_cast<std::int32_t>(load_be32(conn->compressed));
+    const std::int32_t packed = packet->length - LZ4_PREFIX_SIZE;
+    if (size < 0 || size > packed * LZ4_BEST_RATIO + LZ4_SLACK)
+        return false;
+
+    const std::size_t needed = static_cast<std::size_t>(size) + FRAME_HEADER_SIZE;
+    note_need(conn, std::max(needed, static_cast<std::size_t>(packet->length)));
+    trim_block(conn, &packet->frame, &packet->capacity);
+    if (!reserve_block(&packet->frame, &packet->capacity, needed, 0)) {
+        cass_post_no_memory(stmt, "cass_read_packet");
+        return false;
+    }
+    packet->length = LZ4_decompress_safe(
+        reinterpret_cast<const char *>(conn->compressed + LZ4_PREFIX_SIZE),
+        reinterpret_cast<char *>(packet->frame + FRAME_HEADER_SIZE), packed, size);
+    return packet->length >= 0;
+}
+
+// A record for the reply, in the connection's spare block if there is one. Null when memory ran
+// out.
+static cass_packet *new_reply(cass_stmt *stmt, const unsigned char *header)
+{
+    cass_packet *packet = swap_spare(stmt_conn(stmt), nullptr);
+    if (packet == nullptr)
+        packet = static_cast<cass_packet *>(std::calloc(1, sizeof(cass_packet)));
+    if (packet == nullptr)
+        return nullptr;
+    packet->conn = stmt_conn(stmt);
+    packet->owner = stmt;
+    packet->version = header[0];
+    packet->flags = header[1];
+    packet->stream = static_cast<std::int16_t>(load_be16(header + 2));
+    packet->opcode = header[4];
+    packet->length = static_cast<std::int32_t>(load_be32(header + 5));
+    packet->write_pos = 0;
+    packet->read_pos = 0;
+    packet->refs = 1;
+    packet->ran_short = 0;
+    packet->failed = 0;
+    packet->reply = 1;
+    packet->unknown_types = 0;
+    return packet;
+}
+
+static bool is_compressed(const cass_packet *packet)
+{
+    return packet->length > 0 && (packet->flags & FRAME_COMPRESSED) != 0;
+}
+
+// A frame as it stands on the wire, its header into `header` and its body into the packet or, when
+// compressed, into the connection's block. Null when that ended before the frame's last byte.
+static cass_packet *read_frame(cass_stmt *stmt, unsigned char *header)
+{
+    if (!read_exactly(stmt, header, FRAME_HEADER_SIZE))
+        return nullptr;
+    held_packet packet(new_reply(stmt, header));
+    if (packet == nullptr) {
+        cass_post_no_memory(stmt, "cass_read_packet");
+        return nullptr;
+    }
+    if (packet->length < 0 || packet->length > BODY_LIMIT)
+        return nullptr;
+    const bool whole = is_compressed(packet.get()) ? read_compressed(stmt, packet.get())
+                                                   : read_plain(stmt, packet.get());
+    return whole ? packet.release() : nullptr;
+}
+
+// The stream stands inside a frame, whose rest would be taken for the next reply.
+static void leave_stream(cass_conn *conn)
+{
+    shutdown(conn->socket, SHUT_RDWR);
+    conn->socket_dead = 1;
+}
+
+// Version and stream of a reply are kept but not checked: one request is in flight at a time, and
+// whatever comes back is its reply.
+cass_packet *cass_read_packet(cass_stmt *stmt)
+{
+    unsigned char header[FRAME_HEADER_SIZE];
+    stmt->head.timed_out = 0;
+    cass_conn *conn = stmt_conn(stmt);
+    held_packet packet(read_frame(stmt, header));
+    if (packet == nullptr)
+        leave_stream(conn);
+    const bool good =
+        packet != nullptr && (!is_compressed(packet.get()) || restore_body(stmt, packet.get()));
+    trim_block(conn, &conn->compressed, &conn->compressed_capacity);
+    if (!good)
+        return nullptr;
+    packet->body = packet->frame + FRAME_HEADER_SIZE;
+    std::memcpy(packet->frame, header, FRAME_HEADER_SIZE);
+    CASS_LOG_PACKET(&stmt->head, packet->frame, packet->length + FRAME_HEADER_SIZE,
+                    "Packet recieved length=%d, version=%x, flags=%x, stream=%d, opcode=%x, "
+                    "compression=%d",
+                    packet->length, packet->version, packet->flags, packet->stream, packet->opcode,
+                    packet->conn->compression);
+    return packet.release();
+}
+
+cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *code)
+{
+    *code = 0;
+    if (packet->opcode != OPCODE_ERROR) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "Invalid opcode passed to decode_error_packet, %x",
+                 packet->opcode);
+        cass_post_error(&stmt->head, STATE_08S01, 0,
+                        "Invalid opcode passed to decode_error_packet, %x", packet->opcode);
+        return nullptr;
+    }
+    *code = pkt_get_int(packet);
+    cass_string *message = pkt_get_string(packet);
+    if (message == nullptr)
+        cass_post_no_memory(stmt, "decode_error_packet");
+    return message;
+}
+
+// ---- Writers -----------------------------------------------------------------------------------
+
+// Appends `count` bytes to the body and gives their place, or null with the frame marked.
+static unsigned char *append(cass_packet *packet, std::int32_t count)
+{
+    if (packet->failed)
+        return nullptr;
+    if (count > BODY_LIMIT - packet->write_pos) {
+        packet->failed = PACKET_TOO_LONG;
+        return nullptr;
+    }
+    const std::size_t needed = static_cast<std::size_t>(FRAME_HEADER_SIZE) +
+                               static_cast<std::size_t>(packet->write_pos) +
+                               static_cast<std::size_t>(count);
+    if (needed > packet->capacity) {
+        const std::size_t wanted = std::max(needed, packet->capacity * 2);
+        auto *grown = static_cast<unsigned char *>(std::realloc(packet->frame, wanted));
+        if (grown == nullptr) {
+            packet->failed = PACKET_NO_MEMORY;
+            return nullptr;
+        }
+        packet->frame = grown;
+        packet->capacity = wanted;
+        packet->body = grown + FRAME_HEADER_SIZE;
+    }
+    unsigned char *place = packet->body + packet->write_pos;
+    packet->write_pos += count;
+    packet->length = packet->write_pos;
+    return place;
+}
+
+std::int32_t pkt_put_bytes(cass_packet *packet, const void *bytes, std::int32_t count)
+{
+    if (count < 1)
+        return packet->failed ? -1 : 0;
+    unsigned char *place = append(packet, count);
+    if (place == nullptr)
+        return -1;
+    std::memcpy(place, bytes, static_cast<std::size_t>(count));
+    return count;
+}
+
+std::int32_t pkt_put_byte(cass_packet *packet, std::uint8_t value)
+{
+    return pkt_put_bytes(packet, &value, 1);
+}
+
+std::int32_t pkt_put_short(cass_packet *packet, std::int16_t value)
+{
+    unsigned char *place = append(packet, 2);
+    if (place == nullptr)
+        return -1;
+    store_be16(place, static_cast<std::uint16_t>(value));
+    return 2;
+}
+
+std::int32_t pkt_put_int(cass_packet *packet, std::int32_t value)
+{
+    unsigned char *place = append(packet, 4);
+    if (place == nullptr)
+        return -1;
+    store_be32(place, static_cast<std::uint32_t>(value));
+    return 4;
+}
+
+std::int32_t pkt_put_long(cass_packet *packet, std::int64_t value)
+{
+    unsigned char *place = append(packet, 8);
+    if (place == nullptr)
+        return -1;
+    store_be64(place, static_cast<std::uint64_t>(value));
+    return 8;
+}
+
+// A length that its two bytes cannot hold would garble everything behind it.
+static bool fits_short(cass_packet *packet, std::int32_t length)
+{
+    if (length <= SHORT_LENGTH_LIMIT)
+        return true;
+    packet->failed = PACKET_TOO_LONG;
+    return false;
+}
+
+// Text goes out as the low byte of each unit, although the protocol says UTF-8: applications on the
+// ANSI calls hand over bytes, and these must reach the server unchanged.
+static std::int32_t put_low_bytes(cass_packet *packet, const cass_string *text)
+{
+    const std::int32_t length = cass_string_length(text);
+    unsigned char *place = append(packet, length);
+    if (place == nullptr)
+        return -1;
+    for (std::int32_t i = 0; i < length; i++)
+        place[i] = static_cast<unsigned char>(text->text[i]);
+    return 0;
+}
+
+std::int32_t pkt_put_string(cass_packet *packet, const cass_string *text)
+{
+    const std::int32_t length = cass_string_length(text);
+    if (!fits_short(packet, length) || pkt_put_short(packet, static_cast<std::int16_t>(length)) < 0)
+        return -1;
+    return put_low_bytes(packet, text);
+}
+
+std::int32_t pkt_put_long_string(cass_packet *packet, const cass_string *text)
+{
+    if (pkt_put_int(packet, cass_string_length(text)) < 0)
+        return -1;
+    return put_low_bytes(packet, text);
+}
+
+std::int32_t pkt_put_short_bytes(cass_packet *packet, const void *bytes, std::int32_t count)
+{
+    if (!fits_short(packet, count) || pkt_put_short(packet, static_cast<std::int16_t>(count)) < 0)
+        return -1;
+    return pkt_put_bytes(packet, bytes, count) < 0 ? -1 : 0;
+}
+
+std::int32_t pkt_put_long_bytes(cass_packet *packet, const void *bytes, std::int32_t count)
+{
+    if (pkt_put_int(packet, count) < 0)
+        return -1;
+    return pkt_put_bytes(packet, bytes, count) < 0 ? -1 : 0;
+}
+
+unsigned char *pkt_copy_from(const cass_packet *packet, std::int32_t position, std::int32_t *length)
+{
+    *length = 0;
+    if (position < 0 || position >= packet->write_pos)
+        return nullptr;
+    const auto count = static_cast<std::size_t>(packet->write_pos - position);
+    auto *copy = static_cast<unsigned char *>(std::malloc(count));
+    if (copy == nullptr) {
+        *length = -1;
+        return nullptr;
+    }
+    std::memcpy(copy, packet->body + position, count);
+    *length = static_cast<std::int32_t>(count);
+    return copy;
+}
+
+// ---- Readers -----------------------------------------------------------------------------------
+
+int pkt_get_raw(cass_packet *packet, void *buffer, std::int32_t count)
+{
+    if (count < 0 || count > pkt_remaining(packet))
+        return -1;
+    if (count > 0)
+        std::memcpy(buffer, packet->body + packet->read_pos, static_cast<std::size_t>(count));
+    packet->read_pos += count;
+    return 0;
+}
+
+cass_string *pkt_get_string(cass_packet *packet)
+{
+    const std::int32_t length = static_cast<std::uint16_t>(pkt_get_short(packet));
+    if (length > pkt_remaining(packet)) {
+        pkt_ran_short(packet);
+        return cass_string_from_bytes("", 0);
+    }
+    cass_string *text = cass_string_from_bytes(packet->body + packet->read_pos, length);
+    packet->read_pos += length;
+    return text;
+}
+
+// A block of the announced length, if the body has it. Without memory for it the bytes are passed
+// over and *length stays, so that nothing takes them for what follows.
+static unsigned char *take_bytes(cass_packet *packet, std::int32_t *length)
+{
+    if (*length < 1)
+        return nullptr;
+    const std::int32_t count = *length;
+    *length = 0;
+    if (count > pkt_remaining(packet)) {
+        pkt_ran_short(packet);
+        return nullptr;
+    }
+    auto *bytes = static_cast<unsigned char *>(std::malloc(static_cast<std::size_t>(count)));
+    if (bytes != nullptr)
+        std::memcpy(bytes, packet->body + packet->read_pos, static_cast<std::size_t>(count));
+    packet->read_pos += count;
+    *length = count;
+    return bytes;
+}
+
+unsigned char *pkt_get_long_bytes(cass_packet *packet, std::int32_t *length)
+{
+    *length = pkt_get_int(packet);
+    return take_bytes(packet, length);
+}
+
+unsigned char *pkt_get_short_bytes(cass_packet *packet, std::int32_t *length)
+{
+    *length = pkt_get_short(packet);
+    return take_bytes(packet, length);
+}
