@@ -5,13 +5,13 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "core/diag/cass_err.h"
 #include "core/handle/cass_handle.h"
 #include "core/session/cass_logon.h"
 #include "odbc/entry_frame.h"
+#include "support/held.h"
 
 static void say(char *message, const char *format, const char *argument)
 {
@@ -24,8 +24,7 @@ static void say_failure(char *message, cass_conn *conn)
 {
     const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *record = cass_diag_get(&conn->head, 1);
-    const std::unique_ptr<char, decltype(&std::free)> reason(
-        record == nullptr ? nullptr : cass_string_to_utf8(record->text), std::free);
+    const held_text reason(record == nullptr ? nullptr : cass_string_to_utf8(record->text));
     if (reason == nullptr)
         say(message, "%s", "Failed to connect");
     else
@@ -37,8 +36,7 @@ static void say_connected(char *message, const cass_conn *conn, SQLRETURN code)
 {
     std::string text = std::string("Connected. CQL Version: ") + conn->cql_version;
     if (code == SQL_SUCCESS_WITH_INFO) {
-        const std::unique_ptr<char, decltype(&std::free)> keyspace(
-            cass_string_to_utf8(conn->keyspace), std::free);
+        const held_text keyspace(cass_string_to_utf8(conn->keyspace));
         text += std::string(", but keyspace '") + (keyspace == nullptr ? "" : keyspace.get()) +
                 "' cannot be used and the session is closed: is the name right, case included?";
     }
@@ -63,7 +61,7 @@ static int try_settings(cass_conn *conn, const cass_settings_block *block, char 
 VHCASS_EXPORT int driver_test(cass_settings_block *block, char *message)
 {
     const cass_cancel_guard whole;
-    const std::unique_ptr<cass_env, decltype(&cass_free_env)> env(cass_alloc_env(), cass_free_env);
+    const held<cass_env, &cass_free_env> env(cass_alloc_env());
     if (env == nullptr) {
         say(message, "%s", "Failed to create environment");
         return 1;

@@ -1,13 +1,14 @@
 // The dialogs that the driver does not have itself: the setup library is loaded for one call and
 // unloaded behind it. It stands beside the "Setup" file of the driver's entry in odbcinst.ini, or
 // where the dynamic loader finds it by its bare name.
+#include "dll/setup_library.h"
+
 #include <dlfcn.h>
 
 #include <cstdio>
-#include <memory>
 #include <string>
 
-#include "core/session/cass_settings.h"
+#include "support/held.h"
 #include "support/installer.h"
 
 static constexpr char driver_section[] = "Varnholt ODBC-Cassandra Driver";
@@ -25,7 +26,7 @@ static void close_library(void *library)
     dlclose(library);
 }
 
-using library_ptr = std::unique_ptr<void, decltype(&close_library)>;
+using held_library = held<void, &close_library>;
 
 // The path beside the "Setup" file, empty when there is no such value or it names no folder.
 static std::string registered_path()
@@ -42,7 +43,7 @@ static std::string registered_path()
 }
 
 // The library, or null. *tried is the name looked for last.
-static library_ptr open_setup_library(std::string *tried)
+static held_library open_setup_library(std::string *tried)
 {
     *tried = registered_path();
     void *library = tried->empty() ? nullptr : dlopen(tried->c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -50,11 +51,11 @@ static library_ptr open_setup_library(std::string *tried)
         *tried = library_name;
         library = dlopen(library_name, RTLD_NOW | RTLD_LOCAL);
     }
-    return library_ptr(library, close_library);
+    return held_library(library);
 }
 
 // One of its exports, or null with the complaint on standard error.
-static void *find_export(const library_ptr &library, const char *name, const std::string &tried)
+static void *find_export(const held_library &library, const char *name, const std::string &tried)
 {
     void *found = library == nullptr ? nullptr : dlsym(library.get(), name);
     if (found == nullptr)
@@ -65,7 +66,7 @@ static void *find_export(const library_ptr &library, const char *name, const std
 int cass_prompt_settings(cass_conn *conn, SQLHWND window, cass_settings_block *block)
 {
     std::string tried;
-    const library_ptr library = open_setup_library(&tried);
+    const held_library library = open_setup_library(&tried);
     void *found = find_export(library, "complete_info", tried);
     if (found == nullptr)
         return SQL_NO_DATA;
@@ -75,7 +76,7 @@ int cass_prompt_settings(cass_conn *conn, SQLHWND window, cass_settings_block *b
 void cass_show_errors(cass_conn *conn, const char *text, SQLHWND window)
 {
     std::string tried;
-    const library_ptr library = open_setup_library(&tried);
+    const held_library library = open_setup_library(&tried);
     void *found = find_export(library, "complete_error", tried);
     if (found != nullptr)
         reinterpret_cast<complete_error_call *>(found)(conn, text, window);

@@ -18,7 +18,6 @@ inline bool connect_argument_lost(const connect_argument &argument)
 // Reads the data source's settings and connects. Takes the three texts over. The result of
 // cass_connect, or SQL_ERROR with HY000 when no server is known, with HY001 when memory ran out.
 SQLRETURN SQLConnectWide(cass_conn *conn, const connect_argument &server_name,
-                         const connect_argument &user_name,
-                         const connect_argument &authentication);
+                         const connect_argument &user_name, const connect_argument &authentication);
 
 #endif

@@ -25,9 +25,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLDriverConnect(SQLHDBC connection_handle, SQLH
                      static_cast<int>(driver_completion));
         },
         [&](cass_conn *conn) {
-            return SQLDriverConnectWide(conn,
-                                        {in_string, cass_string_from_ansi(in_string, in_length)},
-                                        window_handle, driver_completion,
-                                        {out_string, out_size, out_length, false});
+            return SQLDriverConnectWide(
+                conn, {in_string, cass_string_from_ansi(in_string, in_length)}, window_handle,
+                driver_completion, {out_string, out_size, out_length, false});
         });
 }

@@ -4,7 +4,6 @@
 
 #include <climits>
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "core/diag/cass_err.h"
@@ -13,6 +12,7 @@
 #include "core/log/cass_log.h"
 #include "core/session/cass_logon.h"
 #include "core/session/cass_settings.h"
+#include "dll/setup_library.h"
 
 static constexpr char log_source[] = "SQLDriverConnectWide.c";
 
@@ -34,8 +34,7 @@ static std::string diagnostics_text(cass_conn *conn)
     const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *record;
     for (std::int32_t row = 1; (record = cass_diag_get(&conn->head, row)) != nullptr; row++) {
-        const std::unique_ptr<char, decltype(&std::free)> line(cass_string_to_utf8(record->text),
-                                                               std::free);
+        const held_text line(cass_string_to_utf8(record->text));
         if (line != nullptr)
             text.append(line.get()).append("\n");
     }
@@ -142,8 +141,7 @@ SQLRETURN SQLDriverConnectWide(cass_conn *conn, const connect_argument &connect_
     if (!attempt(conn, window, completion, &code) || !SQL_SUCCEEDED(code))
         return code;
 
-    const std::unique_ptr<cass_string, decltype(&cass_string_free)> out(cass_build_out_string(conn),
-                                                                        cass_string_free);
+    const held_string out(cass_build_out_string(conn));
     if (out == nullptr) {
         cass_logout(conn);
         return no_memory(conn);

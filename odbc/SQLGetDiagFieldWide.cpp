@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include "core/diag/cass_err.h"
 #include "core/diag/cass_text_out.h"
@@ -33,7 +32,7 @@ struct diag_value {
     const cass_string *text;  // of the record, `made` or `owned`
     cass_string made;
     SQLWCHAR made_units[40];
-    std::unique_ptr<cass_string, void (*)(cass_string *)> owned = {nullptr, cass_string_free};
+    held_string owned;
 };
 
 static SQLRETURN give_number(diag_value *value, diag_kind kind, SQLLEN number)

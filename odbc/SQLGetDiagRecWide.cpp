@@ -57,6 +57,6 @@ SQLRETURN cass_get_diag_rec(cass_handle *handle, SQLSMALLINT rec_number, void *s
     const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *record = cass_diag_get(handle, rec_number);
     return record == nullptr ? SQL_NO_DATA
-                             : deliver_record(record, sqlstate, native, message_text,
-                                              buffer_length, text_length, wide);
+                             : deliver_record(record, sqlstate, native, message_text, buffer_length,
+                                              text_length, wide);
 }

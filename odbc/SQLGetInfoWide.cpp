@@ -3,8 +3,6 @@
 // and stay as they are, also where they claim more or less than it can do.
 #include "odbc/SQLGetInfoWide.h"
 
-#include <memory>
-
 #include "core/diag/cass_err.h"
 #include "core/diag/cass_text_out.h"
 #include "core/log/cass_log.h"
@@ -280,15 +278,13 @@ static SQLRETURN no_memory(cass_conn *conn, bool wide)
     return SQL_ERROR;
 }
 
-using text_ptr = std::unique_ptr<cass_string, void (*)(cass_string *)>;
-
 // A statement's thread may replace the keyspace meanwhile.
 static SQLRETURN answer_keyspace(cass_conn *conn, bool wide, void *info_value,
                                  SQLSMALLINT buffer_length, SQLSMALLINT *string_length)
 {
     cass_string *copy;
     const bool whole = cass_copy_conn_text(conn, &conn->current_keyspace, &copy);
-    const text_ptr keyspace(copy, cass_string_free);
+    const held_string keyspace(copy);
     if (!whole)
         return no_memory(conn, wide);
     return answer_text(conn, copy, wide, info_value, buffer_length, string_length);
@@ -298,7 +294,7 @@ static SQLRETURN answer_keyspace(cass_conn *conn, bool wide, void *info_value,
 static SQLRETURN answer_own_text(cass_conn *conn, const char *bytes, bool wide, void *info_value,
                                  SQLSMALLINT buffer_length, SQLSMALLINT *string_length)
 {
-    const text_ptr text(cass_string_from_cstr(bytes), cass_string_free);
+    const held_string text(cass_string_from_cstr(bytes));
     if (text == nullptr)
         return no_memory(conn, wide);
     return answer_text(conn, text.get(), wide, info_value, buffer_length, string_length);

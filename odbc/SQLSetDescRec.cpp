@@ -28,8 +28,7 @@ static SQLRETURN set_desc_rec(cass_desc *desc, SQLSMALLINT rec, const record_val
         return SQL_ERROR;
     }
     if (rec < 0 || (rec == 0 && role == ROLE_IPD)) {
-        CASS_LOG(&desc->head, LOG_ERROR, "SQLSetDescRec: invalid record %d",
-                 static_cast<int>(rec));
+        CASS_LOG(&desc->head, LOG_ERROR, "SQLSetDescRec: invalid record %d", static_cast<int>(rec));
         cass_post_error(&desc->head, STATE_07009, 0, nullptr);
         return SQL_ERROR;
     }

@@ -10,8 +10,8 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
-#include <type_traits>
+
+#include "support/held.h"
 
 // A null cass_string pointer means "not set"; a record of length 0 is an empty text.
 struct cass_string {
@@ -58,6 +58,7 @@ cass_string *cass_string_format(const char *format, ...);
 // ---- Reading -----------------------------------------------------------------------------------
 // Releases the record and, unless borrowed, its buffer. Null is accepted.
 void cass_string_free(cass_string *string);
+using held_string = held<cass_string, &cass_string_free>;
 // Length in code units and in bytes; 0 for null.
 std::int32_t cass_string_length(const cass_string *string);
 std::int64_t cass_string_octets(const cass_string *string);
@@ -76,7 +77,6 @@ char *cass_string_to_ascii(const cass_string *string);
 // UTF-8, at most 3 bytes a unit (a surrogate becomes its own three bytes), terminated. Null gives
 // null.
 char *cass_string_to_utf8(const cass_string *string);
-using held_text = std::unique_ptr<char, std::integral_constant<decltype(&std::free), &std::free>>;
 
 // Bytes written for one unit, 1 to 3.
 int cass_utf8_put(SQLWCHAR unit, unsigned char *out);

@@ -58,9 +58,7 @@ void catalog_allow_filtering(catalog_query *query);
 
 // The driver's inner statement: closed and freed.
 void catalog_free_inner(cass_stmt *inner);
-using held_inner =
-    std::unique_ptr<cass_stmt,
-                    std::integral_constant<decltype(&catalog_free_inner), &catalog_free_inner>>;
+using held_inner = held<cass_stmt, &catalog_free_inner>;
 
 // Runs a query, which it consumes, on an inner statement of the same connection. Null with the
 // inner statement's records copied to `stmt` for any outcome but SQL_SUCCESS, and with none when
@@ -100,9 +98,7 @@ struct cass_table_entry {
 };
 
 void cass_free_tables(cass_table_entry *tables);
-using held_tables =
-    std::unique_ptr<cass_table_entry,
-                    std::integral_constant<decltype(&cass_free_tables), &cass_free_tables>>;
+using held_tables = held<cass_table_entry, &cass_free_tables>;
 
 // The tables that the two arguments select (the schema, or else the connection's current keyspace),
 // each with its columns. 0, or -1 with the server's records on the statement, without any when

@@ -5,8 +5,6 @@
 
 #include <array>
 
-#include "core/describe/cass_field.h"
-
 static constexpr char log_source[] = "cass_data.c";
 
 // Four words differ from the member's own: readers of old logs know them so.

@@ -8,7 +8,7 @@
 #include "core/cell/cass_data.h"
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
-#include "core/statement/cass_pkt_result.h"
+#include "core/wire/cql_type.h"
 #include "support/jdn_l.h"
 #include "support/numtext.h"
 

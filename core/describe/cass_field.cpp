@@ -97,6 +97,13 @@ void cass_desc_clear_fields(cass_desc *desc)
     drop_shared_names(desc);
 }
 
+void cass_desc_undescribe(cass_desc *desc)
+{
+    cass_desc_clear_fields(desc);
+    desc->found_count = 0;
+    desc->found_valid = 0;
+}
+
 int cass_desc_describe(cass_desc *desc, std::int32_t count)
 {
     // The usual case is the next page of the same result: the block is kept when the count is.

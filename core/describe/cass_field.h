@@ -3,7 +3,7 @@
 #ifndef CORE_DESCRIBE_CASS_FIELD_H
 #define CORE_DESCRIBE_CASS_FIELD_H
 
-#include "core/statement/cass_pkt_result.h"
+#include "core/wire/cql_type.h"
 
 // ---- Records -----------------------------------------------------------------------------------
 
@@ -19,16 +19,11 @@ void cass_field_free_put_data(cass_field *field);
 int cass_desc_resize(cass_desc *desc, std::int32_t count);
 // Clears every record and frees the array; count 0. found_count and found_valid stay.
 void cass_desc_clear_fields(cass_desc *desc);
+// The same, and no metadata was decoded.
+void cass_desc_undescribe(cass_desc *desc);
 // Clears every record and makes `count` fresh ones, for new metadata; sets found_count and
 // found_valid. 0, or -1 with no records left.
 int cass_desc_describe(cass_desc *desc, std::int32_t count);
-
-// Columns of a result: the record count, limited by found_count once metadata was decoded.
-inline std::int32_t cass_stmt_column_count(const cass_desc *ird)
-{
-    return ird->found_valid && ird->found_count < ird->field_count ? ird->found_count
-                                                                   : ird->field_count;
-}
 
 // ---- Types -------------------------------------------------------------------------------------
 

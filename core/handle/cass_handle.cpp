@@ -430,26 +430,3 @@ void cass_free_throwaway_stmt(cass_stmt *stmt)
 }
 
 // ---- Walking up --------------------------------------------------------------------------------
-
-cass_conn *cass_handle_conn(cass_handle *handle)
-{
-    if (handle == nullptr)
-        return nullptr;
-    switch (handle->handle_tag) {
-    case CASS_CONNECTION_HANDLE:
-        return reinterpret_cast<cass_conn *>(handle);
-    case CASS_STATEMENT_HANDLE:
-    case CASS_DESCRIPTOR_HANDLE:
-        return reinterpret_cast<cass_conn *>(handle->parent);
-    default:
-        return nullptr;
-    }
-}
-
-cass_env *cass_handle_env(cass_handle *handle)
-{
-    if (handle != nullptr && handle->handle_tag == CASS_ENVIRONMENT_HANDLE)
-        return reinterpret_cast<cass_env *>(handle);
-    const cass_conn *conn = cass_handle_conn(handle);
-    return conn == nullptr ? nullptr : conn_env(conn);
-}

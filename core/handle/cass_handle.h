@@ -1,4 +1,4 @@
-// Making and releasing the four handle records, and walking up from one to its parents.
+// Making and releasing the four handle records.
 //
 // Ownership: an environment owns its connections, a connection its statements and descriptors, a
 // statement its implicit descriptors. A free function unlinks the record from its parent's list.
@@ -28,6 +28,7 @@ void cass_free_conn(cass_conn *conn, int list_locked);
 void cass_free_stmt(cass_stmt *stmt, int list_locked);
 // Null is accepted.
 void cass_free_throwaway_stmt(cass_stmt *stmt);
+using held_stmt = held<cass_stmt, &cass_free_throwaway_stmt>;
 // Statements of the connection that use it as ARD or APD fall back to their implicit ones.
 void cass_free_desc(cass_desc *desc, int list_locked);
 
@@ -43,10 +44,5 @@ void cass_forget_bundle(cass_conn *conn);
 void cass_default_conn_attrs(cass_conn *conn);
 // Ends the session: TLS, the socket, the connected and connecting marks.
 void cass_logout(cass_conn *conn);
-
-// From any handle to its environment or connection, by the tag; null for a null handle, an unknown
-// tag, or (connection) an environment.
-cass_env *cass_handle_env(cass_handle *handle);
-cass_conn *cass_handle_conn(cass_handle *handle);
 
 #endif

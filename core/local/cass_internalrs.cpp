@@ -10,8 +10,6 @@
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
-#include "core/statement/cass_fetch.h"
-#include "core/statement/cass_stmt.h"
 #include "support/ascii.h"
 
 static constexpr char log_source[] = "cass_internalrs.c";
@@ -119,7 +117,7 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
         return 0;
     cass_free_internal_rs(stmt, rs);
     stmt->data_waiting = 0;
-    cass_close_result(stmt);
+    cass_desc_undescribe(stmt->ird);
     return no_memory(stmt, "cass_create_internal_rs");
 }
 
@@ -297,15 +295,13 @@ SQLRETURN cass_fetch_internal_row(cass_stmt *stmt, SQLSMALLINT mode, [[maybe_unu
         return SQL_NO_DATA;
     cass_internal_row *row = rs->at_start ? rs->head : rs->current->next;
     rs->row_lost = row != nullptr && populate_row(stmt, row) != 0;
-    if (rs->row_lost) {
-        cass_clear_row_data(stmt);  // the columns behind the failure are still the row before's
+    if (rs->row_lost)
         return SQL_ERROR;
-    }
     rs->current = row;
     rs->at_start = 0;
     if (row == nullptr) {
         rs->exhausted = 1;
         return SQL_NO_DATA;
     }
-    return transfer_bound_columns(stmt, 1);
+    return SQL_SUCCESS;
 }

@@ -46,9 +46,9 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
 // Adds a row at its sorted place, behind rows of equal keys. One NUL-terminated text for each
 // column, copied; null for SQL NULL. 0, or -1 with HY001 or HY000 (no result) posted.
 int cass_insert_internal_row(cass_stmt *stmt, const char *const *values);
-// The next row into the IRD and the bound columns. SQL_NO_DATA at the end, otherwise what
-// transfer_bound_columns gives. SQL_ERROR with HY001 and `row_lost` set when memory ran out: the
-// row is the next one still. Only SQL_FETCH_NEXT is served.
+// The next row into the IRD. SQL_SUCCESS, or SQL_NO_DATA at the end. SQL_ERROR with HY001 and
+// `row_lost` set when memory ran out: the row is the next one still, and the cells behind the
+// failure are those of the row before. Only SQL_FETCH_NEXT is served.
 SQLRETURN cass_fetch_internal_row(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset);
 // Frees the result and unlinks it from the statement. Null is accepted.
 void cass_free_internal_rs(cass_stmt *stmt, cass_internal_rs *rs);

@@ -10,9 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <memory>
 
-#include "core/handle/cass_handle.h"
 #include "core/log/cass_log_file.h"
 #include "core/log/cass_log_ring.h"
 
@@ -132,7 +130,7 @@ static void write_to_stream(const log_call *call, const cass_conn *conn, const c
     cass_log_stream stream;
     if (!cass_log_stream_open(&stream, conn->log_file, shared_get(&call->handle->log_mask)))
         return;
-    std::unique_ptr<char, decltype(&std::free)> room(nullptr, std::free);
+    held_text room;
     if (stream.owned && call->packet) {
         room.reset(static_cast<char *>(std::malloc(write_room(call))));
         if (room != nullptr)

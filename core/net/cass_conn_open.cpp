@@ -13,9 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <string_view>
-#include <type_traits>
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"

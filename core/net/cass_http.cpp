@@ -6,9 +6,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
-#include <type_traits>
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
@@ -19,10 +17,6 @@ static constexpr char log_source[] = "cass_logon.c";
 
 constexpr std::int32_t LINE_ROOM = 4096;
 constexpr std::int32_t BODY_LIMIT = 16 << 20;
-
-using held_response =
-    std::unique_ptr<http_response,
-                    std::integral_constant<decltype(&cass_free_response), &cass_free_response>>;
 
 void cass_free_response(http_response *response)
 {

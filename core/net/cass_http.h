@@ -24,6 +24,7 @@ struct http_response {
 http_response *cass_read_response(cass_conn *conn);
 // Null is accepted.
 void cass_free_response(http_response *response);
+using held_response = held<http_response, &cass_free_response>;
 
 // Reads one line without its end into `buffer` of `size` bytes, NUL-terminated; a longer line ends
 // early and goes on with the next call. Bytes stored, also in *length where that is given; or the

@@ -157,8 +157,7 @@ static void free_info(ssl_info *info)
     BIO_free(info->write_bio);
     std::free(info);
 }
-using held_info =
-    std::unique_ptr<ssl_info, std::integral_constant<decltype(&free_info), &free_info>>;
+using held_info = held<ssl_info, &free_info>;
 
 // With its memory BIOs and no session yet. Null after posting.
 static held_info new_info(cass_conn *conn)

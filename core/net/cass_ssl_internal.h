@@ -6,9 +6,9 @@
 #include <pthread.h>
 
 #include <cstdlib>
-#include <memory>
 
 #include "core/record/cass_handles.h"
+#include "support/held.h"
 
 constexpr int SSL_FAILED = -6;
 
@@ -22,7 +22,7 @@ struct cass_ssl_context {
     pthread_rwlock_t anchors_lock;
 };
 
-using held_bio = std::unique_ptr<BIO, std::integral_constant<decltype(&BIO_free), &BIO_free>>;
+using held_bio = held<BIO, &BIO_free>;
 
 // Logs and posts 08001 with the text. SSL_FAILED.
 int cass_ssl_refuse(cass_conn *conn, const char *text);

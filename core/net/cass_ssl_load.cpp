@@ -8,13 +8,13 @@
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_ssl_internal.h"
-#include "core/session/cass_settings.h"
+#include "support/held.h"
+#include "support/paths.h"
 
 static constexpr char log_source[] = "cass_ssl.c";
 
-using held_x509 = std::unique_ptr<X509, std::integral_constant<decltype(&X509_free), &X509_free>>;
-using held_key =
-    std::unique_ptr<EVP_PKEY, std::integral_constant<decltype(&EVP_PKEY_free), &EVP_PKEY_free>>;
+using held_x509 = held<X509, &X509_free>;
+using held_key = held<EVP_PKEY, &EVP_PKEY_free>;
 
 int cass_ssl_no_passphrase(char *, int, int, void *)
 {

@@ -9,7 +9,6 @@
 #include <cstdlib>
 
 #include "core/parameter/cass_param_internal.h"
-#include "core/statement/cass_stmt.h"
 
 static constexpr char log_source[] = "cass_param.c";
 

@@ -1,8 +1,8 @@
 // The four handle records: environment, connection, statement, descriptor. An application holds
 // pointers to them as opaque handles; the whole driver reads and writes their fields directly.
 //
-// Records are zero-filled heap blocks, made and released by the functions of core/handle/cass_handle.h.
-// They stay trivial types: no member functions, no constructors.
+// Records are zero-filled heap blocks, made and released by the functions of
+// core/handle/cass_handle.h. They stay trivial types: no member functions, no constructors.
 #ifndef CORE_RECORD_CASS_HANDLES_H
 #define CORE_RECORD_CASS_HANDLES_H
 
@@ -208,7 +208,8 @@ static_assert(sizeof(cass_data_storage::value) == 24);
 
 struct cass_field;
 
-// Decodes the cell at the packet's read position into the field's storage; see core/cell/cass_data.h.
+// Decodes the cell at the packet's read position into the field's storage; see
+// core/cell/cass_data.h.
 using cass_cell_decoder = SQLRETURN (*)(cass_stmt *stmt, cass_packet *packet, cass_field *field);
 
 // One column or parameter of any descriptor. The first cache line is all that fetching touches.
@@ -364,6 +365,38 @@ inline cass_conn *stmt_conn(const cass_stmt *stmt)
 inline cass_conn *desc_conn(const cass_desc *desc)
 {
     return reinterpret_cast<cass_conn *>(desc->head.parent);
+}
+
+// From any handle to its connection or environment, by the tag; null for a null handle, an unknown
+// tag, or (connection) an environment.
+inline cass_conn *cass_handle_conn(cass_handle *handle)
+{
+    if (handle == nullptr)
+        return nullptr;
+    switch (handle->handle_tag) {
+    case CASS_CONNECTION_HANDLE:
+        return reinterpret_cast<cass_conn *>(handle);
+    case CASS_STATEMENT_HANDLE:
+    case CASS_DESCRIPTOR_HANDLE:
+        return reinterpret_cast<cass_conn *>(handle->parent);
+    default:
+        return nullptr;
+    }
+}
+
+inline cass_env *cass_handle_env(cass_handle *handle)
+{
+    if (handle != nullptr && handle->handle_tag == CASS_ENVIRONMENT_HANDLE)
+        return reinterpret_cast<cass_env *>(handle);
+    const cass_conn *conn = cass_handle_conn(handle);
+    return conn == nullptr ? nullptr : conn_env(conn);
+}
+
+// Columns of a result: the record count, limited by found_count once metadata was decoded.
+inline std::int32_t cass_stmt_column_count(const cass_desc *ird)
+{
+    return ird->found_valid && ird->found_count < ird->field_count ? ird->found_count
+                                                                   : ird->field_count;
 }
 
 #endif

@@ -6,8 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <type_traits>
 
 #include "core/diag/cass_err.h"
 #include "core/handle/cass_handle.h"
@@ -16,6 +14,7 @@
 #include "core/net/cass_http.h"
 #include "core/net/cass_ssl.h"
 #include "core/session/cass_bundle.h"
+#include "support/held.h"
 
 static constexpr char log_source[] = "cass_logon.c";
 
@@ -28,11 +27,7 @@ constexpr std::int32_t STATUS_BAD_REQUEST = 400;
 // What the service gets when no credentials are set.
 constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 
-using held_json =
-    std::unique_ptr<json_t, std::integral_constant<decltype(&json_decref), &json_decref>>;
-using held_response =
-    std::unique_ptr<http_response,
-                    std::integral_constant<decltype(&cass_free_response), &cass_free_response>>;
+using held_json = held<json_t, &json_decref>;
 
 static int no_memory(cass_conn *conn)
 {

@@ -9,12 +9,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <type_traits>
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
-#include "core/session/cass_settings.h"
+#include "support/held.h"
+#include "support/paths.h"
 
 static constexpr char log_source[] = "cass_logon.c";
 
@@ -24,14 +23,9 @@ constexpr std::size_t READ_STEP = 1024;
 // A small member may inflate to gigabytes; no certificate and no config.json comes near this.
 constexpr std::size_t MEMBER_LIMIT = std::size_t{16} << 20;
 
-using held_archive =
-    std::unique_ptr<zip_t, std::integral_constant<decltype(&zip_discard), &zip_discard>>;
-using held_member =
-    std::unique_ptr<zip_file_t, std::integral_constant<decltype(&zip_fclose), &zip_fclose>>;
-using held_json =
-    std::unique_ptr<json_t, std::integral_constant<decltype(&json_decref), &json_decref>>;
-using held_bytes =
-    std::unique_ptr<unsigned char, std::integral_constant<decltype(&std::free), &std::free>>;
+using held_archive = held<zip_t, &zip_discard>;
+using held_member = held<zip_file_t, &zip_fclose>;
+using held_json = held<json_t, &json_decref>;
 
 // Where a member of config.json goes that every bundle must have.
 struct config_row {

@@ -30,10 +30,6 @@ static_assert(PASSWORD_AUTHENTICATOR[0] == AUTHENTICATOR_SIZE - 1);
 // What a server that demands credentials gets when none are set.
 constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 
-using held_stmt =
-    std::unique_ptr<cass_stmt, std::integral_constant<decltype(&cass_free_throwaway_stmt),
-                                                      &cass_free_throwaway_stmt>>;
-
 static int no_memory(cass_conn *conn, const char *who)
 {
     CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
@@ -88,21 +84,16 @@ static void keep_cql_version(cass_conn *conn, const cass_string *value)
     conn->cql_version[length] = '\0';
 }
 
-static std::int32_t get_count(cass_packet *packet)
-{
-    return std::max<std::int32_t>(pkt_get_short(packet), 0);
-}
-
 // SUPPORTED: a string multimap (native protocol v4, section 4.2.4). False when memory ran out.
 static bool decode_supported(cass_conn *conn, cass_packet *packet)
 {
-    const std::int32_t keys = get_count(packet);
+    const std::int32_t keys = pkt_get_count(packet);
     CASS_LOG(&conn->head, LOG_DETAIL, "SUPPORTED: option list size %d", keys);
     for (std::int32_t i = 0; i < keys && pkt_remaining(packet) > 0; i++) {
         const held_string key(pkt_get_string(packet));
         if (key == nullptr)
             return false;
-        const std::int32_t values = get_count(packet);
+        const std::int32_t values = pkt_get_count(packet);
         CASS_LOG(&conn->head, LOG_DETAIL, "SUPPORTED: option '%S', %d values", key.get(), values);
         for (std::int32_t j = 0; j < values && pkt_remaining(packet) > 0; j++) {
             const held_string value(pkt_get_string(packet));

@@ -6,11 +6,8 @@
 // table or of a word list below, and applications' existing DSNs rely on each difference.
 #include "core/session/cass_settings.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <span>
 
 #include "core/diag/cass_err.h"
@@ -20,9 +17,6 @@
 #include "support/installer.h"
 
 static constexpr char log_source[] = "SQLConnectWide.c";
-
-using string_ptr = std::unique_ptr<cass_string, decltype(&cass_string_free)>;
-using bytes_ptr = std::unique_ptr<char, decltype(&std::free)>;
 
 // The roads, as bits, so that a column can name several.
 enum settings_road : unsigned {
@@ -345,12 +339,12 @@ static bool read_rows(cass_conn *conn, const dsn_section &section, std::span<con
 //
 // The name is looked for as UTF-8. An ANSI application whose names are UTF-8 already has had them
 // widened byte for byte, so that the plain bytes are the second candidate.
-static bool open_section(const cass_conn *conn, dsn_section *section, bytes_ptr *name)
+static bool open_section(const cass_conn *conn, dsn_section *section, held_text *name)
 {
     if (cass_string_length(conn->dsn) == 0)
         return true;
-    bytes_ptr wanted(cass_string_to_utf8(conn->dsn), std::free);
-    bytes_ptr bytes(cass_string_to_ascii(conn->dsn), std::free);
+    held_text wanted(cass_string_to_utf8(conn->dsn));
+    held_text bytes(cass_string_to_ascii(conn->dsn));
     if (wanted == nullptr || bytes == nullptr)
         return false;
     if (*wanted == '\0')
@@ -385,7 +379,7 @@ static bool read_connect_section(cass_conn *conn, const cass_string *user,
 {
     const std::span<const setting> all(settings);
     dsn_section section;
-    bytes_ptr name(nullptr, std::free);
+    held_text name;
     if (!open_section(conn, &section, &name))
         return false;
     if (name != nullptr && !read_rows(conn, section, all.first(ADDRESS_ROWS), ROAD_CONNECT))
@@ -414,7 +408,7 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
 
 // One key and value of a connection string. A text keeps the first value given, anything else takes
 // the last; an unknown key (DRIVER is one) is passed over. False when memory ran out.
-static bool store_pair(cass_conn *conn, const cass_string *key, string_ptr value)
+static bool store_pair(cass_conn *conn, const cass_string *key, held_string value)
 {
     for (const setting &row : settings) {
         if (cass_string_compare_cstr(key, row.string_key) != 0)
@@ -424,7 +418,7 @@ static bool store_pair(cass_conn *conn, const cass_string *key, string_ptr value
                 cass_set_conn_text(conn, &(conn->*row.text), value.release());
             return true;
         }
-        const bytes_ptr text(cass_string_to_utf8(value.get()), std::free);
+        const held_text text(cass_string_to_utf8(value.get()));
         if (text == nullptr)
             return false;
         store_value(conn, row, text.get(), ROAD_STRING);
@@ -442,13 +436,12 @@ static bool read_pairs(cass_conn *conn, const cass_string *connect_string)
     std::int32_t end = 0;
     for (std::int32_t start = 0; start < length; start = end + 1) {
         cass_string_find_char(start, connect_string, ';', &end);
-        const string_ptr piece(cass_string_sub(connect_string, start, end - start),
-                               cass_string_free);
+        const held_string piece(cass_string_sub(connect_string, start, end - start));
         cass_string *key = nullptr;
         cass_string *value = nullptr;
         const int split = piece != nullptr && cass_string_split(piece.get(), '=', &key, &value);
-        const string_ptr owned_key(key, cass_string_free);
-        string_ptr owned_value(value, cass_string_free);
+        const held_string owned_key(key);
+        held_string owned_value(value);
         if (!split || !store_pair(conn, key, std::move(owned_value)))
             return false;
     }
@@ -459,21 +452,10 @@ int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string
 {
     clear_settings(conn, ROAD_STRING);
     dsn_section section;
-    bytes_ptr name(nullptr, std::free);
+    held_text name;
     bool whole = read_pairs(conn, connect_string) && open_section(conn, &section, &name);
     if (whole && name != nullptr)
         whole = read_rows(conn, section, settings, ROAD_SECTION);
     default_absent(conn, ROAD_STRING);
     return whole ? 0 : no_memory(conn, "SQLDriverConnect");
-}
-
-char *cass_setting_path(const cass_string *setting)
-{
-    held_text path(cass_string_to_utf8(setting));
-    if (path != nullptr && access(path.get(), F_OK) != 0) {
-        held_text plain(cass_string_to_ascii(setting));
-        if (plain == nullptr || access(plain.get(), F_OK) == 0)
-            return plain.release();
-    }
-    return path.release();
 }

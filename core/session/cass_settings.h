@@ -43,16 +43,7 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
 int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string);
 // The text of a block's fields replaces the settings; an empty field clears one.
 int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block);
-// A setting that names a file, as the file system knows it: UTF-8, or the plain bytes where only
-// those name a file (an ANSI application's UTF-8 has been widened byte for byte). The caller frees
-// it; null when memory ran out.
-char *cass_setting_path(const cass_string *setting);
 // The output connection string; the caller owns it. Null when memory ran out.
 cass_string *cass_build_out_string(const cass_conn *conn);
-
-// The setup library's dialogs. cass_prompt_settings: 0 with the block filled, otherwise what
-// SQLDriverConnect returns (100 when there is no setup library). Defined in dll/setup_library.cpp.
-int cass_prompt_settings(cass_conn *conn, SQLHWND window, cass_settings_block *block);
-void cass_show_errors(cass_conn *conn, const char *text, SQLHWND window);
 
 #endif

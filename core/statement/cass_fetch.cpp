@@ -201,11 +201,21 @@ static bool has_local_row(const cass_stmt *stmt)
     return stmt->internal_rs != nullptr && !stmt->internal_rs->row_lost;
 }
 
+// A local row is transferred here, and again by the caller, whose verdict counts: what the first
+// transfer delivered whole is passed over, and a text that it cut goes on in the same buffer.
+static SQLRETURN fetch_local_row(cass_stmt *stmt)
+{
+    const SQLRETURN code = cass_fetch_internal_row(stmt, SQL_FETCH_NEXT, 0);
+    if (stmt->internal_rs->row_lost)
+        cass_clear_row_data(stmt);
+    return code == SQL_SUCCESS ? transfer_bound_columns(stmt, 1) : code;
+}
+
 // One row into the IRD and from there into the bound columns.
 [[gnu::always_inline]] static inline SQLRETURN fetch_row_and_transfer(cass_stmt *stmt, bool logged)
 {
     bool page_failed = false;
-    SQLRETURN code = stmt->internal_rs != nullptr ? cass_fetch_internal_row(stmt, SQL_FETCH_NEXT, 0)
+    SQLRETURN code = stmt->internal_rs != nullptr ? fetch_local_row(stmt)
                                                   : fetch_row(stmt, &page_failed, logged);
     ROW_LOG("fetch returned %d", static_cast<int>(code));
     if (code == SQL_NO_DATA) {
@@ -214,9 +224,7 @@ static bool has_local_row(const cass_stmt *stmt)
         return code;
     }
     // A row whose cell cannot be decoded is an error. A next page that did not come leaves its
-    // record, and the emptied row is transferred: the verdict of that decides. So does the second
-    // transfer of a local row: what the first one delivered whole is passed over, and a text that
-    // it cut goes on in the same buffer.
+    // record, and the emptied row is transferred: the verdict of that decides.
     if (code == SQL_ERROR && !page_failed && !has_local_row(stmt))
         return code;
     code = transfer_bound_columns(stmt, 1);

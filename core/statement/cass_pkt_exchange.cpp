@@ -13,10 +13,6 @@
 
 static constexpr char log_source[] = "cass_pkt.c";
 
-using held_stmt =
-    std::unique_ptr<cass_stmt, std::integral_constant<decltype(&cass_free_throwaway_stmt),
-                                                      &cass_free_throwaway_stmt>>;
-
 cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent)
 {
     const cass_cancel_guard whole;

@@ -20,46 +20,16 @@ enum : std::int32_t {
 };
 
 constexpr std::int32_t COLUMN_LIMIT = 65535;
-constexpr int TYPE_LEVELS = 64;
-constexpr int TYPE_NODES = 1024;              // types of one tree that are kept
 constexpr std::int32_t WARNING_UNITS = 2048;  // more than a message or a log record can show
 // Columns of unknown types that have a record each: lists of records are searched from the start.
 constexpr std::int32_t UNKNOWN_TYPE_RECORDS = 8;
 
-struct numbered_name {
-    std::int32_t number;
+struct kind_name {
+    std::int32_t kind;
     const char *name;
 };
 
-constexpr numbered_name CQL_TYPE_NAMES[] = {
-    {CQL_CUSTOM, "CUSTOM"},
-    {CQL_ASCII, "ASCII"},
-    {CQL_BIGINT, "BIGINT"},
-    {CQL_BLOB, "BLOB"},
-    {CQL_BOOLEAN, "BOOLEAN"},
-    {CQL_COUNTER, "COUNTER"},
-    {CQL_DECIMAL, "DECIMAL"},
-    {CQL_DOUBLE, "DOUBLE"},
-    {CQL_FLOAT, "FLOAT"},
-    {CQL_INT, "INT"},
-    {CQL_TIMESTAMP, "TIMESTAMP"},
-    {CQL_UUID, "UUID"},
-    {CQL_VARCHAR, "VARCHAR"},
-    {CQL_VARINT, "VARINT"},
-    {CQL_TIMEUUID, "TIMEUUID"},
-    {CQL_INET, "INET"},
-    {CQL_DATE, "DATE"},
-    {CQL_TIME, "TIME"},
-    {CQL_SMALLINT, "SMALLINT"},
-    {CQL_TINYINT, "TINYINT"},
-    {CQL_LIST, "LIST"},
-    {CQL_MAP, "MAP"},
-    {CQL_SET, "SET"},
-    {CQL_UDT, "UDT"},
-    {CQL_TUPLE, "TUPLE"},
-};
-
-constexpr numbered_name RESULT_KIND_NAMES[] = {
+constexpr kind_name RESULT_KIND_NAMES[] = {
     {KIND_VOID, "KIND_VOID"},
     {KIND_ROWS, "KIND_ROWS"},
     {KIND_SET_KEYSPACE, "KIND_SET_KEYSPACE"},
@@ -67,19 +37,10 @@ constexpr numbered_name RESULT_KIND_NAMES[] = {
     {KIND_SCHEMA_CHANGE, "KIND_SCHEMA_CHANGE"},
 };
 
-const char *cql_type_name(std::int32_t option_id)
-{
-    for (const numbered_name &row : CQL_TYPE_NAMES) {
-        if (row.number == option_id)
-            return row.name;
-    }
-    return "UNKNOWN";
-}
-
 const char *result_kind_name(std::int32_t kind)
 {
-    for (const numbered_name &row : RESULT_KIND_NAMES) {
-        if (row.number == kind)
+    for (const kind_name &row : RESULT_KIND_NAMES) {
+        if (row.kind == kind)
             return row.name;
     }
     return "Unknown kind type";
@@ -87,25 +48,10 @@ const char *result_kind_name(std::int32_t kind)
 
 // ---- Small readers -----------------------------------------------------------------------------
 
-// A count of 16 bits; one below zero is 0.
-static std::int32_t get_count(cass_packet *packet)
-{
-    return std::max<std::int32_t>(pkt_get_short(packet), 0);
-}
-
-// Another counted member is due: everything that is counted begins with two bytes at least.
-static bool has_more(cass_packet *packet)
-{
-    if (pkt_remaining(packet) >= 2)
-        return true;
-    pkt_ran_short(packet);
-    return false;
-}
-
 // Reads `count` texts and logs each as "string %d: %S".
 static void skip_strings(cass_stmt *stmt, cass_packet *packet, std::int32_t count)
 {
-    for (std::int32_t i = 0; i < count && has_more(packet); i++) {
+    for (std::int32_t i = 0; i < count && pkt_has_more(packet); i++) {
         const held_string text(pkt_get_string(packet));
         CASS_LOG(&stmt->head, LOG_DETAIL, "string %d: %S", i, text.get());
     }
@@ -113,11 +59,11 @@ static void skip_strings(cass_stmt *stmt, cass_packet *packet, std::int32_t coun
 
 cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
 {
-    const std::int32_t count = get_count(packet);
+    const std::int32_t count = pkt_get_count(packet);
     CASS_LOG(&stmt->head, LOG_DETAIL, "string count: %d", count);
     held_string all(cass_string_from_bytes("", 0));
     bool good = all != nullptr;
-    for (std::int32_t i = 0; good && i < count && has_more(packet); i++) {
+    for (std::int32_t i = 0; good && i < count && pkt_has_more(packet); i++) {
         const held_string text(pkt_get_string(packet));
         CASS_LOG(&stmt->head, LOG_DETAIL, "string %d: %S", i, text.get());
         good = text != nullptr && (cass_string_length(all.get()) >= WARNING_UNITS ||
@@ -127,213 +73,6 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
         return all.release();
     cass_post_no_memory(stmt, "decode_warnings");
     return nullptr;
-}
-
-// ---- Type trees --------------------------------------------------------------------------------
-
-enum tree_state {
-    TREE_WHOLE,
-    TREE_TOO_DEEP,
-    TREE_NO_MEMORY,
-};
-
-// A tree that is being read.
-struct type_reader {
-    cass_packet *packet;
-    int room;  // types that may still be kept
-    tree_state state;
-};
-
-using held_option =
-    std::unique_ptr<cass_type_option,
-                    std::integral_constant<decltype(&free_type_option), &free_type_option>>;
-
-static cass_type_option *decode_option(type_reader *tree, int level);
-static void pass_option(type_reader *tree, int level);
-
-void free_type_option(cass_type_option *option)
-{
-    if (option == nullptr)
-        return;
-    cass_string_free(option->custom_name);
-    free_type_option(option->element);
-    free_type_option(option->value);
-    cass_string_free(option->udt_keyspace);
-    cass_string_free(option->udt_name);
-    for (std::int32_t i = 0; i < option->field_count; i++) {
-        cass_string_free(option->fields[i].name);
-        free_type_option(option->fields[i].type);
-    }
-    std::free(option->fields);
-    for (std::int32_t i = 0; i < option->tuple_count; i++)
-        free_type_option(option->tuple_types[i]);
-    std::free(option->tuple_types);
-    std::free(option);
-}
-
-// The array with room for one member more; it doubles whenever its count reaches a power of two, so
-// that an announced count costs nothing before its members are there. Null when memory ran out.
-static void *grow_members(void *members, std::int32_t count, std::size_t size)
-{
-    if ((count & (count - 1)) != 0)
-        return members;
-    const std::size_t room = count == 0 ? 1 : static_cast<std::size_t>(count) * 2;
-    return std::realloc(members, room * size);
-}
-
-static cass_string *decode_name(type_reader *tree)
-{
-    cass_string *name = pkt_get_string(tree->packet);
-    if (name == nullptr)
-        tree->state = TREE_NO_MEMORY;
-    return name;
-}
-
-static bool is_member_due(const type_reader *tree, std::int32_t done, std::int32_t count)
-{
-    return tree->state == TREE_WHOLE && done < count && has_more(tree->packet);
-}
-
-static void pass_name(type_reader *tree)
-{
-    cass_packet *packet = tree->packet;
-    const std::int32_t length = static_cast<std::uint16_t>(pkt_get_short(packet));
-    if (length <= pkt_remaining(packet))
-        packet->read_pos += length;
-    else
-        pkt_ran_short(packet);
-}
-
-static void pass_members(type_reader *tree, int level, bool named, std::int32_t count)
-{
-    for (std::int32_t i = 0; is_member_due(tree, i, count); i++) {
-        if (named)
-            pass_name(tree);
-        pass_option(tree, level + 1);
-    }
-}
-
-static void decode_udt(type_reader *tree, cass_type_option *option, int level)
-{
-    option->udt_keyspace = decode_name(tree);
-    option->udt_name = decode_name(tree);
-    const std::int32_t count = get_count(tree->packet);
-    while (tree->room > 0 && is_member_due(tree, option->field_count, count)) {
-        void *grown = grow_members(option->fields, option->field_count, sizeof(cass_type_field));
-        if (grown == nullptr) {
-            tree->state = TREE_NO_MEMORY;
-            return;
-        }
-        option->fields = static_cast<cass_type_field *>(grown);
-        cass_type_field *field = &option->fields[option->field_count++];
-        field->name = decode_name(tree);
-        field->type = decode_option(tree, level + 1);
-    }
-    pass_members(tree, level, true, count - option->field_count);
-}
-
-static void decode_tuple(type_reader *tree, cass_type_option *option, int level)
-{
-    const std::int32_t count = get_count(tree->packet);
-    while (tree->room > 0 && is_member_due(tree, option->tuple_count, count)) {
-        void *grown =
-            grow_members(option->tuple_types, option->tuple_count, sizeof(cass_type_option *));
-        if (grown == nullptr) {
-            tree->state = TREE_NO_MEMORY;
-            return;
-        }
-        option->tuple_types = static_cast<cass_type_option **>(grown);
-        option->tuple_types[option->tuple_count++] = decode_option(tree, level + 1);
-    }
-    pass_members(tree, level, false, count - option->tuple_count);
-}
-
-static bool is_within_levels(type_reader *tree, int level)
-{
-    if (level > TYPE_LEVELS)
-        tree->state = TREE_TOO_DEEP;
-    return tree->state == TREE_WHOLE;
-}
-
-// Reads a type that the tree has no room for.
-static void pass_option(type_reader *tree, int level)
-{
-    if (!is_within_levels(tree, level))
-        return;
-    switch (pkt_get_short(tree->packet)) {
-    case CQL_CUSTOM:
-        pass_name(tree);
-        break;
-    case CQL_MAP:
-        pass_option(tree, level + 1);
-        pass_option(tree, level + 1);
-        break;
-    case CQL_LIST:
-    case CQL_SET:
-        pass_option(tree, level + 1);
-        break;
-    case CQL_UDT:
-        pass_name(tree);
-        pass_name(tree);
-        pass_members(tree, level, true, get_count(tree->packet));
-        break;
-    case CQL_TUPLE:
-        pass_members(tree, level, false, get_count(tree->packet));
-        break;
-    default:
-        break;
-    }
-}
-
-// One node and what is below it. Null with tree->state telling why, or without room for it.
-static cass_type_option *decode_option(type_reader *tree, int level)
-{
-    if (!is_within_levels(tree, level))
-        return nullptr;
-    if (tree->room == 0) {
-        pass_option(tree, level);
-        return nullptr;
-    }
-    tree->room--;
-    held_option option(static_cast<cass_type_option *>(std::calloc(1, sizeof(cass_type_option))));
-    if (option == nullptr) {
-        tree->state = TREE_NO_MEMORY;
-        return nullptr;
-    }
-    option->option_id = pkt_get_short(tree->packet);
-    switch (option->option_id) {
-    case CQL_CUSTOM:
-        option->custom_name = decode_name(tree);
-        break;
-    case CQL_MAP:
-        option->element = decode_option(tree, level + 1);
-        option->value = decode_option(tree, level + 1);
-        break;
-    case CQL_LIST:
-    case CQL_SET:
-        option->element = decode_option(tree, level + 1);
-        break;
-    case CQL_UDT:
-        decode_udt(tree, option.get(), level);
-        break;
-    case CQL_TUPLE:
-        decode_tuple(tree, option.get(), level);
-        break;
-    default:
-        break;
-    }
-    return tree->state == TREE_WHOLE ? option.release() : nullptr;
-}
-
-static type_reader new_tree(cass_packet *packet)
-{
-    return {.packet = packet, .room = TYPE_NODES, .state = TREE_WHOLE};
-}
-
-cass_type_option *decode_type_option(cass_packet *packet)
-{
-    type_reader tree = new_tree(packet);
-    return decode_option(&tree, 1);
 }
 
 // ---- Column specifications ---------------------------------------------------------------------
@@ -426,10 +165,10 @@ static int decode_column(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, 
     const held_string name(pkt_get_string(packet));
     if (name == nullptr)
         return give_up(stmt, desc, true);
-    type_reader tree = new_tree(packet);
-    const held_option option(decode_option(&tree, 1));
+    bool no_memory = false;
+    const held_option option(decode_type_option(packet, &no_memory));
     if (option == nullptr)
-        return give_up(stmt, desc, tree.state == TREE_NO_MEMORY);
+        return give_up(stmt, desc, no_memory);
     if (cass_log_is_on(&stmt->head))
         log_column(stmt, index, name.get(), option.get(), short_set);
     const int code =
@@ -614,7 +353,7 @@ int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet)
     CASS_LOG(&stmt->head, LOG_DETAIL, "flags: %x", flags);
     CASS_LOG(&stmt->head, LOG_DETAIL, "column_count: %d", count);
     CASS_LOG(&stmt->head, LOG_DETAIL, "pk_count: %d", pk_count);
-    for (std::int32_t i = 0; i < pk_count && has_more(packet); i++) {
+    for (std::int32_t i = 0; i < pk_count && pkt_has_more(packet); i++) {
         const std::int16_t index = pkt_get_short(packet);
         CASS_LOG(&stmt->head, LOG_DETAIL, "pk_index[ %d ]: %d", i, index);
     }
@@ -680,7 +419,7 @@ static void decode_schema_change(cass_stmt *stmt, cass_packet *packet)
     CASS_LOG(&stmt->head, LOG_DETAIL, "keyspace: %S", keyspace.get());
     CASS_LOG(&stmt->head, LOG_DETAIL, "name: %S", name.get());
     if (cass_string_compare_cstr(target.get(), "TYPE") == 0) {
-        const std::int32_t count = get_count(packet);
+        const std::int32_t count = pkt_get_count(packet);
         CASS_LOG(&stmt->head, LOG_DETAIL, "string count: %d", count);
         skip_strings(stmt, packet, count);
     }

@@ -67,10 +67,7 @@ void cass_close_for_catalog(cass_stmt *stmt)
 
 void cass_close_result(cass_stmt *stmt)
 {
-    cass_clear_row_data(stmt);
-    cass_desc_clear_fields(stmt->ird);
-    stmt->ird->found_count = 0;
-    stmt->ird->found_valid = 0;
+    cass_desc_undescribe(stmt->ird);
 }
 
 int cass_prepare_if_needed(cass_stmt *stmt)

@@ -1,5 +1,4 @@
 // Direct execution: one QUERY frame, its values bound in the frame and never pasted into the text.
-#include <memory>
 
 #include "core/diag/cass_err.h"
 #include "core/local/cass_internalrs.h"
@@ -11,9 +10,6 @@
 #include "core/statement/cass_stmt.h"
 
 static constexpr char log_source[] = "SQLExecDirectWide.c";
-
-using string_ptr = std::unique_ptr<cass_string, decltype(&cass_string_free)>;
-using packet_ptr = std::unique_ptr<cass_packet, decltype(&cass_packet_unref)>;
 
 // Log words of the two ways here: SQLExecDirect, and SQLParamData after data at execution.
 struct direct_road {
@@ -39,7 +35,7 @@ static constexpr direct_road dae_road = {
 // Builds the request of every parameter set that is not skipped and keeps the last one in *last.
 // Only that one is ever sent, although every set reports success: a parameter array of a direct
 // execution runs once, with its last set, and applications rely on prepared statements for arrays.
-static SQLRETURN build_requests(cass_stmt *stmt, const direct_road &road, packet_ptr *last)
+static SQLRETURN build_requests(cass_stmt *stmt, const direct_road &road, held_packet *last)
 {
     const SQLULEN sets = stmt->apd->array_size;
     for (SQLULEN set = 0; set < sets; ++set) {
@@ -64,7 +60,7 @@ static SQLRETURN build_requests(cass_stmt *stmt, const direct_road &road, packet
 static SQLRETURN run_direct(cass_stmt *stmt, const direct_road &road)
 {
     cass_store_params_processed(stmt, 0);
-    packet_ptr request(nullptr, cass_packet_unref);
+    held_packet request;
     const SQLRETURN built = build_requests(stmt, road, &request);
     cass_string_free(stmt->sql_text);
     stmt->sql_text = nullptr;
@@ -99,7 +95,7 @@ static bool connection_is_busy(cass_stmt *stmt)
 
 SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t operation)
 {
-    string_ptr input(text, cass_string_free);
+    held_string input(text);
     if (connection_is_busy(stmt))
         return SQL_ERROR;
     stmt->more_results = 0;
@@ -109,7 +105,7 @@ SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t oper
     cass_string_free(stmt->sql_text);
     stmt->sql_text = nullptr;
 
-    string_ptr processed(cass_process_sql(stmt, input.get()), cass_string_free);
+    held_string processed(cass_process_sql(stmt, input.get()));
     input.reset();
     if (processed == nullptr) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "SQLExecDirectWide: failed processing string");

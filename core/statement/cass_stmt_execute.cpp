@@ -1,5 +1,4 @@
 // Prepared execution: one EXECUTE frame and one reply for each parameter set.
-#include <memory>
 
 #include "core/diag/cass_err.h"
 #include "core/local/cass_internalrs.h"
@@ -9,8 +8,6 @@
 #include "core/statement/cass_stmt.h"
 
 static constexpr char log_source[] = "SQLExecute.c";
-
-using packet_ptr = std::unique_ptr<cass_packet, decltype(&cass_packet_unref)>;
 
 // Log words of the two ways here: SQLExecute, and SQLParamData after data at execution. `each_set`
 // may print the set's number and the number of sets.
@@ -65,7 +62,7 @@ static void count_outcome(cass_stmt *stmt, SQLRETURN code)
 // refuses is only counted, and the next one is still sent.
 static bool run_set(cass_stmt *stmt, const prepared_road &road)
 {
-    packet_ptr request(create_execute(stmt), cass_packet_unref);
+    held_packet request(create_execute(stmt));
     if (request == nullptr) {
         cass_store_param_status(stmt, SQL_PARAM_ERROR);
         CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.failed);

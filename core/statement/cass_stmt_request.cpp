@@ -1,7 +1,6 @@
 // Request frames of a statement (native protocol v4, sections 4.1.4 and 4.1.6): text or prepared
 // id, consistency, flags, values, page size, paging state.
 #include <cstdlib>
-#include <memory>
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
@@ -10,18 +9,15 @@
 
 static constexpr char log_source[] = "cass_stmt.c";
 
-using packet_ptr = std::unique_ptr<cass_packet, decltype(&cass_packet_unref)>;
-
 enum : std::uint8_t {
     QUERY_VALUES = 0x01,
     QUERY_PAGE_SIZE = 0x04,
     QUERY_PAGING_STATE = 0x08,
 };
 
-static packet_ptr new_request(cass_stmt *stmt, std::uint8_t opcode)
+static held_packet new_request(cass_stmt *stmt, std::uint8_t opcode)
 {
-    return packet_ptr(cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, opcode, nullptr),
-                      cass_packet_unref);
+    return held_packet(cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, opcode, nullptr));
 }
 
 static void put_consistency(cass_stmt *stmt, cass_packet *packet)
@@ -66,7 +62,7 @@ cass_packet *create_exec_string(cass_stmt *stmt, const cass_string *text)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "create_exec_string: stmt=%p, sqllen=%d, sql='%S'",
              static_cast<void *>(stmt), cass_string_length(text), text);
-    packet_ptr packet = new_request(stmt, OPCODE_QUERY);
+    held_packet packet = new_request(stmt, OPCODE_QUERY);
     if (packet == nullptr)
         return nullptr;
     pkt_put_long_string(packet.get(), text);
@@ -80,7 +76,7 @@ cass_packet *create_execute(cass_stmt *stmt)
     std::free(stmt->param_buffer);
     stmt->param_buffer = nullptr;
     stmt->param_buffer_len = 0;
-    packet_ptr packet = new_request(stmt, OPCODE_EXECUTE);
+    held_packet packet = new_request(stmt, OPCODE_EXECUTE);
     if (packet == nullptr)
         return nullptr;
     pkt_put_short_bytes(packet.get(), stmt->prepared_id, stmt->prepared_id_len);
@@ -91,7 +87,7 @@ cass_packet *create_execute(cass_stmt *stmt)
 cass_packet *create_fetch_next(cass_stmt *stmt)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "create_fetch_next: stmt=%p", static_cast<void *>(stmt));
-    packet_ptr packet = new_request(stmt, stmt->prepared ? OPCODE_EXECUTE : OPCODE_QUERY);
+    held_packet packet = new_request(stmt, stmt->prepared ? OPCODE_EXECUTE : OPCODE_QUERY);
     if (packet == nullptr)
         return nullptr;
     if (stmt->prepared)

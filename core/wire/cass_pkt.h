@@ -5,8 +5,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <type_traits>
 
 #include "core/record/cass_handles.h"
 
@@ -94,12 +92,7 @@ void cass_packet_drop_spare(cass_conn *conn);
 bool cass_block_outgrown(std::size_t capacity, std::size_t need);
 
 // Locals that must not leak on an early exit.
-using held_packet =
-    std::unique_ptr<cass_packet,
-                    std::integral_constant<decltype(&cass_packet_unref), &cass_packet_unref>>;
-using held_string =
-    std::unique_ptr<cass_string,
-                    std::integral_constant<decltype(&cass_string_free), &cass_string_free>>;
+using held_packet = held<cass_packet, &cass_packet_unref>;
 
 // Error code and message of an ERROR frame; the caller owns the text. Null for another opcode
 // (08S01 posted on the statement) or on exhaustion (HY001).
@@ -217,6 +210,19 @@ inline std::int64_t pkt_get_long(cass_packet *packet)
     const std::uint64_t value = load_be64(packet->body + packet->read_pos);
     packet->read_pos += 8;
     return static_cast<std::int64_t>(value);
+}
+
+// A count of 16 bits; one below zero is 0.
+inline std::int32_t pkt_get_count(cass_packet *packet)
+{
+    const std::int16_t count = pkt_get_short(packet);
+    return count < 0 ? 0 : count;
+}
+
+// Whether another counted member is due: everything that is counted begins with two bytes at least.
+inline bool pkt_has_more(cass_packet *packet)
+{
+    return pkt_remaining(packet) >= 2 || pkt_ran_short(packet) != 0;
 }
 
 // `count` bytes into a buffer. 0, or -1 with nothing moved (also for a negative count).

@@ -1,0 +1,74 @@
+// CQL types as column specifications carry them (native protocol v4, section 4.2.5.2): option ids
+// and the trees of nested types.
+#ifndef CORE_WIRE_CQL_TYPE_H
+#define CORE_WIRE_CQL_TYPE_H
+
+#include <cstdint>
+
+#include "core/wire/cass_pkt.h"
+
+// CQL option ids.
+enum : std::int32_t {
+    CQL_CUSTOM = 0,
+    CQL_ASCII = 1,
+    CQL_BIGINT = 2,
+    CQL_BLOB = 3,
+    CQL_BOOLEAN = 4,
+    CQL_COUNTER = 5,
+    CQL_DECIMAL = 6,
+    CQL_DOUBLE = 7,
+    CQL_FLOAT = 8,
+    CQL_INT = 9,
+    CQL_TIMESTAMP = 11,
+    CQL_UUID = 12,
+    CQL_VARCHAR = 13,
+    CQL_VARINT = 14,
+    CQL_TIMEUUID = 15,
+    CQL_INET = 16,
+    CQL_DATE = 17,
+    CQL_TIME = 18,
+    CQL_SMALLINT = 19,
+    CQL_TINYINT = 20,
+    CQL_LIST = 32,
+    CQL_MAP = 33,
+    CQL_SET = 34,
+    CQL_UDT = 48,
+    CQL_TUPLE = 49,
+};
+
+struct cass_type_option;
+
+// A field of a user-defined type.
+struct cass_type_field {
+    cass_string *name;
+    cass_type_option *type;
+};
+
+// Tree of a column's CQL type. Owned by whoever decoded it; branches may be null.
+struct cass_type_option {
+    std::int32_t option_id;
+    cass_string *custom_name;
+    cass_type_option *element;  // LIST, SET; key of MAP
+    cass_type_option *value;    // value of MAP
+    cass_string *udt_keyspace;
+    cass_string *udt_name;
+    std::int32_t field_count;
+    cass_type_field *fields;
+    std::int32_t tuple_count;
+    cass_type_option **tuple_types;
+};
+
+// Name for logs and messages; "UNKNOWN" for others.
+const char *cql_type_name(std::int32_t option_id);
+
+// A type tree of at most 64 levels, or null: deeper, or with *no_memory set, out of memory. The
+// tree holds the first 1024 types; the others are passed over, and their branches are null. Members
+// that a short body does not have are left out, and the counts are those of the members in the
+// tree.
+cass_type_option *decode_type_option(cass_packet *packet, bool *no_memory);
+// Null is accepted.
+void free_type_option(cass_type_option *option);
+
+using held_option = held<cass_type_option, &free_type_option>;
+
+#endif
