@@ -36,7 +36,7 @@ static void say_connected(char *message, const cass_conn *conn, SQLRETURN code)
 {
     std::string text = std::string("Connected. CQL Version: ") + conn->cql_version;
     if (code == SQL_SUCCESS_WITH_INFO) {
-        const held_text keyspace(cass_string_to_utf8(conn->keyspace));
+        const held_text keyspace(cass_string_to_utf8(conn->settings.keyspace));
         text += std::string(", but keyspace '") + (keyspace == nullptr ? "" : keyspace.get()) +
                 "' cannot be used and the session is closed: is the name right, case included?";
     }

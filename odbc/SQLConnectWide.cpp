@@ -29,7 +29,7 @@ SQLRETURN SQLConnectWide(cass_conn *conn, const connect_argument &server_name,
     if (read != 0)
         return SQL_ERROR;
 
-    if (conn->server == nullptr && conn->bundle_path == nullptr) {
+    if (conn->settings.server == nullptr && conn->settings.bundle_path == nullptr) {
         cass_post_error(&conn->head, STATE_HY000, 0,
                         "server name and connect bundle not specified");
         return SQL_ERROR;

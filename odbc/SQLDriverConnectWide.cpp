@@ -54,7 +54,8 @@ static bool attempt(cass_conn *conn, SQLHWND window, SQLUSMALLINT completion, SQ
 {
     bool prompted = false;
     for (;;) {
-        const bool reachable = conn->server != nullptr || conn->bundle_path != nullptr;
+        const bool reachable =
+            conn->settings.server != nullptr || conn->settings.bundle_path != nullptr;
         bool ask = false;
         if (reachable && (completion != SQL_DRIVER_PROMPT || prompted)) {
             *code = cass_connect(conn, 0);

@@ -97,7 +97,7 @@ static SQLRETURN give_connection_name(diag_value *value, const cass_conn *conn, 
 static SQLRETURN give_server_name(diag_value *value, cass_conn *conn)
 {
     cass_string *copy = nullptr;
-    if (conn != nullptr && !cass_copy_conn_text(conn, &conn->dsn, &copy))
+    if (conn != nullptr && !cass_copy_conn_text(conn, &conn->settings.dsn, &copy))
         return SQL_ERROR;
     if (copy == nullptr)
         return give_number(value, DIAG_NOTHING, 0);

@@ -323,7 +323,8 @@ SQLRETURN cass_get_info(cass_conn *conn, const char *function, bool wide, SQLUSM
         return answer_own_text(conn, conn->cql_version, wide, info_value, buffer_length,
                                string_length);
     case INFO_DSN:
-        return answer_text(conn, conn->dsn, wide, info_value, buffer_length, string_length);
+        return answer_text(conn, conn->settings.dsn, wide, info_value, buffer_length,
+                           string_length);
     case INFO_KEYSPACE:
         return answer_keyspace(conn, wide, info_value, buffer_length, string_length);
     case INFO_UNSET:

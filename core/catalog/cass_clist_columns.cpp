@@ -83,9 +83,9 @@ static std::int32_t sized(const cass_conn *conn, const cass_column_entry *column
             continue;
         switch (row.*member) {
         case STRING_LEN:
-            return shared_get(&conn->string_len);
+            return shared_get(&conn->settings.string_len);
         case BINARY_LEN:
-            return shared_get(&conn->binary_len);
+            return shared_get(&conn->settings.binary_len);
         case FRACTION:
             return column->size + 20;
         default:

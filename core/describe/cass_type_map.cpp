@@ -79,9 +79,9 @@ static constexpr column_row column_rows[] = {
 static std::int32_t configured_size(const cass_conn *conn, std::int32_t size)
 {
     if (size == STRING_LEN)
-        return shared_get(&conn->string_len);
+        return shared_get(&conn->settings.string_len);
     if (size == BINARY_LEN)
-        return shared_get(&conn->binary_len);
+        return shared_get(&conn->settings.binary_len);
     return size;
 }
 

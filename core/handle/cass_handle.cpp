@@ -133,12 +133,12 @@ void cass_default_conn_attrs(cass_conn *conn)
     conn->stmt_defaults.bind_type = SQL_BIND_BY_COLUMN;
 }
 
-// Settings at the values of a fresh record; what the fields held is gone already.
-static void default_settings(cass_conn *conn)
+// The session of a connection that has none, and the settings that have a default.
+static void default_session(cass_conn *conn)
 {
     conn->socket = -1;
-    shared_put(&conn->string_len, DEFAULT_STRING_LEN);
-    shared_put(&conn->binary_len, DEFAULT_BINARY_LEN);
+    shared_put(&conn->settings.string_len, DEFAULT_STRING_LEN);
+    shared_put(&conn->settings.binary_len, DEFAULT_BINARY_LEN);
     std::strcpy(conn->cql_version, UNKNOWN_CQL_VERSION);
 }
 
@@ -150,12 +150,13 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     conn->head.handle_tag = CASS_CONNECTION_HANDLE;
     conn->head.parent = &env->head;
     conn->head.log_mask = env->head.log_mask;
+    conn->conduct = &default_conduct;
     conn->odbc_level = env->odbc_version == SQL_OV_ODBC2 ? 2 : level;
-    conn->metadata_port = DEFAULT_METADATA_PORT;
-    conn->consistency = 1;
+    conn->settings.metadata_port = DEFAULT_METADATA_PORT;
+    conn->settings.consistency = 1;
     conn->float_precision = NUMBER_TEXT_DIGITS;
     conn->double_precision = NUMBER_TEXT_DIGITS;
-    default_settings(conn);
+    default_session(conn);
     cass_default_conn_attrs(conn);
     if (!init_locks({&conn->spare_locks[0], &conn->spare_locks[1], &conn->exchange_lock,
                      &conn->session_lock, &conn->child_list_lock, &conn->api_lock})) {
@@ -209,11 +210,9 @@ void cass_forget_bundle(cass_conn *conn)
 
 static void free_settings(cass_conn *conn)
 {
-    for (cass_string **slot :
-         {&conn->dsn, &conn->user, &conn->password, &conn->server, &conn->bundle_path,
-          &conn->keyspace, &conn->current_keyspace, &conn->entropy_file, &conn->certificate_file,
-          &conn->private_key_file, &conn->public_key_file})
-        free_string(slot);
+    for (cass_string *cass_settings::*text : cass_setting_texts)
+        free_string(&(conn->settings.*text));
+    free_string(&conn->current_keyspace);
     cass_forget_bundle(conn);
 }
 
@@ -240,14 +239,14 @@ void cass_reset_conn(cass_conn *conn)
     const cass_lock_guard exchange(&conn->exchange_lock);
     const cass_lock_guard session(&conn->session_lock);
     free_settings(conn);
+    for (std::int32_t cass_settings::*number : cass_setting_numbers_reset)
+        shared_put(&(conn->settings.*number), 0);
     for (std::int32_t *field :
          {&conn->results_busy, &conn->async_count, &conn->next_stmt_number, &conn->in_transaction,
-          &conn->encrypt, &conn->ssl_active, &conn->trust_server_certificate, &conn->astra,
-          &conn->metadata_port, &conn->rcvbuffer, &conn->keepalive, &conn->logon_timeout,
           &conn->ms_timeout, &conn->snappy_offered, &conn->lz4_offered, &conn->compression})
         shared_put(field, 0);
     conn->results_busy_stmt = nullptr;
-    default_settings(conn);
+    default_session(conn);
     cass_default_conn_attrs(conn);
 }
 

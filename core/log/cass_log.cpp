@@ -128,7 +128,8 @@ static std::size_t write_room(const log_call *call)
 static void write_to_stream(const log_call *call, const cass_conn *conn, const char *record)
 {
     cass_log_stream stream;
-    if (!cass_log_stream_open(&stream, conn->log_file, shared_get(&call->handle->log_mask)))
+    if (!cass_log_stream_open(&stream, conn->settings.log_file,
+                              shared_get(&call->handle->log_mask)))
         return;
     held_text room;
     if (stream.owned && call->packet) {
@@ -183,9 +184,9 @@ static void write_record(const log_call *call, const char *format, va_list argum
 void cass_log_set_file(cass_conn *conn, const char *name, std::size_t length)
 {
     const cass_lock_guard hold(&conn_env(conn)->log_lock);
-    length = std::min(length, sizeof conn->log_file - 1);
-    std::memcpy(conn->log_file, name, length);
-    conn->log_file[length] = '\0';
+    length = std::min(length, sizeof conn->settings.log_file - 1);
+    std::memcpy(conn->settings.log_file, name, length);
+    conn->settings.log_file[length] = '\0';
 }
 
 void cass_log(cass_handle *handle, const char *source_file, int line, std::int32_t kind,

@@ -79,7 +79,7 @@ bool cass_log_stream_open(cass_log_stream *stream, const char *log_file, std::in
         block_signals(stream);
         return true;
     }
-    char name[sizeof(cass_conn::log_file) + 32];
+    char name[sizeof(cass_settings::log_file) + 32];
     if ((mask & LOG_MODE_PROCESS) != 0)
         std::snprintf(name, sizeof name, "%s.%08X.%08X", log_file, static_cast<unsigned>(getpid()),
                       cass_log_thread_id());

@@ -20,8 +20,8 @@ static struct cass_log_ring {
     int head;  // next slot to fill
     int tail;  // oldest entry; equal to head when the ring is empty
     bool has_target;
-    const cass_conn *conn;                       // names the dump's file while it lives
-    char log_file[sizeof(cass_conn::log_file)];  // its name and mask when it is gone
+    const cass_conn *conn;                           // names the dump's file while it lives
+    char log_file[sizeof(cass_settings::log_file)];  // its name and mask when it is gone
     std::int32_t log_mask;
 } ring;
 
@@ -89,7 +89,7 @@ static void write_banner(FILE *file, const char *text)
 
 static void remember_target(const cass_conn *conn)
 {
-    std::snprintf(ring.log_file, sizeof ring.log_file, "%s", conn->log_file);
+    std::snprintf(ring.log_file, sizeof ring.log_file, "%s", conn->settings.log_file);
     ring.log_mask = shared_get(&conn->head.log_mask);
 }
 

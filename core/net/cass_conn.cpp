@@ -72,7 +72,7 @@ static bool would_block(int error)
 // Both are tested: the mark outlives the session, until the connection is reset.
 static bool through_tls(const cass_conn *conn)
 {
-    return conn->ssl != nullptr && conn->ssl_active == 1;
+    return conn->ssl != nullptr && conn->settings.ssl_active == 1;
 }
 
 static std::int32_t post_send_error(cass_conn *conn, int error)

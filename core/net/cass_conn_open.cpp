@@ -28,7 +28,7 @@ constexpr std::int32_t DEFAULT_PORT = 9042;
 // For the log.
 static const char *opener(const cass_conn *conn)
 {
-    return conn->ipv6 ? "cass_open_ipv6" : "cass_open_ipv4";
+    return conn->settings.ipv6 ? "cass_open_ipv6" : "cass_open_ipv4";
 }
 
 static int no_memory(cass_conn *conn)
@@ -145,10 +145,11 @@ static bool make_socket(cass_conn *conn, int family)
 static void set_socket_options(cass_conn *conn)
 {
     const int on = 1;
-    if (conn->rcvbuffer > 0 && setsockopt(conn->socket, SOL_SOCKET, SO_RCVBUF, &conn->rcvbuffer,
-                                          sizeof conn->rcvbuffer) == -1)
+    if (conn->settings.rcvbuffer > 0 &&
+        setsockopt(conn->socket, SOL_SOCKET, SO_RCVBUF, &conn->settings.rcvbuffer,
+                   sizeof conn->settings.rcvbuffer) == -1)
         CASS_LOG(&conn->head, LOG_DETAIL, "setting SO_RCVBUF - FAILED!!!");
-    if (conn->keepalive != 0 &&
+    if (conn->settings.keepalive != 0 &&
         setsockopt(conn->socket, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) == -1)
         CASS_LOG(&conn->head, LOG_DETAIL, "setting SO_KEEPALIVE - FAILED!!!");
 }
@@ -306,7 +307,7 @@ int cass_open_ipv6(cass_conn *conn, const cass_string *server, std::int32_t port
     char *separator = std::strchr(host.get(), '*');
     if (const int code = settle_port(conn, host.get(), separator, &port); code != 0)
         return code;
-    conn->port = port;
+    conn->settings.port = port;
 
     sockaddr_in6 address = {};
     if (const int code = resolve_ipv6(conn, host.get(), &address); code != 0)
@@ -370,7 +371,8 @@ static int open_first(cass_conn *conn, cass_string *const *entries, std::int32_t
     for (std::int32_t i = 0; i < count; i++) {
         *answered = (start + i) % count;
         const cass_string *entry = entries[*answered];
-        code = conn->ipv6 ? cass_open_ipv6(conn, entry, port) : cass_open_ipv4(conn, entry, port);
+        code = conn->settings.ipv6 ? cass_open_ipv6(conn, entry, port)
+                                   : cass_open_ipv4(conn, entry, port);
         if (code == 0)
             break;
         // Of a list of failing servers only the last one's diagnostics survive.
@@ -399,8 +401,8 @@ int cass_open_servers(cass_conn *conn, const cass_string *servers, std::int32_t 
     const int code = open_first(conn, entries, count, port, &answered);
     if (code == 0) {
         // `servers` may be this very setting; it is not read any more.
-        cass_string_free(conn->server);
-        conn->server = entries[answered];
+        cass_string_free(conn->settings.server);
+        conn->settings.server = entries[answered];
         entries[answered] = nullptr;
     }
     free_entries(entries, count);

@@ -336,7 +336,7 @@ static int judge_certificate(cass_conn *conn, const SSL *ssl)
                         "SSL connection failed, verify cert returned %d", number);
         return SSL_FAILED;
     }
-    if (conn->trust_server_certificate) {
+    if (conn->settings.trust_server_certificate) {
         CASS_LOG(&conn->head, LOG_DETAIL, "Connection was encrypted but %s", fault->text);
         return 0;
     }
@@ -404,7 +404,7 @@ int cass_ssl_start(cass_conn *conn)
         return SSL_FAILED;
     log_cipher(conn, info->ssl);
     conn->ssl = info.release();
-    conn->ssl_active = 1;
+    conn->settings.ssl_active = 1;
     return 0;
 }
 

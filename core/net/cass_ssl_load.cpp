@@ -77,8 +77,9 @@ static bool is_directory(cass_conn *conn, const char *path)
 
 static int load_anchor_file(cass_conn *conn, SSL_CTX *ctx)
 {
-    CASS_LOG(&conn->head, LOG_DETAIL, "Loading Certificate file '%S'", conn->certificate_file);
-    const held_text path(cass_setting_path(conn->certificate_file));
+    CASS_LOG(&conn->head, LOG_DETAIL, "Loading Certificate file '%S'",
+             conn->settings.certificate_file);
+    const held_text path(cass_setting_path(conn->settings.certificate_file));
     if (path == nullptr)
         return no_memory(conn);
     const bool directory = is_directory(conn, path.get());
@@ -86,14 +87,14 @@ static int load_anchor_file(cass_conn *conn, SSL_CTX *ctx)
     if (SSL_CTX_load_verify_locations(ctx, directory ? nullptr : path.get(),
                                       directory ? path.get() : nullptr) == 1)
         return 0;
-    return refuse_file(conn, "Certificate", conn->certificate_file);
+    return refuse_file(conn, "Certificate", conn->settings.certificate_file);
 }
 
 int cass_ssl_load_anchors(cass_conn *conn, SSL_CTX *ctx)
 {
     if (is_stored(conn->ca_bytes, conn->ca_length))
         return load_stored_anchor(conn, ctx);
-    return conn->certificate_file != nullptr ? load_anchor_file(conn, ctx) : 0;
+    return conn->settings.certificate_file != nullptr ? load_anchor_file(conn, ctx) : 0;
 }
 
 // ---- Entropy -----------------------------------------------------------------------------------
@@ -111,17 +112,18 @@ static int seed_from([[maybe_unused]] const char *path)
 
 static int load_entropy(cass_conn *conn)
 {
-    if (conn->entropy_file == nullptr)
+    if (conn->settings.entropy_file == nullptr)
         return 0;
-    CASS_LOG(&conn->head, LOG_DETAIL, "Loading entropy from '%S'", conn->entropy_file);
-    const held_text path(cass_setting_path(conn->entropy_file));
+    CASS_LOG(&conn->head, LOG_DETAIL, "Loading entropy from '%S'", conn->settings.entropy_file);
+    const held_text path(cass_setting_path(conn->settings.entropy_file));
     if (path == nullptr)
         return no_memory(conn);
     const int seeded = seed_from(path.get());
     if (seeded < 0) {
-        CASS_LOG(&conn->head, LOG_ERROR, "Loading entropy from '%S' failed", conn->entropy_file);
+        CASS_LOG(&conn->head, LOG_ERROR, "Loading entropy from '%S' failed",
+                 conn->settings.entropy_file);
         cass_post_error(&conn->head, STATE_08001, 0, "Loading entropy from '%S' failed",
-                        conn->entropy_file);
+                        conn->settings.entropy_file);
         return SSL_FAILED;
     }
     CASS_LOG(&conn->head, LOG_DETAIL, "Entropy seeded with %d bytes", seeded);
@@ -153,7 +155,7 @@ struct own_part {
     const char *name;
     unsigned char *cass_conn::*bytes;
     std::int32_t cass_conn::*length;
-    cass_string *cass_conn::*file;
+    cass_string *cass_settings::*file;
     int (*use_stored)(SSL *ssl, const unsigned char *bytes, std::int32_t length);  // 1: accepted
     int (*use_file)(SSL *ssl, const char *path, int type);                         // 1: accepted
 };
@@ -162,14 +164,14 @@ struct own_part {
 // gets no certificate, and refuses the handshake if it wants one.
 static constexpr own_part own_parts[] = {
     {"Private Key", &cass_conn::private_key_bytes, &cass_conn::private_key_length,
-     &cass_conn::private_key_file, use_stored_key, SSL_use_PrivateKey_file},
+     &cass_settings::private_key_file, use_stored_key, SSL_use_PrivateKey_file},
     {"Public Key", &cass_conn::certificate_bytes, &cass_conn::certificate_length,
-     &cass_conn::public_key_file, use_stored_certificate, SSL_use_certificate_file},
+     &cass_settings::public_key_file, use_stored_certificate, SSL_use_certificate_file},
 };
 
 static int load_part(cass_conn *conn, SSL *ssl, const own_part &part)
 {
-    const cass_string *file = conn->*part.file;
+    const cass_string *file = conn->settings.*part.file;
     int accepted;
     ERR_clear_error();
     if (is_stored(conn->*part.bytes, conn->*part.length)) {
@@ -196,7 +198,7 @@ static int load_part(cass_conn *conn, SSL *ssl, const own_part &part)
 static int set_server_name(cass_conn *conn, SSL *ssl)
 {
     const bool by_contact = conn->contact_points != nullptr && conn->contact_count > 0;
-    const cass_string *name = by_contact ? conn->contact_points[0] : conn->server;
+    const cass_string *name = by_contact ? conn->contact_points[0] : conn->settings.server;
     if (name == nullptr)
         return 0;
     const held_text text(cass_string_to_ascii(name));

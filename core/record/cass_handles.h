@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "core/record/cass_conduct.h"
 #include "support/locks.h"
 #include "support/strfunc.h"
 
@@ -81,8 +82,62 @@ struct cass_stmt_attrs {
     SQLULEN bind_type;    // default of SQL_DESC_BIND_TYPE; a statement keeps its own in descriptors
 };
 
+// What a DSN, a connection string and a settings block set.
+struct cass_settings {
+    cass_string *dsn;
+    cass_string *user;
+    cass_string *password;
+    cass_string *server;  // replaced by the server that answered
+    cass_string *bundle_path;
+    cass_string *keyspace;
+    cass_string *entropy_file;
+    cass_string *certificate_file;
+    cass_string *private_key_file;
+    cass_string *public_key_file;
+    std::int32_t port;  // 0: from the server text, else 9042
+    std::int32_t metadata_port;
+    std::int32_t ipv6;
+    std::int32_t astra;
+    std::int32_t encrypt;
+    std::int32_t ssl_active;  // encrypt, as this session keeps it
+    std::int32_t trust_server_certificate;
+    std::int32_t logon_timeout;       // milliseconds
+    std::int32_t connection_timeout;  // milliseconds; stored only
+    std::int32_t rcvbuffer;
+    std::int32_t keepalive;
+    std::int32_t consistency;  // native protocol consistency code
+    std::int32_t string_len;   // column size of text columns
+    std::int32_t binary_len;   // column size of binary columns
+    char log_file[512];        // empty: standard error
+};
+
+// The texts, which the record owns, and the numbers that disconnecting sets to 0. The others stay.
+inline constexpr cass_string *cass_settings::*cass_setting_texts[] = {
+    &cass_settings::dsn,
+    &cass_settings::user,
+    &cass_settings::password,
+    &cass_settings::server,
+    &cass_settings::bundle_path,
+    &cass_settings::keyspace,
+    &cass_settings::entropy_file,
+    &cass_settings::certificate_file,
+    &cass_settings::private_key_file,
+    &cass_settings::public_key_file,
+};
+inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
+    &cass_settings::metadata_port,
+    &cass_settings::astra,
+    &cass_settings::encrypt,
+    &cass_settings::ssl_active,
+    &cass_settings::trust_server_certificate,
+    &cass_settings::logon_timeout,
+    &cass_settings::rcvbuffer,
+    &cass_settings::keepalive,
+};
+
 struct cass_conn {
-    cass_handle head;  // parent: cass_env
+    cass_handle head;             // parent: cass_env
+    const cass_conduct *conduct;  // never null
 
     // Transport.
     std::int32_t socket;       // -1: none
@@ -91,38 +146,12 @@ struct cass_conn {
     std::int32_t connecting;
     std::int32_t connected;
     std::int32_t random_start;  // chooses a random first server; nothing sets it
-    std::int32_t rcvbuffer;
-    std::int32_t keepalive;
-    std::int32_t ipv6;
-    std::int32_t ms_timeout;  // connect time-out in force, milliseconds
+    std::int32_t ms_timeout;    // connect time-out in force, milliseconds
 
-    // Settings.
-    cass_string *dsn;
-    cass_string *user;
-    cass_string *password;
-    cass_string *server;  // replaced by the server that answered
-    cass_string *bundle_path;
-    cass_string *keyspace;
-    cass_string *current_keyspace;  // last keyspace that the server reported
-    std::int32_t port;              // 0: from the server text, else 9042
-    std::int32_t metadata_port;
-    std::int32_t astra;
-    std::int32_t logon_timeout;       // milliseconds
-    std::int32_t connection_timeout;  // milliseconds; stored only
-    std::int32_t consistency;         // native protocol consistency code
-    std::int32_t string_len;          // column size of text columns
-    std::int32_t binary_len;          // column size of binary columns
-    char log_file[512];               // empty: standard error
+    cass_settings settings;
 
     // TLS.
-    std::int32_t encrypt;
-    std::int32_t ssl_active;
-    std::int32_t trust_server_certificate;
     ssl_info *ssl;
-    cass_string *entropy_file;
-    cass_string *certificate_file;
-    cass_string *private_key_file;
-    cass_string *public_key_file;
     unsigned char *ca_bytes;
     std::int32_t ca_length;
     unsigned char *certificate_bytes;
@@ -138,7 +167,8 @@ struct cass_conn {
     std::int32_t round_robin_port;
 
     // Session.
-    char cql_version[64];  // last CQL_VERSION of SUPPORTED, "0.0.0" before
+    cass_string *current_keyspace;  // last keyspace that the server reported
+    char cql_version[64];           // last CQL_VERSION of SUPPORTED, "0.0.0" before
     std::int32_t snappy_offered;
     std::int32_t lz4_offered;
     std::int32_t compression;       // 0 none, 1 snappy (never), 2 lz4

@@ -56,7 +56,7 @@ static char *compose_request(const cass_conn *conn, const char *user, const char
         user = password = FALLBACK_CREDENTIAL;
     const held_text pair(
         compose("%s:%s", user != nullptr ? user : "", password != nullptr ? password : ""));
-    const held_text host(cass_string_to_ascii(conn->server));
+    const held_text host(cass_string_to_ascii(conn->settings.server));
     const held_text encoded(pair == nullptr ? nullptr : cass_base64(pair.get()));
     if (host == nullptr || encoded == nullptr)
         return nullptr;
@@ -148,8 +148,8 @@ static bool store_metadata(cass_conn *conn, const json_t *root)
     conn->round_robin_port =
         port == nullptr ? DEFAULT_PORT : static_cast<std::int32_t>(json_integer_value(port));
     CASS_LOG(&conn->head, LOG_DETAIL, "Port: %d", conn->round_robin_port);
-    if (conn->port == 0)
-        conn->port = conn->round_robin_port != 0 ? conn->round_robin_port : DEFAULT_PORT;
+    if (conn->settings.port == 0)
+        conn->settings.port = conn->round_robin_port != 0 ? conn->round_robin_port : DEFAULT_PORT;
     if (points == nullptr)
         return true;
     conn->region = cass_string_from_cstr(region);

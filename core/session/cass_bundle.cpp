@@ -30,15 +30,15 @@ using held_json = held<json_t, &json_decref>;
 // Where a member of config.json goes that every bundle must have.
 struct config_row {
     const char *name;
-    cass_string *cass_conn::*text;
-    std::int32_t cass_conn::*number;
+    cass_string *cass_settings::*text;
+    std::int32_t cass_settings::*number;
 };
 
 static constexpr config_row config_rows[] = {
-    {"host", &cass_conn::server, nullptr},
-    {"port", nullptr, &cass_conn::metadata_port},
-    {"cql_port", nullptr, &cass_conn::port},
-    {"keyspace", &cass_conn::keyspace, nullptr},
+    {"host", &cass_settings::server, nullptr},
+    {"port", nullptr, &cass_settings::metadata_port},
+    {"cql_port", nullptr, &cass_settings::port},
+    {"keyspace", &cass_settings::keyspace, nullptr},
 };
 
 // Where the contents of a PEM member go, by the member of config.json that names it.
@@ -99,7 +99,7 @@ const char *zip_error_text(int code)
 // The archive, or null with the failure posted.
 static zip_t *open_archive(cass_conn *conn)
 {
-    const cass_string *path = conn->bundle_path;
+    const cass_string *path = conn->settings.bundle_path;
     const held_text path_text(cass_setting_path(path));
     if (path_text == nullptr) {
         no_memory(conn);
@@ -226,19 +226,19 @@ static int take_config(cass_conn *conn, const json_t *root)
         if (value == nullptr)
             return fail(conn, "Failed to extract %s", row.name);
         if (row.number != nullptr) {
-            conn->*row.number = static_cast<std::int32_t>(json_integer_value(value));
-            CASS_LOG(&conn->head, LOG_DETAIL, "%s: %d", row.name, conn->*row.number);
+            conn->settings.*row.number = static_cast<std::int32_t>(json_integer_value(value));
+            CASS_LOG(&conn->head, LOG_DETAIL, "%s: %d", row.name, conn->settings.*row.number);
         } else {
             CASS_LOG(&conn->head, LOG_DETAIL, "%s: %s", row.name, json_string_value(value));
             cass_string *text = cass_string_from_cstr(json_string_value(value));
             if (text == nullptr)
                 return no_memory(conn);
-            cass_string_free(conn->*row.text);
-            conn->*row.text = text;
+            cass_string_free(conn->settings.*row.text);
+            conn->settings.*row.text = text;
         }
         // Its port tells that there is a metadata service.
-        if (row.number == &cass_conn::metadata_port)
-            conn->astra = 1;
+        if (row.number == &cass_settings::metadata_port)
+            conn->settings.astra = 1;
     }
     return 0;
 }
@@ -265,7 +265,7 @@ static int take_pem_members(cass_conn *conn, zip_t *archive, const json_t *root)
 
 int cass_read_bundle(cass_conn *conn)
 {
-    CASS_LOG(&conn->head, LOG_DETAIL, "Extract from '%S'", conn->bundle_path);
+    CASS_LOG(&conn->head, LOG_DETAIL, "Extract from '%S'", conn->settings.bundle_path);
     const held_archive archive(open_archive(conn));
     if (archive == nullptr)
         return BUNDLE_FAILED;
@@ -274,7 +274,7 @@ int cass_read_bundle(cass_conn *conn)
         take_pem_members(conn, archive.get(), root.get()) != 0)
         return BUNDLE_FAILED;
     // A bundle always means TLS with verification, whatever the settings say.
-    conn->encrypt = 1;
-    conn->trust_server_certificate = 0;
+    conn->settings.encrypt = 1;
+    conn->settings.trust_server_certificate = 0;
     return 0;
 }

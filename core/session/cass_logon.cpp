@@ -155,10 +155,10 @@ int cass_send_auth(cass_conn *conn, const char *user, const char *password)
 // Encodes the credentials that are set and hands them to whoever sends them.
 static int send_credentials(cass_conn *conn, int (*send)(cass_conn *, const char *, const char *))
 {
-    const held_text user(cass_string_to_utf8(conn->user));
-    const held_text password(cass_string_to_utf8(conn->password));
-    if ((conn->user != nullptr && user == nullptr) ||
-        (conn->password != nullptr && password == nullptr))
+    const held_text user(cass_string_to_utf8(conn->settings.user));
+    const held_text password(cass_string_to_utf8(conn->settings.password));
+    if ((conn->settings.user != nullptr && user == nullptr) ||
+        (conn->settings.password != nullptr && password == nullptr))
         return no_memory(conn, "send_credentials");
     return send(conn, user.get(), password.get());
 }
@@ -291,7 +291,8 @@ static int start_session(cass_conn *conn, cass_stmt *stmt)
 
 int cass_use_keyspace(cass_conn *conn)
 {
-    return conn->keyspace == nullptr ? 0 : set_current_keyspace(conn, conn->keyspace);
+    return conn->settings.keyspace == nullptr ? 0
+                                              : set_current_keyspace(conn, conn->settings.keyspace);
 }
 
 int cass_establish_connection(cass_conn *conn)
@@ -300,7 +301,7 @@ int cass_establish_connection(cass_conn *conn)
     conn->lz4_offered = 0;
     conn->compression = COMPRESSION_NONE;
     // "Optional" is as compulsory as "yes".
-    if (conn->encrypt != 0 && cass_ssl_start(conn) != 0)
+    if (conn->settings.encrypt != 0 && cass_ssl_start(conn) != 0)
         return -1;
     held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
@@ -329,11 +330,11 @@ static int no_server(cass_conn *conn)
 // Asks the metadata service in a session of its own, always over TLS. 0, or a negative value.
 static int ask_metadata_service(cass_conn *conn)
 {
-    if (conn->server == nullptr)
+    if (conn->settings.server == nullptr)
         return no_server(conn);
     // TLS would ask for a node that an earlier attempt was told of.
     cass_free_contact_points(conn);
-    if (cass_open_servers(conn, conn->server, conn->metadata_port) != 0)
+    if (cass_open_servers(conn, conn->settings.server, conn->settings.metadata_port) != 0)
         return -1;
     int code = cass_ssl_start(conn);
     if (code == 0)
@@ -346,22 +347,22 @@ int cass_single_connect(cass_conn *conn, [[maybe_unused]] int flag)
 {
     conn->connecting = 1;
     conn->connected = 0;
-    if (conn->server == nullptr)
+    if (conn->settings.server == nullptr)
         return no_server(conn);
-    return cass_open_servers(conn, conn->server, conn->port) == 0 ? 0 : -1;
+    return cass_open_servers(conn, conn->settings.server, conn->settings.port) == 0 ? 0 : -1;
 }
 
 SQLRETURN cass_connect(cass_conn *conn, int flag)
 {
-    if (conn->login_timeout == 0 && conn->logon_timeout != 0)
-        conn->ms_timeout = conn->logon_timeout;
-    if (conn->bundle_path != nullptr && cass_read_bundle(conn) != 0)
+    if (conn->login_timeout == 0 && conn->settings.logon_timeout != 0)
+        conn->ms_timeout = conn->settings.logon_timeout;
+    if (conn->settings.bundle_path != nullptr && cass_read_bundle(conn) != 0)
         return SQL_ERROR;
     // A caller without a Driver Manager may have a session already.
     cass_logout(conn);
     // Another thread's request waits until the session stands: it would go out in clear before.
     const cass_lock_guard hold(&conn->exchange_lock);
-    if (conn->astra && ask_metadata_service(conn) != 0)
+    if (conn->settings.astra && ask_metadata_service(conn) != 0)
         return SQL_ERROR;
     int code = cass_single_connect(conn, flag);
     if (code == 0)

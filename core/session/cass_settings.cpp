@@ -47,8 +47,8 @@ struct setting {
     setting_kind kind;
     const char *dsn_key;  // null: no key of a section
     const char *string_key;
-    cass_string *cass_conn::*text;    // of the texts
-    std::int32_t cass_conn::*number;  // of the others, but for the two of the log
+    cass_string *cass_settings::*text;    // of the texts
+    std::int32_t cass_settings::*number;  // of the others, but for the two of the log
     unsigned cleared;       // entries that clear an earlier value: ROAD_CONNECT, ROAD_STRING
     std::int32_t fallback;  // value when absent
     std::int32_t unset;     // what SQLConnect clears to; a string clears to NOT_GIVEN
@@ -57,13 +57,13 @@ struct setting {
 static constexpr unsigned BOTH = ROAD_CONNECT | ROAD_STRING;
 
 static constexpr setting text_row(setting_kind kind, const char *dsn_key, const char *string_key,
-                                  cass_string *cass_conn::*field, unsigned cleared = BOTH)
+                                  cass_string *cass_settings::*field, unsigned cleared = BOTH)
 {
     return {kind, dsn_key, string_key, field, nullptr, cleared, 0, 0};
 }
 
 static constexpr setting number_row(setting_kind kind, const char *dsn_key, const char *string_key,
-                                    std::int32_t cass_conn::*field, unsigned cleared = BOTH,
+                                    std::int32_t cass_settings::*field, unsigned cleared = BOTH,
                                     std::int32_t fallback = 0, std::int32_t unset = 0)
 {
     return {kind, dsn_key, string_key, nullptr, field, cleared, fallback, unset};
@@ -80,37 +80,38 @@ static constexpr setting log_row(setting_kind kind, const char *dsn_key, const c
 // SQLConnect clears neither the three key files nor the keepalive switch, and a connection string
 // does not clear the keyspace; cass_reset_conn has done so in the usual course of calls.
 static constexpr setting settings[] = {
-    text_row(SETTING_TEXT, nullptr, "dsn", &cass_conn::dsn),
-    text_row(SETTING_TEXT, "Server", "server", &cass_conn::server),
-    text_row(SETTING_TEXT, "SecureConnectionBundlePath", "bundle", &cass_conn::bundle_path),
+    text_row(SETTING_TEXT, nullptr, "dsn", &cass_settings::dsn),
+    text_row(SETTING_TEXT, "Server", "server", &cass_settings::server),
+    text_row(SETTING_TEXT, "SecureConnectionBundlePath", "bundle", &cass_settings::bundle_path),
     log_row(SETTING_LOG_WORD, "Logging", "logging"),
     log_row(SETTING_LOG_FILE, "LogFile", "logfile"),
-    number_row(SETTING_NUMBER, "Port", "port", &cass_conn::port),
-    number_row(SETTING_NUMBER, "AstraPort", "astra_port", &cass_conn::metadata_port),
-    number_row(SETTING_SWITCH, "ipv6", "ipv6", &cass_conn::ipv6),
-    text_row(SETTING_TEXT, "Keyspace", "keyspace", &cass_conn::keyspace, ROAD_CONNECT),
-    text_row(SETTING_ARGUMENT, "User", "uid", &cass_conn::user),
-    text_row(SETTING_ARGUMENT, "Password", "pwd", &cass_conn::password),
-    number_row(SETTING_NUMBER, "LogonTimeout", "LogonTimeout", &cass_conn::logon_timeout),
+    number_row(SETTING_NUMBER, "Port", "port", &cass_settings::port),
+    number_row(SETTING_NUMBER, "AstraPort", "astra_port", &cass_settings::metadata_port),
+    number_row(SETTING_SWITCH, "ipv6", "ipv6", &cass_settings::ipv6),
+    text_row(SETTING_TEXT, "Keyspace", "keyspace", &cass_settings::keyspace, ROAD_CONNECT),
+    text_row(SETTING_ARGUMENT, "User", "uid", &cass_settings::user),
+    text_row(SETTING_ARGUMENT, "Password", "pwd", &cass_settings::password),
+    number_row(SETTING_NUMBER, "LogonTimeout", "LogonTimeout", &cass_settings::logon_timeout),
     number_row(SETTING_NUMBER, "ConnectionTimeout", "ConnectionTimeout",
-               &cass_conn::connection_timeout),
-    number_row(SETTING_TLS, "Encrypt", "encrypt", &cass_conn::encrypt),
-    text_row(SETTING_TEXT, "Entropy", "Entropy", &cass_conn::entropy_file),
+               &cass_settings::connection_timeout),
+    number_row(SETTING_TLS, "Encrypt", "encrypt", &cass_settings::encrypt),
+    text_row(SETTING_TEXT, "Entropy", "Entropy", &cass_settings::entropy_file),
     number_row(SETTING_SWITCH, "TrustServerCertificate", "TrustServerCertificate",
-               &cass_conn::trust_server_certificate),
-    text_row(SETTING_TEXT, "PrivateKeyFile", "PrivateKeyFile", &cass_conn::private_key_file,
+               &cass_settings::trust_server_certificate),
+    text_row(SETTING_TEXT, "PrivateKeyFile", "PrivateKeyFile", &cass_settings::private_key_file,
              ROAD_STRING),
-    text_row(SETTING_TEXT, "CertificateFile", "CertificateFile", &cass_conn::certificate_file,
+    text_row(SETTING_TEXT, "CertificateFile", "CertificateFile", &cass_settings::certificate_file,
              ROAD_STRING),
-    text_row(SETTING_TEXT, "PublicKeyFile", "PublicKeyFile", &cass_conn::public_key_file,
+    text_row(SETTING_TEXT, "PublicKeyFile", "PublicKeyFile", &cass_settings::public_key_file,
              ROAD_STRING),
-    number_row(SETTING_NUMBER, "RCVBUFFER", "RCVBUFFER", &cass_conn::rcvbuffer),
-    number_row(SETTING_KEEPALIVE, "SOKEEPALIVE", "SOKEEPALIVE", &cass_conn::keepalive, ROAD_STRING),
-    number_row(SETTING_SWITCH, "Astra", "astra", &cass_conn::astra),
-    number_row(SETTING_CONSISTENCY, "Consistency", "consistency", &cass_conn::consistency, BOTH, 1,
-               NOT_GIVEN),
-    number_row(SETTING_SIZE, "StringLen", "stringlen", &cass_conn::string_len, BOTH, 256),
-    number_row(SETTING_SIZE, "BinaryLen", "binarylen", &cass_conn::binary_len, BOTH, 1024),
+    number_row(SETTING_NUMBER, "RCVBUFFER", "RCVBUFFER", &cass_settings::rcvbuffer),
+    number_row(SETTING_KEEPALIVE, "SOKEEPALIVE", "SOKEEPALIVE", &cass_settings::keepalive,
+               ROAD_STRING),
+    number_row(SETTING_SWITCH, "Astra", "astra", &cass_settings::astra),
+    number_row(SETTING_CONSISTENCY, "Consistency", "consistency", &cass_settings::consistency, BOTH,
+               1, NOT_GIVEN),
+    number_row(SETTING_SIZE, "StringLen", "stringlen", &cass_settings::string_len, BOTH, 256),
+    number_row(SETTING_SIZE, "BinaryLen", "binarylen", &cass_settings::binary_len, BOTH, 1024),
 };
 
 // The rows without which SQLConnect reads no others.
@@ -198,9 +199,9 @@ static void store_value(cass_conn *conn, const setting &row, const char *value, 
         if (*value != '\0')
             shared_put(&conn->head.log_mask, log_mask_from_text(value, road));
     } else if (row.kind == SETTING_LOG_FILE) {
-        cass_log_set_file(conn, value, strnlen(value, sizeof conn->log_file));
+        cass_log_set_file(conn, value, strnlen(value, sizeof conn->settings.log_file));
     } else {
-        shared_put(&(conn->*row.number), number_from_text(row.kind, value, road));
+        shared_put(&(conn->settings.*row.number), number_from_text(row.kind, value, road));
     }
 }
 
@@ -211,9 +212,10 @@ static void clear_settings(cass_conn *conn, settings_road entry)
         if ((row.cleared & entry) == 0)
             continue;
         if (is_text(row))
-            cass_set_conn_text(conn, &(conn->*row.text), nullptr);
+            cass_set_conn_text(conn, &(conn->settings.*row.text), nullptr);
         else
-            shared_put(&(conn->*row.number), entry == ROAD_CONNECT ? row.unset : NOT_GIVEN);
+            shared_put(&(conn->settings.*row.number),
+                       entry == ROAD_CONNECT ? row.unset : NOT_GIVEN);
     }
 }
 
@@ -224,7 +226,7 @@ static void default_absent(cass_conn *conn, settings_road entry)
     for (const setting &row : settings) {
         if (row.number == nullptr)
             continue;
-        std::int32_t &value = conn->*row.number;
+        std::int32_t &value = conn->settings.*row.number;
         const bool absent = entry == ROAD_CONNECT ? value == row.unset : value < 0;
         if (absent || (row.kind == SETTING_SIZE && value <= 0))
             shared_put(&value, row.fallback);
@@ -283,17 +285,18 @@ static bool cass_dsn_value(const dsn_section &section, const char *key, char *va
 static bool section_may_set(const cass_conn *conn, const setting &row, settings_road road)
 {
     if (road == ROAD_CONNECT)
-        return row.kind != SETTING_ARGUMENT || conn->*row.text == nullptr;
+        return row.kind != SETTING_ARGUMENT || conn->settings.*row.text == nullptr;
     if (row.kind == SETTING_LOG_WORD)
         return conn->head.log_mask == 0;
     if (row.kind == SETTING_LOG_FILE)
-        return conn->log_file[0] == '\0';
-    return is_text(row) ? conn->*row.text == nullptr : conn->*row.number == NOT_GIVEN;
+        return conn->settings.log_file[0] == '\0';
+    return is_text(row) ? conn->settings.*row.text == nullptr
+                        : conn->settings.*row.number == NOT_GIVEN;
 }
 
 static void note_found(cass_conn *conn, const setting &row, const char *value)
 {
-    if (row.text == &cass_conn::password)
+    if (row.text == &cass_settings::password)
         CASS_LOG(&conn->head, LOG_CONTINUATION, "SQLConnect: Password found in ini file");
     else
         CASS_LOG(&conn->head, LOG_CONTINUATION, "SQLConnect: %s found in ini file: %s", row.dsn_key,
@@ -302,7 +305,7 @@ static void note_found(cass_conn *conn, const setting &row, const char *value)
 
 static void note_absent(cass_conn *conn, const setting &row)
 {
-    if (row.number == &cass_conn::port)
+    if (row.number == &cass_settings::port)
         CASS_LOG(&conn->head, LOG_DETAIL, "SQLConnect: using default port setting");
     if (row.kind == SETTING_LOG_FILE)
         cass_log_set_file(conn, "", 0);
@@ -322,10 +325,10 @@ static bool read_rows(cass_conn *conn, const dsn_section &section, std::span<con
             continue;
         }
         if (is_text(row))
-            cass_set_conn_text(conn, &(conn->*row.text), cass_string_from_cstr(value));
+            cass_set_conn_text(conn, &(conn->settings.*row.text), cass_string_from_cstr(value));
         else
             store_value(conn, row, value, road);
-        if (is_text(row) && conn->*row.text == nullptr)
+        if (is_text(row) && conn->settings.*row.text == nullptr)
             return false;
         if (road == ROAD_CONNECT)
             note_found(conn, row, value);
@@ -341,10 +344,10 @@ static bool read_rows(cass_conn *conn, const dsn_section &section, std::span<con
 // widened byte for byte, so that the plain bytes are the second candidate.
 static bool open_section(const cass_conn *conn, dsn_section *section, held_text *name)
 {
-    if (cass_string_length(conn->dsn) == 0)
+    if (cass_string_length(conn->settings.dsn) == 0)
         return true;
-    held_text wanted(cass_string_to_utf8(conn->dsn));
-    held_text bytes(cass_string_to_ascii(conn->dsn));
+    held_text wanted(cass_string_to_utf8(conn->settings.dsn));
+    held_text bytes(cass_string_to_ascii(conn->settings.dsn));
     if (wanted == nullptr || bytes == nullptr)
         return false;
     if (*wanted == '\0')
@@ -384,14 +387,14 @@ static bool read_connect_section(cass_conn *conn, const cass_string *user,
         return false;
     if (name != nullptr && !read_rows(conn, section, all.first(ADDRESS_ROWS), ROAD_CONNECT))
         return false;
-    if (conn->server == nullptr && conn->bundle_path == nullptr) {
+    if (conn->settings.server == nullptr && conn->settings.bundle_path == nullptr) {
         CASS_LOG(&conn->head, LOG_ERROR,
                  "SQLConnect: Server or SecureConnectionBundlePath  not specified");
         return true;
     }
-    conn->user = cass_string_copy(user);
-    conn->password = cass_string_copy(password);
-    if (is_lost(user, conn->user) || is_lost(password, conn->password))
+    conn->settings.user = cass_string_copy(user);
+    conn->settings.password = cass_string_copy(password);
+    if (is_lost(user, conn->settings.user) || is_lost(password, conn->settings.password))
         return false;
     return read_rows(conn, section, all.subspan(ADDRESS_ROWS), ROAD_CONNECT);
 }
@@ -400,8 +403,9 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
                            const cass_string *password)
 {
     clear_settings(conn, ROAD_CONNECT);
-    cass_set_conn_text(conn, &conn->dsn, cass_string_copy(dsn));
-    const bool whole = !is_lost(dsn, conn->dsn) && read_connect_section(conn, user, password);
+    cass_set_conn_text(conn, &conn->settings.dsn, cass_string_copy(dsn));
+    const bool whole =
+        !is_lost(dsn, conn->settings.dsn) && read_connect_section(conn, user, password);
     default_absent(conn, ROAD_CONNECT);
     return whole ? 0 : no_memory(conn, "SQLConnect");
 }
@@ -414,8 +418,8 @@ static bool store_pair(cass_conn *conn, const cass_string *key, held_string valu
         if (cass_string_compare_cstr(key, row.string_key) != 0)
             continue;
         if (is_text(row)) {
-            if (conn->*row.text == nullptr)
-                cass_set_conn_text(conn, &(conn->*row.text), value.release());
+            if (conn->settings.*row.text == nullptr)
+                cass_set_conn_text(conn, &(conn->settings.*row.text), value.release());
             return true;
         }
         const held_text text(cass_string_to_utf8(value.get()));

@@ -26,26 +26,27 @@ static bool take_block_text(cass_conn *conn, cass_string **setting, const char *
 
 int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
 {
-    const bool whole = take_block_text(conn, &conn->dsn, block->dsn) &&
-                       take_block_text(conn, &conn->user, block->user) &&
-                       take_block_text(conn, &conn->password, block->password) &&
-                       take_block_text(conn, &conn->server, block->server) &&
-                       take_block_text(conn, &conn->keyspace, block->keyspace) &&
-                       take_block_text(conn, &conn->private_key_file, block->private_key_file) &&
-                       take_block_text(conn, &conn->certificate_file, block->certificate_file) &&
-                       take_block_text(conn, &conn->public_key_file, block->public_key_file) &&
-                       take_block_text(conn, &conn->bundle_path, block->bundle_path);
+    const bool whole =
+        take_block_text(conn, &conn->settings.dsn, block->dsn) &&
+        take_block_text(conn, &conn->settings.user, block->user) &&
+        take_block_text(conn, &conn->settings.password, block->password) &&
+        take_block_text(conn, &conn->settings.server, block->server) &&
+        take_block_text(conn, &conn->settings.keyspace, block->keyspace) &&
+        take_block_text(conn, &conn->settings.private_key_file, block->private_key_file) &&
+        take_block_text(conn, &conn->settings.certificate_file, block->certificate_file) &&
+        take_block_text(conn, &conn->settings.public_key_file, block->public_key_file) &&
+        take_block_text(conn, &conn->settings.bundle_path, block->bundle_path);
 
     cass_log_set_file(conn, block->log_file, strnlen(block->log_file, sizeof block->log_file));
     shared_put(&conn->head.log_mask, block->logging > 0 ? 31 : 0);
-    conn->port = block->port;
-    conn->ipv6 = block->ipv6;
-    conn->encrypt = block->encrypt;
-    conn->ssl_active = block->encrypt;
-    conn->trust_server_certificate = block->trust_server_certificate;
-    conn->metadata_port = block->metadata_port;
-    conn->astra = block->astra;
-    shared_put(&conn->consistency, block->consistency);
+    conn->settings.port = block->port;
+    conn->settings.ipv6 = block->ipv6;
+    conn->settings.encrypt = block->encrypt;
+    conn->settings.ssl_active = block->encrypt;
+    conn->settings.trust_server_certificate = block->trust_server_certificate;
+    conn->settings.metadata_port = block->metadata_port;
+    conn->settings.astra = block->astra;
+    shared_put(&conn->settings.consistency, block->consistency);
     if (whole)
         return 0;
     CASS_LOG(&conn->head, LOG_ERROR, "cass_apply_settings_block: failed to allocate memory");
@@ -62,8 +63,8 @@ int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
 // out under names that the parser does not take. Applications see these names, so they stay.
 struct out_piece {
     const char *format;
-    cass_string *cass_conn::*text;
-    std::int32_t cass_conn::*number;
+    cass_string *cass_settings::*text;
+    std::int32_t cass_settings::*number;
     bool beside_bundle;
     std::int32_t usual;
     std::int32_t least;
@@ -71,36 +72,36 @@ struct out_piece {
 
 static constexpr std::int32_t ANY_NUMBER = std::numeric_limits<std::int32_t>::min();
 static constexpr out_piece out_pieces[] = {
-    {"UID=%S;", &cass_conn::user, nullptr, true, 0, 0},
-    {"PWD=%S;", &cass_conn::password, nullptr, true, 0, 0},
-    {"SERVER=%S;", &cass_conn::server, nullptr, false, 0, 0},
-    {"SecureConnectionBundlePath=%S;", &cass_conn::bundle_path, nullptr, true, 0, 0},
-    {"KEYSPACE=%S;", &cass_conn::keyspace, nullptr, false, 0, 0},
-    {"PORT=%d;", nullptr, &cass_conn::port, false, 9042, 1},
-    {"IPV6=Yes;", nullptr, &cass_conn::ipv6, true, 0, ANY_NUMBER},
-    {"RCVBUFFER=%d;", nullptr, &cass_conn::rcvbuffer, true, 0, ANY_NUMBER},
-    {"SOKEEPALIVE=yes;", nullptr, &cass_conn::keepalive, true, 0, ANY_NUMBER},
-    {"PrivateKeyFile=%S;", &cass_conn::private_key_file, nullptr, false, 0, 0},
-    {"CertificateFile=%S;", &cass_conn::certificate_file, nullptr, false, 0, 0},
-    {"PublicKeyFile=%S;", &cass_conn::public_key_file, nullptr, false, 0, 0},
-    {"Entropy=%S;", &cass_conn::entropy_file, nullptr, true, 0, 0},
-    {"TrustServerCertificate=Yes;", nullptr, &cass_conn::trust_server_certificate, false, 0,
+    {"UID=%S;", &cass_settings::user, nullptr, true, 0, 0},
+    {"PWD=%S;", &cass_settings::password, nullptr, true, 0, 0},
+    {"SERVER=%S;", &cass_settings::server, nullptr, false, 0, 0},
+    {"SecureConnectionBundlePath=%S;", &cass_settings::bundle_path, nullptr, true, 0, 0},
+    {"KEYSPACE=%S;", &cass_settings::keyspace, nullptr, false, 0, 0},
+    {"PORT=%d;", nullptr, &cass_settings::port, false, 9042, 1},
+    {"IPV6=Yes;", nullptr, &cass_settings::ipv6, true, 0, ANY_NUMBER},
+    {"RCVBUFFER=%d;", nullptr, &cass_settings::rcvbuffer, true, 0, ANY_NUMBER},
+    {"SOKEEPALIVE=yes;", nullptr, &cass_settings::keepalive, true, 0, ANY_NUMBER},
+    {"PrivateKeyFile=%S;", &cass_settings::private_key_file, nullptr, false, 0, 0},
+    {"CertificateFile=%S;", &cass_settings::certificate_file, nullptr, false, 0, 0},
+    {"PublicKeyFile=%S;", &cass_settings::public_key_file, nullptr, false, 0, 0},
+    {"Entropy=%S;", &cass_settings::entropy_file, nullptr, true, 0, 0},
+    {"TrustServerCertificate=Yes;", nullptr, &cass_settings::trust_server_certificate, false, 0,
      ANY_NUMBER},
-    {"Encrypt=Yes;", nullptr, &cass_conn::ssl_active, false, 0, ANY_NUMBER},
-    {"Astra=Yes;", nullptr, &cass_conn::astra, false, 0, ANY_NUMBER},
-    {"AstraPort=%d;", nullptr, &cass_conn::metadata_port, false, 0, ANY_NUMBER},
-    {"Consistency=%d;", nullptr, &cass_conn::consistency, true, 1, ANY_NUMBER},
-    {"StringLen=%d;", nullptr, &cass_conn::string_len, true, 256, ANY_NUMBER},
-    {"BinaryLen=%d;", nullptr, &cass_conn::binary_len, true, 1024, ANY_NUMBER},
+    {"Encrypt=Yes;", nullptr, &cass_settings::ssl_active, false, 0, ANY_NUMBER},
+    {"Astra=Yes;", nullptr, &cass_settings::astra, false, 0, ANY_NUMBER},
+    {"AstraPort=%d;", nullptr, &cass_settings::metadata_port, false, 0, ANY_NUMBER},
+    {"Consistency=%d;", nullptr, &cass_settings::consistency, true, 1, ANY_NUMBER},
+    {"StringLen=%d;", nullptr, &cass_settings::string_len, true, 256, ANY_NUMBER},
+    {"BinaryLen=%d;", nullptr, &cass_settings::binary_len, true, 1024, ANY_NUMBER},
 };
 
 static bool is_written(const cass_conn *conn, const out_piece &piece)
 {
-    if (conn->bundle_path != nullptr && !piece.beside_bundle)
+    if (conn->settings.bundle_path != nullptr && !piece.beside_bundle)
         return false;
     if (piece.text != nullptr)
-        return conn->*piece.text != nullptr;
-    const std::int32_t value = conn->*piece.number;
+        return conn->settings.*piece.text != nullptr;
+    const std::int32_t value = conn->settings.*piece.number;
     return value != piece.usual && value >= piece.least;
 }
 
@@ -108,8 +109,8 @@ static bool is_written(const cass_conn *conn, const out_piece &piece)
 static cass_string *append_piece(cass_string *out, const cass_conn *conn, const out_piece &piece)
 {
     cass_string *text = piece.text != nullptr
-                            ? cass_string_format(piece.format, conn->*piece.text)
-                            : cass_string_format(piece.format, conn->*piece.number);
+                            ? cass_string_format(piece.format, conn->settings.*piece.text)
+                            : cass_string_format(piece.format, conn->settings.*piece.number);
     cass_string *longer = text == nullptr ? nullptr : cass_string_append(out, text);
     cass_string_free(text);
     if (longer == nullptr)
@@ -121,8 +122,8 @@ cass_string *cass_build_out_string(const cass_conn *conn)
 {
     // The driver's name in a string without a data source is that of another product's section. It
     // is registered beside the driver's own (packaging/odbcinst.ini), so that the string connects.
-    cass_string *out = conn->dsn != nullptr
-                           ? cass_string_format("DSN=%S;", conn->dsn)
+    cass_string *out = conn->settings.dsn != nullptr
+                           ? cass_string_format("DSN=%S;", conn->settings.dsn)
                            : cass_string_from_cstr("DRIVER={Varnholt MySQL ODBC Driver};");
     for (const out_piece &piece : out_pieces) {
         if (out == nullptr)

@@ -159,7 +159,8 @@ int execute_query(cass_conn *conn, const cass_string *sql)
     if (request == nullptr)
         return QUERY_NO_MEMORY;
     pkt_put_long_string(request.get(), sql);
-    pkt_put_short(request.get(), static_cast<std::int16_t>(shared_get(&conn->consistency)));
+    pkt_put_short(request.get(),
+                  static_cast<std::int16_t>(shared_get(&conn->settings.consistency)));
     pkt_put_byte(request.get(), 0);
     const int code = send_and_execute(stmt.get(), request.get());
     return code < 0 && stmt->no_memory ? no_memory(conn, "execute_query") : code;

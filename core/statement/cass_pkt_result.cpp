@@ -239,8 +239,8 @@ static column_shape shape_of(const cass_stmt *stmt, std::int32_t flags, std::int
     return {.global = flags & METADATA_GLOBAL_SPEC,
             .count = count,
             .odbc_version = conn_env(conn)->odbc_version,
-            .string_len = shared_get(&conn->string_len),
-            .binary_len = shared_get(&conn->binary_len)};
+            .string_len = shared_get(&conn->settings.string_len),
+            .binary_len = shared_get(&conn->settings.binary_len)};
 }
 
 // Whether the records hold what the next bytes of the body would make of them. Any record that was

@@ -22,7 +22,8 @@ static held_packet new_request(cass_stmt *stmt, std::uint8_t opcode)
 
 static void put_consistency(cass_stmt *stmt, cass_packet *packet)
 {
-    pkt_put_short(packet, static_cast<std::int16_t>(shared_get(&stmt_conn(stmt)->consistency)));
+    pkt_put_short(packet,
+                  static_cast<std::int16_t>(shared_get(&stmt_conn(stmt)->settings.consistency)));
 }
 
 // The encoded values since `position` are kept, so that next pages repeat them without reading the

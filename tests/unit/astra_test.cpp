@@ -11,7 +11,7 @@ static std::string told(const session &s, const std::string &said, const char *u
                         const char *password = nullptr, const std::string &token = "dXNlcjo=")
 {
     cass_conn *conn = s.conn;
-    conn->server = cass_string_from_cstr("db.example:1");
+    conn->settings.server = cass_string_from_cstr("db.example:1");
     std::thread peer([&] {
         send(s.peer, said.data(), said.size(), MSG_NOSIGNAL);
         shutdown(s.peer, SHUT_WR);
@@ -29,7 +29,7 @@ static std::string told(const session &s, const std::string &said, const char *u
     for (std::int32_t i = 0; i < conn->contact_count; i++)
         all += narrow(conn->contact_points[i]) + (conn->contact_sockets[i] == -1 ? "," : "?");
     return all + "|" + narrow(conn->region) + "|" + std::to_string(conn->round_robin_port) + "|" +
-           std::to_string(conn->port);
+           std::to_string(conn->settings.port);
 }
 
 static const std::string ok = "HTTP/1.1 200\n";
@@ -112,7 +112,7 @@ TEST(astra, members_of_the_reply_are_told_or_stand_for_nothing)
     for (const auto &[port, info, wanted] : cases) {
         const session s;
         s.conn->region = cass_string_from_cstr("old");
-        s.conn->port = port;
+        s.conn->settings.port = port;
         const std::string json = R"({"region": "r", "contact_info": {)" + info + "}}";
         EXPECT_EQ(told(s, with_length(json)), wanted);
     }

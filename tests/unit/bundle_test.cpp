@@ -23,15 +23,15 @@ struct bundle : ::testing::Test {
         cass_conn *conn = s.conn;
         cass_reset_conn(conn);
         cass_diag_clear(&conn->head);
-        conn->bundle_path = cass_string_from_cstr(from.c_str());
-        conn->server = cass_string_from_cstr("old");
-        conn->port = 0;  // outlives its session
-        conn->trust_server_certificate = 1;
+        conn->settings.bundle_path = cass_string_from_cstr(from.c_str());
+        conn->settings.server = cass_string_from_cstr("old");
+        conn->settings.port = 0;  // outlives its session
+        conn->settings.trust_server_certificate = 1;
         const int code = cass_read_bundle(conn);
         EXPECT_EQ(code, conn->head.diag_records == nullptr ? 0 : -5);
-        std::string all = narrow(conn->server) + " " + narrow(conn->keyspace);
-        for (const int number : {conn->astra, conn->metadata_port, conn->port, conn->encrypt,
-                                 conn->trust_server_certificate})
+        std::string all = narrow(conn->settings.server) + " " + narrow(conn->settings.keyspace);
+        for (const int number : {conn->settings.astra, conn->settings.metadata_port, conn->settings.port, conn->settings.encrypt,
+                                 conn->settings.trust_server_certificate})
             all += " " + std::to_string(number);
         return all + "\n" + records(&conn->head);
     }

@@ -308,8 +308,8 @@ TEST(cell_convert, diagnostics_are_announced_in_the_log)
         const rig_ptr rig = rig_open({type});
         rig_page(rig, bytes);
         ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-        std::snprintf(stmt_conn(rig->stmt)->log_file, sizeof stmt_conn(rig->stmt)->log_file, "%s",
-                      name);
+        char *log_file = stmt_conn(rig->stmt)->settings.log_file;
+        std::snprintf(log_file, sizeof cass_settings::log_file, "%s", name);
         rig->stmt->head.log_mask = LOG_ERROR | LOG_DETAIL;
         read_cell(rig, target, room);
         EXPECT_NE("", rig->states());

@@ -118,9 +118,9 @@ TEST_F(attributes, ends_of_transactions_resets_and_work_under_way)
     conn->connected = 0;
     // A reset connection has its defaults again.
     set(SQL_QUERY_TIMEOUT, 5);
-    conn->dsn = cass_string_from_cstr("source");
+    conn->settings.dsn = cass_string_from_cstr("source");
     EXPECT_EQ(set(SQL_ATTR_RESET_CONNECTION, 1), "");
-    EXPECT_EQ(conn->dsn, nullptr);
+    EXPECT_EQ(conn->settings.dsn, nullptr);
     EXPECT_EQ(read(SQL_AUTOCOMMIT, 4), 1u);
     EXPECT_EQ(read(SQL_QUERY_TIMEOUT, 8), 0u);
 

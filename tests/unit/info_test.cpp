@@ -71,7 +71,7 @@ TEST_F(info, lengths_beyond_16_bits_are_told_as_the_largest)
 {
     const std::u16string text(70000, u'x');
     const auto long_text = [&] { return string_of(text).release(); };
-    conn->dsn = long_text();
+    conn->settings.dsn = long_text();
     stmt->cursor_name = long_text();
     stmt->executed = 1;
     cass_desc_resize(stmt->ird, 1);

@@ -48,7 +48,7 @@ struct driver_log : stmt_fixture {
     }
     static cass_handle *log_of(cass_conn *conn, const std::filesystem::path &file, int mask)
     {
-        std::snprintf(conn->log_file, sizeof conn->log_file, "%s", file.c_str());
+        std::snprintf(conn->settings.log_file, sizeof conn->settings.log_file, "%s", file.c_str());
         conn->head.log_mask = mask;
         return &conn->head;
     }

@@ -233,7 +233,7 @@ TEST(result, columns_are_built_again_after_any_change)
         EXPECT_EQ(s.stmt->ird, s.stmt->implicit_ird);
     }
     // The records depend on settings too.
-    s.conn->string_len = static_cast<std::int32_t>(s.stmt->ird->fields[1].octet_length) + 1;
+    s.conn->settings.string_len = static_cast<std::int32_t>(s.stmt->ird->fields[1].octet_length) + 1;
     decode(s, page);
-    EXPECT_EQ(s.stmt->ird->fields[1].octet_length, s.conn->string_len);
+    EXPECT_EQ(s.stmt->ird->fields[1].octet_length, s.conn->settings.string_len);
 }

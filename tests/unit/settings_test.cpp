@@ -48,16 +48,16 @@ struct settings : stmt_fixture {
     std::string all() const
     {
         std::string line;
-        for (const cass_string *text : {conn->user, conn->password, conn->server, conn->bundle_path,
-                                        conn->keyspace, conn->entropy_file, conn->private_key_file,
-                                        conn->certificate_file, conn->public_key_file})
+        for (const cass_string *text : {conn->settings.user, conn->settings.password, conn->settings.server, conn->settings.bundle_path,
+                                        conn->settings.keyspace, conn->settings.entropy_file, conn->settings.private_key_file,
+                                        conn->settings.certificate_file, conn->settings.public_key_file})
             line += (text == nullptr ? "-" : text_of(text)) + " ";
-        line += conn->log_file;
+        line += conn->settings.log_file;
         for (const std::int32_t number :
-             {conn->head.log_mask, conn->port, conn->metadata_port, conn->ipv6, conn->logon_timeout,
-              conn->connection_timeout, conn->encrypt, conn->trust_server_certificate,
-              conn->rcvbuffer, conn->keepalive, conn->astra, conn->consistency, conn->string_len,
-              conn->binary_len})
+             {conn->head.log_mask, conn->settings.port, conn->settings.metadata_port, conn->settings.ipv6, conn->settings.logon_timeout,
+              conn->settings.connection_timeout, conn->settings.encrypt, conn->settings.trust_server_certificate,
+              conn->settings.rcvbuffer, conn->settings.keepalive, conn->settings.astra, conn->settings.consistency, conn->settings.string_len,
+              conn->settings.binary_len})
             line += " " + std::to_string(number);
         return line;
     }
@@ -79,7 +79,7 @@ TEST_F(settings, every_key_reaches_its_field_on_all_roads)
     renew();
     read_dsn("all");
     EXPECT_EQ(all(), every_setting);
-    EXPECT_EQ(text_of(conn->dsn), "all");
+    EXPECT_EQ(text_of(conn->settings.dsn), "all");
     renew();
     parse("Driver={x};uid=u;PWD=p;SERVER=s;Bundle=b;keySpace=k;ENTROPY=e;PrivateKeyFile=pk;"
           "CertificateFile=cf;PublicKeyFile=pf;LOGFILE=/dev/null;Logging=0x4;Port=11;astra_port=12;"
@@ -94,11 +94,11 @@ TEST_F(settings, every_key_reaches_its_field_on_all_roads)
 
 TEST_F(settings, words_mean_what_their_road_says)
 {
-    const std::map<std::string, std::int32_t cass_conn::*> fields = {
-        {"Encrypt", &cass_conn::encrypt},         {"ipv6", &cass_conn::ipv6},
-        {"SOKEEPALIVE", &cass_conn::keepalive},   {"Port", &cass_conn::port},
-        {"Consistency", &cass_conn::consistency}, {"StringLen", &cass_conn::string_len},
-        {"BinaryLen", &cass_conn::binary_len}};
+    const std::map<std::string, std::int32_t cass_settings::*> fields = {
+        {"Encrypt", &cass_settings::encrypt},         {"ipv6", &cass_settings::ipv6},
+        {"SOKEEPALIVE", &cass_settings::keepalive},   {"Port", &cass_settings::port},
+        {"Consistency", &cass_settings::consistency}, {"StringLen", &cass_settings::string_len},
+        {"BinaryLen", &cass_settings::binary_len}};
     // Read by SQLConnect, from a connection string, from the section that a string names.
     // clang-format off
     static const struct { std::string pair; int by_connect, by_string, by_section; } cases[] = {
@@ -118,7 +118,7 @@ TEST_F(settings, words_mean_what_their_road_says)
         write_ini("[" + dsn + "]\nServer=s\nLogFile=/dev/null\n" + row.pair + "\n");
         const auto value = [&] {
             const auto field = fields.find(row.pair.substr(0, row.pair.find('=')));
-            return field == fields.end() ? conn->head.log_mask : conn->*field->second;
+            return field == fields.end() ? conn->head.log_mask : conn->settings.*field->second;
         };
         renew();
         read_dsn(dsn.c_str());
@@ -146,8 +146,8 @@ TEST_F(settings, a_connection_string_is_cut_by_its_separators_outside_braces_onl
     for (const auto &[text, read] : cases) {
         renew();
         parse(text);
-        EXPECT_EQ(text_of(conn->user) + " " + text_of(conn->password) + " " +
-                      std::to_string(conn->port),
+        EXPECT_EQ(text_of(conn->settings.user) + " " + text_of(conn->settings.password) + " " +
+                      std::to_string(conn->settings.port),
                   read);
     }
 }
@@ -166,9 +166,9 @@ TEST_F(settings, what_is_given_wins_over_the_section_key_by_key)
     EXPECT_EQ(all(), "u1 p1 s1 - - - - - - /dev/null 4 1 0 1 0 0 0 0 0 0 0 1 256 1024");
     // Arguments of the call.
     read_dsn("one", "me", nullptr);
-    EXPECT_EQ(text_of(conn->user) + text_of(conn->password), "mep1");
+    EXPECT_EQ(text_of(conn->settings.user) + text_of(conn->settings.password), "mep1");
     read_dsn("one", "", "mine");
-    EXPECT_EQ(text_of(conn->user) + text_of(conn->password), "mine");
+    EXPECT_EQ(text_of(conn->settings.user) + text_of(conn->settings.password), "mine");
     // Without an address nothing is kept; without a section there is nothing.
     for (const char *name : {"bare", "", "missing", static_cast<const char *>(nullptr)}) {
         renew();
@@ -179,7 +179,7 @@ TEST_F(settings, what_is_given_wins_over_the_section_key_by_key)
     for (const char *name : {"M\xC3\xBCller", "M\xFCller"}) {
         renew();
         read_dsn(name);
-        EXPECT_EQ(text_of(conn->server), "s");
+        EXPECT_EQ(text_of(conn->settings.server), "s");
     }
     // What a second connect finds from the first: a section leaves more behind than a string.
     parse("SERVER=s;UID=u;PORT=5;CONSISTENCY=5;SOKEEPALIVE=7;PrivateKeyFile=pk;ENTROPY=e");
@@ -197,11 +197,11 @@ TEST_F(settings, over_long_values_are_cut)
         keys += "Filler_" + std::to_string(i) + "=1\n";
     write_ini("[long]\nServer=" + value + "\nLogFile=" + value + "\n" + keys + "Port=5\n");
     read_dsn("long");
-    EXPECT_TRUE(text_of(conn->server) == cut && conn->log_file == cut);
-    EXPECT_EQ(conn->port, 0);  // the list of keys ends before it
+    EXPECT_TRUE(text_of(conn->settings.server) == cut && conn->settings.log_file == cut);
+    EXPECT_EQ(conn->settings.port, 0);  // the list of keys ends before it
     renew();
     parse("LOGFILE=" + value + ";PWD=" + value);
-    EXPECT_TRUE(text_of(conn->password) == value && conn->log_file == cut);
+    EXPECT_TRUE(text_of(conn->settings.password) == value && conn->settings.log_file == cut);
 }
 
 TEST_F(settings, the_output_string_names_what_is_unusual)
@@ -211,7 +211,7 @@ TEST_F(settings, the_output_string_names_what_is_unusual)
         "PrivateKeyFile=pk;CertificateFile=cf;PublicKeyFile=pf;ENTROPY=e;ASTRA_PORT=8;ASTRA=yes;"
         "TrustServerCertificate=yes;CONSISTENCY=ANY;STRINGLEN=9;BINARYLEN=10";
     parse(text);
-    conn->ssl_active = 1;
+    conn->settings.ssl_active = 1;
     EXPECT_EQ(out_string(),
               "DRIVER={Varnholt MySQL ODBC Driver};UID=u;PWD=p;SERVER=h,i;KEYSPACE=k;PORT=9043;"
               "IPV6=Yes;RCVBUFFER=1;SOKEEPALIVE=yes;PrivateKeyFile=pk;CertificateFile=cf;"
@@ -268,7 +268,7 @@ TEST_F(settings, a_block_replaces_its_settings_and_no_others)
     const std::string x = std::string(1024, 'x') + " ";
     EXPECT_TRUE(
         all().starts_with(x + x + x + x + x + "e " + x + x + x + std::string(511, 'x') + " "));
-    EXPECT_EQ(text_of(conn->dsn) + " ", x);
+    EXPECT_EQ(text_of(conn->settings.dsn) + " ", x);
     *block = {};
     block->logging = 1;
     block->port = 21;
@@ -278,8 +278,8 @@ TEST_F(settings, a_block_replaces_its_settings_and_no_others)
     std::strcpy(block->server, "only\xE9");
     cass_apply_settings_block(conn, block.get());
     EXPECT_EQ(all(), "- - only\xE9 - - e - - -  31 21 22 0 0 0 1 1 5 0 1 4 6 1024");
-    EXPECT_EQ(conn->ssl_active, 1);
-    EXPECT_EQ(conn->dsn, nullptr);
+    EXPECT_EQ(conn->settings.ssl_active, 1);
+    EXPECT_EQ(conn->settings.dsn, nullptr);
 }
 
 // There is no setup library: what would be a dialog is a cancel.

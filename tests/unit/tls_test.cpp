@@ -60,9 +60,9 @@ TEST(tls_start, unusable_settings_fail_before_a_byte_goes_out)
                 conn->*length = 6;
             },
             told);
-    expect_refusal([](cass_conn *conn) { conn->entropy_file = cass_string_from_cstr("/tmp/%s%n"); },
+    expect_refusal([](cass_conn *conn) { conn->settings.entropy_file = cass_string_from_cstr("/tmp/%s%n"); },
                    no_connection + "Loading entropy from '/tmp/%s%n' failed\n");
-    expect_refusal([](cass_conn *conn) { conn->server = cass_string_from_cstr(""); },
+    expect_refusal([](cass_conn *conn) { conn->settings.server = cass_string_from_cstr(""); },
                    no_connection + "Setting server name failed\n" + error);
 }
 
@@ -193,7 +193,7 @@ TEST(tls_session, hostile_server_ends_neither_the_process_nor_the_order_of_bytes
     };
     for (const auto &[work, told] : cases) {
         session s;
-        s.conn->trust_server_certificate = 1;
+        s.conn->settings.trust_server_certificate = 1;
         std::thread server([&, &work = work] { serve_tls(s, work); });
         EXPECT_EQ(cass_ssl_start(s.conn), 0);
         EXPECT_EQ(conn_write(s.conn, "q", 1), 1);

@@ -67,8 +67,8 @@ static int listen_for(const session &s, int queue)
     socklen_t size = sizeof address;
     listen(listener, queue);
     getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
-    s.conn->server = cass_string_from_cstr("127.0.0.1");
-    s.conn->port = ntohs(address.sin_port);
+    s.conn->settings.server = cass_string_from_cstr("127.0.0.1");
+    s.conn->settings.port = ntohs(address.sin_port);
     return listener;
 }
 
@@ -77,7 +77,7 @@ TEST(open_servers, gives_a_socket_that_no_child_inherits)
     session s;
     cass_close_socket(s.conn);
     const int listener = listen_for(s, 1);
-    EXPECT_EQ(cass_open_servers(s.conn, s.conn->server, s.conn->port), 0);
+    EXPECT_EQ(cass_open_servers(s.conn, s.conn->settings.server, s.conn->settings.port), 0);
     EXPECT_NE(fcntl(s.conn->socket, F_GETFD) & FD_CLOEXEC, 0);
     close(listener);
 }
@@ -132,8 +132,8 @@ TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)
     const int listener = listen_for(s, 0);
     const session first;
     cass_close_socket(first.conn);
-    EXPECT_EQ(cass_open_servers(first.conn, s.conn->server, s.conn->port), 0);
-    s.conn->encrypt = 1;
+    EXPECT_EQ(cass_open_servers(first.conn, s.conn->settings.server, s.conn->settings.port), 0);
+    s.conn->settings.encrypt = 1;
     std::string got;
     std::thread peer([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));

@@ -35,8 +35,8 @@ struct type_map : stmt_fixture {
 
 TEST_F(type_map, every_type_is_described_with_its_own_decoder)
 {
-    conn->string_len = 100;
-    conn->binary_len = 77;
+    conn->settings.string_len = 100;
+    conn->settings.binary_len = 77;
     // Display size, precision, scale, length, octet length, radix and searchable; then the names of
     // the type and the prefix and suffix of its literals.
     // clang-format off

@@ -1,0 +1,3 @@
+#include "core/record/cass_conduct.h"
+
+const cass_conduct default_conduct = {};
