@@ -59,6 +59,12 @@ cass_string *cass_string_format(const char *format, ...);
 // Releases the record and, unless borrowed, its buffer. Null is accepted.
 void cass_string_free(cass_string *string);
 using held_string = held<cass_string, &cass_string_free>;
+// Releases a text whose owner stays, and forgets it.
+inline void free_string(cass_string **slot)
+{
+    cass_string_free(*slot);
+    *slot = nullptr;
+}
 // Length in code units and in bytes; 0 for null.
 std::int32_t cass_string_length(const cass_string *string);
 std::int64_t cass_string_octets(const cass_string *string);

@@ -170,19 +170,6 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     return conn;
 }
 
-static void free_string(cass_string **slot)
-{
-    cass_string_free(*slot);
-    *slot = nullptr;
-}
-
-static void free_bytes(unsigned char **bytes, std::int32_t *length)
-{
-    std::free(*bytes);
-    *bytes = nullptr;
-    *length = 0;
-}
-
 void cass_free_contact_points(cass_conn *conn)
 {
     for (std::int32_t i = 0; i < conn->contact_count; ++i) {
@@ -356,7 +343,7 @@ void cass_free_desc(cass_desc *desc, int list_locked)
 
 static void destroy_stmt(cass_stmt *stmt)
 {
-    cass_packet_unref(stmt->current_packet);
+    cass_packet_unref(stmt->page.current_packet);
     cass_free_internal_rs(stmt, stmt->internal_rs);
     for (cass_desc *desc : {stmt->implicit_ird, stmt->implicit_ipd, stmt->implicit_ard,
                             stmt->implicit_apd, stmt->internal_desc})
@@ -365,7 +352,7 @@ static void destroy_stmt(cass_stmt *stmt)
                               stmt->rpc_null_params, stmt->cursor_name})
         cass_string_free(text);
     std::free(stmt->prepared_id);
-    std::free(stmt->paging_state);
+    cass_page_end(&stmt->page);
     std::free(stmt->param_buffer);
     std::free(stmt->meta_bytes);
     cass_diag_clear(&stmt->head);

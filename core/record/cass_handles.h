@@ -15,6 +15,7 @@
 #include <type_traits>
 
 #include "core/record/cass_conduct.h"
+#include "core/record/cass_page.h"
 #include "support/locks.h"
 #include "support/strfunc.h"
 
@@ -147,6 +148,7 @@ struct cass_conn {
     std::int32_t connected;
     std::int32_t random_start;  // chooses a random first server; nothing sets it
     std::int32_t ms_timeout;    // connect time-out in force, milliseconds
+    std::int32_t read_timeout;  // of each receive of a reply, milliseconds; 0: without limit
 
     cass_settings settings;
 
@@ -342,8 +344,6 @@ struct cass_stmt {
     std::int32_t params_rebound;
     unsigned char *prepared_id;
     std::int32_t prepared_id_len;
-    unsigned char *paging_state;
-    std::int32_t paging_state_len;
     unsigned char *param_buffer;  // encoded values of the last request, repeated for next pages
     std::int32_t param_buffer_len;
     std::int32_t param_row;  // parameter set in work, from 0
@@ -357,10 +357,7 @@ struct cass_stmt {
     std::int32_t current_dae_param, current_dae_op, current_dae_first;
 
     // Rows.
-    cass_packet *current_packet;
-    std::int32_t current_row_count;
-    std::int32_t current_row_offset;
-    std::int32_t page_failed;   // 1: the page behind current_packet did not come
+    cass_page page;
     unsigned char *meta_bytes;  // owned: the column specification that the IRD was filled from
     std::int32_t meta_length;
     std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's

@@ -363,13 +363,6 @@ static bool open_section(const cass_conn *conn, dsn_section *section, held_text 
 
 // ---- The two entries ---------------------------------------------------------------------------
 
-static int no_memory(cass_conn *conn, const char *who)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return -1;
-}
-
 static bool is_lost(const cass_string *given, const cass_string *copy)
 {
     return given != nullptr && copy == nullptr;
@@ -407,7 +400,7 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
     const bool whole =
         !is_lost(dsn, conn->settings.dsn) && read_connect_section(conn, user, password);
     default_absent(conn, ROAD_CONNECT);
-    return whole ? 0 : no_memory(conn, "SQLConnect");
+    return whole ? 0 : cass_post_no_memory(&conn->head, "SQLConnect");
 }
 
 // One key and value of a connection string. A text keeps the first value given, anything else takes
@@ -461,5 +454,5 @@ int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string
     if (whole && name != nullptr)
         whole = read_rows(conn, section, settings, ROAD_SECTION);
     default_absent(conn, ROAD_STRING);
-    return whole ? 0 : no_memory(conn, "SQLDriverConnect");
+    return whole ? 0 : cass_post_no_memory(&conn->head, "SQLDriverConnect");
 }

@@ -49,9 +49,7 @@ int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
     shared_put(&conn->settings.consistency, block->consistency);
     if (whole)
         return 0;
-    CASS_LOG(&conn->head, LOG_ERROR, "cass_apply_settings_block: failed to allocate memory");
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return -1;
+    return cass_post_no_memory(&conn->head, "cass_apply_settings_block");
 }
 
 // ---- The output string -------------------------------------------------------------------------

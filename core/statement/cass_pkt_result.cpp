@@ -9,7 +9,6 @@
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
-#include "core/statement/cass_fetch.h"
 
 static constexpr char log_source[] = "cass_pkt.c";
 
@@ -71,7 +70,7 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
     }
     if (good)
         return all.release();
-    cass_post_no_memory(stmt, "decode_warnings");
+    cass_post_no_memory(&stmt->head, "decode_warnings");
     return nullptr;
 }
 
@@ -81,7 +80,7 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
 static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
 {
     if (memory) {
-        cass_post_no_memory(stmt, "decode_result_packet");
+        cass_post_no_memory(&stmt->head, "decode_result_packet");
     } else {
         CASS_LOG(&stmt->head, LOG_ERROR, "decode_result_packet: unexpected end of packet");
         cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected end of packet");
@@ -311,9 +310,9 @@ static bool take_paging_state(cass_stmt *stmt, cass_packet *packet, std::int32_t
         state = pkt_get_long_bytes(packet, &length);
         CASS_LOG_PACKET(&stmt->head, state, state == nullptr ? 0 : length, "paging data");
     }
-    std::free(stmt->paging_state);
-    stmt->paging_state = state;
-    stmt->paging_state_len = state == nullptr ? 0 : length;
+    cass_page_end(&stmt->page);
+    stmt->page.paging_state = state;
+    stmt->page.paging_state_len = state == nullptr ? 0 : length;
     return state != nullptr || length < 1;
 }
 
@@ -364,7 +363,7 @@ int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet)
 
 // ---- The five kinds ----------------------------------------------------------------------------
 
-static bool decode_rows(cass_stmt *stmt, cass_packet *packet)
+static bool decode_rows(cass_stmt *stmt, cass_packet *packet, std::int32_t *rows)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "Rows Result");
     if (decode_metadata(stmt, packet) != 0)
@@ -373,7 +372,7 @@ static bool decode_rows(cass_stmt *stmt, cass_packet *packet)
     CASS_LOG(&stmt->head, LOG_DETAIL, "rows count: %d", count);
     // Rows without columns take no bytes: their count could announce an endless result.
     const bool columns = cass_stmt_column_count(stmt->ird) > 0;
-    cass_set_current_packet(stmt, packet, columns ? count : 0);
+    *rows = columns ? count : 0;
     return true;
 }
 
@@ -425,7 +424,7 @@ static void decode_schema_change(cass_stmt *stmt, cass_packet *packet)
     }
 }
 
-std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet)
+std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *rows)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "decode_result_packet");
     const std::int32_t kind = pkt_get_int(packet);
@@ -436,7 +435,7 @@ std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet)
         CASS_LOG(&stmt->head, LOG_DETAIL, "Void Result");
         break;
     case KIND_ROWS:
-        whole = decode_rows(stmt, packet);
+        whole = decode_rows(stmt, packet, rows);
         break;
     case KIND_SET_KEYSPACE:
         decode_set_keyspace(stmt, packet);

@@ -47,7 +47,7 @@ enum : std::int32_t {
 
 struct cass_packet {
     cass_conn *conn;
-    cass_stmt *owner;
+    cass_stmt *owner;  // whose log and diagnostics its transfer uses
     std::uint8_t version;
     std::uint8_t flags;
     std::int16_t stream;
@@ -65,6 +65,16 @@ struct cass_packet {
     std::int32_t unknown_types;  // columns in it whose type nobody knows
 };
 
+// Why a request has no reply.
+enum cass_exchange_failure : std::int32_t {
+    EXCHANGE_WHOLE = 0,
+    EXCHANGE_NOT_SENT,
+    EXCHANGE_NO_MEMORY_TO_SEND,  // nothing posted yet
+    EXCHANGE_TIMED_OUT,          // nothing posted yet
+    EXCHANGE_BROKEN,             // the stream ended or is out of step, or the frame is a lie
+    EXCHANGE_NO_MEMORY_TO_READ,  // HY001 posted
+};
+
 // ---- Construction and transfer -----------------------------------------------------------------
 
 // New frame with an empty body. Null with HY001 posted on `failure_handle`, or on the statement if
@@ -75,13 +85,11 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
 // uncompressed frame, or a negative value (write failed and posted by conn_write, frame marked
 // `failed`, compression failed).
 std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet);
-// Reads one frame, restored to its uncompressed form. Null when the read failed (posted by
-// conn_read, or `timed_out` set on the statement), on exhaustion (HY001 on the statement), and for
-// a frame that lies about its sizes or its compression. A read that ends before the frame's last
-// byte leaves the stream out of step: the socket is shut down, and the next request fails at once.
-cass_packet *cass_read_packet(cass_stmt *stmt);
-// HY001 on the statement behind an ERROR record of function `who`; marks the statement `no_memory`.
-void cass_post_no_memory(cass_stmt *stmt, const char *who);
+// Reads one frame, restored to its uncompressed form. Null with *failure telling why: a failed read
+// is posted on the connection by conn_read, exhaustion as HY001 on the statement. A read that ends
+// before the frame's last byte leaves the stream out of step: the socket is shut down, and the next
+// request fails at once.
+cass_packet *cass_read_packet(cass_stmt *stmt, cass_exchange_failure *failure);
 void cass_packet_ref(cass_packet *packet);
 // Drops one reference; at zero the block goes back to the connection's spare slot or the heap. Null
 // is accepted. A count below zero ends the process.
