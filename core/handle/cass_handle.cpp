@@ -18,9 +18,6 @@
 #include "core/net/cass_ssl.h"
 #include "core/wire/cass_pkt.h"
 
-constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
-constexpr std::int32_t DEFAULT_STRING_LEN = 256;
-constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
 constexpr std::int32_t NUMBER_TEXT_DIGITS = 7;  // significant digits of floats and doubles as text
 constexpr char UNKNOWN_CQL_VERSION[] = "0.0.0";
 
@@ -153,7 +150,7 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     conn->conduct = &default_conduct;
     conn->odbc_level = env->odbc_version == SQL_OV_ODBC2 ? 2 : level;
     conn->settings.metadata_port = DEFAULT_METADATA_PORT;
-    conn->settings.consistency = 1;
+    conn->settings.consistency = DEFAULT_CONSISTENCY;
     conn->float_precision = NUMBER_TEXT_DIGITS;
     conn->double_precision = NUMBER_TEXT_DIGITS;
     default_session(conn);

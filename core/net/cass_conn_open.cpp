@@ -23,7 +23,6 @@
 static constexpr char log_source[] = "cass_conn.c";
 
 constexpr int OPEN_FAILED = -3;
-constexpr std::int32_t DEFAULT_PORT = 9042;
 
 // For the log.
 static const char *opener(const cass_conn *conn)

@@ -83,6 +83,14 @@ struct cass_stmt_attrs {
     SQLULEN bind_type;    // default of SQL_DESC_BIND_TYPE; a statement keeps its own in descriptors
 };
 
+constexpr std::int32_t DEFAULT_PORT = 9042;
+constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
+constexpr std::int32_t DEFAULT_CONSISTENCY = 1;  // ONE
+constexpr std::int32_t DEFAULT_STRING_LEN = 256;
+constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
+// Both user and password, where a server demands them and neither is set.
+constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
+
 // What a DSN, a connection string and a settings block set.
 struct cass_settings {
     cass_string *dsn;

@@ -21,12 +21,8 @@ static constexpr char log_source[] = "cass_logon.c";
 
 constexpr int NOTHING_WRITTEN = -4;
 constexpr int ASKING_FAILED = -5;
-constexpr std::int32_t DEFAULT_PORT = 9042;
 constexpr std::int32_t STATUS_OK = 200;
 constexpr std::int32_t STATUS_BAD_REQUEST = 400;
-
-// What the service gets when no credentials are set.
-constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 
 using held_json = held<json_t, &json_decref>;
 

@@ -27,9 +27,6 @@ constexpr std::int32_t AUTHENTICATOR_SIZE = 48;
 static_assert(sizeof PASSWORD_AUTHENTICATOR == AUTHENTICATOR_SIZE + 1);
 static_assert(PASSWORD_AUTHENTICATOR[0] == AUTHENTICATOR_SIZE - 1);
 
-// What a server that demands credentials gets when none are set.
-constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
-
 // ---- Replies of the handshake ------------------------------------------------------------------
 
 static int no_reply(cass_conn *conn, cass_exchange_failure failure, const char *who)
