@@ -306,6 +306,7 @@ static cass_packet *new_reply(cass_stmt *stmt, const unsigned char *header)
     packet->failed = 0;
     packet->reply = 1;
     packet->unknown_types = 0;
+    packet->kept_types = 0;
     return packet;
 }
 

@@ -63,6 +63,7 @@ struct cass_packet {
     std::int32_t failed;         // not 0: a writer could not append; the frame must not be sent
     std::int32_t reply;          // read from the server: its block serves a later reply
     std::int32_t unknown_types;  // columns in it whose type nobody knows
+    std::int32_t kept_types;     // types in the trees that its columns keep
 };
 
 // Why a request has no reply.
