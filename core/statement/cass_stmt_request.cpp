@@ -9,6 +9,8 @@
 
 static constexpr char log_source[] = "cass_stmt.c";
 
+constexpr std::int32_t PAGE_SIZE = 100;  // rows of a page
+
 enum : std::uint8_t {
     QUERY_VALUES = 0x01,
     QUERY_PAGE_SIZE = 0x04,

@@ -468,12 +468,26 @@ static bool fits_short(cass_packet *packet, std::int32_t length)
     return false;
 }
 
-// Text goes out as the low byte of each unit, although the protocol says UTF-8: applications on the
-// ANSI calls hand over bytes, and these must reach the server unchanged.
-static std::int32_t put_low_bytes(cass_packet *packet, const cass_string *text)
+static bool text_goes_out_by_low_bytes(const cass_conn *conn)
 {
+    return conn->conduct->text_goes_out_by_low_bytes;
+}
+
+// A text behind its length, which `put_length` writes: 0, or -1.
+static std::int32_t put_text(cass_packet *packet, const cass_string *text,
+                             std::int32_t (*put_length)(cass_packet *, std::int32_t))
+{
+    if (!text_goes_out_by_low_bytes(packet->conn)) {
+        std::int32_t count;
+        const held_text bytes(cass_string_to_bytes(text, &count));
+        if (text != nullptr && bytes == nullptr)
+            packet->failed = PACKET_NO_MEMORY;
+        if (put_length(packet, count) < 0)
+            return -1;
+        return pkt_put_bytes(packet, bytes.get(), count) < 0 ? -1 : 0;
+    }
     const std::int32_t length = cass_string_length(text);
-    unsigned char *place = append(packet, length);
+    unsigned char *place = put_length(packet, length) < 0 ? nullptr : append(packet, length);
     if (place == nullptr)
         return -1;
     for (std::int32_t i = 0; i < length; i++)
@@ -481,24 +495,25 @@ static std::int32_t put_low_bytes(cass_packet *packet, const cass_string *text)
     return 0;
 }
 
+static std::int32_t put_short_length(cass_packet *packet, std::int32_t length)
+{
+    return fits_short(packet, length) ? pkt_put_short(packet, static_cast<std::int16_t>(length))
+                                      : -1;
+}
+
 std::int32_t pkt_put_string(cass_packet *packet, const cass_string *text)
 {
-    const std::int32_t length = cass_string_length(text);
-    if (!fits_short(packet, length) || pkt_put_short(packet, static_cast<std::int16_t>(length)) < 0)
-        return -1;
-    return put_low_bytes(packet, text);
+    return put_text(packet, text, put_short_length);
 }
 
 std::int32_t pkt_put_long_string(cass_packet *packet, const cass_string *text)
 {
-    if (pkt_put_int(packet, cass_string_length(text)) < 0)
-        return -1;
-    return put_low_bytes(packet, text);
+    return put_text(packet, text, pkt_put_int);
 }
 
 std::int32_t pkt_put_short_bytes(cass_packet *packet, const void *bytes, std::int32_t count)
 {
-    if (!fits_short(packet, count) || pkt_put_short(packet, static_cast<std::int16_t>(count)) < 0)
+    if (put_short_length(packet, count) < 0)
         return -1;
     return pkt_put_bytes(packet, bytes, count) < 0 ? -1 : 0;
 }

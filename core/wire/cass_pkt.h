@@ -37,7 +37,6 @@ enum : std::int32_t {
 
 constexpr std::int32_t FRAME_HEADER_SIZE = 9;
 constexpr std::uint8_t PROTOCOL_VERSION = 4;
-constexpr std::int32_t PAGE_SIZE = 100;  // rows of a page, in every request of a statement
 
 // Why a frame cannot be sent.
 enum : std::int32_t {
@@ -116,7 +115,8 @@ std::int32_t pkt_put_byte(cass_packet *packet, std::uint8_t value);             
 std::int32_t pkt_put_short(cass_packet *packet, std::int16_t value);                     // 2
 std::int32_t pkt_put_int(cass_packet *packet, std::int32_t value);                       // 4
 std::int32_t pkt_put_long(cass_packet *packet, std::int64_t value);                      // 8
-// [string] and [long string]: the low byte of each unit; null is empty. 0.
+// [string] and [long string], a text as the conduct text_goes_out_by_low_bytes says; null is empty.
+// 0.
 std::int32_t pkt_put_string(cass_packet *packet, const cass_string *text);
 std::int32_t pkt_put_long_string(cass_packet *packet, const cass_string *text);
 // [short bytes] and [bytes]. 0.
