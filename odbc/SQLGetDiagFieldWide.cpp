@@ -143,8 +143,7 @@ static SQLRETURN read_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMAL
     case SQL_DIAG_NUMBER:
         return give_number(value, DIAG_INTEGER, cass_diag_count(handle));
     case SQL_DIAG_CURSOR_ROW_COUNT:
-        return stmt == nullptr ? SQL_ERROR
-                               : give_number(value, DIAG_LENGTH, stmt->cursor_row_count);
+        return stmt == nullptr ? SQL_ERROR : give_number(value, DIAG_LENGTH, 0);
     case SQL_DIAG_DYNAMIC_FUNCTION:
         return stmt == nullptr ? SQL_ERROR : give_own_text(value, "");
     case SQL_DIAG_DYNAMIC_FUNCTION_CODE:

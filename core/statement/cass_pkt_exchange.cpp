@@ -119,8 +119,6 @@ int send_and_execute(cass_stmt *stmt, cass_packet *packet)
     if (cass_take_result(stmt, reply.get()) == RESULT_MALFORMED)
         return -1;
     stmt->more_results = 0;
-    stmt->more_results_info = 0;
-    stmt->row_count_valid = 0;
     stmt->executed = 1;
     return warned ? 1 : 0;
 }

@@ -336,10 +336,9 @@ static cass_packet *read_frame(frame_reader *reader, unsigned char *header)
 }
 
 // The stream stands inside a frame, whose rest would be taken for the next reply.
-static void leave_stream(cass_conn *conn)
+static void leave_stream(const cass_conn *conn)
 {
     shutdown(conn->socket, SHUT_RDWR);
-    conn->socket_dead = 1;
 }
 
 // Version and stream of a reply are kept but not checked: one request is in flight at a time, and

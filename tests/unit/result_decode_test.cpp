@@ -218,7 +218,7 @@ TEST(result, columns_are_built_again_after_any_change)
         [](session &s) { cass_desc_resize(s.stmt->ird, 1), cass_desc_resize(s.stmt->ird, 2); },
         [](session &s) { cass_desc_clear_fields(s.stmt->ird); },
         [](session &s) { cass_desc_describe(s.stmt->ird, 2); },  // a local result came between
-        [](session &s) { s.stmt->ird = s.stmt->internal_desc; },
+        [](session &s) { s.stmt->ird = s.stmt->implicit_ipd; },
         [](session &s) {
             const std::string other = columns({{"id", type(CQL_INT)}, {"t", type(CQL_ASCII)}});
             decode(s, rows(metadata(GLOBAL, 2, other)));
