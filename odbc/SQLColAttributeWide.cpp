@@ -184,14 +184,14 @@ SQLRETURN col_attribute_entry(SQLHSTMT handle, const entry_point &entry, text_fo
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: statement_handle=%p, column_number=%d, field_identifier=%d, "
-                     "character_attribute=%p, buffer_length=%d, string_length=%p, "
-                     "numeric_attribute=%p",
-                     entry.name, static_cast<void *>(stmt), static_cast<int>(call.column_number),
-                     static_cast<int>(call.field_identifier), call.character_attribute,
-                     static_cast<int>(call.buffer_length), static_cast<void *>(call.string_length),
-                     static_cast<void *>(call.numeric_attribute));
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, column_number=%d, field_identifier=%d, "
+                      "character_attribute=%p, buffer_length=%d, string_length=%p, "
+                      "numeric_attribute=%p",
+                      entry.name, static_cast<void *>(stmt), static_cast<int>(call.column_number),
+                      static_cast<int>(call.field_identifier), call.character_attribute,
+                      static_cast<int>(call.buffer_length), static_cast<void *>(call.string_length),
+                      static_cast<void *>(call.numeric_attribute));
         },
         [&](cass_stmt *stmt) { return col_attribute(stmt, entry, form, odbc2_types, call); });
 }

@@ -3,13 +3,7 @@
 #define ODBC_SQLDESCRIBECOLWIDE_H
 
 #include "odbc/entry_frame.h"
-
-// What the forms of a call that answers with text differ in.
-enum text_form {
-    TEXT_ANSI,        // UTF-8; the room counts bytes, the length code units
-    TEXT_WIDE_UNITS,  // room and length count code units
-    TEXT_WIDE_BYTES,  // room and length count bytes
-};
+#include "odbc/text_form.h"
 
 // Writes a text result of a description; null is empty. `length` receives the full length whether
 // the text was cut or not: applications size their next read by it. True when cut.

@@ -180,12 +180,12 @@ SQLRETURN get_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_f
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: descriptor_handle=%p, rsc=%d, field_identifier=%d, value=%p, "
-                     "buffer_length=%d, string_length=%p",
-                     entry.name, static_cast<void *>(desc), static_cast<int>(rec),
-                     static_cast<int>(field_identifier), value, static_cast<int>(buffer_length),
-                     static_cast<void *>(string_length));
+            ENTRY_LOG(&desc->head, entry, LOG_ENTRY,
+                      "%s: descriptor_handle=%p, rsc=%d, field_identifier=%d, value=%p, "
+                      "buffer_length=%d, string_length=%p",
+                      entry.name, static_cast<void *>(desc), static_cast<int>(rec),
+                      static_cast<int>(field_identifier), value, static_cast<int>(buffer_length),
+                      static_cast<void *>(string_length));
         },
         [&](cass_desc *desc) {
             return get_desc_field(desc, entry, form, rec, field_identifier, value, buffer_length,

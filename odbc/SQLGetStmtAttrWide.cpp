@@ -133,11 +133,11 @@ SQLRETURN get_stmt_attr_entry(SQLHSTMT handle, const entry_point &entry, SQLINTE
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: statement_handle=%p, attribute=%d, value=%p, buffer_length=%d, "
-                     "string_length=%p",
-                     entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,
-                     static_cast<int>(buffer_length), static_cast<void *>(string_length));
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, attribute=%d, value=%p, buffer_length=%d, "
+                      "string_length=%p",
+                      entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,
+                      static_cast<int>(buffer_length), static_cast<void *>(string_length));
         },
         [&](cass_stmt *stmt) {
             return get_stmt_attr(stmt, entry, attribute, value, string_length);

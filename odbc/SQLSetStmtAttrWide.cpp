@@ -165,10 +165,10 @@ SQLRETURN set_stmt_attr_entry(SQLHSTMT handle, const entry_point &entry, SQLINTE
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: statement_handle=%p, attribute=%d, value=%p, string_length=%d",
-                     entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,
-                     static_cast<int>(string_length));
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, attribute=%d, value=%p, string_length=%d",
+                      entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,
+                      static_cast<int>(string_length));
         },
         [&](cass_stmt *stmt) { return set_stmt_attr(stmt, entry, attribute, value); });
 }

@@ -15,25 +15,6 @@ constexpr int CATALOG_NAME_SIZE = 65;
 
 // ---- Arguments ---------------------------------------------------------------------------------
 
-// An argument as the application gave it, in one of the two forms; both null: not given.
-struct catalog_argument {
-    const SQLCHAR *ansi;
-    const SQLWCHAR *wide;
-    SQLSMALLINT length;  // units, or SQL_NTS
-};
-
-inline catalog_argument ansi_argument(const SQLCHAR *text, SQLSMALLINT length)
-{
-    return {.ansi = text, .wide = nullptr, .length = length};
-}
-
-inline catalog_argument wide_argument(const SQLWCHAR *text, SQLSMALLINT length)
-{
-    return {.ansi = nullptr, .wide = text, .length = length};
-}
-
-// The text, or null if it was not given. False when memory ran out; nothing is posted.
-bool catalog_text(const catalog_argument &argument, held_string *text);
 // Whether the text is `word`, without regard to case.
 bool catalog_text_is(const cass_string *text, const char *word);
 // Given, not empty and not "%".

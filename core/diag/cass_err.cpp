@@ -185,6 +185,14 @@ void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_
     va_end(arguments);
 }
 
+SQLRETURN cass_post_no_memory(cass_handle *handle, const char *source, const char *who, int line)
+{
+    if (cass_log_is_on(handle)) [[unlikely]]
+        cass_log(handle, source, line, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(handle, STATE_HY001, 0, nullptr);
+    return SQL_ERROR;
+}
+
 void cass_diag_release(cass_handle *handle)
 {
     cass_lock_enter(&cass_diag_lock);

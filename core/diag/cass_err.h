@@ -120,6 +120,10 @@ void cass_post_error(cass_handle *handle, cass_state_row row, std::int32_t nativ
 void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_t native,
                             std::int32_t column, const char *format, ...);
 
+// HY001 behind an ERROR record "who: failed to allocate memory" of `source`. SQL_ERROR.
+SQLRETURN cass_post_no_memory(cass_handle *handle, const char *source, const char *who,
+                              int line = __builtin_LINE());
+
 // Releases all records, whatever the list holds.
 void cass_diag_release(cass_handle *handle);
 
