@@ -1,6 +1,8 @@
 // SQLDescribeCol in both forms: name, type, size, digits and nullability of a result column.
 #include "odbc/SQLDescribeColWide.h"
 
+#include <cstring>
+
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_text_out.h"
 
@@ -28,6 +30,22 @@ bool describe_text_out(const cass_string *text, text_form form, void *buffer, st
 {
     *length = text_form_length(text, form);
     return text_form_out(text, form, buffer, room);
+}
+
+const cass_string *describe_text(const cass_field *field, described_text kind, std::size_t offset,
+                                 cass_constant_text *made)
+{
+    if (kind == TEXT_LOCAL_NAME && field->custom_type_name != nullptr)
+        return field->custom_type_name;
+    const auto *member = reinterpret_cast<const unsigned char *>(field) + offset;
+    if (kind == TEXT_OWNED) {
+        const cass_string *text;
+        std::memcpy(&text, member, sizeof text);
+        return text;
+    }
+    const char *constant;
+    std::memcpy(&constant, member, sizeof constant);
+    return cass_constant_string(constant, made);
 }
 
 bool describe_has_result(cass_stmt *stmt, const entry_point &entry)

@@ -10,6 +10,12 @@
 bool describe_text_out(const cass_string *text, text_form form, void *buffer, std::int64_t room,
                        std::int64_t *length);
 
+// A text of a record: an owned one, a constant, or the local type name, which may be either. The
+// string lives as long as the record and *made; null for none.
+enum described_text { TEXT_OWNED, TEXT_CONSTANT, TEXT_LOCAL_NAME };
+const cass_string *describe_text(const cass_field *field, described_text kind, std::size_t offset,
+                                 cass_constant_text *made);
+
 // Whether the statement has anything to describe; otherwise HY000 is posted.
 bool describe_has_result(cass_stmt *stmt, const entry_point &entry);
 // The record of a column from 1 to the column count, or the fixed record of the bookmark column

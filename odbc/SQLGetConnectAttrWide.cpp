@@ -2,8 +2,8 @@
 #include "odbc/SQLGetConnectAttrWide.h"
 
 #include <cstring>
-#include <iterator>
 
+#include "core/catalog/cass_clist.h"
 #include "odbc/cass_conn_attrs.h"
 
 static constexpr char log_source[] = "SQLGetConnectAttrWide.c";
@@ -24,10 +24,10 @@ static SQLRETURN give_integer(const attr_target &target, SQLUINTEGER number)
 // The name of the one catalog, whatever an application has set.
 static SQLRETURN give_catalog(cass_conn *conn, const char *name, const attr_target &target)
 {
-    SQLWCHAR units[] = {'C', 'A', 'S', 'S', 'A', 'N', 'D', 'R', 'A'};
-    const cass_string catalog = {.text = units, .length = std::size(units), .borrowed = 1};
-    cass_store(target.length, static_cast<SQLINTEGER>(text_form_length(&catalog, target.form)));
-    if (!text_form_out(&catalog, target.form, target.value, target.size))
+    cass_constant_text made;
+    const cass_string *catalog = cass_constant_string(CATALOG_NAME, &made);
+    cass_store(target.length, static_cast<SQLINTEGER>(text_form_length(catalog, target.form)));
+    if (!text_form_out(catalog, target.form, target.value, target.size))
         return SQL_SUCCESS;
     CASS_LOG(&conn->head, LOG_ERROR, "%s: catalog truncated", name);
     cass_post_error(&conn->head, STATE_01004, 0, nullptr);

@@ -28,8 +28,7 @@ struct diag_value {
     diag_kind kind;
     SQLLEN number;
     const cass_string *text;  // of the record, `made` or `owned`
-    cass_string made;
-    SQLWCHAR made_units[40];
+    cass_constant_text made;
     held_string owned;
 };
 
@@ -50,11 +49,7 @@ static SQLRETURN give_text(diag_value *value, const cass_string *text)
 // An ASCII text of the driver's own, below 40 characters.
 static SQLRETURN give_own_text(diag_value *value, const char *text)
 {
-    std::int32_t length = 0;
-    for (; text[length] != '\0'; length++)
-        value->made_units[length] = static_cast<unsigned char>(text[length]);
-    value->made = {.text = value->made_units, .length = length, .borrowed = 1};
-    return give_text(value, &value->made);
+    return give_text(value, cass_constant_string(text, &value->made));
 }
 
 static bool state_begins(const cass_string *state, const char *text)
