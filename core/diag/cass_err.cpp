@@ -149,7 +149,7 @@ static void compose_message(char *message, const char *row_text, const char *for
 }
 
 static void post_record(cass_handle *handle, cass_state_row row, std::int32_t native,
-                        std::int32_t column, const char *format, va_list arguments)
+                        cass_diag_place place, const char *format, va_list arguments)
 {
     char message[MESSAGE_ROOM];
     compose_message(message, state_table[row].text, format, arguments);
@@ -159,7 +159,8 @@ static void post_record(cass_handle *handle, cass_state_row row, std::int32_t na
     record->native = native;
     record->state = cass_string_from_cstr(state_table[row].state);
     record->text = cass_string_from_cstr(message);
-    record->column_number = column;
+    record->row_number = place.row;
+    record->column_number = place.column;
     // Logged before it joins the list: from then on another thread may release it. The words say
     // "Error" of warnings too.
     CASS_LOG(handle, LOG_DETAIL, "Posting Internal Error state='%S' text='%S', native=%d",
@@ -172,16 +173,16 @@ void cass_post_error(cass_handle *handle, cass_state_row row, std::int32_t nativ
 {
     va_list arguments;
     va_start(arguments, format);
-    post_record(handle, row, native, -1, format, arguments);
+    post_record(handle, row, native, DIAG_NO_PLACE, format, arguments);
     va_end(arguments);
 }
 
-void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_t native,
-                            std::int32_t column, const char *format, ...)
+void cass_post_error_at(cass_handle *handle, cass_state_row row, std::int32_t native,
+                        cass_diag_place place, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    post_record(handle, row, native, column, format, arguments);
+    post_record(handle, row, native, place, format, arguments);
     va_end(arguments);
 }
 
