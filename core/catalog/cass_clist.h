@@ -58,10 +58,20 @@ SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies);
 
 // ---- Tables and their columns ------------------------------------------------------------------
 
+// The part of a column in its table, as system_schema tells it.
+enum cass_column_kind : std::int32_t {
+    COLUMN_REGULAR,  // and whatever else the server may tell
+    COLUMN_PARTITION_KEY,
+    COLUMN_CLUSTERING,
+    COLUMN_STATIC,
+};
+
 struct cass_column_entry {
     char *name;
-    char *type_name;       // as the server spells it
-    std::int32_t ordinal;  // position in the final list, from 0
+    char *type_name;  // as the server spells it
+    cass_column_kind kind;
+    std::int32_t position;  // in the partition key or among the clustering columns, from 0; else -1
+    std::int32_t ordinal;   // position in the final list, from 0
     std::int32_t is_key;
     std::int32_t key_seq;  // place in a table-level key list, from 0
     std::int32_t sql_type;
@@ -74,6 +84,8 @@ struct cass_table_entry {
     char *keyspace;
     char *table;
     char *create_sql;
+    std::int32_t view;  // 1: a materialized view; 0 until the list also reads system_schema.views
+    char *comment;      // null until the list also asks for the tables' comments
     cass_column_entry *columns;
     cass_table_entry *next;
 };
@@ -87,7 +99,8 @@ using held_tables = held<cass_table_entry, &cass_free_tables>;
 int cass_list_tables(cass_stmt *stmt, const cass_string *schema, const cass_string *table,
                      held_tables *tables);
 // Reads each table's columns, key columns first. 0, or -1 with records on the statement; -1 without
-// for a table without a name and when memory ran out. May throw std::bad_alloc.
+// for a table without a name and when memory ran out. May throw std::bad_alloc. Sets the columns'
+// kinds and positions from the server's rows, which a text does not tell.
 int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables);
 // Reads the entry's create_sql back into its columns. What it does not recognise it skips. 0, or -1
 // when memory ran out; may throw std::bad_alloc.
