@@ -98,16 +98,10 @@ using held_tables = held<cass_table_entry, &cass_free_tables>;
 // memory ran out.
 int cass_list_tables(cass_stmt *stmt, const cass_string *schema, const cass_string *table,
                      held_tables *tables);
-// Reads each table's columns, key columns first. 0, or -1 with records on the statement; -1 without
-// for a table without a name and when memory ran out. May throw std::bad_alloc. Sets the columns'
-// kinds and positions from the server's rows, which a text does not tell.
-int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables);
 // Reads the entry's create_sql back into its columns. What it does not recognise it skips. 0, or -1
 // when memory ran out; may throw std::bad_alloc.
 int cass_parse_create_sql(const cass_conn *conn, cass_table_entry *entry);
 
-// Sets sql_type, size and digits from type_name. False when memory ran out.
-bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column);
 // COLUMN_SIZE and BUFFER_LENGTH (bytes) of a column.
 std::int32_t cass_catalog_column_size(const cass_conn *conn, const cass_column_entry *column);
 std::int32_t cass_catalog_buffer_length(const cass_conn *conn, const cass_column_entry *column);

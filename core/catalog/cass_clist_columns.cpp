@@ -107,7 +107,8 @@ std::int32_t cass_catalog_buffer_length(const cass_conn *conn, const cass_column
     return sized(conn, column, &type_size_row::buffer_length);
 }
 
-bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column)
+// Sets sql_type, size and digits from type_name. False when memory ran out.
+static bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column)
 {
     const held_string name(cass_string_from_cstr(column->type_name));
     if (name == nullptr)
@@ -442,7 +443,10 @@ static int extract_table(cass_stmt *stmt, cass_table_entry *entry)
     return 0;
 }
 
-int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables)
+// Reads each table's columns, key columns first, with their kinds and positions. 0, or -1 with
+// records on the statement; -1 without for a table without a name and when memory ran out. May
+// throw std::bad_alloc.
+static int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables)
 {
     for (cass_table_entry *entry = tables; entry != nullptr; entry = entry->next)
         if (extract_table(stmt, entry) != 0)

@@ -15,7 +15,12 @@ static constexpr char log_source[] = "cass_err.c";
 constexpr int MESSAGE_ROOM = 1024;
 constexpr char MESSAGE_PREFIX[] = "[Varnholt][Apache Cassandra]";
 
-// In the order of cass_state_row. Some rows are posted by nobody yet; "07008" and "21000" carry the
+struct cass_sqlstate {
+    const char *state;  // five characters
+    const char *text;   // message, or null
+};
+
+// In the order of cass_state_row. Some rows are posted by nobody; "07008" and "21000" carry the
 // text of "General error", and both spellings of a cut text are the driver's.
 static constexpr cass_sqlstate state_table[] = {
     {"HY000", "General error"},
@@ -102,11 +107,6 @@ static_assert(std::size(state_table) == STATE_ROWS);
 
 // Guards all lists. Recursive, so that a reader that holds it may call any function here.
 cass_lock cass_diag_lock = {PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP};
-
-const cass_sqlstate *cass_sqlstate_row(cass_state_row row)
-{
-    return &state_table[row];
-}
 
 // Three-way compare of two states, unit by unit as unsigned numbers; a missing text is the lowest.
 static int compare_states(const cass_string *left, const cass_string *right)

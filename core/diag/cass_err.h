@@ -92,14 +92,6 @@ enum cass_state_row {
     STATE_ROWS
 };
 
-struct cass_sqlstate {
-    const char *state;  // five characters
-    const char *text;   // message, or null
-};
-
-// The table's row.
-const cass_sqlstate *cass_sqlstate_row(cass_state_row row);
-
 struct cass_diag_record {
     std::int32_t native;
     cass_string *state;
