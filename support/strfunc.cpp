@@ -116,6 +116,22 @@ cass_string *cass_string_from_wide(const SQLWCHAR *text, std::int64_t units)
     return string;
 }
 
+cass_string *cass_string_from_argument(const text_argument &argument)
+{
+    return argument.wide ? cass_string_from_wide(static_cast<const SQLWCHAR *>(argument.text),
+                                                 argument.length)
+                         : cass_string_from_ansi(static_cast<const SQLCHAR *>(argument.text),
+                                                 argument.length);
+}
+
+bool cass_string_take_argument(const text_argument &argument, held_string *string)
+{
+    if (argument.text == nullptr)
+        return true;
+    string->reset(cass_string_from_argument(argument));
+    return *string != nullptr;
+}
+
 cass_string *cass_string_from_utf8(const void *text, std::int64_t count, int decode)
 {
     if (text == nullptr)

@@ -23,16 +23,9 @@ static int no_memory(cass_stmt *stmt, const char *who)
 
 // ---- Creation ----------------------------------------------------------------------------------
 
-// False when memory ran out, as of all that describe.
-static bool put_text(cass_string **slot, const char *text)
-{
-    *slot = cass_string_from_cstr(text);
-    return *slot != nullptr;
-}
-
 // A short reports the width of the stored integer and the name of one: on purpose, applications
 // bind both kinds alike.
-static bool describe_integer(cass_field *field, std::int32_t digits)
+static void describe_integer(cass_field *field, std::int32_t digits)
 {
     field->display_size = digits;
     field->precision = digits;
@@ -41,10 +34,11 @@ static bool describe_integer(cass_field *field, std::int32_t digits)
     field->fixed_prec_scale = 1;
     field->num_prec_radix = 10;
     field->searchable = SQL_ALL_EXCEPT_LIKE;
-    return put_text(&field->type_name, "INTEGER") && put_text(&field->local_type_name, "INTEGER");
+    field->type_name = "INTEGER";
+    field->local_type_name = "INTEGER";
 }
 
-static bool describe_varchar(cass_field *field, std::int32_t length)
+static void describe_varchar(cass_field *field, std::int32_t length)
 {
     field->display_size = length;
     field->precision = length;
@@ -52,21 +46,25 @@ static bool describe_varchar(cass_field *field, std::int32_t length)
     field->octet_length = length;
     field->searchable = SQL_SEARCHABLE;
     field->case_sensitive = 1;
-    return put_text(&field->literal_prefix, "'") && put_text(&field->literal_suffix, "'") &&
-           put_text(&field->type_name, "VARCHAR") && put_text(&field->local_type_name, "VARCHAR");
+    field->literal_prefix = "'";
+    field->literal_suffix = "'";
+    field->type_name = "VARCHAR";
+    field->local_type_name = "VARCHAR";
 }
 
-// Fills a fresh record.
+// Fills a fresh record. False when memory ran out.
 static bool describe_column(cass_field *field, const cass_internal_column &column)
 {
     field->consise_type = column.type;
     field->type = column.type;
     field->nullable = column.nullable;
     field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
-    const bool described = column.type == SQL_VARCHAR
-                               ? describe_varchar(field, column.length)
-                               : describe_integer(field, column.type == SQL_INTEGER ? 10 : 5);
-    return described && put_text(&field->column_name, column.name);
+    if (column.type == SQL_VARCHAR)
+        describe_varchar(field, column.length);
+    else
+        describe_integer(field, column.type == SQL_INTEGER ? 10 : 5);
+    field->column_name = cass_string_from_cstr(column.name);
+    return field->column_name != nullptr;
 }
 
 static bool describe_columns(cass_desc *ird, const cass_internal_columns *columns)

@@ -293,10 +293,11 @@ struct cass_field {
     cass_string *keyspace_name;
     cass_string *table_name;
     cass_string *column_name;
-    cass_string *literal_prefix;
-    cass_string *literal_suffix;
-    cass_string *local_type_name;
-    cass_string *type_name;
+    cass_string *custom_type_name;  // local type name of a custom type: its class
+    const char *literal_prefix;     // constants, as are the next three; null: none
+    const char *literal_suffix;
+    const char *local_type_name;  // null beside a custom_type_name
+    const char *type_name;
 
     cass_put_chunk *put_data;
     cass_put_chunk *put_data_tail;  // last chunk of put_data, where the next one goes

@@ -52,6 +52,11 @@ inline std::u16string units_of(const cass_string *string)
     return {string->text, string->text + cass_string_length(string)};
 }
 
+inline std::string text_of(const char *constant)
+{
+    return constant == nullptr ? "(null)" : constant;
+}
+
 // The low bytes of its units.
 inline std::string text_of(const cass_string *string)
 {
