@@ -31,13 +31,16 @@ struct cell_request {
     void *indicator;       // SQLLEN
     void *octets;          // SQLLEN
     std::int32_t column;   // for the diagnostics
+    bool logged;           // the log is on: asked once for a row or a call
 };
 
-// Converts the request's cell and settles whether its column is delivered: cass_get_data behind its
-// log records and the look-up of the record. The member is found here. Logs nothing but failures:
-// the road of bound columns while the log is off.
+// A request whose record is known: cass_get_data behind its own log records. Resolves the target
+// type and finds the member; settles whether the column is delivered.
 SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
-                   cass_field *afields);
+                   const cass_field *afields);
+// The log records of a call of cass_get_data, for whoever calls cell_get with the log on.
+[[gnu::cold]] void cell_log_request(const cell_request &request, std::int32_t target_type,
+                                    const cass_field *fields, const cass_field *afields);
 
 // ---- The members: an ODBC code, with the diagnostics posted ------------------------------------
 
