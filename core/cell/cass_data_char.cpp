@@ -172,71 +172,39 @@ static int format_timestamp(char *out, const cass_field *field)
 
 // ---- The target --------------------------------------------------------------------------------
 
-static SQLRETURN char_from_text(const cell_request &request)
+static SQLLEN put_hexadecimal(unsigned char *target, const cell_piece &piece, SQLLEN units)
 {
-    cass_data_storage &cell = request.field->data_storage;
-    const std::int32_t left = cell.alloc_length - cell.offset;
-    cell_store_length(request, left);
-    if (cell_without_buffer(request))
-        return cell_probed(request, left);
-
-    auto *target = static_cast<char *>(request.target);
-    const bool whole = left < request.buffer_length;
-    const std::int32_t taken = whole ? left : static_cast<std::int32_t>(request.buffer_length - 1);
-    if (taken > 0)
-        std::memcpy(target, cell.value.bytes + cell.offset, static_cast<std::size_t>(taken));
-    target[taken] = 0;
-    cell.offset += taken;
-    return whole ? SQL_SUCCESS : cell_truncated(request);
+    auto *out = reinterpret_cast<char *>(target);
+    for (SQLLEN i = 0; i < units / 2; i++)
+        text_hex(out + 2 * i, piece.bytes[i], HEX_LOWER);
+    return units / 2;
 }
 
-// Two digits a byte. The length reported does not count the doubling of what was read before, and
-// the last two bytes of the buffer's room are not used: both on purpose, as readers expect it.
-static SQLRETURN char_from_binary(const cell_request &request)
-{
-    cass_data_storage &cell = request.field->data_storage;
-    const std::int32_t left = cell.alloc_length - cell.offset;
-    const SQLLEN told = cell.alloc_length - 2 * static_cast<SQLLEN>(cell.offset);
-    cell_store_length(request, told > 0 ? told : 0);  // below 0 would read as SQL_NULL_DATA
-    if (cell_without_buffer(request))
-        return cell_probed(request, left);
-
-    auto *target = static_cast<char *>(request.target);
-    const bool whole = left < request.buffer_length / 2 - 1;
-    const SQLLEN room = (request.buffer_length - 1) / 2;
-    const std::int32_t taken = left < room ? left : static_cast<std::int32_t>(room);
-    const unsigned char *bytes = cell.value.bytes + cell.offset;
-    for (std::int32_t i = 0; i < taken; i++)
-        text_hex(target + 2 * static_cast<SQLLEN>(i), bytes[i], HEX_LOWER);
-    target[2 * static_cast<SQLLEN>(taken)] = 0;
-    cell.offset += taken;
-    if (whole)
-        return SQL_SUCCESS;
-    target[request.buffer_length - 1] = 0;
-    return cell_truncated(request);
-}
+static constexpr cell_rule text_rule = {.write = cell_copy_bytes};
+static constexpr cell_rule formatted_rule = {.write = cell_copy_bytes, .piecewise = false};
+// Three oddities, all on purpose: two digits' room is left unused before a value counts as whole,
+// the length does not count the doubling of what is left and what was read, and a buffer with a cut
+// piece ends in a zero as well as the piece. Readers of hexadecimal pieces expect all three.
+static constexpr cell_rule hexadecimal_rule = {
+    .write = put_hexadecimal,
+    .group = 2,
+    .margin = 4,
+    .undoubled_length = true,
+    .last_byte_cleared = true,
+};
 
 SQLRETURN get_char(const cell_request &request)
 {
-    const std::int32_t data_type = request.field->data_storage.data_type;
-    if (data_type == SQL_CHAR)
-        return char_from_text(request);
-    if (data_type == SQL_BINARY)
-        return char_from_binary(request);
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type == SQL_CHAR)
+        return cell_deliver(request, cell_rest(request, 1), text_rule);
+    if (cell.data_type == SQL_BINARY)
+        return cell_deliver(request, cell_rest(request, 2), hexadecimal_rule);
 
     char text[CELL_TEXT_ROOM];
-    const int length = data_type == SQL_TIMESTAMP ? format_timestamp(text, request.field)
-                                                  : cell_format(request, text);
+    const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request.field)
+                                                       : cell_format(request, text);
     if (length < 0) [[unlikely]]
         return cell_not_convertible(request);
-
-    cell_store_length(request, length);
-    if (cell_without_buffer(request))
-        return SQL_SUCCESS;
-    auto *target = static_cast<char *>(request.target);
-    const bool whole = length < request.buffer_length;
-    const std::size_t taken = static_cast<std::size_t>(whole ? length : request.buffer_length - 1);
-    std::memcpy(target, text, taken);
-    target[taken] = 0;
-    return whole ? SQL_SUCCESS : cell_truncated(request);
+    return cell_deliver(request, cell_formatted(text, length), formatted_rule);
 }

@@ -81,18 +81,6 @@ inline void cell_store_value(const cell_request &request, const void *value, std
         std::memcpy(request.target, value, size);
 }
 
-// A text or binary read without a buffer. With a length of exactly 0 it asks how much there is, and
-// is told by SQL_SUCCESS_WITH_INFO that something is left.
-inline bool cell_without_buffer(const cell_request &request)
-{
-    return request.target == nullptr || request.buffer_length < 1;
-}
-
-inline SQLRETURN cell_probed(const cell_request &request, std::int32_t bytes_left)
-{
-    return request.buffer_length == 0 && bytes_left > 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
-}
-
 // ---- Shared outcomes, out of line: none of them is on the hot road -----------------------------
 
 // SQL NULL: SQL_NULL_DATA through the indicator and 0 through the octet length; SQL_SUCCESS.
@@ -110,6 +98,98 @@ SQLRETURN cell_is_null(const cell_request &request);
 [[gnu::cold]] SQLRETURN cell_not_numeric(const cell_request &request);
 // 07006, SQL_ERROR; a storage type that no decoder makes has its own words in the log.
 [[gnu::cold]] SQLRETURN cell_not_convertible(const cell_request &request);
+
+// ---- Pieces ------------------------------------------------------------------------------------
+
+// What is left of a cell, and how much of the target it takes.
+struct cell_piece {
+    const unsigned char *bytes;
+    SQLLEN count;  // of the bytes
+    SQLLEN units;  // of the target, for all of them
+};
+
+// How one target takes a piece. What the defaults say is plain ANSI text; a rule that says
+// otherwise says why.
+struct cell_rule {
+    // Writes that many units of the target; bytes of the piece that they used up.
+    SQLLEN (*write)(unsigned char *target, const cell_piece &piece, SQLLEN units);
+    SQLLEN unit = 1;         // bytes of a unit of the target
+    SQLLEN group = 1;        // units that are only written together
+    SQLLEN margin = 1;       // bytes that must be free behind a value for it to be whole
+    SQLLEN kept = 1;         // units of the buffer that a cut piece leaves to the terminator
+    bool terminated = true;  // by a unit of 0, where there is room for one
+    bool piecewise = true;   // read on from here; otherwise what does not fit is lost
+    bool probe_warns = false;
+    bool undoubled_length = false;
+    bool last_byte_cleared = false;  // of a buffer with a cut piece
+};
+
+// The bytes that an application is told are left.
+inline SQLLEN cell_length_told(const cell_request &request, const cell_piece &piece,
+                               const cell_rule &rule)
+{
+    if (!rule.undoubled_length)
+        return rule.unit * piece.units;
+    const SQLLEN told = piece.units / 2 - request.field->data_storage.offset;
+    return told > 0 ? told : 0;  // below 0 would read as SQL_NULL_DATA
+}
+
+// Tells the length and moves as much of the piece as the buffer takes. Without a buffer only the
+// length is told; with a buffer length of exactly 0, which asks how much there is, a piece that
+// could be read on gives SQL_SUCCESS_WITH_INFO without a record, so that its column stays open.
+// Inlined, so that a rule costs nothing.
+[[gnu::always_inline]] inline SQLRETURN cell_deliver(const cell_request &request,
+                                                     const cell_piece &piece, const cell_rule &rule)
+{
+    cell_store_length(request, cell_length_told(request, piece, rule));
+    if (rule.probe_warns && request.buffer_length == 0)
+        return cell_truncated(request);
+    if (request.target == nullptr || request.buffer_length < 1) [[unlikely]]
+        return rule.piecewise && request.buffer_length == 0 && piece.units > 0
+                   ? SQL_SUCCESS_WITH_INFO
+                   : SQL_SUCCESS;
+
+    auto *target = static_cast<unsigned char *>(request.target);
+    const SQLLEN room = request.buffer_length / rule.unit;
+    const bool whole = rule.unit * piece.units + rule.margin <= request.buffer_length;
+    SQLLEN taken = piece.units;
+    if (!whole) {
+        const SQLLEN most = room > rule.kept ? (room - rule.kept) / rule.group * rule.group : 0;
+        taken = taken < most ? taken : most;
+    }
+    const SQLLEN used = rule.write(target, piece, taken);
+    if (rule.piecewise)
+        request.field->data_storage.offset += static_cast<std::int32_t>(used);
+    if (rule.terminated && taken < room)
+        std::memset(target + rule.unit * taken, 0, static_cast<std::size_t>(rule.unit));
+    if (whole) [[likely]]
+        return SQL_SUCCESS;
+    if (rule.last_byte_cleared)
+        target[request.buffer_length - 1] = 0;
+    return cell_truncated(request);
+}
+
+// What is left of a text or binary cell, for a target that takes `units_per_byte` for each byte.
+inline cell_piece cell_rest(const cell_request &request, SQLLEN units_per_byte)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    const SQLLEN left = cell.alloc_length - cell.offset;
+    return {cell.value.bytes + cell.offset, left, units_per_byte * left};
+}
+
+// A formatted cell, of characters that are a unit each.
+inline cell_piece cell_formatted(const char *text, int length)
+{
+    return {reinterpret_cast<const unsigned char *>(text), length, length};
+}
+
+// A rule's `write` for targets that take the bytes as they are.
+inline SQLLEN cell_copy_bytes(unsigned char *target, const cell_piece &piece, SQLLEN units)
+{
+    if (units > 0)  // an empty cell has no bytes to point to
+        std::memcpy(target, piece.bytes, static_cast<std::size_t>(units));
+    return units;
+}
 
 // ---- Text of a cell ----------------------------------------------------------------------------
 
