@@ -1,11 +1,8 @@
 // Cells as ANSI text, and the text forms of numbers, dates and uuids that the wide target shares.
 // Text cells stay UTF-8. Text and binary cells can be read piece by piece; every other cell is
 // formatted whole, and what does not fit is lost.
-#include <cstdio>
-
 #include "core/cell/cass_data_internal.h"
 #include "support/numeric.h"
-#include "support/numtext.h"
 
 // ---- Formatting --------------------------------------------------------------------------------
 
@@ -56,78 +53,6 @@ static int format_numeric(char *out, const SQL_NUMERIC_STRUCT &numeric)
     return length;
 }
 
-static inline void put_two_digits(char *out, unsigned value)
-{
-    out[0] = static_cast<char>('0' + value / 10);
-    out[1] = static_cast<char>('0' + value % 10);
-}
-
-static int format_date(char *out, int year, unsigned month, unsigned day)
-{
-    if (year < 0 || year > 9999 || month > 99 || day > 99) [[unlikely]] {
-        return std::snprintf(out, CELL_TEXT_ROOM, "%04d-%02u-%02u", year, month, day);
-    }
-    put_two_digits(out, static_cast<unsigned>(year) / 100);
-    put_two_digits(out + 2, static_cast<unsigned>(year) % 100);
-    out[4] = '-';
-    put_two_digits(out + 5, month);
-    out[7] = '-';
-    put_two_digits(out + 8, day);
-    return 10;
-}
-
-// 10^9 is the largest power asked for.
-static constexpr std::uint32_t powers_of_ten[] = {
-    1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000,
-};
-
-int cell_format_timestamp(char *out, const SQL_TIMESTAMP_STRUCT &timestamp, std::uint32_t fraction,
-                          int digits)
-{
-    int length = format_date(out, timestamp.year, timestamp.month, timestamp.day);
-    out[length++] = ' ';
-
-    const unsigned hour = timestamp.hour, minute = timestamp.minute, second = timestamp.second;
-    if (hour > 99 || minute > 99 || second > 99) [[unlikely]] {
-        length += std::snprintf(out + length, static_cast<std::size_t>(CELL_TEXT_ROOM - length),
-                                "%02u:%02u:%02u", hour, minute, second);
-    } else {
-        put_two_digits(out + length, hour);
-        out[length + 2] = ':';
-        put_two_digits(out + length + 3, minute);
-        out[length + 5] = ':';
-        put_two_digits(out + length + 6, second);
-        length += 8;
-    }
-
-    if (digits == 0)
-        return length;
-    out[length++] = '.';
-    if (fraction >= powers_of_ten[digits]) [[unlikely]]
-        return length + text_from_uint64(out + length, fraction);
-    text_padded(out + length, fraction, digits);
-    return length + digits;
-}
-
-// XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX.
-static int format_guid(char *out, const SQLGUID &guid)
-{
-    text_hex(out, static_cast<unsigned char>(guid.Data1 >> 24), HEX_UPPER);
-    text_hex(out + 2, static_cast<unsigned char>(guid.Data1 >> 16), HEX_UPPER);
-    text_hex(out + 4, static_cast<unsigned char>(guid.Data1 >> 8), HEX_UPPER);
-    text_hex(out + 6, static_cast<unsigned char>(guid.Data1), HEX_UPPER);
-    text_hex(out + 9, static_cast<unsigned char>(guid.Data2 >> 8), HEX_UPPER);
-    text_hex(out + 11, static_cast<unsigned char>(guid.Data2), HEX_UPPER);
-    text_hex(out + 14, static_cast<unsigned char>(guid.Data3 >> 8), HEX_UPPER);
-    text_hex(out + 16, static_cast<unsigned char>(guid.Data3), HEX_UPPER);
-    text_hex(out + 19, guid.Data4[0], HEX_UPPER);
-    text_hex(out + 21, guid.Data4[1], HEX_UPPER);
-    for (int i = 2; i < 8; i++)
-        text_hex(out + 20 + 2 * i, guid.Data4[i], HEX_UPPER);
-    out[8] = out[13] = out[18] = out[23] = '-';
-    return 36;
-}
-
 int cell_format(const cell_request &request, char *out)
 {
     const cass_field *field = request.field;
@@ -150,9 +75,10 @@ int cell_format(const cell_request &request, char *out)
     case SQL_NUMERIC:
         return format_numeric(out, cell.value.numeric);
     case SQL_DATE:
-        return format_date(out, cell.value.date.year, cell.value.date.month, cell.value.date.day);
+        return text_from_date(out, cell.value.date.year, cell.value.date.month,
+                              cell.value.date.day);
     case SQL_GUID:
-        return format_guid(out, cell.value.guid);
+        return text_from_guid(out, cell.value.guid);
     default:
         return -1;
     }
@@ -164,10 +90,10 @@ static int format_timestamp(char *out, const cass_field *field)
 {
     const SQL_TIMESTAMP_STRUCT &timestamp = field->data_storage.value.timestamp;
     if (timestamp.fraction == 0)
-        return cell_format_timestamp(out, timestamp, 0, 0);
+        return text_from_timestamp(out, timestamp, 0, 0);
     const int digits = field->scale < 1 || field->scale > 9 ? 9 : field->scale;
-    return cell_format_timestamp(out, timestamp, timestamp.fraction / powers_of_ten[9 - digits],
-                                 digits);
+    return text_from_timestamp(out, timestamp, timestamp.fraction / powers_of_ten[9 - digits],
+                               digits);
 }
 
 // ---- The target --------------------------------------------------------------------------------

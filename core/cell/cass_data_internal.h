@@ -9,6 +9,7 @@
 #include "core/diag/cass_text_out.h"
 #include "core/log/cass_log.h"
 #include "support/numtext.h"
+#include "support/structtext.h"
 
 struct cell_request;
 
@@ -199,9 +200,6 @@ constexpr int CELL_TEXT_ROOM = 256;
 // Text of a fixed-width cell other than a timestamp, without a terminator: characters, or -1 for a
 // storage type that has none. Decimals are padded with zeros to their scale.
 int cell_format(const cell_request &request, char *out);
-// "YYYY-MM-DD HH:MM:SS", with `digits` (1 to 9) a point and `fraction` behind it. Characters.
-int cell_format_timestamp(char *out, const SQL_TIMESTAMP_STRUCT &timestamp, std::uint32_t fraction,
-                          int digits);
 
 // What a scan of a text cell for a number found.
 struct cell_number {

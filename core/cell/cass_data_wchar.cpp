@@ -108,8 +108,8 @@ static int format_timestamp(char *out, const cell_request &request)
 {
     const SQL_TIMESTAMP_STRUCT &timestamp = request.field->data_storage.value.timestamp;
     if (request.buffer_length < 23)
-        return cell_format_timestamp(out, timestamp, 0, 0);
-    return cell_format_timestamp(out, timestamp, timestamp.fraction / 999999, 3);
+        return text_from_timestamp(out, timestamp, 0, 0);
+    return text_from_timestamp(out, timestamp, timestamp.fraction / 999999, 3);
 }
 
 SQLRETURN get_wchar(const cell_request &request)

@@ -133,7 +133,8 @@ SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed)
     return decode_row(stmt);
 }
 
-SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed)
+// fetch_data_row between its log records.
+static SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: statement_handle=%p",
              static_cast<void *>(stmt));
