@@ -10,13 +10,6 @@
 
 static constexpr std::int64_t MOST_UNITS = std::numeric_limits<std::int32_t>::max();
 
-static SQLWCHAR load_unit(const SQLWCHAR *text)
-{
-    SQLWCHAR unit;
-    std::memcpy(&unit, text, sizeof unit);
-    return unit;
-}
-
 // Units of a counted argument: SQL_NTS measures, any other negative count is 0.
 static std::int64_t resolve_bytes(const char *text, std::int64_t count)
 {
@@ -474,7 +467,7 @@ std::int64_t cass_wide_length_limited(const SQLWCHAR *text, std::int64_t limit_u
     const std::int64_t by_bytes = limit_bytes / static_cast<std::int64_t>(sizeof(SQLWCHAR));
     const std::int64_t limit = by_bytes < limit_units ? by_bytes : limit_units;
     std::int64_t units = 0;
-    while (units < limit && load_unit(text + units) != 0)
+    while (units < limit && cass_wide_unit(text, units) != 0)
         units++;
     return units;
 }

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #include "support/held.h"
 
@@ -124,6 +125,14 @@ int cass_utf8_put(SQLWCHAR unit, unsigned char *out);
 // byte gives 0: malformed text decodes by these masks on purpose.
 int cass_utf8_get(const unsigned char *bytes, std::int64_t available, SQLWCHAR *unit);
 
+// The unit at an index of a text that need not be aligned.
+inline SQLWCHAR cass_wide_unit(const void *text, std::int64_t index)
+{
+    SQLWCHAR unit;
+    std::memcpy(&unit, static_cast<const unsigned char *>(text) + index * std::int64_t{sizeof unit},
+                sizeof unit);
+    return unit;
+}
 // Copies `units` code units, no terminator.
 void cass_wide_copy(SQLWCHAR *target, const SQLWCHAR *source, std::int64_t units);
 // Copy to a buffer of `size` bytes with truncation. `length`, if given, receives the full length in

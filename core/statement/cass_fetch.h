@@ -9,7 +9,6 @@ SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset);
 // One row of the current page or of the next, decoded into the IRD. SQL_SUCCESS, SQL_NO_DATA, or
 // SQL_ERROR with a diagnostic: a cell that cannot be decoded, no memory for the next page or, with
 // *page_failed set, a next page that did not come.
-SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed);
 SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed);
 // Forgets the row's cells; fixed-width values and storage types stay.
 void cass_clear_row_data(cass_stmt *stmt);

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/record/cass_handles.h"
+#include "support/bigendian.h"
 
 enum : std::uint8_t {
     OPCODE_ERROR = 0,
@@ -133,45 +134,6 @@ unsigned char *pkt_copy_from(const cass_packet *packet, std::int32_t position,
                              std::int32_t *length);
 
 // ---- Plain memory ------------------------------------------------------------------------------
-
-inline std::uint16_t load_be16(const void *bytes)
-{
-    std::uint16_t value;
-    std::memcpy(&value, bytes, sizeof value);
-    return __builtin_bswap16(value);
-}
-
-inline std::uint32_t load_be32(const void *bytes)
-{
-    std::uint32_t value;
-    std::memcpy(&value, bytes, sizeof value);
-    return __builtin_bswap32(value);
-}
-
-inline std::uint64_t load_be64(const void *bytes)
-{
-    std::uint64_t value;
-    std::memcpy(&value, bytes, sizeof value);
-    return __builtin_bswap64(value);
-}
-
-inline void store_be16(void *bytes, std::uint16_t value)
-{
-    value = __builtin_bswap16(value);
-    std::memcpy(bytes, &value, sizeof value);
-}
-
-inline void store_be32(void *bytes, std::uint32_t value)
-{
-    value = __builtin_bswap32(value);
-    std::memcpy(bytes, &value, sizeof value);
-}
-
-inline void store_be64(void *bytes, std::uint64_t value)
-{
-    value = __builtin_bswap64(value);
-    std::memcpy(bytes, &value, sizeof value);
-}
 
 // ---- Readers: too few bytes give 0 and move nothing; nothing here posts ------------------------
 

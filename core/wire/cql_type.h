@@ -36,6 +36,9 @@ enum : std::int32_t {
     CQL_TUPLE = 49,
 };
 
+// The day number that a `date` has on 1 January 1970.
+constexpr std::int64_t CQL_DATE_EPOCH = std::int64_t{1} << 31;
+
 struct cass_type_option;
 
 // A field of a user-defined type.
