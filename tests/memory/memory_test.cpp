@@ -2,8 +2,6 @@
 // application then sees is what it sees with memory in plenty, or SQL_ERROR with HY001: never less
 // with a success, never a crash or a block that is lost. After a failure the application does it
 // all again, and gets it all, or is told that the connection is gone.
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,14 +11,13 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
-#include <thread>
 
 #include "tests/app_value.h"
 #include "tests/bundle_file.h"
 #include "tests/handle_calls.h"
 #include "tests/memory/allocations.h"
 #include "tests/node/certificates.h"
-#include "tests/node/node_tls.h"
+#include "tests/node/node.h"
 
 // ---- The application ----------------------------------------------------------------------------
 
@@ -237,57 +234,6 @@ static std::string run(const scenario &steps, application app, const allocation_
 }
 
 // ---- The server ---------------------------------------------------------------------------------
-
-// The metadata service of a hosted database, on a port of its own.
-struct service {
-    int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    int port = 0;
-    std::thread thread;
-
-    explicit service(node_tls tls)
-    {
-        sockaddr_in address = {};
-        socklen_t length = sizeof address;
-        EXPECT_EQ(listen(listener, 16), 0);  // a port of the system's choice
-        getsockname(listener, reinterpret_cast<sockaddr *>(&address), &length);
-        port = ntohs(address.sin_port);
-        thread = std::thread([this, tls = std::move(tls)] { serve(tls); });
-    }
-    ~service()
-    {
-        shutdown(listener, SHUT_RDWR);
-        thread.join();
-        close(listener);
-    }
-    service &operator=(service &&) = delete;  // and with it all copies
-
-    void serve(const node_tls &settings) const
-    {
-        sigset_t pipe;
-        sigemptyset(&pipe);
-        sigaddset(&pipe, SIGPIPE);
-        pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
-        const std::string json =
-            R"({"region": "r", "contact_info": {"contact_points": ["a", "b"]}})";
-        const std::string reply = "HTTP/1.1 200 OK\r\nContent-Length: " +
-                                  std::to_string(json.size()) + "\r\n\r\n" + json;
-        for (;;) {
-            const int client = accept(listener, nullptr, nullptr);
-            if (client < 0)
-                return;
-            const tls_session tls = tls_accept(settings);
-            SSL_set_fd(tls.get(), client);
-            std::string request;
-            char byte;
-            while (!request.ends_with("\n\n") && SSL_read(tls.get(), &byte, 1) == 1)
-                request += byte;
-            if (request.ends_with("\n\n"))
-                SSL_write(tls.get(), reply.data(), static_cast<int>(reply.size()));
-            SSL_shutdown(tls.get());
-            close(client);
-        }
-    }
-};
 
 static node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {})
 {
@@ -793,8 +739,10 @@ struct road {
 struct memory : ::testing::TestWithParam<road> {
     const file_folder folder;
     const certificate ca = make_ca();
-    node_tls tls = {.chain = make_certificate({}, &ca).pem, .key = key_pem(KEY_ONE)};
-    const service hosted = service(tls);
+    const node_tls tls = {.chain = make_certificate({}, &ca).pem,
+                          .key = key_pem(KEY_ONE),
+                          .http = "HTTP/1.1 200 OK\r\nContent-Length: 64\r\n\r\n"
+                                  R"({"region": "r", "contact_info": {"contact_points": ["a", "b"]}} )"};
     node_ptr node = node_ptr(nullptr, node_free);
     application app;
 
@@ -814,10 +762,10 @@ struct memory : ::testing::TestWithParam<road> {
             for (std::size_t at; (at = app.connection.find(word)) != std::string::npos;)
                 app.connection.replace(at, word.size(), value);
         };
+        const std::string port = std::to_string(node_port(node.get()));
         write_bundle(folder.path + "/bundle.zip",
-                     {{"config.json", R"({"host": "127.0.0.1", "port": )" +
-                                          std::to_string(hosted.port) + R"(, "cql_port": )" +
-                                          std::to_string(node_port(node.get())) +
+                     {{"config.json", R"({"host": "127.0.0.1", "port": )" + port +
+                                          R"(, "cql_port": )" + port +
                                           R"(, "keyspace": "ks", "caCertLocation": "./ca",)" +
                                           R"("certLocation": "cert", "keyLocation": "./key"})"},
                       {"ca", ca.pem},
