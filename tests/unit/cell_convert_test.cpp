@@ -8,7 +8,7 @@
 #include <sstream>
 #include <tuple>
 
-#include "cell_rig.h"
+#include "tests/unit/cell_rig.h"
 #include "core/log/cass_log.h"
 #include "tests/app_value.h"
 

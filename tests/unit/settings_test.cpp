@@ -9,7 +9,7 @@
 #include "core/session/cass_settings.h"
 #include "dll/driver_test.h"
 #include "odbc/SQLDriverConnectWide.h"
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 struct settings : stmt_fixture {
     std::filesystem::path folder =
@@ -48,16 +48,19 @@ struct settings : stmt_fixture {
     std::string all() const
     {
         std::string line;
-        for (const cass_string *text : {conn->settings.user, conn->settings.password, conn->settings.server, conn->settings.bundle_path,
-                                        conn->settings.keyspace, conn->settings.entropy_file, conn->settings.private_key_file,
-                                        conn->settings.certificate_file, conn->settings.public_key_file})
+        for (const cass_string *text :
+             {conn->settings.user, conn->settings.password, conn->settings.server,
+              conn->settings.bundle_path, conn->settings.keyspace, conn->settings.entropy_file,
+              conn->settings.private_key_file, conn->settings.certificate_file,
+              conn->settings.public_key_file})
             line += (text == nullptr ? "-" : text_of(text)) + " ";
         line += conn->settings.log_file;
         for (const std::int32_t number :
-             {conn->head.log_mask, conn->settings.port, conn->settings.metadata_port, conn->settings.ipv6, conn->settings.logon_timeout,
-              conn->settings.connection_timeout, conn->settings.encrypt, conn->settings.trust_server_certificate,
-              conn->settings.rcvbuffer, conn->settings.keepalive, conn->settings.astra, conn->settings.consistency, conn->settings.string_len,
-              conn->settings.binary_len})
+             {conn->head.log_mask, conn->settings.port, conn->settings.metadata_port,
+              conn->settings.ipv6, conn->settings.logon_timeout, conn->settings.connection_timeout,
+              conn->settings.encrypt, conn->settings.trust_server_certificate,
+              conn->settings.rcvbuffer, conn->settings.keepalive, conn->settings.astra,
+              conn->settings.consistency, conn->settings.string_len, conn->settings.binary_len})
             line += " " + std::to_string(number);
         return line;
     }

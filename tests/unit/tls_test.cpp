@@ -12,7 +12,7 @@
 #include "core/net/cass_conn.h"
 #include "core/net/cass_ssl.h"
 #include "tests/node/certificates.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 static const std::string no_connection = "08001|Client unable to establish connection: ";
 static const std::string error = no_connection + "SSL error\n";
@@ -60,8 +60,9 @@ TEST(tls_start, unusable_settings_fail_before_a_byte_goes_out)
                 conn->*length = 6;
             },
             told);
-    expect_refusal([](cass_conn *conn) { conn->settings.entropy_file = cass_string_from_cstr("/tmp/%s%n"); },
-                   no_connection + "Loading entropy from '/tmp/%s%n' failed\n");
+    expect_refusal(
+        [](cass_conn *conn) { conn->settings.entropy_file = cass_string_from_cstr("/tmp/%s%n"); },
+        no_connection + "Loading entropy from '/tmp/%s%n' failed\n");
     expect_refusal([](cass_conn *conn) { conn->settings.server = cass_string_from_cstr(""); },
                    no_connection + "Setting server name failed\n" + error);
 }

@@ -13,7 +13,7 @@
 #include "core/session/cass_logon.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 // ---- Bytes --------------------------------------------------------------------------------------
 
