@@ -7,7 +7,7 @@
 
 #include "core/session/cass_bundle.h"
 #include "odbc/SQLConnectWide.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 constexpr std::size_t member_limit = 16 << 20;
 
@@ -29,9 +29,10 @@ struct bundle : ::testing::Test {
         conn->settings.trust_server_certificate = 1;
         const int code = cass_read_bundle(conn);
         EXPECT_EQ(code, conn->head.diag_records == nullptr ? 0 : -5);
-        std::string all = narrow(conn->settings.server) + " " + narrow(conn->settings.keyspace);
-        for (const int number : {conn->settings.astra, conn->settings.metadata_port, conn->settings.port, conn->settings.encrypt,
-                                 conn->settings.trust_server_certificate})
+        std::string all = text_of(conn->settings.server) + " " + text_of(conn->settings.keyspace);
+        for (const int number :
+             {conn->settings.astra, conn->settings.metadata_port, conn->settings.port,
+              conn->settings.encrypt, conn->settings.trust_server_certificate})
             all += " " + std::to_string(number);
         return all + "\n" + records(&conn->head);
     }

@@ -9,7 +9,7 @@
 #include "core/session/cass_settings.h"
 #include "dll/driver_test.h"
 #include "odbc/SQLDriverConnectWide.h"
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 struct settings : stmt_fixture {
     std::filesystem::path folder =

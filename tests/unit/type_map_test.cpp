@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "core/cell/cass_data.h"
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 struct type_map : stmt_fixture {
     // A record with these type fields.
