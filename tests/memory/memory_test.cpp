@@ -33,7 +33,12 @@ struct application {
     SQLINTEGER numbers[2] = {3, 4};
     SQLLEN at_exec = SQL_DATA_AT_EXEC;
     SQLPOINTER token = nullptr;
-    SQLSMALLINT count = 0;
+    // Where calls put what they tell; it is taken behind each of them.
+    char text[2000] = {};
+    SQLWCHAR wide[2000] = {};
+    SQLSMALLINT small = 0;
+    SQLLEN number = 0;
+    SQLULEN size = 0;
 };
 
 enum step_mark : unsigned {
@@ -310,6 +315,8 @@ static std::vector<node_frame> respond(const node_request &request, bool lz4)
     }
 }
 
+static constexpr SQLSMALLINT NTS = SQL_NTS;
+
 // ---- What an application does -------------------------------------------------------------------
 
 static void put_text(std::string *data, const void *text, SQLLEN length = SQL_NTS)
@@ -318,17 +325,30 @@ static void put_text(std::string *data, const void *text, SQLLEN length = SQL_NT
     *data += "|";
 }
 
-static void put_number(std::string *data, SQLLEN number)
+// What the last call told, which is forgotten: the wide text is UTF-16 of no more than a byte a
+// unit.
+static void take_told(application &s, std::string *data)
 {
-    *data += std::to_string(number) + "|";
+    for (const SQLWCHAR *unit = s.wide; *unit != 0; unit++)
+        *data += static_cast<char>(*unit);
+    put_text(data, s.text);
+    put_text(data, std::to_string(s.number).c_str());
+    std::memset(s.text, 0, sizeof s.text);
+    std::memset(s.wide, 0, sizeof s.wide);
+    s.number = 0;
 }
 
-// UTF-16 of no more than a byte a unit.
-static void put_wide(std::string *data, const SQLWCHAR *text)
+// A further call of a step, unless one before it failed.
+#define THEN(...)                                                                                  \
+    do {                                                                                           \
+        if (SQL_SUCCEEDED(code))                                                                   \
+            code = SQLRETURN(DRIVER(__VA_ARGS__));                                                 \
+        take_told(s, data);                                                                        \
+    } while (0)
+
+static SQLCHAR *words(const char *text)
 {
-    for (; *text != 0; text++)
-        *data += static_cast<char>(*text);
-    *data += "|";
+    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text));
 }
 
 // The rows by SQLGetData, and how they end.
@@ -359,109 +379,65 @@ static SQLRETURN fetch_bound(application &app, std::string *data)
 }
 
 // Descriptions of all columns in all forms.
-static SQLRETURN describe(application &app, std::string *data)
+static SQLRETURN describe(application &s, std::string *data)
 {
-    SQLSMALLINT columns = 0;
-    SQLRETURN code = DRIVER(SQLNumResultCols(app.stmt, &columns));
+    SQLSMALLINT columns = 0, *n = &s.small;
+    SQLRETURN code = DRIVER(SQLNumResultCols(s.stmt, &columns));
     for (SQLUSMALLINT column = 1; SQL_SUCCEEDED(code) && column <= columns; column++) {
-        SQLCHAR name[64] = "";
-        SQLWCHAR wide[64] = {};
-        SQLSMALLINT length = 0, type = 0, digits = 0, nullable = 0;
-        SQLULEN size = 0;
-        SQLLEN number = 0;
-        code = DRIVER(SQLDescribeCol(app.stmt, column, name, sizeof name, &length, &type, &size,
-                                     &digits, &nullable));
-        put_text(data, name);
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(SQLDescribeColW(app.stmt, column, wide, 64, &length, &type, &size,
-                                          &digits, &nullable));
-        put_wide(data, wide);
+        THEN(SQLDescribeCol(s.stmt, column, words(s.text), 64, n, n, &s.size, n, n));
+        THEN(SQLDescribeColW(s.stmt, column, s.wide, 64, n, n, &s.size, n, n));
         for (const SQLUSMALLINT field :
              {SQL_DESC_NAME, SQL_DESC_TYPE_NAME, SQL_DESC_TABLE_NAME, SQL_DESC_SCHEMA_NAME,
               SQL_DESC_LITERAL_PREFIX, SQL_DESC_LOCAL_TYPE_NAME, SQL_DESC_LENGTH}) {
-            if (SQL_SUCCEEDED(code))
-                code = DRIVER(
-                    SQLColAttribute(app.stmt, column, field, name, sizeof name, &length, &number));
-            put_text(data, name);
-            if (SQL_SUCCEEDED(code))
-                code = DRIVER(
-                    SQLColAttributeW(app.stmt, column, field, wide, sizeof wide, &length, &number));
-            put_wide(data, wide);
+            THEN(SQLColAttribute(s.stmt, column, field, s.text, 64, n, &s.number));
+            THEN(SQLColAttributeW(s.stmt, column, field, s.wide, 128, n, &s.number));
         }
-        put_number(data, number);
     }
     return code;
 }
 
-static SQLRETURN count_rows(application &app, std::string *data)
-{
-    SQLLEN rows = 0;
-    const SQLRETURN code = DRIVER(SQLRowCount(app.stmt, &rows));
-    put_number(data, rows);
-    return code;
-}
-
 // Texts of the driver, in both forms.
-static SQLRETURN read_info(application &app, std::string *data)
+static SQLRETURN read_info(application &s, std::string *data)
 {
     SQLRETURN code = SQL_SUCCESS;
     for (const SQLUSMALLINT info :
          {SQL_DATA_SOURCE_NAME, SQL_SERVER_NAME, SQL_DBMS_NAME, SQL_DBMS_VER, SQL_DRIVER_NAME,
           SQL_DATABASE_NAME, SQL_USER_NAME, SQL_KEYWORDS, SQL_IDENTIFIER_QUOTE_CHAR}) {
-        SQLCHAR text[2000] = "";
-        SQLWCHAR wide[2000] = {};
-        SQLSMALLINT length = 0;
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(SQLGetInfo(app.conn, info, text, sizeof text, &length));
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(SQLGetInfoW(app.conn, info, wide, sizeof wide, &length));
-        put_text(data, text);
-        put_wide(data, wide);
+        THEN(SQLGetInfo(s.conn, info, s.text, sizeof s.text, &s.small));
+        THEN(SQLGetInfoW(s.conn, info, s.wide, sizeof s.wide, &s.small));
     }
     return code;
 }
 
-static SQLRETURN read_diagnostics(application &app, std::string *data)
+static SQLRETURN read_diagnostics(application &s, std::string *data)
 {
-    SQLCHAR state[6] = "", text[200] = "";
-    SQLWCHAR wide_state[6] = {}, wide[200] = {};
+    SQLCHAR state[6] = "";
+    SQLWCHAR wide_state[6] = {};
     SQLINTEGER native = 0;
-    SQLSMALLINT length = 0;
-    const SQLHSTMT stmt = app.stmt;
-    SQLRETURN code =
-        DRIVER(SQLGetDiagRec(SQL_HANDLE_STMT, stmt, 1, state, &native, text, 200, &length));
-    put_text(data, text);
-    if (SQL_SUCCEEDED(code))
-        code = DRIVER(
-            SQLGetDiagRecW(SQL_HANDLE_STMT, stmt, 1, wide_state, &native, wide, 200, &length));
-    put_wide(data, wide);
+    SQLRETURN code = SQL_SUCCESS;
+    THEN(SQLGetDiagRec(SQL_HANDLE_STMT, s.stmt, 1, state, &native, words(s.text), 200, &s.small));
+    THEN(SQLGetDiagRecW(SQL_HANDLE_STMT, s.stmt, 1, wide_state, &native, s.wide, 200, &s.small));
     for (const SQLSMALLINT field :
          {SQL_DIAG_SQLSTATE, SQL_DIAG_MESSAGE_TEXT, SQL_DIAG_SERVER_NAME, SQL_DIAG_CLASS_ORIGIN}) {
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(
-                SQLGetDiagField(SQL_HANDLE_STMT, stmt, 1, field, text, sizeof text, &length));
-        put_text(data, text);
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(
-                SQLGetDiagFieldW(SQL_HANDLE_STMT, stmt, 1, field, wide, sizeof wide, &length));
-        put_wide(data, wide);
+        THEN(SQLGetDiagField(SQL_HANDLE_STMT, s.stmt, 1, field, s.text, 200, &s.small));
+        THEN(SQLGetDiagFieldW(SQL_HANDLE_STMT, s.stmt, 1, field, s.wide, 400, &s.small));
     }
     return code;
 }
 
-// A driver's call with nothing to tell but its code. `s` is the application.
+// clang-format off
+// A driver's call with what it tells. `s` is the application.
 #define CALL(type, marks, ...)                                                                     \
     step                                                                                           \
     {                                                                                              \
-#__VA_ARGS__, type,                                                                        \
-            [](application & s, std::string *) { return SQLRETURN(DRIVER(__VA_ARGS__)); }, marks   \
+        #__VA_ARGS__, type, [](application &s, std::string *data) {                                \
+            SQLRETURN code = SQL_SUCCESS;                                                          \
+            THEN(__VA_ARGS__);                                                                     \
+            return code;                                                                           \
+        }, marks                                                                                   \
     }
+// clang-format on
 #define STMT(...) CALL(SQL_HANDLE_STMT, PLAIN, __VA_ARGS__)
-
-static SQLCHAR *words(const char *text)
-{
-    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text));
-}
 
 static SQLRETURN make(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE *made, std::string *data)
 {
@@ -475,16 +451,6 @@ static SQLRETURN drop(SQLSMALLINT type, SQLHANDLE *handle)
     const SQLHANDLE gone = *handle;
     *handle = nullptr;
     return DRIVER(SQLFreeHandle(type, gone));
-}
-
-static SQLRETURN connect_by_string(application &app, std::string *data)
-{
-    SQLCHAR out[1024] = "";
-    const SQLRETURN code =
-        DRIVER(SQLDriverConnect(app.conn, nullptr, words(app.connection.c_str()), SQL_NTS, out,
-                                sizeof out, nullptr, SQL_DRIVER_NOPROMPT));
-    *data = reinterpret_cast<char *>(out);
-    return code;
 }
 
 static const step make_env = {"environment", SQL_HANDLE_ENV, [](application &s, std::string *d) {
@@ -501,14 +467,13 @@ static const step make_stmt = {
 static const step odbc3 =
     CALL(SQL_HANDLE_ENV, PLAIN,
          SQLSetEnvAttr(s.env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0));
-static const step by_string = {"SQLDriverConnect", SQL_HANDLE_DBC, connect_by_string, AGAIN};
-static const step by_name = {
-    "SQLConnect", SQL_HANDLE_DBC,
-    [](application &s, std::string *) {
-        return SQLRETURN(DRIVER(SQLConnect(s.conn, words(s.connection.c_str()), SQL_NTS,
-                                           words("user"), SQL_NTS, words("password"), SQL_NTS)));
-    },
-    AGAIN};
+static const step by_string =
+    CALL(SQL_HANDLE_DBC, AGAIN,
+         SQLDriverConnect(s.conn, nullptr, words(s.connection.c_str()), SQL_NTS, words(s.text),
+                          1024, nullptr, SQL_DRIVER_NOPROMPT));
+static const step by_name = CALL(SQL_HANDLE_DBC, AGAIN,
+                                 SQLConnect(s.conn, words(s.connection.c_str()), SQL_NTS,
+                                            words("user"), SQL_NTS, words("password"), SQL_NTS));
 static const step use_keyspace = STMT(SQLExecDirect(s.stmt, words("use \"ks\""), SQL_NTS));
 static const step drop_stmt = {"free statement", SQL_HANDLE_DBC, [](application &s, std::string *) {
                                    return drop(SQL_HANDLE_STMT, &s.stmt);
@@ -563,7 +528,7 @@ static const scenario statements = within({
     STMT(SQLFreeStmt(s.stmt, SQL_UNBIND)),
     STMT(SQLExecute(s.stmt)),
     rows,
-    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLRowCount(s.stmt, &s.number)),
     STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
     STMT(SQLExecDirect(s.stmt, words("select * from {fn ucase(t)}"), SQL_NTS)),
     rows,
@@ -583,18 +548,17 @@ static const scenario parameters = within({
     STMT(SQLPutData(s.stmt, words("first "), 6)),
     STMT(SQLPutData(s.stmt, words("second"), 6)),
     STMT(SQLParamData(s.stmt, &s.token)),
-    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLRowCount(s.stmt, &s.number)),
     STMT(SQLPrepare(s.stmt, words("insert into t (a, t) values (?, ?)"), SQL_NTS)),
-    STMT(SQLNumParams(s.stmt, &s.count)),
+    STMT(SQLNumParams(s.stmt, &s.small)),
     STMT(SQLDescribeParam(s.stmt, 1, nullptr, nullptr, nullptr, nullptr)),
     STMT(bind(s.stmt, 2, SQL_C_SLONG, SQL_VARCHAR, s.numbers)),
     STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(2), 0)),
     STMT(SQLExecute(s.stmt)),
-    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLRowCount(s.stmt, &s.number)),
     STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
 });
 
-static constexpr SQLSMALLINT NTS = SQL_NTS;
 #define LISTED(...) CALL(SQL_HANDLE_STMT, NO_RECORD, __VA_ARGS__), rows
 
 static const scenario tables = within({
@@ -630,38 +594,15 @@ static const scenario telling = within({
     marked(STMT(SQLExecDirect(s.stmt, words("refused"), SQL_NTS)), QUIET),
     {"diagnostics", SQL_HANDLE_ENV, read_diagnostics, NO_RECORD},
     {"info", SQL_HANDLE_DBC, read_info},
-    {"native text", SQL_HANDLE_DBC,
-     [](application &s, std::string *data) {
-         char text[64] = "";
-         SQLINTEGER length = 0;
-         const SQLRETURN code = DRIVER(SQLNativeSql(s.conn, words("select {fn now()}"), SQL_NTS,
-                                                    words(text), sizeof text, &length));
-         put_text(data, text);
-         return code;
-     }},
+    CALL(SQL_HANDLE_DBC, PLAIN,
+         SQLNativeSql(s.conn, words("select {fn now()}"), NTS, words(s.text), 64, nullptr)),
     CALL(SQL_HANDLE_STMT, NO_RECORD, SQLSetCursorName(s.stmt, words("name"), NTS)),
-    {"cursor name", SQL_HANDLE_STMT,
-     [](application &s, std::string *data) {
-         char text[64] = "";
-         SQLWCHAR wide[64] = {};
-         SQLRETURN code = DRIVER(SQLGetCursorName(s.stmt, words(text), sizeof text, nullptr));
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetCursorNameW(s.stmt, wide, 64, nullptr));
-         put_text(data, text);
-         put_wide(data, wide);
-         return code;
-     }},
+    STMT(SQLGetCursorName(s.stmt, words(s.text), 64, nullptr)),
+    STMT(SQLGetCursorNameW(s.stmt, s.wide, 64, nullptr)),
     CALL(SQL_HANDLE_DBC, PLAIN,
          SQLSetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, words("x"), SQL_NTS)),
-    {"connection attribute", SQL_HANDLE_DBC,
-     [](application &s, std::string *data) {
-         char text[64] = "";
-         SQLINTEGER length = 0;
-         const SQLRETURN code = DRIVER(
-             SQLGetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, text, sizeof text, &length));
-         put_text(data, text);
-         return code;
-     }},
+    CALL(SQL_HANDLE_DBC, PLAIN,
+         SQLGetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, s.text, 64, nullptr)),
     {"descriptor", SQL_HANDLE_DBC,
      [](application &s, std::string *data) {
          if (s.desc != nullptr)
@@ -680,25 +621,13 @@ static const scenario telling = within({
      [](application &s, std::string *data) {
          SQLRETURN code = DRIVER(SQLExecDirect(s.stmt, words("select * from t"), SQL_NTS));
          SQLHDESC ird = nullptr;
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetStmtAttr(s.stmt, SQL_ATTR_IMP_ROW_DESC, &ird, 0, nullptr));
-         SQLCHAR text[64] = "";
-         SQLWCHAR wide[64] = {};
-         SQLSMALLINT n;
+         SQLSMALLINT *n = &s.small;
          SQLLEN length;
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetDescField(ird, 2, SQL_DESC_NAME, text, sizeof text, nullptr));
-         if (SQL_SUCCEEDED(code))
-             code =
-                 DRIVER(SQLGetDescFieldW(ird, 2, SQL_DESC_TYPE_NAME, wide, sizeof wide, nullptr));
-         put_text(data, text);
-         put_wide(data, wide);
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetDescRec(ird, 1, text, 64, &n, &n, &n, &length, &n, &n, &n));
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetDescRecW(ird, 1, wide, 64, &n, &n, &n, &length, &n, &n, &n));
-         put_text(data, text);
-         put_wide(data, wide);
+         THEN(SQLGetStmtAttr(s.stmt, SQL_ATTR_IMP_ROW_DESC, &ird, 0, nullptr));
+         THEN(SQLGetDescField(ird, 2, SQL_DESC_NAME, s.text, 64, nullptr));
+         THEN(SQLGetDescFieldW(ird, 2, SQL_DESC_TYPE_NAME, s.wide, 128, nullptr));
+         THEN(SQLGetDescRec(ird, 1, words(s.text), 64, n, n, n, &length, n, n, n));
+         THEN(SQLGetDescRecW(ird, 1, s.wide, 64, n, n, n, &length, n, n, n));
          return code;
      }},
     close_rows,
