@@ -23,8 +23,8 @@ static int no_memory(cass_stmt *stmt, const char *who)
 
 // ---- Creation ----------------------------------------------------------------------------------
 
-// A short reports the width of the stored integer and the name of one: on purpose, applications
-// bind both kinds alike.
+// A short reports the width of the stored integer and the name of one, on purpose: both kinds can
+// be bound alike.
 static void describe_integer(cass_field *field, std::int32_t digits)
 {
     field->display_size = digits;

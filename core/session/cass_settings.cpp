@@ -3,7 +3,7 @@
 //
 // A setting is read on three roads: SQLConnect's DSN, the connection string, and the DSN that a
 // connection string names. They do not treat every key alike; where they differ is a column of the
-// table or of a word list below, and applications' existing DSNs rely on each difference.
+// table or of a word list below, and each difference is deliberate.
 #include "core/session/cass_settings.h"
 
 #include <cstdlib>

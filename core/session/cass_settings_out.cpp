@@ -60,7 +60,7 @@ int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
 // `usual` or below `least`. With a bundle most pieces are left out: it brings them itself.
 //
 // The string does not read back in full: a bundle's path and the port of the metadata service go
-// out under names that the parser does not take. Applications see these names, so they stay.
+// out, on purpose, under names that the parser does not take.
 struct out_piece {
     const char *format;
     cass_string *cass_settings::*text;

@@ -223,8 +223,8 @@ static int decode_columns(cass_stmt *stmt, cass_packet *packet, cass_desc *desc,
 
 // ---- Metadata ----------------------------------------------------------------------------------
 
-// All that the records of an IRD depend on beside the bytes of the specification. It stands in
-// front of those bytes in the statement's copy.
+// All that the records of an IRD depend on beside the bytes of the column spec. It stands in front
+// of those bytes in the statement's copy.
 struct column_shape {
     std::int32_t global;
     std::int32_t count;
@@ -265,7 +265,7 @@ static bool is_described(const cass_stmt *stmt, const cass_packet *packet,
     return true;
 }
 
-// Takes the specification as read. The cells become those of fresh records, but keep their buffers.
+// Takes the column spec as read. The cells become those of fresh records, but keep their buffers.
 static void reuse_description(const cass_stmt *stmt, cass_packet *packet)
 {
     const cass_desc *ird = stmt->implicit_ird;
@@ -279,8 +279,8 @@ static void reuse_description(const cass_stmt *stmt, cass_packet *packet)
     packet->read_pos += stmt->meta_length - static_cast<std::int32_t>(sizeof(column_shape));
 }
 
-// Keeps the specification from `start` to the read position. Without memory there is no copy, and
-// the next page is decoded. One that the body cut short is not kept either: it would pass for the
+// Keeps the column spec from `start` to the read position. Without memory there is no copy, and the
+// next page is decoded. One that the body cut short is not kept either: it would pass for the
 // beginning of a whole one.
 static void keep_description(cass_stmt *stmt, const cass_packet *packet, std::int32_t start,
                              const column_shape &shape)
