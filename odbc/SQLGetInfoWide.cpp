@@ -1,6 +1,6 @@
 // What the driver says of itself: one table in the order of the info types, and the answer to
-// SQLGetInfo in both forms. The values are part of the driver's character towards applications
-// and stay as they are, also where they claim more or less than it can do.
+// SQLGetInfo in both forms. The values are deliberate, also where they claim more or less than the
+// driver can do.
 #include "odbc/SQLGetInfoWide.h"
 
 #include "core/net/cass_conn_shared.h"

@@ -50,7 +50,7 @@ static SQLRETURN get_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINT
 {
     const stmt_attr attr = find_stmt_attr(attribute);
     if (attr.get == ATTR_UNREADABLE) {
-        // Two records, the second without the attribute's number: tools match its text.
+        // Two records, the second with a 0 in place of the attribute's number, on purpose.
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: unexpected attribute %d", entry.name,
                  static_cast<int>(attribute));
         cass_post_error(&stmt->head, STATE_HY092, 0, nullptr);

@@ -4,8 +4,9 @@
 static SQLRETURN set_cursor_name(cass_stmt *stmt, const entry_point &entry,
                                  const text_argument &name)
 {
+    cass_string *kept = cass_string_from_argument(name);
     cass_string_free(stmt->cursor_name);
-    stmt->cursor_name = cass_string_from_argument(name);
+    stmt->cursor_name = kept;
     if (stmt->cursor_name != nullptr)
         return SQL_SUCCESS;
     ENTRY_LOG(&stmt->head, entry, LOG_DETAIL, "%s: failed creating string", entry.name);

@@ -148,8 +148,8 @@ static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINT
     case ATTR_INSTALL_ARD:
         return install_desc(stmt, entry, &stmt->ard, stmt->implicit_ard, stmt->ard, value);
     case ATTR_INSTALL_APD:
-        // A new APD cuts off the current ARD, not the APD that it replaces. Applications see it in
-        // the ARD's header fields, which are refused from then on; it stays.
+        // A new APD cuts off the current ARD, not the APD that it replaces. Deliberate: the ARD's
+        // header fields are refused from then on.
         return install_desc(stmt, entry, &stmt->apd, stmt->implicit_apd, stmt->ard, value);
     default:
         if (stmt_attr_apply(stmt, attr, reinterpret_cast<SQLULEN>(value)) && stmt->prepared)

@@ -13,7 +13,7 @@ static constexpr char log_source[] = "SQLStatisticsWide.c";
 constexpr int OPTIONS_SIZE = 1024;
 
 // clang-format off
-// The misspelt name is what applications have met so far.
+// CARDINATILY is spelt so on purpose.
 static constexpr cass_internal_column index_columns[] = {
     {"TABLE_CAT",        SQL_VARCHAR,   64, SQL_NULLABLE},
     {"TABLE_SCHEM",      SQL_VARCHAR,   64, SQL_NULLABLE},

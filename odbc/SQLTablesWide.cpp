@@ -83,7 +83,7 @@ struct listing {
     const char *type;  // TABLE_TYPE of its rows
 };
 
-// A view asked for as "VIEW" is told as "VIEWS": applications know both words by now.
+// A view asked for as "VIEW" is told as "VIEWS", on purpose.
 static constexpr listing listings[] = {
     {"TABLE", "'TABLE'", "select keyspace_name, table_name from system_schema.tables",
      "table_name=", "TABLE"},

@@ -1,5 +1,4 @@
-// The shapes of the catalog results that never have rows. The misspelt name of a procedure column's
-// nullability is what applications have met so far.
+// The shapes of the catalog results that never have rows. IS_NULABLE is spelt so on purpose.
 #include "odbc/empty_catalog.h"
 
 #include <iterator>

@@ -72,7 +72,7 @@ cass_string *cass_string_copy(const cass_string *string);
 // Units from `start` (clamped to the length) on; a count of -1 or past the end takes the rest.
 cass_string *cass_string_sub(const cass_string *string, std::int32_t start, std::int32_t count);
 // Grows the first string by the second and gives it back. On failure null, and the first string is
-// left with a null text and length 0.
+// as it was.
 cass_string *cass_string_append(cass_string *string, const cass_string *tail);
 // What stands before and behind the first separator outside braces; without one left is the whole
 // and right is empty. 1, or 0 when the string could not be searched or memory ran out.

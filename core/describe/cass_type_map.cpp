@@ -1,7 +1,6 @@
 // How a Cassandra type looks to an ODBC application: the description of a column by its CQL type,
 // the defaults that follow from a record's concise type, and which type numbers are accepted where.
-// Every decision is a row of a table here; odd rows are meant, since applications have settled on
-// them.
+// Every decision is a row of a table here; odd rows are deliberate.
 #include <cstring>
 #include <span>
 

@@ -14,17 +14,10 @@
 
 static constexpr char log_source[] = "cass_internalrs.c";
 
-static int no_memory(cass_stmt *stmt, const char *who)
-{
-    CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to allocate memory", who);
-    cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
-    return -1;
-}
-
 // ---- Creation ----------------------------------------------------------------------------------
 
-// A short reports the width of the stored integer and the name of one: on purpose, applications
-// bind both kinds alike.
+// A short reports the width of the stored integer and the name of one, on purpose: both kinds can
+// be bound alike.
 static void describe_integer(cass_field *field, std::int32_t digits)
 {
     field->display_size = digits;
@@ -100,12 +93,12 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
 {
     auto *rs = static_cast<cass_internal_rs *>(std::calloc(1, sizeof(cass_internal_rs)));
     if (rs == nullptr)
-        return no_memory(stmt, "cass_create_internal_rs");
+        return cass_post_no_memory(&stmt->head, log_source, "cass_create_internal_rs");
     rs->at_start = 1;
     rs->columns = columns;
     if (take_sort_keys(rs, sort_keys) != 0) {
         cass_free_internal_rs(stmt, rs);
-        return no_memory(stmt, "cass_create_internal_rs");
+        return cass_post_no_memory(&stmt->head, log_source, "cass_create_internal_rs");
     }
 
     stmt->ird = stmt->implicit_ird;
@@ -116,7 +109,7 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
     cass_free_internal_rs(stmt, rs);
     stmt->data_waiting = 0;
     cass_desc_undescribe(stmt->ird);
-    return no_memory(stmt, "cass_create_internal_rs");
+    return cass_post_no_memory(&stmt->head, log_source, "cass_create_internal_rs");
 }
 
 void cass_free_internal_rs(cass_stmt *stmt, cass_internal_rs *rs)
@@ -227,7 +220,7 @@ int cass_insert_internal_row(cass_stmt *stmt, const char *const *values)
     }
     cass_internal_row *row = make_row(rs->columns->count, values);
     if (row == nullptr)
-        return no_memory(stmt, "cass_insert_internal_row");
+        return cass_post_no_memory(&stmt->head, log_source, "cass_insert_internal_row");
     if (rs->sort_key_count < 1)
         append_row(rs, row);
     else
@@ -270,7 +263,7 @@ static int populate_row(cass_stmt *stmt, const cass_internal_row *row)
     for (std::int32_t column = 0; column < columns; ++column) {
         cass_field *field = &stmt->ird->fields[column];
         if (populate_field(field, row->values[column]) != 0)
-            return no_memory(stmt, "cass_fetch_internal_row");
+            return cass_post_no_memory(&stmt->head, log_source, "cass_fetch_internal_row");
         const cass_data_storage &cell = field->data_storage;
         CASS_LOG(&stmt->head, LOG_DETAIL, "populate internal row: reading column %d", column);
         CASS_LOG(&stmt->head, LOG_DETAIL, "field->consise_type = %d", field->consise_type);

@@ -174,7 +174,7 @@ static void process_escape(cass_stmt *stmt, sql_scan *scan)
         opening = k + 2;
     else if (first == 'd' || first == 't')
         // The count fits one blank behind the brace or none, and the "s" of {ts '...'} is left
-        // standing, so that the server refuses it. Both are meant to stay as they are.
+        // standing, so that the server refuses it. Both are deliberate.
         opening = k < length - k ? 2 * k : length;
     else
         return;
