@@ -11,6 +11,11 @@ struct cass_conduct {
     // Of a text only the low byte of each unit goes out: ANSI calls hand over bytes, which reach
     // the server unchanged. 0: bytes as they stand, and UTF-16 as UTF-8.
     bool text_goes_out_by_low_bytes;
+    // A prepared execution looks for data at execution at the set where the run before has ended, so
+    // that it pauses in the first run alone. 0: at the first set, in every run.
+    bool data_is_awaited_in_first_run_only;
+    // A set of an array that failed is information when another one succeeded. 0: it is an error.
+    bool failed_set_is_information;
 
     // Cells and rows.
 

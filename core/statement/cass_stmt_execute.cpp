@@ -101,9 +101,16 @@ static bool run_set(cass_stmt *stmt, const prepared_road &road, set_tally *tally
                       tally);
 }
 
-// The code of an execution from its tally; `otherwise` when no set ran.
-static SQLRETURN execution_code(const set_tally &tally, SQLRETURN otherwise)
+static bool failed_set_is_information(const cass_conn *conn)
 {
+    return conn->conduct->failed_set_is_information;
+}
+
+// The code of an execution from its tally; `otherwise` when no set ran.
+static SQLRETURN execution_code(const cass_conn *conn, const set_tally &tally, SQLRETURN otherwise)
+{
+    if (tally.error > 0 && !failed_set_is_information(conn))
+        return SQL_ERROR;
     if (tally.ok > 0 || tally.info > 0)
         return tally.error > 0 || tally.info > 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
     return tally.error > 0 ? SQL_ERROR : otherwise;
@@ -125,7 +132,7 @@ static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, set_tally 
     }
     CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.counts, tally->ok, tally->info,
                 tally->error);
-    return sets > 0 ? execution_code(*tally, otherwise) : otherwise;
+    return sets > 0 ? execution_code(stmt_conn(stmt), *tally, otherwise) : otherwise;
 }
 
 // The same, with the tally kept on the statement for what may go on behind a pause for data.
@@ -137,6 +144,11 @@ static SQLRETURN run_and_keep_tally(cass_stmt *stmt, const prepared_road &road, 
     stmt->info_count = tally.info;
     stmt->error_count = tally.error;
     return code;
+}
+
+static bool data_is_awaited_in_first_run_only(const cass_conn *conn)
+{
+    return conn->conduct->data_is_awaited_in_first_run_only;
 }
 
 SQLRETURN cass_execute(cass_stmt *stmt)
@@ -153,9 +165,8 @@ SQLRETURN cass_execute(cass_stmt *stmt)
     }
     cass_string_free(stmt->query_text);
     stmt->query_text = nullptr;
-    // At the place where the run before has ended, and not at the first set, which is next: a
-    // re-execution finds no data at execution there, and chunks collected for the first execution
-    // serve the next ones.
+    if (!data_is_awaited_in_first_run_only(stmt_conn(stmt)))
+        stmt->param_row = 0;
     const int checked = cass_check_params(stmt, 0, OP_EXECUTE);
     if (checked != 0)
         return static_cast<SQLRETURN>(checked);
