@@ -44,6 +44,34 @@ static const char *radix(std::int32_t sql_type)
     return sql_type == SQL_REAL || sql_type == SQL_DOUBLE ? "2" : nullptr;
 }
 
+static bool ordinals_count_from_zero(const cass_conn *conn)
+{
+    return conn->conduct->ordinals_count_from_zero;
+}
+
+static bool a_datetime_subcode_is_the_type(const cass_conn *conn)
+{
+    return conn->conduct->a_datetime_subcode_is_the_type;
+}
+
+static bool all_types_tell_octet_lengths(const cass_conn *conn)
+{
+    return conn->conduct->all_types_tell_octet_lengths;
+}
+
+static std::int32_t datetime_subcode(const cass_conn *conn, std::int32_t sql_type)
+{
+    if (a_datetime_subcode_is_the_type(conn))
+        return sql_type;
+    return sql_type == SQL_DATE || sql_type == SQL_TYPE_DATE ? SQL_CODE_DATE : SQL_CODE_TIMESTAMP;
+}
+
+static bool tells_octet_length(const cass_conn *conn, std::int32_t sql_type)
+{
+    return sql_type == SQL_VARCHAR || sql_type == SQL_VARBINARY ||
+           all_types_tell_octet_lengths(conn);
+}
+
 static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_column_entry *column)
 {
     const cass_conn *conn = stmt_conn(stmt);
@@ -53,7 +81,9 @@ static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_co
     const catalog_number bytes = catalog_number_text(cass_catalog_buffer_length(conn, column));
     const catalog_number digits = catalog_number_text(column->digits);
     const catalog_number verbose = catalog_number_text(is_datetime(type) ? SQL_DATETIME : type);
-    const catalog_number ordinal = catalog_number_text(column->ordinal);
+    const catalog_number subcode = catalog_number_text(datetime_subcode(conn, type));
+    const catalog_number ordinal =
+        catalog_number_text(column->ordinal + (ordinals_count_from_zero(conn) ? 0 : 1));
     const char *const values[] = {
         CATALOG_NAME,
         table->keyspace,
@@ -69,10 +99,8 @@ static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_co
         nullptr,
         nullptr,
         verbose.text,
-        // The concise type itself and not the subcode of the standard, on purpose.
-        is_datetime(type) ? data_type.text : nullptr,
-        bytes.text,  // for all types
-        // Counted from 0, on purpose.
+        is_datetime(type) ? subcode.text : nullptr,
+        tells_octet_length(conn, type) ? bytes.text : nullptr,
         ordinal.text,
         column->is_key ? "NO" : "YES",
     };

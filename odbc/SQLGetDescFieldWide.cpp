@@ -127,18 +127,30 @@ static SQLRETURN answer_small(SQLSMALLINT number, void *value, SQLINTEGER *strin
     return SQL_SUCCESS;
 }
 
-// A text that is cut leaves its 01004 beside SQL_SUCCESS, as nowhere else.
+static bool a_cut_descriptor_text_is_a_success(const cass_conn *conn)
+{
+    return conn->conduct->a_cut_descriptor_text_is_a_success;
+}
+
+SQLRETURN desc_cut_code(const cass_desc *desc)
+{
+    return a_cut_descriptor_text_is_a_success(desc_conn(desc)) ? SQL_SUCCESS
+                                                               : SQL_SUCCESS_WITH_INFO;
+}
+
 static SQLRETURN answer_text(cass_desc *desc, const entry_point &entry, const cass_string *text,
                              text_form form, void *value, SQLINTEGER buffer_length,
                              SQLINTEGER *string_length)
 {
+    SQLRETURN code = SQL_SUCCESS;
     std::int64_t length = 0;
     if (describe_text_out(text, form, value, buffer_length, &length)) {
         CASS_LOG(&desc->head, LOG_ERROR, "%s: text truncated", entry.name);
         cass_post_error(&desc->head, STATE_01004, 0, nullptr);
+        code = desc_cut_code(desc);
     }
     cass_store(string_length, static_cast<SQLINTEGER>(length));
-    return SQL_SUCCESS;
+    return code;
 }
 
 static SQLRETURN get_desc_field(cass_desc *desc, const entry_point &entry, text_form form,

@@ -20,11 +20,18 @@ static constexpr cass_internal_column key_columns[] = {
 static constexpr cass_internal_columns key_result = {std::size(key_columns), key_columns};
 static constexpr std::int32_t key_sort_keys[] = {1, 2, 3, 5, 0};
 
-// The schema is measured with the length of the catalog, on purpose: applications give the same to
-// both, and one that gives a null catalog of length 0 gets the current keyspace. Never past the
-// schema's own length or terminator, where it has them.
-static text_argument measured_schema(const text_argument &catalog, text_argument schema)
+static bool the_schema_is_measured_by_the_catalog(const cass_conn *conn)
 {
+    return conn->conduct->the_schema_is_measured_by_the_catalog;
+}
+
+// The schema measured with the length of the catalog: a null catalog of length 0 gives the current
+// keyspace. Never past the schema's own length or terminator, where it has them.
+static text_argument measured_schema(const cass_conn *conn, const text_argument &catalog,
+                                     text_argument schema)
+{
+    if (!the_schema_is_measured_by_the_catalog(conn))
+        return schema;
     const bool terminated = schema.length == SQL_NTS;
     const std::int64_t room = terminated ? INT16_MAX : std::max<std::int64_t>(schema.length, 0);
     const std::int64_t wanted =
@@ -42,6 +49,11 @@ static text_argument measured_schema(const text_argument &catalog, text_argument
     return schema;
 }
 
+static bool the_key_is_not_counted(const cass_conn *conn)
+{
+    return conn->conduct->the_key_is_not_counted;
+}
+
 static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
 {
     held_tables tables;
@@ -52,7 +64,9 @@ static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cas
              column = column->next) {
             if (!column->is_key)
                 continue;
-            const catalog_number sequence = catalog_number_text(column->key_seq + 1);
+            const std::int32_t place =
+                the_key_is_not_counted(stmt_conn(stmt)) ? column->key_seq : column->position;
+            const catalog_number sequence = catalog_number_text(place + 1);
             const char *const values[] = {CATALOG_NAME, entry->keyspace, entry->table,
                                           column->name, sequence.text,   nullptr};
             if (cass_insert_internal_row(stmt, values) != 0)
@@ -67,7 +81,8 @@ static SQLRETURN primary_keys(cass_stmt *stmt, const primary_keys_call &call)
     cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
-    if (!cass_string_take_argument(measured_schema(call.catalog, call.schema), &schema) ||
+    if (!cass_string_take_argument(measured_schema(stmt_conn(stmt), call.catalog, call.schema),
+                                   &schema) ||
         !cass_string_take_argument(call.table, &table) ||
         cass_create_internal_rs(stmt, &key_result, key_sort_keys) != 0)
         return SQL_ERROR;
