@@ -37,9 +37,34 @@ static bool is_datetime(std::int32_t sql_type)
            sql_type == SQL_TYPE_TIMESTAMP;
 }
 
-static const char *radix(std::int32_t sql_type)
+static bool integers_have_no_radix(const cass_conn *conn)
+{
+    return conn->conduct->integers_have_no_radix;
+}
+
+static bool only_decimals_have_digits(const cass_conn *conn)
+{
+    return conn->conduct->only_decimals_have_digits;
+}
+
+static bool is_integer(std::int32_t sql_type)
+{
+    return sql_type == SQL_TINYINT || sql_type == SQL_SMALLINT || sql_type == SQL_INTEGER ||
+           sql_type == SQL_BIGINT;
+}
+
+static bool tells_digits(const cass_conn *conn, std::int32_t sql_type)
 {
     if (sql_type == SQL_NUMERIC)
+        return true;
+    const bool counts =
+        is_integer(sql_type) || sql_type == SQL_TIMESTAMP || sql_type == SQL_TYPE_TIMESTAMP;
+    return counts && !only_decimals_have_digits(conn);
+}
+
+static const char *radix(const cass_conn *conn, std::int32_t sql_type)
+{
+    if (sql_type == SQL_NUMERIC || (is_integer(sql_type) && !integers_have_no_radix(conn)))
         return "10";
     return sql_type == SQL_REAL || sql_type == SQL_DOUBLE ? "2" : nullptr;
 }
@@ -93,8 +118,8 @@ static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_co
         column->type_name,
         size.text,
         bytes.text,
-        type == SQL_NUMERIC ? digits.text : nullptr,
-        radix(type),
+        tells_digits(conn, type) ? digits.text : nullptr,
+        radix(conn, type),
         column->is_key ? "0" : "1",
         nullptr,
         nullptr,

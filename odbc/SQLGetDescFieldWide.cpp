@@ -79,13 +79,24 @@ desc_role desc_role_of(const cass_desc *desc)
     return desc->stmt->ird == desc ? ROLE_IRD : ROLE_IPD;
 }
 
-const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec)
+static bool a_record_past_the_end_is_an_error(const cass_conn *conn)
+{
+    return conn->conduct->a_record_past_the_end_is_an_error;
+}
+
+const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec,
+                                       SQLRETURN *code)
 {
     // Parameters have no bookmark: record 0 exists on the row side, and on a descriptor that serves
     // no statement.
     const bool has_parameters =
         desc->stmt != nullptr && (desc->stmt->ipd == desc || desc->stmt->apd == desc);
+    if (rec > desc->field_count && !a_record_past_the_end_is_an_error(desc_conn(desc))) {
+        *code = SQL_NO_DATA;
+        return nullptr;
+    }
     if (rec < 0 || rec > desc->field_count || (rec == 0 && has_parameters)) {
+        *code = SQL_ERROR;
         CASS_LOG(&desc->head, LOG_ERROR, "%s: invalid record %d of %d", entry.name,
                  static_cast<int>(rec), static_cast<int>(desc->field_count));
         cass_post_error(&desc->head, STATE_07009, 0, nullptr);
@@ -165,9 +176,10 @@ static SQLRETURN get_desc_field(cass_desc *desc, const entry_point &entry, text_
         return answer_number(row, reinterpret_cast<const unsigned char *>(desc), value,
                              string_length);
 
-    const cass_field *field = desc_readable_record(desc, entry, rec);
+    SQLRETURN code;
+    const cass_field *field = desc_readable_record(desc, entry, rec, &code);
     if (field == nullptr)
-        return SQL_ERROR;
+        return code;
     if (row == nullptr) {
         CASS_LOG(&desc->head, LOG_ERROR, "%s: unexpected field %d", entry.name,
                  static_cast<int>(field_identifier));

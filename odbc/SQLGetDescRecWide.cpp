@@ -6,17 +6,16 @@
 
 static constexpr char log_source[] = "SQLGetDescRecWide.c";
 
-// A record past the end is 07009, never SQL_NO_DATA.
 static SQLRETURN get_desc_rec(cass_desc *desc, const entry_point &entry, text_form form,
                               SQLSMALLINT rec, const desc_rec_outputs &out)
 {
     CASS_LOG(&desc->head, LOG_DETAIL, "desc: app_desc %d, field_count %d",
              static_cast<int>(desc->app_desc), static_cast<int>(desc->field_count));
-    const cass_field *field = desc_readable_record(desc, entry, rec);
-    if (field == nullptr)
-        return SQL_ERROR;
-
     SQLRETURN code = SQL_SUCCESS;
+    const cass_field *field = desc_readable_record(desc, entry, rec, &code);
+    if (field == nullptr)
+        return code;
+
     std::int64_t length = 0;
     if (describe_text_out(field->column_name, form, out.name, out.room, &length)) {
         CASS_LOG(&desc->head, LOG_ERROR, "%s: name truncated", entry.name);

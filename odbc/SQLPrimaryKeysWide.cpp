@@ -1,4 +1,4 @@
-// The partition key columns of tables. Clustering columns are no part of the key here.
+// The key columns of tables.
 #include "odbc/SQLPrimaryKeysWide.h"
 
 #include <algorithm>
@@ -54,19 +54,42 @@ static bool the_key_is_not_counted(const cass_conn *conn)
     return conn->conduct->the_key_is_not_counted;
 }
 
+static bool clustering_columns_are_no_key(const cass_conn *conn)
+{
+    return conn->conduct->clustering_columns_are_no_key;
+}
+
+static bool is_listed(const cass_conn *conn, const cass_column_entry *column)
+{
+    return column->is_key ||
+           (column->kind == COLUMN_CLUSTERING && !clustering_columns_are_no_key(conn));
+}
+
+// KEY_SEQ: clustering columns are counted on behind the partition key.
+static std::int32_t key_sequence(const cass_conn *conn, const cass_table_entry *entry,
+                                 const cass_column_entry *column)
+{
+    if (the_key_is_not_counted(conn))
+        return column->key_seq + 1;
+    std::int32_t sequence = column->position + 1;
+    if (column->kind == COLUMN_CLUSTERING)
+        for (const cass_column_entry *other = entry->columns; other != nullptr; other = other->next)
+            sequence += other->kind == COLUMN_PARTITION_KEY ? 1 : 0;
+    return sequence;
+}
+
 static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
 {
+    const cass_conn *conn = stmt_conn(stmt);
     held_tables tables;
     if (cass_list_tables(stmt, schema, table, &tables) != 0)
         return SQL_ERROR;
     for (const cass_table_entry *entry = tables.get(); entry != nullptr; entry = entry->next) {
         for (const cass_column_entry *column = entry->columns; column != nullptr;
              column = column->next) {
-            if (!column->is_key)
+            if (!is_listed(conn, column))
                 continue;
-            const std::int32_t place =
-                the_key_is_not_counted(stmt_conn(stmt)) ? column->key_seq : column->position;
-            const catalog_number sequence = catalog_number_text(place + 1);
+            const catalog_number sequence = catalog_number_text(key_sequence(conn, entry, column));
             const char *const values[] = {CATALOG_NAME, entry->keyspace, entry->table,
                                           column->name, sequence.text,   nullptr};
             if (cass_insert_internal_row(stmt, values) != 0)

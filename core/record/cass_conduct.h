@@ -14,8 +14,15 @@ struct cass_conduct {
     bool unbinding_a_parameter_fails;
     // SQLCancel of a prepared statement gives SQL_ERROR without a record.
     bool cancelling_a_prepared_statement_fails;
+    // SQLSetStmtOption with a new rowset size does not mark a prepared statement as rebound.
+    bool options_mark_nothing_rebound;
 
     // Cells and rows.
+
+    // An array of uuids is spaced by the length it was bound with, unlike every other fixed type.
+    bool uuid_arrays_are_spaced_by_length;
+    // A column whose record is found inconsistent keeps the pointers it was bound with.
+    bool a_refused_column_stays_bound;
 
     // Descriptions and diagnostics.
 
@@ -27,6 +34,8 @@ struct cass_conduct {
     bool columns_tell_no_schema;
     // A text of a descriptor that is cut leaves its 01004 beside SQL_SUCCESS.
     bool a_cut_descriptor_text_is_a_success;
+    // SQLGetDescField and SQLGetDescRec past the last record are 07009 and not SQL_NO_DATA.
+    bool a_record_past_the_end_is_an_error;
     // Setting SQL_DESC_ROWS_PROCESSED_PTR or SQL_DESC_NUM_PREC_RADIX stores and gives SQL_ERROR.
     bool some_stored_fields_fail;
     // SQLGetCursorName without a buffer gives SQL_ERROR without a record.
@@ -58,8 +67,14 @@ struct cass_conduct {
     bool a_datetime_subcode_is_the_type;
     // CHAR_OCTET_LENGTH of SQLColumns is told for all types.
     bool all_types_tell_octet_lengths;
+    // NUM_PREC_RADIX of SQLColumns is null for integers.
+    bool integers_have_no_radix;
+    // DECIMAL_DIGITS of SQLColumns is null for integers, times and timestamps.
+    bool only_decimals_have_digits;
     // KEY_SEQ is 1 for every column of a partition key.
     bool the_key_is_not_counted;
+    // SQLPrimaryKeys lists the columns of the partition key alone.
+    bool clustering_columns_are_no_key;
     // SQLPrimaryKeys reads as much of the schema as the length of the catalog says.
     bool the_schema_is_measured_by_the_catalog;
     // SCOPE of SQLSpecialColumns is the SQL type of the column.
