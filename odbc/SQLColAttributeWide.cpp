@@ -16,7 +16,7 @@ enum answer_kind {
     ANSWER_TEXT,
     ANSWER_CONSTANT,    // a text that is one of the driver's constants
     ANSWER_LOCAL_NAME,  // the same, or the class name of a custom type
-    ANSWER_EMPTY,       // an empty text, whatever the record holds
+    ANSWER_SCHEMA,      // a text of the record that columns may not tell
     ANSWER_UNNAMED,
 };
 
@@ -55,9 +55,8 @@ static constexpr col_attribute_row col_attribute_rows[] = {
     // The descriptor's field of this number gives the column's name; here it is the table.
     {SQL_DESC_TABLE_NAME,         ANSWER_TEXT,       FIELD(table_name)},
     {SQL_DESC_BASE_TABLE_NAME,    ANSWER_TEXT,       FIELD(table_name)},
-    // Empty on purpose, although the record knows the keyspace: only the descriptor tells it.
-    {SQL_DESC_SCHEMA_NAME,        ANSWER_EMPTY,      0},
-    {SQL_DESC_CATALOG_NAME,       ANSWER_EMPTY,      0},
+    {SQL_DESC_SCHEMA_NAME,        ANSWER_SCHEMA,     FIELD(keyspace_name)},
+    {SQL_DESC_CATALOG_NAME,       ANSWER_SCHEMA,     FIELD(catalog_name)},
     {SQL_DESC_LITERAL_PREFIX,     ANSWER_CONSTANT,   FIELD(literal_prefix)},
     {SQL_DESC_LITERAL_SUFFIX,     ANSWER_CONSTANT,   FIELD(literal_suffix)},
     {SQL_DESC_LOCAL_TYPE_NAME,    ANSWER_LOCAL_NAME, FIELD(local_type_name)},
@@ -124,6 +123,11 @@ static SQLRETURN answer_text(cass_stmt *stmt, const entry_point &entry, text_for
     return SQL_SUCCESS_WITH_INFO;
 }
 
+static bool columns_tell_no_schema(const cass_conn *conn)
+{
+    return conn->conduct->columns_tell_no_schema;
+}
+
 static SQLRETURN answer(cass_stmt *stmt, const entry_point &entry, text_form form,
                         const col_attribute_row &row, const cass_field *field,
                         const col_attribute_call &call)
@@ -149,8 +153,10 @@ static SQLRETURN answer(cass_stmt *stmt, const entry_point &entry, text_form for
     case ANSWER_LOCAL_NAME:
         kind = TEXT_LOCAL_NAME;
         break;
-    case ANSWER_EMPTY:
-        return answer_text(stmt, entry, form, nullptr, call);
+    case ANSWER_SCHEMA:
+        if (columns_tell_no_schema(stmt_conn(stmt)))
+            return answer_text(stmt, entry, form, nullptr, call);
+        break;
     case ANSWER_UNNAMED:
         number = field->column_name == nullptr ? SQL_UNNAMED : SQL_NAMED;
         return answer_number(stmt, entry, false, number, call);

@@ -94,6 +94,11 @@ static bool is_ascii(const cass_string *text)
     return true;
 }
 
+static bool an_exact_output_string_is_whole(const cass_conn *conn)
+{
+    return conn->conduct->an_exact_output_string_is_whole;
+}
+
 bool driver_connect_write(cass_conn *conn, const cass_string *text,
                           const driver_connect_target &target)
 {
@@ -104,9 +109,9 @@ bool driver_connect_write(cass_conn *conn, const cass_string *text,
 
     const bool wide = is_wide(target.form);
     const bool cut = text_form_out(text, target.form, target.buffer, target.size);
-    // A buffer of just the text's length counts as big enough. The terminator then takes the place
-    // of the last semicolon, which every reader of such a string can do without.
-    const bool exact = length == target.size && (wide || is_ascii(text));
+    // The terminator takes the place of the last semicolon, which a reader can do without.
+    const bool exact =
+        length == target.size && (wide || is_ascii(text)) && an_exact_output_string_is_whole(conn);
     if (!cut || exact)
         return false;
     cass_post_error(&conn->head, STATE_01004, wide ? 167 : 176, nullptr);

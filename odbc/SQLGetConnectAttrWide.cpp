@@ -34,6 +34,11 @@ static SQLRETURN give_catalog(cass_conn *conn, const char *name, const attr_targ
     return SQL_SUCCESS_WITH_INFO;
 }
 
+static bool foreign_attributes_read_as_success(const cass_conn *conn)
+{
+    return conn->conduct->foreign_attributes_read_as_success;
+}
+
 SQLRETURN read_connect_attr(cass_conn *conn, const char *name, SQLINTEGER attribute,
                             const attr_target &target)
 {
@@ -48,6 +53,8 @@ SQLRETURN read_connect_attr(cass_conn *conn, const char *name, SQLINTEGER attrib
     case GET_CATALOG:
         return give_catalog(conn, name, target);
     case GET_NO_TYPE:
+        if (!foreign_attributes_read_as_success(conn))
+            break;
         // Stores nothing, and the record stands beside a success: the Driver Manager answers these
         // itself, and applications that come here by another way go on.
         CASS_LOG(&conn->head, LOG_ERROR, "%s: attribute %d is not the driver's", name, attribute);

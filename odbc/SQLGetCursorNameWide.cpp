@@ -15,6 +15,11 @@ static bool name_cursor(cass_stmt *stmt, const entry_point &entry)
     return false;
 }
 
+static bool a_cursor_name_needs_a_buffer(const cass_conn *conn)
+{
+    return conn->conduct->a_cursor_name_needs_a_buffer;
+}
+
 static SQLRETURN get_cursor_name(cass_stmt *stmt, const entry_point &entry,
                                  const cursor_name_target &target)
 {
@@ -22,7 +27,7 @@ static SQLRETURN get_cursor_name(cass_stmt *stmt, const entry_point &entry,
         return SQL_ERROR;
     cass_store(target.length, cass_small_length(cass_string_length(stmt->cursor_name)));
     if (target.buffer == nullptr)
-        return SQL_ERROR;
+        return a_cursor_name_needs_a_buffer(stmt_conn(stmt)) ? SQL_ERROR : SQL_SUCCESS;
     // Without room for the terminator even an empty name counts as cut.
     const bool cut = target.size < 1 ||
                      text_form_out(stmt->cursor_name, target.form, target.buffer, target.size);

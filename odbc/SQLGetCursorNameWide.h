@@ -15,7 +15,7 @@ struct cursor_name_target {
 
 // The statement's cursor name; one is made from the statement's number when none was set. 01004
 // when it was cut, as it always is by a size below 1. Without a buffer the length goes out and the
-// result is SQL_ERROR without a record, on purpose.
+// result is SQL_ERROR without a record.
 SQLRETURN get_cursor_name_entry(SQLHSTMT handle, const entry_point &entry,
                                 const cursor_name_target &target);
 

@@ -79,13 +79,24 @@ desc_role desc_role_of(const cass_desc *desc)
     return desc->stmt->ird == desc ? ROLE_IRD : ROLE_IPD;
 }
 
-const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec)
+static bool a_record_past_the_end_is_an_error(const cass_conn *conn)
+{
+    return conn->conduct->a_record_past_the_end_is_an_error;
+}
+
+const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec,
+                                       SQLRETURN *code)
 {
     // Parameters have no bookmark: record 0 exists on the row side, and on a descriptor that serves
     // no statement.
     const bool has_parameters =
         desc->stmt != nullptr && (desc->stmt->ipd == desc || desc->stmt->apd == desc);
+    if (rec > desc->field_count && !a_record_past_the_end_is_an_error(desc_conn(desc))) {
+        *code = SQL_NO_DATA;
+        return nullptr;
+    }
     if (rec < 0 || rec > desc->field_count || (rec == 0 && has_parameters)) {
+        *code = SQL_ERROR;
         CASS_LOG(&desc->head, LOG_ERROR, "%s: invalid record %d of %d", entry.name,
                  static_cast<int>(rec), static_cast<int>(desc->field_count));
         cass_post_error(&desc->head, STATE_07009, 0, nullptr);
@@ -127,18 +138,30 @@ static SQLRETURN answer_small(SQLSMALLINT number, void *value, SQLINTEGER *strin
     return SQL_SUCCESS;
 }
 
-// A text that is cut leaves its 01004 beside SQL_SUCCESS, as nowhere else.
+static bool a_cut_descriptor_text_is_a_success(const cass_conn *conn)
+{
+    return conn->conduct->a_cut_descriptor_text_is_a_success;
+}
+
+SQLRETURN desc_cut_code(const cass_desc *desc)
+{
+    return a_cut_descriptor_text_is_a_success(desc_conn(desc)) ? SQL_SUCCESS
+                                                               : SQL_SUCCESS_WITH_INFO;
+}
+
 static SQLRETURN answer_text(cass_desc *desc, const entry_point &entry, const cass_string *text,
                              text_form form, void *value, SQLINTEGER buffer_length,
                              SQLINTEGER *string_length)
 {
+    SQLRETURN code = SQL_SUCCESS;
     std::int64_t length = 0;
     if (describe_text_out(text, form, value, buffer_length, &length)) {
         CASS_LOG(&desc->head, LOG_ERROR, "%s: text truncated", entry.name);
         cass_post_error(&desc->head, STATE_01004, 0, nullptr);
+        code = desc_cut_code(desc);
     }
     cass_store(string_length, static_cast<SQLINTEGER>(length));
-    return SQL_SUCCESS;
+    return code;
 }
 
 static SQLRETURN get_desc_field(cass_desc *desc, const entry_point &entry, text_form form,
@@ -153,9 +176,10 @@ static SQLRETURN get_desc_field(cass_desc *desc, const entry_point &entry, text_
         return answer_number(row, reinterpret_cast<const unsigned char *>(desc), value,
                              string_length);
 
-    const cass_field *field = desc_readable_record(desc, entry, rec);
+    SQLRETURN code;
+    const cass_field *field = desc_readable_record(desc, entry, rec, &code);
     if (field == nullptr)
-        return SQL_ERROR;
+        return code;
     if (row == nullptr) {
         CASS_LOG(&desc->head, LOG_ERROR, "%s: unexpected field %d", entry.name,
                  static_cast<int>(field_identifier));

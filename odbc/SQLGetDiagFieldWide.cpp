@@ -73,13 +73,18 @@ static bool has_odbc_subclass(const cass_string *state)
     return false;
 }
 
-// The address of the connection record, for whoever reads it beside a log. The wide form has no
-// text: it gives the number 0, which is an empty text to a reader who expects one.
+static bool the_wide_connection_name_is_zero(const cass_conn *conn)
+{
+    return conn->conduct->the_wide_connection_name_is_zero;
+}
+
+// The address of the connection record, for whoever reads it beside a log. The number 0 is an empty
+// text to a reader who expects one.
 static SQLRETURN give_connection_name(diag_value *value, const cass_conn *conn, bool wide)
 {
     if (conn == nullptr)
         return SQL_ERROR;
-    if (wide)
+    if (wide && the_wide_connection_name_is_zero(conn))
         return give_number(value, DIAG_INTEGER, 0);
     char name[40];
     std::snprintf(name, sizeof name, "NetConn: %p", static_cast<const void *>(conn));
@@ -156,19 +161,26 @@ static SQLRETURN read_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMAL
     return read_record_field(handle, record, identifier, wide, value);
 }
 
-static SQLRETURN deliver_text(const cass_string *text, const diag_field_target &target)
+// An environment has no connection to choose.
+static bool a_probe_of_a_text_field_is_no_data(const cass_conn *conn)
+{
+    return conn == nullptr || conn->conduct->a_probe_of_a_text_field_is_no_data;
+}
+
+static SQLRETURN deliver_text(const cass_conn *conn, const cass_string *text,
+                              const diag_field_target &target)
 {
     const std::int64_t length = text_form_length(text, target.form);
     cass_store(target.length, cass_small_length(length));
-    // A probe for the length gets its own code, on purpose.
     if (target.info == nullptr)
-        return SQL_NO_DATA;
+        return a_probe_of_a_text_field_is_no_data(conn) ? SQL_NO_DATA : SQL_SUCCESS;
     const bool cut = text_form_out(text, target.form, target.info, target.size);
     // Here even an empty text counts as cut by a buffer without room for its terminator.
     return cut || length >= target.size ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
-static SQLRETURN deliver(const diag_value *value, const diag_field_target &target)
+static SQLRETURN deliver(const cass_conn *conn, const diag_value *value,
+                         const diag_field_target &target)
 {
     switch (value->kind) {
     case DIAG_INTEGER:
@@ -180,7 +192,7 @@ static SQLRETURN deliver(const diag_value *value, const diag_field_target &targe
         cass_store(target.length, static_cast<SQLSMALLINT>(sizeof(SQLLEN)));
         return SQL_SUCCESS;
     case DIAG_TEXT:
-        return deliver_text(value->text, target);
+        return deliver_text(conn, value->text, target);
     default:
         cass_store(target.length, SQLSMALLINT{0});
         return SQL_SUCCESS;
@@ -193,7 +205,7 @@ static SQLRETURN get_diag_field(cass_handle *handle, SQLSMALLINT rec_number, SQL
     diag_value value = {};
     const cass_lock_guard hold(&cass_diag_lock);
     const SQLRETURN code = read_field(handle, rec_number, identifier, is_wide(target.form), &value);
-    return code == SQL_SUCCESS ? deliver(&value, target) : code;
+    return code == SQL_SUCCESS ? deliver(cass_handle_conn(handle), &value, target) : code;
 }
 
 SQLRETURN get_diag_field_entry(SQLSMALLINT handle_type, SQLHANDLE handle, const entry_point &entry,

@@ -29,18 +29,25 @@ static std::int32_t utf8_octets(const cass_string *text)
     return octets;
 }
 
-static SQLRETURN deliver_record(const cass_diag_record *record, text_form form,
-                                const diag_rec_target &target)
+// An environment has no connection to choose.
+static bool a_probe_of_a_record_counts_units(const cass_conn *conn)
+{
+    return conn == nullptr || conn->conduct->a_probe_of_a_record_counts_units;
+}
+
+static SQLRETURN deliver_record(const cass_conn *conn, const cass_diag_record *record,
+                                text_form form, const diag_rec_target &target)
 {
     cass_store<SQLINTEGER>(target.native, record->native);
     if (target.sqlstate != nullptr)
         deliver_state(record->state, target.sqlstate, is_wide(form));
     const bool cut = text_form_out(record->text, form, target.message_text, target.size);
-    // The ANSI form without a buffer counts units: a probe for the length sees another number than
-    // the call that fetches, should the text be longer in UTF-8.
-    const std::int32_t length = is_wide(form) || target.message_text == nullptr
-                                    ? cass_string_length(record->text)
-                                    : utf8_octets(record->text);
+    // A probe for the length that counts units sees another number than the call that fetches,
+    // should the text be longer in UTF-8.
+    const bool units =
+        is_wide(form) || (target.message_text == nullptr && a_probe_of_a_record_counts_units(conn));
+    const std::int32_t length =
+        units ? cass_string_length(record->text) : utf8_octets(record->text);
     cass_store(target.length, cass_small_length(length));
     return cut ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
@@ -50,7 +57,8 @@ static SQLRETURN get_diag_rec(cass_handle *handle, text_form form, SQLSMALLINT r
 {
     const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *record = cass_diag_get(handle, rec_number);
-    return record == nullptr ? SQL_NO_DATA : deliver_record(record, form, target);
+    return record == nullptr ? SQL_NO_DATA
+                             : deliver_record(cass_handle_conn(handle), record, form, target);
 }
 
 SQLRETURN get_diag_rec_entry(SQLSMALLINT handle_type, SQLHANDLE handle, const entry_point &entry,

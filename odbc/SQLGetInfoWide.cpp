@@ -289,6 +289,11 @@ static SQLRETURN answer_own_text(cass_conn *conn, const entry_point &entry, cons
     return text != nullptr ? answer_text(conn, entry, text.get(), target) : no_text(conn, entry);
 }
 
+static bool unknown_information_is_optional(const cass_conn *conn)
+{
+    return conn->conduct->unknown_information_is_optional;
+}
+
 static SQLRETURN get_info(cass_conn *conn, const entry_point &entry, SQLUSMALLINT info_type,
                           const info_target &target)
 {
@@ -296,8 +301,9 @@ static SQLRETURN get_info(cass_conn *conn, const entry_point &entry, SQLUSMALLIN
     if (row == nullptr) {
         CASS_LOG(&conn->head, LOG_ERROR, "%s: unexpected info_type %d", entry.name,
                  static_cast<int>(info_type));
-        // Not HY096, which the ODBC reference gives for it.
-        cass_post_error(&conn->head, STATE_HYC00, 0, nullptr);
+        cass_post_error(&conn->head,
+                        unknown_information_is_optional(conn) ? STATE_HYC00 : STATE_HY096, 0,
+                        nullptr);
         return SQL_ERROR;
     }
 

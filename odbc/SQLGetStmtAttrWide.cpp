@@ -45,17 +45,23 @@ SQLULEN stmt_attr_value(cass_stmt *stmt, const stmt_attr &attr)
     return number;
 }
 
+static bool an_unknown_attribute_is_told_twice(const cass_conn *conn)
+{
+    return conn->conduct->an_unknown_attribute_is_told_twice;
+}
+
 static SQLRETURN get_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINTEGER attribute,
                                void *value, SQLINTEGER *string_length)
 {
     const stmt_attr attr = find_stmt_attr(attribute);
     if (attr.get == ATTR_UNREADABLE) {
-        // Two records, the second with a 0 in place of the attribute's number, on purpose.
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: unexpected attribute %d", entry.name,
                  static_cast<int>(attribute));
         cass_post_error(&stmt->head, STATE_HY092, 0, nullptr);
-        cass_post_error(&stmt->head, STATE_HY000, 0,
-                        "unexpected internal error in SQLGetStmtAttr, unknown type %d", 0);
+        // With a 0 in place of the attribute's number, on purpose.
+        if (an_unknown_attribute_is_told_twice(stmt_conn(stmt)))
+            cass_post_error(&stmt->head, STATE_HY000, 0,
+                            "unexpected internal error in SQLGetStmtAttr, unknown type %d", 0);
         return SQL_ERROR;
     }
     cass_store(value, stmt_attr_value(stmt, attr));

@@ -1,6 +1,11 @@
 // SQLSetCursorName in both forms.
 #include "odbc/SQLSetCursorNameWide.h"
 
+static bool a_lost_cursor_name_is_silent(const cass_conn *conn)
+{
+    return conn->conduct->a_lost_cursor_name_is_silent;
+}
+
 static SQLRETURN set_cursor_name(cass_stmt *stmt, const entry_point &entry,
                                  const text_argument &name)
 {
@@ -10,6 +15,8 @@ static SQLRETURN set_cursor_name(cass_stmt *stmt, const entry_point &entry,
     if (stmt->cursor_name != nullptr)
         return SQL_SUCCESS;
     ENTRY_LOG(&stmt->head, entry, LOG_DETAIL, "%s: failed creating string", entry.name);
+    if (!a_lost_cursor_name_is_silent(stmt_conn(stmt)))
+        cass_post_error(&stmt->head, name.text == nullptr ? STATE_HY009 : STATE_HY001, 0, nullptr);
     return SQL_ERROR;
 }
 

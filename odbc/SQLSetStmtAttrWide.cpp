@@ -133,6 +133,11 @@ static SQLRETURN install_desc(cass_stmt *stmt, const entry_point &entry, cass_de
     return SQL_SUCCESS;
 }
 
+static bool a_new_apd_unlinks_the_ard(const cass_conn *conn)
+{
+    return conn->conduct->a_new_apd_unlinks_the_ard;
+}
+
 static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINTEGER attribute,
                                void *value)
 {
@@ -148,9 +153,10 @@ static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINT
     case ATTR_INSTALL_ARD:
         return install_desc(stmt, entry, &stmt->ard, stmt->implicit_ard, stmt->ard, value);
     case ATTR_INSTALL_APD:
-        // A new APD cuts off the current ARD, not the APD that it replaces. Deliberate: the ARD's
-        // header fields are refused from then on.
-        return install_desc(stmt, entry, &stmt->apd, stmt->implicit_apd, stmt->ard, value);
+        // An ARD that is cut off refuses its header fields from then on.
+        return install_desc(stmt, entry, &stmt->apd, stmt->implicit_apd,
+                            a_new_apd_unlinks_the_ard(stmt_conn(stmt)) ? stmt->ard : stmt->apd,
+                            value);
     default:
         if (stmt_attr_apply(stmt, attr, reinterpret_cast<SQLULEN>(value)) && stmt->prepared)
             stmt->params_rebound = 1;

@@ -5,6 +5,11 @@ static constexpr char log_source[] = "SQLSetStmtOption.c";
 static constexpr entry_point entry = {
     .name = "SQLSetStmtOption", .source = log_source, .exit_format = EXIT_BY_NAME};
 
+static bool options_mark_nothing_rebound(const cass_conn *conn)
+{
+    return conn->conduct->options_mark_nothing_rebound;
+}
+
 static SQLRETURN set_stmt_option(cass_stmt *stmt, SQLUSMALLINT option, SQLULEN value)
 {
     if (option == SQL_GET_BOOKMARK)
@@ -16,8 +21,9 @@ static SQLRETURN set_stmt_option(cass_stmt *stmt, SQLUSMALLINT option, SQLULEN v
         cass_post_error(&stmt->head, STATE_S1092, 0, nullptr);
         return SQL_ERROR;
     }
-    // A new rowset size does not mark a prepared statement as rebound here.
-    stmt_attr_apply(stmt, attr, value);
+    if (stmt_attr_apply(stmt, attr, value) && stmt->prepared &&
+        !options_mark_nothing_rebound(stmt_conn(stmt)))
+        stmt->params_rebound = 1;
     return SQL_SUCCESS;
 }
 

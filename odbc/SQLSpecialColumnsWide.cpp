@@ -20,6 +20,11 @@ static constexpr cass_internal_column row_columns[] = {
 static constexpr cass_internal_columns special_result = {std::size(row_columns), row_columns};
 static constexpr std::int32_t special_sort_keys[] = {1, 2, 0};
 
+static bool the_scope_is_the_type(const cass_conn *conn)
+{
+    return conn->conduct->the_scope_is_the_type;
+}
+
 static int add_row(cass_stmt *stmt, const cass_column_entry *column)
 {
     const cass_conn *conn = stmt_conn(stmt);
@@ -27,9 +32,10 @@ static int add_row(cass_stmt *stmt, const cass_column_entry *column)
     const catalog_number size = catalog_number_text(cass_catalog_column_size(conn, column));
     const catalog_number bytes = catalog_number_text(cass_catalog_buffer_length(conn, column));
     const catalog_number digits = catalog_number_text(column->digits);
+    const catalog_number scope =
+        catalog_number_text(the_scope_is_the_type(conn) ? column->sql_type : SQL_SCOPE_SESSION);
     const char *const values[] = {
-        // SCOPE carries the type as well, on purpose: it is no scope of the standard.
-        data_type.text,
+        scope.text,
         column->name,
         data_type.text,
         column->type_name,

@@ -132,12 +132,18 @@ static SQLRETURN add_index(cass_stmt *stmt, cass_stmt *inner)
     return add_options(stmt, entry, {options, size}) == 0 ? SQL_SUCCESS : SQL_ERROR;
 }
 
+static bool any_schema_filters_statistics(const cass_conn *conn)
+{
+    return conn->conduct->any_schema_filters_statistics;
+}
+
 static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
 {
     catalog_query query = catalog_select(
         "select keyspace_name, table_name, index_name, kind, options from system_schema.indexes");
     catalog_where(&query, "table_name=", table);
-    // An empty schema is a filter here, and so is "%".
+    if (!any_schema_filters_statistics(stmt_conn(stmt)) && !catalog_is_filter(schema))
+        schema = nullptr;
     held_string current;
     if (schema == nullptr && !catalog_current_keyspace(stmt, &current))
         return SQL_ERROR;

@@ -7,7 +7,8 @@
 // within a page or binding has no place where a cancelled thread could end.
 //
 // An exported function never calls another one: the loader may bind that name to the Driver
-// Manager, whose handles are not ours. Forms of one call share a core function of another name.
+// Manager, whose handles are not ours. The forms of one call share an entry whose name no loader
+// takes for an exported one, `columns_entry`, and only put their arguments into its form.
 #ifndef ODBC_ENTRY_FRAME_H
 #define ODBC_ENTRY_FRAME_H
 

@@ -16,19 +16,22 @@ static constexpr char log_source[] = "cass_internalrs.c";
 
 // ---- Creation ----------------------------------------------------------------------------------
 
-// A short reports the width of the stored integer and the name of one, on purpose: both kinds can
-// be bound alike.
-static void describe_integer(cass_field *field, std::int32_t digits)
+static bool local_shorts_are_integers(const cass_conn *conn)
+{
+    return conn->conduct->local_shorts_are_integers;
+}
+
+static void describe_integer(cass_field *field, std::int32_t digits, bool named_short)
 {
     field->display_size = digits;
     field->precision = digits;
     field->length = digits;
-    field->octet_length = 4;
+    field->octet_length = named_short ? 2 : 4;
     field->fixed_prec_scale = 1;
     field->num_prec_radix = 10;
     field->searchable = SQL_ALL_EXCEPT_LIKE;
-    field->type_name = "INTEGER";
-    field->local_type_name = "INTEGER";
+    field->type_name = named_short ? "SMALLINT" : "INTEGER";
+    field->local_type_name = field->type_name;
 }
 
 static void describe_varchar(cass_field *field, std::int32_t length)
@@ -46,7 +49,8 @@ static void describe_varchar(cass_field *field, std::int32_t length)
 }
 
 // Fills a fresh record. False when memory ran out.
-static bool describe_column(cass_field *field, const cass_internal_column &column)
+static bool describe_column(const cass_conn *conn, cass_field *field,
+                            const cass_internal_column &column)
 {
     field->consise_type = column.type;
     field->type = column.type;
@@ -54,18 +58,21 @@ static bool describe_column(cass_field *field, const cass_internal_column &colum
     field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
     if (column.type == SQL_VARCHAR)
         describe_varchar(field, column.length);
+    else if (column.type == SQL_INTEGER)
+        describe_integer(field, 10, false);
     else
-        describe_integer(field, column.type == SQL_INTEGER ? 10 : 5);
+        describe_integer(field, 5, !local_shorts_are_integers(conn));
     field->column_name = cass_string_from_cstr(column.name);
     return field->column_name != nullptr;
 }
 
-static bool describe_columns(cass_desc *ird, const cass_internal_columns *columns)
+static bool describe_columns(const cass_conn *conn, cass_desc *ird,
+                             const cass_internal_columns *columns)
 {
     if (cass_desc_describe(ird, columns->count) != 0)
         return false;
     for (std::int32_t i = 0; i < columns->count; ++i)
-        if (!describe_column(&ird->fields[i], columns->columns[i]))
+        if (!describe_column(conn, &ird->fields[i], columns->columns[i]))
             return false;
     return true;
 }
@@ -104,7 +111,7 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
     stmt->ird = stmt->implicit_ird;
     stmt->internal_rs = rs;
     stmt->data_waiting = 1;
-    if (describe_columns(stmt->ird, columns))
+    if (describe_columns(stmt_conn(stmt), stmt->ird, columns))
         return 0;
     cass_free_internal_rs(stmt, rs);
     stmt->data_waiting = 0;
