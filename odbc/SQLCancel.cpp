@@ -17,7 +17,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLCancel(SQLHSTMT statement_handle)
     }
     CASS_LOG(&stmt->head, LOG_ENTRY, "SQLCancel: statement_handle=%p", statement_handle);
     CASS_LOG(&stmt->head, LOG_DETAIL, "current_packet=%p, async_op=%d",
-             static_cast<void *>(shared_get(&stmt->current_packet)), stmt->async_op);
+             static_cast<void *>(shared_get(&stmt->page.current_packet)), stmt->async_op);
     const auto code =
         static_cast<SQLRETURN>(shared_get(&stmt->prepared) ? send_reset(stmt) : SQL_SUCCESS);
     CASS_LOG(&stmt->head, LOG_EXIT, "SQLCancel: return value=%d", static_cast<int>(code));

@@ -30,7 +30,7 @@ static SQLRETURN give_catalog(cass_conn *conn, const char *name, SQLPOINTER valu
                               SQLINTEGER buffer_length, SQLINTEGER *string_length, bool wide)
 {
     SQLWCHAR units[] = {'C', 'A', 'S', 'S', 'A', 'N', 'D', 'R', 'A'};
-    const cass_string catalog = {.text = units, .length = std::size(units), .borrowed = 1};
+    const cass_string catalog = {.text = units, .length = std::size(units), .borrowed = 1, .form = TEXT_BYTES};
     cass_store(string_length, static_cast<SQLINTEGER>(wide ? sizeof units : std::size(units)));
     const bool cut =
         wide ? cass_wide_text_out(&catalog, static_cast<SQLWCHAR *>(value), buffer_length / 2)

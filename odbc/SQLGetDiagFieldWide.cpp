@@ -55,7 +55,7 @@ static SQLRETURN give_own_text(diag_value *value, const char *text)
     std::int32_t length = 0;
     for (; text[length] != '\0'; length++)
         value->made_units[length] = static_cast<unsigned char>(text[length]);
-    value->made = {.text = value->made_units, .length = length, .borrowed = 1};
+    value->made = {.text = value->made_units, .length = length, .borrowed = 1, .form = TEXT_BYTES};
     return give_text(value, &value->made);
 }
 

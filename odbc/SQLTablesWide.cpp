@@ -102,7 +102,7 @@ static bool is_wanted(const listing &wanted, const cass_string *types)
         std::int32_t end = length;
         cass_string_find_char(start, types, ',', &end);
         const cass_string item = {
-            .text = types->text + start, .length = end - start, .borrowed = 1};
+            .text = types->text + start, .length = end - start, .borrowed = 1, .form = types->form};
         if (catalog_text_is(&item, wanted.word) || catalog_text_is(&item, wanted.quoted_word))
             return true;
         start = end + 1;

@@ -102,6 +102,8 @@ cass_string *cass_string_from_wide(const SQLWCHAR *text, std::int64_t units)
         return nullptr;
     units = resolve_units(text, units);
     cass_string *string = cass_string_alloc(units);
+    if (string != nullptr)
+        string->form = TEXT_UTF16;
     if (string != nullptr && units > 0)
         cass_wide_copy(string->text, text, units);
     return string;
@@ -124,6 +126,7 @@ cass_string *cass_string_from_utf8(const void *text, std::int64_t count, int dec
     cass_string *string = cass_string_alloc(units);
     if (string == nullptr)
         return nullptr;
+    string->form = TEXT_UTF16;
     std::int64_t at = 0;
     for (std::int64_t i = 0; i < units; i++)
         at += cass_utf8_get(bytes + at, count - at, string->text + i);
@@ -142,6 +145,8 @@ cass_string *cass_string_sub(const cass_string *string, std::int32_t start, std:
     if (count == -1 || count > length - start)
         count = length - start;
     cass_string *part = cass_string_alloc(count);
+    if (part != nullptr && string != nullptr)
+        part->form = string->form;
     if (part != nullptr && count > 0)
         cass_wide_copy(part->text, string->text + start, count);
     return part;
@@ -156,6 +161,8 @@ cass_string *cass_string_append(cass_string *string, const cass_string *tail)
     const std::int64_t units = head_units + tail_units;
     if (tail_units == 0)
         return string;
+    if (head_units == 0)
+        string->form = tail->form;
 
     SQLWCHAR *joined = nullptr;
     if (units <= MOST_UNITS)
@@ -313,6 +320,45 @@ char *cass_string_to_utf8(const cass_string *string)
     for (std::int32_t i = 0; i < length; i++)
         end += cass_utf8_put(string->text[i], end);
     *end = 0;
+    return reinterpret_cast<char *>(bytes);
+}
+
+static bool is_pair(const cass_string *string, std::int32_t at)
+{
+    return at + 1 < string->length && (string->text[at] & 0xFC00) == 0xD800 &&
+           (string->text[at + 1] & 0xFC00) == 0xDC00;
+}
+
+char *cass_string_to_bytes(const cass_string *string, std::int32_t *count)
+{
+    *count = 0;
+    if (string == nullptr)
+        return nullptr;
+    if (string->form == TEXT_BYTES) {
+        *count = cass_string_length(string);
+        return cass_string_to_ascii(string);
+    }
+    const std::int32_t length = cass_string_length(string);
+    const std::size_t room = 3 * static_cast<std::size_t>(length) + 1;
+    auto *bytes = room > INT32_MAX ? nullptr : static_cast<unsigned char *>(std::malloc(room));
+    if (bytes == nullptr)
+        return nullptr;
+    unsigned char *end = bytes;
+    for (std::int32_t i = 0; i < length; i++) {
+        if (!is_pair(string, i)) {
+            end += cass_utf8_put(string->text[i], end);
+            continue;
+        }
+        const std::uint32_t high = string->text[i] & 0x3FFu, low = string->text[i + 1] & 0x3FFu;
+        const std::uint32_t point = 0x10000 + (high << 10 | low);
+        *end++ = static_cast<unsigned char>(0xF0 | point >> 18);
+        *end++ = static_cast<unsigned char>(0x80 | (point >> 12 & 0x3F));
+        *end++ = static_cast<unsigned char>(0x80 | (point >> 6 & 0x3F));
+        *end++ = static_cast<unsigned char>(0x80 | (point & 0x3F));
+        i++;
+    }
+    *end = 0;
+    *count = static_cast<std::int32_t>(end - bytes);
     return reinterpret_cast<char *>(bytes);
 }
 

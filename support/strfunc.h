@@ -14,11 +14,19 @@
 
 #include "support/held.h"
 
+// What the units of a text are.
+enum cass_text_form : std::int32_t {
+    TEXT_BYTES =
+        0,  // a byte each, of an encoding that nobody has looked at: ANSI calls, the server
+    TEXT_UTF16 = 1,  // UTF-16: wide calls
+};
+
 // A null cass_string pointer means "not set"; a record of length 0 is an empty text.
 struct cass_string {
     SQLWCHAR *text;         // not terminated; may be null when length is 0
     std::int32_t length;    // code units; a surrogate pair counts as two
     std::int32_t borrowed;  // 1: text belongs to somebody else
+    cass_text_form form;  // parts keep it; a joined text has its first part's unless that is empty
 };
 
 // ---- Construction. The caller owns the result and releases it with cass_string_free. -----------
@@ -31,10 +39,10 @@ cass_string *cass_string_alloc(std::int64_t units);
 cass_string *cass_string_adopt(SQLWCHAR *buffer, std::int32_t units);
 // Borrows the caller's buffer. A null buffer gives null.
 cass_string *cass_string_wrap(SQLWCHAR *text, std::int64_t units);
-// One unit for each byte, zero-extended (ISO 8859-1). A null pointer gives an empty record.
+// TEXT_BYTES: one unit for each byte, zero-extended. A null pointer gives an empty record.
 cass_string *cass_string_from_cstr(const char *text);
 cass_string *cass_string_from_bytes(const void *bytes, std::int64_t count);
-// An ODBC argument, ANSI (a byte to a unit) or wide. A null pointer gives null: not set.
+// An ODBC argument, ANSI (TEXT_BYTES) or wide (TEXT_UTF16). A null pointer gives null: not set.
 cass_string *cass_string_from_ansi(const SQLCHAR *text, std::int64_t count);
 cass_string *cass_string_from_wide(const SQLWCHAR *text, std::int64_t units);
 // decode not 0: UTF-8, count in bytes, one unit for each sequence (cass_utf8_get); 0: wide text,
@@ -60,6 +68,12 @@ cass_string *cass_string_format(const char *format, ...);
 // Releases the record and, unless borrowed, its buffer. Null is accepted.
 void cass_string_free(cass_string *string);
 using held_string = held<cass_string, &cass_string_free>;
+// Releases a text whose owner stays, and forgets it.
+inline void free_string(cass_string **slot)
+{
+    cass_string_free(*slot);
+    *slot = nullptr;
+}
 // Length in code units and in bytes; 0 for null.
 std::int32_t cass_string_length(const cass_string *string);
 std::int64_t cass_string_octets(const cass_string *string);
@@ -78,6 +92,10 @@ char *cass_string_to_ascii(const cass_string *string);
 // UTF-8, at most 3 bytes a unit (a surrogate becomes its own three bytes), terminated. Null gives
 // null.
 char *cass_string_to_utf8(const cass_string *string);
+// The bytes that the text means, *count of them: those of TEXT_BYTES as they stand, TEXT_UTF16 as
+// UTF-8 with surrogate pairs joined (a lone one becomes its own three bytes). Null gives null, as
+// does exhaustion.
+char *cass_string_to_bytes(const cass_string *string, std::int32_t *count);
 
 // Bytes written for one unit, 1 to 3.
 int cass_utf8_put(SQLWCHAR unit, unsigned char *out);

@@ -106,7 +106,7 @@ int catalog_next_row(cass_stmt *stmt, cass_stmt *inner)
     const SQLRETURN code = cass_fetch(inner, SQL_FETCH_NEXT, 0);
     // A page that did not come leaves an emptied row that counts as fetched; that row is none of
     // the catalog's. The records do not tell: they may have found no memory.
-    if (code == SQL_ERROR || inner->page_failed) {
+    if (code == SQL_ERROR || inner->page.page_failed) {
         copy_records(stmt, inner);
         return -1;
     }

@@ -46,10 +46,7 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
 // that the next fetch ends.
 [[gnu::cold, gnu::noinline]] static SQLRETURN give_up_rows(cass_stmt *stmt)
 {
-    stmt->current_row_offset = stmt->current_row_count;
-    std::free(stmt->paging_state);
-    stmt->paging_state = nullptr;
-    stmt->paging_state_len = 0;
+    cass_page_abandon(&stmt->page);
     return SQL_ERROR;
 }
 

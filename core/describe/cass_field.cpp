@@ -45,6 +45,8 @@ void cass_field_clear(cass_field *field)
     std::free(field->data_storage.buffer);
     std::memset(&field->data_storage, 0, sizeof field->data_storage);
     cass_field_free_put_data(field);
+    free_type_option(field->type_tree);
+    field->type_tree = nullptr;
 
     field->data_ptr = nullptr;
     field->indicator_ptr = nullptr;

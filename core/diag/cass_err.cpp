@@ -185,6 +185,15 @@ void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_
     va_end(arguments);
 }
 
+int cass_post_no_memory(cass_handle *handle, const char *who, int code)
+{
+    CASS_LOG(handle, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(handle, STATE_HY001, 0, nullptr);
+    if (handle->handle_tag == CASS_STATEMENT_HANDLE)
+        reinterpret_cast<cass_stmt *>(handle)->no_memory = 1;
+    return code;
+}
+
 void cass_diag_release(cass_handle *handle)
 {
     cass_lock_enter(&cass_diag_lock);

@@ -120,6 +120,10 @@ void cass_post_error(cass_handle *handle, cass_state_row row, std::int32_t nativ
 void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_t native,
                             std::int32_t column, const char *format, ...);
 
+// HY001 behind an ERROR record of function `who`; a statement is marked `no_memory`. Gives `code`,
+// what the caller returns then.
+int cass_post_no_memory(cass_handle *handle, const char *who, int code = -1);
+
 // Releases all records, whatever the list holds.
 void cass_diag_release(cass_handle *handle);
 

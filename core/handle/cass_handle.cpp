@@ -18,9 +18,6 @@
 #include "core/net/cass_ssl.h"
 #include "core/wire/cass_pkt.h"
 
-constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
-constexpr std::int32_t DEFAULT_STRING_LEN = 256;
-constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
 constexpr std::int32_t NUMBER_TEXT_DIGITS = 7;  // significant digits of floats and doubles as text
 constexpr char UNKNOWN_CQL_VERSION[] = "0.0.0";
 
@@ -153,7 +150,7 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     conn->conduct = &default_conduct;
     conn->odbc_level = env->odbc_version == SQL_OV_ODBC2 ? 2 : level;
     conn->settings.metadata_port = DEFAULT_METADATA_PORT;
-    conn->settings.consistency = 1;
+    conn->settings.consistency = DEFAULT_CONSISTENCY;
     conn->float_precision = NUMBER_TEXT_DIGITS;
     conn->double_precision = NUMBER_TEXT_DIGITS;
     default_session(conn);
@@ -168,19 +165,6 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     env->connections = conn;
     cass_lock_leave(&env->connection_list_lock);
     return conn;
-}
-
-static void free_string(cass_string **slot)
-{
-    cass_string_free(*slot);
-    *slot = nullptr;
-}
-
-static void free_bytes(unsigned char **bytes, std::int32_t *length)
-{
-    std::free(*bytes);
-    *bytes = nullptr;
-    *length = 0;
 }
 
 void cass_free_contact_points(cass_conn *conn)
@@ -356,7 +340,7 @@ void cass_free_desc(cass_desc *desc, int list_locked)
 
 static void destroy_stmt(cass_stmt *stmt)
 {
-    cass_packet_unref(stmt->current_packet);
+    cass_packet_unref(stmt->page.current_packet);
     cass_free_internal_rs(stmt, stmt->internal_rs);
     for (cass_desc *desc : {stmt->implicit_ird, stmt->implicit_ipd, stmt->implicit_ard,
                             stmt->implicit_apd, stmt->internal_desc})
@@ -365,7 +349,7 @@ static void destroy_stmt(cass_stmt *stmt)
                               stmt->rpc_null_params, stmt->cursor_name})
         cass_string_free(text);
     std::free(stmt->prepared_id);
-    std::free(stmt->paging_state);
+    cass_page_end(&stmt->page);
     std::free(stmt->param_buffer);
     std::free(stmt->meta_bytes);
     cass_diag_clear(&stmt->head);

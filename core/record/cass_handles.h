@@ -15,6 +15,7 @@
 #include <type_traits>
 
 #include "core/record/cass_conduct.h"
+#include "core/record/cass_page.h"
 #include "support/locks.h"
 #include "support/strfunc.h"
 
@@ -30,6 +31,7 @@ struct cass_stmt;
 struct cass_desc;
 struct cass_diag_record;
 struct cass_packet;
+struct cass_type_option;
 struct cass_internal_rs;
 struct ssl_info;
 
@@ -81,6 +83,14 @@ struct cass_stmt_attrs {
     SQLULEN rowset_size;  // SQL_ROWSET_SIZE of ODBC 2
     SQLULEN bind_type;    // default of SQL_DESC_BIND_TYPE; a statement keeps its own in descriptors
 };
+
+constexpr std::int32_t DEFAULT_PORT = 9042;
+constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
+constexpr std::int32_t DEFAULT_CONSISTENCY = 1;  // ONE
+constexpr std::int32_t DEFAULT_STRING_LEN = 256;
+constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
+// Both user and password, where a server demands them and neither is set.
+constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 
 // What a DSN, a connection string and a settings block set.
 struct cass_settings {
@@ -147,6 +157,7 @@ struct cass_conn {
     std::int32_t connected;
     std::int32_t random_start;  // chooses a random first server; nothing sets it
     std::int32_t ms_timeout;    // connect time-out in force, milliseconds
+    std::int32_t read_timeout;  // of each receive of a reply, milliseconds; 0: without limit
 
     cass_settings settings;
 
@@ -247,6 +258,7 @@ struct cass_field {
     cass_data_storage data_storage;
     cass_cell_decoder decode;  // chosen with the column's type; null: it has none
     std::int32_t cql_type;     // option id of the native protocol
+    cass_type_option *type_tree;  // owned: of a nested type; null where it was not kept
 
     std::int32_t consise_type;  // SQL_DESC_CONCISE_TYPE; the C type in ARD and APD
     std::int32_t target_type;   // APD: the SQL type given to SQLBindParameter; ARD: the C type
@@ -342,8 +354,6 @@ struct cass_stmt {
     std::int32_t params_rebound;
     unsigned char *prepared_id;
     std::int32_t prepared_id_len;
-    unsigned char *paging_state;
-    std::int32_t paging_state_len;
     unsigned char *param_buffer;  // encoded values of the last request, repeated for next pages
     std::int32_t param_buffer_len;
     std::int32_t param_row;  // parameter set in work, from 0
@@ -357,10 +367,7 @@ struct cass_stmt {
     std::int32_t current_dae_param, current_dae_op, current_dae_first;
 
     // Rows.
-    cass_packet *current_packet;
-    std::int32_t current_row_count;
-    std::int32_t current_row_offset;
-    std::int32_t page_failed;   // 1: the page behind current_packet did not come
+    cass_page page;
     unsigned char *meta_bytes;  // owned: the column specification that the IRD was filled from
     std::int32_t meta_length;
     std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's

@@ -15,16 +15,6 @@
 
 static constexpr char log_source[] = "cass_fetch.c";
 
-void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count)
-{
-    cass_packet_ref(packet);
-    cass_packet_unref(stmt->current_packet);
-    shared_put(&stmt->current_packet, packet);
-    stmt->current_row_count = rows_count < 0 ? 0 : rows_count;
-    stmt->current_row_offset = 0;
-    stmt->page_failed = 0;
-}
-
 static void clear_cell(cass_data_storage *cell)
 {
     if (cell->data_type == SQL_CHAR || cell->data_type == SQL_BINARY)
@@ -53,7 +43,7 @@ void cass_clear_row_data(cass_stmt *stmt)
 static void end_page(cass_stmt *stmt)
 {
     cass_clear_row_data(stmt);
-    const auto page = static_cast<std::size_t>(stmt->current_packet->length);
+    const auto page = static_cast<std::size_t>(stmt->page.current_packet->length);
     for (std::int32_t column = 0; column < stmt->ird->field_count; ++column) {
         cass_data_storage *cell = &stmt->ird->fields[column].data_storage;
         if (!cass_block_outgrown(cell->capacity, page))
@@ -64,28 +54,21 @@ static void end_page(cass_stmt *stmt)
     }
 }
 
-static void drop_paging_state(cass_stmt *stmt)
-{
-    std::free(stmt->paging_state);
-    stmt->paging_state = nullptr;
-    stmt->paging_state_len = 0;
-}
-
 // Replaces the page that ran out. A reply without rows installs no page, and then the result ends.
 static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
 {
-    const cass_packet *before = stmt->current_packet;
+    const cass_packet *before = stmt->page.current_packet;
     if (cass_fetch_next_page(stmt) < 0) {
         // Without its paging state the result ends at the next fetch: a dead connection must not
         // give endless rows.
-        drop_paging_state(stmt);
-        stmt->page_failed = 1;
+        cass_page_end(&stmt->page);
+        stmt->page.page_failed = 1;
         // Want of memory is an error of the fetch; of any other failure the transfer decides.
         *page_failed = stmt->no_memory == 0;
         return SQL_ERROR;
     }
-    if (stmt->current_packet == before)
-        drop_paging_state(stmt);
+    if (stmt->page.current_packet == before)
+        cass_page_end(&stmt->page);
     return SQL_SUCCESS;
 }
 
@@ -102,7 +85,7 @@ static SQLRETURN type_without_decoder(cass_stmt *stmt, cass_packet *packet, std:
 static SQLRETURN decode_row(cass_stmt *stmt)
 {
     cass_desc *ird = stmt->ird;
-    cass_packet *packet = stmt->current_packet;
+    cass_packet *packet = stmt->page.current_packet;
     const std::int32_t columns = cass_stmt_column_count(ird);
     for (std::int32_t column = 0; column < columns; ++column) {
         cass_field *field = &ird->fields[column];
@@ -121,15 +104,15 @@ static SQLRETURN decode_row(cass_stmt *stmt)
 // row takes its place.
 SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed)
 {
-    while (stmt->current_row_offset >= stmt->current_row_count) {
+    while (stmt->page.current_row_offset >= stmt->page.current_row_count) {
         end_page(stmt);
-        if (stmt->paging_state_len < 1)
+        if (stmt->page.paging_state_len < 1)
             return SQL_NO_DATA;
         const SQLRETURN code = next_page(stmt, page_failed);
         if (code != SQL_SUCCESS)
             return code;
     }
-    ++stmt->current_row_offset;
+    ++stmt->page.current_row_offset;
     return decode_row(stmt);
 }
 
@@ -138,12 +121,12 @@ static SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: statement_handle=%p",
              static_cast<void *>(stmt));
-    if (stmt->current_packet == nullptr) {
+    if (stmt->page.current_packet == nullptr) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: current packet is NULL");
         return SQL_NO_DATA;
     }
     CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: current_row_count=%d, current_row_offset=%d",
-             stmt->current_row_count, stmt->current_row_offset);
+             stmt->page.current_row_count, stmt->page.current_row_offset);
     const SQLRETURN code = fetch_data_row(stmt, page_failed);
     CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: return value=%d", static_cast<int>(code));
     return code;
@@ -244,7 +227,7 @@ SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: statement_handle=%p, mode=%d, offset=%d",
              static_cast<void *>(stmt), mode, static_cast<int>(offset));
-    if (stmt->current_packet == nullptr && stmt->internal_rs == nullptr) {
+    if (stmt->page.current_packet == nullptr && stmt->internal_rs == nullptr) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: No current resutset");
         return SQL_NO_DATA;
     }

@@ -10,8 +10,6 @@ SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset);
 // SQL_ERROR with a diagnostic: a cell that cannot be decoded, no memory for the next page or, with
 // *page_failed set, a next page that did not come.
 SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed);
-// Installs a rows frame: takes a reference, drops the one before, offset 0. A negative count is 0.
-void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count);
 // Forgets the row's cells; fixed-width values and storage types stay.
 void cass_clear_row_data(cass_stmt *stmt);
 // Reads the remaining rows off.

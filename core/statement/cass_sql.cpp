@@ -155,7 +155,7 @@ static void process_escape(cass_stmt *stmt, sql_scan *scan)
 {
     SQLWCHAR *s = scan->out + scan->brace_start;
     const std::int32_t length = scan->written - scan->brace_start;
-    const cass_string stretch = {.text = s, .length = length, .borrowed = 1};
+    const cass_string stretch = {.text = s, .length = length, .borrowed = 1, .form = TEXT_BYTES};
     CASS_LOG(&stmt->head, LOG_DETAIL, "process escape string '%S'\n", &stretch);
 
     // What was passed over once is not again, nor blanked again: the whole text costs one pass,
@@ -413,6 +413,7 @@ cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text)
     cass_string *output = cass_string_alloc(scan.end - scan.at);
     if (output == nullptr)
         return no_memory(stmt);
+    output->form = text == nullptr ? TEXT_BYTES : text->form;
     scan.out = output->text;
     scan_text(stmt, &scan);
     output->length = scan.written;

@@ -9,6 +9,8 @@
 
 static constexpr char log_source[] = "cass_stmt.c";
 
+constexpr std::int32_t PAGE_SIZE = 100;  // rows of a page
+
 enum : std::uint8_t {
     QUERY_VALUES = 0x01,
     QUERY_PAGE_SIZE = 0x04,
@@ -105,6 +107,6 @@ cass_packet *create_fetch_next(cass_stmt *stmt)
         pkt_put_bytes(packet.get(), stmt->param_buffer, stmt->param_buffer_len);
     }
     pkt_put_int(packet.get(), PAGE_SIZE);
-    pkt_put_long_bytes(packet.get(), stmt->paging_state, stmt->paging_state_len);
+    pkt_put_long_bytes(packet.get(), stmt->page.paging_state, stmt->page.paging_state_len);
     return packet.release();
 }
