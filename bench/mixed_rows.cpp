@@ -53,7 +53,7 @@ node_row mixed_row(std::int64_t number)
     return {be32(static_cast<std::uint64_t>(number)),
             be64(bits),
             text_of(number),
-            be_double(double_of(number)),
+            be(double_of(number)),
             be8(static_cast<std::uint64_t>(number & 1)),
             be64(static_cast<std::uint64_t>(FIRST_MOMENT + 7 * number)),
             be64(bits) + be64(~bits),

@@ -26,8 +26,8 @@ static bool is_unbound(const cass_field *field)
            field->octet_length_ptr == nullptr;
 }
 
-// Taking back a binding does its work and still gives SQL_ERROR without a record, unless there was
-// nothing to take back. Applications have learned not to look at the code.
+// Taking back a binding does its work and gives SQL_ERROR without a record, unless there was
+// nothing to take back. The code is deliberate.
 static SQLRETURN unbind(cass_stmt *stmt, std::int32_t number)
 {
     cass_desc *apd = stmt->apd;

@@ -99,17 +99,30 @@ static SQLRETURN list_columns(cass_stmt *stmt, const cass_string *schema, const 
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_columns(cass_stmt *stmt, [[maybe_unused]] const catalog_argument &catalog_name,
-                       const catalog_argument &schema_name, const catalog_argument &table_name,
-                       const catalog_argument &column_name)
+static SQLRETURN columns(cass_stmt *stmt, const columns_call &call)
 {
     cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
     held_string column;
-    if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||
-        !catalog_text(column_name, &column) ||
+    if (!cass_string_take_argument(call.schema, &schema) ||
+        !cass_string_take_argument(call.table, &table) ||
+        !cass_string_take_argument(call.column, &column) ||
         cass_create_internal_rs(stmt, &column_result, column_sort_keys) != 0)
         return SQL_ERROR;
     return catalog_finish(stmt, list_columns(stmt, schema.get(), table.get(), column.get()), true);
+}
+
+SQLRETURN columns_entry(SQLHSTMT handle, const entry_point &entry, const columns_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, "
+                      "table_name=%A, column_name=%A",
+                      entry.name, static_cast<void *>(stmt), &call.catalog, &call.schema,
+                      &call.table, &call.column);
+        },
+        [&](cass_stmt *stmt) { return columns(stmt, call); });
 }

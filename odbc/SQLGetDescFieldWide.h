@@ -15,6 +15,8 @@ enum desc_field_kind {
     DESC_RECORD_32,  // as SQLINTEGER
     DESC_RECORD_64,  // an SQLLEN or a pointer of cass_field
     DESC_RECORD_TEXT,
+    DESC_RECORD_CONSTANT,    // a text that is one of the driver's constants
+    DESC_RECORD_LOCAL_NAME,  // the same, or the class name of a custom type
     DESC_RECORD_UNNAMED,
 };
 

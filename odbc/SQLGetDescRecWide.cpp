@@ -38,15 +38,15 @@ SQLRETURN get_desc_rec_entry(SQLHDESC handle, const entry_point &entry, text_for
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: descriptor_handle=%p, rsc=%d, name=%p, buffer_length=%d, "
-                     "string_length=%p, type=%p, sub_type=%p, length=%p, precision=%p, scale=%p, "
-                     "nullable=%p",
-                     entry.name, static_cast<void *>(desc), static_cast<int>(rec), out.name,
-                     static_cast<int>(out.room), static_cast<void *>(out.string_length),
-                     static_cast<void *>(out.type), static_cast<void *>(out.sub_type),
-                     static_cast<void *>(out.length), static_cast<void *>(out.precision),
-                     static_cast<void *>(out.scale), static_cast<void *>(out.nullable));
+            ENTRY_LOG(&desc->head, entry, LOG_ENTRY,
+                      "%s: descriptor_handle=%p, rsc=%d, name=%p, buffer_length=%d, "
+                      "string_length=%p, type=%p, sub_type=%p, length=%p, precision=%p, scale=%p, "
+                      "nullable=%p",
+                      entry.name, static_cast<void *>(desc), static_cast<int>(rec), out.name,
+                      static_cast<int>(out.room), static_cast<void *>(out.string_length),
+                      static_cast<void *>(out.type), static_cast<void *>(out.sub_type),
+                      static_cast<void *>(out.length), static_cast<void *>(out.precision),
+                      static_cast<void *>(out.scale), static_cast<void *>(out.nullable));
         },
         [&](cass_desc *desc) { return get_desc_rec(desc, entry, form, rec, out); });
 }

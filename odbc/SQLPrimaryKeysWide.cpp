@@ -23,7 +23,7 @@ static constexpr std::int32_t key_sort_keys[] = {1, 2, 3, 5, 0};
 // The schema is measured with the length of the catalog, on purpose: applications give the same to
 // both, and one that gives a null catalog of length 0 gets the current keyspace. Never past the
 // schema's own length or terminator, where it has them.
-static catalog_argument measured_schema(const catalog_argument &catalog, catalog_argument schema)
+static text_argument measured_schema(const text_argument &catalog, text_argument schema)
 {
     const bool terminated = schema.length == SQL_NTS;
     const std::int64_t room = terminated ? INT16_MAX : std::max<std::int64_t>(schema.length, 0);
@@ -31,14 +31,14 @@ static catalog_argument measured_schema(const catalog_argument &catalog, catalog
         catalog.length == SQL_NTS ? room : std::clamp<std::int64_t>(catalog.length, 0, room);
     std::int64_t units = wanted;
     if (terminated || catalog.length == SQL_NTS) {
-        const auto limit = static_cast<std::size_t>(wanted);
-        if (schema.ansi != nullptr)
+        if (schema.wide)
+            units = cass_wide_length_limited(static_cast<const SQLWCHAR *>(schema.text), wanted,
+                                             wanted * 2);
+        else if (schema.text != nullptr)
             units = static_cast<std::int64_t>(
-                strnlen(reinterpret_cast<const char *>(schema.ansi), limit));
-        else
-            units = cass_wide_length_limited(schema.wide, wanted, wanted * 2);
+                strnlen(static_cast<const char *>(schema.text), static_cast<std::size_t>(wanted)));
     }
-    schema.length = static_cast<SQLSMALLINT>(units);
+    schema.length = static_cast<SQLINTEGER>(units);
     return schema;
 }
 
@@ -62,15 +62,29 @@ static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cas
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_primary_keys(cass_stmt *stmt, const catalog_argument &catalog_name,
-                            const catalog_argument &schema_name, const catalog_argument &table_name)
+static SQLRETURN primary_keys(cass_stmt *stmt, const primary_keys_call &call)
 {
     cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
-    if (!catalog_text(measured_schema(catalog_name, schema_name), &schema) ||
-        !catalog_text(table_name, &table) ||
+    if (!cass_string_take_argument(measured_schema(call.catalog, call.schema), &schema) ||
+        !cass_string_take_argument(call.table, &table) ||
         cass_create_internal_rs(stmt, &key_result, key_sort_keys) != 0)
         return SQL_ERROR;
     return catalog_finish(stmt, list_keys(stmt, schema.get(), table.get()), true);
+}
+
+SQLRETURN primary_keys_entry(SQLHSTMT handle, const entry_point &entry,
+                             const primary_keys_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, "
+                      "table_name=%A",
+                      entry.name, static_cast<void *>(stmt), &call.catalog, &call.schema,
+                      &call.table);
+        },
+        [&](cass_stmt *stmt) { return primary_keys(stmt, call); });
 }

@@ -217,11 +217,11 @@ SQLRETURN set_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_f
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: descriptor_handle=%p, rec=%d, field_identifier=%d, value=%p, "
-                     "buffer_length=%d",
-                     entry.name, static_cast<void *>(desc), static_cast<int>(rec),
-                     static_cast<int>(field_identifier), value, static_cast<int>(buffer_length));
+            ENTRY_LOG(&desc->head, entry, LOG_ENTRY,
+                      "%s: descriptor_handle=%p, rec=%d, field_identifier=%d, value=%p, "
+                      "buffer_length=%d",
+                      entry.name, static_cast<void *>(desc), static_cast<int>(rec),
+                      static_cast<int>(field_identifier), value, static_cast<int>(buffer_length));
         },
         [&](cass_desc *desc) {
             const set_call call = {desc,      find_desc_identifier(field_identifier),

@@ -30,14 +30,14 @@ struct table_arguments {
 // ---- The special listings ----------------------------------------------------------------------
 
 // A null pointer with a length of 0 is none.
-static bool is_empty(const catalog_argument &argument, const cass_string *text)
+static bool is_empty(const text_argument &argument, const cass_string *text)
 {
     if (text == nullptr)
         return argument.length == SQL_NTS;
     return argument.length == 0 || (argument.length == SQL_NTS && cass_string_length(text) == 0);
 }
 
-static bool is_percent(const catalog_argument &argument, const cass_string *text)
+static bool is_percent(const text_argument &argument, const cass_string *text)
 {
     return (argument.length == 1 || argument.length == SQL_NTS) && catalog_text_is(text, "%");
 }
@@ -83,7 +83,7 @@ struct listing {
     const char *type;  // TABLE_TYPE of its rows
 };
 
-// A view asked for as "VIEW" is told as "VIEWS": applications know both words by now.
+// A view asked for as "VIEW" is told as "VIEWS", on purpose.
 static constexpr listing listings[] = {
     {"TABLE", "'TABLE'", "select keyspace_name, table_name from system_schema.tables",
      "table_name=", "TABLE"},
@@ -149,33 +149,47 @@ static SQLRETURN list_tables(cass_stmt *stmt, const table_arguments &arguments)
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_tables(cass_stmt *stmt, const catalog_argument &catalog_name,
-                      const catalog_argument &schema_name, const catalog_argument &table_name,
-                      const catalog_argument &table_type)
+static SQLRETURN tables(cass_stmt *stmt, const tables_call &call)
 {
     cass_close_for_catalog(stmt);
     table_arguments texts;
-    if (!catalog_text(catalog_name, &texts.catalog) || !catalog_text(schema_name, &texts.schema) ||
-        !catalog_text(table_name, &texts.table) || !catalog_text(table_type, &texts.type) ||
+    if (!cass_string_take_argument(call.catalog, &texts.catalog) ||
+        !cass_string_take_argument(call.schema, &texts.schema) ||
+        !cass_string_take_argument(call.table, &texts.table) ||
+        !cass_string_take_argument(call.type, &texts.type) ||
         cass_create_internal_rs(stmt, &table_result, table_sort_keys) != 0)
         return SQL_ERROR;
 
-    const bool no_catalog = is_empty(catalog_name, texts.catalog.get());
-    const bool no_schema = is_empty(schema_name, texts.schema.get());
-    const bool no_table = is_empty(table_name, texts.table.get());
+    const bool no_catalog = is_empty(call.catalog, texts.catalog.get());
+    const bool no_schema = is_empty(call.schema, texts.schema.get());
+    const bool no_table = is_empty(call.table, texts.table.get());
     SQLRETURN code;
     bool occupies = true;
-    if (no_catalog && no_schema && no_table && is_percent(table_type, texts.type.get())) {
+    if (no_catalog && no_schema && no_table && is_percent(call.type, texts.type.get())) {
         occupies = false;
         code = list_types(stmt);
-    } else if (is_percent(catalog_name, texts.catalog.get()) && no_schema && no_table) {
+    } else if (is_percent(call.catalog, texts.catalog.get()) && no_schema && no_table) {
         occupies = false;
         code =
             add_row(stmt, CATALOG_NAME, nullptr, nullptr, nullptr) == 0 ? SQL_SUCCESS : SQL_ERROR;
-    } else if (no_catalog && is_percent(schema_name, texts.schema.get()) && no_table) {
+    } else if (no_catalog && is_percent(call.schema, texts.schema.get()) && no_table) {
         code = list_keyspaces(stmt);
     } else {
         code = list_tables(stmt, texts);
     }
     return catalog_finish(stmt, code, occupies);
+}
+
+SQLRETURN tables_entry(SQLHSTMT handle, const entry_point &entry, const tables_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, "
+                      "table_name=%A, table_type=%A",
+                      entry.name, static_cast<void *>(stmt), &call.catalog, &call.schema,
+                      &call.table, &call.type);
+        },
+        [&](cass_stmt *stmt) { return tables(stmt, call); });
 }

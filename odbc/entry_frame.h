@@ -113,4 +113,22 @@ inline SQLRETURN enter_bare(cass_handle *handle, Body body)
     }
 }
 
+// The same with the records of the call, for a handle of any kind whose tag is not tested.
+// SQL_INVALID_HANDLE for a null handle.
+template <typename Log, typename Body>
+inline SQLRETURN enter_any(SQLHANDLE handle, const entry_point &entry, Log log_entry, Body body)
+{
+    auto *head = static_cast<cass_handle *>(handle);
+    if (head == nullptr)
+        return SQL_INVALID_HANDLE;
+    return enter_bare(head, [&] {
+        if (cass_log_is_on(head)) [[unlikely]]
+            log_entry(head);
+        const auto code = static_cast<SQLRETURN>(body(head));
+        if (cass_log_is_on(head)) [[unlikely]]
+            entry_log_exit(head, entry, code);
+        return code;
+    });
+}
+
 #endif

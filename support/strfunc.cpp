@@ -109,6 +109,22 @@ cass_string *cass_string_from_wide(const SQLWCHAR *text, std::int64_t units)
     return string;
 }
 
+cass_string *cass_string_from_argument(const text_argument &argument)
+{
+    return argument.wide ? cass_string_from_wide(static_cast<const SQLWCHAR *>(argument.text),
+                                                 argument.length)
+                         : cass_string_from_ansi(static_cast<const SQLCHAR *>(argument.text),
+                                                 argument.length);
+}
+
+bool cass_string_take_argument(const text_argument &argument, held_string *string)
+{
+    if (argument.text == nullptr)
+        return true;
+    string->reset(cass_string_from_argument(argument));
+    return *string != nullptr;
+}
+
 cass_string *cass_string_from_utf8(const void *text, std::int64_t count, int decode)
 {
     if (text == nullptr)
@@ -168,17 +184,17 @@ cass_string *cass_string_append(cass_string *string, const cass_string *tail)
     if (units <= MOST_UNITS)
         joined = static_cast<SQLWCHAR *>(
             std::malloc(static_cast<std::size_t>(units) * sizeof(SQLWCHAR)));
-    if (joined != nullptr) {
-        if (head_units > 0)
-            cass_wide_copy(joined, string->text, head_units);
-        cass_wide_copy(joined + head_units, tail->text, tail_units);
-    }
+    if (joined == nullptr)
+        return nullptr;
+    if (head_units > 0)
+        cass_wide_copy(joined, string->text, head_units);
+    cass_wide_copy(joined + head_units, tail->text, tail_units);
     if (string->borrowed == 0)
         std::free(string->text);
     string->text = joined;
-    string->length = joined == nullptr ? 0 : static_cast<std::int32_t>(units);
+    string->length = static_cast<std::int32_t>(units);
     string->borrowed = 0;
-    return joined == nullptr ? nullptr : string;
+    return string;
 }
 
 int cass_string_split(const cass_string *string, SQLWCHAR separator, cass_string **left,

@@ -29,6 +29,23 @@ struct cass_string {
     cass_text_form form;  // parts keep it; a joined text has its first part's unless that is empty
 };
 
+// A text argument as an application gave it, in one of its two forms.
+struct text_argument {
+    const void *text;   // SQLCHAR or SQLWCHAR; null: not given
+    SQLINTEGER length;  // bytes or code units, or SQL_NTS
+    bool wide;
+};
+
+inline text_argument ansi_argument(const SQLCHAR *text, SQLINTEGER length)
+{
+    return {.text = text, .length = length, .wide = false};
+}
+
+inline text_argument wide_argument(const SQLWCHAR *text, SQLINTEGER length)
+{
+    return {.text = text, .length = length, .wide = true};
+}
+
 // ---- Construction. The caller owns the result and releases it with cass_string_free. -----------
 // Counts are in units of the source (bytes, or code units for wide text); SQL_NTS measures to the
 // terminator, any other negative count is 0. More than 2^31-1 units give null.
@@ -45,6 +62,8 @@ cass_string *cass_string_from_bytes(const void *bytes, std::int64_t count);
 // An ODBC argument, ANSI (TEXT_BYTES) or wide (TEXT_UTF16). A null pointer gives null: not set.
 cass_string *cass_string_from_ansi(const SQLCHAR *text, std::int64_t count);
 cass_string *cass_string_from_wide(const SQLWCHAR *text, std::int64_t units);
+// The same of an argument in either form.
+cass_string *cass_string_from_argument(const text_argument &argument);
 // decode not 0: UTF-8, count in bytes, one unit for each sequence (cass_utf8_get); 0: wide text,
 // count in units. A null pointer gives null.
 cass_string *cass_string_from_utf8(const void *text, std::int64_t count, int decode);
@@ -53,7 +72,7 @@ cass_string *cass_string_copy(const cass_string *string);
 // Units from `start` (clamped to the length) on; a count of -1 or past the end takes the rest.
 cass_string *cass_string_sub(const cass_string *string, std::int32_t start, std::int32_t count);
 // Grows the first string by the second and gives it back. On failure null, and the first string is
-// left with a null text and length 0.
+// as it was.
 cass_string *cass_string_append(cass_string *string, const cass_string *tail);
 // What stands before and behind the first separator outside braces; without one left is the whole
 // and right is empty. 1, or 0 when the string could not be searched or memory ran out.
@@ -74,6 +93,8 @@ inline void free_string(cass_string **slot)
     cass_string_free(*slot);
     *slot = nullptr;
 }
+// The string of an argument, left as it is if that was not given. False when memory ran out.
+bool cass_string_take_argument(const text_argument &argument, held_string *string);
 // Length in code units and in bytes; 0 for null.
 std::int32_t cass_string_length(const cass_string *string);
 std::int64_t cass_string_octets(const cass_string *string);

@@ -17,15 +17,6 @@ constexpr std::int32_t OP_CATALOG = 54;
 
 // ---- Arguments ---------------------------------------------------------------------------------
 
-bool catalog_text(const catalog_argument &argument, held_string *text)
-{
-    if (argument.ansi == nullptr && argument.wide == nullptr)
-        return true;
-    text->reset(argument.ansi != nullptr ? cass_string_from_ansi(argument.ansi, argument.length)
-                                         : cass_string_from_wide(argument.wide, argument.length));
-    return *text != nullptr;
-}
-
 bool catalog_text_is(const cass_string *text, const char *word)
 {
     return text != nullptr && cass_string_compare_cstr(text, word) == 0;

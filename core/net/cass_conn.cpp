@@ -60,7 +60,6 @@ int cass_close_socket(cass_conn *conn)
     if (conn->socket >= 0)
         close(conn->socket);
     conn->socket = -1;
-    conn->socket_dead = 1;
     return 0;
 }
 
@@ -115,7 +114,6 @@ std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
         if (would_block(errno) && cass_wait_socket(conn->socket, POLLOUT, NO_LIMIT) == 1)
             continue;
         post_send_error(conn, errno);
-        conn->socket_dead = 1;
         return -1;
     }
     CASS_LOG_PACKET(&conn->head, buffer, done, "Sent %d bytes", done);

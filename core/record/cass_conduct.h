@@ -8,8 +8,8 @@
 struct cass_conduct {
     // Statements and parameters.
 
-    // Of a text only the low byte of each unit goes out: ANSI calls hand over bytes, which reach the
-    // server unchanged. 0: bytes as they stand, and UTF-16 as UTF-8.
+    // Of a text only the low byte of each unit goes out: ANSI calls hand over bytes, which reach
+    // the server unchanged. 0: bytes as they stand, and UTF-16 as UTF-8.
     bool text_goes_out_by_low_bytes;
 
     // Cells and rows.

@@ -151,7 +151,7 @@ int astra_comms(cass_conn *conn, const char *user, const char *password)
     CASS_LOG(&conn->head, LOG_DETAIL, "astra_comms()");
     const held_text request(compose_request(conn, user, password));
     if (request == nullptr)
-        return cass_post_no_memory(&conn->head, "astra_comms", ASKING_FAILED);
+        return cass_post_no_memory(&conn->head, log_source, "astra_comms", ASKING_FAILED);
     // A failed write has posted its record; the read that follows fails in turn.
     if (conn_write(conn, request.get(), static_cast<std::int32_t>(std::strlen(request.get()))) == 0)
         return NOTHING_WRITTEN;
@@ -164,5 +164,5 @@ int astra_comms(cass_conn *conn, const char *user, const char *password)
         return ASKING_FAILED;
     return root != nullptr && store_metadata(conn, root.get())
                ? 0
-               : cass_post_no_memory(&conn->head, "astra_comms", ASKING_FAILED);
+               : cass_post_no_memory(&conn->head, log_source, "astra_comms", ASKING_FAILED);
 }

@@ -34,7 +34,7 @@ static int no_reply(cass_conn *conn, cass_exchange_failure failure, const char *
     switch (failure) {
     case EXCHANGE_NO_MEMORY_TO_SEND:
     case EXCHANGE_NO_MEMORY_TO_READ:
-        return cass_post_no_memory(&conn->head, who);
+        return cass_post_no_memory(&conn->head, log_source, who);
     case EXCHANGE_NOT_SENT:
         CASS_LOG(&conn->head, LOG_ERROR, "cass_establish_connection: failed to send a packet");
         cass_post_error(&conn->head, STATE_HY000, 0, "failed to send a packet");
@@ -51,7 +51,7 @@ static int server_error(cass_conn *conn, cass_stmt *stmt, cass_packet *reply, co
     std::int32_t code = 0;
     const held_string message(cass_server_error(stmt, reply, &code));
     if (message == nullptr)
-        return cass_post_no_memory(&conn->head, who);
+        return cass_post_no_memory(&conn->head, log_source, who);
     CASS_LOG(&conn->head, LOG_ERROR, "%s: error code %d, '%S'", who, code, message.get());
     cass_post_error(&conn->head, STATE_HY000, 0, "error code %d, '%S'", code, message.get());
     return -1;
@@ -132,7 +132,7 @@ int cass_send_auth(cass_conn *conn, const char *user, const char *password)
         user = password = FALLBACK_CREDENTIAL;
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return cass_post_no_memory(&conn->head, "cass_send_auth");
+        return cass_post_no_memory(&conn->head, log_source, "cass_send_auth");
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_AUTH_RESPONSE, &conn->head));
     if (request == nullptr)
@@ -157,7 +157,7 @@ static int send_credentials(cass_conn *conn, int (*send)(cass_conn *, const char
     const held_text password(cass_string_to_utf8(conn->settings.password));
     if ((conn->settings.user != nullptr && user == nullptr) ||
         (conn->settings.password != nullptr && password == nullptr))
-        return cass_post_no_memory(&conn->head, "send_credentials");
+        return cass_post_no_memory(&conn->head, log_source, "send_credentials");
     return send(conn, user.get(), password.get());
 }
 
@@ -204,7 +204,7 @@ static int ask_options(cass_conn *conn, cass_stmt *stmt)
     case OPCODE_SUPPORTED:
         return decode_supported(conn, reply.get())
                    ? 0
-                   : cass_post_no_memory(&conn->head, "cass_establish_connection");
+                   : cass_post_no_memory(&conn->head, log_source, "cass_establish_connection");
     default:
         return unexpected_reply(conn, reply.get());
     }
@@ -249,7 +249,7 @@ static int start_session(cass_conn *conn, cass_stmt *stmt)
     if (request == nullptr)
         return -1;
     if (!put_startup_options(request.get(), mode))
-        return cass_post_no_memory(&conn->head, "cass_establish_connection");
+        return cass_post_no_memory(&conn->head, log_source, "cass_establish_connection");
     conn->compression = mode;  // from the reply on
     cass_exchange_failure failure;
     const held_packet reply(cass_exchange(conn, request.get(), &failure));
@@ -285,7 +285,7 @@ int cass_establish_connection(cass_conn *conn)
         return -1;
     held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return cass_post_no_memory(&conn->head, "cass_establish_connection");
+        return cass_post_no_memory(&conn->head, log_source, "cass_establish_connection");
     if (ask_options(conn, stmt.get()) != 0 || start_session(conn, stmt.get()) != 0)
         return -1;
     stmt.reset();

@@ -302,7 +302,7 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
     const bool whole =
         !is_lost(dsn, conn->settings.dsn) && read_connect_section(conn, user, password);
     default_absent(conn, ROAD_CONNECT);
-    return whole ? 0 : cass_post_no_memory(&conn->head, "SQLConnect");
+    return whole ? 0 : cass_post_no_memory(&conn->head, log_source, "SQLConnect");
 }
 
 // One key and value of a connection string. A text keeps the first value given, anything else takes
@@ -356,5 +356,5 @@ int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string
     if (whole && name != nullptr)
         whole = read_rows(conn, section, settings_table, ROAD_SECTION);
     default_absent(conn, ROAD_STRING);
-    return whole ? 0 : cass_post_no_memory(&conn->head, "SQLDriverConnect");
+    return whole ? 0 : cass_post_no_memory(&conn->head, log_source, "SQLDriverConnect");
 }

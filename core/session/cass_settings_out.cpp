@@ -49,7 +49,7 @@ int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
     shared_put(&conn->settings.consistency, block->consistency);
     if (whole)
         return 0;
-    return cass_post_no_memory(&conn->head, "cass_apply_settings_block");
+    return cass_post_no_memory(&conn->head, log_source, "cass_apply_settings_block");
 }
 
 // ---- The output string -------------------------------------------------------------------------

@@ -52,7 +52,7 @@ bool reuse_description(const cass_stmt *stmt, cass_packet *packet, const column_
 }
 
 void keep_description(cass_stmt *stmt, const cass_packet *packet, std::int32_t start,
-                             const column_shape &shape)
+                      const column_shape &shape)
 {
     const auto spec = static_cast<std::size_t>(packet->read_pos - start);
     const std::size_t needed = sizeof shape + spec;

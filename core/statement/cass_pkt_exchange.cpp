@@ -38,7 +38,7 @@ static void post_no_reply(cass_stmt *stmt, cass_exchange_failure failure, const 
 {
     switch (failure) {
     case EXCHANGE_NO_MEMORY_TO_SEND:
-        cass_post_no_memory(&stmt->head, who);
+        cass_post_no_memory(&stmt->head, log_source, who);
         break;
     case EXCHANGE_NOT_SENT:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to send packet", who);
@@ -119,8 +119,6 @@ int send_and_execute(cass_stmt *stmt, cass_packet *packet)
     if (cass_take_result(stmt, reply.get()) == RESULT_MALFORMED)
         return -1;
     stmt->more_results = 0;
-    stmt->more_results_info = 0;
-    stmt->row_count_valid = 0;
     stmt->executed = 1;
     return warned ? 1 : 0;
 }
@@ -161,7 +159,7 @@ int execute_query(cass_conn *conn, const cass_string *sql)
     CASS_LOG(&conn->head, LOG_DETAIL, "sql: '%S'", sql);
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return cass_post_no_memory(&conn->head, "execute_query", QUERY_NO_MEMORY);
+        return cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_NO_MEMORY);
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_QUERY, &conn->head));
     if (request == nullptr)
@@ -172,7 +170,7 @@ int execute_query(cass_conn *conn, const cass_string *sql)
     pkt_put_byte(request.get(), 0);
     const int code = send_and_execute(stmt.get(), request.get());
     return code < 0 && stmt->no_memory
-               ? cass_post_no_memory(&conn->head, "execute_query", QUERY_NO_MEMORY)
+               ? cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_NO_MEMORY)
                : code;
 }
 
@@ -189,7 +187,8 @@ int set_current_keyspace(cass_conn *conn, const cass_string *keyspace)
     CASS_LOG(&conn->head, LOG_DETAIL, "keyspace: '%S'", keyspace);
     const held_string sql(cass_string_format("USE \"%S\";", keyspace));
     if (sql == nullptr)
-        return cass_post_no_memory(&conn->head, "set_current_keyspace", QUERY_NO_MEMORY);
+        return cass_post_no_memory(&conn->head, log_source, "set_current_keyspace",
+                                   QUERY_NO_MEMORY);
     return execute_query(conn, sql.get());
 }
 

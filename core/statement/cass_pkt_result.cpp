@@ -73,7 +73,7 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
     }
     if (good)
         return all.release();
-    cass_post_no_memory(&stmt->head, "decode_warnings");
+    cass_post_no_memory(&stmt->head, log_source, "decode_warnings");
     return nullptr;
 }
 
@@ -83,7 +83,7 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
 static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
 {
     if (memory) {
-        cass_post_no_memory(&stmt->head, "decode_result_packet");
+        cass_post_no_memory(&stmt->head, log_source, "decode_result_packet");
     } else {
         CASS_LOG(&stmt->head, LOG_ERROR, "decode_result_packet: unexpected end of packet");
         cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected end of packet");

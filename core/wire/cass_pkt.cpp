@@ -128,7 +128,7 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
         packet->frame = static_cast<unsigned char *>(std::malloc(REQUEST_CAPACITY));
     if (packet == nullptr || packet->frame == nullptr) {
         free_packet(packet);
-        cass_post_no_memory(failure_handle != nullptr ? failure_handle : &stmt->head,
+        cass_post_no_memory(failure_handle != nullptr ? failure_handle : &stmt->head, log_source,
                             "cass_new_packet");
         return nullptr;
     }
@@ -203,7 +203,7 @@ struct frame_reader {
 static bool fail(frame_reader *reader, cass_exchange_failure failure)
 {
     if (failure == EXCHANGE_NO_MEMORY_TO_READ)
-        cass_post_no_memory(&reader->stmt->head, "cass_read_packet");
+        cass_post_no_memory(&reader->stmt->head, log_source, "cass_read_packet");
     reader->failure = failure;
     return false;
 }
@@ -336,10 +336,9 @@ static cass_packet *read_frame(frame_reader *reader, unsigned char *header)
 }
 
 // The stream stands inside a frame, whose rest would be taken for the next reply.
-static void leave_stream(cass_conn *conn)
+static void leave_stream(const cass_conn *conn)
 {
     shutdown(conn->socket, SHUT_RDWR);
-    conn->socket_dead = 1;
 }
 
 // Version and stream of a reply are kept but not checked: one request is in flight at a time, and
@@ -381,7 +380,7 @@ cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int3
     *code = pkt_get_int(packet);
     cass_string *message = pkt_get_string(packet);
     if (message == nullptr)
-        cass_post_no_memory(&stmt->head, "decode_error_packet");
+        cass_post_no_memory(&stmt->head, log_source, "decode_error_packet");
     return message;
 }
 

@@ -67,7 +67,8 @@ std::string node_settings(const char *variable)
 {
     const char *more = std::getenv("VHCASS_CONNECTION");
     const bool is_given = more != nullptr && std::string(variable) == "VHCASS_SERVER";
-    return filled(std::string("DRIVER={") + driver_name + "};SERVER={host};PORT={port};", variable) +
+    return filled(std::string("DRIVER={") + driver_name + "};SERVER={host};PORT={port};",
+                  variable) +
            (is_given ? std::string(more) + ";" : "");
 }
 

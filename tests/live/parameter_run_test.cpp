@@ -29,15 +29,6 @@ TEST_F(live_parameter_runs, null_indicator_is_refused_by_the_server)
         expect_records(SQL_HANDLE_STMT, stmt, {malformed});
         EXPECT_EQ(query(conn, look), row_list());
     }
-    // The way to write a null: at execution.
-    indicator = SQL_DATA_AT_EXEC;
-    EXPECT_STMT(SQL_NEED_DATA, stmt, exec(stmt, insert));
-    SQLPOINTER token = nullptr;
-    EXPECT_STMT(SQL_NEED_DATA, stmt, SQLParamData(stmt, &token));
-    EXPECT_EQ(token, &number);
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLPutData(stmt, nullptr, SQL_NULL_DATA));
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLParamData(stmt, &token));
-    EXPECT_EQ(query(conn, look), row_list{"1|NULL"});
 }
 
 // ---- Long values --------------------------------------------------------------------------------

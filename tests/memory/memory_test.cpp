@@ -2,8 +2,6 @@
 // application then sees is what it sees with memory in plenty, or SQL_ERROR with HY001: never less
 // with a success, never a crash or a block that is lost. After a failure the application does it
 // all again, and gets it all, or is told that the connection is gone.
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,14 +11,13 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
-#include <thread>
 
 #include "tests/app_value.h"
 #include "tests/bundle_file.h"
 #include "tests/handle_calls.h"
 #include "tests/memory/allocations.h"
 #include "tests/node/certificates.h"
-#include "tests/node/node_tls.h"
+#include "tests/node/node.h"
 
 // ---- The application ----------------------------------------------------------------------------
 
@@ -36,7 +33,12 @@ struct application {
     SQLINTEGER numbers[2] = {3, 4};
     SQLLEN at_exec = SQL_DATA_AT_EXEC;
     SQLPOINTER token = nullptr;
-    SQLSMALLINT count = 0;
+    // Where calls put what they tell; it is taken behind each of them.
+    char text[2000] = {};
+    SQLWCHAR wide[2000] = {};
+    SQLSMALLINT small = 0;
+    SQLLEN number = 0;
+    SQLULEN size = 0;
 };
 
 enum step_mark : unsigned {
@@ -132,9 +134,8 @@ static bool lacks_records_only(const answer &told, const answer &wanted)
         told.records.size() > wanted.records.size())
         return false;
     return std::ranges::all_of(told.records, [&](const std::string &record) {
-        return std::ranges::any_of(wanted.records, [&](const std::string &whole) {
-            return is_left_of(record, whole);
-        });
+        return std::ranges::any_of(
+            wanted.records, [&](const std::string &whole) { return is_left_of(record, whole); });
     });
 }
 
@@ -185,8 +186,7 @@ static std::string differs(const char *when, const step &step, const answer &tol
 // The steps from where the application begins again: all as with plenty, up to a connection that is
 // gone.
 static std::string do_again(const scenario &steps, const std::vector<answer> &wanted,
-                            std::size_t failed_at, application *app,
-                            const allocation_plan &plan)
+                            std::size_t failed_at, application *app, const allocation_plan &plan)
 {
     std::size_t first = 0;
     while (first < steps.size() && (steps[first].marks & AGAIN) == 0)
@@ -238,72 +238,24 @@ static std::string run(const scenario &steps, application app, const allocation_
 
 // ---- The server ---------------------------------------------------------------------------------
 
-// The metadata service of a hosted database, on a port of its own.
-struct service {
-    int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    int port = 0;
-    std::thread thread;
-
-    explicit service(node_tls tls)
-    {
-        sockaddr_in address = {};
-        socklen_t length = sizeof address;
-        EXPECT_EQ(listen(listener, 16), 0);  // a port of the system's choice
-        getsockname(listener, reinterpret_cast<sockaddr *>(&address), &length);
-        port = ntohs(address.sin_port);
-        thread = std::thread([this, tls = std::move(tls)] { serve(tls); });
-    }
-    ~service()
-    {
-        shutdown(listener, SHUT_RDWR);
-        thread.join();
-        close(listener);
-    }
-    service &operator=(service &&) = delete;  // and with it all copies
-
-    void serve(const node_tls &settings) const
-    {
-        sigset_t pipe;
-        sigemptyset(&pipe);
-        sigaddset(&pipe, SIGPIPE);
-        pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
-        const std::string json =
-            R"({"region": "r", "contact_info": {"contact_points": ["a", "b"]}})";
-        const std::string reply = "HTTP/1.1 200 OK\r\nContent-Length: " +
-                                  std::to_string(json.size()) + "\r\n\r\n" + json;
-        for (;;) {
-            const int client = accept(listener, nullptr, nullptr);
-            if (client < 0)
-                return;
-            const tls_session tls = tls_accept(settings);
-            SSL_set_fd(tls.get(), client);
-            std::string request;
-            char byte;
-            while (!request.ends_with("\n\n") && SSL_read(tls.get(), &byte, 1) == 1)
-                request += byte;
-            if (request.ends_with("\n\n"))
-                SSL_write(tls.get(), reply.data(), static_cast<int>(reply.size()));
-            SSL_shutdown(tls.get());
-            close(client);
-        }
-    }
-};
-
 static node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {})
 {
     return rows_frame(node_columns(rows.front().size(), {"c", type_of(NODE_VARCHAR)}), rows,
                       options);
 }
 
-static const node_columns several = {{"a", type_of(NODE_INT)},     {"t", type_of(NODE_VARCHAR)},
-                                     {"b", type_of(NODE_BLOB)},    {"d", type_of(NODE_DECIMAL)},
-                                     {"l", type_list(type_of(NODE_INT))},
-                                     {"i", type_of(NODE_INET)}};
+static const node_columns several = {
+    {"a", type_of(NODE_INT)},     {"t", type_of(NODE_VARCHAR)},        {"b", type_of(NODE_BLOB)},
+    {"d", type_of(NODE_DECIMAL)}, {"l", type_list(type_of(NODE_INT))}, {"i", type_of(NODE_INET)}};
 
 static node_row several_cells(int number, const bytes &text)
 {
-    return {be32(static_cast<std::uint64_t>(number)), text, text, be32(1) + text.substr(0, 3),
-            be32(1) + wire_bytes(be32(7)), from_hex("7f000001")};
+    return {be32(static_cast<std::uint64_t>(number)),
+            text,
+            text,
+            be32(1) + text.substr(0, 3),
+            be32(1) + wire_bytes(be32(7)),
+            from_hex("7f000001")};
 }
 
 // What the server answers to a statement, by a word in it; of several pages by the page asked for.
@@ -312,8 +264,8 @@ static node_frame answer_to(const bytes &body)
     const auto has = [&](std::string_view word) { return body.find(word) != bytes::npos; };
     const bool second = has("page2");
     const node_metadata more = {.paging_state = second ? "" : "page2"};
-    const bytes options = be32(2) + wire_bytes("target") + wire_bytes("v") + wire_bytes("x") +
-                          wire_bytes("y");
+    const bytes options =
+        be32(2) + wire_bytes("target") + wire_bytes("v") + wire_bytes("x") + wire_bytes("y");
     if (has("system_schema.tables"))
         return text_rows({{"ks", second ? "u" : "t"}}, more);
     if (has("system_schema.views"))
@@ -323,8 +275,10 @@ static node_frame answer_to(const bytes &body)
     if (has("system_schema.columns"))
         return text_rows({{"id", "partition_key", "int"}, {"v", "regular", "map<text, int>"}});
     if (has("system_schema.indexes"))
-        return rows_frame({{"k", type_of(NODE_VARCHAR)}, {"t", type_of(NODE_VARCHAR)},
-                           {"i", type_of(NODE_VARCHAR)}, {"kind", type_of(NODE_VARCHAR)},
+        return rows_frame({{"k", type_of(NODE_VARCHAR)},
+                           {"t", type_of(NODE_VARCHAR)},
+                           {"i", type_of(NODE_VARCHAR)},
+                           {"kind", type_of(NODE_VARCHAR)},
                            {"o", type_map(type_of(NODE_VARCHAR), type_of(NODE_VARCHAR))}},
                           {{"ks", "t", "by_v", "COMPOSITES", options}});
     if (has("use \"") || has("USE "))
@@ -361,6 +315,8 @@ static std::vector<node_frame> respond(const node_request &request, bool lz4)
     }
 }
 
+static constexpr SQLSMALLINT NTS = SQL_NTS;
+
 // ---- What an application does -------------------------------------------------------------------
 
 static void put_text(std::string *data, const void *text, SQLLEN length = SQL_NTS)
@@ -369,17 +325,30 @@ static void put_text(std::string *data, const void *text, SQLLEN length = SQL_NT
     *data += "|";
 }
 
-static void put_number(std::string *data, SQLLEN number)
+// What the last call told, which is forgotten: the wide text is UTF-16 of no more than a byte a
+// unit.
+static void take_told(application &s, std::string *data)
 {
-    *data += std::to_string(number) + "|";
+    for (const SQLWCHAR *unit = s.wide; *unit != 0; unit++)
+        *data += static_cast<char>(*unit);
+    put_text(data, s.text);
+    put_text(data, std::to_string(s.number).c_str());
+    std::memset(s.text, 0, sizeof s.text);
+    std::memset(s.wide, 0, sizeof s.wide);
+    s.number = 0;
 }
 
-// UTF-16 of no more than a byte a unit.
-static void put_wide(std::string *data, const SQLWCHAR *text)
+// A further call of a step, unless one before it failed.
+#define THEN(...)                                                                                  \
+    do {                                                                                           \
+        if (SQL_SUCCEEDED(code))                                                                   \
+            code = SQLRETURN(DRIVER(__VA_ARGS__));                                                 \
+        take_told(s, data);                                                                        \
+    } while (0)
+
+static SQLCHAR *words(const char *text)
 {
-    for (; *text != 0; text++)
-        *data += static_cast<char>(*text);
-    *data += "|";
+    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text));
 }
 
 // The rows by SQLGetData, and how they end.
@@ -392,8 +361,7 @@ static SQLRETURN read_rows(application &app, std::string *data)
         for (SQLUSMALLINT column = 1; SQL_SUCCEEDED(code) && column <= columns; column++) {
             char text[700] = "";
             SQLLEN length = 0;
-            code = DRIVER(
-                SQLGetData(app.stmt, column, SQL_C_CHAR, text, sizeof text, &length));
+            code = DRIVER(SQLGetData(app.stmt, column, SQL_C_CHAR, text, sizeof text, &length));
             put_text(data, text, length);
         }
         *data += "\n";
@@ -411,109 +379,65 @@ static SQLRETURN fetch_bound(application &app, std::string *data)
 }
 
 // Descriptions of all columns in all forms.
-static SQLRETURN describe(application &app, std::string *data)
+static SQLRETURN describe(application &s, std::string *data)
 {
-    SQLSMALLINT columns = 0;
-    SQLRETURN code = DRIVER(SQLNumResultCols(app.stmt, &columns));
+    SQLSMALLINT columns = 0, *n = &s.small;
+    SQLRETURN code = DRIVER(SQLNumResultCols(s.stmt, &columns));
     for (SQLUSMALLINT column = 1; SQL_SUCCEEDED(code) && column <= columns; column++) {
-        SQLCHAR name[64] = "";
-        SQLWCHAR wide[64] = {};
-        SQLSMALLINT length = 0, type = 0, digits = 0, nullable = 0;
-        SQLULEN size = 0;
-        SQLLEN number = 0;
-        code = DRIVER(SQLDescribeCol(app.stmt, column, name, sizeof name, &length, &type, &size,
-                                     &digits, &nullable));
-        put_text(data, name);
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(SQLDescribeColW(app.stmt, column, wide, 64, &length, &type, &size,
-                                          &digits, &nullable));
-        put_wide(data, wide);
+        THEN(SQLDescribeCol(s.stmt, column, words(s.text), 64, n, n, &s.size, n, n));
+        THEN(SQLDescribeColW(s.stmt, column, s.wide, 64, n, n, &s.size, n, n));
         for (const SQLUSMALLINT field :
              {SQL_DESC_NAME, SQL_DESC_TYPE_NAME, SQL_DESC_TABLE_NAME, SQL_DESC_SCHEMA_NAME,
               SQL_DESC_LITERAL_PREFIX, SQL_DESC_LOCAL_TYPE_NAME, SQL_DESC_LENGTH}) {
-            if (SQL_SUCCEEDED(code))
-                code = DRIVER(SQLColAttribute(app.stmt, column, field, name, sizeof name, &length,
-                                              &number));
-            put_text(data, name);
-            if (SQL_SUCCEEDED(code))
-                code = DRIVER(SQLColAttributeW(app.stmt, column, field, wide, sizeof wide, &length,
-                                               &number));
-            put_wide(data, wide);
+            THEN(SQLColAttribute(s.stmt, column, field, s.text, 64, n, &s.number));
+            THEN(SQLColAttributeW(s.stmt, column, field, s.wide, 128, n, &s.number));
         }
-        put_number(data, number);
     }
-    return code;
-}
-
-static SQLRETURN count_rows(application &app, std::string *data)
-{
-    SQLLEN rows = 0;
-    const SQLRETURN code = DRIVER(SQLRowCount(app.stmt, &rows));
-    put_number(data, rows);
     return code;
 }
 
 // Texts of the driver, in both forms.
-static SQLRETURN read_info(application &app, std::string *data)
+static SQLRETURN read_info(application &s, std::string *data)
 {
     SQLRETURN code = SQL_SUCCESS;
-    for (const SQLUSMALLINT info : {SQL_DATA_SOURCE_NAME, SQL_SERVER_NAME, SQL_DBMS_NAME,
-                                    SQL_DBMS_VER, SQL_DRIVER_NAME, SQL_DATABASE_NAME,
-                                    SQL_USER_NAME, SQL_KEYWORDS, SQL_IDENTIFIER_QUOTE_CHAR}) {
-        SQLCHAR text[2000] = "";
-        SQLWCHAR wide[2000] = {};
-        SQLSMALLINT length = 0;
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(SQLGetInfo(app.conn, info, text, sizeof text, &length));
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(SQLGetInfoW(app.conn, info, wide, sizeof wide, &length));
-        put_text(data, text);
-        put_wide(data, wide);
+    for (const SQLUSMALLINT info :
+         {SQL_DATA_SOURCE_NAME, SQL_SERVER_NAME, SQL_DBMS_NAME, SQL_DBMS_VER, SQL_DRIVER_NAME,
+          SQL_DATABASE_NAME, SQL_USER_NAME, SQL_KEYWORDS, SQL_IDENTIFIER_QUOTE_CHAR}) {
+        THEN(SQLGetInfo(s.conn, info, s.text, sizeof s.text, &s.small));
+        THEN(SQLGetInfoW(s.conn, info, s.wide, sizeof s.wide, &s.small));
     }
     return code;
 }
 
-static SQLRETURN read_diagnostics(application &app, std::string *data)
+static SQLRETURN read_diagnostics(application &s, std::string *data)
 {
-    SQLCHAR state[6] = "", text[200] = "";
-    SQLWCHAR wide_state[6] = {}, wide[200] = {};
+    SQLCHAR state[6] = "";
+    SQLWCHAR wide_state[6] = {};
     SQLINTEGER native = 0;
-    SQLSMALLINT length = 0;
-    const SQLHSTMT stmt = app.stmt;
-    SQLRETURN code =
-        DRIVER(SQLGetDiagRec(SQL_HANDLE_STMT, stmt, 1, state, &native, text, 200, &length));
-    put_text(data, text);
-    if (SQL_SUCCEEDED(code))
-        code = DRIVER(
-            SQLGetDiagRecW(SQL_HANDLE_STMT, stmt, 1, wide_state, &native, wide, 200, &length));
-    put_wide(data, wide);
-    for (const SQLSMALLINT field : {SQL_DIAG_SQLSTATE, SQL_DIAG_MESSAGE_TEXT, SQL_DIAG_SERVER_NAME,
-                                    SQL_DIAG_CLASS_ORIGIN}) {
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(
-                SQLGetDiagField(SQL_HANDLE_STMT, stmt, 1, field, text, sizeof text, &length));
-        put_text(data, text);
-        if (SQL_SUCCEEDED(code))
-            code = DRIVER(
-                SQLGetDiagFieldW(SQL_HANDLE_STMT, stmt, 1, field, wide, sizeof wide, &length));
-        put_wide(data, wide);
+    SQLRETURN code = SQL_SUCCESS;
+    THEN(SQLGetDiagRec(SQL_HANDLE_STMT, s.stmt, 1, state, &native, words(s.text), 200, &s.small));
+    THEN(SQLGetDiagRecW(SQL_HANDLE_STMT, s.stmt, 1, wide_state, &native, s.wide, 200, &s.small));
+    for (const SQLSMALLINT field :
+         {SQL_DIAG_SQLSTATE, SQL_DIAG_MESSAGE_TEXT, SQL_DIAG_SERVER_NAME, SQL_DIAG_CLASS_ORIGIN}) {
+        THEN(SQLGetDiagField(SQL_HANDLE_STMT, s.stmt, 1, field, s.text, 200, &s.small));
+        THEN(SQLGetDiagFieldW(SQL_HANDLE_STMT, s.stmt, 1, field, s.wide, 400, &s.small));
     }
     return code;
 }
 
-// A driver's call with nothing to tell but its code. `s` is the application.
+// clang-format off
+// A driver's call with what it tells. `s` is the application.
 #define CALL(type, marks, ...)                                                                     \
     step                                                                                           \
     {                                                                                              \
-        #__VA_ARGS__, type,                                                                        \
-            [](application &s, std::string *) { return SQLRETURN(DRIVER(__VA_ARGS__)); }, marks    \
+        #__VA_ARGS__, type, [](application &s, std::string *data) {                                \
+            SQLRETURN code = SQL_SUCCESS;                                                          \
+            THEN(__VA_ARGS__);                                                                     \
+            return code;                                                                           \
+        }, marks                                                                                   \
     }
+// clang-format on
 #define STMT(...) CALL(SQL_HANDLE_STMT, PLAIN, __VA_ARGS__)
-
-static SQLCHAR *words(const char *text)
-{
-    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text));
-}
 
 static SQLRETURN make(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE *made, std::string *data)
 {
@@ -529,55 +453,38 @@ static SQLRETURN drop(SQLSMALLINT type, SQLHANDLE *handle)
     return DRIVER(SQLFreeHandle(type, gone));
 }
 
-static SQLRETURN connect_by_string(application &app, std::string *data)
-{
-    SQLCHAR out[1024] = "";
-    const SQLRETURN code =
-        DRIVER(SQLDriverConnect(app.conn, nullptr, words(app.connection.c_str()), SQL_NTS, out,
-                                sizeof out, nullptr, SQL_DRIVER_NOPROMPT));
-    *data = reinterpret_cast<char *>(out);
-    return code;
-}
-
 static const step make_env = {"environment", SQL_HANDLE_ENV, [](application &s, std::string *d) {
                                   return make(SQL_HANDLE_ENV, nullptr, &s.env, d);
                               }};
-static const step make_conn = {"connection", SQL_HANDLE_ENV,
-                               [](application &s, std::string *d) {
-                                   return make(SQL_HANDLE_DBC, s.env, &s.conn, d);
-                               },
-                               NO_RECORD};
-static const step make_stmt = {"statement", SQL_HANDLE_DBC,
-                               [](application &s, std::string *d) {
-                                   return make(SQL_HANDLE_STMT, s.conn, &s.stmt, d);
-                               },
-                               NO_RECORD};
-static const step odbc3 = CALL(SQL_HANDLE_ENV, PLAIN,
-                               SQLSetEnvAttr(s.env, SQL_ATTR_ODBC_VERSION,
-                                             odbc_number(SQL_OV_ODBC3), 0));
-static const step by_string = {"SQLDriverConnect", SQL_HANDLE_DBC, connect_by_string, AGAIN};
-static const step by_name = {"SQLConnect", SQL_HANDLE_DBC,
-                             [](application &s, std::string *) {
-                                 return SQLRETURN(DRIVER(SQLConnect(
-                                     s.conn, words(s.connection.c_str()), SQL_NTS, words("user"),
-                                     SQL_NTS, words("password"), SQL_NTS)));
-                             },
-                             AGAIN};
-static const step use_keyspace =
-    STMT(SQLExecDirect(s.stmt, words("use \"ks\""), SQL_NTS));
-static const step drop_stmt = {"free statement", SQL_HANDLE_DBC,
-                               [](application &s, std::string *) {
+static const step make_conn = {
+    "connection", SQL_HANDLE_ENV,
+    [](application &s, std::string *d) { return make(SQL_HANDLE_DBC, s.env, &s.conn, d); },
+    NO_RECORD};
+static const step make_stmt = {
+    "statement", SQL_HANDLE_DBC,
+    [](application &s, std::string *d) { return make(SQL_HANDLE_STMT, s.conn, &s.stmt, d); },
+    NO_RECORD};
+static const step odbc3 =
+    CALL(SQL_HANDLE_ENV, PLAIN,
+         SQLSetEnvAttr(s.env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0));
+static const step by_string =
+    CALL(SQL_HANDLE_DBC, AGAIN,
+         SQLDriverConnect(s.conn, nullptr, words(s.connection.c_str()), SQL_NTS, words(s.text),
+                          1024, nullptr, SQL_DRIVER_NOPROMPT));
+static const step by_name = CALL(SQL_HANDLE_DBC, AGAIN,
+                                 SQLConnect(s.conn, words(s.connection.c_str()), SQL_NTS,
+                                            words("user"), SQL_NTS, words("password"), SQL_NTS));
+static const step use_keyspace = STMT(SQLExecDirect(s.stmt, words("use \"ks\""), SQL_NTS));
+static const step drop_stmt = {"free statement", SQL_HANDLE_DBC, [](application &s, std::string *) {
                                    return drop(SQL_HANDLE_STMT, &s.stmt);
                                }};
 static const step part = CALL(SQL_HANDLE_DBC, PLAIN, SQLDisconnect(s.conn));
-static const step drop_conn = {"free connection", SQL_HANDLE_ENV,
-                               [](application &s, std::string *) {
-                                   return drop(SQL_HANDLE_DBC, &s.conn);
-                               }};
-static const step drop_env = {"free environment", SQL_HANDLE_ENV,
-                              [](application &s, std::string *) {
-                                  return drop(SQL_HANDLE_ENV, &s.env);
-                              }};
+static const step drop_conn = {
+    "free connection", SQL_HANDLE_ENV,
+    [](application &s, std::string *) { return drop(SQL_HANDLE_DBC, &s.conn); }};
+static const step drop_env = {
+    "free environment", SQL_HANDLE_ENV,
+    [](application &s, std::string *) { return drop(SQL_HANDLE_ENV, &s.env); }};
 static const step rows = {"rows", SQL_HANDLE_STMT, read_rows};
 static const step close_rows = STMT(SQLFreeStmt(s.stmt, SQL_CLOSE));
 
@@ -590,17 +497,11 @@ static step marked(step given, unsigned marks)
 // A session from its beginning to its end.
 static scenario session_by(const step &connect)
 {
-    return {make_env,
-            odbc3,
-            make_conn,
-            connect,
-            make_stmt,
-            STMT(SQLExecDirect(s.stmt, words("select * from warned"), SQL_NTS)),
-            rows,
-            drop_stmt,
-            part,
-            drop_conn,
-            drop_env};
+    return {
+        make_env,  odbc3,     make_conn,
+        connect,   make_stmt, STMT(SQLExecDirect(s.stmt, words("select * from warned"), SQL_NTS)),
+        rows,      drop_stmt, part,
+        drop_conn, drop_env};
 }
 
 // Work within a session, which is there already and goes in quiet.
@@ -627,7 +528,7 @@ static const scenario statements = within({
     STMT(SQLFreeStmt(s.stmt, SQL_UNBIND)),
     STMT(SQLExecute(s.stmt)),
     rows,
-    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLRowCount(s.stmt, &s.number)),
     STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
     STMT(SQLExecDirect(s.stmt, words("select * from {fn ucase(t)}"), SQL_NTS)),
     rows,
@@ -647,20 +548,18 @@ static const scenario parameters = within({
     STMT(SQLPutData(s.stmt, words("first "), 6)),
     STMT(SQLPutData(s.stmt, words("second"), 6)),
     STMT(SQLParamData(s.stmt, &s.token)),
-    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLRowCount(s.stmt, &s.number)),
     STMT(SQLPrepare(s.stmt, words("insert into t (a, t) values (?, ?)"), SQL_NTS)),
-    STMT(SQLNumParams(s.stmt, &s.count)),
+    STMT(SQLNumParams(s.stmt, &s.small)),
     STMT(SQLDescribeParam(s.stmt, 1, nullptr, nullptr, nullptr, nullptr)),
     STMT(bind(s.stmt, 2, SQL_C_SLONG, SQL_VARCHAR, s.numbers)),
     STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(2), 0)),
     STMT(SQLExecute(s.stmt)),
-    {"row count", SQL_HANDLE_STMT, count_rows},
+    STMT(SQLRowCount(s.stmt, &s.number)),
     STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
 });
 
-static constexpr SQLSMALLINT NTS = SQL_NTS;
-#define LISTED(...)                                                                                \
-    CALL(SQL_HANDLE_STMT, NO_RECORD, __VA_ARGS__), rows
+#define LISTED(...) CALL(SQL_HANDLE_STMT, NO_RECORD, __VA_ARGS__), rows
 
 static const scenario tables = within({
     LISTED(SQLTables(s.stmt, nullptr, 0, nullptr, 0, nullptr, 0, words("TABLE,VIEW"), NTS)),
@@ -695,38 +594,15 @@ static const scenario telling = within({
     marked(STMT(SQLExecDirect(s.stmt, words("refused"), SQL_NTS)), QUIET),
     {"diagnostics", SQL_HANDLE_ENV, read_diagnostics, NO_RECORD},
     {"info", SQL_HANDLE_DBC, read_info},
-    {"native text", SQL_HANDLE_DBC,
-     [](application &s, std::string *data) {
-         char text[64] = "";
-         SQLINTEGER length = 0;
-         const SQLRETURN code = DRIVER(SQLNativeSql(s.conn, words("select {fn now()}"), SQL_NTS,
-                                                    words(text), sizeof text, &length));
-         put_text(data, text);
-         return code;
-     }},
+    CALL(SQL_HANDLE_DBC, PLAIN,
+         SQLNativeSql(s.conn, words("select {fn now()}"), NTS, words(s.text), 64, nullptr)),
     CALL(SQL_HANDLE_STMT, NO_RECORD, SQLSetCursorName(s.stmt, words("name"), NTS)),
-    {"cursor name", SQL_HANDLE_STMT,
-     [](application &s, std::string *data) {
-         char text[64] = "";
-         SQLWCHAR wide[64] = {};
-         SQLRETURN code = DRIVER(SQLGetCursorName(s.stmt, words(text), sizeof text, nullptr));
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetCursorNameW(s.stmt, wide, 64, nullptr));
-         put_text(data, text);
-         put_wide(data, wide);
-         return code;
-     }},
+    STMT(SQLGetCursorName(s.stmt, words(s.text), 64, nullptr)),
+    STMT(SQLGetCursorNameW(s.stmt, s.wide, 64, nullptr)),
     CALL(SQL_HANDLE_DBC, PLAIN,
          SQLSetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, words("x"), SQL_NTS)),
-    {"connection attribute", SQL_HANDLE_DBC,
-     [](application &s, std::string *data) {
-         char text[64] = "";
-         SQLINTEGER length = 0;
-         const SQLRETURN code = DRIVER(
-             SQLGetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, text, sizeof text, &length));
-         put_text(data, text);
-         return code;
-     }},
+    CALL(SQL_HANDLE_DBC, PLAIN,
+         SQLGetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, s.text, 64, nullptr)),
     {"descriptor", SQL_HANDLE_DBC,
      [](application &s, std::string *data) {
          if (s.desc != nullptr)
@@ -745,25 +621,13 @@ static const scenario telling = within({
      [](application &s, std::string *data) {
          SQLRETURN code = DRIVER(SQLExecDirect(s.stmt, words("select * from t"), SQL_NTS));
          SQLHDESC ird = nullptr;
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetStmtAttr(s.stmt, SQL_ATTR_IMP_ROW_DESC, &ird, 0, nullptr));
-         SQLCHAR text[64] = "";
-         SQLWCHAR wide[64] = {};
-         SQLSMALLINT n;
+         SQLSMALLINT *n = &s.small;
          SQLLEN length;
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetDescField(ird, 2, SQL_DESC_NAME, text, sizeof text, nullptr));
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(
-                 SQLGetDescFieldW(ird, 2, SQL_DESC_TYPE_NAME, wide, sizeof wide, nullptr));
-         put_text(data, text);
-         put_wide(data, wide);
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetDescRec(ird, 1, text, 64, &n, &n, &n, &length, &n, &n, &n));
-         if (SQL_SUCCEEDED(code))
-             code = DRIVER(SQLGetDescRecW(ird, 1, wide, 64, &n, &n, &n, &length, &n, &n, &n));
-         put_text(data, text);
-         put_wide(data, wide);
+         THEN(SQLGetStmtAttr(s.stmt, SQL_ATTR_IMP_ROW_DESC, &ird, 0, nullptr));
+         THEN(SQLGetDescField(ird, 2, SQL_DESC_NAME, s.text, 64, nullptr));
+         THEN(SQLGetDescFieldW(ird, 2, SQL_DESC_TYPE_NAME, s.wide, 128, nullptr));
+         THEN(SQLGetDescRec(ird, 1, words(s.text), 64, n, n, n, &length, n, n, n));
+         THEN(SQLGetDescRecW(ird, 1, s.wide, 64, n, n, n, &length, n, n, n));
          return code;
      }},
     close_rows,
@@ -793,8 +657,11 @@ struct road {
 struct memory : ::testing::TestWithParam<road> {
     const file_folder folder;
     const certificate ca = make_ca();
-    node_tls tls = {.chain = make_certificate({}, &ca).pem, .key = key_pem(KEY_ONE)};
-    const service hosted = service(tls);
+    const node_tls tls = {
+        .chain = make_certificate({}, &ca).pem,
+        .key = key_pem(KEY_ONE),
+        .http = "HTTP/1.1 200 OK\r\nContent-Length: 64\r\n\r\n"
+                R"({"region": "r", "contact_info": {"contact_points": ["a", "b"]}} )"};
     node_ptr node = node_ptr(nullptr, node_free);
     application app;
 
@@ -814,15 +681,15 @@ struct memory : ::testing::TestWithParam<road> {
             for (std::size_t at; (at = app.connection.find(word)) != std::string::npos;)
                 app.connection.replace(at, word.size(), value);
         };
-        write_bundle(folder.path + "/bundle.zip",
-                     {{"config.json", R"({"host": "127.0.0.1", "port": )" +
-                                          std::to_string(hosted.port) + R"(, "cql_port": )" +
-                                          std::to_string(node_port(node.get())) +
-                                          R"(, "keyspace": "ks", "caCertLocation": "./ca",)" +
-                                          R"("certLocation": "cert", "keyLocation": "./key"})"},
-                      {"ca", ca.pem},
-                      {"cert", make_certificate({.key = KEY_TWO}, &ca).pem},
-                      {"key", key_pem(KEY_TWO)}});
+        const std::string port = std::to_string(node_port(node.get()));
+        write_bundle(
+            folder.path + "/bundle.zip",
+            {{"config.json", R"({"host": "127.0.0.1", "port": )" + port + R"(, "cql_port": )" +
+                                 port + R"(, "keyspace": "ks", "caCertLocation": "./ca",)" +
+                                 R"("certLocation": "cert", "keyLocation": "./key"})"},
+             {"ca", ca.pem},
+             {"cert", make_certificate({.key = KEY_TWO}, &ca).pem},
+             {"key", key_pem(KEY_TWO)}});
         fill("{address}", app.address);
         fill("{folder}", folder.path);
         if (!r.settings.starts_with("["))
@@ -879,9 +746,9 @@ TEST_P(memory, that_runs_out_is_told_and_costs_nothing_else)
                               owner == BY_DRIVER ? "the driver" : "a library",
                               all_behind ? " and all behind" : "");
                 alive = allocations.alive;
-                const std::string wrong = run(
-                    r.steps, app, {.owner = owner, .number = number, .all_behind = all_behind},
-                    &wanted);
+                const std::string wrong =
+                    run(r.steps, app, {.owner = owner, .number = number, .all_behind = all_behind},
+                        &wanted);
                 EXPECT_TRUE(wrong.empty()) << doing << wrong;
                 EXPECT_TRUE(r.keeps || allocations.alive - alive <= kept) << doing;
             }
@@ -897,11 +764,9 @@ INSTANTIATE_TEST_SUITE_P(
         road{"session", session_by(by_string), there + "Logging=0;StringLen=300"},
         road{"data_source", session_by(by_name),
              "[]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
-        road{"statements", statements, there},
-        road{"lz4", statements, there, true},
-        road{"parameters", parameters, there},
-        road{"tables", tables, there}, road{"columns", columns, there},
-        road{"keys", keys, there}, road{"indexes", indexes, there},
+        road{"statements", statements, there}, road{"lz4", statements, there, true},
+        road{"parameters", parameters, there}, road{"tables", tables, there},
+        road{"columns", columns, there}, road{"keys", keys, there}, road{"indexes", indexes, there},
         road{"no_rows", no_rows, there}, road{"types", types, there},
         road{"telling", telling, there},
         // A record's own allocations are many, and a handshake takes long.

@@ -98,9 +98,8 @@ certificate make_ca(const char *subject, test_key key, const char *constraints)
 
 file_folder::file_folder()
 {
-    char name[] = "/tmp/vhcass-test-XXXXXX";
-    must(mkdtemp(name) != nullptr, "making a folder");
-    path = name;
+    path = std::filesystem::temp_directory_path() / "vhcass-test-XXXXXX";
+    must(mkdtemp(path.data()) != nullptr, "making a folder");
 }
 
 file_folder::~file_folder()

@@ -3,7 +3,6 @@
 
 #include <lz4.h>
 
-#include <bit>
 #include <cstdio>
 
 static constexpr int FLAG_COMPRESSED = 0x01;
@@ -16,25 +15,6 @@ static constexpr int PAGING_STATE_FLAG = 0x08;
 
 // ---- Primitives -------------------------------------------------------------------
 
-static bytes big_endian(std::uint64_t value, int size)
-{
-    bytes out;
-    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
-        out += static_cast<char>(value >> shift & 0xFF);
-    return out;
-}
-
-// clang-format off
-bytes be8(std::uint64_t value) { return big_endian(value, 1); }
-bytes be16(std::uint64_t value) { return big_endian(value, 2); }
-bytes be32(std::uint64_t value) { return big_endian(value, 4); }
-bytes be64(std::uint64_t value) { return big_endian(value, 8); }
-bytes be_double(double value) { return be64(std::bit_cast<std::uint64_t>(value)); }
-bytes wire_string(std::string_view text) { return be16(text.size()) + bytes(text); }
-bytes wire_long_string(std::string_view text) { return be32(text.size()) + bytes(text); }
-bytes wire_short_bytes(std::string_view value) { return wire_string(value); }
-// clang-format on
-
 bytes wire_bytes(const node_cell &value)
 {
     return value ? be32(value->size()) + *value : be32(0xFFFFFFFF);
@@ -45,31 +25,6 @@ static bytes wire_string_list(const std::vector<bytes> &texts)
     bytes out = be16(texts.size());
     for (const bytes &text : texts)
         out += wire_string(text);
-    return out;
-}
-
-bytes from_hex(std::string_view text)
-{
-    bytes out, digits;
-    for (const char c : text) {
-        if (c != ' ')
-            digits += c;
-        if (digits.size() == 2) {
-            out += static_cast<char>(std::stoi(digits, nullptr, 16));
-            digits.clear();
-        }
-    }
-    return out;
-}
-
-bytes to_hex(std::string_view value)
-{
-    bytes out;
-    for (const char c : value) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(c) & 0xFF);
-        out += digits;
-    }
     return out;
 }
 
@@ -86,15 +41,6 @@ std::string hex_dump(std::string_view value)
             out += c >= 0x20 && c < 0x7F ? c : '.';
         out += "\n";
     }
-    return out;
-}
-
-bytes pattern(int length)
-{
-    static constexpr std::string_view digits = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJ";
-    bytes out(static_cast<std::size_t>(length), '\0');
-    for (std::size_t i = 0; i < out.size(); i++)
-        out[i] = digits[(i + i / digits.size()) % digits.size()];
     return out;
 }
 

@@ -4,12 +4,11 @@
 #ifndef TESTS_NODE_FRAMES_H
 #define TESTS_NODE_FRAMES_H
 
-#include <cstdint>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
+
+#include "tests/bytes.h"
 
 using bytes = std::string;               // any bytes, zeros among them
 using node_cell = std::optional<bytes>;  // value of a cell, or null
@@ -35,25 +34,9 @@ enum : int {
 
 // ---- Primitives -------------------------------------------------------------------
 
-bytes be8(std::uint64_t value);
-bytes be16(std::uint64_t value);
-bytes be32(std::uint64_t value);
-bytes be64(std::uint64_t value);
-bytes be_double(double value);
-
-bytes wire_string(std::string_view text);       // [string]
-bytes wire_long_string(std::string_view text);  // [long string]
-bytes wire_bytes(const node_cell &value);       // [bytes], nothing: length -1
-bytes wire_short_bytes(std::string_view value);
-
-// "01 ff" to bytes and back; blanks are passed over.
-bytes from_hex(std::string_view text);
-bytes to_hex(std::string_view value);
+bytes wire_bytes(const node_cell &value);  // [bytes], nothing: length -1
 // Bytes as lines of hexadecimal digits and characters, for a failed comparison.
 std::string hex_dump(std::string_view value);
-// `length` bytes in which no stretch repeats another nearby: "0123456789abc..." shifted in each
-// round, so that a lost, doubled or swapped piece shows.
-bytes pattern(int length);
 
 // ---- Types and metadata -------------------------------------------------------------------
 

@@ -47,6 +47,7 @@ struct scripted_node {
     node_responder responder;
     std::optional<node_tls> tls;
     std::vector<bytes> tls_names;
+    bytes http_request;
     std::string complaints;
 };
 
@@ -169,6 +170,18 @@ static void hang_up(const node_connection &connection, bool reset)
     close(socket);
 }
 
+static void answer_http(scripted_node *node, const node_connection &from)
+{
+    bytes request = "G";
+    for (char byte; !request.ends_with("\n\n") && receive(node, from, &byte, 1);)
+        request += byte;
+    const std::lock_guard hold(node->lock);
+    node->http_request = request;
+    transmit(from.socket, tls_encrypt(from.tls.get(), node->tls->http), false);
+    SSL_shutdown(from.tls.get());
+    transmit(from.socket, tls_take(from.tls.get()), false);
+}
+
 // One request, restored. False when the connection is at its end.
 static bool read_request(scripted_node *node, const node_connection &from, node_request *request)
 {
@@ -176,6 +189,10 @@ static bool read_request(scripted_node *node, const node_connection &from, node_
     // A request begins with its first byte; an end before it is an orderly one.
     if (!receive(node, from, header, 1))
         return false;
+    if (header[0] == 'G' && from.tls != nullptr) {
+        answer_http(node, from);
+        return false;
+    }
     bool whole = receive(node, from, header + 1, HEADER_SIZE - 1);
     const std::size_t length =
         static_cast<std::size_t>(header[5]) << 24 | header[6] << 16 | header[7] << 8 | header[8];
@@ -385,6 +402,12 @@ std::vector<bytes> node_tls_names(scripted_node *node)
 {
     const std::lock_guard hold(node->lock);
     return node->tls_names;
+}
+
+bytes node_http_request(scripted_node *node)
+{
+    const std::lock_guard hold(node->lock);
+    return node->http_request;
 }
 
 std::string node_finish(scripted_node *node)

@@ -64,10 +64,14 @@ struct node_tls {
     bytes client_issuers = {};  // PEM: a client certificate by one of these is demanded
     // Only so many bytes of its first answer are sent, then the connection is closed.
     std::optional<std::size_t> cut = {};
+    // The answer to a GET in place of a request, behind which the connection ends.
+    bytes http = {};
 };
 void node_use_tls(scripted_node *node, node_tls tls);
 // The server names that clients have asked for over TLS, one for each connection.
 std::vector<bytes> node_tls_names(scripted_node *node);
+// The last GET, to the end of its headers.
+bytes node_http_request(scripted_node *node);
 
 // Stops the server. All complaints in lines, empty when everything went by the script.
 std::string node_finish(scripted_node *node);

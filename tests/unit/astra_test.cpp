@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "core/session/cass_astra.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 // Asks a peer that says all this and hangs up. "points|region|round robin port|port" when that went
 // well, else the records.
@@ -27,8 +27,8 @@ static std::string told(const session &s, const std::string &said, const char *u
         return "failed\n" + records(&conn->head);
     std::string all;
     for (std::int32_t i = 0; i < conn->contact_count; i++)
-        all += narrow(conn->contact_points[i]) + (conn->contact_sockets[i] == -1 ? "," : "?");
-    return all + "|" + narrow(conn->region) + "|" + std::to_string(conn->round_robin_port) + "|" +
+        all += text_of(conn->contact_points[i]) + (conn->contact_sockets[i] == -1 ? "," : "?");
+    return all + "|" + text_of(conn->region) + "|" + std::to_string(conn->round_robin_port) + "|" +
            std::to_string(conn->settings.port);
 }
 

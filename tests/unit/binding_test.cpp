@@ -1,7 +1,7 @@
 // Bound columns: how the list of bindings grows and shrinks, and where each row of a rowset lands.
 #include <tuple>
 
-#include "cell_rig.h"
+#include "tests/unit/cell_rig.h"
 
 static SQLRETURN bind_column(const rig_ptr &rig, int column, int type, void *target,
                              SQLLEN length = 0, void *indicator = nullptr)

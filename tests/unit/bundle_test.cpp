@@ -7,7 +7,7 @@
 
 #include "core/session/cass_bundle.h"
 #include "odbc/SQLConnectWide.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 constexpr std::size_t member_limit = 16 << 20;
 
@@ -29,9 +29,10 @@ struct bundle : ::testing::Test {
         conn->settings.trust_server_certificate = 1;
         const int code = cass_read_bundle(conn);
         EXPECT_EQ(code, conn->head.diag_records == nullptr ? 0 : -5);
-        std::string all = narrow(conn->settings.server) + " " + narrow(conn->settings.keyspace);
-        for (const int number : {conn->settings.astra, conn->settings.metadata_port, conn->settings.port, conn->settings.encrypt,
-                                 conn->settings.trust_server_certificate})
+        std::string all = text_of(conn->settings.server) + " " + text_of(conn->settings.keyspace);
+        for (const int number :
+             {conn->settings.astra, conn->settings.metadata_port, conn->settings.port,
+              conn->settings.encrypt, conn->settings.trust_server_certificate})
             all += " " + std::to_string(number);
         return all + "\n" + records(&conn->head);
     }
@@ -127,7 +128,7 @@ TEST_F(bundle, goes_with_its_data_source)
     conn->contact_points = static_cast<cass_string **>(std::calloc(1, sizeof(cass_string *)));
     conn->contact_count = 1;
     conn->round_robin_port = 7;
-    EXPECT_EQ(SQLConnectWide(conn, {}, {}, {}), SQL_ERROR);
+    EXPECT_EQ(cass_connect_by_name(conn, {}, {}, {}), SQL_ERROR);
     EXPECT_TRUE(conn->ca_bytes == nullptr && conn->certificate_bytes == nullptr);
     EXPECT_TRUE(conn->private_key_bytes == nullptr && conn->private_key_length == 0);
     EXPECT_TRUE(conn->contact_points == nullptr && conn->round_robin_port == 0);

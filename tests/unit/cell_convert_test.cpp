@@ -8,7 +8,7 @@
 #include <sstream>
 #include <tuple>
 
-#include "cell_rig.h"
+#include "tests/unit/cell_rig.h"
 #include "core/log/cass_log.h"
 #include "tests/app_value.h"
 
@@ -107,6 +107,7 @@ TEST(cell_convert, each_source_at_the_bounds_of_each_target)
         {{SQL_C_DATE, SQL_C_TYPE_DATE}, 6, {"2000-02-29", 1, blob, uuid}, {
          {day, date{2000, 2, 29}, none}, {moment(LEAP_DAY), date{2000, 2, 29}, none},
          {moment(LEAP_DAY + 1), date{2000, 2, 29}, cut},
+         {moment(LEAP_DAY + 1000), date{2000, 2, 29}, cut},
          {moment(LEAP_DAY + 3600000), date{2000, 2, 29}, cut}}},
         {{SQL_C_TIME, SQL_C_TYPE_TIME}, 6, {day, 1, blob, uuid}, {
          {moment(LEAP_DAY + 1000), time{0, 0, 1}, none},

@@ -1,6 +1,6 @@
 // Cells from the wire into a column's storage: every way in which the bytes can lie, and the buffer
 // that a column keeps.
-#include "cell_rig.h"
+#include "tests/unit/cell_rig.h"
 
 static std::string stored_text(const cass_data_storage &cell)
 {
@@ -59,7 +59,7 @@ TEST(cell_decode, a_page_cut_at_any_byte_and_a_length_that_lies_give_up_the_rows
 TEST(cell_decode, an_address_of_another_length_fails_its_row)
 {
     const rig_ptr rig = rig_open({CQL_INET});
-    rig_page(rig, cell_of("12345") + cell_of(unhex("0a000001")));
+    rig_page(rig, cell_of("12345") + cell_of(from_hex("0a000001")));
     EXPECT_EQ(SQL_ERROR, rig_row(rig));
     EXPECT_EQ(records(&rig->stmt->head),
               "08S01|Communication link failure: unexpected inet type length 5\n");

@@ -3,22 +3,18 @@
 #ifndef TESTS_UNIT_CELL_RIG_H
 #define TESTS_UNIT_CELL_RIG_H
 
-#include <bit>
-#include <cstring>
-#include <memory>
 #include <vector>
 
 #include "core/cell/cass_data.h"
-#include "core/describe/cass_field.h"
 #include "core/diag/cass_text_out.h"
 #include "core/statement/cass_fetch.h"
 #include "core/statement/cass_pkt_result.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
-struct cell_rig {
-    cass_env *env = cass_alloc_env();
-    cass_stmt *stmt = cass_alloc_stmt(cass_alloc_conn(env, 3));
+struct cell_rig : session {
     cass_packet packet = {};
+
+    cell_rig() : session(false) {}
 
     cass_field *field(int column) const { return &stmt->ird->fields[column - 1]; }
     cass_data_storage &cell(int column = 1) const { return field(column)->data_storage; }
@@ -27,7 +23,6 @@ struct cell_rig {
     {
         std::free(packet.body);
         stmt->page.current_packet = nullptr;
-        cass_free_env(env);
     }
 };
 
@@ -37,7 +32,6 @@ using rig_ptr = std::unique_ptr<cell_rig>;
 inline rig_ptr rig_open(const std::vector<int> &columns)
 {
     auto rig = std::make_unique<cell_rig>();
-    rig->env->odbc_version = 3;
     cass_desc *ird = rig->stmt->ird;
     EXPECT_EQ(0, cass_desc_describe(ird, static_cast<std::int32_t>(columns.size())));
     for (std::int32_t i = 0; const int id : columns) {
@@ -80,31 +74,9 @@ inline SQLRETURN code_of(const std::string &states)
 
 // ---- Bytes of the wire --------------------------------------------------------------------------
 
-// The low `width` bytes of a number, highest first.
-inline std::string be(std::int64_t value, int width)
-{
-    std::string bytes;
-    for (int i = width - 1; i >= 0; i--)
-        bytes += static_cast<char>(value >> (i < 8 ? 8 * i : 63));
-    return bytes;
-}
-
-// clang-format off
-inline std::string be(double value) { return be(std::bit_cast<std::int64_t>(value), 8); }
-inline std::string be(float value) { return be(std::bit_cast<std::int32_t>(value), 4); }
-// clang-format on
-
-inline std::string unhex(const std::string &digits)
-{
-    std::string bytes;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-    return bytes;
-}
-
 inline std::string decimal(int scale, const std::string &unscaled)
 {
-    return be(scale, 4) + unhex(unscaled);
+    return be(scale, 4) + from_hex(unscaled);
 }
 
 inline constexpr auto &cell_of = long_str;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "cell_rig.h"
+#include "tests/unit/cell_rig.h"
 
 // The units of a wide text of ASCII.
 static std::string widen(const std::string &narrow_text)
@@ -36,13 +36,13 @@ static const form forms[] = {
     {CQL_DECIMAL, decimal(127, "01"), 19, "0." + std::string(126, '0') + "1"},
     {CQL_DECIMAL, decimal(-128, "01"), 19, "1" + std::string(128, '0')},
     {CQL_DECIMAL, decimal(19, "010000000000000004"), 19, "1.8446744073709551620"},
-    {CQL_VARINT, unhex("FF00000000000000000000000000000001"), 19,
+    {CQL_VARINT, from_hex("FF00000000000000000000000000000001"), 19,
      "-340282366920938463463374607431768211455"},
     {CQL_DATE, be(EPOCH + 11016, 4), 6, "2000-02-29"},
     {CQL_DATE, be(EPOCH - 719529, 4), 6, "-002-12-31"},
     // Fields of 16 bits keep what they can of the ends of a type, and have no sign.
     {CQL_DATE, be(0, 4), 6, "20599-65531-65529"}, {CQL_DATE, be(-1, 4), 6, "-16660-07-11"},
-    {CQL_UUID, unhex("00112233445566778899aabbccddeeff"), 16,
+    {CQL_UUID, from_hex("00112233445566778899aabbccddeeff"), 16,
      "00112233-4455-6677-8899-AABBCCDDEEFF"},
     {CQL_TIMESTAMP, be(LEAP_DAY, 8), 16, "2000-02-29 00:00:00", "2000-02-29 00:00:00.000", 3},
     {CQL_TIMESTAMP, be(LEAP_DAY + 86399007, 8), 16, "2000-02-29 23:59:59.007", nullptr, 3},
@@ -161,7 +161,7 @@ static void expect_pieces(const piece_form &p, std::size_t room)
 
 TEST(cell_text, values_in_pieces_of_every_size)
 {
-    const std::string blob = unhex("00ff1020a040");
+    const std::string blob = from_hex("00ff1020a040");
     // One, two, three and four bytes a character; the last keeps the low half of its number.
     const std::string utf8 = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z";
     std::vector<piece_form> pieces = {
@@ -170,7 +170,7 @@ TEST(cell_text, values_in_pieces_of_every_size)
         {CQL_VARCHAR, utf8, SQL_C_WCHAR, std::string("a\0\xE9\0\xAC\x20\0\xF6z\0", 10), 2},
         {CQL_BLOB, blob, SQL_C_CHAR, "00ff1020a040", 2},
         {CQL_BLOB, blob, SQL_C_WCHAR, widen("00FF1020A040"), 4},
-        {CQL_INET, unhex("7f0000ff"), SQL_C_CHAR, "127.0.0.255", 1},
+        {CQL_INET, from_hex("7f0000ff"), SQL_C_CHAR, "127.0.0.255", 1},
         {CQL_INET, std::string(15, '\xFF') + "\1", SQL_C_BINARY,
          "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ff01", 1},
     };

@@ -1,6 +1,6 @@
 // The columns of a table read back from its text.
 #include "core/catalog/cass_clist.h"
-#include "stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 using column_list = stmt_fixture;
 

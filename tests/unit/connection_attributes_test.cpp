@@ -1,6 +1,6 @@
 // Environment and connection attributes by their entry points: what is stored, with which width it
 // is read back, and what is refused with which state.
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 struct attributes : stmt_fixture {
     std::string set(SQLINTEGER attribute, SQLULEN value)

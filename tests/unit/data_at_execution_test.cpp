@@ -31,6 +31,14 @@ TEST(data_at_execution, calls_out_of_sequence)
     EXPECT_EQ("HY009", refused(SQLPutData(s.stmt, nullptr, 1)));
     EXPECT_EQ("HY090", refused(SQLPutData(s.stmt, &s, SQLLEN{1} << 31)));
     EXPECT_EQ(SQL_SUCCESS, SQLPutData(s.stmt, nullptr, 0));
+    // As if the chunks were longer than a value can be; their bytes are not there to be read.
+    ASSERT_EQ(SQL_SUCCESS, put(s, "a"));
+    s.stmt->apd->fields[0].put_data_tail->length = INT32_MAX;
+    ASSERT_EQ(SQL_SUCCESS, put(s, "a"));
+    EXPECT_EQ("HY090@1", encode(s));
+    // A binding that is refused takes nothing away.
+    EXPECT_EQ(SQL_ERROR, bind(s.stmt, 1, SQL_C_CHAR, SQL_NUMERIC, &s, nullptr, 0, 0));
+    EXPECT_EQ("HY090@1", encode(s));
     // Bindings that go in the pause take the parameter with them.
     cass_desc_clear_fields(s.stmt->apd);
     EXPECT_EQ("HY010", refused(SQLParamData(s.stmt, nullptr)));
@@ -81,21 +89,3 @@ TEST(data_at_execution, chunks_become_one_value)
     check(SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, {{{}, "null"}});
 }
 // clang-format on
-
-TEST(data_at_execution, chunks_stay_until_the_record_is_bound_again)
-{
-    session s;
-    for (const char *expected : {"61", "6161", "61"}) {
-        if (expected == std::string("61"))
-            open_pause(s, SQL_C_CHAR, SQL_VARCHAR);
-        ASSERT_EQ(SQL_SUCCESS, put(s, "a"));
-        EXPECT_EQ(on_wire(expected), encode(s));
-        // A binding that is refused takes nothing away.
-        EXPECT_EQ(SQL_ERROR, bind(s.stmt, 1, SQL_C_CHAR, SQL_NUMERIC, &s, nullptr, 0, 0));
-    }
-    // As if the chunks were longer than a value can be; their bytes are not there to be read.
-    ASSERT_EQ(SQL_SUCCESS, put(s, "a"));
-    s.stmt->apd->fields[0].put_data->length = INT32_MAX;
-    EXPECT_EQ("HY090@1", encode(s));
-    s.stmt->apd->fields[0].put_data->length = 1;
-}

@@ -1,6 +1,6 @@
 // Descriptors and descriptions through their entry points: widths at the ABI, text at the seams of
 // its buffer, and roles.
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 // A statement with a described result of three columns, as after an execution.
 struct descriptor : stmt_fixture {

@@ -3,7 +3,7 @@
 #include <sstream>
 #include <thread>
 
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 static const std::string PREFIX = "[Varnholt][Apache Cassandra]";
 

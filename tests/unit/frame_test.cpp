@@ -4,15 +4,7 @@
 #include <thread>
 
 #include "core/statement/cass_pkt_exchange.h"
-#include "tests/unit/session_fixture.h"
-
-static std::string pattern(std::size_t size)
-{
-    std::string all(size, '\0');
-    for (std::size_t i = 0; i < size; i++)
-        all[i] = static_cast<char>('0' + (i * 7 + i / 1000) % 36);
-    return all;
-}
+#include "tests/unit/handles.h"
 
 TEST(frame, readers_never_leave_the_body)
 {
@@ -36,7 +28,7 @@ TEST(frame, readers_never_leave_the_body)
     const std::string texts = be16(0xFFFF) + be16(7) + str("ok") + be16(-2);
     const held_packet text(packet_of(s.stmt, OPCODE_RESULT, texts));
     for (const char *want : {"", "", "ok"})
-        EXPECT_EQ(narrow(held_string(pkt_get_string(text.get())).get()), want);
+        EXPECT_EQ(text_of(held_string(pkt_get_string(text.get())).get()), want);
     EXPECT_EQ(pkt_get_short_bytes(text.get(), &length), nullptr);
     EXPECT_EQ(length, -2);
 }

@@ -1,5 +1,5 @@
 // SQLGetInfo, SQLGetInfoW and SQLGetFunctions on a connection that never connected.
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 using info = stmt_fixture;
 

@@ -9,7 +9,7 @@
 #include "core/statement/cass_fetch.h"
 #include "core/statement/cass_stmt.h"
 #include "odbc/SQLGetTypeInfoWide.h"
-#include "stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 static constexpr cass_internal_column columns[] = {{"NUMBER", SQL_INTEGER, 0, SQL_NULLABLE},
                                                    {"NAME", SQL_VARCHAR, 12, SQL_NULLABLE},
@@ -116,9 +116,9 @@ TEST_F(internal_result, cells_nulls_and_a_cut_text_that_goes_on_in_its_buffer)
     SQLBindCol(stmt, 2, SQL_C_CHAR, name, sizeof name, &lengths[1]);
     EXPECT_EQ(SQL_SUCCESS, SQLFetch(stmt));
     EXPECT_EQ(2 * SQL_NULL_DATA, lengths[0] + lengths[1]);
-    EXPECT_EQ("1 22002", outcome(SQLGetData(stmt, 3, SQL_C_LONG, &number, 4, nullptr), stmt));
+    EXPECT_EQ("1 22002@3", outcome(SQLGetData(stmt, 3, SQL_C_LONG, &number, 4, nullptr), stmt));
     EXPECT_EQ(SQL_SUCCESS, SQLFetch(stmt));
-    EXPECT_EQ("01004", states_of(stmt));  // of the first piece
+    EXPECT_EQ("01004@2", states_of(stmt));  // of the first piece
     EXPECT_EQ(-7, number);
     EXPECT_STREQ("fghi", name);
     EXPECT_EQ("3", cell(3));

@@ -16,7 +16,7 @@
 
 #include "core/log/cass_log.h"
 #include "core/statement/cass_sql.h"
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 static constexpr char log_source[] = "caller.c";
 

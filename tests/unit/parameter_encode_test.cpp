@@ -38,7 +38,7 @@ static void check(SQLSMALLINT sql_type, const std::vector<sample> &samples, SQLS
 {
     for (const sample &one : samples)
         EXPECT_EQ(on_wire(one.expected), encode_one(sql_type, one, digits, size))
-            << one.from.c_type << " to " << sql_type << ": " << hex(one.from.memory) << ", "
+            << one.from.c_type << " to " << sql_type << ": " << to_hex(one.from.memory) << ", "
             << one.indicator;
 }
 
@@ -122,7 +122,7 @@ TEST(parameter_encode, fixed_values_as_text)
         {whole, "2001-02-03 04:05:06"}, {stamp, "2001-02-03 04:05:06.000000007"},
         {wild, "-005-123-04 500:06:07.4000000000"}};
     for (const auto &[from, text] : cases)
-        check(SQL_WVARCHAR, {{from, hex(text)}});
+        check(SQL_WVARCHAR, {{from, to_hex(text)}});
 }
 
 TEST(parameter_encode, dates_and_times)
@@ -152,9 +152,9 @@ TEST(parameter_encode, guids_and_bytes)
         {1, restricted}});
     std::string long_hex;
     for (int i = 0; i < 300; i++)
-        long_hex += hex({static_cast<char>(i)});
+        long_hex += to_hex(be8(static_cast<unsigned>(i)));
     check(SQL_BINARY, {{SQLSCHAR(127), "7f00000000000000"}, {SQLSMALLINT(127), "7f00"},
-        {1.0, "000000000000f03f"}, {guid, hex(image(guid))}, {stamp, hex(image(stamp))},
+        {1.0, "000000000000f03f"}, {guid, to_hex(image(guid))}, {stamp, to_hex(image(stamp))},
         {date, restricted}, {numeric(1, 0), restricted}});
     check(SQL_VARBINARY, {{"0x0aFf", "0aff"}, {"abc", "ab"}, {"zZ1-", "0010"}, {"0x", ""}, {"", ""},
         {"0X" + long_hex, long_hex}, {u"0XCAFE", "cafe"},
@@ -201,7 +201,7 @@ TEST(parameter_encode, a_time_without_a_date_takes_the_local_one)
     const auto today = [] {
         const std::time_t now = std::time(nullptr);
         std::tm local = {};
-        return on_wire(hex(be32(0x80000000 + timegm(localtime_r(&now, &local)) / 86400)));
+        return on_wire(to_hex(be32(0x80000000 + timegm(localtime_r(&now, &local)) / 86400)));
     };
     for (const app_value &from : {app_value(time_of), app_value("10:11:12")}) {
         const std::string earliest = today(), got = encode_one(SQL_TYPE_DATE, {from, ""});
@@ -301,7 +301,7 @@ TEST(parameter_encode, arrays_by_rows_and_by_columns)
         bind(s.stmt, 2, SQL_C_CHAR, SQL_VARCHAR, row_wise ? rows.at + 12 : texts.at + 1,
              lengths_at(row_wise ? rows.at + 4 : lengths.at + 1), row_wise ? 5 : 3);
         for (s.stmt->param_row = 0; const std::string &text : row_wise ? by_rows : by_columns) {
-            const std::string number = hex(be32(7 + s.stmt->param_row));
+            const std::string number = to_hex(be32(7 + s.stmt->param_row));
             EXPECT_EQ(on_wire(number) + on_wire(text), encode(s, 2)) << s.stmt->param_row;
             s.stmt->param_row++;
         }

@@ -3,23 +3,11 @@
 #ifndef TESTS_UNIT_PARAMETER_RIG_H
 #define TESTS_UNIT_PARAMETER_RIG_H
 
-#include <gtest/gtest.h>
-
 #include <vector>
 
-#include "core/describe/cass_field.h"
 #include "core/parameter/cass_param.h"
 #include "tests/app_value.h"
-#include "tests/unit/session_fixture.h"
-
-inline std::string hex(const std::string &bytes)
-{
-    static constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (const char byte : bytes)
-        text += {digits[byte >> 4 & 15], digits[byte & 15]};
-    return text;
-}
+#include "tests/unit/handles.h"
 
 // "STATE@parameter" of all records.
 inline std::string states(const session &s)
@@ -40,7 +28,7 @@ inline std::string encode(session &s, std::int32_t markers = 1)
     const auto *body = reinterpret_cast<const char *>(packet->body);
     const std::string bytes(body, static_cast<std::size_t>(packet->write_pos));
     EXPECT_EQ(be16(markers), bytes.substr(0, 2));
-    return hex(bytes.substr(2));
+    return to_hex(bytes.substr(2));
 }
 
 // What encode() gives for a single value: "null", "none" at all, a state, or the value in
@@ -51,7 +39,7 @@ inline std::string on_wire(const std::string &expected)
         return expected;
     if (expected == "none" || expected == "null")
         return expected == "none" ? "" : "ffffffff";
-    return hex(be32(static_cast<std::int64_t>(expected.size() / 2))) + expected;
+    return to_hex(be32(static_cast<std::int64_t>(expected.size() / 2))) + expected;
 }
 
 #endif

@@ -6,7 +6,7 @@
 #include "core/describe/cass_field.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "core/statement/cass_pkt_result.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 constexpr int GLOBAL = 1, MORE_PAGES = 2;
 static constexpr auto &type = be16;
@@ -45,8 +45,8 @@ static std::string column_names(const cass_desc *desc)
     std::string all;
     for (std::int32_t i = 0; i < desc->field_count; i++) {
         const cass_field &field = desc->fields[i];
-        all += narrow(field.keyspace_name) + "." + narrow(field.table_name) + "." +
-               narrow(field.column_name) + ":" + std::to_string(field.cql_type) + " ";
+        all += text_of(field.keyspace_name) + "." + text_of(field.table_name) + "." +
+               text_of(field.column_name) + ":" + std::to_string(field.cql_type) + " ";
     }
     return all;
 }
@@ -218,7 +218,7 @@ TEST(result, columns_are_built_again_after_any_change)
         [](session &s) { cass_desc_resize(s.stmt->ird, 1), cass_desc_resize(s.stmt->ird, 2); },
         [](session &s) { cass_desc_clear_fields(s.stmt->ird); },
         [](session &s) { cass_desc_describe(s.stmt->ird, 2); },  // a local result came between
-        [](session &s) { s.stmt->ird = s.stmt->internal_desc; },
+        [](session &s) { s.stmt->ird = s.stmt->implicit_ipd; },
         [](session &s) {
             const std::string other = columns({{"id", type(CQL_INT)}, {"t", type(CQL_ASCII)}});
             decode(s, rows(metadata(GLOBAL, 2, other)));
@@ -234,7 +234,8 @@ TEST(result, columns_are_built_again_after_any_change)
         EXPECT_EQ(s.stmt->ird, s.stmt->implicit_ird);
     }
     // The records depend on settings too.
-    s.conn->settings.string_len = static_cast<std::int32_t>(s.stmt->ird->fields[1].octet_length) + 1;
+    s.conn->settings.string_len =
+        static_cast<std::int32_t>(s.stmt->ird->fields[1].octet_length) + 1;
     decode(s, page);
     EXPECT_EQ(s.stmt->ird->fields[1].octet_length, s.conn->settings.string_len);
 }

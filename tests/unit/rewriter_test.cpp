@@ -3,7 +3,7 @@
 
 #include <chrono>
 
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 // Scans on the statement and checks that the input stays.
 static std::u16string process(cass_stmt *stmt, const std::u16string &text)

@@ -9,7 +9,7 @@
 #include "core/session/cass_settings.h"
 #include "dll/driver_test.h"
 #include "odbc/SQLDriverConnectWide.h"
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 struct settings : stmt_fixture {
     std::filesystem::path folder =
@@ -48,16 +48,19 @@ struct settings : stmt_fixture {
     std::string all() const
     {
         std::string line;
-        for (const cass_string *text : {conn->settings.user, conn->settings.password, conn->settings.server, conn->settings.bundle_path,
-                                        conn->settings.keyspace, conn->settings.entropy_file, conn->settings.private_key_file,
-                                        conn->settings.certificate_file, conn->settings.public_key_file})
+        for (const cass_string *text :
+             {conn->settings.user, conn->settings.password, conn->settings.server,
+              conn->settings.bundle_path, conn->settings.keyspace, conn->settings.entropy_file,
+              conn->settings.private_key_file, conn->settings.certificate_file,
+              conn->settings.public_key_file})
             line += (text == nullptr ? "-" : text_of(text)) + " ";
         line += conn->settings.log_file;
         for (const std::int32_t number :
-             {conn->head.log_mask, conn->settings.port, conn->settings.metadata_port, conn->settings.ipv6, conn->settings.logon_timeout,
-              conn->settings.connection_timeout, conn->settings.encrypt, conn->settings.trust_server_certificate,
-              conn->settings.rcvbuffer, conn->settings.keepalive, conn->settings.astra, conn->settings.consistency, conn->settings.string_len,
-              conn->settings.binary_len})
+             {conn->head.log_mask, conn->settings.port, conn->settings.metadata_port,
+              conn->settings.ipv6, conn->settings.logon_timeout, conn->settings.connection_timeout,
+              conn->settings.encrypt, conn->settings.trust_server_certificate,
+              conn->settings.rcvbuffer, conn->settings.keepalive, conn->settings.astra,
+              conn->settings.consistency, conn->settings.string_len, conn->settings.binary_len})
             line += " " + std::to_string(number);
         return line;
     }
@@ -243,8 +246,9 @@ TEST_F(settings, the_output_buffer_is_never_overrun_and_one_just_full_is_big_eno
             SCOPED_TRACE(testing::Message() << c.size << (wide ? " wide" : ""));
             guarded at;
             SQLSMALLINT length = -1;
-            const bool cut = driver_connect_write(conn, text.get(),
-                                                  {at.data(), SQLSMALLINT(c.size), &length, wide});
+            const bool cut = driver_connect_write(
+                conn, text.get(),
+                {at.data(), SQLSMALLINT(c.size), &length, wide ? TEXT_WIDE_UNITS : TEXT_ANSI});
             EXPECT_EQ(at.written(), wide ? bytes_of(c.wide.data(), 2 * c.wide.size()) : c.ansi);
             EXPECT_EQ(length, 6);
             EXPECT_EQ(states_of(conn), cut ? "01004" : "");
@@ -254,7 +258,7 @@ TEST_F(settings, the_output_buffer_is_never_overrun_and_one_just_full_is_big_eno
     }
     guarded at;  // ASCII that just fits
     EXPECT_FALSE(
-        driver_connect_write(conn, string_of(u"D=;").get(), {at.data(), 3, nullptr, false}));
+        driver_connect_write(conn, string_of(u"D=;").get(), {at.data(), 3, nullptr, TEXT_ANSI}));
     EXPECT_EQ(at.written(), bytes_of("D=", 3));
 }
 

@@ -1,6 +1,6 @@
 // Statement attributes: eight bytes both ways, the cursor properties in step, the fields of the
 // current descriptors behind them, and which descriptors may be installed.
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 struct statement_attributes : stmt_fixture {
     std::string set(SQLINTEGER attribute, SQLULEN value)

@@ -1,6 +1,6 @@
 // The driver's text and its edges: what null and empty mean, and encodings good and malformed.
 #include "support/ascii.h"
-#include "tests/unit/stmt_fixture.h"
+#include "tests/unit/handles.h"
 
 TEST(strfunc, null_and_empty_arguments)
 {

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "core/parameter/cass_timeparse.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 // "category date clock zone" without parts that are nothing, or the refusal.
 static std::string parse(session &s, const std::string &text)

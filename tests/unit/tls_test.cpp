@@ -13,7 +13,7 @@
 #include "core/net/cass_ssl.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "tests/node/certificates.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 static const std::string no_connection = "08001|Client unable to establish connection: ";
 static const std::string error = no_connection + "SSL error\n";

@@ -13,7 +13,7 @@
 #include "core/session/cass_logon.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
-#include "tests/unit/session_fixture.h"
+#include "tests/unit/handles.h"
 
 // ---- Bytes --------------------------------------------------------------------------------------
 
@@ -80,6 +80,28 @@ TEST(open_servers, gives_a_socket_that_no_child_inherits)
     EXPECT_EQ(cass_open_servers(s.conn, s.conn->settings.server, s.conn->settings.port), 0);
     EXPECT_NE(fcntl(s.conn->socket, F_GETFD) & FD_CLOEXEC, 0);
     close(listener);
+}
+
+// A queue that is full drops further calls without a word. The attribute, in seconds, wins over the
+// setting.
+TEST(open_servers, that_stay_silent_end_in_a_time_out)
+{
+    for (const unsigned seconds : {0, 1}) {
+        session s;
+        const int listener = listen_for(s, 0);
+        const session first;
+        cass_close_socket(first.conn);
+        cass_open_servers(first.conn, s.conn->settings.server, s.conn->settings.port);
+        s.conn->login_timeout = seconds;
+        s.conn->settings.logon_timeout = 300;
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(cass_connect(s.conn, 0), SQL_ERROR);
+        EXPECT_EQ(records(&s.conn->head), "HYT01|Connection timeout expired\n");
+        const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - start;
+        EXPECT_GE(waited.count(), seconds == 0 ? 0.29 : 0.99);
+        EXPECT_TRUE(seconds == 1 || waited.count() < 0.95) << waited.count();
+        close(listener);
+    }
 }
 
 // ---- Two threads on one connection --------------------------------------------------------------

@@ -1,7 +1,5 @@
 // Values that come at execution, by what reaches the server: nothing during the pause, and then one
 // request with the joined chunks.
-#include <tuple>
-
 #include "tests/wire/parameter_support.h"
 
 static constexpr char INSERT_FOUR[] = "insert into t (a, b, c, d) values (?, ?, ?, ?)";
@@ -70,27 +68,16 @@ TEST(data_at_execution_requests, values_are_asked_for_in_order_and_sent_in_one_r
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLPutData(wire->stmt, nullptr, SQL_NULL_DATA));
         const std::vector<bytes> values = {wire_bytes("one chunk"), int_value(6), wire_bytes(large),
                                            wire_bytes(std::nullopt)};
-        expect_values(wire.get(), prepared, INSERT_FOUR, counted(values));
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
+        // The code and the records of the last call are those of the execution.
+        expect_values(wire.get(), prepared, INSERT_FOUR, counted(values),
+                      prepared ? error_frame(0x2200, "no table")
+                               : with_warnings(void_frame(), {"slow"}));
+        EXPECT_STMT(prepared ? SQL_ERROR : SQL_SUCCESS_WITH_INFO, wire->stmt,
+                    SQLParamData(wire->stmt, nullptr));
+        EXPECT_EQ(
+            stmt_records(wire->stmt),
+            record_list{prepared ? link_failure + "error code 8704 'no table'" : "01000 slow"});
     }
-}
-
-// The code and the records of the last SQLParamData are those of the execution.
-TEST(data_at_execution_requests, outcome_surfaces_at_the_end)
-{
-    const std::tuple<node_frame, SQLRETURN, bytes> cases[] = {
-        {with_warnings(void_frame(), {"slow"}), SQL_SUCCESS_WITH_INFO, "01000 slow"},
-        {error_frame(0x2200, "no table"), SQL_ERROR, link_failure + "error code 8704 'no table'"},
-        {no_answer(), SQL_ERROR, link_failure + "failed to return packet"}};
-    for (const auto &[reply, code, record] : cases)
-        for (const bool prepared : {false, true}) {
-            const wire_ptr wire = wire_logged_on();
-            SQLLEN at_exec;
-            run_to_chunk(wire.get(), prepared, INSERT_ONE, &at_exec, "x");
-            expect_values(wire.get(), prepared, INSERT_ONE, one_text("x"), reply);
-            EXPECT_STMT(code, wire->stmt, SQLParamData(wire->stmt, nullptr));
-            EXPECT_EQ(stmt_records(wire->stmt), record_list{record});
-        }
 }
 
 // Only the first execution pauses: the next one finds the chunks of the first and sends them at

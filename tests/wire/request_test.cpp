@@ -38,9 +38,8 @@ TEST(requests, text_is_sent_as_it_was_rewritten)
 TEST(requests, failed_preparation_is_tried_again_when_columns_are_asked_for)
 {
     const wire_ptr wire = wire_logged_on();
-    for (const node_frame &reply :
-         {error_frame(0x2200, "no table"), void_frame(),
-          with_warnings(prepared_frame("id", {}, one_text), {"slow"})})
+    for (const node_frame &reply : {error_frame(0x2200, "no table"), void_frame(),
+                                    with_warnings(prepared_frame("id", {}, one_text), {"slow"})})
         expect_prepare(wire->node.get(), "q", {reply});
     EXPECT_STMT(SQL_ERROR, wire->stmt, prepare(wire->stmt, "q"));
     EXPECT_EQ(stmt_records(wire->stmt), record_list{link_failure + "error code 8704 'no table'"});

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <thread>
 
+#include "tests/bundle_file.h"
 #include "tests/node/certificates.h"
 #include "tests/wire/wire_support.h"
 
@@ -205,6 +206,72 @@ TEST(tls_client, certificate_and_key_are_shown_to_a_server_that_demands_them)
         list.erase(std::unique(list.begin(), list.end()), list.end());
         EXPECT_EQ(list, c.records) << c.settings;
     }
+}
+
+// ---- Bundles -----------------------------------------------------------------------------------
+
+// A hosted database as its bundle describes it: the server answers as its metadata service, and on
+// the same port as its node. One member of the bundle may be another.
+struct hosted : ::testing::Test {
+    const certificate ca = make_ca();
+    const file_folder folder;
+    const wire_ptr wire = wire_open();
+
+    record_list attempt_by_bundle(const std::string &reply, const std::string &name = {},
+                                  const std::string &content = {})
+    {
+        node_tls server = tls_of(make_certificate({}, &ca));
+        server.client_issuers = ca.pem;
+        server.http = reply;
+        node_use_tls(wire->node.get(), server);
+        const std::string port = std::to_string(node_port(wire->node.get()));
+        zip_members members = {
+            {"config.json", R"({"host": "127.0.0.1", "port": )" + port + R"(, "cql_port": )" +
+                                port + R"(, "keyspace": "ks", "caCertLocation": "./ca.crt", )" +
+                                R"("certLocation": "cert", "keyLocation": "./key"})"},
+            {"ca.crt", ca.pem},
+            {"cert", make_certificate({.subject = "client", .key = KEY_TWO}, &ca).pem},
+            {"key", key_pem(KEY_TWO)}};
+        for (auto &member : members)
+            if (member.first == name)
+                member.second = content;
+        const std::string path = folder.path + "/bundle.zip";
+        write_bundle(path, members);
+        return attempt(wire, "UID=u;PWD=p:w;PORT=1;TrustServerCertificate=yes;BUNDLE=" + path);
+    }
+};
+
+TEST_F(hosted, bundle_leads_to_the_node_by_the_name_of_its_first_contact_point)
+{
+    for (const std::string points : {R"("node-1", "node-2")", ""}) {
+        const std::string json = R"({"contact_info": {"contact_points": [)" + points + "]}}";
+        EXPECT_EQ(attempt_by_bundle("HTTP/1.1 200 OK\r\nContent-Length: " +
+                                    std::to_string(json.size()) + "\r\n\r\n" + json),
+                  record_list());
+        EXPECT_EQ(node_http_request(wire->node.get()),
+                  "GET /metadata HTTP/1.1\nHost: 127.0.0.1\nAccept: application/json\n"
+                  "Authorization: Basic dTpwOnc=\n\n");
+        EXPECT_EQ(node_tls_names(wire->node.get()).back(), points.empty() ? "127.0.0.1" : "node-1");
+    }
+}
+
+TEST_F(hosted, bundle_that_leads_nowhere_says_why_before_a_session_begins)
+{
+    const std::string data = no_connection + "Loading Certificate data failed";
+    const std::string failed = no_connection + "SSL connection failed";
+    // One member's content, and what comes of it. Anchors stay with the environment.
+    const std::vector<std::string> cases[] = {
+        {"ca.crt", make_ca("other CA").pem,
+         no_connection + "SSL Provider: unable to get local issuer certificate"},
+        {"ca.crt", "none", data},
+        {"", "", general_error + "Failed in Astra connection code: 0"},
+        {"cert", key_pem(KEY_TWO), data},
+        {"key", key_pem(KEY_TWO, "secret"), data},
+        {"key", key_pem(KEY_ONE), failed},
+        {"cert", "", failed},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(attempt_by_bundle("", c[0], c[1]).front(), c[2]) << c[0];
 }
 
 // ---- Handshakes that come to nothing -----------------------------------------------------------

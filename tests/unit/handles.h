@@ -1,34 +1,99 @@
-// Handles without a server, and what tests of their calls share: texts, diagnostics, application
-// memory between guards, and the sweep of a call that writes a text over all buffer sizes.
-#ifndef TESTS_UNIT_STMT_FIXTURE_H
-#define TESTS_UNIT_STMT_FIXTURE_H
+// Handles without a server, and what unit tests share: a peer on the connection's socket, texts,
+// diagnostics, application memory between guards, and the sweep of a call that writes a text over
+// all buffer sizes.
+#ifndef TESTS_UNIT_HANDLES_H
+#define TESTS_UNIT_HANDLES_H
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
-#include <string>
 
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_err.h"
 #include "core/handle/cass_handle.h"
+#include "core/wire/cass_pkt.h"
+#include "tests/bytes.h"
 
-// An environment of ODBC 3, a connection that never connected and one statement.
-struct stmt_fixture : testing::Test {
+// An environment of ODBC 3, a connection and one statement. The connection's socket is one end of a
+// socket pair, and the test plays the peer on the other; or it never connected.
+struct session {
     cass_env *env = cass_alloc_env();
-    cass_conn *conn = nullptr;
-    cass_stmt *stmt = nullptr;
+    cass_conn *conn = cass_alloc_conn(env, 3);
+    cass_stmt *stmt = cass_alloc_stmt(conn);
+    int peer = -1;
 
-    stmt_fixture()
+    session(bool connected = true)
     {
         env->odbc_version = SQL_OV_ODBC3;
-        conn = cass_alloc_conn(env, 3);
-        stmt = cass_alloc_stmt(conn);
+        int ends[2];
+        if (connected && socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0) {
+            conn->socket = ends[0];
+            peer = ends[1];
+        }
     }
-    ~stmt_fixture() override { cass_free_env(env); }
+    // Declared first in a test, so that frames are released before their connection goes.
+    ~session()
+    {
+        if (peer >= 0)
+            close(peer);
+        cass_free_env(env);
+    }
+    session &operator=(session &&) = delete;  // and with it all copies
 };
+
+// The handles of a test whose connection never connected.
+struct stmt_fixture : testing::Test, session {
+    stmt_fixture() : session(false) {}
+};
+
+// ---- What the peer says and hears ---------------------------------------------------------------
+
+inline void say(const session &s, const std::string &bytes)
+{
+    ASSERT_EQ(send(s.peer, bytes.data(), bytes.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(bytes.size()));
+}
+
+// What the driver has sent so far.
+inline std::string heard(const session &s)
+{
+    char buffer[65536];
+    std::string all;
+    ssize_t got;
+    while ((got = recv(s.peer, buffer, sizeof buffer, MSG_DONTWAIT)) > 0)
+        all.append(buffer, static_cast<std::size_t>(got));
+    return all;
+}
+
+inline constexpr auto &str = wire_string;
+inline constexpr auto &long_str = wire_long_string;
+
+// A reply with its header.
+inline std::string reply(int opcode, const std::string &body, int flags = 0)
+{
+    const char head[] = {'\x84', static_cast<char>(flags), 0, 0, static_cast<char>(opcode)};
+    return std::string(head, sizeof head) + long_str(body);
+}
+
+// The next frame from the peer, or null.
+inline cass_packet *read_reply(cass_stmt *stmt)
+{
+    cass_exchange_failure failure;
+    return cass_read_packet(stmt, &failure);
+}
+
+// A frame of the statement with this body, ready to be read.
+inline cass_packet *packet_of(cass_stmt *stmt, std::uint8_t opcode, const std::string &body)
+{
+    cass_packet *packet = cass_new_packet(stmt, 0x84, 0, 0, opcode, nullptr);
+    pkt_put_bytes(packet, body.data(), static_cast<std::int32_t>(body.size()));
+    return packet;
+}
 
 // ---- Texts and diagnostics ----------------------------------------------------------------------
 
@@ -52,6 +117,11 @@ inline std::u16string units_of(const cass_string *string)
     return {string->text, string->text + cass_string_length(string)};
 }
 
+inline std::string text_of(const char *constant)
+{
+    return constant == nullptr ? "(null)" : constant;
+}
+
 // The low bytes of its units.
 inline std::string text_of(const cass_string *string)
 {
@@ -59,14 +129,31 @@ inline std::string text_of(const cass_string *string)
     return {units.begin(), units.end()};
 }
 
-// SQLSTATEs of all records, in order, with blanks between; empty without records.
-inline std::string states_of(void *handle)
+// The records of a handle as "STATE|message" lines, without the driver's prefix.
+inline std::string records(const cass_handle *handle)
 {
-    std::string states;
-    const cass_diag_record *record = static_cast<cass_handle *>(handle)->diag_records;
-    for (; record != nullptr; record = record->next)
-        states += (states.empty() ? "" : " ") + text_of(record->state);
-    return states;
+    const std::string prefix = "[Varnholt][Apache Cassandra]";
+    std::string all;
+    for (const auto *record = handle->diag_records; record != nullptr; record = record->next) {
+        std::string message = text_of(record->text);
+        if (message.starts_with(prefix))
+            message.erase(0, prefix.size());
+        all += text_of(record->state) + "|" + message + "\n";
+    }
+    return all;
+}
+
+// Their states in order, each with its column or parameter unless that is unknown.
+inline std::string states_of(const void *handle)
+{
+    std::string all;
+    const cass_diag_record *record = static_cast<const cass_handle *>(handle)->diag_records;
+    for (; record != nullptr; record = record->next) {
+        all += (all.empty() ? "" : " ") + text_of(record->state);
+        if (record->column_number != -1)
+            all += "@" + std::to_string(record->column_number);
+    }
+    return all;
 }
 
 // What a call came to: "" for a success, the states of an error, "!" for an error without any;

@@ -1,0 +1,181 @@
+// Bound columns: blocks of rows into arrays of the application, column-wise and row-wise, with
+// offsets, status arrays and counters; rows that are not whole; binding at all times.
+#include "tests/app_value.h"
+#include "tests/wire/wire_support.h"
+
+// Executes a query for rows n = 0 .. size-1 in pages of 100; the text is missing where n % 3 is 2.
+static void run_rows(const wire_ptr &wire, int size)
+{
+    for (int first = 0; first < size; first += 100) {
+        std::vector<node_row> rows;
+        for (int n = first; n < std::min(first + 100, size); n++)
+            rows.push_back({be32(static_cast<unsigned>(n)),
+                            n % 3 == 2 ? node_cell() : "text " + std::to_string(n)});
+        const node_frame page = rows_frame({{"n", type_of(NODE_INT)}, {"t", type_of(NODE_VARCHAR)}},
+                                           rows, {.paging_state = first + 100 < size ? "p" : ""});
+        if (first == 0)
+            expect_query(wire->node.get(), "q", {page});
+        else
+            expect_next_query(wire->node.get(), "q", "p", {page});
+    }
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+}
+
+static void set_attribute(const wire_ptr &wire, SQLINTEGER attribute, SQLPOINTER value)
+{
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLSetStmtAttr(wire->stmt, attribute, value, 0));
+}
+
+// Reads rows in blocks, each into the other half of the memory by the bind offset. A row is an
+// integer, a text in 12 bytes and its length: together in a structure, or in three arrays.
+static void read_blocks(bool row_wise, std::size_t rows, int size)
+{
+    SCOPED_TRACE(std::to_string(size) + " rows, blocks of " + std::to_string(rows));
+    const wire_ptr wire = wire_logged_on();
+    const std::size_t half = rows * 24, t = row_wise ? 4 : rows * 4, l = row_wise ? 16 : rows * 16;
+    std::string block(2 * half, '\xAA');
+    SQLULEN fetched = 77;
+    SQLLEN offset = 0;
+    std::vector<SQLUSMALLINT> status(rows + 1, 77), wanted_status(rows + 1, 77);
+    SQLBindCol(wire->stmt, 1, SQL_C_SLONG, &block[0], 0, nullptr);
+    SQLBindCol(wire->stmt, 2, SQL_C_CHAR, &block[t], 12, lengths_at(&block[l]));
+    set_attribute(wire, SQL_ATTR_ROW_BIND_TYPE, odbc_number(row_wise ? 24 : 0));
+    set_attribute(wire, SQL_ATTR_ROW_ARRAY_SIZE, odbc_number(rows));
+    set_attribute(wire, SQL_ATTR_ROWS_FETCHED_PTR, &fetched);
+    set_attribute(wire, SQL_ATTR_ROW_STATUS_PTR, status.data());
+    set_attribute(wire, SQL_ATTR_ROW_BIND_OFFSET_PTR, &offset);
+    run_rows(wire, size);
+    for (int next = 0; next < size; offset = static_cast<SQLLEN>(half) - offset) {
+        std::string wanted = block;
+        const auto put = [&](std::size_t at, const std::string &value) {
+            wanted.replace(at + static_cast<std::size_t>(offset), value.size(), value);
+        };
+        std::fill_n(wanted_status.begin(), rows, SQLUSMALLINT(SQL_ROW_NOROW));
+        std::size_t row = 0;
+        for (; row < rows && next < size; row++, next++) {
+            const std::string text = "text " + std::to_string(next);
+            const bool is_null = next % 3 == 2;
+            put(row * (row_wise ? 24 : 4), image(next));
+            put(t + row * (row_wise ? 24 : 12), is_null ? "" : text + '\0');
+            put(l + row * (row_wise ? 24 : 8), image(is_null ? SQLLEN{-1} : SQLLEN(text.size())));
+            wanted_status[row] = SQL_ROW_SUCCESS;
+        }
+        ASSERT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+        ASSERT_EQ(fetched, row);
+        ASSERT_EQ(status, wanted_status);
+        ASSERT_TRUE(block == wanted);
+    }
+    EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
+    EXPECT_EQ(fetched, 0u);
+    EXPECT_EQ(status[0], SQL_ROW_NOROW);
+}
+
+TEST(bound, blocks_of_every_size_in_both_layouts)
+{
+    for (const std::size_t rows : {1u, 2u, 100u, 1000u})
+        for (const int size : {7, 100, 250})
+            for (const bool row_wise : {false, true})
+                read_blocks(row_wise, rows, size);
+}
+
+// With one row the row's code comes back; a block is a success and its status array tells. A cell
+// that cannot be converted ends the block: those behind it come with the next fetch.
+TEST(bound, cut_cells_lone_nulls_and_failures_mark_their_rows)
+{
+    using list = std::vector<SQLUSMALLINT>;
+    const wire_ptr wire = wire_logged_on();
+    char text[3][4];
+    list status(3, 77);
+    set_attribute(wire, SQL_ATTR_ROW_STATUS_PTR, status.data());
+    set_attribute(wire, SQL_ATTR_ROW_ARRAY_SIZE, odbc_number(3));
+    SQLBindCol(wire->stmt, 2, SQL_C_CHAR, text, sizeof text[0], nullptr);
+    run_rows(wire, 6);
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+    EXPECT_EQ(status, list(3, SQL_ROW_SUCCESS_WITH_INFO));
+    EXPECT_STREQ(text[1], "tex");
+    set_attribute(wire, SQL_ATTR_ROW_ARRAY_SIZE, odbc_number(1));
+    for (const char *record :
+         {"01004 String data, right truncation", "01004 String data, right truncation",
+          "22002 Indicator variable required but not supplied"}) {
+        EXPECT_STMT(SQL_SUCCESS_WITH_INFO, wire->stmt, SQLFetch(wire->stmt));
+        EXPECT_EQ(stmt_records(wire->stmt), record_list{record});
+    }
+    SQLCHAR small[3] = {};
+    SQLFreeStmt(wire->stmt, SQL_UNBIND);
+    SQLBindCol(wire->stmt, 1, SQL_C_UTINYINT, small, 0, nullptr);
+    set_attribute(wire, SQL_ATTR_ROW_ARRAY_SIZE, odbc_number(3));
+    run_query(
+        wire, "q",
+        rows_frame({{"n", type_of(NODE_INT)}}, {{be32(1)}, {be32(256)}, {be32(3)}, {be32(4)}}));
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+    EXPECT_EQ(status, (list{SQL_ROW_SUCCESS, SQL_ROW_ERROR, SQL_ROW_ERROR}));
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+    EXPECT_EQ(status, (list{SQL_ROW_SUCCESS, SQL_ROW_SUCCESS, SQL_ROW_NOROW}));
+    EXPECT_TRUE(small[0] == 3 && small[1] == 4);
+}
+
+TEST(bound, columns_are_bound_and_unbound_at_any_time_and_rows_go_forward)
+{
+    const wire_ptr wire = wire_logged_on();
+    const SQLHSTMT stmt = wire->stmt;
+    SQLINTEGER n = -1;
+    SQLLEN length = 0;
+    // Before execution. What was delivered is not there for reading again; what was not, is.
+    SQLBindCol(stmt, 1, SQL_C_SLONG, &n, 0, nullptr);
+    run_rows(wire, 7);
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
+    EXPECT_EQ(n, 0);
+    EXPECT_EQ(row_text(stmt), "<SQL_NO_DATA>|text 0");
+    // Between fetches: an indicator alone for the other column.
+    SQLBindCol(stmt, 2, SQL_C_CHAR, nullptr, 0, &length);
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetchScroll(stmt, SQL_FETCH_NEXT, 1));
+    SQLFreeStmt(stmt, SQL_UNBIND);
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
+    EXPECT_EQ(row_text(stmt), "2|NULL");
+    EXPECT_TRUE(n == 1 && length == 6);
+    // A binding outlives the result.
+    SQLBindCol(stmt, 1, SQL_C_DEFAULT, &n, 0, nullptr);
+    run_rows(wire, 1);
+    for (const auto &[orientation, offset, record] :
+         {std::tuple(SQL_FETCH_PRIOR, 1, "HY106 Fetch type out of range"),
+          {SQL_FETCH_NEXT, 5, "HY107 Row value out of range"}}) {
+        EXPECT_STMT(SQL_ERROR, stmt, SQLFetchScroll(stmt, SQLSMALLINT(orientation), offset));
+        EXPECT_EQ(stmt_records(stmt), record_list{record});
+    }
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
+    EXPECT_EQ(n, 0);
+}
+
+// One explicit descriptor for two statements, filled by a record and by fields. Freed under their
+// results it leaves each at its own.
+TEST(bound, columns_by_a_descriptor_of_several_statements)
+{
+    const wire_ptr wire = wire_logged_on();
+    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire.get())};
+    SQLHDESC desc = nullptr;
+    EXPECT_CONN(SQL_SUCCESS, wire->conn, SQLAllocHandle(SQL_HANDLE_DESC, wire->conn, &desc));
+    SQLINTEGER n = 0;
+    char text[16] = "";
+    SQLLEN length = 0;
+    SQLSetDescField(desc, 1, SQL_DESC_CONCISE_TYPE, odbc_number(SQL_C_SLONG), 0);
+    EXPECT_EQ(SQL_SUCCESS, SQLSetDescField(desc, 1, SQL_DESC_DATA_PTR, &n, 0));
+    EXPECT_EQ(SQL_SUCCESS, SQLSetDescRec(desc, 2, SQL_C_CHAR, 0, 16, 0, 0, text, &length, &length));
+    const node_frame rows = rows_frame({{"n", type_of(NODE_INT)}, {"t", type_of(NODE_VARCHAR)}},
+                                       {{be32(1), "one"}, {be32(2), "two"}});
+    for (const SQLHSTMT stmt : stmts) {
+        SQLSetStmtAttr(stmt, SQL_ATTR_APP_ROW_DESC, desc, 0);
+        expect_query(wire->node.get(), "q", {rows});
+        EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, "q"));
+    }
+    for (const bool is_freed : {false, true}) {
+        if (is_freed)
+            SQLFreeHandle(SQL_HANDLE_DESC, desc);
+        for (const SQLHSTMT stmt : stmts) {
+            n = -1;
+            EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
+            EXPECT_EQ(n, is_freed ? -1 : 1);
+            EXPECT_STREQ(text, "one");
+        }
+    }
+    SQLFreeHandle(SQL_HANDLE_STMT, stmts[1]);
+}
