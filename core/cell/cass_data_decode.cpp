@@ -59,7 +59,7 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
 
 [[gnu::cold, gnu::noinline]] static SQLRETURN cell_no_memory(cass_stmt *stmt)
 {
-    cass_post_no_memory(&stmt->head, "fetch_data_row");
+    cass_post_no_memory(&stmt->head, log_source, "fetch_data_row");
     return give_up_rows(stmt);
 }
 
