@@ -59,8 +59,7 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
 
 [[gnu::cold, gnu::noinline]] static SQLRETURN cell_no_memory(cass_stmt *stmt)
 {
-    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: failed to allocate memory");
-    cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+    cass_post_no_memory(&stmt->head, log_source, "fetch_data_row");
     return give_up_rows(stmt);
 }
 

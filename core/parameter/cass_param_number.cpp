@@ -180,7 +180,7 @@ static int read_integer(cass_param *param, const integer_width *width, std::int6
     return code;
 }
 
-int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t *length)
+static int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t *length)
 {
     std::int64_t wide;
     const int code = read_integer(param, &width_32, &wide, length);
@@ -188,7 +188,7 @@ int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t 
     return code;
 }
 
-int get_bigint_from_param(cass_param *param, std::int64_t *value, std::int32_t *length)
+static int get_bigint_from_param(cass_param *param, std::int64_t *value, std::int32_t *length)
 {
     return read_integer(param, &width_64, value, length);
 }
@@ -346,12 +346,12 @@ static int read_real(cass_param *param, const real_width *width, double *value,
     return code;
 }
 
-int get_double_from_param(cass_param *param, double *value, std::int32_t *length)
+static int get_double_from_param(cass_param *param, double *value, std::int32_t *length)
 {
     return read_real(param, &real_double, value, length);
 }
 
-int get_float_from_param(cass_param *param, float *value, std::int32_t *length)
+static int get_float_from_param(cass_param *param, float *value, std::int32_t *length)
 {
     double wide;
     const int code = read_real(param, &real_float, &wide, length);

@@ -26,7 +26,10 @@ static std::int64_t measure(const unsigned char *text, int unit_size, std::int64
     return units;
 }
 
-int param_text_units(const cass_param *param, int unit_size, std::int64_t cap, std::int64_t *units)
+// Units (of `unit_size` bytes) of a text source, at most `cap` when a terminator is searched for;
+// -1 for a null. HY090 for a length that is none.
+static int param_text_units(const cass_param *param, int unit_size, std::int64_t cap,
+                            std::int64_t *units)
 {
     if (!param->has_length) {
         // Without a length the buffer's size bounds the search; a size of 0 is empty text.
@@ -80,7 +83,8 @@ int param_narrow_text(cass_param *param, bool *null)
     return 0;
 }
 
-int param_binary_length(const cass_param *param, std::int64_t *length)
+// Length of a binary source, -1 for a null. 07006 without one.
+static int param_binary_length(const cass_param *param, std::int64_t *length)
 {
     if (!param->has_length)
         return param_fail(param, STATE_07006, "no length of binary data");
@@ -163,8 +167,10 @@ static int struct_text(cass_param *param, std::int32_t *length)
 
 // ---- Text --------------------------------------------------------------------------------------
 
-int get_char_from_param(cass_param *param, const unsigned char **text, std::int32_t *length,
-                        bool *wide)
+// Bytes at *text: of a narrow text, or of SQLWCHAR units when *wide. They lie in application
+// memory, in scratch or in `owned`. A *length of -1 is a null, as in every getter.
+static int get_char_from_param(cass_param *param, const unsigned char **text, std::int32_t *length,
+                               bool *wide)
 {
     *wide = false;
     *text = reinterpret_cast<const unsigned char *>(param->scratch);
@@ -307,7 +313,8 @@ static int binary_from_text(cass_param *param, const unsigned char **bytes, std:
     return 0;
 }
 
-int get_binary_from_param(cass_param *param, const unsigned char **bytes, std::int32_t *length)
+static int get_binary_from_param(cass_param *param, const unsigned char **bytes,
+                                 std::int32_t *length)
 {
     *bytes = reinterpret_cast<const unsigned char *>(param->scratch);
     if (param_load_joined(param, length) != 0)
@@ -379,7 +386,7 @@ static bool parse_guid(const char *text, unsigned char *bytes)
     return true;
 }
 
-int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length)
+static int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length)
 {
     *length = -1;
     if (!param_load_first(param))

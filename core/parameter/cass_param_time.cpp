@@ -72,7 +72,8 @@ static int from_text(cass_param *param, SQL_TIMESTAMP_STRUCT *value, bool *null)
     return 0;
 }
 
-int get_timestamp_from_param(cass_param *param, SQL_TIMESTAMP_STRUCT *value, std::int32_t *length)
+static int get_timestamp_from_param(cass_param *param, SQL_TIMESTAMP_STRUCT *value,
+                                    std::int32_t *length)
 {
     *value = {};
     *length = -1;

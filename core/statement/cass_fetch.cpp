@@ -33,7 +33,8 @@ static void clear_cells(cass_desc *ird, std::int32_t first)
         clear_cell(&ird->fields[column].data_storage);
 }
 
-void cass_clear_row_data(cass_stmt *stmt)
+// Forgets the row's cells; fixed-width values and storage types stay.
+static void cass_clear_row_data(cass_stmt *stmt)
 {
     clear_cells(stmt->ird, 0);
 }

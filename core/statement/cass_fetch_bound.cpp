@@ -56,15 +56,11 @@ static inline SQLLEN packed_size(std::int32_t c_type)
     }
 }
 
-static inline SQLLEN element_size_of(const cass_field *record, SQLLEN octet_length)
+// Bytes from one element of a column-wise bound array to the next.
+static inline SQLLEN cass_bound_element_size(const row_place &place, const cass_field *record)
 {
-    const SQLLEN packed = packed_size(record->consise_type);
-    return packed != 0 ? packed : octet_length;
-}
-
-SQLLEN cass_bound_element_size(const cass_desc *ard, const cass_field *record, SQLLEN octet_length)
-{
-    return ard->bind_type != 0 ? octet_length : element_size_of(record, octet_length);
+    const SQLLEN packed = place.column_wise ? packed_size(record->consise_type) : 0;
+    return packed != 0 ? packed : record->octet_length;
 }
 
 static row_place place_of_row(const cass_stmt *stmt)
@@ -158,8 +154,7 @@ static inline bool lands_nowhere(const cell_request &request)
 static inline SQLRETURN transfer_column(cell_request *request, const row_place &place,
                                         const cass_field *record)
 {
-    const SQLLEN element_size =
-        place.column_wise ? element_size_of(record, record->octet_length) : record->octet_length;
+    const SQLLEN element_size = cass_bound_element_size(place, record);
     get_pointers_from_cols(request, place, record, element_size);
     if (request->logged) [[unlikely]]
         log_column(*request, place, record, element_size);
