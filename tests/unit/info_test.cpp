@@ -46,9 +46,23 @@ TEST_F(info, texts_are_cut_to_the_buffer_and_lengths_count_units)
         EXPECT_EQ(outcome(SQLGetInfo(conn, type, nullptr, 0, nullptr), conn), "HYC00") << type;
 }
 
+TEST_F(info, native_text_fits_any_buffer_size_and_keeps_its_escapes)
+{
+    SQLCHAR sql[] = "{fn now()}";
+    const auto read = [&](void *to, SQLSMALLINT size, told_length *told) {
+        return SQLNativeSql(conn, sql, SQL_NTS, static_cast<SQLCHAR *>(to), size, &told->large);
+    };
+    expect_whole_or_cut({"", conn, u"{fn now()}", false, 1, 10, 10, "1 01004", "", read});
+}
+
 // A name without a buffer is an error, and any without room for its terminator is cut.
 TEST_F(info, cursor_names_fit_any_buffer_size)
 {
+    for (const std::string number : {"0", "1"}) {
+        SQLCHAR name[20] = "";
+        SQLGetCursorName(number == "0" ? stmt : cass_alloc_stmt(conn), name, 20, nullptr);
+        EXPECT_EQ(reinterpret_cast<char *>(name), "SQL_CUR0000000" + number);
+    }
     const auto read = [&](void *to, SQLSMALLINT size, told_length *told) {
         return SQLGetCursorName(stmt, static_cast<SQLCHAR *>(to), size, &told->small);
     };

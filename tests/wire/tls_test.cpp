@@ -288,21 +288,6 @@ TEST(tls_handshake, other_versions_are_refused)
     }
 }
 
-// A peer that goes away after any byte of its first answer, which has more than 1000.
-TEST(tls_handshake, broken_off_anywhere_is_told)
-{
-    const wire_ptr wire = wire_open();
-    node_tls server = tls_of(make_certificate({}));
-    for (std::size_t cut = 0; cut < 1000; cut += cut < 120 ? 1 : 61) {
-        server.cut = cut;
-        node_use_tls(wire->node.get(), server);
-        EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes"),
-                  (record_list{link_failure + "read failed (peer shutdown)",
-                               no_connection + "SSL Error, conn_read failed"}))
-            << cut;
-    }
-}
-
 // ---- Sessions ----------------------------------------------------------------------------------
 
 static wire_ptr logged_on_by_tls()
