@@ -11,17 +11,12 @@ struct attributes : stmt_fixture {
     {
         return outcome(SQLEndTran(type, handle, completion), handle);
     }
-    // The 4 or 8 bytes that a read stores.
     SQLULEN read(SQLINTEGER attribute, std::size_t width)
     {
-        SQLULEN value = 0;
-        guarded at;
-        SQLINTEGER length = -1;
-        EXPECT_EQ(SQLGetConnectAttr(conn, attribute, at.data(), 0, &length), SQL_SUCCESS);
-        EXPECT_EQ(SQLGetConnectAttrW(conn, attribute, nullptr, 0, nullptr), SQL_SUCCESS);
-        EXPECT_TRUE(at.written().size() == width && length == SQLINTEGER(width)) << attribute;
-        std::memcpy(&value, at.data(), width);
-        return value;
+        return number_told(width, [&](void *to, told_length *told) {
+            return to != nullptr ? SQLGetConnectAttr(conn, attribute, to, 0, &told->large)
+                                 : SQLGetConnectAttrW(conn, attribute, to, 0, nullptr);
+        });
     }
 };
 

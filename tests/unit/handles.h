@@ -192,6 +192,22 @@ struct told_length {
     SQLINTEGER large = -1;
 };
 
+// A number that a call stores in this width and no wider, telling the width as its length. Without
+// a place for it (the wide form, if there is one) the call is a success all the same.
+inline SQLULEN number_told(std::size_t width,
+                           const std::function<SQLRETURN(void *to, told_length *told)> &call)
+{
+    guarded at;
+    told_length told;
+    EXPECT_EQ(call(at.data(), &told), SQL_SUCCESS);
+    EXPECT_EQ(std::max<int>(told.small, told.large), static_cast<int>(width));
+    EXPECT_EQ(at.written().size(), width);
+    EXPECT_EQ(call(nullptr, &told), SQL_SUCCESS);
+    SQLULEN value = 0;
+    std::memcpy(&value, at.data(), width);
+    return value;
+}
+
 // A call that writes a text for an application, and what it is to say of it.
 struct text_call {
     const char *name;

@@ -3,24 +3,6 @@
 
 using info = stmt_fixture;
 
-TEST_F(info, integers_are_stored_in_their_width)
-{
-    // clang-format off
-    static constexpr struct { SQLUSMALLINT type; SQLSMALLINT width; SQLUINTEGER value; } rows[] = {
-        {SQL_MAX_DRIVER_CONNECTIONS, 2, 0}, {SQL_MAX_COLUMNS_IN_SELECT, 2, 0x1000},
-        {SQL_CONVERT_CHAR, 4, 0x1E67F7F}, {SQL_GETDATA_EXTENSIONS, 4, 11}, {65003, 4, 127},
-    };
-    // clang-format on
-    for (const auto &r : rows) {
-        guarded at;
-        SQLSMALLINT length = -1;
-        EXPECT_EQ(SQLGetInfo(conn, r.type, at.data(), 0, &length), SQL_SUCCESS);
-        EXPECT_EQ(SQLGetInfoW(conn, r.type, nullptr, 0, nullptr), SQL_SUCCESS);
-        EXPECT_EQ(length, r.width) << r.type;
-        EXPECT_EQ(at.written(), bytes_of(&r.value, static_cast<std::size_t>(r.width))) << r.type;
-    }
-}
-
 TEST_F(info, texts_are_cut_to_the_buffer_and_lengths_count_units)
 {
     std::u16string special = u"#$";  // two signs, and all letters beyond ASCII

@@ -9,14 +9,10 @@ struct statement_attributes : stmt_fixture {
     }
     SQLULEN get(SQLINTEGER attribute)
     {
-        SQLULEN value = 0;
-        guarded at;
-        SQLINTEGER length = -1;
-        EXPECT_EQ(SQLGetStmtAttr(stmt, attribute, at.data(), 0, &length), SQL_SUCCESS);
-        EXPECT_EQ(SQLGetStmtAttrW(stmt, attribute, nullptr, 0, nullptr), SQL_SUCCESS);
-        EXPECT_TRUE(at.written().size() == 8 && length == 8) << attribute;
-        std::memcpy(&value, at.data(), sizeof value);
-        return value;
+        return number_told(8, [&](void *to, told_length *told) {
+            return to != nullptr ? SQLGetStmtAttr(stmt, attribute, to, 0, &told->large)
+                                 : SQLGetStmtAttrW(stmt, attribute, to, 0, nullptr);
+        });
     }
     std::string install(SQLINTEGER attribute, void *desc)
     {

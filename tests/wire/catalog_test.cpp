@@ -252,6 +252,10 @@ TEST(catalog, failures_are_told_and_the_connection_serves_on)
         {"keys", {{tables_query, first_page}, {tables_query, refusal, "p"}}, SQL_ERROR,
          {refused}, {}},
         {"keys", {{tables_query, text_rows({{"ks", ""}})}}, SQL_ERROR, {}, {}},
+        {"columns", {{tables_query, text_rows({{"ks", "t"}})},
+                     {of_t, text_rows({{"d", "partition_key", "double"}, {"w", "regular", "timestamp"}})}},
+         SQL_SUCCESS, {}, {"CASSANDRA|ks|t|d|8|double|24|8|NULL|2|0|NULL|NULL|8|NULL|8|0|NO",
+                           "CASSANDRA|ks|t|w|93|timestamp|23|16|NULL|NULL|1|NULL|NULL|9|93|16|1|YES"}},
         // A table dropped in the meantime, and one whose columns come with a warning, have none.
         {"keys", {{tables_query, two}, {of_t, text_rows({})}, {of_u, column}}, SQL_SUCCESS, {},
          {"CASSANDRA|ks|u|id|1|NULL"}},
