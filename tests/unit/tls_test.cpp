@@ -99,21 +99,6 @@ TEST(tls_start, peer_that_takes_nothing_is_told)
                                     "SSL Error, conn_write failed\n");
 }
 
-TEST(tls_start, contact_point_is_asked_for_and_logged_byte_by_byte)
-{
-    session s;
-    s.conn->contact_points = static_cast<cass_string **>(std::calloc(1, sizeof(cass_string *)));
-    s.conn->contact_points[0] = cass_string_from_cstr("p\xC3\xA9");
-    s.conn->contact_count = 1;
-    s.conn->head.log_mask = LOG_DETAIL;
-    shutdown(s.peer, SHUT_WR);
-    testing::internal::CaptureStderr();
-    start_records(s);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("name 'p\\xFFFFFFC3\\xFFFFFFA9'"),
-              std::string::npos);
-    EXPECT_NE(heard(s).find("p\xC3\xA9"), std::string::npos);
-}
-
 // ---- Sessions -----------------------------------------------------------------------------------
 
 // A server by OpenSSL on the peer's socket. It shakes hands, takes a request of one byte, does its
