@@ -68,6 +68,8 @@ TEST_F(attributes, what_is_accepted_and_refused)
         const auto option = static_cast<SQLUSMALLINT>(c.id);
         EXPECT_EQ(outcome(SQLSetConnectOption(conn, option, c.value), conn), c.old_state);
     }
+    EXPECT_EQ(set(SQL_ATTR_CURRENT_CATALOG, 0), "HY001");
+    EXPECT_EQ(outcome(SQLSetConnectOption(conn, SQL_CURRENT_QUALIFIER, 0), conn), "S1001");
     EXPECT_EQ(read(SQL_TXN_ISOLATION, 4), 8u);
     EXPECT_EQ(conn->ansi_app, 0);
     EXPECT_EQ(set(SQL_ATTR_ANSI_APP, SQL_AA_FALSE), "");
@@ -83,21 +85,6 @@ TEST_F(attributes, what_is_accepted_and_refused)
     EXPECT_EQ(read(SQL_ATTR_CONNECTION_DEAD, 4), 1u);
     for (const SQLINTEGER attribute : {SQL_ATTR_RESET_CONNECTION, 1041, 4711})
         EXPECT_EQ(outcome(SQLGetConnectAttrW(conn, attribute, nullptr, 0, nullptr), conn), "HY092");
-}
-
-TEST_F(attributes, the_catalog_is_always_the_same_name)
-{
-    for (const bool wide : {false, true}) {
-        const int length = wide ? 18 : 9;
-        const auto call = wide ? SQLGetConnectAttrW : SQLGetConnectAttr;
-        const auto read = [&](void *to, SQLSMALLINT size, told_length *told) {
-            return call(conn, SQL_ATTR_CURRENT_CATALOG, to, size, &told->large);
-        };
-        expect_whole_or_cut(
-            {"catalog", conn, u"CASSANDRA", wide, 1, length, length, "1 01004", "", read});
-    }
-    EXPECT_EQ(set(SQL_ATTR_CURRENT_CATALOG, 0), "HY001");
-    EXPECT_EQ(outcome(SQLSetConnectOption(conn, SQL_CURRENT_QUALIFIER, 0), conn), "S1001");
 }
 
 TEST_F(attributes, ends_of_transactions_resets_and_work_under_way)

@@ -85,25 +85,8 @@ TEST_F(descriptor, each_number_is_written_in_its_width_and_no_wider)
     }
 }
 
-TEST_F(descriptor, names_fit_any_buffer_size_and_follow_their_identifier)
+TEST_F(descriptor, names_follow_their_identifier)
 {
-    // In bytes and in units, ANSI and wide; a cut is a success for a descriptor.
-    const auto field = [&](void *to, SQLSMALLINT size, told_length *told) {
-        return SQLGetDescField(ird, 1, SQL_DESC_NAME, to, size, &told->large);
-    };
-    const auto rec_wide = [&](void *to, SQLSMALLINT size, told_length *told) {
-        return SQLGetDescRecW(ird, 1, static_cast<SQLWCHAR *>(to), size, &told->small, nullptr,
-                              nullptr, nullptr, nullptr, nullptr, nullptr);
-    };
-    const auto attribute_wide = [&](void *to, SQLSMALLINT size, told_length *told) {
-        return SQLColAttributesW(stmt, 1, SQL_COLUMN_NAME, to, size, &told->small, nullptr);
-    };
-    for (const text_call &call :
-         {text_call{"field", ird, u"caf\xE9", false, 1, 4, 4, "0 01004", "", field},
-          {"record", ird, u"caf\xE9", true, 2, 4, 4, "0 01004", "", rec_wide},
-          {"attribute", stmt, u"caf\xE9", true, 1, 8, 8, "1 01004", "", attribute_wide}})
-        expect_whole_or_cut(call);
-
     // By descriptor field and by column attribute, which differ on purpose.
     static constexpr std::tuple<SQLSMALLINT, std::string_view, std::string_view> names[] = {
         {SQL_DESC_TABLE_NAME, "caf\xC3\xA9", "drinks"}, {SQL_DESC_SCHEMA_NAME, "shop", ""},
