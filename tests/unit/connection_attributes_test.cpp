@@ -5,7 +5,7 @@
 struct attributes : stmt_fixture {
     std::string set(SQLINTEGER attribute, SQLULEN value)
     {
-        return outcome(SQLSetConnectAttr(conn, attribute, as_pointer(value), 0), conn);
+        return outcome(SQLSetConnectAttr(conn, attribute, odbc_number(value), 0), conn);
     }
     std::string end(SQLSMALLINT type, void *handle, SQLSMALLINT completion)
     {
@@ -114,11 +114,11 @@ TEST_F(attributes, ends_of_transactions_resets_and_work_under_way)
 
 TEST_F(attributes, the_environment)
 {
-    EXPECT_EQ(SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, as_pointer(99), 0), SQL_SUCCESS);
+    EXPECT_EQ(SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, odbc_number(99), 0), SQL_SUCCESS);
     guarded at;
     EXPECT_EQ(SQLGetEnvAttr(env, SQL_ATTR_ODBC_VERSION, at.data(), 0, nullptr), SQL_SUCCESS);
     EXPECT_EQ(at.written(), std::string("\x63\0\0\0", 4));
-    EXPECT_EQ(outcome(SQLSetEnvAttr(env, SQL_ATTR_OUTPUT_NTS, as_pointer(1), 0), env), "HYC00");
+    EXPECT_EQ(outcome(SQLSetEnvAttr(env, SQL_ATTR_OUTPUT_NTS, odbc_number(1), 0), env), "HYC00");
     EXPECT_EQ(outcome(SQLGetEnvAttr(env, SQL_ATTR_CONNECTION_POOLING, nullptr, 0, nullptr), env),
               "HYC00 HYC00");  // nothing here clears
 }

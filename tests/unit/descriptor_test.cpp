@@ -34,7 +34,7 @@ struct descriptor : stmt_fixture {
     }
     std::string set(cass_desc *desc, SQLSMALLINT rec, SQLSMALLINT id, SQLLEN value)
     {
-        return set(desc, rec, id, as_pointer(SQLULEN(value)));
+        return set(desc, rec, id, odbc_number(SQLULEN(value)));
     }
 };
 
@@ -132,7 +132,7 @@ TEST_F(descriptor, what_may_be_read_and_set_depends_on_the_role)
     for (const auto &f : sets)
         EXPECT_EQ(set(f.of, f.rec, f.id, f.value), f.state) << f.id << " = " << f.value;
     // Some errors are none, some successes do nothing, and a number is cut to its field's width.
-    EXPECT_TRUE(ird->rows_processed_ptr == as_pointer(16) && ird->fields[0].scale == 15);
+    EXPECT_TRUE(ird->rows_processed_ptr == odbc_number(16) && ird->fields[0].scale == 15);
     EXPECT_TRUE(ard->fields[0].num_prec_radix == 10 && ard->fields[0].precision == -1 &&
                 ard->fields[0].length == 0x123456789A && ard->array_size == 0x123456789A);
     EXPECT_TRUE(ipd->fields[0].parameter_type == SQL_PARAM_OUTPUT &&

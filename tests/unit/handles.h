@@ -4,7 +4,6 @@
 #ifndef TESTS_UNIT_HANDLES_H
 #define TESTS_UNIT_HANDLES_H
 
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,6 +17,7 @@
 #include "core/handle/cass_handle.h"
 #include "core/wire/cass_pkt.h"
 #include "tests/bytes.h"
+#include "tests/handle_calls.h"
 
 // An environment of ODBC 3, a connection and one statement. The connection's socket is one end of a
 // socket pair, and the test plays the peer on the other; or it never connected.
@@ -158,11 +158,6 @@ inline std::string message_of(void *handle)
 {
     const cass_diag_record *record = static_cast<cass_handle *>(handle)->diag_records;
     return record == nullptr ? "" : text_of(record->text);
-}
-
-inline SQLPOINTER as_pointer(SQLULEN value)
-{
-    return reinterpret_cast<SQLPOINTER>(value);
 }
 
 // ---- Application memory -------------------------------------------------------------------------
