@@ -1,5 +1,4 @@
-// Reading results page by page: large ones with flat memory, several at a time, and results that
-// end on the edge of a page.
+// Reading results page by page: large ones with flat memory, and several at a time.
 #include <algorithm>
 #include <fstream>
 
@@ -7,8 +6,8 @@
 
 static constexpr int many_rows = 100000;
 
-// A table of 100,000 rows in partitions of 1000, and partitions of the sizes that matter. Rows are
-// the same at every run, so that a node that has them keeps them.
+// A table of 100,000 rows in partitions of 1000. Rows are the same at every run, so that a node
+// that has them keeps them.
 struct live_fetch : live_test {
     void load_rows()
     {
@@ -20,14 +19,9 @@ struct live_fetch : live_test {
         if (!query(conn, "SELECT k FROM loaded WHERE k = 1").empty())
             return;
         run(stmt, "CREATE TABLE IF NOT EXISTS many (p int, n int, t text, PRIMARY KEY (p, n))");
-        run(stmt, "CREATE TABLE IF NOT EXISTS sizes (p int, n int, PRIMARY KEY (p, n))");
         const std::string row = "INSERT INTO many (p, n, t) VALUES ({p}, {n}, 'row {n}')";
         for (int n = 0; n < many_rows; n += 250)
             change_rows(stmt, replaced(row, "{p}", std::to_string(n / 1000)), n, n + 250);
-        for (const int size : {1, 99, 100, 101, 200, 300}) {
-            const std::string p = std::to_string(size);
-            change_rows(stmt, "INSERT INTO sizes (p, n) VALUES (" + p + ", {n})", 0, size);
-        }
         run(stmt, "INSERT INTO loaded (k) VALUES (1)");
     }
 };
@@ -94,32 +88,6 @@ TEST_F(live_fetch, statements_of_one_connection_interleave)
         // Other requests in between disturb no result.
         if (turn % 50 == 0) {
             EXPECT_EQ(query(conn, "SELECT n FROM many WHERE p = 99 LIMIT 1"), row_list{"99000"});
-        }
-    }
-}
-
-// ---- Edges of pages -----------------------------------------------------------------------------
-
-// Whatever was left unread before, in the middle of a page or of a later one.
-TEST_F(live_fetch, results_of_every_size_end_where_they_should)
-{
-    load_rows();
-    for (const int size : {0, 1, 99, 100, 101, 200, 300}) {
-        const std::string sql = "SELECT n FROM live_rows.sizes WHERE p = " + std::to_string(size);
-        row_list rows;
-        for (int n = 0; n < size; n++)
-            rows.push_back(std::to_string(n));
-        ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, sql));
-        for (const bool is_prepared : {true, false}) {
-            SCOPED_TRACE(sql);
-            ASSERT_STMT(SQL_SUCCESS, stmt, is_prepared ? SQLExecute(stmt) : exec(stmt, sql));
-            EXPECT_EQ(fetch_all(stmt), rows);
-            EXPECT_STMT(SQL_NO_DATA, stmt, SQLFetch(stmt));
-            EXPECT_STMT(SQL_SUCCESS, stmt, SQLCloseCursor(stmt));
-            ASSERT_STMT(SQL_SUCCESS, stmt, exec(stmt, "SELECT n FROM many WHERE p = 3"));
-            for (int n = 0; n < size; n++)
-                SQLFetch(stmt);
-            SQLFreeStmt(stmt, SQL_CLOSE);
         }
     }
 }

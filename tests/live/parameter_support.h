@@ -1,4 +1,5 @@
-// What the live tests of parameters share: a table of every type, and the server's refusals.
+// What the live tests of types and parameters share: a table of every type, and the server's
+// refusals.
 #ifndef TESTS_LIVE_PARAMETER_SUPPORT_H
 #define TESTS_LIVE_PARAMETER_SUPPORT_H
 

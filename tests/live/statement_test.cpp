@@ -1,5 +1,5 @@
 // The life of a statement through the Driver Manager: prepared and executed again, closed in all
-// ways, counts and names, native text, keyspaces and tables made and dropped, text beyond ASCII.
+// ways, keyspaces and tables made and dropped, text beyond ASCII.
 #include "tests/live/live_support.h"
 
 struct live_statements : live_test {
@@ -51,28 +51,6 @@ TEST_F(live_statements, refusals_and_warnings_are_the_servers)
     EXPECT_EQ(stmt_records(stmt),
               record_list{"01000 Aggregation query used without partition key"});
     EXPECT_EQ(fetch_all(stmt), row_list{"1"});
-}
-
-TEST_F(live_statements, names_of_cursors_and_native_text)
-{
-    SQLCHAR out[64] = "";
-    SQLSMALLINT length = 0;
-    for (const char *name : {"SQL_CUR00000000", "SQL_CUR00000001"}) {
-        EXPECT_STMT(SQL_SUCCESS, stmt, SQLGetCursorName(stmt, out, sizeof out, &length));
-        EXPECT_STREQ(reinterpret_cast<char *>(out), name);
-        EXPECT_STMT(SQL_SUCCESS, stmt, SQLSetCursorName(stmt, odbc_text("mine"), SQL_NTS));
-        EXPECT_STMT(SQL_SUCCESS_WITH_INFO, stmt, SQLGetCursorName(stmt, out, 3, &length));
-        EXPECT_EQ(reinterpret_cast<char *>(out) + std::to_string(length), "mi4");
-        stmt = new_stmt(live.get());
-    }
-    const std::string sql = "SELECT {fn now()} FROM t WHERE d = {d '2024-02-29'}";
-    SQLINTEGER whole = 0;
-    for (const int room : {64, 8}) {
-        EXPECT_CONN(room == 64 ? SQL_SUCCESS : SQL_SUCCESS_WITH_INFO, conn,
-                    SQLNativeSql(conn, odbc_text(sql), SQL_NTS, out, room, &whole));
-        EXPECT_EQ(reinterpret_cast<char *>(out), room == 64 ? sql : "SELECT ");
-        EXPECT_EQ(whole, static_cast<SQLINTEGER>(sql.size()));
-    }
 }
 
 TEST_F(live_statements, keyspaces_and_tables_come_and_go)

@@ -1,10 +1,9 @@
 // TLS to a real node that demands a certificate, through the Driver Manager. What settings accept
 // and refuse is shown against the scripted server.
-#include "tests/app_value.h"
 #include "tests/live/live_support.h"
 
-// A session by the node's own anchor, a value of 5 MiB there and back, and no session without.
-TEST(live_tls, session_carries_a_large_value)
+// A session by the node's own anchor, and none without.
+TEST(live_tls, session_needs_the_anchor_of_the_node)
 {
     NEED_NODE("VHCASS_TLS_SERVER");
     const char *const files = std::getenv("VHCASS_TLS_FILES");
@@ -20,22 +19,5 @@ TEST(live_tls, session_carries_a_large_value)
                    {"08001 SSL Provider: unable to get local issuer certificate"});
     ASSERT_EQ(driver_connect(live->conn, settings + "CertificateFile=" + folder + "/ca.pem"),
               SQL_SUCCESS);
-    const SQLHSTMT stmt = new_stmt(live.get());
-    make_keyspace(stmt, "live_tls");
-    run(stmt, "CREATE TABLE live_tls.big (k int PRIMARY KEY, b blob)");
-
-    std::string blob(5 << 20, '\0');
-    for (std::size_t i = 0; i < blob.size(); i++)
-        blob[i] = static_cast<char>(i * 2654435761U >> 13);
-    SQLLEN length = static_cast<SQLLEN>(blob.size());
-    bind(stmt, 1, SQL_C_BINARY, SQL_LONGVARBINARY, blob.data(), &length, length, blob.size());
-    ASSERT_STMT(SQL_SUCCESS, stmt, exec(stmt, "INSERT INTO live_tls.big (k, b) VALUES (1, ?)"));
-    SQLFreeStmt(stmt, SQL_RESET_PARAMS);
-    ASSERT_STMT(SQL_SUCCESS, stmt, exec(stmt, "SELECT b FROM live_tls.big WHERE k = 1"));
-    ASSERT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-    std::string got(blob.size() + 1, '\0');  // a buffer that fits exactly counts as cut
-    ASSERT_STMT(SQL_SUCCESS, stmt,
-                SQLGetData(stmt, 1, SQL_C_BINARY, got.data(), length + 1, &length));
-    got.pop_back();
-    EXPECT_TRUE(got == blob);
+    expect_alive(live->conn);
 }

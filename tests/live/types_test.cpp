@@ -2,33 +2,15 @@
 // as text.
 #include <limits>
 
-#include "tests/app_value.h"
-#include "tests/live/live_support.h"
+#include "tests/live/parameter_support.h"
 #include "tests/node/frames.h"
 
-// clang-format off
-static const std::string types[] = {
-    "ascii", "bigint", "blob", "boolean", "date", "decimal", "double", "duration", "float", "inet",
-    "int", "list<int>", "pair", "map<text, int>", "set<text>", "smallint", "text", "time",
-    "timestamp", "timeuuid", "tinyint", "uuid", "varint", "tuple<int, text>", "vector<float, 3>"};
-// clang-format on
-
-// "c_list" for "list<int>".
-static std::string name_of(const std::string &type)
-{
-    return "c_" + type.substr(0, type.find('<'));
-}
-
-struct live_types : live_test {
-    // The tables `every` and, as counters stand alone, `counts`.
+struct live_types : live_parameters {
+    // The table of every type and, as counters stand alone, `counts`.
     void make_tables(const std::string &keyspace)
     {
-        use_keyspace(keyspace);
-        run(stmt, "CREATE TYPE pair (a int, b text)");
-        std::string table = "CREATE TABLE every (k int PRIMARY KEY";
-        for (const std::string &type : types)
-            table += ", " + name_of(type) + " " + type;
-        run(stmt, table + ")");
+        make_table(keyspace);
+        run(stmt, "USE " + keyspace);
         run(stmt, "CREATE TABLE counts (k int PRIMARY KEY, c_counter counter)");
     }
 };
@@ -50,13 +32,11 @@ static std::string memory_of(SQLHSTMT stmt, SQLUSMALLINT column, SQLSMALLINT c_t
 TEST_F(live_types, null_of_every_type_is_null)
 {
     make_tables("live_nulls");
-    run(stmt, "INSERT INTO every (k) VALUES (1)");
-    std::string sql = "SELECT k", nulls = "1";
-    for (const std::string &type : types) {
-        sql += ", " + name_of(type);
+    run(stmt, "INSERT INTO t (k) VALUES (1)");
+    std::string nulls = "1";
+    for (int i = 0; i < 25; i++)
         nulls += "|NULL";
-    }
-    EXPECT_EQ(query(conn, sql + " FROM every"), row_list{nulls});
+    EXPECT_EQ(query(conn, "SELECT * FROM t"), row_list{nulls});
 }
 
 struct value_case {
@@ -71,23 +51,12 @@ static app_value binary(const std::string &digits)
     return {SQL_C_BINARY, from_hex(digits)};
 }
 
-// A numeric of the 128 bits that the digits tell, the least significant byte first.
-static SQL_NUMERIC_STRUCT wide_numeric(const std::string &digits, int scale, int sign,
-                                       int precision)
-{
-    SQL_NUMERIC_STRUCT value = numeric(0, scale, sign, precision);
-    std::memcpy(value.val, from_hex(digits).data(), digits.size() / 2);
-    return value;
-}
-
 // clang-format off
-static const std::string not_held = "SQL_ERROR: 22003 Numeric value out of range";
 using date = SQL_DATE_STRUCT;
 using moment = SQL_TIMESTAMP_STRUCT;
 static const value_case values[] = {
-    {"ascii", "'plain'", "plain"}, {"text", "'it''s ?'", "it's ?", "it's ?"}, {"text", "''", ""},
+    {"ascii", "'plain'", "plain"}, {"text", "''", ""},
     {"text", "'\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z'", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z"},
-    {"inet", "'127.0.0.255'", "127.0.0.255"},
     {"inet", "'2001:db8::f0:42:8329'", "2001:db8:0:0:0:f0:42:8329", "2001:db8:0:0:0:f0:42:8329"},
 
     {"counter", "-9000000000", -9000000000}, {"bigint", "9223372036854775807", INT64_MAX},
@@ -96,25 +65,13 @@ static const value_case values[] = {
     {"float", "3.4028235E38", 3.4028235E38f, "3.402823E+38"},
     {"double", "-Infinity", -std::numeric_limits<double>::infinity(), "-INF"},
     {"double", "4.9E-324", 4.9E-324, "4.940656E-324"},
-    // Precision 38, and 37 where the server's integer has a leading zero byte.
-    {"decimal", "1.50", numeric(150, 2, 1, 37)}, {"decimal", "1E+3", numeric(1, -3), "1000"},
-    {"decimal", "-12345678901234567890.123456789",
-     wide_numeric("1581396eb1c9be46321be427", 9, 0, 38)},
-    {"varint", "340282366920938463463374607431768211455",
-     wide_numeric(std::string(32, 'f'), 0, 1, 37)}, {"varint", "-256", numeric(256, 0, 0)},
-    {"varint", "340282366920938463463374607431768211456", {SQL_C_NUMERIC, not_held},
-     "<" + not_held + ">"},
+    {"decimal", "1.50", numeric(150, 2, 1, 37)}, {"varint", "-256", numeric(256, 0, 0)},
 
     {"date", "'2024-02-29'", date{2024, 2, 29}}, {"date", "'1582-10-14'", date{1582, 10, 14}},
-    // The end of the type: a year that a date structure cannot hold keeps its low 16 bits.
-    {"date", "4294967295", date{-16660, 7, 11}, "-16660-07-11"},
     {"time", "'23:59:59.999999999'", moment{0, 0, 0, 23, 59, 59, 999999999},
      "0000-00-00 23:59:59.999999999"},
     {"timestamp", "253402300799999", moment{9999, 12, 31, 23, 59, 59, 999000000},
      "9999-12-31 23:59:59.999"},
-    // Before 1970 the parts of a day are negative, in fields that have no sign.
-    {"timestamp", "-3661000", moment{1970, 1, 1, 65535, 65535, 65535, 0},
-     "1970-01-01 65535:65535:65535"},
     {"uuid", "A0EEBC99-9C0B-4EF8-BB6D-6BB9BD380A11",
      {SQL_C_GUID, from_hex("99bceea00b9cf84ebb6d6bb9bd380a11")}},
     {"timeuuid", "50554D6E-29BB-11E5-B345-FEFF819CDC9F",
@@ -138,10 +95,10 @@ TEST_F(live_types, every_value_reads_back)
         run(stmt,
             is_counter
                 ? "UPDATE counts SET c_counter = c_counter + " + c.literal + " WHERE k = " + row
-                : "INSERT INTO every (k, " + name + ") VALUES (" + row + ", " + c.literal + ")");
+                : "INSERT INTO t (k, " + name + ") VALUES (" + row + ", " + c.literal + ")");
         ASSERT_STMT(SQL_SUCCESS, stmt,
                     exec(stmt, replaced("SELECT @, @ FROM ", "@", name) +
-                                   (is_counter ? "counts" : "every") + " WHERE k = " + row));
+                                   (is_counter ? "counts" : "t") + " WHERE k = " + row));
         ASSERT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
         const std::string bare = replaced(replaced(c.literal, "'", ""), "0x", "");
         EXPECT_EQ(memory_of(stmt, 2, c.memory.c_type), c.memory.memory);

@@ -62,8 +62,6 @@ struct node_tls {
     bytes key;                  // PEM
     int version = 0x0303;       // the only one it speaks: 0x0302 is TLS 1.1, 0x0304 TLS 1.3
     bytes client_issuers = {};  // PEM: a client certificate by one of these is demanded
-    // Only so many bytes of its first answer are sent, then the connection is closed.
-    std::optional<std::size_t> cut = {};
     // The answer to a GET in place of a request, behind which the connection ends.
     bytes http = {};
 };

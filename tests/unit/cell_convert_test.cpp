@@ -91,7 +91,7 @@ TEST(cell_convert, each_source_at_the_bounds_of_each_target)
          {0.5, 0, cut}, {1.5, 0, range}, {1.5f, 0, range}}},
         {{SQL_C_DOUBLE}, 8, no_numbers, {{"1.25", 1.25, none}, {" -0.1", -0.1, none},
          {"1e3", 0, bad}, {"", 0, bad}, {".", 0.0, none}, {scaled(2, "0096"), 1.5, none},
-         {-7, -7.0, none}, {scaled(-3, "FF"), -1000.0, none}, {INT64_MAX, TWO_63, none},
+         {-7, -7.0, none}, {scaled(-3, "FF"), -1000.0, none}, {scaled(0, "FF0000000000000000"), -0x1p64, none}, {INT64_MAX, TWO_63, none},
          {0.1f, double{0.1f}, none}, {1e-300, 1e-300, none}}},
         {{SQL_C_FLOAT}, 4, no_numbers, {{"1.25", 1.25f, none}, {"1e3", 0, bad}, {-7, -7.0f, none},
          {scaled(-3, "FF"), -1000.0f, none}, {0.1f, 0.1f, none}, {1e-300, 0.0f, none},

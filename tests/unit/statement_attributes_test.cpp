@@ -5,18 +5,14 @@
 struct statement_attributes : stmt_fixture {
     std::string set(SQLINTEGER attribute, SQLULEN value)
     {
-        return outcome(SQLSetStmtAttr(stmt, attribute, as_pointer(value), SQL_IS_UINTEGER), stmt);
+        return outcome(SQLSetStmtAttr(stmt, attribute, odbc_number(value), SQL_IS_UINTEGER), stmt);
     }
     SQLULEN get(SQLINTEGER attribute)
     {
-        SQLULEN value = 0;
-        guarded at;
-        SQLINTEGER length = -1;
-        EXPECT_EQ(SQLGetStmtAttr(stmt, attribute, at.data(), 0, &length), SQL_SUCCESS);
-        EXPECT_EQ(SQLGetStmtAttrW(stmt, attribute, nullptr, 0, nullptr), SQL_SUCCESS);
-        EXPECT_TRUE(at.written().size() == 8 && length == 8) << attribute;
-        std::memcpy(&value, at.data(), sizeof value);
-        return value;
+        return number_told(8, [&](void *to, told_length *told) {
+            return to != nullptr ? SQLGetStmtAttr(stmt, attribute, to, 0, &told->large)
+                                 : SQLGetStmtAttrW(stmt, attribute, to, 0, nullptr);
+        });
     }
     std::string install(SQLINTEGER attribute, void *desc)
     {
@@ -146,7 +142,7 @@ TEST_F(statement_attributes, only_descriptors_of_this_connection_and_role_are_in
     }
     for (cass_desc *desc : {mine, static_cast<cass_desc *>(nullptr)}) {
         EXPECT_EQ(install(SQL_ATTR_APP_ROW_DESC, desc), "");
-        EXPECT_EQ(as_pointer(get(SQL_ATTR_APP_ROW_DESC)), desc ? desc : stmt->implicit_ard);
+        EXPECT_EQ(odbc_number(get(SQL_ATTR_APP_ROW_DESC)), desc ? desc : stmt->implicit_ard);
     }
     EXPECT_EQ(mine->stmt, nullptr);
     // A new parameter descriptor cuts off the row descriptor, and its own predecessor keeps a link
@@ -160,5 +156,6 @@ TEST_F(statement_attributes, only_descriptors_of_this_connection_and_role_are_in
     EXPECT_EQ(stmt->apd, stmt->implicit_apd);
     cass_free_stmt(stmt, 0);
     EXPECT_EQ(first->stmt, nullptr);
-    EXPECT_EQ(outcome(SQLSetDescField(first, 0, SQL_DESC_COUNT, as_pointer(1), 0), first), "HY016");
+    EXPECT_EQ(outcome(SQLSetDescField(first, 0, SQL_DESC_COUNT, odbc_number(1), 0), first),
+              "HY016");
 }

@@ -1,9 +1,6 @@
 // TLS where no handshake comes to its end: a context that cannot be made, settings that cannot be
 // used, and peers that speak something else. And sessions with a server that means no good.
-#include <openssl/err.h>
 #include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/ssl.h>
 
 #include <functional>
 #include <thread>
@@ -14,6 +11,7 @@
 #include "core/statement/cass_pkt_exchange.h"
 #include "tests/node/certificates.h"
 #include "tests/unit/handles.h"
+#include "tests/node/node_tls.h"
 
 static const std::string no_connection = "08001|Client unable to establish connection: ";
 static const std::string error = no_connection + "SSL error\n";
@@ -54,10 +52,10 @@ TEST(tls_start, unusable_settings_fail_before_a_byte_goes_out)
         blocks[] = {{&cass_conn::ca_bytes, &cass_conn::ca_length, data + error},
                     {&cass_conn::private_key_bytes, &cass_conn::private_key_length, data},
                     {&cass_conn::certificate_bytes, &cass_conn::certificate_length, data}};
-    for (const auto &[bytes, length, told] : blocks)
+    for (const auto &[block, length, told] : blocks)
         expect_refusal(
-            [bytes = bytes, length = length](cass_conn *conn) {
-                conn->*bytes = reinterpret_cast<unsigned char *>(strdup("no PEM"));
+            [block = block, length = length](cass_conn *conn) {
+                conn->*block = reinterpret_cast<unsigned char *>(strdup("no PEM"));
                 conn->*length = 6;
             },
             told);
@@ -85,11 +83,11 @@ TEST(tls_start, peers_that_speak_something_else_are_told)
         {std::string("\x16\x03\x03\0\4\0\0\0\0", 9), gone},          // a hello request
         {std::string("\x16\x03\x03\0\4\2\0\0\0", 9), failed + error},
     };
-    for (const auto &[bytes, told] : cases) {
+    for (const auto &[said, told] : cases) {
         session s;
-        say(s, bytes);
+        say(s, said);
         shutdown(s.peer, SHUT_WR);
-        EXPECT_EQ(start_records(s), told) << bytes;
+        EXPECT_EQ(start_records(s), told) << said;
         EXPECT_EQ(heard(s)[0], 0x16);
     }
 }
@@ -102,50 +100,24 @@ TEST(tls_start, peer_that_takes_nothing_is_told)
                                     "SSL Error, conn_write failed\n");
 }
 
-TEST(tls_start, contact_point_is_asked_for_and_logged_byte_by_byte)
-{
-    session s;
-    s.conn->contact_points = static_cast<cass_string **>(std::calloc(1, sizeof(cass_string *)));
-    s.conn->contact_points[0] = cass_string_from_cstr("p\xC3\xA9");
-    s.conn->contact_count = 1;
-    s.conn->head.log_mask = LOG_DETAIL;
-    shutdown(s.peer, SHUT_WR);
-    testing::internal::CaptureStderr();
-    start_records(s);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("name 'p\\xFFFFFFC3\\xFFFFFFA9'"),
-              std::string::npos);
-    EXPECT_NE(heard(s).find("p\xC3\xA9"), std::string::npos);
-}
-
 // ---- Sessions -----------------------------------------------------------------------------------
 
 // A server by OpenSSL on the peer's socket. It shakes hands, takes a request of one byte, does its
 // work and hangs up before the driver reads: a write of the driver's then finds nobody.
 static void serve_tls(session &s, const std::function<void(SSL *)> &work)
 {
-    SSL_CTX *ctx = SSL_CTX_new(TLS_server_method());
-    const std::string both = make_certificate({}).pem + key_pem(KEY_ONE);
-    BIO *pem = BIO_new_mem_buf(both.data(), static_cast<int>(both.size()));
-    X509 *own = PEM_read_bio_X509(pem, nullptr, nullptr, nullptr);
-    EVP_PKEY *key = PEM_read_bio_PrivateKey(pem, nullptr, nullptr, nullptr);
-    SSL_CTX_use_certificate(ctx, own);
-    SSL_CTX_use_PrivateKey(ctx, key);
-    SSL *ssl = SSL_new(ctx);
-    SSL_set_fd(ssl, s.peer);
+    const tls_session ssl =
+        tls_accept({.chain = make_certificate({}).pem, .key = key_pem(KEY_ONE)});
+    SSL_set_fd(ssl.get(), s.peer);
     char request;
-    if (SSL_accept(ssl) == 1 && SSL_read(ssl, &request, 1) == 1)
-        work(ssl);
+    if (SSL_accept(ssl.get()) == 1 && SSL_read(ssl.get(), &request, 1) == 1)
+        work(ssl.get());
     close(std::exchange(s.peer, -1));
-    SSL_free(ssl);
-    EVP_PKEY_free(key);
-    X509_free(own);
-    BIO_free(pem);
-    SSL_CTX_free(ctx);
 }
 
-static void say_by_tls(SSL *ssl, const std::string &bytes)
+static void say_by_tls(SSL *ssl, const std::string &said)
 {
-    SSL_write(ssl, bytes.data(), static_cast<int>(bytes.size()));
+    SSL_write(ssl, said.data(), static_cast<int>(said.size()));
 }
 
 // A request for a second handshake, which the driver refuses with an alert.
