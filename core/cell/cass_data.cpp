@@ -160,6 +160,11 @@ static std::int32_t default_target(const cass_stmt *stmt, std::int32_t consise_t
     cass_post_error_column(&request.stmt->head, row, 0, request.column, nullptr);
 }
 
+static bool null_without_indicator_is_warning(const cass_conn *conn)
+{
+    return conn->conduct->null_without_indicator_is_warning;
+}
+
 SQLRETURN cell_is_null(const cell_request &request)
 {
     cass_store<SQLLEN>(request.indicator, SQL_NULL_DATA);
@@ -167,9 +172,10 @@ SQLRETURN cell_is_null(const cell_request &request)
     CASS_LOG(&request.stmt->head, LOG_DETAIL, "data is SQL_NULL");
     if (request.indicator != nullptr) [[likely]]
         return SQL_SUCCESS;
-    // A warning and not SQL_ERROR on purpose: the rest of a bound row still arrives.
     post_on_column(request, STATE_22002, "NULL without an indicator");
-    return SQL_SUCCESS_WITH_INFO;
+    // As a warning it leaves the rest of a bound row to arrive.
+    return null_without_indicator_is_warning(stmt_conn(request.stmt)) ? SQL_SUCCESS_WITH_INFO
+                                                                      : SQL_ERROR;
 }
 
 SQLRETURN cell_truncated(const cell_request &request)
@@ -243,18 +249,33 @@ static inline bool lost_numeric(const cass_data_storage &cell)
     return cell.data_type == SQL_NUMERIC && cell.value.numeric.precision == NUMERIC_TOO_LARGE;
 }
 
-// Settles whether a column is delivered. Text and binary stay open while pieces remain. Every other
-// column closes at its first read, whatever came of it: a probe for the length of an integer uses
-// it up. Deliberately so, applications expect SQL_NO_DATA then.
-static inline SQLRETURN settle(cass_data_storage *cell, SQLLEN buffer_length, SQLRETURN code)
+static bool probe_uses_up_column(const cass_conn *conn)
 {
-    if (code != SQL_SUCCESS_WITH_INFO) {
+    return conn->conduct->probe_uses_up_column;
+}
+
+// A read that is no plain success. Text and binary stay open while pieces remain.
+[[gnu::cold, gnu::noinline]] static SQLRETURN settle_other(const cell_request &request,
+                                                           cass_data_storage *cell, int code)
+{
+    const bool in_pieces = cell->data_type == SQL_CHAR || cell->data_type == SQL_BINARY;
+    const bool stays_open = in_pieces ? code == SQL_SUCCESS_WITH_INFO
+                                      : request.target == nullptr && SQL_SUCCEEDED(code) &&
+                                            !probe_uses_up_column(stmt_conn(request.stmt));
+    if (!stays_open)
         cell->finished = 1;
-        return code;
-    }
-    if (cell->data_type != SQL_CHAR && cell->data_type != SQL_BINARY)
-        cell->finished = 1;
-    return buffer_length == 0 ? SQL_SUCCESS : code;  // a probe for the length ends quietly
+    // A probe for the length ends quietly.
+    const bool quiet = code == SQL_SUCCESS_WITH_INFO && request.buffer_length == 0;
+    return static_cast<SQLRETURN>(quiet ? SQL_SUCCESS : code);
+}
+
+// Settles whether a column is delivered, and gives the code that the read ends with.
+static inline SQLRETURN settle(const cell_request &request, cass_data_storage *cell, int code)
+{
+    if (code != SQL_SUCCESS || request.target == nullptr) [[unlikely]]
+        return settle_other(request, cell, code);
+    cell->finished = 1;
+    return SQL_SUCCESS;
 }
 
 // The cell by the member for its target type, between the log records of a conversion.
@@ -271,13 +292,13 @@ static inline SQLRETURN settle(cass_data_storage *cell, SQLLEN buffer_length, SQ
         CASS_LOG(&request->stmt->head, LOG_DETAIL, "getting %s from %d", request->member->word,
                  static_cast<int>(cell->data_type));
     if (cell->isnull != 0)
-        return settle(cell, request->buffer_length, cell_is_null(*request));
-    const SQLRETURN code = lost_numeric(*cell) ? cell_out_of_range(*request, nullptr, 0)
-                                               : request->member->convert(*request);
+        return settle(*request, cell, cell_is_null(*request));
+    const int code = lost_numeric(*cell) ? cell_out_of_range(*request, nullptr, 0)
+                                         : request->member->convert(*request);
     if (request->logged) [[unlikely]]
         CASS_LOG(&request->stmt->head, LOG_DETAIL, "finished getting %s return=%r",
-                 request->member->finished_word, static_cast<int>(code));
-    return settle(cell, request->buffer_length, code);
+                 request->member->finished_word, code);
+    return settle(*request, cell, code);
 }
 
 // Record of a column, 0 being the bookmark record; null for one that the IRD does not have.
@@ -290,7 +311,12 @@ static inline cass_field *record_of(cass_stmt *stmt, std::int32_t column, cass_f
     return fields + (column - 1);
 }
 
-// SQL_ARD_TYPE: the type of the column's ARD record. Reads the column in front of the one named,
+static bool ard_type_reads_column_in_front(const cass_conn *conn)
+{
+    return conn->conduct->ard_type_reads_column_in_front;
+}
+
+// SQL_ARD_TYPE: the type of the column's ARD record. It reads the column in front of the one named,
 // for column 1 the bookmark record; deliberate, and kept for the applications that count on it. The
 // column named is settled too, by what came of the other.
 [[gnu::noinline]] static SQLRETURN get_by_ard(cell_request *request, cass_field *fields,
@@ -302,13 +328,16 @@ static inline cass_field *record_of(cass_stmt *stmt, std::int32_t column, cass_f
         return SQL_NO_DATA;
 
     const std::int32_t target_type = afields[request->column - 1].consise_type;
+    if (!ard_type_reads_column_in_front(stmt_conn(request->stmt)))
+        return convert_and_settle(request, target_type);
+
     cass_data_storage *named = &request->field->data_storage;
     request->column -= 1;
     request->field = record_of(request->stmt, request->column, fields);
     SQLRETURN code = SQL_NO_DATA;
     if (request->column == 0 || request->field->data_storage.finished == 0)
         code = convert_and_settle(request, target_type);
-    return settle(named, request->buffer_length, code);
+    return settle(*request, named, code);
 }
 
 SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,

@@ -2,13 +2,18 @@
 #include "core/cell/cass_data_internal.h"
 #include "support/numeric.h"
 
-// Text and binary cells. An exact fit counts as cut, on purpose: the read after it gives 0 bytes
-// with SQL_SUCCESS, which is what tells a reader of pieces that it has them all.
+static bool exact_fit_counts_as_cut(const cass_conn *conn)
+{
+    return conn->conduct->exact_fit_counts_as_cut;
+}
+
+// Text and binary cells.
 static constexpr cell_rule bytes_rule = {
     .write = cell_copy_bytes,
-    .margin = 1,
+    .margin = 0,
     .kept = 0,
     .terminated = false,
+    .exact_fit_is_cut = exact_fit_counts_as_cut,
 };
 // The other cells, as they are stored. A probe for the length leaves a record of 01004 behind it,
 // as ever; where the image fits exactly it is whole.
@@ -80,7 +85,7 @@ SQLRETURN get_numeric(const cell_request &request)
     int precision = 19;
     switch (cell.data_type) {
     case SQL_CHAR:
-        if (!cell_scan_number(cell, &number))
+        if (!cell_scan_number(request, &number))
             return cell_not_numeric(request);
         precision = number.digits;
         break;

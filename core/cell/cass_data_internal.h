@@ -121,15 +121,23 @@ struct cell_rule {
     bool terminated = true;  // by a unit of 0, where there is room for one
     bool piecewise = true;   // read on from here; otherwise what does not fit is lost
     bool probe_warns = false;
-    bool undoubled_length = false;
     bool last_byte_cleared = false;  // of a buffer with a cut piece
+    // Choices of the connection's conduct, by the function that reads them; null: not asked.
+    bool (*cut_fills_buffer)(const cass_conn *conn) = nullptr;
+    bool (*exact_fit_is_cut)(const cass_conn *conn) = nullptr;
+    bool (*length_is_undoubled)(const cass_conn *conn) = nullptr;
 };
+
+inline bool cell_choice(const cell_request &request, bool (*choice)(const cass_conn *conn))
+{
+    return choice != nullptr && choice(stmt_conn(request.stmt));
+}
 
 // The bytes that an application is told are left.
 inline SQLLEN cell_length_told(const cell_request &request, const cell_piece &piece,
                                const cell_rule &rule)
 {
-    if (!rule.undoubled_length)
+    if (!cell_choice(request, rule.length_is_undoubled))
         return rule.unit * piece.units;
     const SQLLEN told = piece.units / 2 - request.field->data_storage.offset;
     return told > 0 ? told : 0;  // below 0 would read as SQL_NULL_DATA
@@ -152,10 +160,14 @@ inline SQLLEN cell_length_told(const cell_request &request, const cell_piece &pi
 
     auto *target = static_cast<unsigned char *>(request.target);
     const SQLLEN room = request.buffer_length / rule.unit;
-    const bool whole = rule.unit * piece.units + rule.margin <= request.buffer_length;
+    const SQLLEN needed = rule.unit * piece.units + rule.margin;
+    const bool cut_by_choice =
+        needed == request.buffer_length && cell_choice(request, rule.exact_fit_is_cut);
+    const bool whole = needed <= request.buffer_length && !cut_by_choice;
     SQLLEN taken = piece.units;
     if (!whole) {
-        const SQLLEN most = room > rule.kept ? (room - rule.kept) / rule.group * rule.group : 0;
+        const SQLLEN kept = cell_choice(request, rule.cut_fills_buffer) ? 0 : rule.kept;
+        const SQLLEN most = room > kept ? (room - kept) / rule.group * rule.group : 0;
         taken = taken < most ? taken : most;
     }
     const SQLLEN used = rule.write(target, piece, taken);
@@ -208,7 +220,7 @@ struct cell_number {
     bool fraction;   // some of them behind the point
 };
 
-// Scans a text cell. False when it is no plain decimal number.
-bool cell_scan_number(const cass_data_storage &cell, cell_number *number);
+// Scans the request's text cell. False when it is no plain decimal number.
+bool cell_scan_number(const cell_request &request, cell_number *number);
 
 #endif

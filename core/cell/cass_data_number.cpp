@@ -95,8 +95,15 @@ static constexpr integer_rules bit_rules =     {1, false, 2.0,       1,         
 
 // ---- Numbers in text ---------------------------------------------------------------------------
 
-bool cell_scan_number(const cass_data_storage &cell, cell_number *number)
+// "123" and one blank is 1 then: applications that trim their texts for it know.
+static bool blanks_cut_number(const cass_conn *conn)
 {
+    return conn->conduct->blanks_cut_number;
+}
+
+bool cell_scan_number(const cell_request &request, cell_number *number)
+{
+    const cass_data_storage &cell = request.field->data_storage;
     const int length = cell.alloc_length < 127 ? cell.alloc_length : 127;  // no more is looked at
     const unsigned char *text = cell.value.bytes;
     int at = 0;
@@ -126,10 +133,9 @@ bool cell_scan_number(const cass_data_storage &cell, cell_number *number)
     if (digits == 0 || at < length)
         return false;
 
-    // Deliberate, and known to applications that trim their texts for it: blanks behind the number
-    // decide how much of it is taken. "123" and one blank is 1.
     const int blanks = at - number_end;
-    const int taken = blanks > 0 ? blanks : number_end;
+    const int taken =
+        blanks > 0 && blanks_cut_number(stmt_conn(request.stmt)) ? blanks : number_end;
     std::memcpy(number->text, text, static_cast<std::size_t>(taken));
     number->text[taken] = 0;
     number->digits = digits;
@@ -176,7 +182,7 @@ static SQLRETURN integer_from_parsed(const cell_request &request, const integer_
 static SQLRETURN integer_from_text(const cell_request &request, const integer_rules &rules)
 {
     cell_number number;
-    if (!cell_scan_number(request.field->data_storage, &number))
+    if (!cell_scan_number(request, &number))
         return cell_not_numeric(request);
     return integer_from_parsed(request, rules, number.text, rules.text, number.fraction);
 }
@@ -312,7 +318,7 @@ static SQLRETURN floating_value(const cell_request &request, double *value)
     }
     case SQL_CHAR: {
         cell_number number;
-        if (!cell_scan_number(cell, &number))
+        if (!cell_scan_number(request, &number))
             return cell_not_numeric(request);
         *value = ascii_to_double(number.text);
         return SQL_SUCCESS;

@@ -78,20 +78,23 @@ static SQLLEN put_formatted(unsigned char *target, const cell_piece &piece, SQLL
     return units;
 }
 
-// A cut piece fills the buffer to its last unit and has no terminator then, on purpose: whoever
-// reads pieces goes by their lengths.
+static bool wide_cut_fills_buffer(const cass_conn *conn)
+{
+    return conn->conduct->wide_cut_fills_buffer;
+}
+
 static constexpr cell_rule text_rule = {
     .write = put_text,
     .unit = UNIT,
     .margin = UNIT,
-    .kept = 0,
+    .cut_fills_buffer = wide_cut_fills_buffer,
 };
 static constexpr cell_rule hexadecimal_rule = {
     .write = put_hexadecimal,
     .unit = UNIT,
     .group = 2,
     .margin = UNIT,
-    .kept = 0,
+    .cut_fills_buffer = wide_cut_fills_buffer,
 };
 // Half a unit behind the value counts as room for the terminator, which is then left out: a buffer
 // of an odd size has always been served so.

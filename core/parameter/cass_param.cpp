@@ -409,6 +409,11 @@ static int append_value(cass_param *param, cass_packet *packet)
     return code;
 }
 
+static bool null_indicator_leaves_value_out(const cass_conn *conn)
+{
+    return conn->conduct->null_indicator_leaves_value_out;
+}
+
 int cass_append_params(cass_stmt *stmt, cass_packet *packet)
 {
     const std::int32_t markers = stmt->found_param_count;
@@ -424,11 +429,13 @@ int cass_append_params(cass_stmt *stmt, cass_packet *packet)
         param.field = &set.apd->fields[param.index];
         SQLLEN indicator = 0;
         const bool has_indicator = param_indicator(&set, param.field, &indicator);
-        // A null indicator writes nothing, not even a null value, and the count in front stays: the
-        // server reads the values behind it for earlier markers. This is how it has always been; a
-        // null that comes at execution is written as one.
-        if (has_indicator && indicator == SQL_NULL_DATA)
+        if (has_indicator && indicator == SQL_NULL_DATA) {
+            // Left out, the server reads the values behind it for earlier markers. A null that
+            // comes at execution is always written.
+            if (!null_indicator_leaves_value_out(stmt_conn(stmt)))
+                param_put_null(packet);
             continue;
+        }
         CASS_LOG(&stmt->head, LOG_DETAIL, "cass_append_params, add param %d of %d",
                  param_number(&param), markers);
         describe_param(&param, &set, has_indicator ? &indicator : nullptr);

@@ -178,8 +178,14 @@ static int get_numeric_from_param(cass_param *param, SQL_NUMERIC_STRUCT *value,
 
 // ---- Values ------------------------------------------------------------------------------------
 
+static bool negative_decimal_loses_carry(const cass_conn *conn)
+{
+    return conn->conduct->negative_decimal_loses_carry;
+}
+
 // The unscaled value, with a sign byte in front whether needed or not. Bytes written, at most 17.
-static int unscaled_bytes(const SQL_NUMERIC_STRUCT *value, unsigned char *out)
+static int unscaled_bytes(const cass_conn *conn, const SQL_NUMERIC_STRUCT *value,
+                          unsigned char *out)
 {
     const bool negative = value->sign == 0;
     int length = 0;
@@ -189,10 +195,11 @@ static int unscaled_bytes(const SQL_NUMERIC_STRUCT *value, unsigned char *out)
         byte--;
     while (byte-- > 0)
         out[length++] = static_cast<unsigned char>(negative ? ~value->val[byte] : value->val[byte]);
-    // The 1 of the two's complement is added to the last byte alone and its carry is lost, so that
-    // -256 goes out as -512. Kept as it is: stored data was written so.
-    if (negative)
-        out[length - 1]++;
+    if (!negative)
+        return length;
+    for (int at = length - 1; ++out[at] == 0 && at > 0; at--)
+        if (negative_decimal_loses_carry(conn))
+            break;
     return length;
 }
 
@@ -208,6 +215,6 @@ int param_put_decimal(cass_param *param, cass_packet *packet, std::int32_t)
         return param_fail(param, STATE_22003, OUT_OF_RANGE);
     unsigned char out[4 + 1 + SQL_MAX_NUMERIC_LEN];
     store_be32(out, static_cast<std::uint32_t>(std::int32_t{value.scale}));
-    pkt_put_long_bytes(packet, out, 4 + unscaled_bytes(&value, out + 4));
+    pkt_put_long_bytes(packet, out, 4 + unscaled_bytes(stmt_conn(param->stmt), &value, out + 4));
     return 0;
 }

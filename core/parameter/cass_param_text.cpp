@@ -313,6 +313,11 @@ static int binary_from_text(cass_param *param, const unsigned char **bytes, std:
     return 0;
 }
 
+static bool byte_goes_out_as_eight(const cass_conn *conn)
+{
+    return conn->conduct->byte_goes_out_as_eight;
+}
+
 static int get_binary_from_param(cass_param *param, const unsigned char **bytes,
                                  std::int32_t *length)
 {
@@ -326,9 +331,11 @@ static int get_binary_from_param(cass_param *param, const unsigned char **bytes,
     case KIND_UNSIGNED:
     case KIND_BIT:
     case KIND_REAL:
-        // As they lie in memory. A value of one byte has always been sent as eight: it comes first.
+        // As they lie in memory. The one byte of eight comes first.
         std::memset(param->scratch, 0, 8);
-        *length = param->c_type.size == 1 ? 8 : param->c_type.size;
+        *length = param->c_type.size;
+        if (*length == 1 && byte_goes_out_as_eight(stmt_conn(param->stmt)))
+            *length = 8;
         return param_copy_fixed(param, param->scratch, param->c_type.size);
     case KIND_GUID:
     case KIND_TIMESTAMP:

@@ -3,6 +3,9 @@
 const cass_conduct default_conduct = {
     // Statements and parameters.
     .text_goes_out_by_low_bytes = true,
+    .null_indicator_leaves_value_out = true,
+    .negative_decimal_loses_carry = true,
+    .byte_goes_out_as_eight = true,
     .data_is_awaited_in_first_run_only = true,
     .failed_set_is_information = true,
     .a_new_apd_unlinks_the_ard = true,
@@ -10,6 +13,16 @@ const cass_conduct default_conduct = {
     .cancelling_a_prepared_statement_fails = true,
     .options_mark_nothing_rebound = true,
     // Cells and rows.
+    .wide_cut_fills_buffer = true,
+    .exact_fit_counts_as_cut = true,
+    .hexadecimal_length_is_undoubled = true,
+    .probe_uses_up_column = true,
+    .null_without_indicator_is_warning = true,
+    .ard_type_reads_column_in_front = true,
+    .blanks_cut_number = true,
+    .rowset_of_several_is_success = true,
+    .lost_page_leaves_emptied_row = true,
+    .local_row_is_transferred_twice = true,
     .uuid_arrays_are_spaced_by_length = true,
     .a_refused_column_stays_bound = true,
     // Descriptions and diagnostics.

@@ -165,14 +165,26 @@ static bool has_local_row(const cass_stmt *stmt)
     return stmt->internal_rs != nullptr && !stmt->internal_rs->row_lost;
 }
 
-// A local row is transferred here, and again by the caller, whose verdict counts: what the first
-// transfer delivered whole is passed over, and a text that it cut goes on in the same buffer.
+static bool local_row_is_transferred_twice(const cass_conn *conn)
+{
+    return conn->conduct->local_row_is_transferred_twice;
+}
+
+// A local row that is transferred here is so again by the caller, whose verdict counts: what the
+// first transfer delivered whole is passed over, and a text that it cut goes on in the same buffer.
 static SQLRETURN fetch_local_row(cass_stmt *stmt)
 {
     const SQLRETURN code = cass_fetch_internal_row(stmt, SQL_FETCH_NEXT, 0);
     if (stmt->internal_rs->row_lost)
         cass_clear_row_data(stmt);
-    return code == SQL_SUCCESS ? transfer_bound_columns(stmt, 1) : code;
+    return code == SQL_SUCCESS && local_row_is_transferred_twice(stmt_conn(stmt))
+               ? transfer_bound_columns(stmt, 1)
+               : code;
+}
+
+static bool lost_page_leaves_emptied_row(const cass_conn *conn)
+{
+    return conn->conduct->lost_page_leaves_emptied_row;
 }
 
 // One row into the IRD and from there into the bound columns.
@@ -189,11 +201,17 @@ static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt)
     }
     // A row whose cell cannot be decoded is an error. A next page that did not come leaves its
     // record, and the emptied row is transferred: the verdict of that decides.
-    if (code == SQL_ERROR && !page_failed && !has_local_row(stmt))
+    if (code == SQL_ERROR && !has_local_row(stmt) &&
+        !(page_failed && lost_page_leaves_emptied_row(stmt_conn(stmt))))
         return code;
     code = transfer_bound_columns(stmt, 1);
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns returns %r", static_cast<int>(code));
     return code;
+}
+
+static bool rowset_of_several_is_success(const cass_conn *conn)
+{
+    return conn->conduct->rowset_of_several_is_success;
 }
 
 static SQLRETURN fetch_rowset(cass_stmt *stmt)
@@ -207,6 +225,7 @@ static SQLRETURN fetch_rowset(cass_stmt *stmt)
 
     SQLRETURN code = SQL_ERROR;
     SQLULEN rows = 0;
+    bool any_cut = false;
     for (; rows < array_size; ++rows) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "fetching row %d of %d", static_cast<int>(rows),
                  static_cast<int>(array_size));
@@ -214,14 +233,18 @@ static SQLRETURN fetch_rowset(cass_stmt *stmt)
         code = fetch_row_and_transfer(stmt);
         if (!SQL_SUCCEEDED(code))
             break;
+        any_cut |= code == SQL_SUCCESS_WITH_INFO;
         store_status(out, rows, code == SQL_SUCCESS ? SQL_ROW_SUCCESS : SQL_ROW_SUCCESS_WITH_INFO);
         store_rows_fetched(out, rows + 1);
     }
     for (SQLULEN row = rows; row < array_size; ++row)
         store_status(out, row, code == SQL_ERROR ? SQL_ROW_ERROR : SQL_ROW_NOROW);
-    // A rowset of several rows that delivered any is a success, whatever its last row was: the
-    // status array and the records tell of truncation and errors.
-    return rows >= 1 && array_size > 1 ? SQL_SUCCESS : code;
+    if (rows < 1 || array_size < 2)
+        return code;
+    // The status array and the records tell of truncation and errors.
+    if (rowset_of_several_is_success(stmt_conn(stmt)))
+        return SQL_SUCCESS;
+    return any_cut || code == SQL_ERROR ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
 SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
