@@ -94,6 +94,27 @@ TEST(pages, each_state_asks_for_the_next_page)
     }
 }
 
+// Two statements with pages of their own, read in turn.
+TEST(pages, belong_to_their_statement)
+{
+    const wire_ptr wire = wire_logged_on();
+    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire.get())};
+    for (const int i : {0, 1}) {
+        expect_query(wire->node.get(), i == 0 ? "a" : "b",
+                     {text_page(i == 0 ? std::vector<bytes>{"a1"} : std::vector<bytes>{"b1", "b2"},
+                                i == 0 ? "pa" : "pb")});
+        EXPECT_STMT(SQL_SUCCESS, stmts[i], exec(stmts[i], i == 0 ? "a" : "b"));
+    }
+    expect_next_query(wire->node.get(), "a", "pa", {text_page({"a2", "a3"})});
+    expect_next_query(wire->node.get(), "b", "pb", {text_page({"b3"})});
+    for (const bytes row : {"1", "2", "3"})
+        for (const int i : {0, 1}) {
+            EXPECT_STMT(SQL_SUCCESS, stmts[i], SQLFetch(stmts[i]));
+            EXPECT_EQ(cell_text(stmts[i], 1), (i == 0 ? "a" : "b") + row);
+        }
+    SQLFreeHandle(SQL_HANDLE_STMT, stmts[1]);
+}
+
 // What comes in place of a next page, the code of the fetch that asked for it, and the record that
 // stands behind it. A failed exchange leaves an emptied row and its record, and the fetch after it
 // finds the end, so that a dead connection gives no endless rows.
