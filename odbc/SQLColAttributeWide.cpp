@@ -14,7 +14,9 @@ enum answer_kind {
     ANSWER_INTEGER,  // a 32-bit field
     ANSWER_LENGTH,   // an SQLLEN field
     ANSWER_TEXT,
-    ANSWER_EMPTY,  // an empty text, whatever the record holds
+    ANSWER_CONSTANT,    // a text that is one of the driver's constants
+    ANSWER_LOCAL_NAME,  // the same, or the class name of a custom type
+    ANSWER_SCHEMA,      // a text of the record that columns may not tell
     ANSWER_UNNAMED,
 };
 
@@ -27,42 +29,41 @@ struct col_attribute_row {
 #define FIELD(member) offsetof(cass_field, member)
 // clang-format off
 static constexpr col_attribute_row col_attribute_rows[] = {
-    {SQL_COLUMN_COUNT,           ANSWER_COUNT,   0},
-    {SQL_DESC_COUNT,             ANSWER_COUNT,   0},
-    {SQL_COLUMN_NAME,            ANSWER_TEXT,    FIELD(column_name)},
-    {SQL_DESC_LABEL,             ANSWER_TEXT,    FIELD(column_name)},
-    {SQL_DESC_BASE_COLUMN_NAME,  ANSWER_TEXT,    FIELD(column_name)},
-    {SQL_DESC_NAME,              ANSWER_TEXT,    FIELD(column_name)},
-    {SQL_DESC_CONCISE_TYPE,      ANSWER_INTEGER, FIELD(consise_type)},
-    {SQL_COLUMN_LENGTH,          ANSWER_LENGTH,  FIELD(length)},
-    {SQL_DESC_LENGTH,            ANSWER_LENGTH,  FIELD(length)},
-    {SQL_COLUMN_PRECISION,       ANSWER_INTEGER, FIELD(precision)},
-    {SQL_DESC_PRECISION,         ANSWER_INTEGER, FIELD(precision)},
-    {SQL_COLUMN_SCALE,           ANSWER_INTEGER, FIELD(scale)},
-    {SQL_DESC_SCALE,             ANSWER_INTEGER, FIELD(scale)},
-    {SQL_DESC_DISPLAY_SIZE,      ANSWER_LENGTH,  FIELD(display_size)},
-    {SQL_COLUMN_NULLABLE,        ANSWER_INTEGER, FIELD(nullable)},
-    {SQL_DESC_NULLABLE,          ANSWER_INTEGER, FIELD(nullable)},
-    {SQL_DESC_UNSIGNED,          ANSWER_INTEGER, FIELD(unsigned_attr)},
-    {SQL_DESC_FIXED_PREC_SCALE,  ANSWER_INTEGER, FIELD(fixed_prec_scale)},
-    {SQL_DESC_UPDATABLE,         ANSWER_INTEGER, FIELD(updatable)},
-    {SQL_DESC_AUTO_UNIQUE_VALUE, ANSWER_INTEGER, FIELD(auto_unique)},
-    {SQL_DESC_CASE_SENSITIVE,    ANSWER_INTEGER, FIELD(case_sensitive)},
-    {SQL_DESC_SEARCHABLE,        ANSWER_INTEGER, FIELD(searchable)},
-    {SQL_DESC_TYPE_NAME,         ANSWER_TEXT,    FIELD(type_name)},
+    {SQL_COLUMN_COUNT,            ANSWER_COUNT,      0},
+    {SQL_DESC_COUNT,              ANSWER_COUNT,      0},
+    {SQL_COLUMN_NAME,             ANSWER_TEXT,       FIELD(column_name)},
+    {SQL_DESC_LABEL,              ANSWER_TEXT,       FIELD(column_name)},
+    {SQL_DESC_BASE_COLUMN_NAME,   ANSWER_TEXT,       FIELD(column_name)},
+    {SQL_DESC_NAME,               ANSWER_TEXT,       FIELD(column_name)},
+    {SQL_DESC_CONCISE_TYPE,       ANSWER_INTEGER,    FIELD(consise_type)},
+    {SQL_COLUMN_LENGTH,           ANSWER_LENGTH,     FIELD(length)},
+    {SQL_DESC_LENGTH,             ANSWER_LENGTH,     FIELD(length)},
+    {SQL_COLUMN_PRECISION,        ANSWER_INTEGER,    FIELD(precision)},
+    {SQL_DESC_PRECISION,          ANSWER_INTEGER,    FIELD(precision)},
+    {SQL_COLUMN_SCALE,            ANSWER_INTEGER,    FIELD(scale)},
+    {SQL_DESC_SCALE,              ANSWER_INTEGER,    FIELD(scale)},
+    {SQL_DESC_DISPLAY_SIZE,       ANSWER_LENGTH,     FIELD(display_size)},
+    {SQL_COLUMN_NULLABLE,         ANSWER_INTEGER,    FIELD(nullable)},
+    {SQL_DESC_NULLABLE,           ANSWER_INTEGER,    FIELD(nullable)},
+    {SQL_DESC_UNSIGNED,           ANSWER_INTEGER,    FIELD(unsigned_attr)},
+    {SQL_DESC_FIXED_PREC_SCALE,   ANSWER_INTEGER,    FIELD(fixed_prec_scale)},
+    {SQL_DESC_UPDATABLE,          ANSWER_INTEGER,    FIELD(updatable)},
+    {SQL_DESC_AUTO_UNIQUE_VALUE,  ANSWER_INTEGER,    FIELD(auto_unique)},
+    {SQL_DESC_CASE_SENSITIVE,     ANSWER_INTEGER,    FIELD(case_sensitive)},
+    {SQL_DESC_SEARCHABLE,         ANSWER_INTEGER,    FIELD(searchable)},
+    {SQL_DESC_TYPE_NAME,          ANSWER_CONSTANT,   FIELD(type_name)},
     // The descriptor's field of this number gives the column's name; here it is the table.
-    {SQL_DESC_TABLE_NAME,        ANSWER_TEXT,    FIELD(table_name)},
-    {SQL_DESC_BASE_TABLE_NAME,   ANSWER_TEXT,    FIELD(table_name)},
-    // Empty on purpose, although the record knows the keyspace: only the descriptor tells it.
-    {SQL_DESC_SCHEMA_NAME,       ANSWER_EMPTY,   0},
-    {SQL_DESC_CATALOG_NAME,      ANSWER_EMPTY,   0},
-    {SQL_DESC_LITERAL_PREFIX,    ANSWER_TEXT,    FIELD(literal_prefix)},
-    {SQL_DESC_LITERAL_SUFFIX,    ANSWER_TEXT,    FIELD(literal_suffix)},
-    {SQL_DESC_LOCAL_TYPE_NAME,   ANSWER_TEXT,    FIELD(local_type_name)},
-    {SQL_DESC_NUM_PREC_RADIX,    ANSWER_INTEGER, FIELD(num_prec_radix)},
-    {SQL_DESC_TYPE,              ANSWER_INTEGER, FIELD(type)},
-    {SQL_DESC_UNNAMED,           ANSWER_UNNAMED, 0},
-    {SQL_DESC_OCTET_LENGTH,      ANSWER_LENGTH,  FIELD(octet_length)},
+    {SQL_DESC_TABLE_NAME,         ANSWER_TEXT,       FIELD(table_name)},
+    {SQL_DESC_BASE_TABLE_NAME,    ANSWER_TEXT,       FIELD(table_name)},
+    {SQL_DESC_SCHEMA_NAME,        ANSWER_SCHEMA,     FIELD(keyspace_name)},
+    {SQL_DESC_CATALOG_NAME,       ANSWER_SCHEMA,     FIELD(catalog_name)},
+    {SQL_DESC_LITERAL_PREFIX,     ANSWER_CONSTANT,   FIELD(literal_prefix)},
+    {SQL_DESC_LITERAL_SUFFIX,     ANSWER_CONSTANT,   FIELD(literal_suffix)},
+    {SQL_DESC_LOCAL_TYPE_NAME,    ANSWER_LOCAL_NAME, FIELD(local_type_name)},
+    {SQL_DESC_NUM_PREC_RADIX,     ANSWER_INTEGER,    FIELD(num_prec_radix)},
+    {SQL_DESC_TYPE,               ANSWER_INTEGER,    FIELD(type)},
+    {SQL_DESC_UNNAMED,            ANSWER_UNNAMED,    0},
+    {SQL_DESC_OCTET_LENGTH,       ANSWER_LENGTH,     FIELD(octet_length)},
 };
 // clang-format on
 #undef FIELD
@@ -122,13 +123,19 @@ static SQLRETURN answer_text(cass_stmt *stmt, const entry_point &entry, text_for
     return SQL_SUCCESS_WITH_INFO;
 }
 
+static bool columns_tell_no_schema(const cass_conn *conn)
+{
+    return conn->conduct->columns_tell_no_schema;
+}
+
 static SQLRETURN answer(cass_stmt *stmt, const entry_point &entry, text_form form,
                         const col_attribute_row &row, const cass_field *field,
                         const col_attribute_call &call)
 {
     std::int32_t number = 0;
     SQLLEN length = 0;
-    const cass_string *text = nullptr;
+    cass_constant_text made;
+    described_text kind = TEXT_OWNED;
     switch (row.kind) {
     case ANSWER_COUNT:
         return answer_number(stmt, entry, true, cass_stmt_column_count(stmt->ird), call);
@@ -139,15 +146,22 @@ static SQLRETURN answer(cass_stmt *stmt, const entry_point &entry, text_form for
         std::memcpy(&length, member_of(field, row), sizeof length);
         return answer_number(stmt, entry, true, length, call);
     case ANSWER_TEXT:
-        std::memcpy(&text, member_of(field, row), sizeof text);
         break;
-    case ANSWER_EMPTY:
+    case ANSWER_CONSTANT:
+        kind = TEXT_CONSTANT;
+        break;
+    case ANSWER_LOCAL_NAME:
+        kind = TEXT_LOCAL_NAME;
+        break;
+    case ANSWER_SCHEMA:
+        if (columns_tell_no_schema(stmt_conn(stmt)))
+            return answer_text(stmt, entry, form, nullptr, call);
         break;
     case ANSWER_UNNAMED:
         number = field->column_name == nullptr ? SQL_UNNAMED : SQL_NAMED;
         return answer_number(stmt, entry, false, number, call);
     }
-    return answer_text(stmt, entry, form, text, call);
+    return answer_text(stmt, entry, form, describe_text(field, kind, row.offset, &made), call);
 }
 
 static SQLRETURN col_attribute(cass_stmt *stmt, const entry_point &entry, text_form form,
@@ -184,14 +198,14 @@ SQLRETURN col_attribute_entry(SQLHSTMT handle, const entry_point &entry, text_fo
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: statement_handle=%p, column_number=%d, field_identifier=%d, "
-                     "character_attribute=%p, buffer_length=%d, string_length=%p, "
-                     "numeric_attribute=%p",
-                     entry.name, static_cast<void *>(stmt), static_cast<int>(call.column_number),
-                     static_cast<int>(call.field_identifier), call.character_attribute,
-                     static_cast<int>(call.buffer_length), static_cast<void *>(call.string_length),
-                     static_cast<void *>(call.numeric_attribute));
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, column_number=%d, field_identifier=%d, "
+                      "character_attribute=%p, buffer_length=%d, string_length=%p, "
+                      "numeric_attribute=%p",
+                      entry.name, static_cast<void *>(stmt), static_cast<int>(call.column_number),
+                      static_cast<int>(call.field_identifier), call.character_attribute,
+                      static_cast<int>(call.buffer_length), static_cast<void *>(call.string_length),
+                      static_cast<void *>(call.numeric_attribute));
         },
         [&](cass_stmt *stmt) { return col_attribute(stmt, entry, form, odbc2_types, call); });
 }

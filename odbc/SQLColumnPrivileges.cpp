@@ -1,9 +1,9 @@
 // SQLColumnPrivileges: no rows, since privileges are not reported.
 #include "odbc/empty_catalog.h"
 
-static constexpr char log_source[] = "SQLColumnPrivileges.c";
-static constexpr entry_point entry = {
-    .name = "SQLColumnPrivileges", .source = log_source, .async_code = SQL_API_SQLCOLUMNPRIVILEGES};
+static constexpr entry_point entry = {.name = "SQLColumnPrivileges",
+                                      .source = "SQLColumnPrivileges.c",
+                                      .async_code = SQL_API_SQLCOLUMNPRIVILEGES};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLColumnPrivileges(SQLHSTMT statement_handle,
                                                     SQLCHAR *catalog_name,
@@ -12,14 +12,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLColumnPrivileges(SQLHSTMT statement_handle,
                                                     SQLCHAR *table_name, SQLSMALLINT table_length,
                                                     SQLCHAR *column_name, SQLSMALLINT column_length)
 {
-    return enter_stmt(
-        statement_handle, entry,
-        [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY,
-                     "SQLColumnPrivileges: statement_handle=%p, catalog_name=%q, schema_name=%q, "
-                     "table_name=%q, column_name=%q",
-                     static_cast<void *>(stmt), catalog_name, catalog_length, schema_name,
-                     schema_length, table_name, table_length, column_name, column_length);
-        },
-        [=](cass_stmt *stmt) { return cass_empty_catalog(stmt, column_privileges_set); });
+    return empty_catalog_entry(
+        statement_handle, entry, column_privileges_set,
+        {{ansi_argument(catalog_name, catalog_length), ansi_argument(schema_name, schema_length),
+          ansi_argument(table_name, table_length), ansi_argument(column_name, column_length)}});
 }

@@ -1,9 +1,8 @@
 // SQLColumnPrivilegesW: no rows, since privileges are not reported, with wide arguments.
 #include "odbc/empty_catalog.h"
 
-static constexpr char log_source[] = "SQLColumnPrivilegesW.c";
 static constexpr entry_point entry = {.name = "SQLColumnPrivilegesW",
-                                      .source = log_source,
+                                      .source = "SQLColumnPrivilegesW.c",
                                       .async_code = SQL_API_SQLCOLUMNPRIVILEGES};
 
 VHCASS_EXPORT SQLRETURN SQL_API
@@ -11,14 +10,8 @@ SQLColumnPrivilegesW(SQLHSTMT statement_handle, SQLWCHAR *catalog_name, SQLSMALL
                      SQLWCHAR *schema_name, SQLSMALLINT schema_length, SQLWCHAR *table_name,
                      SQLSMALLINT table_length, SQLWCHAR *column_name, SQLSMALLINT column_length)
 {
-    return enter_stmt(
-        statement_handle, entry,
-        [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY,
-                     "SQLColumnPrivilegesW: statement_handle=%p, catalog_name=%Q, schema_name=%Q, "
-                     "table_name=%Q, column_name=%Q",
-                     static_cast<void *>(stmt), catalog_name, catalog_length, schema_name,
-                     schema_length, table_name, table_length, column_name, column_length);
-        },
-        [=](cass_stmt *stmt) { return cass_empty_catalog(stmt, column_privileges_set); });
+    return empty_catalog_entry(
+        statement_handle, entry, column_privileges_set,
+        {{wide_argument(catalog_name, catalog_length), wide_argument(schema_name, schema_length),
+          wide_argument(table_name, table_length), wide_argument(column_name, column_length)}});
 }

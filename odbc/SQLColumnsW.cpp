@@ -1,9 +1,8 @@
 // SQLColumnsW: the columns of tables, with wide arguments.
 #include "odbc/SQLColumnsWide.h"
 
-static constexpr char log_source[] = "SQLColumnsW.c";
 static constexpr entry_point entry = {
-    .name = "SQLColumnsW", .source = log_source, .async_code = SQL_API_SQLCOLUMNS};
+    .name = "SQLColumnsW", .source = "SQLColumnsW.c", .async_code = SQL_API_SQLCOLUMNS};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLColumnsW(SQLHSTMT statement_handle, SQLWCHAR *catalog_name,
                                             SQLSMALLINT catalog_length, SQLWCHAR *schema_name,
@@ -11,19 +10,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLColumnsW(SQLHSTMT statement_handle, SQLWCHAR 
                                             SQLSMALLINT table_length, SQLWCHAR *column_name,
                                             SQLSMALLINT column_length)
 {
-    return enter_stmt(
+    return columns_entry(
         statement_handle, entry,
-        [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY,
-                     "SQLColumnsW: statement_handle=%p, catalog_name=%Q, schema_name=%Q, "
-                     "table_name=%Q, column_name=%Q",
-                     static_cast<void *>(stmt), catalog_name, catalog_length, schema_name,
-                     schema_length, table_name, table_length, column_name, column_length);
-        },
-        [=](cass_stmt *stmt) {
-            return cass_columns(stmt, wide_argument(catalog_name, catalog_length),
-                                wide_argument(schema_name, schema_length),
-                                wide_argument(table_name, table_length),
-                                wide_argument(column_name, column_length));
-        });
+        {wide_argument(catalog_name, catalog_length), wide_argument(schema_name, schema_length),
+         wide_argument(table_name, table_length), wide_argument(column_name, column_length)});
 }

@@ -37,11 +37,64 @@ static bool is_datetime(std::int32_t sql_type)
            sql_type == SQL_TYPE_TIMESTAMP;
 }
 
-static const char *radix(std::int32_t sql_type)
+static bool integers_have_no_radix(const cass_conn *conn)
+{
+    return conn->conduct->integers_have_no_radix;
+}
+
+static bool only_decimals_have_digits(const cass_conn *conn)
+{
+    return conn->conduct->only_decimals_have_digits;
+}
+
+static bool is_integer(std::int32_t sql_type)
+{
+    return sql_type == SQL_TINYINT || sql_type == SQL_SMALLINT || sql_type == SQL_INTEGER ||
+           sql_type == SQL_BIGINT;
+}
+
+static bool tells_digits(const cass_conn *conn, std::int32_t sql_type)
 {
     if (sql_type == SQL_NUMERIC)
+        return true;
+    const bool counts =
+        is_integer(sql_type) || sql_type == SQL_TIMESTAMP || sql_type == SQL_TYPE_TIMESTAMP;
+    return counts && !only_decimals_have_digits(conn);
+}
+
+static const char *radix(const cass_conn *conn, std::int32_t sql_type)
+{
+    if (sql_type == SQL_NUMERIC || (is_integer(sql_type) && !integers_have_no_radix(conn)))
         return "10";
     return sql_type == SQL_REAL || sql_type == SQL_DOUBLE ? "2" : nullptr;
+}
+
+static bool ordinals_count_from_zero(const cass_conn *conn)
+{
+    return conn->conduct->ordinals_count_from_zero;
+}
+
+static bool a_datetime_subcode_is_the_type(const cass_conn *conn)
+{
+    return conn->conduct->a_datetime_subcode_is_the_type;
+}
+
+static bool all_types_tell_octet_lengths(const cass_conn *conn)
+{
+    return conn->conduct->all_types_tell_octet_lengths;
+}
+
+static std::int32_t datetime_subcode(const cass_conn *conn, std::int32_t sql_type)
+{
+    if (a_datetime_subcode_is_the_type(conn))
+        return sql_type;
+    return sql_type == SQL_DATE || sql_type == SQL_TYPE_DATE ? SQL_CODE_DATE : SQL_CODE_TIMESTAMP;
+}
+
+static bool tells_octet_length(const cass_conn *conn, std::int32_t sql_type)
+{
+    return sql_type == SQL_VARCHAR || sql_type == SQL_VARBINARY ||
+           all_types_tell_octet_lengths(conn);
 }
 
 static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_column_entry *column)
@@ -53,7 +106,9 @@ static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_co
     const catalog_number bytes = catalog_number_text(cass_catalog_buffer_length(conn, column));
     const catalog_number digits = catalog_number_text(column->digits);
     const catalog_number verbose = catalog_number_text(is_datetime(type) ? SQL_DATETIME : type);
-    const catalog_number ordinal = catalog_number_text(column->ordinal);
+    const catalog_number subcode = catalog_number_text(datetime_subcode(conn, type));
+    const catalog_number ordinal =
+        catalog_number_text(column->ordinal + (ordinals_count_from_zero(conn) ? 0 : 1));
     const char *const values[] = {
         CATALOG_NAME,
         table->keyspace,
@@ -63,16 +118,14 @@ static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_co
         column->type_name,
         size.text,
         bytes.text,
-        type == SQL_NUMERIC ? digits.text : nullptr,
-        radix(type),
+        tells_digits(conn, type) ? digits.text : nullptr,
+        radix(conn, type),
         column->is_key ? "0" : "1",
         nullptr,
         nullptr,
         verbose.text,
-        // The concise type itself and not the subcode of the standard, on purpose.
-        is_datetime(type) ? data_type.text : nullptr,
-        bytes.text,  // for all types
-        // Counted from 0, on purpose.
+        is_datetime(type) ? subcode.text : nullptr,
+        tells_octet_length(conn, type) ? bytes.text : nullptr,
         ordinal.text,
         column->is_key ? "NO" : "YES",
     };
@@ -99,17 +152,30 @@ static SQLRETURN list_columns(cass_stmt *stmt, const cass_string *schema, const 
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_columns(cass_stmt *stmt, [[maybe_unused]] const catalog_argument &catalog_name,
-                       const catalog_argument &schema_name, const catalog_argument &table_name,
-                       const catalog_argument &column_name)
+static SQLRETURN columns(cass_stmt *stmt, const columns_call &call)
 {
     cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
     held_string column;
-    if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||
-        !catalog_text(column_name, &column) ||
+    if (!cass_string_take_argument(call.schema, &schema) ||
+        !cass_string_take_argument(call.table, &table) ||
+        !cass_string_take_argument(call.column, &column) ||
         cass_create_internal_rs(stmt, &column_result, column_sort_keys) != 0)
         return SQL_ERROR;
     return catalog_finish(stmt, list_columns(stmt, schema.get(), table.get(), column.get()), true);
+}
+
+SQLRETURN columns_entry(SQLHSTMT handle, const entry_point &entry, const columns_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, "
+                      "table_name=%A, column_name=%A",
+                      entry.name, static_cast<void *>(stmt), &call.catalog, &call.schema,
+                      &call.table, &call.column);
+        },
+        [&](cass_stmt *stmt) { return columns(stmt, call); });
 }

@@ -1,31 +1,15 @@
 // SQLConnectW: a session by the name of a data source, texts as UTF-16.
 #include "odbc/SQLConnectWide.h"
-#include "odbc/entry_frame.h"
 
-static constexpr char log_source[] = "SQLConnectW.c";
 static constexpr entry_point entry = {
-    .name = "SQLConnect", .source = log_source, .exit_format = EXIT_BY_NAME};
+    .name = "SQLConnect", .source = "SQLConnectW.c", .exit_format = EXIT_BY_NAME};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLConnectW(SQLHDBC connection_handle, SQLWCHAR *server_name,
                                             SQLSMALLINT name_length1, SQLWCHAR *user_name,
                                             SQLSMALLINT name_length2, SQLWCHAR *authentication,
                                             SQLSMALLINT name_length3)
 {
-    return enter_conn(
-        connection_handle, entry,
-        [&](cass_conn *conn) {
-            // Recorded as a detail, unlike the other entries.
-            CASS_LOG(&conn->head, LOG_DETAIL,
-                     "SQLConnect: input_handle=%p, server_name = %Q, user_name = %Q, "
-                     "authentication = %Q",
-                     static_cast<void *>(conn), server_name, static_cast<int>(name_length1),
-                     user_name, static_cast<int>(name_length2), authentication,
-                     static_cast<int>(name_length3));
-        },
-        [&](cass_conn *conn) {
-            return SQLConnectWide(
-                conn, {server_name, cass_string_from_wide(server_name, name_length1)},
-                {user_name, cass_string_from_wide(user_name, name_length2)},
-                {authentication, cass_string_from_wide(authentication, name_length3)});
-        });
+    return connect_entry(connection_handle, entry, wide_argument(server_name, name_length1),
+                         wide_argument(user_name, name_length2),
+                         wide_argument(authentication, name_length3));
 }

@@ -1,23 +1,15 @@
-// What SQLConnect and SQLConnectW share.
+// SQLConnect in both forms.
 #ifndef ODBC_SQLCONNECTWIDE_H
 #define ODBC_SQLCONNECTWIDE_H
 
-#include "core/record/cass_handles.h"
+#include "odbc/entry_frame.h"
 
-// An argument and its text, which is null where nothing was given or memory ran out.
-struct connect_argument {
-    const void *given;
-    cass_string *text;
-};
+// Reads the data source's settings and connects. The result of cass_connect, or SQL_ERROR with
+// HY000 when no server is known, with HY001 when memory ran out.
+SQLRETURN cass_connect_by_name(cass_conn *conn, const text_argument &server_name,
+                               const text_argument &user_name, const text_argument &authentication);
 
-inline bool connect_argument_lost(const connect_argument &argument)
-{
-    return argument.given != nullptr && argument.text == nullptr;
-}
-
-// Reads the data source's settings and connects. Takes the three texts over. The result of
-// cass_connect, or SQL_ERROR with HY000 when no server is known, with HY001 when memory ran out.
-SQLRETURN SQLConnectWide(cass_conn *conn, const connect_argument &server_name,
-                         const connect_argument &user_name, const connect_argument &authentication);
+SQLRETURN connect_entry(SQLHDBC handle, const entry_point &entry, const text_argument &server_name,
+                        const text_argument &user_name, const text_argument &authentication);
 
 #endif

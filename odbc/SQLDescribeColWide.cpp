@@ -1,6 +1,8 @@
 // SQLDescribeCol in both forms: name, type, size, digits and nullability of a result column.
 #include "odbc/SQLDescribeColWide.h"
 
+#include <cstring>
+
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_text_out.h"
 
@@ -26,12 +28,24 @@ static constexpr cass_field variable_bookmark = bookmark_record(SQL_VARBINARY, 8
 bool describe_text_out(const cass_string *text, text_form form, void *buffer, std::int64_t room,
                        std::int64_t *length)
 {
-    *length = form == TEXT_WIDE_BYTES ? cass_string_octets(text) : cass_string_length(text);
-    if (form == TEXT_ANSI)
-        return cass_ansi_text_out(text, buffer, room);
-    if (form == TEXT_WIDE_BYTES)
-        room /= static_cast<std::int64_t>(sizeof(SQLWCHAR));
-    return cass_wide_text_out(text, static_cast<SQLWCHAR *>(buffer), room);
+    *length = text_form_length(text, form);
+    return text_form_out(text, form, buffer, room);
+}
+
+const cass_string *describe_text(const cass_field *field, described_text kind, std::size_t offset,
+                                 cass_constant_text *made)
+{
+    if (kind == TEXT_LOCAL_NAME && field->custom_type_name != nullptr)
+        return field->custom_type_name;
+    const auto *member = reinterpret_cast<const unsigned char *>(field) + offset;
+    if (kind == TEXT_OWNED) {
+        const cass_string *text;
+        std::memcpy(&text, member, sizeof text);
+        return text;
+    }
+    const char *constant;
+    std::memcpy(&constant, member, sizeof constant);
+    return cass_constant_string(constant, made);
 }
 
 bool describe_has_result(cass_stmt *stmt, const entry_point &entry)
@@ -122,13 +136,14 @@ SQLRETURN describe_col_entry(SQLHSTMT handle, const entry_point &entry, text_for
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: statement_handle=%p, column_number=%d, column_name=%p, buffer_length=%d, "
-                     "name_length=%p, data_type=%p, column_size=%p, decimal_digits=%p, nullable=%p",
-                     entry.name, static_cast<void *>(stmt), static_cast<int>(column_number),
-                     out.name, static_cast<int>(out.room), static_cast<void *>(out.name_length),
-                     static_cast<void *>(out.data_type), static_cast<void *>(out.column_size),
-                     static_cast<void *>(out.decimal_digits), static_cast<void *>(out.nullable));
+            ENTRY_LOG(
+                &stmt->head, entry, LOG_ENTRY,
+                "%s: statement_handle=%p, column_number=%d, column_name=%p, buffer_length=%d, "
+                "name_length=%p, data_type=%p, column_size=%p, decimal_digits=%p, nullable=%p",
+                entry.name, static_cast<void *>(stmt), static_cast<int>(column_number), out.name,
+                static_cast<int>(out.room), static_cast<void *>(out.name_length),
+                static_cast<void *>(out.data_type), static_cast<void *>(out.column_size),
+                static_cast<void *>(out.decimal_digits), static_cast<void *>(out.nullable));
         },
         [&](cass_stmt *stmt) { return describe_col(stmt, entry, form, column_number, out); });
 }

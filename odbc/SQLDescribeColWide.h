@@ -3,18 +3,18 @@
 #define ODBC_SQLDESCRIBECOLWIDE_H
 
 #include "odbc/entry_frame.h"
-
-// What the forms of a call that answers with text differ in.
-enum text_form {
-    TEXT_ANSI,        // UTF-8; the room counts bytes, the length code units
-    TEXT_WIDE_UNITS,  // room and length count code units
-    TEXT_WIDE_BYTES,  // room and length count bytes
-};
+#include "odbc/text_form.h"
 
 // Writes a text result of a description; null is empty. `length` receives the full length whether
 // the text was cut or not: applications size their next read by it. True when cut.
 bool describe_text_out(const cass_string *text, text_form form, void *buffer, std::int64_t room,
                        std::int64_t *length);
+
+// A text of a record: an owned one, a constant, or the local type name, which may be either. The
+// string lives as long as the record and *made; null for none.
+enum described_text { TEXT_OWNED, TEXT_CONSTANT, TEXT_LOCAL_NAME };
+const cass_string *describe_text(const cass_field *field, described_text kind, std::size_t offset,
+                                 cass_constant_text *made);
 
 // Whether the statement has anything to describe; otherwise HY000 is posted.
 bool describe_has_result(cass_stmt *stmt, const entry_point &entry);

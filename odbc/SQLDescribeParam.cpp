@@ -33,15 +33,21 @@ static SQLULEN parameter_size_of(const cass_field *field)
     }
 }
 
+static bool a_surplus_parameter_is_described(const cass_conn *conn)
+{
+    return conn->conduct->a_surplus_parameter_is_described;
+}
+
 static SQLRETURN describe_param(cass_stmt *stmt, SQLUSMALLINT number, SQLSMALLINT *sql_type,
                                 SQLULEN *size, SQLSMALLINT *scale, SQLSMALLINT *nullable)
 {
-    // A number above the markers fails, and yet what a record says of it is handed out.
     SQLRETURN code = SQL_SUCCESS;
     if (number > stmt->found_param_count) {
         CASS_LOG(&stmt->head, LOG_ERROR, "SQLDescribeParam: ipar=%d, found_param_count=%d",
                  static_cast<int>(number), static_cast<int>(stmt->found_param_count));
         cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
+        if (!a_surplus_parameter_is_described(stmt_conn(stmt)))
+            return SQL_ERROR;
         code = SQL_ERROR;
     }
 

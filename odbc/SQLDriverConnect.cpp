@@ -1,10 +1,8 @@
 // SQLDriverConnect: a session by a connection string.
 #include "odbc/SQLDriverConnectWide.h"
-#include "odbc/entry_frame.h"
 
-static constexpr char log_source[] = "SQLDriverConnect.c";
 static constexpr entry_point entry = {
-    .name = "SQLDriverConnect", .source = log_source, .exit_format = EXIT_BY_NAME};
+    .name = "SQLDriverConnect", .source = "SQLDriverConnect.c", .exit_format = EXIT_BY_NAME};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLDriverConnect(SQLHDBC connection_handle, SQLHWND window_handle,
                                                  SQLCHAR *in_string, SQLSMALLINT in_length,
@@ -12,21 +10,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLDriverConnect(SQLHDBC connection_handle, SQLH
                                                  SQLSMALLINT *out_length,
                                                  SQLUSMALLINT driver_completion)
 {
-    return enter_conn(
-        connection_handle, entry,
-        [&](cass_conn *conn) {
-            CASS_LOG(&conn->head, LOG_ENTRY,
-                     "SQLDriverConnect: connection_handle=%p, window_handle=%p, "
-                     "in_connection_string=%q, out_connection_string=%p, buffer_length=%d, "
-                     "string_length2_ptr=%p, driver_completion=%d",
-                     static_cast<void *>(conn), static_cast<void *>(window_handle), in_string,
-                     static_cast<int>(in_length), static_cast<void *>(out_string),
-                     static_cast<int>(out_size), static_cast<void *>(out_length),
-                     static_cast<int>(driver_completion));
-        },
-        [&](cass_conn *conn) {
-            return SQLDriverConnectWide(
-                conn, {in_string, cass_string_from_ansi(in_string, in_length)}, window_handle,
-                driver_completion, {out_string, out_size, out_length, false});
-        });
+    return driver_connect_entry(connection_handle, entry, window_handle,
+                                ansi_argument(in_string, in_length), driver_completion,
+                                {out_string, out_size, out_length, TEXT_ANSI});
 }

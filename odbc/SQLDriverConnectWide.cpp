@@ -6,10 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/diag/cass_err.h"
-#include "core/diag/cass_text_out.h"
 #include "core/handle/cass_handle.h"
-#include "core/log/cass_log.h"
 #include "core/session/cass_logon.h"
 #include "core/session/cass_settings.h"
 #include "dll/setup_library.h"
@@ -97,6 +94,11 @@ static bool is_ascii(const cass_string *text)
     return true;
 }
 
+static bool an_exact_output_string_is_whole(const cass_conn *conn)
+{
+    return conn->conduct->an_exact_output_string_is_whole;
+}
+
 bool driver_connect_write(cass_conn *conn, const cass_string *text,
                           const driver_connect_target &target)
 {
@@ -105,38 +107,31 @@ bool driver_connect_write(cass_conn *conn, const cass_string *text,
     if (length == 0)
         return false;
 
-    auto *units = static_cast<SQLWCHAR *>(target.buffer);
-    const bool cut = target.wide ? cass_wide_text_out(text, units, target.size)
-                                 : cass_ansi_text_out(text, target.buffer, target.size);
-    // A buffer of just the text's length counts as big enough. The terminator then takes the place
-    // of the last semicolon, which every reader of such a string can do without.
-    const bool exact = length == target.size && (target.wide || is_ascii(text));
+    const bool wide = is_wide(target.form);
+    const bool cut = text_form_out(text, target.form, target.buffer, target.size);
+    // The terminator takes the place of the last semicolon, which a reader can do without.
+    const bool exact =
+        length == target.size && (wide || is_ascii(text)) && an_exact_output_string_is_whole(conn);
     if (!cut || exact)
         return false;
-    cass_post_error(&conn->head, STATE_01004, target.wide ? 167 : 176, nullptr);
+    cass_post_error(&conn->head, STATE_01004, wide ? 167 : 176, nullptr);
     return true;
 }
 
-static SQLRETURN no_memory(cass_conn *conn)
+static SQLRETURN driver_connect(cass_conn *conn, SQLHWND window,
+                                const text_argument &connect_string, SQLUSMALLINT completion,
+                                const driver_connect_target &target)
 {
-    CASS_LOG(&conn->head, LOG_ERROR, "SQLDriverConnect: failed to allocate memory");
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return SQL_ERROR;
-}
-
-SQLRETURN SQLDriverConnectWide(cass_conn *conn, const connect_argument &connect_string,
-                               SQLHWND window, SQLUSMALLINT completion,
-                               const driver_connect_target &target)
-{
+    held_string settings;
+    const bool read = cass_string_take_argument(connect_string, &settings);
     // A live session and every earlier setting go, attributes that were set beforehand among them:
     // SQL_ATTR_LOGIN_TIMEOUT only works with SQLConnect.
     cass_reset_conn(conn);
-    if (connect_argument_lost(connect_string))
-        return no_memory(conn);
-    const int parsed = cass_parse_connect_string(conn, connect_string.text);
-    cass_string_free(connect_string.text);
-    if (parsed != 0)
+    if (!read)
+        return cass_post_no_memory(&conn->head, log_source, "SQLDriverConnect");
+    if (cass_parse_connect_string(conn, settings.get()) != 0)
         return SQL_ERROR;
+    settings.reset();
 
     SQLRETURN code;
     if (!attempt(conn, window, completion, &code) || !SQL_SUCCEEDED(code))
@@ -145,10 +140,30 @@ SQLRETURN SQLDriverConnectWide(cass_conn *conn, const connect_argument &connect_
     const held_string out(cass_build_out_string(conn));
     if (out == nullptr) {
         cass_logout(conn);
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, "SQLDriverConnect");
     }
     if (driver_connect_write(conn, out.get(), target))
         code = SQL_SUCCESS_WITH_INFO;
     CASS_LOG(&conn->head, LOG_DETAIL, "SQLDriverConnect: Output string '%S'", out.get());
     return code;
+}
+
+SQLRETURN driver_connect_entry(SQLHDBC handle, const entry_point &entry, SQLHWND window,
+                               const text_argument &connect_string, SQLUSMALLINT completion,
+                               const driver_connect_target &target)
+{
+    return enter_conn(
+        handle, entry,
+        [&](cass_conn *conn) {
+            ENTRY_LOG(&conn->head, entry, LOG_ENTRY,
+                      "%s: connection_handle=%p, window_handle=%p, in_connection_string=%A, "
+                      "out_connection_string=%p, buffer_length=%d, string_length2_ptr=%p, "
+                      "driver_completion=%d",
+                      entry.name, static_cast<void *>(conn), static_cast<void *>(window),
+                      &connect_string, target.buffer, static_cast<int>(target.size),
+                      static_cast<void *>(target.length), static_cast<int>(completion));
+        },
+        [&](cass_conn *conn) {
+            return driver_connect(conn, window, connect_string, completion, target);
+        });
 }

@@ -1,21 +1,10 @@
 // SQLExecDirectW: runs a wide text.
 #include "odbc/SQLExecDirectWide.h"
 
-static constexpr char log_source[] = "SQLExecDirectW.c";
-static constexpr entry_point entry = {.name = "SQLExecDirectW", .source = log_source};
+static constexpr entry_point entry = {.name = "SQLExecDirectW", .source = "SQLExecDirectW.c"};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLExecDirectW(SQLHSTMT statement_handle, SQLWCHAR *statement_text,
                                                SQLINTEGER text_length)
 {
-    return enter_stmt(
-        statement_handle, entry,
-        [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY,
-                     "SQLExecDirectW: statement_handle=%p, statement_text=%Q",
-                     static_cast<void *>(stmt), statement_text, text_length);
-        },
-        [=](cass_stmt *stmt) {
-            return cass_exec_direct_text(stmt, entry,
-                                         cass_string_from_wide(statement_text, text_length));
-        });
+    return exec_direct_entry(statement_handle, entry, wide_argument(statement_text, text_length));
 }

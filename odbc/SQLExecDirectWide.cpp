@@ -3,7 +3,7 @@
 
 #include "core/statement/cass_stmt.h"
 
-SQLRETURN cass_exec_direct_text(cass_stmt *stmt, const entry_point &entry, cass_string *text)
+static SQLRETURN exec_direct(cass_stmt *stmt, const entry_point &entry, cass_string *text)
 {
     cass_close_stmt(stmt, 1);
     if (text == nullptr) {
@@ -12,4 +12,15 @@ SQLRETURN cass_exec_direct_text(cass_stmt *stmt, const entry_point &entry, cass_
         return SQL_ERROR;
     }
     return cass_check_cursor_change(stmt, cass_exec_direct(stmt, text, OP_EXEC_DIRECT));
+}
+
+SQLRETURN exec_direct_entry(SQLHSTMT handle, const entry_point &entry, const text_argument &text)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY, "%s: statement_handle=%p, statement_text=%A",
+                      entry.name, static_cast<void *>(stmt), &text);
+        },
+        [&](cass_stmt *stmt) { return exec_direct(stmt, entry, cass_string_from_argument(text)); });
 }

@@ -1,11 +1,10 @@
-// What SQLExecDirect and SQLExecDirectW share.
+// SQLExecDirect in both forms.
 #ifndef ODBC_SQLEXECDIRECTWIDE_H
 #define ODBC_SQLEXECDIRECTWIDE_H
 
 #include "odbc/entry_frame.h"
 
-// Closes the statement's earlier execution and runs a text that it consumes; a null text posts
-// HY001.
-SQLRETURN cass_exec_direct_text(cass_stmt *stmt, const entry_point &entry, cass_string *text);
+// Closes the statement's earlier execution and runs the text. HY001 when there is none.
+SQLRETURN exec_direct_entry(SQLHSTMT handle, const entry_point &entry, const text_argument &text);
 
 #endif

@@ -1,9 +1,8 @@
 // SQLForeignKeys: no rows, since Cassandra has no foreign keys.
 #include "odbc/empty_catalog.h"
 
-static constexpr char log_source[] = "SQLForeignKeys.c";
 static constexpr entry_point entry = {
-    .name = "SQLForeignKeys", .source = log_source, .async_code = SQL_API_SQLFOREIGNKEYS};
+    .name = "SQLForeignKeys", .source = "SQLForeignKeys.c", .async_code = SQL_API_SQLFOREIGNKEYS};
 
 VHCASS_EXPORT SQLRETURN SQL_API
 SQLForeignKeys(SQLHSTMT statement_handle, SQLCHAR *pk_catalog_name, SQLSMALLINT pk_catalog_length,
@@ -12,16 +11,11 @@ SQLForeignKeys(SQLHSTMT statement_handle, SQLCHAR *pk_catalog_name, SQLSMALLINT 
                SQLCHAR *fk_schema_name, SQLSMALLINT fk_schema_length, SQLCHAR *fk_table_name,
                SQLSMALLINT fk_table_length)
 {
-    return enter_stmt(
-        statement_handle, entry,
-        [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY,
-                     "SQLForeignKeys: statement_handle=%p, pk_catalog_name=%q, pk_schema_name=%q, "
-                     "pk_table_name=%q, fk_catalog_name=%q, fk_schema_name=%q, fk_table_name=%q",
-                     static_cast<void *>(stmt), pk_catalog_name, pk_catalog_length, pk_schema_name,
-                     pk_schema_length, pk_table_name, pk_table_length, fk_catalog_name,
-                     fk_catalog_length, fk_schema_name, fk_schema_length, fk_table_name,
-                     fk_table_length);
-        },
-        [=](cass_stmt *stmt) { return cass_empty_catalog(stmt, foreign_keys_set); });
+    return empty_catalog_entry(statement_handle, entry, foreign_keys_set,
+                               {{ansi_argument(pk_catalog_name, pk_catalog_length),
+                                 ansi_argument(pk_schema_name, pk_schema_length),
+                                 ansi_argument(pk_table_name, pk_table_length),
+                                 ansi_argument(fk_catalog_name, fk_catalog_length),
+                                 ansi_argument(fk_schema_name, fk_schema_length),
+                                 ansi_argument(fk_table_name, fk_table_length)}});
 }

@@ -1,63 +1,60 @@
-// Reads a connection attribute.
+// Connection attributes read.
 #include "odbc/SQLGetConnectAttrWide.h"
 
 #include <cstring>
-#include <iterator>
 
-#include "core/diag/cass_err.h"
-#include "core/diag/cass_text_out.h"
-#include "core/log/cass_log.h"
+#include "core/catalog/cass_clist.h"
 #include "odbc/cass_conn_attrs.h"
 
 static constexpr char log_source[] = "SQLGetConnectAttrWide.c";
 
-static SQLRETURN give_number(SQLPOINTER value, SQLINTEGER *string_length, const void *number,
-                             SQLINTEGER width)
+static SQLRETURN give_number(const attr_target &target, const void *number, SQLINTEGER width)
 {
-    if (value != nullptr)
-        std::memcpy(value, number, static_cast<std::size_t>(width));
-    cass_store(string_length, width);
+    if (target.value != nullptr)
+        std::memcpy(target.value, number, static_cast<std::size_t>(width));
+    cass_store(target.length, width);
     return SQL_SUCCESS;
 }
 
-static SQLRETURN give_integer(SQLPOINTER value, SQLINTEGER *string_length, SQLUINTEGER number)
+static SQLRETURN give_integer(const attr_target &target, SQLUINTEGER number)
 {
-    return give_number(value, string_length, &number, sizeof number);
+    return give_number(target, &number, sizeof number);
 }
 
 // The name of the one catalog, whatever an application has set.
-static SQLRETURN give_catalog(cass_conn *conn, const char *name, SQLPOINTER value,
-                              SQLINTEGER buffer_length, SQLINTEGER *string_length, bool wide)
+static SQLRETURN give_catalog(cass_conn *conn, const char *name, const attr_target &target)
 {
-    SQLWCHAR units[] = {'C', 'A', 'S', 'S', 'A', 'N', 'D', 'R', 'A'};
-    const cass_string catalog = {.text = units, .length = std::size(units), .borrowed = 1};
-    cass_store(string_length, static_cast<SQLINTEGER>(wide ? sizeof units : std::size(units)));
-    const bool cut =
-        wide ? cass_wide_text_out(&catalog, static_cast<SQLWCHAR *>(value), buffer_length / 2)
-             : cass_ansi_text_out(&catalog, value, buffer_length);
-    if (!cut)
+    cass_constant_text made;
+    const cass_string *catalog = cass_constant_string(CATALOG_NAME, &made);
+    cass_store(target.length, static_cast<SQLINTEGER>(text_form_length(catalog, target.form)));
+    if (!text_form_out(catalog, target.form, target.value, target.size))
         return SQL_SUCCESS;
     CASS_LOG(&conn->head, LOG_ERROR, "%s: catalog truncated", name);
     cass_post_error(&conn->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }
 
-SQLRETURN cass_get_conn_attr(cass_conn *conn, const char *name, SQLINTEGER attribute,
-                             SQLPOINTER value, SQLINTEGER buffer_length, SQLINTEGER *string_length,
-                             bool wide)
+static bool foreign_attributes_read_as_success(const cass_conn *conn)
+{
+    return conn->conduct->foreign_attributes_read_as_success;
+}
+
+SQLRETURN read_connect_attr(cass_conn *conn, const char *name, SQLINTEGER attribute,
+                            const attr_target &target)
 {
     const conn_attr attr = find_conn_attr(attribute);
     switch (attr.get) {
     case GET_STORED:
-        return give_number(value, string_length, reinterpret_cast<char *>(conn) + attr.offset,
-                           attr.width);
+        return give_number(target, reinterpret_cast<char *>(conn) + attr.offset, attr.width);
     case GET_ZERO:
-        return give_integer(value, string_length, 0);
+        return give_integer(target, 0);
     case GET_DEAD:
-        return give_integer(value, string_length, conn->connected ? SQL_CD_FALSE : SQL_CD_TRUE);
+        return give_integer(target, conn->connected ? SQL_CD_FALSE : SQL_CD_TRUE);
     case GET_CATALOG:
-        return give_catalog(conn, name, value, buffer_length, string_length, wide);
+        return give_catalog(conn, name, target);
     case GET_NO_TYPE:
+        if (!foreign_attributes_read_as_success(conn))
+            break;
         // Stores nothing, and the record stands beside a success: the Driver Manager answers these
         // itself, and applications that come here by another way go on.
         CASS_LOG(&conn->head, LOG_ERROR, "%s: attribute %d is not the driver's", name, attribute);
@@ -70,4 +67,19 @@ SQLRETURN cass_get_conn_attr(cass_conn *conn, const char *name, SQLINTEGER attri
     CASS_LOG(&conn->head, LOG_ERROR, "%s: unexpected attribute %d", name, attribute);
     cass_post_error(&conn->head, STATE_HY092, 0, nullptr);
     return SQL_ERROR;
+}
+
+SQLRETURN get_connect_attr_entry(SQLHDBC handle, const entry_point &entry, SQLINTEGER attribute,
+                                 const attr_target &target)
+{
+    return enter_conn(
+        handle, entry,
+        [&](cass_conn *conn) {
+            ENTRY_LOG(&conn->head, entry, LOG_ENTRY,
+                      "%s: connection_handle=%p, attribute=%d, value=%p, buffer_length=%d, "
+                      "string_length=%p",
+                      entry.name, handle, attribute, target.value, target.size,
+                      static_cast<void *>(target.length));
+        },
+        [&](cass_conn *conn) { return read_connect_attr(conn, entry.name, attribute, target); });
 }

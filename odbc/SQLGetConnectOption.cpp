@@ -2,7 +2,6 @@
 // than SQLGetConnectAttr.
 #include "odbc/SQLGetConnectAttrWide.h"
 #include "odbc/cass_conn_attrs.h"
-#include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLGetConnectOption.c";
 static constexpr entry_point entry = {
@@ -15,8 +14,8 @@ constexpr SQLINTEGER TEXT_OPTION_ROOM = SQL_MAX_OPTION_STRING_LENGTH;
 static SQLRETURN get_option(cass_conn *conn, SQLUSMALLINT option, SQLPOINTER value)
 {
     if (find_conn_attr(option).option)
-        return cass_get_conn_attr(conn, entry.name, option, value, TEXT_OPTION_ROOM, nullptr,
-                                  false);
+        return read_connect_attr(conn, entry.name, option,
+                                 {value, TEXT_OPTION_ROOM, nullptr, TEXT_ANSI});
     CASS_LOG(&conn->head, LOG_ERROR, "SQLGetConnectOption: unexpected option %d", option);
     cass_post_error(&conn->head, STATE_S1092, 0, nullptr);
     return SQL_ERROR;

@@ -31,7 +31,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetData(SQLHSTMT statement_handle, SQLUSMALLI
         [&](cass_stmt *stmt) -> SQLRETURN {
             // The test is of the page and not of the row: before the first fetch it passes, and the
             // empty cell is refused by its conversion.
-            if (stmt->current_packet == nullptr && stmt->data_waiting == 0) {
+            if (stmt->page.current_packet == nullptr && stmt->data_waiting == 0) {
                 CASS_LOG(&stmt->head, LOG_ERROR, "no current packet or cursor");
                 cass_post_error(&stmt->head, STATE_HY010, 0, nullptr);
                 return SQL_ERROR;

@@ -28,7 +28,7 @@ static constexpr desc_identifier desc_identifiers[] = {
     {SQL_DESC_AUTO_UNIQUE_VALUE,  DESC_RECORD_32, FIELD(auto_unique),      SET_IGNORE},
     {SQL_DESC_CASE_SENSITIVE,     DESC_RECORD_32, FIELD(case_sensitive),   SET_IGNORE_NOT_IPD},
     {SQL_DESC_SEARCHABLE,         DESC_RECORD_16, FIELD(searchable),       SET_IGNORE},
-    {SQL_DESC_TYPE_NAME,          DESC_RECORD_TEXT, FIELD(type_name),      SET_IGNORE_NOT_IPD},
+    {SQL_DESC_TYPE_NAME,          DESC_RECORD_CONSTANT, FIELD(type_name),      SET_IGNORE_NOT_IPD},
     // The column's name on purpose; SQLColAttribute answers this number with the table.
     {SQL_DESC_TABLE_NAME,         DESC_RECORD_TEXT, FIELD(column_name),    SET_IGNORE},
     {SQL_DESC_SCHEMA_NAME,        DESC_RECORD_TEXT, FIELD(keyspace_name),  SET_IGNORE},
@@ -38,9 +38,9 @@ static constexpr desc_identifier desc_identifiers[] = {
     {SQL_DESC_BASE_TABLE_NAME,    DESC_RECORD_TEXT, FIELD(table_name),     SET_IGNORE},
     {SQL_DESC_DATETIME_INTERVAL_PRECISION,
                                   DESC_RECORD_32, FIELD(datetime_interval_precision), SET_STORE},
-    {SQL_DESC_LITERAL_PREFIX,     DESC_RECORD_TEXT, FIELD(literal_prefix), SET_IGNORE},
-    {SQL_DESC_LITERAL_SUFFIX,     DESC_RECORD_TEXT, FIELD(literal_suffix), SET_IGNORE},
-    {SQL_DESC_LOCAL_TYPE_NAME,    DESC_RECORD_TEXT, FIELD(local_type_name), SET_IGNORE_NOT_IPD},
+    {SQL_DESC_LITERAL_PREFIX,     DESC_RECORD_CONSTANT, FIELD(literal_prefix), SET_IGNORE},
+    {SQL_DESC_LITERAL_SUFFIX,     DESC_RECORD_CONSTANT, FIELD(literal_suffix), SET_IGNORE},
+    {SQL_DESC_LOCAL_TYPE_NAME,    DESC_RECORD_LOCAL_NAME, FIELD(local_type_name), SET_IGNORE_NOT_IPD},
     {SQL_DESC_NUM_PREC_RADIX,     DESC_RECORD_32, FIELD(num_prec_radix),   SET_STORE_FAIL},
     {SQL_DESC_PARAMETER_TYPE,     DESC_RECORD_16, FIELD(parameter_type),   SET_PARAMETER_TYPE},
     {SQL_DESC_ROWVER,             DESC_RECORD_16, FIELD(rowver),           SET_STORE},
@@ -79,13 +79,24 @@ desc_role desc_role_of(const cass_desc *desc)
     return desc->stmt->ird == desc ? ROLE_IRD : ROLE_IPD;
 }
 
-const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec)
+static bool a_record_past_the_end_is_an_error(const cass_conn *conn)
+{
+    return conn->conduct->a_record_past_the_end_is_an_error;
+}
+
+const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec,
+                                       SQLRETURN *code)
 {
     // Parameters have no bookmark: record 0 exists on the row side, and on a descriptor that serves
     // no statement.
     const bool has_parameters =
         desc->stmt != nullptr && (desc->stmt->ipd == desc || desc->stmt->apd == desc);
+    if (rec > desc->field_count && !a_record_past_the_end_is_an_error(desc_conn(desc))) {
+        *code = SQL_NO_DATA;
+        return nullptr;
+    }
     if (rec < 0 || rec > desc->field_count || (rec == 0 && has_parameters)) {
+        *code = SQL_ERROR;
         CASS_LOG(&desc->head, LOG_ERROR, "%s: invalid record %d of %d", entry.name,
                  static_cast<int>(rec), static_cast<int>(desc->field_count));
         cass_post_error(&desc->head, STATE_07009, 0, nullptr);
@@ -127,18 +138,30 @@ static SQLRETURN answer_small(SQLSMALLINT number, void *value, SQLINTEGER *strin
     return SQL_SUCCESS;
 }
 
-// A text that is cut leaves its 01004 beside SQL_SUCCESS, as nowhere else.
+static bool a_cut_descriptor_text_is_a_success(const cass_conn *conn)
+{
+    return conn->conduct->a_cut_descriptor_text_is_a_success;
+}
+
+SQLRETURN desc_cut_code(const cass_desc *desc)
+{
+    return a_cut_descriptor_text_is_a_success(desc_conn(desc)) ? SQL_SUCCESS
+                                                               : SQL_SUCCESS_WITH_INFO;
+}
+
 static SQLRETURN answer_text(cass_desc *desc, const entry_point &entry, const cass_string *text,
                              text_form form, void *value, SQLINTEGER buffer_length,
                              SQLINTEGER *string_length)
 {
+    SQLRETURN code = SQL_SUCCESS;
     std::int64_t length = 0;
     if (describe_text_out(text, form, value, buffer_length, &length)) {
         CASS_LOG(&desc->head, LOG_ERROR, "%s: text truncated", entry.name);
         cass_post_error(&desc->head, STATE_01004, 0, nullptr);
+        code = desc_cut_code(desc);
     }
     cass_store(string_length, static_cast<SQLINTEGER>(length));
-    return SQL_SUCCESS;
+    return code;
 }
 
 static SQLRETURN get_desc_field(cass_desc *desc, const entry_point &entry, text_form form,
@@ -153,23 +176,36 @@ static SQLRETURN get_desc_field(cass_desc *desc, const entry_point &entry, text_
         return answer_number(row, reinterpret_cast<const unsigned char *>(desc), value,
                              string_length);
 
-    const cass_field *field = desc_readable_record(desc, entry, rec);
+    SQLRETURN code;
+    const cass_field *field = desc_readable_record(desc, entry, rec, &code);
     if (field == nullptr)
-        return SQL_ERROR;
+        return code;
     if (row == nullptr) {
         CASS_LOG(&desc->head, LOG_ERROR, "%s: unexpected field %d", entry.name,
                  static_cast<int>(field_identifier));
         cass_post_error(&desc->head, STATE_HY091, 0, nullptr);
         return SQL_ERROR;
     }
-    const auto *base = reinterpret_cast<const unsigned char *>(field);
     if (row->kind == DESC_RECORD_UNNAMED)
         return answer_small(field->column_name == nullptr ? SQL_UNNAMED : SQL_NAMED, value,
                             string_length);
-    if (row->kind != DESC_RECORD_TEXT)
-        return answer_number(row, base, value, string_length);
-    const cass_string *text;
-    std::memcpy(&text, base + row->offset, sizeof text);
+    cass_constant_text made;
+    described_text kind;
+    switch (row->kind) {
+    case DESC_RECORD_TEXT:
+        kind = TEXT_OWNED;
+        break;
+    case DESC_RECORD_CONSTANT:
+        kind = TEXT_CONSTANT;
+        break;
+    case DESC_RECORD_LOCAL_NAME:
+        kind = TEXT_LOCAL_NAME;
+        break;
+    default:
+        return answer_number(row, reinterpret_cast<const unsigned char *>(field), value,
+                             string_length);
+    }
+    const cass_string *text = describe_text(field, kind, row->offset, &made);
     return answer_text(desc, entry, text, form, value, buffer_length, string_length);
 }
 
@@ -180,12 +216,12 @@ SQLRETURN get_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_f
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: descriptor_handle=%p, rsc=%d, field_identifier=%d, value=%p, "
-                     "buffer_length=%d, string_length=%p",
-                     entry.name, static_cast<void *>(desc), static_cast<int>(rec),
-                     static_cast<int>(field_identifier), value, static_cast<int>(buffer_length),
-                     static_cast<void *>(string_length));
+            ENTRY_LOG(&desc->head, entry, LOG_ENTRY,
+                      "%s: descriptor_handle=%p, rsc=%d, field_identifier=%d, value=%p, "
+                      "buffer_length=%d, string_length=%p",
+                      entry.name, static_cast<void *>(desc), static_cast<int>(rec),
+                      static_cast<int>(field_identifier), value, static_cast<int>(buffer_length),
+                      static_cast<void *>(string_length));
         },
         [&](cass_desc *desc) {
             return get_desc_field(desc, entry, form, rec, field_identifier, value, buffer_length,

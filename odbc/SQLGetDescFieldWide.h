@@ -15,13 +15,15 @@ enum desc_field_kind {
     DESC_RECORD_32,  // as SQLINTEGER
     DESC_RECORD_64,  // an SQLLEN or a pointer of cass_field
     DESC_RECORD_TEXT,
+    DESC_RECORD_CONSTANT,    // a text that is one of the driver's constants
+    DESC_RECORD_LOCAL_NAME,  // the same, or the class name of a custom type
     DESC_RECORD_UNNAMED,
 };
 
 // What SQLSetDescField does with a field, beside the general rules of a record.
 enum desc_set_rule {
     SET_STORE,
-    SET_STORE_FAIL,      // stored, and yet SQL_ERROR, with no diagnostic
+    SET_STORE_FAIL,      // stored, and the code is a choice of the connection; no diagnostic
     SET_REFUSE,          // HY091
     SET_COUNT,           // resizes; HY016 on an IRD, 07009 for a negative count
     SET_APP_HEADER,      // ARD and APD only, else HY016
@@ -56,8 +58,13 @@ enum desc_role { ROLE_NONE, ROLE_IRD, ROLE_IPD, ROLE_ARD, ROLE_APD };
 
 // Worked out from the statement that the descriptor is linked to; without one it has no role.
 desc_role desc_role_of(const cass_desc *desc);
-// The record to read, from 0 for the bookmark record to the count; null with 07009 posted.
-const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec);
+// The record to read, from 0 for the bookmark record to the count; null with the call's result in
+// *code: SQL_ERROR with 07009 posted, or SQL_NO_DATA.
+const cass_field *desc_readable_record(cass_desc *desc, const entry_point &entry, SQLSMALLINT rec,
+                                       SQLRETURN *code);
+
+// The code of a call whose text was cut, behind its 01004.
+SQLRETURN desc_cut_code(const cass_desc *desc);
 
 SQLRETURN get_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_form form,
                                SQLSMALLINT rec, SQLSMALLINT field_identifier, void *value,

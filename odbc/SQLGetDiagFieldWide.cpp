@@ -5,8 +5,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/diag/cass_err.h"
-#include "core/diag/cass_text_out.h"
 #include "core/handle/cass_handle.h"
 #include "core/net/cass_conn_shared.h"
 
@@ -30,8 +28,7 @@ struct diag_value {
     diag_kind kind;
     SQLLEN number;
     const cass_string *text;  // of the record, `made` or `owned`
-    cass_string made;
-    SQLWCHAR made_units[40];
+    cass_constant_text made;
     held_string owned;
 };
 
@@ -52,11 +49,7 @@ static SQLRETURN give_text(diag_value *value, const cass_string *text)
 // An ASCII text of the driver's own, below 40 characters.
 static SQLRETURN give_own_text(diag_value *value, const char *text)
 {
-    std::int32_t length = 0;
-    for (; text[length] != '\0'; length++)
-        value->made_units[length] = static_cast<unsigned char>(text[length]);
-    value->made = {.text = value->made_units, .length = length, .borrowed = 1};
-    return give_text(value, &value->made);
+    return give_text(value, cass_constant_string(text, &value->made));
 }
 
 static bool state_begins(const cass_string *state, const char *text)
@@ -80,13 +73,18 @@ static bool has_odbc_subclass(const cass_string *state)
     return false;
 }
 
-// The address of the connection record, for whoever reads it beside a log. The wide form has no
-// text: it gives the number 0, which is an empty text to a reader who expects one.
+static bool the_wide_connection_name_is_zero(const cass_conn *conn)
+{
+    return conn->conduct->the_wide_connection_name_is_zero;
+}
+
+// The address of the connection record, for whoever reads it beside a log. The number 0 is an empty
+// text to a reader who expects one.
 static SQLRETURN give_connection_name(diag_value *value, const cass_conn *conn, bool wide)
 {
     if (conn == nullptr)
         return SQL_ERROR;
-    if (wide)
+    if (wide && the_wide_connection_name_is_zero(conn))
         return give_number(value, DIAG_INTEGER, 0);
     char name[40];
     std::snprintf(name, sizeof name, "NetConn: %p", static_cast<const void *>(conn));
@@ -143,8 +141,7 @@ static SQLRETURN read_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMAL
     case SQL_DIAG_NUMBER:
         return give_number(value, DIAG_INTEGER, cass_diag_count(handle));
     case SQL_DIAG_CURSOR_ROW_COUNT:
-        return stmt == nullptr ? SQL_ERROR
-                               : give_number(value, DIAG_LENGTH, stmt->cursor_row_count);
+        return stmt == nullptr ? SQL_ERROR : give_number(value, DIAG_LENGTH, 0);
     case SQL_DIAG_DYNAMIC_FUNCTION:
         return stmt == nullptr ? SQL_ERROR : give_own_text(value, "");
     case SQL_DIAG_DYNAMIC_FUNCTION_CODE:
@@ -164,47 +161,65 @@ static SQLRETURN read_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMAL
     return read_record_field(handle, record, identifier, wide, value);
 }
 
-static SQLRETURN deliver_text(const cass_string *text, void *info, SQLSMALLINT buffer_length,
-                              SQLSMALLINT *string_length, bool wide)
+// An environment has no connection to choose.
+static bool a_probe_of_a_text_field_is_no_data(const cass_conn *conn)
 {
-    const std::int64_t length = wide ? cass_string_octets(text) : cass_string_length(text);
-    cass_store(string_length, cass_small_length(length));
-    // Kept for applications that probe for the length: they know this code by now.
-    if (info == nullptr)
-        return SQL_NO_DATA;
-    const bool cut =
-        wide ? cass_wide_text_out(text, static_cast<SQLWCHAR *>(info), buffer_length / 2)
-             : cass_ansi_text_out(text, info, buffer_length);
-    // Here even an empty text counts as cut by a buffer without room for its terminator.
-    return cut || length >= buffer_length ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+    return conn == nullptr || conn->conduct->a_probe_of_a_text_field_is_no_data;
 }
 
-static SQLRETURN deliver(const diag_value *value, void *info, SQLSMALLINT buffer_length,
-                         SQLSMALLINT *string_length, bool wide)
+static SQLRETURN deliver_text(const cass_conn *conn, const cass_string *text,
+                              const diag_field_target &target)
+{
+    const std::int64_t length = text_form_length(text, target.form);
+    cass_store(target.length, cass_small_length(length));
+    if (target.info == nullptr)
+        return a_probe_of_a_text_field_is_no_data(conn) ? SQL_NO_DATA : SQL_SUCCESS;
+    const bool cut = text_form_out(text, target.form, target.info, target.size);
+    // Here even an empty text counts as cut by a buffer without room for its terminator.
+    return cut || length >= target.size ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+}
+
+static SQLRETURN deliver(const cass_conn *conn, const diag_value *value,
+                         const diag_field_target &target)
 {
     switch (value->kind) {
     case DIAG_INTEGER:
-        cass_store(info, static_cast<SQLINTEGER>(value->number));
-        cass_store(string_length, static_cast<SQLSMALLINT>(sizeof(SQLINTEGER)));
+        cass_store(target.info, static_cast<SQLINTEGER>(value->number));
+        cass_store(target.length, static_cast<SQLSMALLINT>(sizeof(SQLINTEGER)));
         return SQL_SUCCESS;
     case DIAG_LENGTH:
-        cass_store(info, value->number);
-        cass_store(string_length, static_cast<SQLSMALLINT>(sizeof(SQLLEN)));
+        cass_store(target.info, value->number);
+        cass_store(target.length, static_cast<SQLSMALLINT>(sizeof(SQLLEN)));
         return SQL_SUCCESS;
     case DIAG_TEXT:
-        return deliver_text(value->text, info, buffer_length, string_length, wide);
+        return deliver_text(conn, value->text, target);
     default:
-        cass_store(string_length, SQLSMALLINT{0});
+        cass_store(target.length, SQLSMALLINT{0});
         return SQL_SUCCESS;
     }
 }
 
-SQLRETURN cass_get_diag_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMALLINT identifier,
-                              void *info, SQLSMALLINT buffer_length, SQLSMALLINT *string_length,
-                              bool wide)
+static SQLRETURN get_diag_field(cass_handle *handle, SQLSMALLINT rec_number, SQLSMALLINT identifier,
+                                const diag_field_target &target)
 {
     diag_value value = {};
     const cass_lock_guard hold(&cass_diag_lock);
-    const SQLRETURN code = read_field(handle, rec_number, identifier, wide, &value);
-    return code == SQL_SUCCESS ? deliver(&value, info, buffer_length, string_length, wide) : code;
+    const SQLRETURN code = read_field(handle, rec_number, identifier, is_wide(target.form), &value);
+    return code == SQL_SUCCESS ? deliver(cass_handle_conn(handle), &value, target) : code;
+}
+
+SQLRETURN get_diag_field_entry(SQLSMALLINT handle_type, SQLHANDLE handle, const entry_point &entry,
+                               SQLSMALLINT rec_number, SQLSMALLINT identifier,
+                               const diag_field_target &target)
+{
+    return enter_any(
+        handle, entry,
+        [&](cass_handle *head) {
+            ENTRY_LOG(head, entry, LOG_ENTRY,
+                      "%s: handle_type=%d, handle=%p, rec_number=%d, diag_identifier=%d, "
+                      "diag_info_ptr=%p, buffer_length=%d, string_length_ptr=%p",
+                      entry.name, handle_type, handle, rec_number, identifier, target.info,
+                      target.size, static_cast<void *>(target.length));
+        },
+        [&](cass_handle *head) { return get_diag_field(head, rec_number, identifier, target); });
 }

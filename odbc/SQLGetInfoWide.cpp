@@ -1,11 +1,8 @@
 // What the driver says of itself: one table in the order of the info types, and the answer to
-// SQLGetInfo and SQLGetInfoW. The values are part of the driver's character towards applications
-// and stay as they are, also where they claim more or less than it can do.
+// SQLGetInfo in both forms. The values are deliberate, also where they claim more or less than the
+// driver can do.
 #include "odbc/SQLGetInfoWide.h"
 
-#include "core/diag/cass_err.h"
-#include "core/diag/cass_text_out.h"
-#include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
 
 static constexpr char log_source[] = "SQLGetInfoWide.c";
@@ -238,97 +235,108 @@ static const info_row *find_row(SQLUSMALLINT info_type)
     return nullptr;
 }
 
-static void answer_number(const info_row *row, void *info_value, SQLSMALLINT *string_length)
+static SQLRETURN answer_number(const info_row *row, const info_target &target)
 {
     if (row->kind == INFO_16) {
-        cass_store(info_value, static_cast<SQLUSMALLINT>(row->number));
-        cass_store(string_length, static_cast<SQLSMALLINT>(sizeof(SQLUSMALLINT)));
+        cass_store(target.value, static_cast<SQLUSMALLINT>(row->number));
+        cass_store(target.length, static_cast<SQLSMALLINT>(sizeof(SQLUSMALLINT)));
     } else {
-        cass_store(info_value, row->number);
-        cass_store(string_length, static_cast<SQLSMALLINT>(sizeof(SQLUINTEGER)));
+        cass_store(target.value, row->number);
+        cass_store(target.length, static_cast<SQLSMALLINT>(sizeof(SQLUINTEGER)));
     }
+    return SQL_SUCCESS;
 }
 
 // Delivers a text, which may be null: then nothing is written but the length 0.
-static SQLRETURN answer_text(cass_conn *conn, const cass_string *text, bool wide, void *info_value,
-                             SQLSMALLINT buffer_length, SQLSMALLINT *string_length)
+static SQLRETURN answer_text(cass_conn *conn, const entry_point &entry, const cass_string *text,
+                             const info_target &target)
 {
     // The ANSI length counts units, not the bytes of the encoded text.
-    const std::int64_t length = wide ? cass_string_octets(text) : cass_string_length(text);
-    cass_store(string_length, cass_small_length(length));
-    if (text == nullptr || info_value == nullptr)
+    cass_store(target.length, cass_small_length(text_form_length(text, target.form)));
+    if (text == nullptr || target.value == nullptr)
         return SQL_SUCCESS;
-
-    const int room = wide ? buffer_length / 2 : buffer_length;
-    const bool cut = wide ? cass_wide_text_out(text, static_cast<SQLWCHAR *>(info_value), room)
-                          : cass_ansi_text_out(text, info_value, room);
     // Without room for the terminator even an empty text counts as cut.
-    if (!cut && room >= 1)
+    if (!text_form_out(text, target.form, target.value, target.size) &&
+        text_form_room(target.size, target.form) >= 1)
         return SQL_SUCCESS;
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: text truncated", wide ? "SQLGetInfoW" : "SQLGetInfo");
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: text truncated", entry.name);
     cass_post_error(&conn->head, STATE_01004, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
 }
 
-static SQLRETURN no_memory(cass_conn *conn, bool wide)
+static SQLRETURN no_text(cass_conn *conn, const entry_point &entry)
 {
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to create string",
-             wide ? "SQLGetInfoW" : "SQLGetInfo");
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to create string", entry.name);
     cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
     return SQL_ERROR;
 }
 
 // A statement's thread may replace the keyspace meanwhile.
-static SQLRETURN answer_keyspace(cass_conn *conn, bool wide, void *info_value,
-                                 SQLSMALLINT buffer_length, SQLSMALLINT *string_length)
+static SQLRETURN answer_keyspace(cass_conn *conn, const entry_point &entry,
+                                 const info_target &target)
 {
     cass_string *copy;
     const bool whole = cass_copy_conn_text(conn, &conn->current_keyspace, &copy);
     const held_string keyspace(copy);
-    if (!whole)
-        return no_memory(conn, wide);
-    return answer_text(conn, copy, wide, info_value, buffer_length, string_length);
+    return whole ? answer_text(conn, entry, copy, target) : no_text(conn, entry);
 }
 
 // Text of a row that does not lie on the connection, as a string of its own.
-static SQLRETURN answer_own_text(cass_conn *conn, const char *bytes, bool wide, void *info_value,
-                                 SQLSMALLINT buffer_length, SQLSMALLINT *string_length)
+static SQLRETURN answer_own_text(cass_conn *conn, const entry_point &entry, const char *bytes,
+                                 const info_target &target)
 {
     const held_string text(cass_string_from_cstr(bytes));
-    if (text == nullptr)
-        return no_memory(conn, wide);
-    return answer_text(conn, text.get(), wide, info_value, buffer_length, string_length);
+    return text != nullptr ? answer_text(conn, entry, text.get(), target) : no_text(conn, entry);
 }
 
-SQLRETURN cass_get_info(cass_conn *conn, const char *function, bool wide, SQLUSMALLINT info_type,
-                        void *info_value, SQLSMALLINT buffer_length, SQLSMALLINT *string_length)
+static bool unknown_information_is_optional(const cass_conn *conn)
+{
+    return conn->conduct->unknown_information_is_optional;
+}
+
+static SQLRETURN get_info(cass_conn *conn, const entry_point &entry, SQLUSMALLINT info_type,
+                          const info_target &target)
 {
     const info_row *row = find_row(info_type);
     if (row == nullptr) {
-        CASS_LOG(&conn->head, LOG_ERROR, "%s: unexpected info_type %d", function,
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: unexpected info_type %d", entry.name,
                  static_cast<int>(info_type));
-        // Not HY096, which the ODBC reference gives for it.
-        cass_post_error(&conn->head, STATE_HYC00, 0, nullptr);
+        cass_post_error(&conn->head,
+                        unknown_information_is_optional(conn) ? STATE_HYC00 : STATE_HY096, 0,
+                        nullptr);
         return SQL_ERROR;
     }
 
     switch (row->kind) {
     case INFO_16:
     case INFO_32:
-        answer_number(row, info_value, string_length);
-        return SQL_SUCCESS;
+        return answer_number(row, target);
     case INFO_TEXT:
-        return answer_own_text(conn, row->text, wide, info_value, buffer_length, string_length);
+        return answer_own_text(conn, entry, row->text, target);
     case INFO_CQL_VERSION:
-        return answer_own_text(conn, conn->cql_version, wide, info_value, buffer_length,
-                               string_length);
+        return answer_own_text(conn, entry, conn->cql_version, target);
     case INFO_DSN:
-        return answer_text(conn, conn->settings.dsn, wide, info_value, buffer_length,
-                           string_length);
+        return answer_text(conn, entry, conn->settings.dsn, target);
     case INFO_KEYSPACE:
-        return answer_keyspace(conn, wide, info_value, buffer_length, string_length);
+        return answer_keyspace(conn, entry, target);
     case INFO_UNSET:
         break;
     }
-    return answer_text(conn, nullptr, wide, info_value, buffer_length, string_length);
+    return answer_text(conn, entry, nullptr, target);
+}
+
+SQLRETURN get_info_entry(SQLHDBC handle, const entry_point &entry, SQLUSMALLINT info_type,
+                         const info_target &target)
+{
+    return enter_conn(
+        handle, entry,
+        [&](cass_conn *conn) {
+            ENTRY_LOG(&conn->head, entry, LOG_ENTRY,
+                      "%s: connection_handle=%p, info_type=%d, info_value=%p, buffer_length=%d, "
+                      "string_length=%p",
+                      entry.name, static_cast<void *>(conn), static_cast<int>(info_type),
+                      target.value, static_cast<int>(target.size),
+                      static_cast<void *>(target.length));
+        },
+        [&](cass_conn *conn) { return get_info(conn, entry, info_type, target); });
 }

@@ -1,13 +1,20 @@
-// What SQLGetInfo and SQLGetInfoW share.
+// SQLGetInfo in both forms.
 #ifndef ODBC_SQLGETINFOWIDE_H
 #define ODBC_SQLGETINFOWIDE_H
 
-#include "core/record/cass_handles.h"
+#include "odbc/entry_frame.h"
+#include "odbc/text_form.h"
 
-// Answers an info type into application memory, which may be null; buffer_length is in bytes in
-// both forms, the length of a text in units (ANSI, delivered as UTF-8) or in bytes (wide). A cut
-// text posts 01004, an unknown type HYC00. `function` heads the log record.
-SQLRETURN cass_get_info(cass_conn *conn, const char *function, bool wide, SQLUSMALLINT info_type,
-                        void *info_value, SQLSMALLINT buffer_length, SQLSMALLINT *string_length);
+// Where the answer goes; both pointers may be null.
+struct info_target {
+    void *value;
+    SQLSMALLINT size;     // of value in bytes, in both forms
+    SQLSMALLINT *length;  // of a text in units (ANSI, delivered as UTF-8) or in bytes (wide)
+    text_form form;       // TEXT_ANSI or TEXT_WIDE_BYTES
+};
+
+// Answers an info type. A cut text posts 01004, an unknown type HYC00.
+SQLRETURN get_info_entry(SQLHDBC handle, const entry_point &entry, SQLUSMALLINT info_type,
+                         const info_target &target);
 
 #endif

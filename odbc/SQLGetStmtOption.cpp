@@ -13,18 +13,14 @@ static SQLRETURN get_stmt_option(cass_stmt *stmt, SQLUSMALLINT option, void *val
         cass_post_error(&stmt->head, STATE_HY011, 0, nullptr);
         return SQL_ERROR;
     }
-    if (option == SQL_ROW_NUMBER) {
-        cass_store(value, SQLULEN{0});
-        return SQL_SUCCESS;
-    }
-    const stmt_attr_row *row = find_stmt_option(option);
-    if (row == nullptr) {
+    const stmt_attr attr = find_stmt_option(option);
+    if (attr.get == ATTR_UNREADABLE) {
         CASS_LOG(&stmt->head, LOG_ERROR, "SQLGetStmtOption: unexpected option %d",
                  static_cast<int>(option));
         cass_post_error(&stmt->head, STATE_S1092, 0, nullptr);
         return SQL_ERROR;
     }
-    cass_store(value, stmt_attr_value(stmt, row));
+    cass_store(value, stmt_attr_value(stmt, attr));
     return SQL_SUCCESS;
 }
 

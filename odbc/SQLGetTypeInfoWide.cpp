@@ -143,7 +143,7 @@ static bool has_two_levels(type_index row)
     return row == TYPE_DATE || row == TYPE_TIME || row == TYPE_TIMESTAMP;
 }
 
-SQLRETURN cass_get_type_info(cass_stmt *stmt, SQLSMALLINT data_type)
+static SQLRETURN get_type_info(cass_stmt *stmt, SQLSMALLINT data_type)
 {
     cass_close_for_catalog(stmt);
     if (cass_create_internal_rs(stmt, &type_result, type_sort_keys) != 0)
@@ -160,4 +160,18 @@ SQLRETURN cass_get_type_info(cass_stmt *stmt, SQLSMALLINT data_type)
         }
     }
     return catalog_finish(stmt, SQL_SUCCESS, false);
+}
+
+SQLRETURN get_type_info_entry(SQLHSTMT handle, const entry_point &entry, SQLSMALLINT data_type)
+{
+    auto *stmt = static_cast<cass_stmt *>(handle);
+    if (stmt == nullptr)
+        return SQL_INVALID_HANDLE;
+    return enter_handle(
+        &stmt->head, &stmt_conn(stmt)->api_lock, entry, 0,
+        [&] {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY, "%s: statement_handle=%p, data_type=%d",
+                      entry.name, handle, static_cast<int>(data_type));
+        },
+        [&] { return get_type_info(stmt, data_type); });
 }

@@ -5,7 +5,7 @@
 #include "core/statement/cass_sql.h"
 #include "core/statement/cass_stmt.h"
 
-SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_string *text)
+static SQLRETURN prepare(cass_stmt *stmt, const entry_point &entry, cass_string *text)
 {
     cass_close_stmt(stmt, 1);
     stmt->ird = stmt->implicit_ird;
@@ -32,4 +32,15 @@ SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_stri
     if (!SQL_SUCCEEDED(code))
         ENTRY_LOG(&stmt->head, entry, LOG_DETAIL, "%s: failed preparing statement", entry.name);
     return static_cast<SQLRETURN>(code);
+}
+
+SQLRETURN prepare_entry(SQLHSTMT handle, const entry_point &entry, const text_argument &text)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY, "%s: statement_handle=%p, statement_text=%A",
+                      entry.name, static_cast<void *>(stmt), &text);
+        },
+        [&](cass_stmt *stmt) { return prepare(stmt, entry, cass_string_from_argument(text)); });
 }

@@ -1,11 +1,10 @@
-// What SQLPrepare and SQLPrepareW share.
+// SQLPrepare in both forms.
 #ifndef ODBC_SQLPREPAREWIDE_H
 #define ODBC_SQLPREPAREWIDE_H
 
 #include "odbc/entry_frame.h"
 
-// Closes the statement's earlier execution and prepares a text that it consumes; a null text posts
-// HY001.
-SQLRETURN cass_prepare_text(cass_stmt *stmt, const entry_point &entry, cass_string *text);
+// Closes the statement's earlier execution and prepares the text. HY001 when there is none.
+SQLRETURN prepare_entry(SQLHSTMT handle, const entry_point &entry, const text_argument &text);
 
 #endif

@@ -1,27 +1,16 @@
 // SQLPrimaryKeys: the partition key columns of tables.
 #include "odbc/SQLPrimaryKeysWide.h"
 
-static constexpr char log_source[] = "SQLPrimaryKeys.c";
 static constexpr entry_point entry = {
-    .name = "SQLPrimaryKeys", .source = log_source, .async_code = SQL_API_SQLPRIMARYKEYS};
+    .name = "SQLPrimaryKeys", .source = "SQLPrimaryKeys.c", .async_code = SQL_API_SQLPRIMARYKEYS};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLPrimaryKeys(SQLHSTMT statement_handle, SQLCHAR *catalog_name,
                                                SQLSMALLINT catalog_length, SQLCHAR *schema_name,
                                                SQLSMALLINT schema_length, SQLCHAR *table_name,
                                                SQLSMALLINT table_length)
 {
-    return enter_stmt(
-        statement_handle, entry,
-        [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY,
-                     "SQLPrimaryKeys: statement_handle=%p, catalog_name=%q, schema_name=%q, "
-                     "table_name=%q",
-                     static_cast<void *>(stmt), catalog_name, catalog_length, schema_name,
-                     schema_length, table_name, table_length);
-        },
-        [=](cass_stmt *stmt) {
-            return cass_primary_keys(stmt, ansi_argument(catalog_name, catalog_length),
-                                     ansi_argument(schema_name, schema_length),
-                                     ansi_argument(table_name, table_length));
-        });
+    return primary_keys_entry(statement_handle, entry,
+                              {ansi_argument(catalog_name, catalog_length),
+                               ansi_argument(schema_name, schema_length),
+                               ansi_argument(table_name, table_length)});
 }

@@ -1,4 +1,4 @@
-// The partition key columns of tables. Clustering columns are no part of the key here.
+// The key columns of tables.
 #include "odbc/SQLPrimaryKeysWide.h"
 
 #include <algorithm>
@@ -20,39 +20,76 @@ static constexpr cass_internal_column key_columns[] = {
 static constexpr cass_internal_columns key_result = {std::size(key_columns), key_columns};
 static constexpr std::int32_t key_sort_keys[] = {1, 2, 3, 5, 0};
 
-// The schema is measured with the length of the catalog, on purpose: applications give the same to
-// both, and one that gives a null catalog of length 0 gets the current keyspace. Never past the
-// schema's own length or terminator, where it has them.
-static catalog_argument measured_schema(const catalog_argument &catalog, catalog_argument schema)
+static bool the_schema_is_measured_by_the_catalog(const cass_conn *conn)
 {
+    return conn->conduct->the_schema_is_measured_by_the_catalog;
+}
+
+// The schema measured with the length of the catalog: a null catalog of length 0 gives the current
+// keyspace. Never past the schema's own length or terminator, where it has them.
+static text_argument measured_schema(const cass_conn *conn, const text_argument &catalog,
+                                     text_argument schema)
+{
+    if (!the_schema_is_measured_by_the_catalog(conn))
+        return schema;
     const bool terminated = schema.length == SQL_NTS;
     const std::int64_t room = terminated ? INT16_MAX : std::max<std::int64_t>(schema.length, 0);
     const std::int64_t wanted =
         catalog.length == SQL_NTS ? room : std::clamp<std::int64_t>(catalog.length, 0, room);
     std::int64_t units = wanted;
     if (terminated || catalog.length == SQL_NTS) {
-        const auto limit = static_cast<std::size_t>(wanted);
-        if (schema.ansi != nullptr)
+        if (schema.wide)
+            units = cass_wide_length_limited(static_cast<const SQLWCHAR *>(schema.text), wanted,
+                                             wanted * 2);
+        else if (schema.text != nullptr)
             units = static_cast<std::int64_t>(
-                strnlen(reinterpret_cast<const char *>(schema.ansi), limit));
-        else
-            units = cass_wide_length_limited(schema.wide, wanted, wanted * 2);
+                strnlen(static_cast<const char *>(schema.text), static_cast<std::size_t>(wanted)));
     }
-    schema.length = static_cast<SQLSMALLINT>(units);
+    schema.length = static_cast<SQLINTEGER>(units);
     return schema;
+}
+
+static bool the_key_is_not_counted(const cass_conn *conn)
+{
+    return conn->conduct->the_key_is_not_counted;
+}
+
+static bool clustering_columns_are_no_key(const cass_conn *conn)
+{
+    return conn->conduct->clustering_columns_are_no_key;
+}
+
+static bool is_listed(const cass_conn *conn, const cass_column_entry *column)
+{
+    return column->is_key ||
+           (column->kind == COLUMN_CLUSTERING && !clustering_columns_are_no_key(conn));
+}
+
+// KEY_SEQ: clustering columns are counted on behind the partition key.
+static std::int32_t key_sequence(const cass_conn *conn, const cass_table_entry *entry,
+                                 const cass_column_entry *column)
+{
+    if (the_key_is_not_counted(conn))
+        return column->key_seq + 1;
+    std::int32_t sequence = column->position + 1;
+    if (column->kind == COLUMN_CLUSTERING)
+        for (const cass_column_entry *other = entry->columns; other != nullptr; other = other->next)
+            sequence += other->kind == COLUMN_PARTITION_KEY ? 1 : 0;
+    return sequence;
 }
 
 static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
 {
+    const cass_conn *conn = stmt_conn(stmt);
     held_tables tables;
     if (cass_list_tables(stmt, schema, table, &tables) != 0)
         return SQL_ERROR;
     for (const cass_table_entry *entry = tables.get(); entry != nullptr; entry = entry->next) {
         for (const cass_column_entry *column = entry->columns; column != nullptr;
              column = column->next) {
-            if (!column->is_key)
+            if (!is_listed(conn, column))
                 continue;
-            const catalog_number sequence = catalog_number_text(column->key_seq + 1);
+            const catalog_number sequence = catalog_number_text(key_sequence(conn, entry, column));
             const char *const values[] = {CATALOG_NAME, entry->keyspace, entry->table,
                                           column->name, sequence.text,   nullptr};
             if (cass_insert_internal_row(stmt, values) != 0)
@@ -62,15 +99,30 @@ static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cas
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_primary_keys(cass_stmt *stmt, const catalog_argument &catalog_name,
-                            const catalog_argument &schema_name, const catalog_argument &table_name)
+static SQLRETURN primary_keys(cass_stmt *stmt, const primary_keys_call &call)
 {
     cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
-    if (!catalog_text(measured_schema(catalog_name, schema_name), &schema) ||
-        !catalog_text(table_name, &table) ||
+    if (!cass_string_take_argument(measured_schema(stmt_conn(stmt), call.catalog, call.schema),
+                                   &schema) ||
+        !cass_string_take_argument(call.table, &table) ||
         cass_create_internal_rs(stmt, &key_result, key_sort_keys) != 0)
         return SQL_ERROR;
     return catalog_finish(stmt, list_keys(stmt, schema.get(), table.get()), true);
+}
+
+SQLRETURN primary_keys_entry(SQLHSTMT handle, const entry_point &entry,
+                             const primary_keys_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, "
+                      "table_name=%A",
+                      entry.name, static_cast<void *>(stmt), &call.catalog, &call.schema,
+                      &call.table);
+        },
+        [&](cass_stmt *stmt) { return primary_keys(stmt, call); });
 }

@@ -1,13 +1,18 @@
-// SQLPrimaryKeys and SQLPrimaryKeysW behind the form of their arguments.
+// SQLPrimaryKeys in both forms.
 #ifndef ODBC_SQLPRIMARYKEYSWIDE_H
 #define ODBC_SQLPRIMARYKEYSWIDE_H
 
 #include "core/catalog/cass_clist.h"
 #include "odbc/entry_frame.h"
 
+struct primary_keys_call {
+    text_argument catalog;
+    text_argument schema;
+    text_argument table;
+};
+
 // Makes the result current on the statement. Diagnostics go to the statement.
-SQLRETURN cass_primary_keys(cass_stmt *stmt, const catalog_argument &catalog_name,
-                            const catalog_argument &schema_name,
-                            const catalog_argument &table_name);
+SQLRETURN primary_keys_entry(SQLHSTMT handle, const entry_point &entry,
+                             const primary_keys_call &call);
 
 #endif

@@ -1,9 +1,9 @@
 // SQLProcedureColumns: no rows, since Cassandra has no stored procedures.
 #include "odbc/empty_catalog.h"
 
-static constexpr char log_source[] = "SQLProcedureColumns.c";
-static constexpr entry_point entry = {
-    .name = "SQLProcedureColumns", .source = log_source, .async_code = SQL_API_SQLPROCEDURECOLUMNS};
+static constexpr entry_point entry = {.name = "SQLProcedureColumns",
+                                      .source = "SQLProcedureColumns.c",
+                                      .async_code = SQL_API_SQLPROCEDURECOLUMNS};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLProcedureColumns(SQLHSTMT statement_handle,
                                                     SQLCHAR *catalog_name,
@@ -12,14 +12,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLProcedureColumns(SQLHSTMT statement_handle,
                                                     SQLCHAR *proc_name, SQLSMALLINT proc_length,
                                                     SQLCHAR *column_name, SQLSMALLINT column_length)
 {
-    return enter_stmt(
-        statement_handle, entry,
-        [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY,
-                     "SQLProcedureColumns: statement_handle=%p, catalog_name=%q, schema_name=%q, "
-                     "proc_name=%q, column_name=%q",
-                     static_cast<void *>(stmt), catalog_name, catalog_length, schema_name,
-                     schema_length, proc_name, proc_length, column_name, column_length);
-        },
-        [=](cass_stmt *stmt) { return cass_empty_catalog(stmt, procedure_columns_set); });
+    return empty_catalog_entry(
+        statement_handle, entry, procedure_columns_set,
+        {{ansi_argument(catalog_name, catalog_length), ansi_argument(schema_name, schema_length),
+          ansi_argument(proc_name, proc_length), ansi_argument(column_name, column_length)}});
 }

@@ -1,11 +1,10 @@
-// Sets a connection attribute. Most are only kept: as what they read back, or as the defaults of
+// Connection attributes set. Most are only kept: as what they read back, or as the defaults of
 // statements to come.
 #include "odbc/SQLSetConnectAttrWide.h"
 
 #include <cstring>
 
 #include "core/handle/cass_handle.h"
-#include "core/log/cass_log.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "odbc/cass_conn_attrs.h"
 
@@ -36,7 +35,7 @@ static SQLRETURN set_commit_mode(cass_conn *conn, std::int32_t mode)
     return static_cast<SQLRETURN>(set_autocommit(conn, mode, 0));
 }
 
-static SQLRETURN set_isolation(cass_conn *conn, const set_attr_form *form, std::uint32_t level)
+static SQLRETURN set_isolation(cass_conn *conn, const set_attr_form &form, std::uint32_t level)
 {
     switch (level) {
     case SQL_TXN_READ_UNCOMMITTED:
@@ -47,31 +46,31 @@ static SQLRETURN set_isolation(cass_conn *conn, const set_attr_form *form, std::
         conn->txn_isolation = level;
         return SQL_SUCCESS;
     default:
-        CASS_LOG(&conn->head, LOG_ERROR, "%s: invalid isolation level %d", form->name,
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: invalid isolation level %d", form.name,
                  static_cast<int>(level));
-        return refuse(conn, form->bad_value);
+        return refuse(conn, form.bad_value);
     }
 }
 
 // The catalog is always the same: the text is read and dropped, and the server hears nothing of it.
-static SQLRETURN set_catalog(cass_conn *conn, const set_attr_form *form, SQLPOINTER value,
+static SQLRETURN set_catalog(cass_conn *conn, const set_attr_form &form, SQLPOINTER value,
                              SQLINTEGER string_length)
 {
     cass_string *catalog;
-    if (form->wide)
+    if (is_wide(form.form))
         catalog = cass_string_from_wide(static_cast<const SQLWCHAR *>(value),
                                         string_length < 0 ? string_length : string_length / 2);
     else
         catalog = cass_string_from_ansi(static_cast<const SQLCHAR *>(value), string_length);
     if (catalog == nullptr) {
-        CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to create catalog string", form->name);
-        return refuse(conn, form->no_memory);
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to create catalog string", form.name);
+        return refuse(conn, form.no_memory);
     }
     cass_string_free(catalog);
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_set_conn_attr(cass_conn *conn, const set_attr_form *form, SQLINTEGER attribute,
+SQLRETURN store_connect_attr(cass_conn *conn, const set_attr_form &form, SQLINTEGER attribute,
                              SQLPOINTER value, SQLINTEGER string_length)
 {
     const conn_attr attr = find_conn_attr(attribute);
@@ -105,10 +104,30 @@ SQLRETURN cass_set_conn_attr(cass_conn *conn, const set_attr_form *form, SQLINTE
         return store_value(conn, &attr, number);
     }
     case SET_REFUSE:
-        return refuse(conn, form->unknown);
+        return refuse(conn, form.unknown);
     case SET_UNKNOWN:
         break;
     }
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: unexpected attribute %d", form->name, attribute);
-    return refuse(conn, form->unknown);
+    CASS_LOG(&conn->head, LOG_ERROR, "%s: unexpected attribute %d", form.name, attribute);
+    return refuse(conn, form.unknown);
+}
+
+SQLRETURN set_connect_attr_entry(SQLHDBC handle, const entry_point &entry, text_form form,
+                                 SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER string_length)
+{
+    return enter_conn(
+        handle, entry,
+        [&](cass_conn *conn) {
+            ENTRY_LOG(&conn->head, entry, LOG_ENTRY,
+                      "%s: connection_handle=%p, attribute=%d, value=%p, string_length=%d",
+                      entry.name, handle, attribute, value, string_length);
+        },
+        [&](cass_conn *conn) {
+            const set_attr_form how = {.name = entry.name,
+                                       .form = form,
+                                       .unknown = STATE_HY092,
+                                       .bad_value = STATE_HY024,
+                                       .no_memory = STATE_HY001};
+            return store_connect_attr(conn, how, attribute, value, string_length);
+        });
 }

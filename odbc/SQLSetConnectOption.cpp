@@ -1,13 +1,12 @@
 // SQLSetConnectOption: the ODBC 2 form of setting a connection attribute, with the states of that
 // version.
 #include "odbc/SQLSetConnectAttrWide.h"
-#include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLSetConnectOption.c";
 static constexpr entry_point entry = {
     .name = "SQLSetConnectOption", .source = log_source, .exit_format = EXIT_BY_NAME};
 static constexpr set_attr_form form = {.name = "SQLSetConnectOption",
-                                       .wide = false,
+                                       .form = TEXT_ANSI,
                                        .unknown = STATE_S1092,
                                        .bad_value = STATE_S1009,
                                        .no_memory = STATE_S1001};
@@ -23,7 +22,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLSetConnectOption(SQLHDBC connection_handle, S
                      connection_handle, option, static_cast<long long>(value));
         },
         [&](cass_conn *conn) {
-            return cass_set_conn_attr(conn, &form, option, reinterpret_cast<SQLPOINTER>(value),
+            return store_connect_attr(conn, form, option, reinterpret_cast<SQLPOINTER>(value),
                                       SQL_NTS);
         });
 }

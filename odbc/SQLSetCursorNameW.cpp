@@ -1,25 +1,10 @@
-// SQLSetCursorNameW: keeps a name; nothing is checked, since no statement refers to cursors.
-#include "odbc/entry_frame.h"
+// SQLSetCursorNameW: keeps a name given as wide text.
+#include "odbc/SQLSetCursorNameWide.h"
 
-static constexpr char log_source[] = "SQLSetCursorNameW.c";
-static constexpr entry_point entry = {.name = "SQLSetCursorNameW", .source = log_source};
+static constexpr entry_point entry = {.name = "SQLSetCursorNameW", .source = "SQLSetCursorNameW.c"};
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLSetCursorNameW(SQLHSTMT statement_handle, SQLWCHAR *cursor_name,
                                                   SQLSMALLINT name_length)
 {
-    return enter_stmt(
-        statement_handle, entry,
-        [=](cass_stmt *stmt) {
-            CASS_LOG(&stmt->head, LOG_ENTRY,
-                     "SQLSetCursorNameW: statement_handle=%p, cursor_name=%Q",
-                     static_cast<void *>(stmt), cursor_name, name_length);
-        },
-        [=](cass_stmt *stmt) -> SQLRETURN {
-            cass_string_free(stmt->cursor_name);
-            stmt->cursor_name = cass_string_from_wide(cursor_name, name_length);
-            if (stmt->cursor_name != nullptr)
-                return SQL_SUCCESS;
-            CASS_LOG(&stmt->head, LOG_DETAIL, "SQLSetCursorNameW: failed creating string");
-            return SQL_ERROR;
-        });
+    return set_cursor_name_entry(statement_handle, entry, wide_argument(cursor_name, name_length));
 }

@@ -66,6 +66,17 @@ static void store_number(const set_call &call, unsigned char *base)
     }
 }
 
+static bool some_stored_fields_fail(const cass_conn *conn)
+{
+    return conn->conduct->some_stored_fields_fail;
+}
+
+// Of SET_STORE_FAIL.
+static SQLRETURN stored_code(const set_call &call)
+{
+    return some_stored_fields_fail(desc_conn(call.desc)) ? SQL_ERROR : SQL_SUCCESS;
+}
+
 static SQLRETURN set_count(const set_call &call)
 {
     if (call.role == ROLE_IRD || call.role == ROLE_NONE)
@@ -93,7 +104,7 @@ static SQLRETURN set_header(const set_call &call)
         break;
     }
     store_number(call, base);
-    return call.row->rule == SET_STORE_FAIL ? SQL_ERROR : SQL_SUCCESS;
+    return call.row->rule == SET_STORE_FAIL ? stored_code(call) : SQL_SUCCESS;
 }
 
 static SQLRETURN set_name(const set_call &call, cass_field *field)
@@ -148,7 +159,7 @@ static SQLRETURN apply(const set_call &call, cass_field *field)
     switch (call.row->rule) {
     case SET_STORE_FAIL:
         store_number(call, base);
-        return SQL_ERROR;
+        return stored_code(call);
     case SET_IGNORE_NOT_IPD:
         return is_ipd ? refuse(call, STATE_HY091, "not a field of an IPD") : SQL_SUCCESS;
     case SET_STORE_NOT_IPD:
@@ -217,11 +228,11 @@ SQLRETURN set_desc_field_entry(SQLHDESC handle, const entry_point &entry, text_f
     return enter_desc(
         handle, entry,
         [&](cass_desc *desc) {
-            cass_log(&desc->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: descriptor_handle=%p, rec=%d, field_identifier=%d, value=%p, "
-                     "buffer_length=%d",
-                     entry.name, static_cast<void *>(desc), static_cast<int>(rec),
-                     static_cast<int>(field_identifier), value, static_cast<int>(buffer_length));
+            ENTRY_LOG(&desc->head, entry, LOG_ENTRY,
+                      "%s: descriptor_handle=%p, rec=%d, field_identifier=%d, value=%p, "
+                      "buffer_length=%d",
+                      entry.name, static_cast<void *>(desc), static_cast<int>(rec),
+                      static_cast<int>(field_identifier), value, static_cast<int>(buffer_length));
         },
         [&](cass_desc *desc) {
             const set_call call = {desc,      find_desc_identifier(field_identifier),

@@ -52,27 +52,27 @@ static void set_cursor_type(cass_stmt_attrs *attrs, SQLULEN value)
 }
 
 // Stores in the width of the member. True when its value changed.
-static bool store_value(cass_stmt *stmt, const stmt_attr_row *row, SQLULEN value)
+static bool store_value(cass_stmt *stmt, const stmt_attr &attr, SQLULEN value)
 {
-    const SQLULEN before = stmt_attr_value(stmt, row);
-    unsigned char *member = stmt_attr_member(stmt, row);
-    if (row->width == sizeof(std::int32_t)) {
+    const SQLULEN before = stmt_attr_value(stmt, attr);
+    unsigned char *member = stmt_attr_member(stmt, attr);
+    if (attr.width == sizeof(std::int32_t)) {
         const auto number = static_cast<std::int32_t>(value);
         std::memcpy(member, &number, sizeof number);
     } else {
         std::memcpy(member, &value, sizeof value);
     }
-    return stmt_attr_value(stmt, row) != before;
+    return stmt_attr_value(stmt, attr) != before;
 }
 
-bool stmt_attr_apply(cass_stmt *stmt, const stmt_attr_row *row, SQLULEN value)
+bool stmt_attr_apply(cass_stmt *stmt, const stmt_attr &attr, SQLULEN value)
 {
-    switch (row->rule) {
+    switch (attr.set) {
     case ATTR_STORE:
-        store_value(stmt, row, value);
+        store_value(stmt, attr, value);
         return false;
     case ATTR_STORE_COUNT:
-        return store_value(stmt, row, value == 0 ? 1 : value);
+        return store_value(stmt, attr, value == 0 ? 1 : value);
     case ATTR_SENSITIVITY:
         set_sensitivity(&stmt->attrs, value);
         return false;
@@ -133,13 +133,17 @@ static SQLRETURN install_desc(cass_stmt *stmt, const entry_point &entry, cass_de
     return SQL_SUCCESS;
 }
 
+static bool a_new_apd_unlinks_the_ard(const cass_conn *conn)
+{
+    return conn->conduct->a_new_apd_unlinks_the_ard;
+}
+
 static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINTEGER attribute,
                                void *value)
 {
-    const stmt_attr_row *row = find_stmt_attr(attribute);
-    const attr_rule rule = row != nullptr ? row->rule : ATTR_READ_ONLY;
-    switch (rule) {
-    case ATTR_READ_ONLY:
+    const stmt_attr attr = find_stmt_attr(attribute);
+    switch (attr.set) {
+    case ATTR_UNKNOWN:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: unexpected attribute %d", entry.name,
                  static_cast<int>(attribute));
         cass_post_error(&stmt->head, STATE_HY092, 0, nullptr);
@@ -149,11 +153,12 @@ static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINT
     case ATTR_INSTALL_ARD:
         return install_desc(stmt, entry, &stmt->ard, stmt->implicit_ard, stmt->ard, value);
     case ATTR_INSTALL_APD:
-        // A new APD cuts off the current ARD, not the APD that it replaces. Applications see it in
-        // the ARD's header fields, which are refused from then on; it stays.
-        return install_desc(stmt, entry, &stmt->apd, stmt->implicit_apd, stmt->ard, value);
+        // An ARD that is cut off refuses its header fields from then on.
+        return install_desc(stmt, entry, &stmt->apd, stmt->implicit_apd,
+                            a_new_apd_unlinks_the_ard(stmt_conn(stmt)) ? stmt->ard : stmt->apd,
+                            value);
     default:
-        if (stmt_attr_apply(stmt, row, reinterpret_cast<SQLULEN>(value)) && stmt->prepared)
+        if (stmt_attr_apply(stmt, attr, reinterpret_cast<SQLULEN>(value)) && stmt->prepared)
             stmt->params_rebound = 1;
         return SQL_SUCCESS;
     }
@@ -165,10 +170,10 @@ SQLRETURN set_stmt_attr_entry(SQLHSTMT handle, const entry_point &entry, SQLINTE
     return enter_stmt(
         handle, entry,
         [&](cass_stmt *stmt) {
-            cass_log(&stmt->head, entry.source, entry.line, LOG_ENTRY,
-                     "%s: statement_handle=%p, attribute=%d, value=%p, string_length=%d",
-                     entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,
-                     static_cast<int>(string_length));
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, attribute=%d, value=%p, string_length=%d",
+                      entry.name, static_cast<void *>(stmt), static_cast<int>(attribute), value,
+                      static_cast<int>(string_length));
         },
         [&](cass_stmt *stmt) { return set_stmt_attr(stmt, entry, attribute, value); });
 }

@@ -5,19 +5,25 @@ static constexpr char log_source[] = "SQLSetStmtOption.c";
 static constexpr entry_point entry = {
     .name = "SQLSetStmtOption", .source = log_source, .exit_format = EXIT_BY_NAME};
 
+static bool options_mark_nothing_rebound(const cass_conn *conn)
+{
+    return conn->conduct->options_mark_nothing_rebound;
+}
+
 static SQLRETURN set_stmt_option(cass_stmt *stmt, SQLUSMALLINT option, SQLULEN value)
 {
-    if (option == SQL_GET_BOOKMARK || option == SQL_ROW_NUMBER)
+    if (option == SQL_GET_BOOKMARK)
         return SQL_SUCCESS;
-    const stmt_attr_row *row = find_stmt_option(option);
-    if (row == nullptr) {
+    const stmt_attr attr = find_stmt_option(option);
+    if (attr.set == ATTR_UNKNOWN) {
         CASS_LOG(&stmt->head, LOG_ERROR, "SQLSetStmtOption: unexpected Option %d",
                  static_cast<int>(option));
         cass_post_error(&stmt->head, STATE_S1092, 0, nullptr);
         return SQL_ERROR;
     }
-    // A new rowset size does not mark a prepared statement as rebound here.
-    stmt_attr_apply(stmt, row, value);
+    if (stmt_attr_apply(stmt, attr, value) && stmt->prepared &&
+        !options_mark_nothing_rebound(stmt_conn(stmt)))
+        stmt->params_rebound = 1;
     return SQL_SUCCESS;
 }
 

@@ -6,7 +6,7 @@
 #include "core/statement/cass_stmt.h"
 
 // clang-format off
-static constexpr cass_internal_column special_columns[] = {
+static constexpr cass_internal_column row_columns[] = {
     {"SCOPE",          SQL_SMALLINT,   0, SQL_NULLABLE},
     {"COLUMN_NAME",    SQL_VARCHAR,   64, SQL_NO_NULLS},
     {"DATA_TYPE",      SQL_SMALLINT,   0, SQL_NO_NULLS},
@@ -17,9 +17,13 @@ static constexpr cass_internal_column special_columns[] = {
     {"PSEUDO_COLUMN",  SQL_SMALLINT,   0, SQL_NULLABLE},
 };
 // clang-format on
-static constexpr cass_internal_columns special_result = {std::size(special_columns),
-                                                         special_columns};
+static constexpr cass_internal_columns special_result = {std::size(row_columns), row_columns};
 static constexpr std::int32_t special_sort_keys[] = {1, 2, 0};
+
+static bool the_scope_is_the_type(const cass_conn *conn)
+{
+    return conn->conduct->the_scope_is_the_type;
+}
 
 static int add_row(cass_stmt *stmt, const cass_column_entry *column)
 {
@@ -28,9 +32,10 @@ static int add_row(cass_stmt *stmt, const cass_column_entry *column)
     const catalog_number size = catalog_number_text(cass_catalog_column_size(conn, column));
     const catalog_number bytes = catalog_number_text(cass_catalog_buffer_length(conn, column));
     const catalog_number digits = catalog_number_text(column->digits);
+    const catalog_number scope =
+        catalog_number_text(the_scope_is_the_type(conn) ? column->sql_type : SQL_SCOPE_SESSION);
     const char *const values[] = {
-        // SCOPE carries the type as well, on purpose: it is no scope of the standard.
-        data_type.text,
+        scope.text,
         column->name,
         data_type.text,
         column->type_name,
@@ -39,7 +44,7 @@ static int add_row(cass_stmt *stmt, const cass_column_entry *column)
         column->sql_type == SQL_NUMERIC ? digits.text : nullptr,
         nullptr,
     };
-    static_assert(std::size(values) == std::size(special_columns));
+    static_assert(std::size(values) == std::size(row_columns));
     return cass_insert_internal_row(stmt, values);
 }
 
@@ -57,18 +62,32 @@ static SQLRETURN list_row_identifiers(cass_stmt *stmt, const cass_string *schema
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_special_columns(cass_stmt *stmt, SQLUSMALLINT identifier_type,
-                               const catalog_argument &schema_name,
-                               const catalog_argument &table_name)
+static SQLRETURN special_columns(cass_stmt *stmt, const special_columns_call &call)
 {
     cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
-    if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||
+    if (!cass_string_take_argument(call.schema, &schema) ||
+        !cass_string_take_argument(call.table, &table) ||
         cass_create_internal_rs(stmt, &special_result, special_sort_keys) != 0)
         return SQL_ERROR;
     SQLRETURN code = SQL_SUCCESS;
-    if (identifier_type == SQL_BEST_ROWID)
+    if (call.identifier_type == SQL_BEST_ROWID)
         code = list_row_identifiers(stmt, schema.get(), table.get());
     return catalog_finish(stmt, code, true);
+}
+
+SQLRETURN special_columns_entry(SQLHSTMT handle, const entry_point &entry,
+                                const special_columns_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, identifier_type=%d, catalog_name=%A, "
+                      "schema_name=%A, table_name=%A, scope=%d, nullable=%d",
+                      entry.name, static_cast<void *>(stmt), call.identifier_type, &call.catalog,
+                      &call.schema, &call.table, call.scope, call.nullable);
+        },
+        [&](cass_stmt *stmt) { return special_columns(stmt, call); });
 }

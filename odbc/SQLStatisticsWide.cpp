@@ -13,7 +13,7 @@ static constexpr char log_source[] = "SQLStatisticsWide.c";
 constexpr int OPTIONS_SIZE = 1024;
 
 // clang-format off
-// The misspelt name is what applications have met so far.
+// CARDINATILY is spelt so on purpose.
 static constexpr cass_internal_column index_columns[] = {
     {"TABLE_CAT",        SQL_VARCHAR,   64, SQL_NULLABLE},
     {"TABLE_SCHEM",      SQL_VARCHAR,   64, SQL_NULLABLE},
@@ -132,12 +132,18 @@ static SQLRETURN add_index(cass_stmt *stmt, cass_stmt *inner)
     return add_options(stmt, entry, {options, size}) == 0 ? SQL_SUCCESS : SQL_ERROR;
 }
 
+static bool any_schema_filters_statistics(const cass_conn *conn)
+{
+    return conn->conduct->any_schema_filters_statistics;
+}
+
 static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
 {
     catalog_query query = catalog_select(
         "select keyspace_name, table_name, index_name, kind, options from system_schema.indexes");
     catalog_where(&query, "table_name=", table);
-    // An empty schema is a filter here, and so is "%".
+    if (!any_schema_filters_statistics(stmt_conn(stmt)) && !catalog_is_filter(schema))
+        schema = nullptr;
     held_string current;
     if (schema == nullptr && !catalog_current_keyspace(stmt, &current))
         return SQL_ERROR;
@@ -165,13 +171,13 @@ static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const 
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_statistics(cass_stmt *stmt, const catalog_argument &schema_name,
-                          const catalog_argument &table_name)
+static SQLRETURN statistics(cass_stmt *stmt, const statistics_call &call)
 {
     cass_close_for_catalog(stmt);
     held_string schema;
     held_string table;
-    if (!catalog_text(schema_name, &schema) || !catalog_text(table_name, &table) ||
+    if (!cass_string_take_argument(call.schema, &schema) ||
+        !cass_string_take_argument(call.table, &table) ||
         cass_create_internal_rs(stmt, &index_result, index_sort_keys) != 0)
         return SQL_ERROR;
     if (!catalog_is_filter(table.get())) {
@@ -180,4 +186,18 @@ SQLRETURN cass_statistics(cass_stmt *stmt, const catalog_argument &schema_name,
         return SQL_ERROR;
     }
     return catalog_finish(stmt, list_indexes(stmt, schema.get(), table.get()), true);
+}
+
+SQLRETURN statistics_entry(SQLHSTMT handle, const entry_point &entry, const statistics_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, "
+                      "table_name=%A, unique=%d, reserved=%d",
+                      entry.name, static_cast<void *>(stmt), &call.catalog, &call.schema,
+                      &call.table, call.unique, call.reserved);
+        },
+        [&](cass_stmt *stmt) { return statistics(stmt, call); });
 }

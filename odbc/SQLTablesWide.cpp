@@ -1,6 +1,5 @@
 // The tables and views of the cluster, and the three special listings: of table types, of catalogs
-// and of keyspaces. The catalog argument is what filters by keyspace here, on purpose; in the other
-// catalog functions it is the schema argument.
+// and of keyspaces.
 #include "odbc/SQLTablesWide.h"
 
 #include <initializer_list>
@@ -30,14 +29,14 @@ struct table_arguments {
 // ---- The special listings ----------------------------------------------------------------------
 
 // A null pointer with a length of 0 is none.
-static bool is_empty(const catalog_argument &argument, const cass_string *text)
+static bool is_empty(const text_argument &argument, const cass_string *text)
 {
     if (text == nullptr)
         return argument.length == SQL_NTS;
     return argument.length == 0 || (argument.length == SQL_NTS && cass_string_length(text) == 0);
 }
 
-static bool is_percent(const catalog_argument &argument, const cass_string *text)
+static bool is_percent(const text_argument &argument, const cass_string *text)
 {
     return (argument.length == 1 || argument.length == SQL_NTS) && catalog_text_is(text, "%");
 }
@@ -80,10 +79,9 @@ struct listing {
     const char *quoted_word;
     const char *select;
     const char *name_condition;
-    const char *type;  // TABLE_TYPE of its rows
+    const char *other_word;  // that its rows may be told with
 };
 
-// A view asked for as "VIEW" is told as "VIEWS": applications know both words by now.
 static constexpr listing listings[] = {
     {"TABLE", "'TABLE'", "select keyspace_name, table_name from system_schema.tables",
      "table_name=", "TABLE"},
@@ -91,9 +89,33 @@ static constexpr listing listings[] = {
      "view_name=", "VIEWS"},
 };
 
-// Whether a comma-separated list of types has the listing's word. Items are not trimmed, and an
-// unknown one is passed over.
-static bool is_wanted(const listing &wanted, const cass_string *types)
+static bool views_are_told_as_views(const cass_conn *conn)
+{
+    return conn->conduct->views_are_told_as_views;
+}
+
+// TABLE_TYPE of a listing's rows.
+static const char *told_type(const cass_conn *conn, const listing &told)
+{
+    return views_are_told_as_views(conn) ? told.other_word : told.word;
+}
+
+static bool table_types_are_not_trimmed(const cass_conn *conn)
+{
+    return conn->conduct->table_types_are_not_trimmed;
+}
+
+static cass_string trimmed(cass_string item)
+{
+    for (; item.length > 0 && item.text[0] == ' '; item.text++)
+        item.length--;
+    while (item.length > 0 && item.text[item.length - 1] == ' ')
+        item.length--;
+    return item;
+}
+
+// Whether a comma-separated list of types has the listing's word. An unknown one is passed over.
+static bool is_wanted(const cass_conn *conn, const listing &wanted, const cass_string *types)
 {
     if (!catalog_is_filter(types))
         return true;
@@ -101,13 +123,28 @@ static bool is_wanted(const listing &wanted, const cass_string *types)
     for (std::int32_t start = 0; start < length;) {
         std::int32_t end = length;
         cass_string_find_char(start, types, ',', &end);
-        const cass_string item = {
-            .text = types->text + start, .length = end - start, .borrowed = 1};
+        cass_string item = {
+            .text = types->text + start, .length = end - start, .borrowed = 1, .form = types->form};
+        if (!table_types_are_not_trimmed(conn))
+            item = trimmed(item);
         if (catalog_text_is(&item, wanted.word) || catalog_text_is(&item, wanted.quoted_word))
             return true;
         start = end + 1;
     }
     return false;
+}
+
+static bool the_catalog_argument_is_the_keyspace(const cass_conn *conn)
+{
+    return conn->conduct->the_catalog_argument_is_the_keyspace;
+}
+
+// The keyspace that the arguments name, or null. A catalog's "%" is one: no keyspace has that name.
+static const cass_string *named_keyspace(const cass_conn *conn, const table_arguments &arguments)
+{
+    if (the_catalog_argument_is_the_keyspace(conn))
+        return cass_string_length(arguments.catalog.get()) > 0 ? arguments.catalog.get() : nullptr;
+    return catalog_is_filter(arguments.schema.get()) ? arguments.schema.get() : nullptr;
 }
 
 static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_arguments &arguments)
@@ -118,9 +155,9 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
     held_string current;
     if (!catalog_current_keyspace(stmt, &current))
         return SQL_ERROR;
-    // "%" is a filter here, unlike elsewhere: no keyspace has that name.
-    if (cass_string_length(arguments.catalog.get()) > 0)
-        catalog_where(&query, "keyspace_name=", arguments.catalog.get());
+    const cass_string *named = named_keyspace(stmt_conn(stmt), arguments);
+    if (named != nullptr)
+        catalog_where(&query, "keyspace_name=", named);
     else if (current != nullptr)
         catalog_where(&query, "keyspace_name = ", current.get());
     catalog_allow_filtering(&query);
@@ -134,7 +171,8 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
         char table[CATALOG_NAME_SIZE];
         const char *keyspace_name = catalog_cell(inner.get(), 1, keyspace, sizeof keyspace);
         const char *table_name = catalog_cell(inner.get(), 2, table, sizeof table);
-        if (add_row(stmt, CATALOG_NAME, keyspace_name, table_name, wanted.type) != 0)
+        if (add_row(stmt, CATALOG_NAME, keyspace_name, table_name,
+                    told_type(stmt_conn(stmt), wanted)) != 0)
             return SQL_ERROR;
     }
     return row == 0 ? SQL_SUCCESS : SQL_ERROR;
@@ -143,39 +181,53 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
 static SQLRETURN list_tables(cass_stmt *stmt, const table_arguments &arguments)
 {
     for (const listing &wanted : listings)
-        if (is_wanted(wanted, arguments.type.get()) &&
+        if (is_wanted(stmt_conn(stmt), wanted, arguments.type.get()) &&
             list_one(stmt, wanted, arguments) != SQL_SUCCESS)
             return SQL_ERROR;
     return SQL_SUCCESS;
 }
 
-SQLRETURN cass_tables(cass_stmt *stmt, const catalog_argument &catalog_name,
-                      const catalog_argument &schema_name, const catalog_argument &table_name,
-                      const catalog_argument &table_type)
+static SQLRETURN tables(cass_stmt *stmt, const tables_call &call)
 {
     cass_close_for_catalog(stmt);
     table_arguments texts;
-    if (!catalog_text(catalog_name, &texts.catalog) || !catalog_text(schema_name, &texts.schema) ||
-        !catalog_text(table_name, &texts.table) || !catalog_text(table_type, &texts.type) ||
+    if (!cass_string_take_argument(call.catalog, &texts.catalog) ||
+        !cass_string_take_argument(call.schema, &texts.schema) ||
+        !cass_string_take_argument(call.table, &texts.table) ||
+        !cass_string_take_argument(call.type, &texts.type) ||
         cass_create_internal_rs(stmt, &table_result, table_sort_keys) != 0)
         return SQL_ERROR;
 
-    const bool no_catalog = is_empty(catalog_name, texts.catalog.get());
-    const bool no_schema = is_empty(schema_name, texts.schema.get());
-    const bool no_table = is_empty(table_name, texts.table.get());
+    const bool no_catalog = is_empty(call.catalog, texts.catalog.get());
+    const bool no_schema = is_empty(call.schema, texts.schema.get());
+    const bool no_table = is_empty(call.table, texts.table.get());
     SQLRETURN code;
     bool occupies = true;
-    if (no_catalog && no_schema && no_table && is_percent(table_type, texts.type.get())) {
+    if (no_catalog && no_schema && no_table && is_percent(call.type, texts.type.get())) {
         occupies = false;
         code = list_types(stmt);
-    } else if (is_percent(catalog_name, texts.catalog.get()) && no_schema && no_table) {
+    } else if (is_percent(call.catalog, texts.catalog.get()) && no_schema && no_table) {
         occupies = false;
         code =
             add_row(stmt, CATALOG_NAME, nullptr, nullptr, nullptr) == 0 ? SQL_SUCCESS : SQL_ERROR;
-    } else if (no_catalog && is_percent(schema_name, texts.schema.get()) && no_table) {
+    } else if (no_catalog && is_percent(call.schema, texts.schema.get()) && no_table) {
         code = list_keyspaces(stmt);
     } else {
         code = list_tables(stmt, texts);
     }
     return catalog_finish(stmt, code, occupies);
+}
+
+SQLRETURN tables_entry(SQLHSTMT handle, const entry_point &entry, const tables_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY,
+                      "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, "
+                      "table_name=%A, table_type=%A",
+                      entry.name, static_cast<void *>(stmt), &call.catalog, &call.schema,
+                      &call.table, &call.type);
+        },
+        [&](cass_stmt *stmt) { return tables(stmt, call); });
 }

@@ -1,13 +1,18 @@
-// SQLTables and SQLTablesW behind the form of their arguments.
+// SQLTables in both forms.
 #ifndef ODBC_SQLTABLESWIDE_H
 #define ODBC_SQLTABLESWIDE_H
 
 #include "core/catalog/cass_clist.h"
 #include "odbc/entry_frame.h"
 
+struct tables_call {
+    text_argument catalog;
+    text_argument schema;
+    text_argument table;
+    text_argument type;
+};
+
 // Makes the result current on the statement. Diagnostics go to the statement.
-SQLRETURN cass_tables(cass_stmt *stmt, const catalog_argument &catalog_name,
-                      const catalog_argument &schema_name, const catalog_argument &table_name,
-                      const catalog_argument &table_type);
+SQLRETURN tables_entry(SQLHSTMT handle, const entry_point &entry, const tables_call &call);
 
 #endif

@@ -25,7 +25,7 @@ enum conn_attr_get : std::uint8_t {
     GET_ZERO,
     GET_CATALOG,
     GET_DEAD,
-    GET_NO_TYPE,  // a record beside a success: applications read past it
+    GET_NO_TYPE,  // a record beside a success, on purpose
 };
 
 struct conn_attr {

@@ -1,5 +1,4 @@
-// The shapes of the catalog results that never have rows. The misspelt name of a procedure column's
-// nullability is what applications have met so far.
+// The shapes of the catalog results that never have rows. IS_NULABLE is spelt so on purpose.
 #include "odbc/empty_catalog.h"
 
 #include <iterator>
@@ -86,35 +85,57 @@ static constexpr std::int32_t table_privileges_sort_keys[] = {1, 2, 3, 6, 0};
 static constexpr std::int32_t column_privileges_sort_keys[] = {1, 2, 3, 4, 7, 0};
 
 const empty_set foreign_keys_set = {
+    .entry_format = "%s: statement_handle=%p, pk_catalog_name=%A, pk_schema_name=%A, "
+                    "pk_table_name=%A, fk_catalog_name=%A, fk_schema_name=%A, fk_table_name=%A",
     .result = {std::size(foreign_keys_columns), foreign_keys_columns},
     .sort_keys = foreign_keys_sort_keys,
     .occupies_connection = false,
 };
 const empty_set procedures_set = {
+    .entry_format = "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, proc_name=%A",
     .result = {std::size(procedures_columns), procedures_columns},
     .sort_keys = procedures_sort_keys,
     .occupies_connection = true,
 };
 const empty_set procedure_columns_set = {
+    .entry_format = "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, proc_name=%A, "
+                    "column_name=%A",
     .result = {std::size(procedure_columns_columns), procedure_columns_columns},
     .sort_keys = procedure_columns_sort_keys,
     .occupies_connection = true,
 };
 const empty_set table_privileges_set = {
+    .entry_format = "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, table_name=%A",
     .result = {std::size(table_privileges_columns), table_privileges_columns},
     .sort_keys = table_privileges_sort_keys,
     .occupies_connection = true,
 };
 const empty_set column_privileges_set = {
+    .entry_format = "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, table_name=%A, "
+                    "column_name=%A",
     .result = {std::size(column_privileges_columns), column_privileges_columns},
     .sort_keys = column_privileges_sort_keys,
     .occupies_connection = true,
 };
 
-SQLRETURN cass_empty_catalog(cass_stmt *stmt, const empty_set &set)
+static SQLRETURN empty_catalog(cass_stmt *stmt, const empty_set &set)
 {
     cass_close_for_catalog(stmt);
     if (cass_create_internal_rs(stmt, &set.result, set.sort_keys) != 0)
         return SQL_ERROR;
     return catalog_finish(stmt, SQL_SUCCESS, set.occupies_connection);
+}
+
+SQLRETURN empty_catalog_entry(SQLHSTMT handle, const entry_point &entry, const empty_set &set,
+                              const empty_call &call)
+{
+    return enter_stmt(
+        handle, entry,
+        [&](cass_stmt *stmt) {
+            // The format takes as many texts as the function has.
+            ENTRY_LOG(&stmt->head, entry, LOG_ENTRY, set.entry_format, entry.name,
+                      static_cast<void *>(stmt), &call.texts[0], &call.texts[1], &call.texts[2],
+                      &call.texts[3], &call.texts[4], &call.texts[5]);
+        },
+        [&](cass_stmt *stmt) { return empty_catalog(stmt, set); });
 }

@@ -7,7 +7,8 @@
 // within a page or binding has no place where a cancelled thread could end.
 //
 // An exported function never calls another one: the loader may bind that name to the Driver
-// Manager, whose handles are not ours. Forms of one call share a core function of another name.
+// Manager, whose handles are not ours. The forms of one call share an entry whose name no loader
+// takes for an exported one, `columns_entry`, and only put their arguments into its form.
 #ifndef ODBC_ENTRY_FRAME_H
 #define ODBC_ENTRY_FRAME_H
 
@@ -111,6 +112,24 @@ inline SQLRETURN enter_bare(cass_handle *handle, Body body)
     } catch (...) {
         return entry_caught(handle);
     }
+}
+
+// The same with the records of the call, for a handle of any kind whose tag is not tested.
+// SQL_INVALID_HANDLE for a null handle.
+template <typename Log, typename Body>
+inline SQLRETURN enter_any(SQLHANDLE handle, const entry_point &entry, Log log_entry, Body body)
+{
+    auto *head = static_cast<cass_handle *>(handle);
+    if (head == nullptr)
+        return SQL_INVALID_HANDLE;
+    return enter_bare(head, [&] {
+        if (cass_log_is_on(head)) [[unlikely]]
+            log_entry(head);
+        const auto code = static_cast<SQLRETURN>(body(head));
+        if (cass_log_is_on(head)) [[unlikely]]
+            entry_log_exit(head, entry, code);
+        return code;
+    });
 }
 
 #endif

@@ -40,8 +40,7 @@ static unsigned base_by_prefix(const char **text)
     return 8;
 }
 
-// strtol cut to 32 bits: the value saturates at the bounds of 64 bits and the low half is taken.
-static std::int32_t parse_int(const char *text, bool any_base)
+static ascii_number parse_int64(const char *text, bool any_base, std::int64_t *number)
 {
     while (ascii_is_space(static_cast<unsigned char>(*text)))
         text++;
@@ -52,20 +51,35 @@ static std::int32_t parse_int(const char *text, bool any_base)
     const std::uint64_t limit =
         static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) + (negative ? 1 : 0);
 
+    ascii_number result = ASCII_NO_DIGITS;
     std::uint64_t value = 0;
-    for (unsigned digit = digit_value(*text); digit < base; digit = digit_value(*++text))
-        value = value > (limit - digit) / base ? limit : value * base + digit;
-    return static_cast<std::int32_t>(negative ? 0 - value : value);
+    for (unsigned digit = digit_value(*text); digit < base; digit = digit_value(*++text)) {
+        const bool fits = value <= (limit - digit) / base;  // never again after an overflow
+        value = fits ? value * base + digit : limit;
+        result = fits ? ASCII_NUMBER : ASCII_OVERFLOW;
+    }
+    *number = static_cast<std::int64_t>(negative ? 0 - value : value);
+    return result;
 }
 
+ascii_number ascii_to_int64(const char *text, std::int64_t *value)
+{
+    return parse_int64(text, false, value);
+}
+
+// As strtol cut to 32 bits: the value saturates at the bounds of 64 bits and the low half is taken.
 std::int32_t ascii_to_int(const char *text)
 {
-    return parse_int(text, false);
+    std::int64_t value;
+    parse_int64(text, false, &value);
+    return static_cast<std::int32_t>(value);
 }
 
 std::int32_t ascii_to_int_any_base(const char *text)
 {
-    return parse_int(text, true);
+    std::int64_t value;
+    parse_int64(text, true, &value);
+    return static_cast<std::int32_t>(value);
 }
 
 // The C library hands out its one built-in "C" locale here; nothing is allocated.

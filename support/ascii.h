@@ -33,6 +33,10 @@ inline unsigned char ascii_to_upper(unsigned char byte)
 // Compare without regard to ASCII case; below 0, 0 or above 0.
 int ascii_casecmp(const char *left, const char *right);
 
+enum ascii_number { ASCII_NUMBER, ASCII_NO_DIGITS, ASCII_OVERFLOW };
+// Leading whole number of a text, behind white space and with a sign or without; what follows it
+// does not matter. *value is 0 without digits, and the nearest of 64 bits on overflow.
+ascii_number ascii_to_int64(const char *text, std::int64_t *value);
 // Leading number of a text, 0 without one, cut to 32 bits: base 10, or base 0 (0x and 0 prefixes).
 // Never undefined on overflow.
 std::int32_t ascii_to_int(const char *text);

@@ -184,7 +184,7 @@ int cass_numeric_to_double(const SQL_NUMERIC_STRUCT *numeric, double *out)
         sum = static_cast<double>(value.low);
     } else {
         // Bit by bit from the lowest, rounded at each step: above 53 bits the last place can differ
-        // from that of a single conversion, and it has to stay as it is.
+        // from that of a single conversion. Deliberate.
         for (int bit = 0; bit < POWERS_OF_TWO; bit++) {
             if (bit_is_set(value, bit))
                 sum += cass_pow2_double[static_cast<std::size_t>(bit)];

@@ -13,6 +13,9 @@ int text_from_uint64(char *out, std::uint64_t value);
 int text_from_double(char *out, double value, int significant_digits);
 // "%0*d" for 0 <= value < 10^width, width 1 to 9: exactly width characters.
 void text_padded(char *out, std::uint32_t value, int width);
+// 10^0 to 10^9.
+inline constexpr std::uint32_t powers_of_ten[] = {1,      10,      100,      1000,      10000,
+                                                  100000, 1000000, 10000000, 100000000, 1000000000};
 // Two hexadecimal digits of a byte, lower or upper case by the row of sixteen digits.
 constexpr char HEX_LOWER[] = "0123456789abcdef";
 constexpr char HEX_UPPER[] = "0123456789ABCDEF";

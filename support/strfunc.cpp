@@ -10,13 +10,6 @@
 
 static constexpr std::int64_t MOST_UNITS = std::numeric_limits<std::int32_t>::max();
 
-static SQLWCHAR load_unit(const SQLWCHAR *text)
-{
-    SQLWCHAR unit;
-    std::memcpy(&unit, text, sizeof unit);
-    return unit;
-}
-
 // Units of a counted argument: SQL_NTS measures, any other negative count is 0.
 static std::int64_t resolve_bytes(const char *text, std::int64_t count)
 {
@@ -109,9 +102,27 @@ cass_string *cass_string_from_wide(const SQLWCHAR *text, std::int64_t units)
         return nullptr;
     units = resolve_units(text, units);
     cass_string *string = cass_string_alloc(units);
+    if (string != nullptr)
+        string->form = TEXT_UTF16;
     if (string != nullptr && units > 0)
         cass_wide_copy(string->text, text, units);
     return string;
+}
+
+cass_string *cass_string_from_argument(const text_argument &argument)
+{
+    return argument.wide ? cass_string_from_wide(static_cast<const SQLWCHAR *>(argument.text),
+                                                 argument.length)
+                         : cass_string_from_ansi(static_cast<const SQLCHAR *>(argument.text),
+                                                 argument.length);
+}
+
+bool cass_string_take_argument(const text_argument &argument, held_string *string)
+{
+    if (argument.text == nullptr)
+        return true;
+    string->reset(cass_string_from_argument(argument));
+    return *string != nullptr;
 }
 
 cass_string *cass_string_from_utf8(const void *text, std::int64_t count, int decode)
@@ -131,6 +142,7 @@ cass_string *cass_string_from_utf8(const void *text, std::int64_t count, int dec
     cass_string *string = cass_string_alloc(units);
     if (string == nullptr)
         return nullptr;
+    string->form = TEXT_UTF16;
     std::int64_t at = 0;
     for (std::int64_t i = 0; i < units; i++)
         at += cass_utf8_get(bytes + at, count - at, string->text + i);
@@ -149,6 +161,8 @@ cass_string *cass_string_sub(const cass_string *string, std::int32_t start, std:
     if (count == -1 || count > length - start)
         count = length - start;
     cass_string *part = cass_string_alloc(count);
+    if (part != nullptr && string != nullptr)
+        part->form = string->form;
     if (part != nullptr && count > 0)
         cass_wide_copy(part->text, string->text + start, count);
     return part;
@@ -163,22 +177,24 @@ cass_string *cass_string_append(cass_string *string, const cass_string *tail)
     const std::int64_t units = head_units + tail_units;
     if (tail_units == 0)
         return string;
+    if (head_units == 0)
+        string->form = tail->form;
 
     SQLWCHAR *joined = nullptr;
     if (units <= MOST_UNITS)
         joined = static_cast<SQLWCHAR *>(
             std::malloc(static_cast<std::size_t>(units) * sizeof(SQLWCHAR)));
-    if (joined != nullptr) {
-        if (head_units > 0)
-            cass_wide_copy(joined, string->text, head_units);
-        cass_wide_copy(joined + head_units, tail->text, tail_units);
-    }
+    if (joined == nullptr)
+        return nullptr;
+    if (head_units > 0)
+        cass_wide_copy(joined, string->text, head_units);
+    cass_wide_copy(joined + head_units, tail->text, tail_units);
     if (string->borrowed == 0)
         std::free(string->text);
     string->text = joined;
-    string->length = joined == nullptr ? 0 : static_cast<std::int32_t>(units);
+    string->length = static_cast<std::int32_t>(units);
     string->borrowed = 0;
-    return joined == nullptr ? nullptr : string;
+    return string;
 }
 
 int cass_string_split(const cass_string *string, SQLWCHAR separator, cass_string **left,
@@ -323,6 +339,45 @@ char *cass_string_to_utf8(const cass_string *string)
     return reinterpret_cast<char *>(bytes);
 }
 
+static bool is_pair(const cass_string *string, std::int32_t at)
+{
+    return at + 1 < string->length && (string->text[at] & 0xFC00) == 0xD800 &&
+           (string->text[at + 1] & 0xFC00) == 0xDC00;
+}
+
+char *cass_string_to_bytes(const cass_string *string, std::int32_t *count)
+{
+    *count = 0;
+    if (string == nullptr)
+        return nullptr;
+    if (string->form == TEXT_BYTES) {
+        *count = cass_string_length(string);
+        return cass_string_to_ascii(string);
+    }
+    const std::int32_t length = cass_string_length(string);
+    const std::size_t room = 3 * static_cast<std::size_t>(length) + 1;
+    auto *bytes = room > INT32_MAX ? nullptr : static_cast<unsigned char *>(std::malloc(room));
+    if (bytes == nullptr)
+        return nullptr;
+    unsigned char *end = bytes;
+    for (std::int32_t i = 0; i < length; i++) {
+        if (!is_pair(string, i)) {
+            end += cass_utf8_put(string->text[i], end);
+            continue;
+        }
+        const std::uint32_t high = string->text[i] & 0x3FFu, low = string->text[i + 1] & 0x3FFu;
+        const std::uint32_t point = 0x10000 + (high << 10 | low);
+        *end++ = static_cast<unsigned char>(0xF0 | point >> 18);
+        *end++ = static_cast<unsigned char>(0x80 | (point >> 12 & 0x3F));
+        *end++ = static_cast<unsigned char>(0x80 | (point >> 6 & 0x3F));
+        *end++ = static_cast<unsigned char>(0x80 | (point & 0x3F));
+        i++;
+    }
+    *end = 0;
+    *count = static_cast<std::int32_t>(end - bytes);
+    return reinterpret_cast<char *>(bytes);
+}
+
 int cass_utf8_put(SQLWCHAR unit, unsigned char *out)
 {
     if (unit < 0x80) {
@@ -412,7 +467,7 @@ std::int64_t cass_wide_length_limited(const SQLWCHAR *text, std::int64_t limit_u
     const std::int64_t by_bytes = limit_bytes / static_cast<std::int64_t>(sizeof(SQLWCHAR));
     const std::int64_t limit = by_bytes < limit_units ? by_bytes : limit_units;
     std::int64_t units = 0;
-    while (units < limit && load_unit(text + units) != 0)
+    while (units < limit && cass_wide_unit(text, units) != 0)
         units++;
     return units;
 }

@@ -10,15 +10,41 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #include "support/held.h"
+
+// What the units of a text are.
+enum cass_text_form : std::int32_t {
+    TEXT_BYTES =
+        0,  // a byte each, of an encoding that nobody has looked at: ANSI calls, the server
+    TEXT_UTF16 = 1,  // UTF-16: wide calls
+};
 
 // A null cass_string pointer means "not set"; a record of length 0 is an empty text.
 struct cass_string {
     SQLWCHAR *text;         // not terminated; may be null when length is 0
     std::int32_t length;    // code units; a surrogate pair counts as two
     std::int32_t borrowed;  // 1: text belongs to somebody else
+    cass_text_form form;  // parts keep it; a joined text has its first part's unless that is empty
 };
+
+// A text argument as an application gave it, in one of its two forms.
+struct text_argument {
+    const void *text;   // SQLCHAR or SQLWCHAR; null: not given
+    SQLINTEGER length;  // bytes or code units, or SQL_NTS
+    bool wide;
+};
+
+inline text_argument ansi_argument(const SQLCHAR *text, SQLINTEGER length)
+{
+    return {.text = text, .length = length, .wide = false};
+}
+
+inline text_argument wide_argument(const SQLWCHAR *text, SQLINTEGER length)
+{
+    return {.text = text, .length = length, .wide = true};
+}
 
 // ---- Construction. The caller owns the result and releases it with cass_string_free. -----------
 // Counts are in units of the source (bytes, or code units for wide text); SQL_NTS measures to the
@@ -30,12 +56,14 @@ cass_string *cass_string_alloc(std::int64_t units);
 cass_string *cass_string_adopt(SQLWCHAR *buffer, std::int32_t units);
 // Borrows the caller's buffer. A null buffer gives null.
 cass_string *cass_string_wrap(SQLWCHAR *text, std::int64_t units);
-// One unit for each byte, zero-extended (ISO 8859-1). A null pointer gives an empty record.
+// TEXT_BYTES: one unit for each byte, zero-extended. A null pointer gives an empty record.
 cass_string *cass_string_from_cstr(const char *text);
 cass_string *cass_string_from_bytes(const void *bytes, std::int64_t count);
-// An ODBC argument, ANSI (a byte to a unit) or wide. A null pointer gives null: not set.
+// An ODBC argument, ANSI (TEXT_BYTES) or wide (TEXT_UTF16). A null pointer gives null: not set.
 cass_string *cass_string_from_ansi(const SQLCHAR *text, std::int64_t count);
 cass_string *cass_string_from_wide(const SQLWCHAR *text, std::int64_t units);
+// The same of an argument in either form.
+cass_string *cass_string_from_argument(const text_argument &argument);
 // decode not 0: UTF-8, count in bytes, one unit for each sequence (cass_utf8_get); 0: wide text,
 // count in units. A null pointer gives null.
 cass_string *cass_string_from_utf8(const void *text, std::int64_t count, int decode);
@@ -44,7 +72,7 @@ cass_string *cass_string_copy(const cass_string *string);
 // Units from `start` (clamped to the length) on; a count of -1 or past the end takes the rest.
 cass_string *cass_string_sub(const cass_string *string, std::int32_t start, std::int32_t count);
 // Grows the first string by the second and gives it back. On failure null, and the first string is
-// left with a null text and length 0.
+// as it was.
 cass_string *cass_string_append(cass_string *string, const cass_string *tail);
 // What stands before and behind the first separator outside braces; without one left is the whole
 // and right is empty. 1, or 0 when the string could not be searched or memory ran out.
@@ -59,6 +87,14 @@ cass_string *cass_string_format(const char *format, ...);
 // Releases the record and, unless borrowed, its buffer. Null is accepted.
 void cass_string_free(cass_string *string);
 using held_string = held<cass_string, &cass_string_free>;
+// Releases a text whose owner stays, and forgets it.
+inline void free_string(cass_string **slot)
+{
+    cass_string_free(*slot);
+    *slot = nullptr;
+}
+// The string of an argument, left as it is if that was not given. False when memory ran out.
+bool cass_string_take_argument(const text_argument &argument, held_string *string);
 // Length in code units and in bytes; 0 for null.
 std::int32_t cass_string_length(const cass_string *string);
 std::int64_t cass_string_octets(const cass_string *string);
@@ -77,6 +113,10 @@ char *cass_string_to_ascii(const cass_string *string);
 // UTF-8, at most 3 bytes a unit (a surrogate becomes its own three bytes), terminated. Null gives
 // null.
 char *cass_string_to_utf8(const cass_string *string);
+// The bytes that the text means, *count of them: those of TEXT_BYTES as they stand, TEXT_UTF16 as
+// UTF-8 with surrogate pairs joined (a lone one becomes its own three bytes). Null gives null, as
+// does exhaustion.
+char *cass_string_to_bytes(const cass_string *string, std::int32_t *count);
 
 // Bytes written for one unit, 1 to 3.
 int cass_utf8_put(SQLWCHAR unit, unsigned char *out);
@@ -85,6 +125,14 @@ int cass_utf8_put(SQLWCHAR unit, unsigned char *out);
 // byte gives 0: malformed text decodes by these masks on purpose.
 int cass_utf8_get(const unsigned char *bytes, std::int64_t available, SQLWCHAR *unit);
 
+// The unit at an index of a text that need not be aligned.
+inline SQLWCHAR cass_wide_unit(const void *text, std::int64_t index)
+{
+    SQLWCHAR unit;
+    std::memcpy(&unit, static_cast<const unsigned char *>(text) + index * std::int64_t{sizeof unit},
+                sizeof unit);
+    return unit;
+}
 // Copies `units` code units, no terminator.
 void cass_wide_copy(SQLWCHAR *target, const SQLWCHAR *source, std::int64_t units);
 // Copy to a buffer of `size` bytes with truncation. `length`, if given, receives the full length in

@@ -92,8 +92,7 @@ static void put_literal(text_builder *builder, const SQLWCHAR *text, int length)
     const std::int64_t units = length == SQL_NTS ? cass_wide_length(text) : length;
     put_unit(builder, '\'');
     for (std::int64_t i = 0; i < units; i++) {
-        SQLWCHAR unit;
-        cass_wide_copy(&unit, text + i, 1);
+        const SQLWCHAR unit = cass_wide_unit(text, i);
         if (unit == '\'')
             put_unit(builder, unit);
         put_unit(builder, unit);

@@ -17,15 +17,6 @@ constexpr std::int32_t OP_CATALOG = 54;
 
 // ---- Arguments ---------------------------------------------------------------------------------
 
-bool catalog_text(const catalog_argument &argument, held_string *text)
-{
-    if (argument.ansi == nullptr && argument.wide == nullptr)
-        return true;
-    text->reset(argument.ansi != nullptr ? cass_string_from_ansi(argument.ansi, argument.length)
-                                         : cass_string_from_wide(argument.wide, argument.length));
-    return *text != nullptr;
-}
-
 bool catalog_text_is(const cass_string *text, const char *word)
 {
     return text != nullptr && cass_string_compare_cstr(text, word) == 0;
@@ -85,6 +76,17 @@ static void copy_records(cass_stmt *stmt, cass_stmt *inner)
         cass_diag_copy(&stmt->head, cass_diag_get(&inner->head, number));
 }
 
+static bool a_warning_fails_the_catalog(const cass_conn *conn)
+{
+    return conn->conduct->a_warning_fails_the_catalog;
+}
+
+static bool has_rows(const cass_conn *conn, SQLRETURN outcome)
+{
+    return outcome == SQL_SUCCESS ||
+           (outcome == SQL_SUCCESS_WITH_INFO && !a_warning_fails_the_catalog(conn));
+}
+
 held_inner catalog_run(cass_stmt *stmt, catalog_query query, SQLRETURN *code)
 {
     held_inner inner(cass_alloc_throwaway_stmt(stmt_conn(stmt)));
@@ -93,7 +95,7 @@ held_inner catalog_run(cass_stmt *stmt, catalog_query query, SQLRETURN *code)
         outcome = cass_exec_direct(inner.get(), query.text.release(), OP_CATALOG);
     if (code != nullptr)
         *code = outcome;
-    if (outcome != SQL_SUCCESS && inner != nullptr) {
+    if (!has_rows(stmt_conn(stmt), outcome) && inner != nullptr) {
         copy_records(stmt, inner.get());
         inner.reset();
     }
@@ -106,7 +108,7 @@ int catalog_next_row(cass_stmt *stmt, cass_stmt *inner)
     const SQLRETURN code = cass_fetch(inner, SQL_FETCH_NEXT, 0);
     // A page that did not come leaves an emptied row that counts as fetched; that row is none of
     // the catalog's. The records do not tell: they may have found no memory.
-    if (code == SQL_ERROR || inner->page_failed) {
+    if (code == SQL_ERROR || inner->page.page_failed) {
         copy_records(stmt, inner);
         return -1;
     }
@@ -129,9 +131,14 @@ catalog_number catalog_number_text(std::int32_t value)
     return number;
 }
 
+static bool catalog_results_occupy_the_connection(const cass_conn *conn)
+{
+    return conn->conduct->catalog_results_occupy_the_connection;
+}
+
 SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies)
 {
-    if (code == SQL_SUCCESS && occupies)
+    if (code == SQL_SUCCESS && occupies && catalog_results_occupy_the_connection(stmt_conn(stmt)))
         cass_set_busy(stmt_conn(stmt), {.busy = 1, .stmt = nullptr});
     if (code != SQL_SUCCESS && stmt->internal_rs != nullptr)
         stmt->internal_rs->exhausted = 1;

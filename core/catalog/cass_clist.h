@@ -15,25 +15,6 @@ constexpr int CATALOG_NAME_SIZE = 65;
 
 // ---- Arguments ---------------------------------------------------------------------------------
 
-// An argument as the application gave it, in one of the two forms; both null: not given.
-struct catalog_argument {
-    const SQLCHAR *ansi;
-    const SQLWCHAR *wide;
-    SQLSMALLINT length;  // units, or SQL_NTS
-};
-
-inline catalog_argument ansi_argument(const SQLCHAR *text, SQLSMALLINT length)
-{
-    return {.ansi = text, .wide = nullptr, .length = length};
-}
-
-inline catalog_argument wide_argument(const SQLWCHAR *text, SQLSMALLINT length)
-{
-    return {.ansi = nullptr, .wide = text, .length = length};
-}
-
-// The text, or null if it was not given. False when memory ran out; nothing is posted.
-bool catalog_text(const catalog_argument &argument, held_string *text);
 // Whether the text is `word`, without regard to case.
 bool catalog_text_is(const cass_string *text, const char *word);
 // Given, not empty and not "%".
@@ -77,10 +58,20 @@ SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies);
 
 // ---- Tables and their columns ------------------------------------------------------------------
 
+// The part of a column in its table, as system_schema tells it.
+enum cass_column_kind : std::int32_t {
+    COLUMN_REGULAR,  // and whatever else the server may tell
+    COLUMN_PARTITION_KEY,
+    COLUMN_CLUSTERING,
+    COLUMN_STATIC,
+};
+
 struct cass_column_entry {
     char *name;
-    char *type_name;       // as the server spells it
-    std::int32_t ordinal;  // position in the final list, from 0
+    char *type_name;  // as the server spells it
+    cass_column_kind kind;
+    std::int32_t position;  // in the partition key or among the clustering columns, from 0; else -1
+    std::int32_t ordinal;   // position in the final list, from 0
     std::int32_t is_key;
     std::int32_t key_seq;  // place in a table-level key list, from 0
     std::int32_t sql_type;
@@ -93,6 +84,8 @@ struct cass_table_entry {
     char *keyspace;
     char *table;
     char *create_sql;
+    std::int32_t view;  // 1: a materialized view; 0 until the list also reads system_schema.views
+    char *comment;      // null until the list also asks for the tables' comments
     cass_column_entry *columns;
     cass_table_entry *next;
 };
@@ -105,15 +98,10 @@ using held_tables = held<cass_table_entry, &cass_free_tables>;
 // memory ran out.
 int cass_list_tables(cass_stmt *stmt, const cass_string *schema, const cass_string *table,
                      held_tables *tables);
-// Reads each table's columns, key columns first. 0, or -1 with records on the statement; -1 without
-// for a table without a name and when memory ran out. May throw std::bad_alloc.
-int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables);
 // Reads the entry's create_sql back into its columns. What it does not recognise it skips. 0, or -1
 // when memory ran out; may throw std::bad_alloc.
 int cass_parse_create_sql(const cass_conn *conn, cass_table_entry *entry);
 
-// Sets sql_type, size and digits from type_name. False when memory ran out.
-bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column);
 // COLUMN_SIZE and BUFFER_LENGTH (bytes) of a column.
 std::int32_t cass_catalog_column_size(const cass_conn *conn, const cass_column_entry *column);
 std::int32_t cass_catalog_buffer_length(const cass_conn *conn, const cass_column_entry *column);

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <new>
 #include <string>
+#include <unordered_map>
 
 #include "core/catalog/cass_clist.h"
 #include "core/describe/cass_field.h"
@@ -39,6 +40,7 @@ void cass_free_tables(cass_table_entry *tables)
         std::free(tables->keyspace);
         std::free(tables->table);
         std::free(tables->create_sql);
+        std::free(tables->comment);
         std::free(tables);
         tables = next;
     }
@@ -105,7 +107,8 @@ std::int32_t cass_catalog_buffer_length(const cass_conn *conn, const cass_column
     return sized(conn, column, &type_size_row::buffer_length);
 }
 
-bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column)
+// Sets sql_type, size and digits from type_name. False when memory ran out.
+static bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column)
 {
     const held_string name(cass_string_from_cstr(column->type_name));
     if (name == nullptr)
@@ -222,6 +225,7 @@ static void add_column(table_parse *parse)
     column->name = strdup(parse->word.c_str());
     column->type_name = strdup(parse->type_name.c_str());
     column->is_key = parse->is_key;
+    column->position = -1;
     parse->no_memory = column->name == nullptr || column->type_name == nullptr ||
                        !cass_catalog_type(parse->conn, column);
     if (parse->no_memory)
@@ -345,9 +349,46 @@ static catalog_query columns_query(const cass_table_entry *entry)
     return query;
 }
 
-// The rows of an inner statement as text. False when a page failed.
+// What the rows tell of columns beside the text, by name.
+struct column_place {
+    cass_column_kind kind;
+    std::int32_t position;
+};
+using column_places = std::unordered_map<std::string, column_place>;
+
+static cass_column_kind column_kind(const char *kind)
+{
+    if (std::strcmp(kind, "partition_key") == 0)
+        return COLUMN_PARTITION_KEY;
+    if (std::strcmp(kind, "clustering") == 0)
+        return COLUMN_CLUSTERING;
+    return std::strcmp(kind, "static") == 0 ? COLUMN_STATIC : COLUMN_REGULAR;
+}
+
+// The position of a row's column, straight from its cell; -1 if it is no number.
+static std::int32_t column_position(const cass_stmt *inner)
+{
+    constexpr std::int32_t column = 5;
+    if (cass_stmt_column_count(inner->ird) < column)
+        return -1;
+    const cass_data_storage &cell = inner->ird->fields[column - 1].data_storage;
+    return cell.data_type == SQL_INTEGER && !cell.isnull ? cell.value.integer : -1;
+}
+
+static void place_columns(cass_table_entry *entry, const column_places &places)
+{
+    for (cass_column_entry *column = entry->columns; column != nullptr; column = column->next) {
+        const auto place = places.find(column->name);
+        if (place == places.end())
+            continue;
+        column->kind = place->second.kind;
+        column->position = place->second.position;
+    }
+}
+
+// The rows of an inner statement as text, and what else they tell. False when a page failed.
 static bool write_create_sql(cass_stmt *stmt, cass_stmt *inner, const cass_table_entry *entry,
-                             std::string *sql)
+                             std::string *sql, column_places *places)
 {
     *sql = "create table ";
     if (entry->keyspace != nullptr)
@@ -364,9 +405,11 @@ static bool write_create_sql(cass_stmt *stmt, cass_stmt *inner, const cass_table
         if (!first)
             *sql += ",\n";
         *sql += std::string("\"") + name + "\" " + type;
+        const column_place place = {column_kind(kind), column_position(inner)};
         // Clustering columns get no mark: only the partition key counts as the key.
-        if (std::strcmp(kind, "partition_key") == 0)
+        if (place.kind == COLUMN_PARTITION_KEY)
             *sql += " PRIMARY KEY";
+        (*places)[name] = place;
     }
     *sql += " )";
     return row == 0;
@@ -388,15 +431,22 @@ static int extract_table(cass_stmt *stmt, cass_table_entry *entry)
     if (inner == nullptr)
         return code == SQL_ERROR ? -1 : 0;  // a table that comes with a warning has no columns
     std::string sql;
-    if (!write_create_sql(stmt, inner.get(), entry, &sql))
+    column_places places;
+    if (!write_create_sql(stmt, inner.get(), entry, &sql, &places))
         return -1;
     entry->create_sql = strdup(sql.c_str());
     if (entry->create_sql == nullptr)
         return -1;
-    return cass_parse_create_sql(stmt_conn(stmt), entry);
+    if (cass_parse_create_sql(stmt_conn(stmt), entry) != 0)
+        return -1;
+    place_columns(entry, places);
+    return 0;
 }
 
-int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables)
+// Reads each table's columns, key columns first, with their kinds and positions. 0, or -1 with
+// records on the statement; -1 without for a table without a name and when memory ran out. May
+// throw std::bad_alloc.
+static int extract_create_sql(cass_stmt *stmt, cass_table_entry *tables)
 {
     for (cass_table_entry *entry = tables; entry != nullptr; entry = entry->next)
         if (extract_table(stmt, entry) != 0)

@@ -243,41 +243,10 @@ static inline bool lost_numeric(const cass_data_storage &cell)
     return cell.data_type == SQL_NUMERIC && cell.value.numeric.precision == NUMERIC_TOO_LARGE;
 }
 
-static inline SQLRETURN convert_value(const cell_request &request)
-{
-    return lost_numeric(request.field->data_storage) ? cell_out_of_range(request, nullptr, 0)
-                                                     : request.member->convert(request);
-}
-
-[[gnu::cold, gnu::noinline]] static SQLRETURN convert_logged(const cell_request &request)
-{
-    const cass_data_storage &cell = request.field->data_storage;
-    const cell_member *member = request.member;
-    CASS_LOG(&request.stmt->head, LOG_DETAIL, "getting %s from %d", member->word,
-             static_cast<int>(cell.data_type));
-    if (cell.isnull != 0)
-        return cell_is_null(request);
-    const SQLRETURN code = convert_value(request);
-    CASS_LOG(&request.stmt->head, LOG_DETAIL, "finished getting %s return=%r",
-             member->finished_word, static_cast<int>(code));
-    return code;
-}
-
-// `logged` is a constant of each road, so that the log's test is made once for a row or a call.
-[[gnu::always_inline]] static inline SQLRETURN convert(const cell_request &request, bool logged)
-{
-    if (logged)
-        return convert_logged(request);
-    if (request.field->data_storage.isnull != 0)
-        return cell_is_null(request);
-    return convert_value(request);
-}
-
 // Settles whether a column is delivered. Text and binary stay open while pieces remain. Every other
 // column closes at its first read, whatever came of it: a probe for the length of an integer uses
 // it up. Deliberately so, applications expect SQL_NO_DATA then.
-[[gnu::always_inline]] static inline SQLRETURN settle(cass_data_storage *cell, SQLLEN buffer_length,
-                                                      SQLRETURN code)
+static inline SQLRETURN settle(cass_data_storage *cell, SQLLEN buffer_length, SQLRETURN code)
 {
     if (code != SQL_SUCCESS_WITH_INFO) {
         cell->finished = 1;
@@ -288,17 +257,27 @@ static inline SQLRETURN convert_value(const cell_request &request)
     return buffer_length == 0 ? SQL_SUCCESS : code;  // a probe for the length ends quietly
 }
 
-// Converts and settles.
-[[gnu::always_inline]] static inline SQLRETURN deliver(cell_request *request,
-                                                       std::int32_t target_type, bool logged)
+// The cell by the member for its target type, between the log records of a conversion.
+[[gnu::always_inline]] static inline SQLRETURN convert_and_settle(cell_request *request,
+                                                                  std::int32_t target_type)
 {
-    cass_data_storage &cell = request->field->data_storage;
+    cass_data_storage *cell = &request->field->data_storage;
     request->member = member_for(target_type);
     if (request->member == nullptr) [[unlikely]] {
-        cell.finished = 1;
+        cell->finished = 1;
         return no_such_target(*request, target_type);
     }
-    return settle(&cell, request->buffer_length, convert(*request, logged));
+    if (request->logged) [[unlikely]]
+        CASS_LOG(&request->stmt->head, LOG_DETAIL, "getting %s from %d", request->member->word,
+                 static_cast<int>(cell->data_type));
+    if (cell->isnull != 0)
+        return settle(cell, request->buffer_length, cell_is_null(*request));
+    const SQLRETURN code = lost_numeric(*cell) ? cell_out_of_range(*request, nullptr, 0)
+                                               : request->member->convert(*request);
+    if (request->logged) [[unlikely]]
+        CASS_LOG(&request->stmt->head, LOG_DETAIL, "finished getting %s return=%r",
+                 request->member->finished_word, static_cast<int>(code));
+    return settle(cell, request->buffer_length, code);
 }
 
 // Record of a column, 0 being the bookmark record; null for one that the IRD does not have.
@@ -314,8 +293,8 @@ static inline cass_field *record_of(cass_stmt *stmt, std::int32_t column, cass_f
 // SQL_ARD_TYPE: the type of the column's ARD record. Reads the column in front of the one named,
 // for column 1 the bookmark record; deliberate, and kept for the applications that count on it. The
 // column named is settled too, by what came of the other.
-[[gnu::noinline]] static SQLRETURN deliver_by_ard(cell_request *request, cass_field *fields,
-                                                  const cass_field *afields)
+[[gnu::noinline]] static SQLRETURN get_by_ard(cell_request *request, cass_field *fields,
+                                              const cass_field *afields)
 {
     if (request->column == 0)
         return no_such_target(*request, SQL_ARD_TYPE);
@@ -328,36 +307,44 @@ static inline cass_field *record_of(cass_stmt *stmt, std::int32_t column, cass_f
     request->field = record_of(request->stmt, request->column, fields);
     SQLRETURN code = SQL_NO_DATA;
     if (request->column == 0 || request->field->data_storage.finished == 0)
-        code = deliver(request, target_type, cass_log_is_on(&request->stmt->head));
+        code = convert_and_settle(request, target_type);
     return settle(named, request->buffer_length, code);
 }
 
-[[gnu::always_inline]] static inline SQLRETURN get_cell(cell_request *request,
-                                                        std::int32_t target_type,
-                                                        cass_field *fields, cass_field *afields,
-                                                        bool logged)
+SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
+                   const cass_field *afields)
 {
     if (request->field->data_storage.finished != 0 && request->column != 0)
         return SQL_NO_DATA;
     if (target_type == SQL_ARD_TYPE) [[unlikely]]
-        return deliver_by_ard(request, fields, afields);
+        return get_by_ard(request, fields, afields);
     if (target_type == SQL_C_DEFAULT) [[unlikely]]
         target_type = default_target(request->stmt, request->field->consise_type);
-    return deliver(request, target_type, logged);
+    return convert_and_settle(request, target_type);
 }
 
-SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
-                   cass_field *afields)
+void cell_log_request(const cell_request &request, std::int32_t target_type,
+                      const cass_field *fields, const cass_field *afields)
 {
-    return get_cell(request, target_type, fields, afields, false);
+    cass_handle *head = &request.stmt->head;
+    const auto address = [](const void *pointer) { return const_cast<void *>(pointer); };
+    CASS_LOG(head, LOG_DETAIL,
+             "cass_get_data stmt=%p, column_number=%d, target_type=%d, target_value=%p. "
+             "buffer_length=%d, strlen_or_ind=%p, oct_ptr=%p, fields=%p, afields=%p",
+             address(request.stmt), static_cast<int>(request.column), static_cast<int>(target_type),
+             request.target, static_cast<int>(request.buffer_length), request.indicator,
+             request.octets, address(fields), address(afields));
+    if (request.column != 0)
+        CASS_LOG(head, LOG_DETAIL, "cass_get_data column_number %d of %d",
+                 static_cast<int>(request.column),
+                 static_cast<int>(cass_stmt_column_count(request.stmt->ird)));
 }
 
-// What the application asks for, as a request. Null field: there is no such column.
-static inline cell_request request_for(cass_stmt *stmt, SQLUSMALLINT column_number,
-                                       void *target_value, SQLLEN buffer_length,
-                                       void *strlen_or_ind, void *oct_ptr, cass_field *fields)
+SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_t target_type,
+                        void *target_value, SQLLEN buffer_length, void *strlen_or_ind,
+                        void *oct_ptr, cass_field *fields, cass_field *afields)
 {
-    return {
+    cell_request request = {
         .stmt = stmt,
         .field = record_of(stmt, column_number, fields),
         .member = nullptr,
@@ -366,50 +353,15 @@ static inline cell_request request_for(cass_stmt *stmt, SQLUSMALLINT column_numb
         .indicator = strlen_or_ind,
         .octets = oct_ptr == strlen_or_ind ? nullptr : oct_ptr,
         .column = column_number,
+        .logged = cass_log_is_on(&stmt->head),
     };
-}
-
-static SQLRETURN no_such_column(cass_stmt *stmt, SQLUSMALLINT column_number)
-{
-    CASS_LOG(&stmt->head, LOG_ERROR, "cass_get_data: no column %d",
-             static_cast<int>(column_number));
-    cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
-    return SQL_ERROR;
-}
-
-[[gnu::cold, gnu::noinline]] static SQLRETURN
-get_data_logged(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_t target_type,
-                void *target_value, SQLLEN buffer_length, void *strlen_or_ind, void *oct_ptr,
-                cass_field *fields, cass_field *afields)
-{
-    cell_request request = request_for(stmt, column_number, target_value, buffer_length,
-                                       strlen_or_ind, oct_ptr, fields);
-    const auto address = [](const void *pointer) { return const_cast<void *>(pointer); };
-    CASS_LOG(&stmt->head, LOG_DETAIL,
-             "cass_get_data stmt=%p, column_number=%d, target_type=%d, target_value=%p. "
-             "buffer_length=%d, strlen_or_ind=%p, oct_ptr=%p, fields=%p, afields=%p",
-             address(stmt), static_cast<int>(column_number), static_cast<int>(target_type),
-             target_value, static_cast<int>(buffer_length), strlen_or_ind, oct_ptr, address(fields),
-             address(afields));
-    if (column_number != 0)
-        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_get_data column_number %d of %d",
-                 static_cast<int>(column_number),
-                 static_cast<int>(cass_stmt_column_count(stmt->ird)));
-    if (request.field == nullptr)
-        return no_such_column(stmt, column_number);
-    return get_cell(&request, target_type, fields, afields, true);
-}
-
-SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_t target_type,
-                        void *target_value, SQLLEN buffer_length, void *strlen_or_ind,
-                        void *oct_ptr, cass_field *fields, cass_field *afields)
-{
-    if (cass_log_is_on(&stmt->head)) [[unlikely]]
-        return get_data_logged(stmt, column_number, target_type, target_value, buffer_length,
-                               strlen_or_ind, oct_ptr, fields, afields);
-    cell_request request = request_for(stmt, column_number, target_value, buffer_length,
-                                       strlen_or_ind, oct_ptr, fields);
-    if (request.field == nullptr) [[unlikely]]
-        return no_such_column(stmt, column_number);
-    return get_cell(&request, target_type, fields, afields, false);
+    if (request.logged) [[unlikely]]
+        cell_log_request(request, target_type, fields, afields);
+    if (request.field == nullptr) [[unlikely]] {
+        CASS_LOG(&stmt->head, LOG_ERROR, "cass_get_data: no column %d",
+                 static_cast<int>(column_number));
+        cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
+        return SQL_ERROR;
+    }
+    return cell_get(&request, target_type, fields, afields);
 }

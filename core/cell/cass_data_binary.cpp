@@ -2,24 +2,24 @@
 #include "core/cell/cass_data_internal.h"
 #include "support/numeric.h"
 
-// Text and binary cells, piece by piece. An exact fit counts as cut, on purpose: the read after it
-// gives 0 bytes with SQL_SUCCESS, which is what tells a reader of pieces that it has them all.
-static SQLRETURN binary_from_bytes(const cell_request &request)
-{
-    cass_data_storage &cell = request.field->data_storage;
-    const std::int32_t left = cell.alloc_length - cell.offset;
-    cell_store_length(request, left);
-    if (cell_without_buffer(request))
-        return cell_probed(request, left);
-
-    const bool whole = left < request.buffer_length;
-    const std::int32_t taken = whole ? left : static_cast<std::int32_t>(request.buffer_length);
-    if (taken > 0)
-        std::memcpy(request.target, cell.value.bytes + cell.offset,
-                    static_cast<std::size_t>(taken));
-    cell.offset += taken;
-    return whole ? SQL_SUCCESS : cell_truncated(request);
-}
+// Text and binary cells. An exact fit counts as cut, on purpose: the read after it gives 0 bytes
+// with SQL_SUCCESS, which is what tells a reader of pieces that it has them all.
+static constexpr cell_rule bytes_rule = {
+    .write = cell_copy_bytes,
+    .margin = 1,
+    .kept = 0,
+    .terminated = false,
+};
+// The other cells, as they are stored. A probe for the length leaves a record of 01004 behind it,
+// as ever; where the image fits exactly it is whole.
+static constexpr cell_rule image_rule = {
+    .write = cell_copy_bytes,
+    .margin = 0,
+    .kept = 0,
+    .terminated = false,
+    .piecewise = false,
+    .probe_warns = true,
+};
 
 // Bytes of a fixed-width value as it is stored, or 0 for a storage type that no decoder makes.
 static SQLLEN stored_size(std::int32_t data_type)
@@ -48,20 +48,13 @@ SQLRETURN get_binary(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
     if (cell.data_type == SQL_CHAR || cell.data_type == SQL_BINARY)
-        return binary_from_bytes(request);
+        return cell_deliver(request, cell_rest(request, 1), bytes_rule);
 
     const SQLLEN size = stored_size(cell.data_type);
     if (size == 0)
         return cell_not_convertible(request);
-    cell_store_length(request, size);
-    if (request.buffer_length == 0)
-        return cell_truncated(request);
-    if (cell_without_buffer(request))
-        return SQL_SUCCESS;
-    const bool whole = size <= request.buffer_length;
-    std::memcpy(request.target, &cell.value,
-                static_cast<std::size_t>(whole ? size : request.buffer_length));
-    return whole ? SQL_SUCCESS : cell_truncated(request);
+    const auto *image = reinterpret_cast<const unsigned char *>(&cell.value);
+    return cell_deliver(request, {image, size, size}, image_rule);
 }
 
 SQLRETURN get_guid(const cell_request &request)

@@ -1,11 +1,8 @@
 // Cells as ANSI text, and the text forms of numbers, dates and uuids that the wide target shares.
 // Text cells stay UTF-8. Text and binary cells can be read piece by piece; every other cell is
 // formatted whole, and what does not fit is lost.
-#include <cstdio>
-
 #include "core/cell/cass_data_internal.h"
 #include "support/numeric.h"
-#include "support/numtext.h"
 
 // ---- Formatting --------------------------------------------------------------------------------
 
@@ -56,78 +53,6 @@ static int format_numeric(char *out, const SQL_NUMERIC_STRUCT &numeric)
     return length;
 }
 
-static inline void put_two_digits(char *out, unsigned value)
-{
-    out[0] = static_cast<char>('0' + value / 10);
-    out[1] = static_cast<char>('0' + value % 10);
-}
-
-static int format_date(char *out, int year, unsigned month, unsigned day)
-{
-    if (year < 0 || year > 9999 || month > 99 || day > 99) [[unlikely]] {
-        return std::snprintf(out, CELL_TEXT_ROOM, "%04d-%02u-%02u", year, month, day);
-    }
-    put_two_digits(out, static_cast<unsigned>(year) / 100);
-    put_two_digits(out + 2, static_cast<unsigned>(year) % 100);
-    out[4] = '-';
-    put_two_digits(out + 5, month);
-    out[7] = '-';
-    put_two_digits(out + 8, day);
-    return 10;
-}
-
-// 10^9 is the largest power asked for.
-static constexpr std::uint32_t powers_of_ten[] = {
-    1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000,
-};
-
-int cell_format_timestamp(char *out, const SQL_TIMESTAMP_STRUCT &timestamp, std::uint32_t fraction,
-                          int digits)
-{
-    int length = format_date(out, timestamp.year, timestamp.month, timestamp.day);
-    out[length++] = ' ';
-
-    const unsigned hour = timestamp.hour, minute = timestamp.minute, second = timestamp.second;
-    if (hour > 99 || minute > 99 || second > 99) [[unlikely]] {
-        length += std::snprintf(out + length, static_cast<std::size_t>(CELL_TEXT_ROOM - length),
-                                "%02u:%02u:%02u", hour, minute, second);
-    } else {
-        put_two_digits(out + length, hour);
-        out[length + 2] = ':';
-        put_two_digits(out + length + 3, minute);
-        out[length + 5] = ':';
-        put_two_digits(out + length + 6, second);
-        length += 8;
-    }
-
-    if (digits == 0)
-        return length;
-    out[length++] = '.';
-    if (fraction >= powers_of_ten[digits]) [[unlikely]]
-        return length + text_from_uint64(out + length, fraction);
-    text_padded(out + length, fraction, digits);
-    return length + digits;
-}
-
-// XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX.
-static int format_guid(char *out, const SQLGUID &guid)
-{
-    text_hex(out, static_cast<unsigned char>(guid.Data1 >> 24), HEX_UPPER);
-    text_hex(out + 2, static_cast<unsigned char>(guid.Data1 >> 16), HEX_UPPER);
-    text_hex(out + 4, static_cast<unsigned char>(guid.Data1 >> 8), HEX_UPPER);
-    text_hex(out + 6, static_cast<unsigned char>(guid.Data1), HEX_UPPER);
-    text_hex(out + 9, static_cast<unsigned char>(guid.Data2 >> 8), HEX_UPPER);
-    text_hex(out + 11, static_cast<unsigned char>(guid.Data2), HEX_UPPER);
-    text_hex(out + 14, static_cast<unsigned char>(guid.Data3 >> 8), HEX_UPPER);
-    text_hex(out + 16, static_cast<unsigned char>(guid.Data3), HEX_UPPER);
-    text_hex(out + 19, guid.Data4[0], HEX_UPPER);
-    text_hex(out + 21, guid.Data4[1], HEX_UPPER);
-    for (int i = 2; i < 8; i++)
-        text_hex(out + 20 + 2 * i, guid.Data4[i], HEX_UPPER);
-    out[8] = out[13] = out[18] = out[23] = '-';
-    return 36;
-}
-
 int cell_format(const cell_request &request, char *out)
 {
     const cass_field *field = request.field;
@@ -150,9 +75,10 @@ int cell_format(const cell_request &request, char *out)
     case SQL_NUMERIC:
         return format_numeric(out, cell.value.numeric);
     case SQL_DATE:
-        return format_date(out, cell.value.date.year, cell.value.date.month, cell.value.date.day);
+        return text_from_date(out, cell.value.date.year, cell.value.date.month,
+                              cell.value.date.day);
     case SQL_GUID:
-        return format_guid(out, cell.value.guid);
+        return text_from_guid(out, cell.value.guid);
     default:
         return -1;
     }
@@ -164,79 +90,47 @@ static int format_timestamp(char *out, const cass_field *field)
 {
     const SQL_TIMESTAMP_STRUCT &timestamp = field->data_storage.value.timestamp;
     if (timestamp.fraction == 0)
-        return cell_format_timestamp(out, timestamp, 0, 0);
+        return text_from_timestamp(out, timestamp, 0, 0);
     const int digits = field->scale < 1 || field->scale > 9 ? 9 : field->scale;
-    return cell_format_timestamp(out, timestamp, timestamp.fraction / powers_of_ten[9 - digits],
-                                 digits);
+    return text_from_timestamp(out, timestamp, timestamp.fraction / powers_of_ten[9 - digits],
+                               digits);
 }
 
 // ---- The target --------------------------------------------------------------------------------
 
-static SQLRETURN char_from_text(const cell_request &request)
+static SQLLEN put_hexadecimal(unsigned char *target, const cell_piece &piece, SQLLEN units)
 {
-    cass_data_storage &cell = request.field->data_storage;
-    const std::int32_t left = cell.alloc_length - cell.offset;
-    cell_store_length(request, left);
-    if (cell_without_buffer(request))
-        return cell_probed(request, left);
-
-    auto *target = static_cast<char *>(request.target);
-    const bool whole = left < request.buffer_length;
-    const std::int32_t taken = whole ? left : static_cast<std::int32_t>(request.buffer_length - 1);
-    if (taken > 0)
-        std::memcpy(target, cell.value.bytes + cell.offset, static_cast<std::size_t>(taken));
-    target[taken] = 0;
-    cell.offset += taken;
-    return whole ? SQL_SUCCESS : cell_truncated(request);
+    auto *out = reinterpret_cast<char *>(target);
+    for (SQLLEN i = 0; i < units / 2; i++)
+        text_hex(out + 2 * i, piece.bytes[i], HEX_LOWER);
+    return units / 2;
 }
 
-// Two digits a byte. The length reported does not count the doubling of what was read before, and
-// the last two bytes of the buffer's room are not used: both on purpose, as readers expect it.
-static SQLRETURN char_from_binary(const cell_request &request)
-{
-    cass_data_storage &cell = request.field->data_storage;
-    const std::int32_t left = cell.alloc_length - cell.offset;
-    const SQLLEN told = cell.alloc_length - 2 * static_cast<SQLLEN>(cell.offset);
-    cell_store_length(request, told > 0 ? told : 0);  // below 0 would read as SQL_NULL_DATA
-    if (cell_without_buffer(request))
-        return cell_probed(request, left);
-
-    auto *target = static_cast<char *>(request.target);
-    const bool whole = left < request.buffer_length / 2 - 1;
-    const SQLLEN room = (request.buffer_length - 1) / 2;
-    const std::int32_t taken = left < room ? left : static_cast<std::int32_t>(room);
-    const unsigned char *bytes = cell.value.bytes + cell.offset;
-    for (std::int32_t i = 0; i < taken; i++)
-        text_hex(target + 2 * static_cast<SQLLEN>(i), bytes[i], HEX_LOWER);
-    target[2 * static_cast<SQLLEN>(taken)] = 0;
-    cell.offset += taken;
-    if (whole)
-        return SQL_SUCCESS;
-    target[request.buffer_length - 1] = 0;
-    return cell_truncated(request);
-}
+static constexpr cell_rule text_rule = {.write = cell_copy_bytes};
+static constexpr cell_rule formatted_rule = {.write = cell_copy_bytes, .piecewise = false};
+// Three oddities, all on purpose: two digits' room is left unused before a value counts as whole,
+// the length does not count the doubling of what is left and what was read, and a buffer with a cut
+// piece ends in a zero as well as the piece. Readers of hexadecimal pieces expect all three.
+static constexpr cell_rule hexadecimal_rule = {
+    .write = put_hexadecimal,
+    .group = 2,
+    .margin = 4,
+    .undoubled_length = true,
+    .last_byte_cleared = true,
+};
 
 SQLRETURN get_char(const cell_request &request)
 {
-    const std::int32_t data_type = request.field->data_storage.data_type;
-    if (data_type == SQL_CHAR)
-        return char_from_text(request);
-    if (data_type == SQL_BINARY)
-        return char_from_binary(request);
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type == SQL_CHAR)
+        return cell_deliver(request, cell_rest(request, 1), text_rule);
+    if (cell.data_type == SQL_BINARY)
+        return cell_deliver(request, cell_rest(request, 2), hexadecimal_rule);
 
     char text[CELL_TEXT_ROOM];
-    const int length = data_type == SQL_TIMESTAMP ? format_timestamp(text, request.field)
-                                                  : cell_format(request, text);
+    const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request.field)
+                                                       : cell_format(request, text);
     if (length < 0) [[unlikely]]
         return cell_not_convertible(request);
-
-    cell_store_length(request, length);
-    if (cell_without_buffer(request))
-        return SQL_SUCCESS;
-    auto *target = static_cast<char *>(request.target);
-    const bool whole = length < request.buffer_length;
-    const std::size_t taken = static_cast<std::size_t>(whole ? length : request.buffer_length - 1);
-    std::memcpy(target, text, taken);
-    target[taken] = 0;
-    return whole ? SQL_SUCCESS : cell_truncated(request);
+    return cell_deliver(request, cell_formatted(text, length), formatted_rule);
 }

@@ -11,12 +11,11 @@
 #include "core/wire/cql_type.h"
 #include "support/jdn_l.h"
 #include "support/numtext.h"
+#include "support/structtext.h"
 
 static constexpr char log_source[] = "cass_data.c";
 
-constexpr std::int32_t CELL_PREFIX = 4;         // bytes of a cell's length
-constexpr std::int64_t EPOCH_JDN = 2440588;     // 1 January 1970
-constexpr std::int64_t DATE_BIAS = 2147483648;  // the wire's day number of 1 January 1970
+constexpr std::int32_t CELL_PREFIX = 4;  // bytes of a cell's length
 constexpr std::int32_t NUMERIC_PRECISION = 38;
 
 int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
@@ -47,10 +46,7 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
 // that the next fetch ends.
 [[gnu::cold, gnu::noinline]] static SQLRETURN give_up_rows(cass_stmt *stmt)
 {
-    stmt->current_row_offset = stmt->current_row_count;
-    std::free(stmt->paging_state);
-    stmt->paging_state = nullptr;
-    stmt->paging_state_len = 0;
+    cass_page_abandon(&stmt->page);
     return SQL_ERROR;
 }
 
@@ -63,8 +59,7 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
 
 [[gnu::cold, gnu::noinline]] static SQLRETURN cell_no_memory(cass_stmt *stmt)
 {
-    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: failed to allocate memory");
-    cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
+    cass_post_no_memory(&stmt->head, log_source, "fetch_data_row");
     return give_up_rows(stmt);
 }
 
@@ -409,7 +404,7 @@ static SQLRETURN decode_date(cass_stmt *stmt, cass_packet *packet, cass_field *f
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_DATE);
     begin_cell(cell, SQL_DATE);
-    cell->value.date = date_from_days(static_cast<std::int64_t>(load_be32(bytes)) - DATE_BIAS);
+    cell->value.date = date_from_days(static_cast<std::int64_t>(load_be32(bytes)) - CQL_DATE_EPOCH);
     return SQL_SUCCESS;
 }
 
@@ -444,10 +439,7 @@ static SQLRETURN decode_uuid(cass_stmt *stmt, cass_packet *packet, cass_field *f
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_GUID);
     begin_cell(cell, SQL_GUID);
-    cell->value.guid.Data1 = load_be32(bytes);
-    cell->value.guid.Data2 = load_be16(bytes + 4);
-    cell->value.guid.Data3 = load_be16(bytes + 6);
-    std::memcpy(cell->value.guid.Data4, bytes + 8, 8);
+    guid_from_bytes(&cell->value.guid, bytes);
     return SQL_SUCCESS;
 }
 

@@ -9,6 +9,7 @@
 #include "core/diag/cass_text_out.h"
 #include "core/log/cass_log.h"
 #include "support/numtext.h"
+#include "support/structtext.h"
 
 struct cell_request;
 
@@ -31,13 +32,16 @@ struct cell_request {
     void *indicator;       // SQLLEN
     void *octets;          // SQLLEN
     std::int32_t column;   // for the diagnostics
+    bool logged;           // the log is on: asked once for a row or a call
 };
 
-// Converts the request's cell and settles whether its column is delivered: cass_get_data behind its
-// log records and the look-up of the record. The member is found here. Logs nothing but failures:
-// the road of bound columns while the log is off.
+// A request whose record is known: cass_get_data behind its own log records. Resolves the target
+// type and finds the member; settles whether the column is delivered.
 SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
-                   cass_field *afields);
+                   const cass_field *afields);
+// The log records of a call of cass_get_data, for whoever calls cell_get with the log on.
+[[gnu::cold]] void cell_log_request(const cell_request &request, std::int32_t target_type,
+                                    const cass_field *fields, const cass_field *afields);
 
 // ---- The members: an ODBC code, with the diagnostics posted ------------------------------------
 
@@ -78,18 +82,6 @@ inline void cell_store_value(const cell_request &request, const void *value, std
         std::memcpy(request.target, value, size);
 }
 
-// A text or binary read without a buffer. With a length of exactly 0 it asks how much there is, and
-// is told by SQL_SUCCESS_WITH_INFO that something is left.
-inline bool cell_without_buffer(const cell_request &request)
-{
-    return request.target == nullptr || request.buffer_length < 1;
-}
-
-inline SQLRETURN cell_probed(const cell_request &request, std::int32_t bytes_left)
-{
-    return request.buffer_length == 0 && bytes_left > 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
-}
-
 // ---- Shared outcomes, out of line: none of them is on the hot road -----------------------------
 
 // SQL NULL: SQL_NULL_DATA through the indicator and 0 through the octet length; SQL_SUCCESS.
@@ -108,6 +100,98 @@ SQLRETURN cell_is_null(const cell_request &request);
 // 07006, SQL_ERROR; a storage type that no decoder makes has its own words in the log.
 [[gnu::cold]] SQLRETURN cell_not_convertible(const cell_request &request);
 
+// ---- Pieces ------------------------------------------------------------------------------------
+
+// What is left of a cell, and how much of the target it takes.
+struct cell_piece {
+    const unsigned char *bytes;
+    SQLLEN count;  // of the bytes
+    SQLLEN units;  // of the target, for all of them
+};
+
+// How one target takes a piece. What the defaults say is plain ANSI text; a rule that says
+// otherwise says why.
+struct cell_rule {
+    // Writes that many units of the target; bytes of the piece that they used up.
+    SQLLEN (*write)(unsigned char *target, const cell_piece &piece, SQLLEN units);
+    SQLLEN unit = 1;         // bytes of a unit of the target
+    SQLLEN group = 1;        // units that are only written together
+    SQLLEN margin = 1;       // bytes that must be free behind a value for it to be whole
+    SQLLEN kept = 1;         // units of the buffer that a cut piece leaves to the terminator
+    bool terminated = true;  // by a unit of 0, where there is room for one
+    bool piecewise = true;   // read on from here; otherwise what does not fit is lost
+    bool probe_warns = false;
+    bool undoubled_length = false;
+    bool last_byte_cleared = false;  // of a buffer with a cut piece
+};
+
+// The bytes that an application is told are left.
+inline SQLLEN cell_length_told(const cell_request &request, const cell_piece &piece,
+                               const cell_rule &rule)
+{
+    if (!rule.undoubled_length)
+        return rule.unit * piece.units;
+    const SQLLEN told = piece.units / 2 - request.field->data_storage.offset;
+    return told > 0 ? told : 0;  // below 0 would read as SQL_NULL_DATA
+}
+
+// Tells the length and moves as much of the piece as the buffer takes. Without a buffer only the
+// length is told; with a buffer length of exactly 0, which asks how much there is, a piece that
+// could be read on gives SQL_SUCCESS_WITH_INFO without a record, so that its column stays open.
+// Inlined, so that a rule costs nothing.
+[[gnu::always_inline]] inline SQLRETURN cell_deliver(const cell_request &request,
+                                                     const cell_piece &piece, const cell_rule &rule)
+{
+    cell_store_length(request, cell_length_told(request, piece, rule));
+    if (rule.probe_warns && request.buffer_length == 0)
+        return cell_truncated(request);
+    if (request.target == nullptr || request.buffer_length < 1) [[unlikely]]
+        return rule.piecewise && request.buffer_length == 0 && piece.units > 0
+                   ? SQL_SUCCESS_WITH_INFO
+                   : SQL_SUCCESS;
+
+    auto *target = static_cast<unsigned char *>(request.target);
+    const SQLLEN room = request.buffer_length / rule.unit;
+    const bool whole = rule.unit * piece.units + rule.margin <= request.buffer_length;
+    SQLLEN taken = piece.units;
+    if (!whole) {
+        const SQLLEN most = room > rule.kept ? (room - rule.kept) / rule.group * rule.group : 0;
+        taken = taken < most ? taken : most;
+    }
+    const SQLLEN used = rule.write(target, piece, taken);
+    if (rule.piecewise)
+        request.field->data_storage.offset += static_cast<std::int32_t>(used);
+    if (rule.terminated && taken < room)
+        std::memset(target + rule.unit * taken, 0, static_cast<std::size_t>(rule.unit));
+    if (whole) [[likely]]
+        return SQL_SUCCESS;
+    if (rule.last_byte_cleared)
+        target[request.buffer_length - 1] = 0;
+    return cell_truncated(request);
+}
+
+// What is left of a text or binary cell, for a target that takes `units_per_byte` for each byte.
+inline cell_piece cell_rest(const cell_request &request, SQLLEN units_per_byte)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    const SQLLEN left = cell.alloc_length - cell.offset;
+    return {cell.value.bytes + cell.offset, left, units_per_byte * left};
+}
+
+// A formatted cell, of characters that are a unit each.
+inline cell_piece cell_formatted(const char *text, int length)
+{
+    return {reinterpret_cast<const unsigned char *>(text), length, length};
+}
+
+// A rule's `write` for targets that take the bytes as they are.
+inline SQLLEN cell_copy_bytes(unsigned char *target, const cell_piece &piece, SQLLEN units)
+{
+    if (units > 0)  // an empty cell has no bytes to point to
+        std::memcpy(target, piece.bytes, static_cast<std::size_t>(units));
+    return units;
+}
+
 // ---- Text of a cell ----------------------------------------------------------------------------
 
 // Room for any formatted cell.
@@ -116,9 +200,6 @@ constexpr int CELL_TEXT_ROOM = 256;
 // Text of a fixed-width cell other than a timestamp, without a terminator: characters, or -1 for a
 // storage type that has none. Decimals are padded with zeros to their scale.
 int cell_format(const cell_request &request, char *out);
-// "YYYY-MM-DD HH:MM:SS", with `digits` (1 to 9) a point and `fraction` behind it. Characters.
-int cell_format_timestamp(char *out, const SQL_TIMESTAMP_STRUCT &timestamp, std::uint32_t fraction,
-                          int digits);
 
 // What a scan of a text cell for a number found.
 struct cell_number {

@@ -137,29 +137,6 @@ bool cell_scan_number(const cass_data_storage &cell, cell_number *number)
     return true;
 }
 
-// Leading whole number of a text: white space, a sign, digits. Stops at the point; saturates.
-static std::int64_t parse_int64(const char *text, bool *overflow)
-{
-    while (ascii_is_space(static_cast<unsigned char>(*text)))
-        text++;
-    const bool negative = *text == '-';
-    if (negative || *text == '+')
-        text++;
-
-    const std::uint64_t limit = static_cast<std::uint64_t>(INT64_MAX) + (negative ? 1 : 0);
-    std::uint64_t value = 0;
-    for (; ascii_is_digit(static_cast<unsigned char>(*text)); text++) {
-        const auto digit = static_cast<unsigned>(*text - '0');
-        if (value > (limit - digit) / 10) {
-            *overflow = true;
-            value = limit;
-            break;
-        }
-        value = value * 10 + digit;
-    }
-    return static_cast<std::int64_t>(negative ? 0 - value : value);
-}
-
 // ---- Whole numbers -----------------------------------------------------------------------------
 
 // The low bytes of the value and their count.
@@ -188,8 +165,8 @@ static SQLRETURN integer_from_parsed(const cell_request &request, const integer_
                                      const char *text, const integer_range &range, bool fraction)
 {
     const SQLRETURN code = fraction ? cell_fraction_lost(request) : SQL_SUCCESS;
-    bool overflow = false;
-    const std::int64_t value = parse_int64(text, &overflow);
+    std::int64_t value = 0;
+    const bool overflow = ascii_to_int64(text, &value) == ASCII_OVERFLOW;
     if ((overflow && rules.parse_overflow) || outside(range, value))
         return cell_out_of_range(request, rules.parsed_words, static_cast<int>(value));
     store_integer(request, rules.size, value);

@@ -13,7 +13,7 @@ static inline void put_unit(unsigned char *target, SQLLEN index, SQLWCHAR unit)
 }
 
 // One character of a text that is not at its end; bytes consumed.
-static inline int next_unit(const unsigned char *bytes, std::int32_t available, SQLWCHAR *unit)
+static inline int next_unit(const unsigned char *bytes, SQLLEN available, SQLWCHAR *unit)
 {
     if (bytes[0] < 0x80) [[likely]] {
         *unit = bytes[0];
@@ -22,67 +22,85 @@ static inline int next_unit(const unsigned char *bytes, std::int32_t available, 
     return cass_utf8_get(bytes, available, unit);
 }
 
-// Characters in `count` bytes of UTF-8.
-static std::int32_t count_units(const unsigned char *bytes, std::int32_t count)
+static bool eight_ascii(const unsigned char *bytes)
 {
-    std::int32_t units = 0;
-    SQLWCHAR unit;
-    for (std::int32_t at = 0; at < count; units++)
+    std::uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return (word & 0x8080808080808080) == 0;
+}
+
+// Characters in `count` bytes of UTF-8. Each piece counts all that is left, so that the usual bytes
+// go eight at a time.
+static SQLLEN count_units(const unsigned char *bytes, SQLLEN count)
+{
+    SQLLEN units = 0;
+    for (SQLLEN at = 0; at < count;) {
+        if (count - at >= 8 && eight_ascii(bytes + at)) {
+            at += 8;
+            units += 8;
+            continue;
+        }
+        SQLWCHAR unit;
         at += next_unit(bytes + at, count - at, &unit);
+        units++;
+    }
     return units;
 }
 
-static SQLRETURN wchar_from_text(const cell_request &request)
-{
-    cass_data_storage &cell = request.field->data_storage;
-    const std::int32_t left = cell.alloc_length - cell.offset;
-    const unsigned char *bytes = cell.value.bytes + cell.offset;
-    if (cell_without_buffer(request)) {
-        cell_store_length(request, UNIT * count_units(bytes, left));
-        return cell_probed(request, left);
-    }
+// ---- The rules ---------------------------------------------------------------------------------
 
-    auto *target = static_cast<unsigned char *>(request.target);
-    const SQLLEN room = request.buffer_length / UNIT;
-    SQLLEN written = 0;
-    std::int32_t at = 0;
-    while (at < left && written < room) {
+static SQLLEN put_text(unsigned char *target, const cell_piece &piece, SQLLEN units)
+{
+    SQLLEN at = 0;
+    for (SQLLEN i = 0; i < units; i++) {
         SQLWCHAR unit;
-        at += next_unit(bytes + at, left - at, &unit);
-        put_unit(target, written++, unit);
+        at += next_unit(piece.bytes + at, piece.count - at, &unit);
+        put_unit(target, i, unit);
     }
-    cell_store_length(request, UNIT * (written + count_units(bytes + at, left - at)));
-    cell.offset += at;
-    if (written == room)  // an exact fit counts as cut: there was no room for a terminator
-        return cell_truncated(request);
-    put_unit(target, written, 0);
-    return SQL_SUCCESS;
+    return at;
 }
 
-static SQLRETURN wchar_from_binary(const cell_request &request)
+static SQLLEN put_hexadecimal(unsigned char *target, const cell_piece &piece, SQLLEN units)
 {
-    cass_data_storage &cell = request.field->data_storage;
-    const std::int32_t left = cell.alloc_length - cell.offset;
-    cell_store_length(request, 2 * UNIT * static_cast<SQLLEN>(left));
-    if (cell_without_buffer(request))
-        return cell_probed(request, left);
-
-    auto *target = static_cast<unsigned char *>(request.target);
-    const bool whole = 2 * static_cast<SQLLEN>(left) < request.buffer_length / UNIT;
-    const std::int32_t taken =
-        whole ? left : static_cast<std::int32_t>(request.buffer_length / (2 * UNIT));
-    const unsigned char *bytes = cell.value.bytes + cell.offset;
-    for (std::int32_t i = 0; i < taken; i++) {
+    for (SQLLEN i = 0; i < units / 2; i++) {
         char digits[2];
-        text_hex(digits, bytes[i], HEX_UPPER);
-        put_unit(target, 2 * static_cast<SQLLEN>(i), static_cast<SQLWCHAR>(digits[0]));
-        put_unit(target, 2 * static_cast<SQLLEN>(i) + 1, static_cast<SQLWCHAR>(digits[1]));
+        text_hex(digits, piece.bytes[i], HEX_UPPER);
+        put_unit(target, 2 * i, static_cast<SQLWCHAR>(digits[0]));
+        put_unit(target, 2 * i + 1, static_cast<SQLWCHAR>(digits[1]));
     }
-    cell.offset += taken;
-    if (2 * UNIT * static_cast<SQLLEN>(taken) + UNIT <= request.buffer_length)
-        put_unit(target, 2 * static_cast<SQLLEN>(taken), 0);
-    return whole ? SQL_SUCCESS : cell_truncated(request);
+    return units / 2;
 }
+
+static SQLLEN put_formatted(unsigned char *target, const cell_piece &piece, SQLLEN units)
+{
+    for (SQLLEN i = 0; i < units; i++)
+        put_unit(target, i, piece.bytes[i]);
+    return units;
+}
+
+// A cut piece fills the buffer to its last unit and has no terminator then, on purpose: whoever
+// reads pieces goes by their lengths.
+static constexpr cell_rule text_rule = {
+    .write = put_text,
+    .unit = UNIT,
+    .margin = UNIT,
+    .kept = 0,
+};
+static constexpr cell_rule hexadecimal_rule = {
+    .write = put_hexadecimal,
+    .unit = UNIT,
+    .group = 2,
+    .margin = UNIT,
+    .kept = 0,
+};
+// Half a unit behind the value counts as room for the terminator, which is then left out: a buffer
+// of an odd size has always been served so.
+static constexpr cell_rule formatted_rule = {
+    .write = put_formatted,
+    .unit = UNIT,
+    .margin = 1,
+    .piecewise = false,
+};
 
 // A buffer of 23 bytes or more gets milliseconds, also when there are none; the divisor that turns
 // 999,999,999 nanoseconds into 1000 is the one that readers have always seen.
@@ -90,36 +108,25 @@ static int format_timestamp(char *out, const cell_request &request)
 {
     const SQL_TIMESTAMP_STRUCT &timestamp = request.field->data_storage.value.timestamp;
     if (request.buffer_length < 23)
-        return cell_format_timestamp(out, timestamp, 0, 0);
-    return cell_format_timestamp(out, timestamp, timestamp.fraction / 999999, 3);
+        return text_from_timestamp(out, timestamp, 0, 0);
+    return text_from_timestamp(out, timestamp, timestamp.fraction / 999999, 3);
 }
 
 SQLRETURN get_wchar(const cell_request &request)
 {
-    const std::int32_t data_type = request.field->data_storage.data_type;
-    if (data_type == SQL_CHAR)
-        return wchar_from_text(request);
-    if (data_type == SQL_BINARY)
-        return wchar_from_binary(request);
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type == SQL_CHAR) {
+        cell_piece rest = cell_rest(request, 1);
+        rest.units = count_units(rest.bytes, rest.count);
+        return cell_deliver(request, rest, text_rule);
+    }
+    if (cell.data_type == SQL_BINARY)
+        return cell_deliver(request, cell_rest(request, 2), hexadecimal_rule);
 
     char text[CELL_TEXT_ROOM];
-    const int length =
-        data_type == SQL_TIMESTAMP ? format_timestamp(text, request) : cell_format(request, text);
+    const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request)
+                                                       : cell_format(request, text);
     if (length < 0) [[unlikely]]
         return cell_not_convertible(request);
-
-    cell_store_length(request, UNIT * length);
-    if (cell_without_buffer(request))
-        return SQL_SUCCESS;
-    // Unlike a piece of text, what is cut off here cannot be read later: the last whole unit of the
-    // buffer holds the terminator.
-    auto *target = static_cast<unsigned char *>(request.target);
-    const SQLLEN room = request.buffer_length / UNIT;
-    const bool whole = UNIT * length < request.buffer_length;
-    const SQLLEN taken = whole ? length : room - 1;
-    for (SQLLEN i = 0; i < taken; i++)
-        put_unit(target, i, static_cast<unsigned char>(text[i]));
-    if (taken >= 0 && taken < room)
-        put_unit(target, taken, 0);
-    return whole ? SQL_SUCCESS : cell_truncated(request);
+    return cell_deliver(request, cell_formatted(text, length), formatted_rule);
 }

@@ -33,18 +33,24 @@ void cass_field_free_put_data(cass_field *field)
 void cass_field_clear(cass_field *field)
 {
     cass_string **const texts[] = {
-        &field->catalog_name,    &field->keyspace_name,  &field->table_name,
-        &field->column_name,     &field->literal_prefix, &field->literal_suffix,
-        &field->local_type_name, &field->type_name,
+        &field->catalog_name, &field->keyspace_name,    &field->table_name,
+        &field->column_name,  &field->custom_type_name,
     };
     for (cass_string **text : texts) {
         cass_string_free(*text);
         *text = nullptr;
     }
 
+    field->literal_prefix = nullptr;
+    field->literal_suffix = nullptr;
+    field->local_type_name = nullptr;
+    field->type_name = nullptr;
+
     std::free(field->data_storage.buffer);
     std::memset(&field->data_storage, 0, sizeof field->data_storage);
     cass_field_free_put_data(field);
+    free_type_option(field->type_tree);
+    field->type_tree = nullptr;
 
     field->data_ptr = nullptr;
     field->indicator_ptr = nullptr;

@@ -10,7 +10,7 @@
 // A fresh record: parameter_type SQL_PARAM_INPUT, unnamed 1, the decoder of its option id 0, all
 // else zero.
 void cass_field_init(cass_field *field);
-// Frees the strings, the cell's buffer and the put-data chunks, and zeroes the three pointers.
+// Frees the texts, the cell's buffer and the put-data chunks, and zeroes the three pointers.
 void cass_field_clear(cass_field *field);
 void cass_field_free_put_data(cass_field *field);
 
@@ -40,7 +40,7 @@ enum : int {
     DESC_FROM_TYPE = 2,
 };
 // Brings consise_type, type and datetime_interval_code in step from the one that `mode` names and
-// refills the defaults that follow. 0, or -1 with HY021, HY003 or HY001 posted on `handle`.
+// refills the defaults that follow. 0, or -1 with HY021 or HY003 posted on `handle`.
 int cass_update_desc_type(cass_handle *handle, cass_field *field, int mode);
 // Consistency of a record about to be used. 0, or -1 with HY021 posted.
 int cass_field_check(cass_handle *handle, const cass_field *field);

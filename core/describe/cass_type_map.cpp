@@ -1,7 +1,6 @@
 // How a Cassandra type looks to an ODBC application: the description of a column by its CQL type,
 // the defaults that follow from a record's concise type, and which type numbers are accepted where.
-// Every decision is a row of a table here; odd rows are meant, since applications have settled on
-// them.
+// Every decision is a row of a table here; odd rows are deliberate.
 #include <cstring>
 #include <span>
 
@@ -85,15 +84,7 @@ static std::int32_t configured_size(const cass_conn *conn, std::int32_t size)
     return size;
 }
 
-// Puts a copy of `value` in the text's place, null for null. False when memory ran out.
-static bool replace_text(cass_string **text, const char *value)
-{
-    cass_string_free(*text);
-    *text = value == nullptr ? nullptr : cass_string_from_cstr(value);
-    return value == nullptr || *text != nullptr;
-}
-
-// The same for the unset text of a fresh record.
+// Copies into the unset text of a fresh record, null for null. False when memory ran out.
 static bool copy_text(cass_string **text, const cass_string *value)
 {
     *text = cass_string_copy(value);
@@ -133,12 +124,12 @@ static bool fill_column(const cass_conn *conn, cass_field *field, const column_r
         field->datetime_interval_code = row.interval_code;
         field->datetime_interval_precision = row.scale;  // digits of the second, both
     }
-    return replace_text(&field->literal_prefix, row.literal_prefix) &&
-           replace_text(&field->literal_suffix, row.literal_suffix) &&
-           replace_text(&field->type_name, row.type_name) &&
-           (row.local_type_name == nullptr
-                ? copy_text(&field->local_type_name, option->custom_name)
-                : replace_text(&field->local_type_name, row.local_type_name));
+    field->literal_prefix = row.literal_prefix;
+    field->literal_suffix = row.literal_suffix;
+    field->type_name = row.type_name;
+    field->local_type_name = row.local_type_name;
+    return row.local_type_name != nullptr ||
+           copy_text(&field->custom_type_name, option->custom_name);
 }
 
 int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
@@ -278,8 +269,18 @@ static SQLLEN display_size_of(std::int32_t concise_type, SQLLEN octet_length)
     return static_cast<SQLLEN>(static_cast<SQLULEN>(octet_length) * 2 + 2);
 }
 
-// False when memory ran out.
-static bool fill_defaults(cass_field *field, const default_row &row)
+static void name_type(cass_field *field, const char *name, const char *literal_prefix,
+                      const char *literal_suffix)
+{
+    cass_string_free(field->custom_type_name);
+    field->custom_type_name = nullptr;
+    field->literal_prefix = literal_prefix;
+    field->literal_suffix = literal_suffix;
+    field->local_type_name = name;
+    field->type_name = name;
+}
+
+static void fill_defaults(cass_field *field, const default_row &row)
 {
     if (row.octet_length != LEFT)
         field->octet_length = row.octet_length;
@@ -293,10 +294,7 @@ static bool fill_defaults(cass_field *field, const default_row &row)
     field->num_prec_radix = row.num_prec_radix;
     field->scale = 0;
     field->fixed_prec_scale = 0;
-    return replace_text(&field->literal_prefix, row.literal_prefix) &&
-           replace_text(&field->literal_suffix, row.literal_suffix) &&
-           replace_text(&field->local_type_name, row.name) &&
-           replace_text(&field->type_name, row.name);
+    name_type(field, row.name, row.literal_prefix, row.literal_suffix);
 }
 
 int cass_update_desc_type(cass_handle *handle, cass_field *field, int mode)
@@ -310,17 +308,11 @@ int cass_update_desc_type(cass_handle *handle, cass_field *field, int mode)
     for (const default_row &row : default_rows) {
         if (row.concise_type != field->consise_type)
             continue;
-        if (fill_defaults(field, row))
-            return 0;
-        CASS_LOG(handle, LOG_ERROR, "cass_update_desc_type: failed to allocate memory");
-        cass_post_error(handle, STATE_HY001, 0, nullptr);
-        return -1;
+        fill_defaults(field, row);
+        return 0;
     }
     // The names of the type before go even when the new one has none.
-    replace_text(&field->literal_prefix, nullptr);
-    replace_text(&field->literal_suffix, nullptr);
-    replace_text(&field->local_type_name, nullptr);
-    replace_text(&field->type_name, nullptr);
+    name_type(field, nullptr, nullptr, nullptr);
     CASS_LOG(handle, LOG_ERROR, "cass_update_desc_type: invalid type %d", field->consise_type);
     cass_post_error(handle, STATE_HY003, 0, nullptr);
     return -1;

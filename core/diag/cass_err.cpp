@@ -15,7 +15,12 @@ static constexpr char log_source[] = "cass_err.c";
 constexpr int MESSAGE_ROOM = 1024;
 constexpr char MESSAGE_PREFIX[] = "[Varnholt][Apache Cassandra]";
 
-// In the order of cass_state_row. Some rows are posted by nobody yet; "07008" and "21000" carry the
+struct cass_sqlstate {
+    const char *state;  // five characters
+    const char *text;   // message, or null
+};
+
+// In the order of cass_state_row. Some rows are posted by nobody; "07008" and "21000" carry the
 // text of "General error", and both spellings of a cut text are the driver's.
 static constexpr cass_sqlstate state_table[] = {
     {"HY000", "General error"},
@@ -103,11 +108,6 @@ static_assert(std::size(state_table) == STATE_ROWS);
 // Guards all lists. Recursive, so that a reader that holds it may call any function here.
 cass_lock cass_diag_lock = {PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP};
 
-const cass_sqlstate *cass_sqlstate_row(cass_state_row row)
-{
-    return &state_table[row];
-}
-
 // Three-way compare of two states, unit by unit as unsigned numbers; a missing text is the lowest.
 static int compare_states(const cass_string *left, const cass_string *right)
 {
@@ -149,7 +149,7 @@ static void compose_message(char *message, const char *row_text, const char *for
 }
 
 static void post_record(cass_handle *handle, cass_state_row row, std::int32_t native,
-                        std::int32_t column, const char *format, va_list arguments)
+                        cass_diag_place place, const char *format, va_list arguments)
 {
     char message[MESSAGE_ROOM];
     compose_message(message, state_table[row].text, format, arguments);
@@ -159,7 +159,8 @@ static void post_record(cass_handle *handle, cass_state_row row, std::int32_t na
     record->native = native;
     record->state = cass_string_from_cstr(state_table[row].state);
     record->text = cass_string_from_cstr(message);
-    record->column_number = column;
+    record->row_number = place.row;
+    record->column_number = place.column;
     // Logged before it joins the list: from then on another thread may release it. The words say
     // "Error" of warnings too.
     CASS_LOG(handle, LOG_DETAIL, "Posting Internal Error state='%S' text='%S', native=%d",
@@ -172,17 +173,28 @@ void cass_post_error(cass_handle *handle, cass_state_row row, std::int32_t nativ
 {
     va_list arguments;
     va_start(arguments, format);
-    post_record(handle, row, native, -1, format, arguments);
+    post_record(handle, row, native, DIAG_NO_PLACE, format, arguments);
     va_end(arguments);
 }
 
-void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_t native,
-                            std::int32_t column, const char *format, ...)
+void cass_post_error_at(cass_handle *handle, cass_state_row row, std::int32_t native,
+                        cass_diag_place place, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    post_record(handle, row, native, column, format, arguments);
+    post_record(handle, row, native, place, format, arguments);
     va_end(arguments);
+}
+
+int cass_post_no_memory(cass_handle *handle, const char *source, const char *who, int code,
+                        int line)
+{
+    if (cass_log_is_on(handle)) [[unlikely]]
+        cass_log(handle, source, line, LOG_ERROR, "%s: failed to allocate memory", who);
+    cass_post_error(handle, STATE_HY001, 0, nullptr);
+    if (handle->handle_tag == CASS_STATEMENT_HANDLE)
+        reinterpret_cast<cass_stmt *>(handle)->no_memory = 1;
+    return code;
 }
 
 void cass_diag_release(cass_handle *handle)

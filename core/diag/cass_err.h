@@ -92,14 +92,6 @@ enum cass_state_row {
     STATE_ROWS
 };
 
-struct cass_sqlstate {
-    const char *state;  // five characters
-    const char *text;   // message, or null
-};
-
-// The table's row.
-const cass_sqlstate *cass_sqlstate_row(cass_state_row row);
-
 struct cass_diag_record {
     std::int32_t native;
     cass_string *state;
@@ -110,15 +102,38 @@ struct cass_diag_record {
     cass_diag_record *next;
 };
 
+// The row and the column or parameter that a record is about.
+struct cass_diag_place {
+    std::int32_t row;     // SQL_DIAG_ROW_NUMBER
+    std::int32_t column;  // SQL_DIAG_COLUMN_NUMBER
+};
+
+// No row is told, and the record is about no column.
+constexpr cass_diag_place DIAG_NO_PLACE = {.row = 0, .column = SQL_NO_COLUMN_NUMBER};
+
 // Adds a record. The message is "[Varnholt][Apache Cassandra]", the row's text, and behind ": " the
 // formatted part (cass_log_format, so %S and %q are available), cut at 1024 bytes. A null format
 // gives the row's text alone. A record that cannot be allocated is dropped. native: 0 but for
 // system error codes and a few literals.
+// A server's text is a part like any other: applications see what the formatter makes of it,
+// "\xNNNN" for a unit beyond ASCII and the dots of a cut text.
 void cass_post_error(cass_handle *handle, cass_state_row row, std::int32_t native,
                      const char *format, ...);
-// The same with SQL_DIAG_COLUMN_NUMBER `column` in place of -1.
-void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_t native,
-                            std::int32_t column, const char *format, ...);
+// The same with a place.
+void cass_post_error_at(cass_handle *handle, cass_state_row row, std::int32_t native,
+                        cass_diag_place place, const char *format, ...);
+// The same with a column and no row.
+template <typename... Parts>
+inline void cass_post_error_column(cass_handle *handle, cass_state_row row, std::int32_t native,
+                                   std::int32_t column, const char *format, Parts... parts)
+{
+    cass_post_error_at(handle, row, native, {DIAG_NO_PLACE.row, column}, format, parts...);
+}
+
+// HY001 behind an ERROR record "who: failed to allocate memory" of `source`; a statement is marked
+// `no_memory`. Gives `code`, what the caller returns then.
+int cass_post_no_memory(cass_handle *handle, const char *source, const char *who,
+                        int code = SQL_ERROR, int line = __builtin_LINE());
 
 // Releases all records, whatever the list holds.
 void cass_diag_release(cass_handle *handle);

@@ -1,4 +1,4 @@
-// The two roads of a text result into an application's buffer. The application's memory is only
+// The roads of a text result into an application's buffer. The application's memory is only
 // written, byte by byte or by memcpy, and never behind `size`.
 #include "core/diag/cass_text_out.h"
 
@@ -54,4 +54,15 @@ bool cass_wide_text_out(const cass_string *text, SQLWCHAR *buffer, std::int64_t 
     // The buffer may lie at an odd address.
     std::memset(reinterpret_cast<char *>(buffer) + 2 * taken, 0, sizeof(SQLWCHAR));
     return taken < units;
+}
+
+const cass_string *cass_constant_string(const char *text, cass_constant_text *made)
+{
+    if (text == nullptr)
+        return nullptr;
+    std::int32_t length = 0;
+    for (; text[length] != '\0'; length++)
+        made->units[length] = static_cast<unsigned char>(text[length]);
+    made->string = {.text = made->units, .length = length, .borrowed = 1, .form = TEXT_BYTES};
+    return &made->string;
 }

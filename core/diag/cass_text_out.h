@@ -15,6 +15,15 @@ bool cass_ansi_text_out(const cass_string *text, void *buffer, std::int64_t size
 // Wide result: the same in code units, `size` in units.
 bool cass_wide_text_out(const cass_string *text, SQLWCHAR *buffer, std::int64_t size);
 
+// A constant of the driver's, ASCII and below 40 characters, as a string without memory of its own.
+struct cass_constant_text {
+    cass_string string;
+    SQLWCHAR units[40];
+};
+
+// The string, which lives as long as *made; null for null.
+const cass_string *cass_constant_string(const char *text, cass_constant_text *made);
+
 // The length of a text where the call tells it in 16 bits: a longer one is told as the largest, and
 // never wraps.
 inline SQLSMALLINT cass_small_length(std::int64_t length)

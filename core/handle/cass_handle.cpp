@@ -18,9 +18,6 @@
 #include "core/net/cass_ssl.h"
 #include "core/wire/cass_pkt.h"
 
-constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
-constexpr std::int32_t DEFAULT_STRING_LEN = 256;
-constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
 constexpr std::int32_t NUMBER_TEXT_DIGITS = 7;  // significant digits of floats and doubles as text
 constexpr char UNKNOWN_CQL_VERSION[] = "0.0.0";
 
@@ -153,13 +150,13 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     conn->conduct = &default_conduct;
     conn->odbc_level = env->odbc_version == SQL_OV_ODBC2 ? 2 : level;
     conn->settings.metadata_port = DEFAULT_METADATA_PORT;
-    conn->settings.consistency = 1;
+    conn->settings.consistency = DEFAULT_CONSISTENCY;
     conn->float_precision = NUMBER_TEXT_DIGITS;
     conn->double_precision = NUMBER_TEXT_DIGITS;
     default_session(conn);
     cass_default_conn_attrs(conn);
-    if (!init_locks({&conn->spare_locks[0], &conn->spare_locks[1], &conn->exchange_lock,
-                     &conn->session_lock, &conn->child_list_lock, &conn->api_lock})) {
+    if (!init_locks(
+            {&conn->exchange_lock, &conn->session_lock, &conn->child_list_lock, &conn->api_lock})) {
         std::free(conn);
         return nullptr;
     }
@@ -168,19 +165,6 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     env->connections = conn;
     cass_lock_leave(&env->connection_list_lock);
     return conn;
-}
-
-static void free_string(cass_string **slot)
-{
-    cass_string_free(*slot);
-    *slot = nullptr;
-}
-
-static void free_bytes(unsigned char **bytes, std::int32_t *length)
-{
-    std::free(*bytes);
-    *bytes = nullptr;
-    *length = 0;
 }
 
 void cass_free_contact_points(cass_conn *conn)
@@ -241,9 +225,8 @@ void cass_reset_conn(cass_conn *conn)
     free_settings(conn);
     for (std::int32_t cass_settings::*number : cass_setting_numbers_reset)
         shared_put(&(conn->settings.*number), 0);
-    for (std::int32_t *field :
-         {&conn->results_busy, &conn->async_count, &conn->next_stmt_number, &conn->in_transaction,
-          &conn->ms_timeout, &conn->snappy_offered, &conn->lz4_offered, &conn->compression})
+    for (std::int32_t *field : {&conn->results_busy, &conn->next_stmt_number, &conn->ms_timeout,
+                                &conn->snappy_offered, &conn->lz4_offered, &conn->compression})
         shared_put(field, 0);
     conn->results_busy_stmt = nullptr;
     default_session(conn);
@@ -274,8 +257,8 @@ void cass_free_conn(cass_conn *conn, int list_locked)
     cass_packet_drop_spare(conn);
     cass_log_forget_conn(conn);
     free_settings(conn);
-    for (cass_lock *lock : {&conn->spare_locks[0], &conn->spare_locks[1], &conn->exchange_lock,
-                            &conn->session_lock, &conn->child_list_lock, &conn->api_lock})
+    for (cass_lock *lock :
+         {&conn->exchange_lock, &conn->session_lock, &conn->child_list_lock, &conn->api_lock})
         cass_lock_destroy(lock);
 
     if (!list_locked)
@@ -356,16 +339,15 @@ void cass_free_desc(cass_desc *desc, int list_locked)
 
 static void destroy_stmt(cass_stmt *stmt)
 {
-    cass_packet_unref(stmt->current_packet);
+    cass_packet_unref(stmt->page.current_packet);
     cass_free_internal_rs(stmt, stmt->internal_rs);
-    for (cass_desc *desc : {stmt->implicit_ird, stmt->implicit_ipd, stmt->implicit_ard,
-                            stmt->implicit_apd, stmt->internal_desc})
+    for (cass_desc *desc :
+         {stmt->implicit_ird, stmt->implicit_ipd, stmt->implicit_ard, stmt->implicit_apd})
         destroy_desc(desc);
-    for (cass_string *text : {stmt->sql_text, stmt->query_text, stmt->exec_name, stmt->rpc_params,
-                              stmt->rpc_null_params, stmt->cursor_name})
+    for (cass_string *text : {stmt->sql_text, stmt->query_text, stmt->exec_name, stmt->cursor_name})
         cass_string_free(text);
     std::free(stmt->prepared_id);
-    std::free(stmt->paging_state);
+    cass_page_end(&stmt->page);
     std::free(stmt->param_buffer);
     std::free(stmt->meta_bytes);
     cass_diag_clear(&stmt->head);
@@ -391,9 +373,8 @@ cass_stmt *cass_alloc_throwaway_stmt(cass_conn *conn)
     stmt->implicit_ipd = stmt->ipd = new_desc(conn, 1, 0, stmt);
     stmt->implicit_ard = stmt->ard = new_desc(conn, 1, 1, stmt);
     stmt->implicit_apd = stmt->apd = new_desc(conn, 1, 1, stmt);
-    stmt->internal_desc = new_desc(conn, 1, 0, stmt);
     if (stmt->ird == nullptr || stmt->ipd == nullptr || stmt->ard == nullptr ||
-        stmt->apd == nullptr || stmt->internal_desc == nullptr) {
+        stmt->apd == nullptr) {
         destroy_stmt(stmt);
         return nullptr;
     }

@@ -14,37 +14,27 @@
 
 static constexpr char log_source[] = "cass_internalrs.c";
 
-static int no_memory(cass_stmt *stmt, const char *who)
-{
-    CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to allocate memory", who);
-    cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
-    return -1;
-}
-
 // ---- Creation ----------------------------------------------------------------------------------
 
-// False when memory ran out, as of all that describe.
-static bool put_text(cass_string **slot, const char *text)
+static bool local_shorts_are_integers(const cass_conn *conn)
 {
-    *slot = cass_string_from_cstr(text);
-    return *slot != nullptr;
+    return conn->conduct->local_shorts_are_integers;
 }
 
-// A short reports the width of the stored integer and the name of one: on purpose, applications
-// bind both kinds alike.
-static bool describe_integer(cass_field *field, std::int32_t digits)
+static void describe_integer(cass_field *field, std::int32_t digits, bool named_short)
 {
     field->display_size = digits;
     field->precision = digits;
     field->length = digits;
-    field->octet_length = 4;
+    field->octet_length = named_short ? 2 : 4;
     field->fixed_prec_scale = 1;
     field->num_prec_radix = 10;
     field->searchable = SQL_ALL_EXCEPT_LIKE;
-    return put_text(&field->type_name, "INTEGER") && put_text(&field->local_type_name, "INTEGER");
+    field->type_name = named_short ? "SMALLINT" : "INTEGER";
+    field->local_type_name = field->type_name;
 }
 
-static bool describe_varchar(cass_field *field, std::int32_t length)
+static void describe_varchar(cass_field *field, std::int32_t length)
 {
     field->display_size = length;
     field->precision = length;
@@ -52,29 +42,37 @@ static bool describe_varchar(cass_field *field, std::int32_t length)
     field->octet_length = length;
     field->searchable = SQL_SEARCHABLE;
     field->case_sensitive = 1;
-    return put_text(&field->literal_prefix, "'") && put_text(&field->literal_suffix, "'") &&
-           put_text(&field->type_name, "VARCHAR") && put_text(&field->local_type_name, "VARCHAR");
+    field->literal_prefix = "'";
+    field->literal_suffix = "'";
+    field->type_name = "VARCHAR";
+    field->local_type_name = "VARCHAR";
 }
 
-// Fills a fresh record.
-static bool describe_column(cass_field *field, const cass_internal_column &column)
+// Fills a fresh record. False when memory ran out.
+static bool describe_column(const cass_conn *conn, cass_field *field,
+                            const cass_internal_column &column)
 {
     field->consise_type = column.type;
     field->type = column.type;
     field->nullable = column.nullable;
     field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
-    const bool described = column.type == SQL_VARCHAR
-                               ? describe_varchar(field, column.length)
-                               : describe_integer(field, column.type == SQL_INTEGER ? 10 : 5);
-    return described && put_text(&field->column_name, column.name);
+    if (column.type == SQL_VARCHAR)
+        describe_varchar(field, column.length);
+    else if (column.type == SQL_INTEGER)
+        describe_integer(field, 10, false);
+    else
+        describe_integer(field, 5, !local_shorts_are_integers(conn));
+    field->column_name = cass_string_from_cstr(column.name);
+    return field->column_name != nullptr;
 }
 
-static bool describe_columns(cass_desc *ird, const cass_internal_columns *columns)
+static bool describe_columns(const cass_conn *conn, cass_desc *ird,
+                             const cass_internal_columns *columns)
 {
     if (cass_desc_describe(ird, columns->count) != 0)
         return false;
     for (std::int32_t i = 0; i < columns->count; ++i)
-        if (!describe_column(&ird->fields[i], columns->columns[i]))
+        if (!describe_column(conn, &ird->fields[i], columns->columns[i]))
             return false;
     return true;
 }
@@ -102,23 +100,23 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
 {
     auto *rs = static_cast<cass_internal_rs *>(std::calloc(1, sizeof(cass_internal_rs)));
     if (rs == nullptr)
-        return no_memory(stmt, "cass_create_internal_rs");
+        return cass_post_no_memory(&stmt->head, log_source, "cass_create_internal_rs");
     rs->at_start = 1;
     rs->columns = columns;
     if (take_sort_keys(rs, sort_keys) != 0) {
         cass_free_internal_rs(stmt, rs);
-        return no_memory(stmt, "cass_create_internal_rs");
+        return cass_post_no_memory(&stmt->head, log_source, "cass_create_internal_rs");
     }
 
     stmt->ird = stmt->implicit_ird;
     stmt->internal_rs = rs;
     stmt->data_waiting = 1;
-    if (describe_columns(stmt->ird, columns))
+    if (describe_columns(stmt_conn(stmt), stmt->ird, columns))
         return 0;
     cass_free_internal_rs(stmt, rs);
     stmt->data_waiting = 0;
     cass_desc_undescribe(stmt->ird);
-    return no_memory(stmt, "cass_create_internal_rs");
+    return cass_post_no_memory(&stmt->head, log_source, "cass_create_internal_rs");
 }
 
 void cass_free_internal_rs(cass_stmt *stmt, cass_internal_rs *rs)
@@ -229,7 +227,7 @@ int cass_insert_internal_row(cass_stmt *stmt, const char *const *values)
     }
     cass_internal_row *row = make_row(rs->columns->count, values);
     if (row == nullptr)
-        return no_memory(stmt, "cass_insert_internal_row");
+        return cass_post_no_memory(&stmt->head, log_source, "cass_insert_internal_row");
     if (rs->sort_key_count < 1)
         append_row(rs, row);
     else
@@ -272,7 +270,7 @@ static int populate_row(cass_stmt *stmt, const cass_internal_row *row)
     for (std::int32_t column = 0; column < columns; ++column) {
         cass_field *field = &stmt->ird->fields[column];
         if (populate_field(field, row->values[column]) != 0)
-            return no_memory(stmt, "cass_fetch_internal_row");
+            return cass_post_no_memory(&stmt->head, log_source, "cass_fetch_internal_row");
         const cass_data_storage &cell = field->data_storage;
         CASS_LOG(&stmt->head, LOG_DETAIL, "populate internal row: reading column %d", column);
         CASS_LOG(&stmt->head, LOG_DETAIL, "field->consise_type = %d", field->consise_type);

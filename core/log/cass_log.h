@@ -63,8 +63,8 @@ void cass_log_packet(cass_handle *handle, const char *source_file, int line, std
 
 // Formats into `target` of `room` bytes; bytes written without the terminator. Conversions: %d %u
 // %x %X %c take an int, %l a long long, %p a void *, %r a return code by name, %s bytes, %S a
-// cass_string, %q bytes and %Q %T wide text, each followed by its length as an int or SQL_NTS. Long
-// values are cut and end in "...".
+// cass_string, %q bytes and %Q %T wide text, each followed by its length as an int or SQL_NTS, %A a
+// text_argument * as %q or %Q. Long values are cut and end in "...".
 int cass_log_format(char *target, int room, const char *format, va_list arguments);
 
 // Names the connection's log file: `length` bytes, cut to its room; none at all for standard error.

@@ -174,7 +174,7 @@ static void put_length(format_target *target, int length)
         put_number(target, "[%d]", length);
 }
 
-// %q, %Q, %T: 'text'[length].
+// %q, %Q, %T, %A: 'text'[length].
 static void put_quoted(format_target *target, const void *text, int length, bool wide)
 {
     if (text == nullptr) {
@@ -221,6 +221,7 @@ struct format_argument {
     long long wide_number;
     const void *pointer;
     int length;
+    bool wide;
 };
 
 // Takes what the conversion needs. False for a character that is no conversion.
@@ -248,7 +249,15 @@ static bool take_argument(char conversion, va_list *arguments, format_argument *
     case 'T':
         argument->pointer = va_arg(*arguments, const void *);
         argument->length = va_arg(*arguments, int);
+        argument->wide = conversion != 'q';
         return true;
+    case 'A': {
+        const auto *given = va_arg(*arguments, const text_argument *);
+        argument->pointer = given->text;
+        argument->length = given->length;
+        argument->wide = given->wide;
+        return true;
+    }
     default:
         return false;
     }
@@ -278,7 +287,7 @@ static void put_argument(format_target *target, char conversion, const format_ar
     case 'S':
         return put_string(target, static_cast<const cass_string *>(argument->pointer));
     default:
-        return put_quoted(target, argument->pointer, argument->length, conversion != 'q');
+        return put_quoted(target, argument->pointer, argument->length, argument->wide);
     }
 }
 

@@ -60,7 +60,6 @@ int cass_close_socket(cass_conn *conn)
     if (conn->socket >= 0)
         close(conn->socket);
     conn->socket = -1;
-    conn->socket_dead = 1;
     return 0;
 }
 
@@ -115,7 +114,6 @@ std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
         if (would_block(errno) && cass_wait_socket(conn->socket, POLLOUT, NO_LIMIT) == 1)
             continue;
         post_send_error(conn, errno);
-        conn->socket_dead = 1;
         return -1;
     }
     CASS_LOG_PACKET(&conn->head, buffer, done, "Sent %d bytes", done);
@@ -169,11 +167,13 @@ static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t cou
     }
 }
 
-// Never timed. 0 at the end of the stream.
+// 0 at the end of the stream.
 static std::int32_t read_tls(cass_conn *conn, void *buffer, std::int32_t count,
-                             std::int32_t *read_count, int dump)
+                             std::int32_t *read_count, std::int32_t timeout_ms, int dump)
 {
-    const int got = cass_ssl_read(conn, buffer, count);
+    const int got = cass_ssl_read(conn, buffer, count, timeout_ms);
+    if (got == CONN_TIMED_OUT)
+        return got;
     if (got < 0) {
         CASS_LOG(&conn->head, LOG_ERROR, "conn_read_raw: read failed");
         cass_post_error(&conn->head, STATE_08S01, 0, "read failed");
@@ -192,7 +192,7 @@ std::int32_t conn_read_raw(cass_conn *conn, void *buffer, std::int32_t count,
     if (count < 1)
         return 0;
     if (through_tls(conn)) [[unlikely]]
-        return read_tls(conn, buffer, count, read_count, dump);
+        return read_tls(conn, buffer, count, read_count, timeout_ms, dump);
     const std::int32_t got = receive_once(conn, buffer, count, timeout_ms);
     if (got < 0)
         return got;

@@ -23,19 +23,11 @@
 static constexpr char log_source[] = "cass_conn.c";
 
 constexpr int OPEN_FAILED = -3;
-constexpr std::int32_t DEFAULT_PORT = 9042;
 
 // For the log.
 static const char *opener(const cass_conn *conn)
 {
     return conn->settings.ipv6 ? "cass_open_ipv6" : "cass_open_ipv4";
-}
-
-static int no_memory(cass_conn *conn)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", opener(conn));
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return OPEN_FAILED;
 }
 
 // ---- Connecting --------------------------------------------------------------------------------
@@ -219,7 +211,7 @@ int cass_open_ipv4(cass_conn *conn, const cass_string *server, std::int32_t port
     CASS_LOG(&conn->head, LOG_DETAIL, "Open connection to '%S', %d", server, port);
     const held_text host(cass_string_to_utf8(server));
     if (host == nullptr)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, opener(conn), OPEN_FAILED);
     char *separator = std::strchr(host.get(), ':');
     if (separator == nullptr)
         separator = std::strchr(host.get(), '*');
@@ -231,7 +223,7 @@ int cass_open_ipv4(cass_conn *conn, const cass_string *server, std::int32_t port
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     const int failure = resolve_ipv4(host.get(), &address.sin_addr);
     if (failure == EAI_MEMORY)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, opener(conn), OPEN_FAILED);
     if (failure != 0) {
         CASS_LOG(&conn->head, LOG_ERROR, "Failed to find host address '%s'", host.get());
         cass_post_error(&conn->head, STATE_08001, failure, "Failed to find host address '%S'",
@@ -267,7 +259,7 @@ static int resolve_ipv6(cass_conn *conn, const char *host, sockaddr_in6 *address
     const int code = getaddrinfo(host, nullptr, &hints, &list);
     CASS_LOG(&conn->head, LOG_DETAIL, "getaddrinfo returns %d", code);
     if (code == EAI_MEMORY)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, opener(conn), OPEN_FAILED);
     if (code == EAI_FAMILY) {
         CASS_LOG(&conn->head, LOG_ERROR, "cass_open_ipv6: AF_INET6 family not supported");
         cass_post_error(&conn->head, STATE_08001, code, "AF_INET6 family not supported");
@@ -302,7 +294,7 @@ int cass_open_ipv6(cass_conn *conn, const cass_string *server, std::int32_t port
     CASS_LOG(&conn->head, LOG_DETAIL, "Open IPv6 connection to '%S', %d", server, port);
     const held_text host(cass_string_to_utf8(server));
     if (host == nullptr)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, opener(conn), OPEN_FAILED);
     // A colon belongs to the address here.
     char *separator = std::strchr(host.get(), '*');
     if (const int code = settle_port(conn, host.get(), separator, &port); code != 0)
@@ -386,7 +378,7 @@ int cass_open_servers(cass_conn *conn, const cass_string *servers, std::int32_t 
 {
     const held_text list(cass_string_to_utf8(servers));
     if (list == nullptr)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, opener(conn), OPEN_FAILED);
     CASS_LOG(&conn->head, LOG_DETAIL, "opening connection to '%s' %d", list.get(), port);
     const std::string_view text(list.get());
     const auto count = static_cast<std::int32_t>(std::count(text.begin(), text.end(), ',') + 1);

@@ -72,20 +72,13 @@ static const char *behind_blank(const char *text)
     return blank == nullptr ? nullptr : blank + 1;
 }
 
-// Logs and posts. False.
-static bool no_memory(cass_conn *conn)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "cass_read_response: failed to allocate memory");
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return false;
-}
-
 // False when memory ran out.
 static bool keep_copy(cass_conn *conn, char **slot, const char *text)
 {
     std::free(*slot);
     *slot = text == nullptr ? nullptr : strdup(text);
-    return *slot != nullptr || text == nullptr || no_memory(conn);
+    return *slot != nullptr || text == nullptr ||
+           cass_post_no_memory(&conn->head, log_source, "cass_read_response", false);
 }
 
 static bool take_status(http_response *response, const char *line)
@@ -158,7 +151,7 @@ static bool read_body(http_response *response, std::int32_t size)
     auto *grown =
         static_cast<char *>(std::realloc(response->body, static_cast<std::size_t>(end) + 1));
     if (grown == nullptr)
-        return no_memory(response->conn);
+        return cass_post_no_memory(&response->conn->head, log_source, "cass_read_response", false);
     response->body = grown;
     std::int32_t used = start;
     while (used < end) {
@@ -212,7 +205,7 @@ http_response *cass_read_response(cass_conn *conn)
     CASS_LOG(&conn->head, LOG_DETAIL, "Reading Response");
     held_response response(static_cast<http_response *>(std::calloc(1, sizeof(http_response))));
     if (response == nullptr) {
-        no_memory(conn);
+        cass_post_no_memory(&conn->head, log_source, "cass_read_response");
         return nullptr;
     }
     response->conn = conn;

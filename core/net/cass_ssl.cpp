@@ -1,6 +1,6 @@
 // TLS: the environment's context, the handshake and the session. The handshake is driven by hand
 // over two memory BIOs, so that the transport moves its bytes; once it is over, the peer's
-// certificate is judged and a socket BIO takes their place.
+// certificate is judged and a socket BIO takes their place (cass_ssl_bytes.cpp).
 #include "core/net/cass_ssl.h"
 
 #include <openssl/err.h>
@@ -22,13 +22,6 @@
 static constexpr char log_source[] = "cass_ssl.c";
 
 constexpr int TRANSFER_SIZE = 16384;
-
-// TLS state of a connection. The memory BIOs are null once the handshake is over.
-struct ssl_info {
-    BIO *read_bio;   // what the peer sent
-    BIO *write_bio;  // what is to be sent
-    SSL *ssl;
-};
 
 // ---- Failures ----------------------------------------------------------------------------------
 
@@ -70,35 +63,6 @@ static SSL_CTX *new_context(const SSL_METHOD *method)
     return ctx;
 }
 
-// A read of the session may write too, an alert: no call of OpenSSL may reach a write to a socket
-// that could raise SIGPIPE.
-static int write_quietly(BIO *bio, const char *bytes, int count)
-{
-    int socket = -1;
-    BIO_get_fd(bio, &socket);
-    const auto sent =
-        static_cast<int>(send(socket, bytes, static_cast<std::size_t>(count), MSG_NOSIGNAL));
-    BIO_clear_retry_flags(bio);
-    if (sent <= 0 && BIO_sock_should_retry(sent))
-        BIO_set_retry_write(bio);
-    return sent;
-}
-
-// OpenSSL's own socket BIO but for its writes. Null when memory runs out.
-static BIO_METHOD *new_socket_method()
-{
-    const BIO_METHOD *plain = BIO_s_socket();
-    BIO_METHOD *method = BIO_meth_new(BIO_TYPE_SOCKET, "socket without SIGPIPE");
-    if (method == nullptr)
-        return nullptr;
-    BIO_meth_set_write(method, write_quietly);
-    BIO_meth_set_read(method, BIO_meth_get_read(plain));
-    BIO_meth_set_ctrl(method, BIO_meth_get_ctrl(plain));
-    BIO_meth_set_create(method, BIO_meth_get_create(plain));
-    BIO_meth_set_destroy(method, BIO_meth_get_destroy(plain));
-    return method;
-}
-
 static void free_context(cass_ssl_context *shared)
 {
     SSL_CTX_free(shared->ctx);
@@ -115,7 +79,7 @@ int cass_ssl_init(cass_env *env)
         return 0;
     shared->method = TLS_client_method();
     shared->ctx = new_context(shared->method);
-    shared->socket_method = new_socket_method();
+    shared->socket_method = cass_ssl_socket_method();
     if (shared->ctx == nullptr || shared->socket_method == nullptr ||
         pthread_rwlock_init(&shared->anchors_lock, nullptr) != 0) {
         free_context(shared);
@@ -292,59 +256,6 @@ static int shake_hands(cass_conn *conn, cass_ssl_context *shared, const ssl_info
     }
 }
 
-// ---- The judgement -----------------------------------------------------------------------------
-
-// Faults of a certificate that TrustServerCertificate forgives, in the driver's own words; every
-// other fault is fatal.
-static constexpr struct {
-    long code;
-    const char *text;
-} verify_faults[] = {
-    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT, "unable to get issuer certificate"},
-    {X509_V_ERR_UNABLE_TO_DECRYPT_CERT_SIGNATURE, "unable to decrypt certificate's signature"},
-    {X509_V_ERR_UNABLE_TO_DECODE_ISSUER_PUBLIC_KEY, "unable to decode issuer public key"},
-    {X509_V_ERR_CERT_SIGNATURE_FAILURE, "certificate signature failure"},
-    {X509_V_ERR_CERT_NOT_YET_VALID, "certificate is not yet valid"},
-    {X509_V_ERR_CERT_HAS_EXPIRED, "certificate has expired"},
-    {X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD, "format error in certificate's notBefore field"},
-    {X509_V_ERR_ERROR_IN_CERT_NOT_AFTER_FIELD, "format error in certificate's notAfter field"},
-    {X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT, "self signed certificate"},
-    // The same words as for the next one: to the user it is the same fault.
-    {X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, "unable to get local issuer certificate"},
-    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, "unable to get local issuer certificate"},
-    {X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE, "unable to verify the first certificate"},
-    {X509_V_ERR_INVALID_CA, "invalid CA certificate"},
-    {X509_V_ERR_PATH_LENGTH_EXCEEDED, "path length constraint exceeded"},
-    {X509_V_ERR_INVALID_PURPOSE, "unsupported certificate purpose"},
-    {X509_V_ERR_CERT_UNTRUSTED, "certificate not trusted"},
-    {X509_V_ERR_CERT_REJECTED, "certificate rejected"},
-    {X509_V_ERR_KEYUSAGE_NO_CERTSIGN, "key usage does not include certificate signing"},
-};
-
-// 0, or SSL_FAILED with the fault posted. The server's name is not compared with the certificate.
-static int judge_certificate(cass_conn *conn, const SSL *ssl)
-{
-    const long code = SSL_get_verify_result(ssl);
-    if (code == X509_V_OK)
-        return 0;
-    const auto *fault = std::find_if(std::begin(verify_faults), std::end(verify_faults),
-                                     [code](const auto &row) { return row.code == code; });
-    if (fault == std::end(verify_faults)) {
-        const int number = static_cast<int>(code);
-        CASS_LOG(&conn->head, LOG_ERROR, "SSL connection failed, verify cert returned %d", number);
-        cass_post_error(&conn->head, STATE_08001, 0,
-                        "SSL connection failed, verify cert returned %d", number);
-        return SSL_FAILED;
-    }
-    if (conn->settings.trust_server_certificate) {
-        CASS_LOG(&conn->head, LOG_DETAIL, "Connection was encrypted but %s", fault->text);
-        return 0;
-    }
-    CASS_LOG(&conn->head, LOG_ERROR, "SSL Provider: %s", fault->text);
-    cass_post_error(&conn->head, STATE_08001, 0, "SSL Provider: %s", fault->text);
-    return SSL_FAILED;
-}
-
 // ---- Start and end -----------------------------------------------------------------------------
 
 static void log_cipher(cass_conn *conn, const SSL *ssl)
@@ -380,7 +291,7 @@ static held_info open_session(cass_conn *conn)
         return nullptr;
     }
     if (shake_hands(conn, shared, info.get(), buffer.get()) != 0 ||
-        judge_certificate(conn, info->ssl) != 0)
+        cass_ssl_judge(conn, info->ssl) != 0)
         return nullptr;
     BIO *socket = BIO_new(shared->socket_method);
     if (socket == nullptr) {
@@ -388,6 +299,7 @@ static held_info open_session(cass_conn *conn)
         return nullptr;
     }
     BIO_set_fd(socket, conn->socket, BIO_NOCLOSE);
+    BIO_set_app_data(socket, info.get());
     SSL_set_bio(info->ssl, socket, socket);
     BIO_free(std::exchange(info->read_bio, nullptr));
     BIO_free(std::exchange(info->write_bio, nullptr));
@@ -415,70 +327,4 @@ void cass_ssl_stop(cass_conn *conn)
     SSL_shutdown(conn->ssl->ssl);  // quiet: nothing is sent
     free_info(conn->ssl);
     conn->ssl = nullptr;
-}
-
-// ---- Bytes of the session ----------------------------------------------------------------------
-
-// Repeats the call while the session waits for the socket. What the last call gave, with errno as
-// the header says.
-template <typename Call>
-static int transfer(const cass_conn *conn, Call call)
-{
-    SSL *ssl = conn->ssl->ssl;
-    for (;;) {
-        ERR_clear_error();
-        errno = 0;
-        const int result = call(ssl);
-        const int error = errno;
-        if (result > 0)
-            return result;
-        const int status = SSL_get_error(ssl, result);
-        const bool for_reading = status == SSL_ERROR_WANT_READ;
-        if ((for_reading || status == SSL_ERROR_WANT_WRITE) &&
-            cass_wait_socket(conn->socket, for_reading ? POLLIN : POLLOUT, -1) == 1)
-            continue;
-        ERR_clear_error();
-        errno = status == SSL_ERROR_SYSCALL ? error : 0;
-        return result;
-    }
-}
-
-int cass_ssl_read(cass_conn *conn, void *buffer, int count)
-{
-    return transfer(conn, [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
-}
-
-int cass_ssl_write(cass_conn *conn, const void *buffer, int count)
-{
-    return transfer(conn, [&](SSL *ssl) { return SSL_write(ssl, buffer, count); });
-}
-
-// ---- Base64 ------------------------------------------------------------------------------------
-
-static char *copy_of(const BUF_MEM *memory)
-{
-    auto *text = static_cast<char *>(std::malloc(memory->length + 1));
-    if (text == nullptr)
-        return nullptr;
-    std::copy_n(memory->data, memory->length, text);
-    text[memory->length] = '\0';
-    return text;
-}
-
-char *cass_base64(const char *text)
-{
-    const std::size_t length = std::strlen(text);
-    const held_bio memory(BIO_new(BIO_s_mem()));
-    const held_bio filter(BIO_new(BIO_f_base64()));
-    if (memory == nullptr || filter == nullptr || length > INT_MAX / 2)
-        return nullptr;
-    BIO_set_flags(filter.get(), BIO_FLAGS_BASE64_NO_NL);
-    BIO_push(filter.get(), memory.get());
-    const bool whole =
-        BIO_write(filter.get(), text, static_cast<int>(length)) == static_cast<int>(length) &&
-        BIO_flush(filter.get()) == 1;
-    BIO_pop(filter.get());
-    BUF_MEM *encoded = nullptr;
-    BIO_get_mem_ptr(memory.get(), &encoded);
-    return whole && encoded != nullptr ? copy_of(encoded) : nullptr;
 }

@@ -22,6 +22,14 @@ struct cass_ssl_context {
     pthread_rwlock_t anchors_lock;
 };
 
+// TLS state of a connection. The memory BIOs are null once the handshake is over.
+struct ssl_info {
+    BIO *read_bio;   // what the peer sent
+    BIO *write_bio;  // what is to be sent
+    SSL *ssl;
+    bool timed;  // a read must not wait in the socket
+};
+
 using held_bio = held<BIO, &BIO_free>;
 
 // Logs and posts 08001 with the text. SSL_FAILED.
@@ -32,6 +40,14 @@ int cass_ssl_drain(cass_conn *conn);
 
 // For PEM texts: an encrypted one counts as unreadable, nobody is asked for a passphrase.
 int cass_ssl_no_passphrase(char *buffer, int size, int writing, void *data);
+
+// 0, or SSL_FAILED with the fault of the peer's certificate posted. The server's name is not
+// compared with the certificate.
+int cass_ssl_judge(cass_conn *conn, const SSL *ssl);
+
+// OpenSSL's own socket BIO but for SIGPIPE and time-outs; its app data is the ssl_info. Null when
+// memory runs out.
+BIO_METHOD *cass_ssl_socket_method();
 
 // The connection's trust anchors, added to the environment's. 0, or SSL_FAILED with records posted.
 int cass_ssl_load_anchors(cass_conn *conn, SSL_CTX *ctx);

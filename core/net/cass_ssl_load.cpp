@@ -21,13 +21,6 @@ int cass_ssl_no_passphrase(char *, int, int, void *)
     return 0;
 }
 
-static int no_memory(cass_conn *conn)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "cass_ssl_start: failed to allocate memory");
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return SSL_FAILED;
-}
-
 // `what` as in "Private Key". What OpenSSL has to say follows.
 static int refuse_file(cass_conn *conn, const char *what, const cass_string *path)
 {
@@ -81,7 +74,7 @@ static int load_anchor_file(cass_conn *conn, SSL_CTX *ctx)
              conn->settings.certificate_file);
     const held_text path(cass_setting_path(conn->settings.certificate_file));
     if (path == nullptr)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, "cass_ssl_start", SSL_FAILED);
     const bool directory = is_directory(conn, path.get());
     ERR_clear_error();
     if (SSL_CTX_load_verify_locations(ctx, directory ? nullptr : path.get(),
@@ -117,7 +110,7 @@ static int load_entropy(cass_conn *conn)
     CASS_LOG(&conn->head, LOG_DETAIL, "Loading entropy from '%S'", conn->settings.entropy_file);
     const held_text path(cass_setting_path(conn->settings.entropy_file));
     if (path == nullptr)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, "cass_ssl_start", SSL_FAILED);
     const int seeded = seed_from(path.get());
     if (seeded < 0) {
         CASS_LOG(&conn->head, LOG_ERROR, "Loading entropy from '%S' failed",
@@ -183,7 +176,7 @@ static int load_part(cass_conn *conn, SSL *ssl, const own_part &part)
         CASS_LOG(&conn->head, LOG_DETAIL, "Loading %s file '%S'", part.name, file);
         const held_text path(cass_setting_path(file));
         if (path == nullptr)
-            return no_memory(conn);
+            return cass_post_no_memory(&conn->head, log_source, "cass_ssl_start", SSL_FAILED);
         accepted = part.use_file(ssl, path.get(), SSL_FILETYPE_PEM);
     } else {
         return 0;
@@ -203,7 +196,7 @@ static int set_server_name(cass_conn *conn, SSL *ssl)
         return 0;
     const held_text text(cass_string_to_ascii(name));
     if (text == nullptr)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, "cass_ssl_start", SSL_FAILED);
     if (by_contact)
         CASS_LOG(&conn->head, LOG_DETAIL, "Setting server name '%s'", text.get());
     else

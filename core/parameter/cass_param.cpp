@@ -14,6 +14,13 @@ static constexpr char log_source[] = "cass_param.c";
 
 // ---- Elements ----------------------------------------------------------------------------------
 
+// The set in work by the APD's binding rules.
+struct param_set {
+    const cass_desc *apd;
+    std::int32_t row;
+    SQLLEN offset;  // bind offset
+};
+
 // Address of an element of the set. Wraps instead of overflowing: strides and offsets are the
 // application's and may be anything.
 static const unsigned char *element_at(const param_set *set, const void *base, SQLLEN column_stride)
@@ -33,7 +40,7 @@ static SQLLEN length_element(const param_set *set, const void *base)
     return value;
 }
 
-param_set param_current_set(const cass_stmt *stmt)
+static param_set param_current_set(const cass_stmt *stmt)
 {
     param_set set = {.apd = stmt->apd, .row = stmt->param_row, .offset = 0};
     if (set.apd->bind_offset_ptr != nullptr)
@@ -41,12 +48,18 @@ param_set param_current_set(const cass_stmt *stmt)
     return set;
 }
 
-bool param_indicator(const param_set *set, const cass_field *field, SQLLEN *value)
+// Indicator element of a record; false when it has no indicator pointer.
+static bool param_indicator(const param_set *set, const cass_field *field, SQLLEN *value)
 {
     if (field->indicator_ptr == nullptr)
         return false;
     *value = length_element(set, field->indicator_ptr);
     return true;
+}
+
+static bool param_is_at_exec(SQLLEN indicator)
+{
+    return indicator == SQL_DATA_AT_EXEC || indicator < -99;
 }
 
 bool cass_param_at_exec(const cass_stmt *stmt, std::int32_t index)

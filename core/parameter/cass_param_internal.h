@@ -1,9 +1,8 @@
-// Parameter encoding, inside: one parameter of the set in work, what its C type is made of, the
-// getters that bring it into the form of a target family, and the writers of the CQL values.
+// Parameter encoding, inside: one parameter of the set in work, what its C type is made of, and the
+// writers of the CQL values, one for each target family.
 //
-// Getters and writers give 0, or 1 with the failure posted, naming the parameter. A getter's
-// *length of -1 is a null. Application memory is only read by memcpy, within its length and its C
-// type.
+// All give 0, or 1 with the failure posted, naming the parameter. Application memory is only read
+// by memcpy, within its length and its C type.
 #ifndef CORE_PARAMETER_CASS_PARAM_INTERNAL_H
 #define CORE_PARAMETER_CASS_PARAM_INTERNAL_H
 
@@ -55,22 +54,7 @@ struct cass_param {
     char scratch[NUMERIC_TEXT_ROOM];
 };
 
-// ---- Elements (cass_param.cpp) -----------------------------------------------------------------
-
-// The set in work by the APD's binding rules.
-struct param_set {
-    const cass_desc *apd;
-    std::int32_t row;
-    SQLLEN offset;  // bind offset
-};
-param_set param_current_set(const cass_stmt *stmt);
-// Indicator element of a record; false when it has no indicator pointer.
-bool param_indicator(const param_set *set, const cass_field *field, SQLLEN *value);
-
-inline bool param_is_at_exec(SQLLEN indicator)
-{
-    return indicator == SQL_DATA_AT_EXEC || indicator < -99;
-}
+// ---- Data and failures (cass_param.cpp) --------------------------------------------------------
 
 // Number of the parameter in texts and diagnostics.
 inline std::int32_t param_number(const cass_param *param)
@@ -94,33 +78,15 @@ int param_copy_fixed(const cass_param *param, void *value, std::size_t size);
 
 // ---- Texts and bytes (cass_param_text.cpp) -----------------------------------------------------
 
-// Units (of `unit_size` bytes) of a text source, at most `cap` when a terminator is searched for;
-// -1 for a null. HY090 for a length that is none.
-int param_text_units(const cass_param *param, int unit_size, std::int64_t cap, std::int64_t *units);
 // The text source narrowed to low bytes, terminated, in scratch; cut at PARAM_TEXT_LIMIT. *null
 // tells that its length element makes it a null.
 int param_narrow_text(cass_param *param, bool *null);
-// Length of a binary source, -1 for a null. 07006 without one.
-int param_binary_length(const cass_param *param, std::int64_t *length);
 // A binary source as the memory image of a value: copied when its length is `size`; otherwise 22003
 // with `complaint` ("Incorrect length for ... %d") in the log.
 int param_copy_image(const cass_param *param, void *value, std::size_t size, const char *complaint,
                      bool *null);
 
-// ---- Getters -----------------------------------------------------------------------------------
-
-int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t *length);
-int get_bigint_from_param(cass_param *param, std::int64_t *value, std::int32_t *length);
-int get_double_from_param(cass_param *param, double *value, std::int32_t *length);
-int get_float_from_param(cass_param *param, float *value, std::int32_t *length);
-int get_numeric_from_param(cass_param *param, SQL_NUMERIC_STRUCT *value, std::int32_t *length);
-int get_timestamp_from_param(cass_param *param, SQL_TIMESTAMP_STRUCT *value, std::int32_t *length);
-int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length);
-// Bytes at *text: of a narrow text, or of SQLWCHAR units when *wide. They lie in application
-// memory, in scratch or in `owned`.
-int get_char_from_param(cass_param *param, const unsigned char **text, std::int32_t *length,
-                        bool *wide);
-int get_binary_from_param(cass_param *param, const unsigned char **bytes, std::int32_t *length);
+// ---- Numbers (cass_param_number.cpp) -----------------------------------------------------------
 
 // One of the number families as it lies in memory, widened; KIND_NUMERIC leaves `numeric`.
 struct param_value {

@@ -79,39 +79,16 @@ static int out_of_range(const cass_param *param, const char *text)
     return param_fail(param, STATE_22003);
 }
 
-enum parse_result { PARSED, NO_DIGITS, OVERFLOWED };
-
-// Leading decimal number of a text, behind white space; what follows it does not matter.
-static parse_result parse_int64(const char *text, std::int64_t *value)
-{
-    while (ascii_is_space(static_cast<unsigned char>(*text)))
-        text++;
-    const bool negative = *text == '-';
-    if (negative || *text == '+')
-        text++;
-    if (!ascii_is_digit(static_cast<unsigned char>(*text)))
-        return NO_DIGITS;
-    std::int64_t number = 0;  // kept negative, where there is one more
-    for (; ascii_is_digit(static_cast<unsigned char>(*text)); text++)
-        if (__builtin_mul_overflow(number, 10, &number) ||
-            __builtin_sub_overflow(number, *text - '0', &number))
-            return OVERFLOWED;
-    if (!negative && __builtin_sub_overflow(0, number, &number))
-        return OVERFLOWED;
-    *value = number;
-    return PARSED;
-}
-
 static int integer_from_text(const cass_param *param, const char *text, const integer_width *width,
                              std::int64_t *value)
 {
-    switch (parse_int64(text, value)) {
-    case NO_DIGITS:
+    switch (ascii_to_int64(text, value)) {
+    case ASCII_NO_DIGITS:
         CASS_LOG(&param->stmt->head, LOG_ERROR, "Value not converted to signed int");
         return param_fail(param, STATE_22018);
-    case OVERFLOWED:
+    case ASCII_OVERFLOW:
         return out_of_range(param, width->text_overflow);
-    case PARSED:
+    case ASCII_NUMBER:
         break;
     }
     if (*value < width->low || *value > width->high)
@@ -203,7 +180,7 @@ static int read_integer(cass_param *param, const integer_width *width, std::int6
     return code;
 }
 
-int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t *length)
+static int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t *length)
 {
     std::int64_t wide;
     const int code = read_integer(param, &width_32, &wide, length);
@@ -211,7 +188,7 @@ int get_integer_from_param(cass_param *param, std::int32_t *value, std::int32_t 
     return code;
 }
 
-int get_bigint_from_param(cass_param *param, std::int64_t *value, std::int32_t *length)
+static int get_bigint_from_param(cass_param *param, std::int64_t *value, std::int32_t *length)
 {
     return read_integer(param, &width_64, value, length);
 }
@@ -369,12 +346,12 @@ static int read_real(cass_param *param, const real_width *width, double *value,
     return code;
 }
 
-int get_double_from_param(cass_param *param, double *value, std::int32_t *length)
+static int get_double_from_param(cass_param *param, double *value, std::int32_t *length)
 {
     return read_real(param, &real_double, value, length);
 }
 
-int get_float_from_param(cass_param *param, float *value, std::int32_t *length)
+static int get_float_from_param(cass_param *param, float *value, std::int32_t *length)
 {
     double wide;
     const int code = read_real(param, &real_float, &wide, length);

@@ -139,7 +139,8 @@ static int numeric_from_number(cass_param *param, SQL_NUMERIC_STRUCT *value)
     return code != 0 ? param_fail(param, STATE_22003, OUT_OF_RANGE) : 0;
 }
 
-int get_numeric_from_param(cass_param *param, SQL_NUMERIC_STRUCT *value, std::int32_t *length)
+static int get_numeric_from_param(cass_param *param, SQL_NUMERIC_STRUCT *value,
+                                  std::int32_t *length)
 {
     *value = {};
     *length = -1;

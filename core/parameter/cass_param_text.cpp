@@ -1,11 +1,11 @@
 // Parameters of the text, binary and guid targets, and how long a text or binary source is. Narrow
 // text goes out byte for byte, wide text unit by unit as UTF-8.
-#include <cstdio>
 #include <cstdlib>
 
 #include "core/parameter/cass_param_internal.h"
 #include "support/ascii.h"
 #include "support/numtext.h"
+#include "support/structtext.h"
 
 static constexpr char log_source[] = "cass_param.c";
 
@@ -14,13 +14,6 @@ static constexpr std::int64_t HEX_SCRATCH = 128;
 
 // ---- Lengths -----------------------------------------------------------------------------------
 
-static SQLWCHAR load_unit(const unsigned char *bytes, std::int64_t index)
-{
-    SQLWCHAR unit;
-    std::memcpy(&unit, bytes + index * static_cast<std::int64_t>(sizeof unit), sizeof unit);
-    return unit;
-}
-
 // Units before the terminator, at most `limit`. Wide text need not be aligned.
 static std::int64_t measure(const unsigned char *text, int unit_size, std::int64_t limit)
 {
@@ -28,12 +21,15 @@ static std::int64_t measure(const unsigned char *text, int unit_size, std::int64
         return static_cast<std::int64_t>(
             strnlen(reinterpret_cast<const char *>(text), static_cast<std::size_t>(limit)));
     std::int64_t units = 0;
-    while (units < limit && load_unit(text, units) != 0)
+    while (units < limit && cass_wide_unit(text, units) != 0)
         units++;
     return units;
 }
 
-int param_text_units(const cass_param *param, int unit_size, std::int64_t cap, std::int64_t *units)
+// Units (of `unit_size` bytes) of a text source, at most `cap` when a terminator is searched for;
+// -1 for a null. HY090 for a length that is none.
+static int param_text_units(const cass_param *param, int unit_size, std::int64_t cap,
+                            std::int64_t *units)
 {
     if (!param->has_length) {
         // Without a length the buffer's size bounds the search; a size of 0 is empty text.
@@ -81,12 +77,14 @@ int param_narrow_text(cass_param *param, bool *null)
         units = PARAM_TEXT_LIMIT;
     std::int64_t i = 0;
     for (; i < units; i++)
-        param->scratch[i] = static_cast<char>(wide ? load_unit(param->data, i) : param->data[i]);
+        param->scratch[i] =
+            static_cast<char>(wide ? cass_wide_unit(param->data, i) : param->data[i]);
     param->scratch[i] = '\0';
     return 0;
 }
 
-int param_binary_length(const cass_param *param, std::int64_t *length)
+// Length of a binary source, -1 for a null. 07006 without one.
+static int param_binary_length(const cass_param *param, std::int64_t *length)
 {
     if (!param->has_length)
         return param_fail(param, STATE_07006, "no length of binary data");
@@ -114,63 +112,6 @@ int param_copy_image(const cass_param *param, void *value, std::size_t size, con
 }
 
 // ---- Fixed-size sources as text ----------------------------------------------------------------
-
-// "%04d-%02d-%02d".
-static int date_text(char *out, int year, int month, int day)
-{
-    if (year < 0 || year > 9999 || month > 99 || day > 99)
-        return std::snprintf(out, 32, "%04d-%02d-%02d", year, month, day);
-    text_padded(out, static_cast<std::uint32_t>(year), 4);
-    out[4] = '-';
-    text_padded(out + 5, static_cast<std::uint32_t>(month), 2);
-    out[7] = '-';
-    text_padded(out + 8, static_cast<std::uint32_t>(day), 2);
-    return 10;
-}
-
-// "%02d:%02d:%02d".
-static int time_text(char *out, int hour, int minute, int second)
-{
-    if (hour > 99 || minute > 99 || second > 99)
-        return std::snprintf(out, 32, "%02d:%02d:%02d", hour, minute, second);
-    text_padded(out, static_cast<std::uint32_t>(hour), 2);
-    out[2] = ':';
-    text_padded(out + 3, static_cast<std::uint32_t>(minute), 2);
-    out[5] = ':';
-    text_padded(out + 6, static_cast<std::uint32_t>(second), 2);
-    return 8;
-}
-
-static int timestamp_text(char *out, const SQL_TIMESTAMP_STRUCT *value)
-{
-    int length = date_text(out, value->year, value->month, value->day);
-    out[length++] = ' ';
-    length += time_text(out + length, value->hour, value->minute, value->second);
-    if (value->fraction == 0)
-        return length;
-    out[length++] = '.';
-    if (value->fraction > 999'999'999)
-        return length + text_from_uint64(out + length, value->fraction);
-    text_padded(out + length, value->fraction, 9);
-    return length + 9;
-}
-
-static int guid_text(char *out, const SQLGUID *value)
-{
-    unsigned char bytes[16];
-    store_be32(bytes, value->Data1);
-    store_be16(bytes + 4, value->Data2);
-    store_be16(bytes + 6, value->Data3);
-    std::memcpy(bytes + 8, value->Data4, sizeof value->Data4);
-    int length = 0;
-    for (int i = 0; i < 16; i++) {
-        if (i == 4 || i == 6 || i == 8 || i == 10)
-            out[length++] = '-';
-        text_hex(out + length, bytes[i], HEX_UPPER);
-        length += 2;
-    }
-    return length;
-}
 
 static int number_text(cass_param *param, std::int32_t *length)
 {
@@ -208,16 +149,17 @@ static int struct_text(cass_param *param, std::int32_t *length)
     char *out = param->scratch;
     switch (param->c_type.kind) {
     case KIND_GUID:
-        *length = guid_text(out, &value.guid);
+        *length = text_from_guid(out, value.guid);
         break;
     case KIND_DATE:
-        *length = date_text(out, value.date.year, value.date.month, value.date.day);
+        *length = text_from_date(out, value.date.year, value.date.month, value.date.day);
         break;
     case KIND_TIME:
-        *length = time_text(out, value.time.hour, value.time.minute, value.time.second);
+        *length = text_from_time(out, value.time.hour, value.time.minute, value.time.second);
         break;
     default:
-        *length = timestamp_text(out, &value.timestamp);
+        *length = text_from_timestamp(out, value.timestamp, value.timestamp.fraction,
+                                      value.timestamp.fraction == 0 ? 0 : 9);
         break;
     }
     return 0;
@@ -225,8 +167,10 @@ static int struct_text(cass_param *param, std::int32_t *length)
 
 // ---- Text --------------------------------------------------------------------------------------
 
-int get_char_from_param(cass_param *param, const unsigned char **text, std::int32_t *length,
-                        bool *wide)
+// Bytes at *text: of a narrow text, or of SQLWCHAR units when *wide. They lie in application
+// memory, in scratch or in `owned`. A *length of -1 is a null, as in every getter.
+static int get_char_from_param(cass_param *param, const unsigned char **text, std::int32_t *length,
+                               bool *wide)
 {
     *wide = false;
     *text = reinterpret_cast<const unsigned char *>(param->scratch);
@@ -272,7 +216,7 @@ static std::int64_t utf8_size(const unsigned char *text, std::int64_t units)
 {
     std::int64_t size = 0;
     for (std::int64_t i = 0; i < units; i++) {
-        const SQLWCHAR unit = load_unit(text, i);
+        const SQLWCHAR unit = cass_wide_unit(text, i);
         size += unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
     }
     return size;
@@ -289,7 +233,7 @@ static int put_wide(const cass_param *param, cass_packet *packet, const unsigned
     unsigned char block[1024];
     std::int32_t filled = 0;
     for (std::int64_t i = 0; i < units; i++) {
-        filled += cass_utf8_put(load_unit(text, i), block + filled);
+        filled += cass_utf8_put(cass_wide_unit(text, i), block + filled);
         if (filled > static_cast<std::int32_t>(sizeof block) - 3) {
             pkt_put_bytes(packet, block, filled);
             filled = 0;
@@ -327,7 +271,8 @@ static unsigned hex_value(SQLWCHAR unit)
 
 static SQLWCHAR text_unit(const cass_param *param, std::int64_t index)
 {
-    return param->c_type.kind == KIND_WIDE ? load_unit(param->data, index) : param->data[index];
+    return param->c_type.kind == KIND_WIDE ? cass_wide_unit(param->data, index)
+                                           : param->data[index];
 }
 
 // Hexadecimal text, two digits a byte; a digit left over at the end is dropped.
@@ -368,7 +313,8 @@ static int binary_from_text(cass_param *param, const unsigned char **bytes, std:
     return 0;
 }
 
-int get_binary_from_param(cass_param *param, const unsigned char **bytes, std::int32_t *length)
+static int get_binary_from_param(cass_param *param, const unsigned char **bytes,
+                                 std::int32_t *length)
 {
     *bytes = reinterpret_cast<const unsigned char *>(param->scratch);
     if (param_load_joined(param, length) != 0)
@@ -440,7 +386,7 @@ static bool parse_guid(const char *text, unsigned char *bytes)
     return true;
 }
 
-int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length)
+static int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length)
 {
     *length = -1;
     if (!param_load_first(param))
@@ -465,10 +411,7 @@ int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length)
             break;
         if (!parse_guid(param->scratch, bytes))
             return param_fail(param, STATE_22018, "invalid guid text");
-        value->Data1 = load_be32(bytes);
-        value->Data2 = load_be16(bytes + 4);
-        value->Data3 = load_be16(bytes + 6);
-        std::memcpy(value->Data4, bytes + 8, sizeof value->Data4);
+        guid_from_bytes(value, bytes);
         break;
     }
     default:
@@ -488,10 +431,7 @@ int param_put_guid(cass_param *param, cass_packet *packet, std::int32_t)
     if (length < 0)
         return param_put_null(packet);
     unsigned char out[16];
-    store_be32(out, value.Data1);
-    store_be16(out + 4, value.Data2);
-    store_be16(out + 6, value.Data3);
-    std::memcpy(out + 8, value.Data4, sizeof value.Data4);
+    guid_to_bytes(value, out);
     pkt_put_long_bytes(packet, out, sizeof out);
     return 0;
 }

@@ -4,13 +4,10 @@
 
 #include "core/parameter/cass_param_internal.h"
 #include "core/parameter/cass_timeparse.h"
+#include "core/wire/cql_type.h"
 #include "support/jdn_l.h"
 
 static constexpr char log_source[] = "cass_param.c";
-
-static constexpr std::int64_t EPOCH_JDN = 2440588;  // 1 January 1970
-// CQL dates count from here: 1970-01-01 is 2^31 (native protocol v4, section 6.7).
-static constexpr std::int64_t DATE_BIAS = (std::int64_t{1} << 31) - EPOCH_JDN;
 
 // ---- Sources -----------------------------------------------------------------------------------
 
@@ -75,7 +72,8 @@ static int from_text(cass_param *param, SQL_TIMESTAMP_STRUCT *value, bool *null)
     return 0;
 }
 
-int get_timestamp_from_param(cass_param *param, SQL_TIMESTAMP_STRUCT *value, std::int32_t *length)
+static int get_timestamp_from_param(cass_param *param, SQL_TIMESTAMP_STRUCT *value,
+                                    std::int32_t *length)
 {
     *value = {};
     *length = -1;
@@ -112,9 +110,10 @@ int get_timestamp_from_param(cass_param *param, SQL_TIMESTAMP_STRUCT *value, std
 
 // ---- Values ------------------------------------------------------------------------------------
 
+// Days since 1 January 1970.
 static std::int64_t day_number(const SQL_TIMESTAMP_STRUCT *value)
 {
-    return cass_date_to_jdn(value->year, value->month, value->day, 0);
+    return cass_date_to_jdn(value->year, value->month, value->day, 0) - EPOCH_JDN;
 }
 
 static std::int64_t second_of_day(const SQL_TIMESTAMP_STRUCT *value)
@@ -122,7 +121,6 @@ static std::int64_t second_of_day(const SQL_TIMESTAMP_STRUCT *value)
     return (std::int64_t{value->hour} * 60 + value->minute) * 60 + value->second;
 }
 
-// Days, with 1970-01-01 in the middle of the range.
 int param_put_date(cass_param *param, cass_packet *packet, std::int32_t)
 {
     SQL_TIMESTAMP_STRUCT value;
@@ -131,7 +129,7 @@ int param_put_date(cass_param *param, cass_packet *packet, std::int32_t)
         return 1;
     if (length < 0)
         return param_put_null(packet);
-    param_put_fixed(packet, static_cast<std::uint32_t>(day_number(&value) + DATE_BIAS), 4);
+    param_put_fixed(packet, static_cast<std::uint32_t>(day_number(&value) + CQL_DATE_EPOCH), 4);
     return 0;
 }
 
@@ -158,8 +156,7 @@ int param_put_timestamp(cass_param *param, cass_packet *packet, std::int32_t)
         return 1;
     if (length < 0)
         return param_put_null(packet);
-    const std::int64_t days = day_number(&value) - EPOCH_JDN;
-    const std::int64_t seconds = days * 86'400 + second_of_day(&value);
+    const std::int64_t seconds = day_number(&value) * 86'400 + second_of_day(&value);
     const std::int64_t milliseconds = seconds * 1000 + value.fraction / 1'000'000;
     param_put_fixed(packet, static_cast<std::uint64_t>(milliseconds), 8);
     return 0;

@@ -60,7 +60,8 @@ static void skip_space(time_reader *reader)
         reader->at++;
 }
 
-std::int32_t cass_digits_to_int(const char *start, const char *end)
+// Value of the digits before `end`, at most the first 15, cut to 32 bits; 0 for none.
+static std::int32_t cass_digits_to_int(const char *start, const char *end)
 {
     std::int64_t value = 0;
     for (int digits = 0; start < end && digits < 15; digits++)
@@ -68,7 +69,9 @@ std::int32_t cass_digits_to_int(const char *start, const char *end)
     return static_cast<std::int32_t>(value);
 }
 
-std::int32_t cass_digits_to_fraction(const char *start, const char *end)
+// Nanoseconds of the digits behind a decimal point: ".5" is 500000000. Digits past the ninth drop
+// out.
+static std::int32_t cass_digits_to_fraction(const char *start, const char *end)
 {
     std::int32_t value = 0;
     for (int digits = 0; digits < 9; digits++)
@@ -367,62 +370,6 @@ static int read_tail(time_reader *reader, std::int32_t *logged_hour)
     return 0;
 }
 
-static next_step read_numbers(time_reader *reader)
-{
-    next_step step = read_first(reader);
-    if (step == GO_ON)
-        step = read_second(reader);
-    if (step == GO_ON)
-        step = read_third(reader);
-    return step;
-}
-
-int cass_parse_timestamp(cass_stmt *stmt, const char *text, cass_time_parts *parts,
-                         std::int32_t parameter_number)
-{
-    CASS_LOG(&stmt->head, LOG_DETAIL, "timestamp format>%s<", text);
-    time_reader reader = {.stmt = stmt,
-                          .parameter_number = parameter_number,
-                          .at = text,
-                          .may_be_date = 1,
-                          .may_be_time = 1,
-                          .may_be_timestamp = 1,
-                          .year_first = false,
-                          .first = 0,
-                          .second = 0,
-                          .third = 0,
-                          .parts = parts};
-    skip_space(&reader);
-    if (at_end(&reader))
-        return refuse(&reader, END_OF_STRING);
-    *parts = {};
-    if (*reader.at == '{' && read_introducer(&reader) != 0)
-        return 1;
-    skip_space(&reader);
-    if (at_end(&reader))
-        return refuse(&reader, END_OF_STRING);
-    if (*reader.at == '\'')
-        reader.at++;
-    if (at_letter(&reader))
-        return cass_parse_timestamp_a(stmt, reader.at, parts, parameter_number);
-    if (!at_digit(&reader))
-        return refuse(&reader, CHARACTER);
-
-    if (read_numbers(&reader) == REFUSED)
-        return 1;
-    assign_numbers(&reader);
-    std::int32_t logged_hour = parts->hour;
-    if (parts->category == TIME_TEXT_TIMESTAMP && *reader.at == ' ' &&
-        read_tail(&reader, &logged_hour) != 0)
-        return 1;
-    CASS_LOG(&stmt->head, LOG_DETAIL,
-             "timestamp format type = %d,%d,%d values %d,%d,%d,%d,%d,%d,%d,%d,%d",
-             reader.may_be_date, reader.may_be_time, reader.may_be_timestamp, parts->year,
-             parts->month, parts->day, logged_hour, parts->minute, parts->second, parts->fraction,
-             parts->tz_hour, parts->tz_minute);
-    return 0;
-}
-
 // ---- Month names -------------------------------------------------------------------------------
 
 // The second list is asked when the first fails. Words are compared in lower case, so the capital
@@ -567,8 +514,9 @@ static int read_named_tail(time_reader *reader)
     return at_end_or_quote(reader) ? 0 : refuse(reader, CHARACTER);
 }
 
-int cass_parse_timestamp_a(cass_stmt *stmt, const char *text, cass_time_parts *parts,
-                           std::int32_t parameter_number)
+// Month name, day, year, and optionally a time and a zone: "Feb 5 2001 10:15:30.25PM +02:00".
+static int cass_parse_timestamp_a(cass_stmt *stmt, const char *text, cass_time_parts *parts,
+                                  std::int32_t parameter_number)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "timestamp a format>%s<", text);
     *parts = {};
@@ -598,6 +546,64 @@ int cass_parse_timestamp_a(cass_stmt *stmt, const char *text, cass_time_parts *p
              "timestamp format (a) type = %d,%d,%d values %d,%d,%d,%d,%d,%d,%d,%d,%d",
              parts->category == TIME_TEXT_DATE, 0, parts->category != TIME_TEXT_DATE, parts->year,
              parts->month, parts->day, parts->hour, parts->minute, parts->second, parts->fraction,
+             parts->tz_hour, parts->tz_minute);
+    return 0;
+}
+
+// ---- Any text ----------------------------------------------------------------------------------
+
+static next_step read_numbers(time_reader *reader)
+{
+    next_step step = read_first(reader);
+    if (step == GO_ON)
+        step = read_second(reader);
+    if (step == GO_ON)
+        step = read_third(reader);
+    return step;
+}
+
+int cass_parse_timestamp(cass_stmt *stmt, const char *text, cass_time_parts *parts,
+                         std::int32_t parameter_number)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "timestamp format>%s<", text);
+    time_reader reader = {.stmt = stmt,
+                          .parameter_number = parameter_number,
+                          .at = text,
+                          .may_be_date = 1,
+                          .may_be_time = 1,
+                          .may_be_timestamp = 1,
+                          .year_first = false,
+                          .first = 0,
+                          .second = 0,
+                          .third = 0,
+                          .parts = parts};
+    skip_space(&reader);
+    if (at_end(&reader))
+        return refuse(&reader, END_OF_STRING);
+    *parts = {};
+    if (*reader.at == '{' && read_introducer(&reader) != 0)
+        return 1;
+    skip_space(&reader);
+    if (at_end(&reader))
+        return refuse(&reader, END_OF_STRING);
+    if (*reader.at == '\'')
+        reader.at++;
+    if (at_letter(&reader))
+        return cass_parse_timestamp_a(stmt, reader.at, parts, parameter_number);
+    if (!at_digit(&reader))
+        return refuse(&reader, CHARACTER);
+
+    if (read_numbers(&reader) == REFUSED)
+        return 1;
+    assign_numbers(&reader);
+    std::int32_t logged_hour = parts->hour;
+    if (parts->category == TIME_TEXT_TIMESTAMP && *reader.at == ' ' &&
+        read_tail(&reader, &logged_hour) != 0)
+        return 1;
+    CASS_LOG(&stmt->head, LOG_DETAIL,
+             "timestamp format type = %d,%d,%d values %d,%d,%d,%d,%d,%d,%d,%d,%d",
+             reader.may_be_date, reader.may_be_time, reader.may_be_timestamp, parts->year,
+             parts->month, parts->day, logged_hour, parts->minute, parts->second, parts->fraction,
              parts->tz_hour, parts->tz_minute);
     return 0;
 }

@@ -22,18 +22,9 @@ struct cass_time_parts {
 };
 
 // Takes a terminated text apart: ODBC escapes, numbers divided by - / or :, YYYYMMDD, or, when it
-// opens with a letter, the form of cass_parse_timestamp_a. 0, or 1 with 22003 posted on the
-// statement, `parameter_number` as its column.
+// opens with a letter, "Feb 5 2001 10:15:30.25PM +02:00", time and zone optional. 0, or 1 with
+// 22003 posted on the statement, `parameter_number` as its column.
 int cass_parse_timestamp(cass_stmt *stmt, const char *text, cass_time_parts *parts,
                          std::int32_t parameter_number);
-// Month name, day, year, and optionally a time and a zone: "Feb 5 2001 10:15:30.25PM +02:00".
-int cass_parse_timestamp_a(cass_stmt *stmt, const char *text, cass_time_parts *parts,
-                           std::int32_t parameter_number);
-
-// Value of the digits before `end`, at most the first 15, cut to 32 bits; 0 for none.
-std::int32_t cass_digits_to_int(const char *start, const char *end);
-// Nanoseconds of the digits behind a decimal point: ".5" is 500000000. Digits past the ninth drop
-// out.
-std::int32_t cass_digits_to_fraction(const char *start, const char *end);
 
 #endif

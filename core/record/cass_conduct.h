@@ -1,6 +1,6 @@
 // Where the driver could reasonably do one thing or another, the choice is a field of one constant
 // record, and a connection points to the record that it follows. A field is a fact about the driver
-// in its own words; its comment says what the driver does when the field is 1. A flag is read in
+// in its own words; its comment says what the driver does when it is true. A flag is read in
 // exactly one small function that bears its name.
 #ifndef CORE_RECORD_CASS_CONDUCT_H
 #define CORE_RECORD_CASS_CONDUCT_H
@@ -8,13 +8,98 @@
 struct cass_conduct {
     // Statements and parameters.
 
+    // Of a text only the low byte of each unit goes out: ANSI calls hand over bytes, which reach
+    // the server unchanged. 0: bytes as they stand, and UTF-16 as UTF-8.
+    bool text_goes_out_by_low_bytes;
+    // A prepared execution looks for data at execution at the set where the run before has ended,
+    // so that it pauses in the first run alone. 0: at the first set, in every run.
+    bool data_is_awaited_in_first_run_only;
+    // A set of an array that failed is information when another one succeeded. 0: it is an error.
+    bool failed_set_is_information;
+    // Installing an APD takes the statement's link from the current ARD.
+    bool a_new_apd_unlinks_the_ard;
+    // Taking back a binding that was there gives SQL_ERROR without a record.
+    bool unbinding_a_parameter_fails;
+    // SQLCancel of a prepared statement gives SQL_ERROR without a record.
+    bool cancelling_a_prepared_statement_fails;
+    // SQLSetStmtOption with a new rowset size does not mark a prepared statement as rebound.
+    bool options_mark_nothing_rebound;
+
     // Cells and rows.
+
+    // An array of uuids is spaced by the length it was bound with, unlike every other fixed type.
+    bool uuid_arrays_are_spaced_by_length;
+    // A column whose record is found inconsistent keeps the pointers it was bound with.
+    bool a_refused_column_stays_bound;
 
     // Descriptions and diagnostics.
 
+    // A second record, HY000, follows HY092 when an unknown statement attribute is read.
+    bool an_unknown_attribute_is_told_twice;
+    // A number above the markers fails and hands out what a record says of it.
+    bool a_surplus_parameter_is_described;
+    // SQLColAttribute has empty texts for schema and catalog; descriptors tell the keyspace.
+    bool columns_tell_no_schema;
+    // A text of a descriptor that is cut leaves its 01004 beside SQL_SUCCESS.
+    bool a_cut_descriptor_text_is_a_success;
+    // SQLGetDescField and SQLGetDescRec past the last record are 07009 and not SQL_NO_DATA.
+    bool a_record_past_the_end_is_an_error;
+    // Setting SQL_DESC_ROWS_PROCESSED_PTR or SQL_DESC_NUM_PREC_RADIX stores and gives SQL_ERROR.
+    bool some_stored_fields_fail;
+    // SQLGetCursorName without a buffer gives SQL_ERROR without a record.
+    bool a_cursor_name_needs_a_buffer;
+    // SQLSetCursorName that gets no name posts nothing beside its SQL_ERROR.
+    bool a_lost_cursor_name_is_silent;
+    // SQLGetDiagField of a text without a buffer gives SQL_NO_DATA.
+    bool a_probe_of_a_text_field_is_no_data;
+    // SQLGetDiagRec without a buffer counts code units, also in its ANSI form.
+    bool a_probe_of_a_record_counts_units;
+    // SQL_DIAG_CONNECTION_NAME is the number 0 in the wide form and a text in the ANSI form.
+    bool the_wide_connection_name_is_zero;
+    // Reading an attribute of the Driver Manager's posts HY000 beside SQL_SUCCESS.
+    bool foreign_attributes_read_as_success;
+    // A short of a local result has the type name and octet length of an integer.
+    bool local_shorts_are_integers;
+
     // Catalog and information.
 
+    // SQLTables filters by keyspace with its catalog argument, "%" included.
+    bool the_catalog_argument_is_the_keyspace;
+    // TABLE_TYPE of a view is VIEWS.
+    bool views_are_told_as_views;
+    // Blanks in a list of table types belong to the types.
+    bool table_types_are_not_trimmed;
+    // ORDINAL_POSITION of the first column is 0.
+    bool ordinals_count_from_zero;
+    // SQL_DATETIME_SUB of SQLColumns is the concise type.
+    bool a_datetime_subcode_is_the_type;
+    // CHAR_OCTET_LENGTH of SQLColumns is told for all types.
+    bool all_types_tell_octet_lengths;
+    // NUM_PREC_RADIX of SQLColumns is null for integers.
+    bool integers_have_no_radix;
+    // DECIMAL_DIGITS of SQLColumns is null for integers, times and timestamps.
+    bool only_decimals_have_digits;
+    // KEY_SEQ is 1 for every column of a partition key.
+    bool the_key_is_not_counted;
+    // SQLPrimaryKeys lists the columns of the partition key alone.
+    bool clustering_columns_are_no_key;
+    // SQLPrimaryKeys reads as much of the schema as the length of the catalog says.
+    bool the_schema_is_measured_by_the_catalog;
+    // SCOPE of SQLSpecialColumns is the SQL type of the column.
+    bool the_scope_is_the_type;
+    // SQLStatistics filters by an empty schema and by "%" as by any other.
+    bool any_schema_filters_statistics;
+    // A server's warning fails the catalog function that met it.
+    bool a_warning_fails_the_catalog;
+    // Other statements are refused until a catalog result was read.
+    bool catalog_results_occupy_the_connection;
+    // SQLGetInfo of an unknown type is HYC00 and not HY096.
+    bool unknown_information_is_optional;
+
     // Session.
+
+    // An output string that fits but for its terminator loses its last semicolon and is not cut.
+    bool an_exact_output_string_is_whole;
 };
 
 extern const cass_conduct default_conduct;

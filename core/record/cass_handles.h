@@ -15,6 +15,7 @@
 #include <type_traits>
 
 #include "core/record/cass_conduct.h"
+#include "core/record/cass_page.h"
 #include "support/locks.h"
 #include "support/strfunc.h"
 
@@ -30,6 +31,7 @@ struct cass_stmt;
 struct cass_desc;
 struct cass_diag_record;
 struct cass_packet;
+struct cass_type_option;
 struct cass_internal_rs;
 struct ssl_info;
 
@@ -45,7 +47,7 @@ struct cass_handle {
     std::int32_t handle_tag;         // one of the four tags above
     cass_diag_record *diag_records;  // head of the diagnostic list, highest SQLSTATE first
     std::int32_t diag_cursor;        // cleared with the list
-    std::int32_t timed_out;          // 1 after a frame read ended in a time-out
+    std::int32_t timed_out;          // kept by name, nothing uses it
     std::int32_t log_mask;           // 0: this handle does not log
     cass_handle *next_sibling;       // next record in the parent's list
     cass_handle *parent;             // environment of a connection, connection of the others
@@ -81,6 +83,14 @@ struct cass_stmt_attrs {
     SQLULEN rowset_size;  // SQL_ROWSET_SIZE of ODBC 2
     SQLULEN bind_type;    // default of SQL_DESC_BIND_TYPE; a statement keeps its own in descriptors
 };
+
+constexpr std::int32_t DEFAULT_PORT = 9042;
+constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
+constexpr std::int32_t DEFAULT_CONSISTENCY = 1;  // ONE
+constexpr std::int32_t DEFAULT_STRING_LEN = 256;
+constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
+// Both user and password, where a server demands them and neither is set.
+constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 
 // What a DSN, a connection string and a settings block set.
 struct cass_settings {
@@ -140,13 +150,12 @@ struct cass_conn {
     const cass_conduct *conduct;  // never null
 
     // Transport.
-    std::int32_t socket;       // -1: none
-    std::int32_t socket_dead;  // 1 after a failed plain send or a close; read by nobody
-    std::int32_t odbc_level;   // 2 or 3
+    std::int32_t socket;      // -1: none
+    std::int32_t odbc_level;  // 2 or 3
     std::int32_t connecting;
     std::int32_t connected;
-    std::int32_t random_start;  // chooses a random first server; nothing sets it
     std::int32_t ms_timeout;    // connect time-out in force, milliseconds
+    std::int32_t read_timeout;  // of each receive of a reply, milliseconds; 0: without limit
 
     cass_settings settings;
 
@@ -183,7 +192,6 @@ struct cass_conn {
 
     // Attributes.
     std::int32_t autocommit;
-    std::int32_t in_transaction;  // nothing sets it
     std::uint32_t login_timeout;  // seconds
     std::uint32_t access_mode;
     std::uint32_t txn_isolation;
@@ -194,14 +202,19 @@ struct cass_conn {
     std::int32_t ansi_app;
     cass_stmt_attrs stmt_defaults;
     std::int32_t next_stmt_number;
-    std::int32_t async_count;  // nothing raises it
 
-    cass_handle *children;  // statements and descriptors, newest first
-    cass_lock spare_locks[2];
+    cass_handle *children;    // statements and descriptors, newest first
     cass_lock exchange_lock;  // held from a frame's send to the end of its reply's read
     cass_lock session_lock;   // leaf lock of what threads share; see core/net/cass_conn_shared.h
     cass_lock child_list_lock;
     cass_lock api_lock;
+
+    // Kept by name, nothing uses them.
+    std::int32_t random_start;
+    std::int32_t socket_dead;
+    // Kept by name, nothing sets them: what asks for them finds 0.
+    std::int32_t async_count;
+    std::int32_t in_transaction;
 };
 
 // One chunk of data at execution. A negative length (SQL NULL) owns no bytes.
@@ -245,8 +258,9 @@ using cass_cell_decoder = SQLRETURN (*)(cass_stmt *stmt, cass_packet *packet, ca
 // One column or parameter of any descriptor. The first cache line is all that fetching touches.
 struct cass_field {
     cass_data_storage data_storage;
-    cass_cell_decoder decode;  // chosen with the column's type; null: it has none
-    std::int32_t cql_type;     // option id of the native protocol
+    cass_cell_decoder decode;     // chosen with the column's type; null: it has none
+    std::int32_t cql_type;        // option id of the native protocol
+    cass_type_option *type_tree;  // owned: of a nested type; null where it was not kept
 
     std::int32_t consise_type;  // SQL_DESC_CONCISE_TYPE; the C type in ARD and APD
     std::int32_t target_type;   // APD: the SQL type given to SQLBindParameter; ARD: the C type
@@ -279,10 +293,11 @@ struct cass_field {
     cass_string *keyspace_name;
     cass_string *table_name;
     cass_string *column_name;
-    cass_string *literal_prefix;
-    cass_string *literal_suffix;
-    cass_string *local_type_name;
-    cass_string *type_name;
+    cass_string *custom_type_name;  // local type name of a custom type: its class
+    const char *literal_prefix;     // constants, as are the next three; null: none
+    const char *literal_suffix;
+    const char *local_type_name;  // null beside a custom_type_name
+    const char *type_name;
 
     cass_put_chunk *put_data;
     cass_put_chunk *put_data_tail;  // last chunk of put_data, where the next one goes
@@ -320,7 +335,6 @@ struct cass_stmt {
     cass_desc *implicit_ipd;
     cass_desc *implicit_ard;
     cass_desc *implicit_apd;
-    cass_desc *internal_desc;  // row side, for the driver's own use
 
     // Text and what the rewriter found in it.
     cass_string *sql_text;    // the processed text while prepared or waiting for data
@@ -331,8 +345,6 @@ struct cass_stmt {
     std::int32_t verb_code;
     std::int32_t select_has_params;
     cass_string *exec_name;
-    cass_string *rpc_params;
-    cass_string *rpc_null_params;
     cass_string *cursor_name;
     std::int32_t stmt_number;
 
@@ -342,36 +354,34 @@ struct cass_stmt {
     std::int32_t params_rebound;
     unsigned char *prepared_id;
     std::int32_t prepared_id_len;
-    unsigned char *paging_state;
-    std::int32_t paging_state_len;
     unsigned char *param_buffer;  // encoded values of the last request, repeated for next pages
     std::int32_t param_buffer_len;
     std::int32_t param_row;  // parameter set in work, from 0
-    std::int32_t async_op;   // nothing sets it
     std::int32_t more_results;
-    std::int32_t more_results_info;  // cleared with more_results
-    std::int32_t row_count_valid;
     std::int64_t row_count;
     std::int32_t total_row_count;
     std::int32_t error_count, ok_count, info_count;
     std::int32_t current_dae_param, current_dae_op, current_dae_first;
 
     // Rows.
-    cass_packet *current_packet;
-    std::int32_t current_row_count;
-    std::int32_t current_row_offset;
-    std::int32_t page_failed;   // 1: the page behind current_packet did not come
+    cass_page page;
     unsigned char *meta_bytes;  // owned: the column specification that the IRD was filled from
     std::int32_t meta_length;
     std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's
     cass_internal_rs *internal_rs;
     std::int32_t data_waiting;
-    SQLULEN rowset_position;
+    SQLULEN rowset_position;  // row of the rowset in work, from 0
 
     cass_stmt_attrs attrs;
     void *fetch_bookmark_ptr;
-    std::int32_t cursor_row_count;  // SQL_DIAG_CURSOR_ROW_COUNT; always 0
     cass_lock api_lock;
+
+    // Kept by name, nothing uses them.
+    cass_string *rpc_params;
+    cass_string *rpc_null_params;
+    // Kept by name, nothing sets them: what asks for them finds 0.
+    std::int32_t async_op;
+    std::int32_t row_count_valid;
 };
 
 static_assert(std::is_trivial_v<cass_env> && std::is_trivial_v<cass_conn> &&

@@ -14,27 +14,17 @@
 #include "core/net/cass_http.h"
 #include "core/net/cass_ssl.h"
 #include "core/session/cass_bundle.h"
+#include "support/base64.h"
 #include "support/held.h"
 
 static constexpr char log_source[] = "cass_logon.c";
 
 constexpr int NOTHING_WRITTEN = -4;
 constexpr int ASKING_FAILED = -5;
-constexpr std::int32_t DEFAULT_PORT = 9042;
 constexpr std::int32_t STATUS_OK = 200;
 constexpr std::int32_t STATUS_BAD_REQUEST = 400;
 
-// What the service gets when no credentials are set.
-constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
-
 using held_json = held<json_t, &json_decref>;
-
-static int no_memory(cass_conn *conn)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "astra_comms: failed to allocate memory");
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return ASKING_FAILED;
-}
 
 // ---- The request -------------------------------------------------------------------------------
 
@@ -161,7 +151,7 @@ int astra_comms(cass_conn *conn, const char *user, const char *password)
     CASS_LOG(&conn->head, LOG_DETAIL, "astra_comms()");
     const held_text request(compose_request(conn, user, password));
     if (request == nullptr)
-        return no_memory(conn);
+        return cass_post_no_memory(&conn->head, log_source, "astra_comms", ASKING_FAILED);
     // A failed write has posted its record; the read that follows fails in turn.
     if (conn_write(conn, request.get(), static_cast<std::int32_t>(std::strlen(request.get()))) == 0)
         return NOTHING_WRITTEN;
@@ -172,5 +162,7 @@ int astra_comms(cass_conn *conn, const char *user, const char *password)
     const held_json root(cass_load_json(response->body, std::strlen(response->body), &error));
     if (root == nullptr && error.line != 0)
         return ASKING_FAILED;
-    return root != nullptr && store_metadata(conn, root.get()) ? 0 : no_memory(conn);
+    return root != nullptr && store_metadata(conn, root.get())
+               ? 0
+               : cass_post_no_memory(&conn->head, log_source, "astra_comms", ASKING_FAILED);
 }

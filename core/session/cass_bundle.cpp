@@ -63,13 +63,6 @@ static int fail(cass_conn *conn, const char *format, const char *first = nullptr
     return BUNDLE_FAILED;
 }
 
-static int no_memory(cass_conn *conn)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "cass_read_bundle: failed to allocate memory");
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return BUNDLE_FAILED;
-}
-
 // ---- The zip file ------------------------------------------------------------------------------
 
 const char *zip_error_text(int code)
@@ -102,7 +95,7 @@ static zip_t *open_archive(cass_conn *conn)
     const cass_string *path = conn->settings.bundle_path;
     const held_text path_text(cass_setting_path(path));
     if (path_text == nullptr) {
-        no_memory(conn);
+        cass_post_no_memory(&conn->head, log_source, "cass_read_bundle");
         return nullptr;
     }
     const int descriptor = open(path_text.get(), O_RDONLY | O_CLOEXEC);
@@ -174,7 +167,7 @@ static unsigned char *read_member(cass_conn *conn, zip_t *archive, const char *n
     }
     unsigned char *bytes = extract_from_file(member.get(), length);
     if (bytes == nullptr && *length == NO_MEMORY)
-        no_memory(conn);
+        cass_post_no_memory(&conn->head, log_source, "cass_read_bundle");
     else if (bytes == nullptr)
         fail(conn, "%s( \"%s\" ) read fails", reader, name);
     else
@@ -210,7 +203,7 @@ static json_t *read_config(cass_conn *conn, zip_t *archive)
     json_error_t error = {};
     json_t *root = cass_load_json(bytes.get(), static_cast<std::size_t>(length), &error);
     if (root == nullptr && error.line == 0) {
-        no_memory(conn);
+        cass_post_no_memory(&conn->head, log_source, "cass_read_bundle");
     } else if (root == nullptr) {
         CASS_LOG(&conn->head, LOG_ERROR, "Failed to parse config.json %d", error.line);
         cass_post_error(&conn->head, STATE_HY000, 0, "Failed to parse config.json %d", error.line);
@@ -232,7 +225,8 @@ static int take_config(cass_conn *conn, const json_t *root)
             CASS_LOG(&conn->head, LOG_DETAIL, "%s: %s", row.name, json_string_value(value));
             cass_string *text = cass_string_from_cstr(json_string_value(value));
             if (text == nullptr)
-                return no_memory(conn);
+                return cass_post_no_memory(&conn->head, log_source, "cass_read_bundle",
+                                           BUNDLE_FAILED);
             cass_string_free(conn->settings.*row.text);
             conn->settings.*row.text = text;
         }

@@ -27,32 +27,23 @@ constexpr std::int32_t AUTHENTICATOR_SIZE = 48;
 static_assert(sizeof PASSWORD_AUTHENTICATOR == AUTHENTICATOR_SIZE + 1);
 static_assert(PASSWORD_AUTHENTICATOR[0] == AUTHENTICATOR_SIZE - 1);
 
-// What a server that demands credentials gets when none are set.
-constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
-
-static int no_memory(cass_conn *conn, const char *who)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return -1;
-}
-
 // ---- Replies of the handshake ------------------------------------------------------------------
 
-static int send_failed(cass_conn *conn)
+static int no_reply(cass_conn *conn, cass_exchange_failure failure, const char *who)
 {
-    CASS_LOG(&conn->head, LOG_ERROR, "cass_establish_connection: failed to send a packet");
-    cass_post_error(&conn->head, STATE_HY000, 0, "failed to send a packet");
-    return -1;
-}
-
-static int no_reply(cass_conn *conn, cass_stmt *stmt, const char *who)
-{
-    if (stmt->no_memory)
-        return no_memory(conn, who);
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to return a packet", who);
-    cass_post_error(&conn->head, STATE_HY000, 0, "failed to return a packet");
-    return -1;
+    switch (failure) {
+    case EXCHANGE_NO_MEMORY_TO_SEND:
+    case EXCHANGE_NO_MEMORY_TO_READ:
+        return cass_post_no_memory(&conn->head, log_source, who);
+    case EXCHANGE_NOT_SENT:
+        CASS_LOG(&conn->head, LOG_ERROR, "cass_establish_connection: failed to send a packet");
+        cass_post_error(&conn->head, STATE_HY000, 0, "failed to send a packet");
+        return -1;
+    default:
+        CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to return a packet", who);
+        cass_post_error(&conn->head, STATE_HY000, 0, "failed to return a packet");
+        return -1;
+    }
 }
 
 static int server_error(cass_conn *conn, cass_stmt *stmt, cass_packet *reply, const char *who)
@@ -60,7 +51,7 @@ static int server_error(cass_conn *conn, cass_stmt *stmt, cass_packet *reply, co
     std::int32_t code = 0;
     const held_string message(cass_server_error(stmt, reply, &code));
     if (message == nullptr)
-        return no_memory(conn, who);
+        return cass_post_no_memory(&conn->head, log_source, who);
     CASS_LOG(&conn->head, LOG_ERROR, "%s: error code %d, '%S'", who, code, message.get());
     cass_post_error(&conn->head, STATE_HY000, 0, "error code %d, '%S'", code, message.get());
     return -1;
@@ -141,7 +132,7 @@ int cass_send_auth(cass_conn *conn, const char *user, const char *password)
         user = password = FALLBACK_CREDENTIAL;
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return no_memory(conn, "cass_send_auth");
+        return cass_post_no_memory(&conn->head, log_source, "cass_send_auth");
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_AUTH_RESPONSE, &conn->head));
     if (request == nullptr)
@@ -149,7 +140,14 @@ int cass_send_auth(cass_conn *conn, const char *user, const char *password)
     if (!put_plain_token(conn, request.get(), user != nullptr ? user : "",
                          password != nullptr ? password : ""))
         return -1;
-    return cass_send_packet(stmt.get(), request.get()) < 0 ? send_failed(conn) : 0;
+    cass_exchange_failure failure;
+    const held_packet reply(cass_exchange(conn, request.get(), &failure));
+    if (reply == nullptr)
+        return no_reply(conn, failure, "authenticate");
+    if (pkt_opcode(reply.get()) == OPCODE_ERROR)
+        return server_error(conn, stmt.get(), reply.get(), "authenticate");
+    // One round of SASL: whatever else comes, AUTH_SUCCESS as a rule, ends it.
+    return 0;
 }
 
 // Encodes the credentials that are set and hands them to whoever sends them.
@@ -159,7 +157,7 @@ static int send_credentials(cass_conn *conn, int (*send)(cass_conn *, const char
     const held_text password(cass_string_to_utf8(conn->settings.password));
     if ((conn->settings.user != nullptr && user == nullptr) ||
         (conn->settings.password != nullptr && password == nullptr))
-        return no_memory(conn, "send_credentials");
+        return cass_post_no_memory(&conn->head, log_source, "send_credentials");
     return send(conn, user.get(), password.get());
 }
 
@@ -184,18 +182,7 @@ int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length
         std::memcmp(body + 1, PASSWORD_AUTHENTICATOR, AUTHENTICATOR_SIZE) != 0)
         return refuse_authenticator(conn, "unexpected SASL authenticator");
 
-    if (send_credentials(conn, cass_send_auth) != 0)
-        return -1;
-    const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
-    if (stmt == nullptr)
-        return no_memory(conn, "authenticate");
-    const held_packet reply(cass_read_packet(stmt.get()));
-    if (reply == nullptr)
-        return no_reply(conn, stmt.get(), "authenticate");
-    if (pkt_opcode(reply.get()) == OPCODE_ERROR)
-        return server_error(conn, stmt.get(), reply.get(), "authenticate");
-    // One round of SASL: whatever else comes, AUTH_SUCCESS as a rule, ends it.
-    return 0;
+    return send_credentials(conn, cass_send_auth);
 }
 
 // ---- The handshake -----------------------------------------------------------------------------
@@ -207,18 +194,17 @@ static int ask_options(cass_conn *conn, cass_stmt *stmt)
         cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_OPTIONS, &conn->head));
     if (request == nullptr)
         return -1;
-    bool sent = false;
-    const held_packet reply(cass_exchange(stmt, request.get(), &sent));
-    if (!sent)
-        return send_failed(conn);
+    cass_exchange_failure failure;
+    const held_packet reply(cass_exchange(conn, request.get(), &failure));
     if (reply == nullptr)
-        return no_reply(conn, stmt, "cass_establish_connection");
+        return no_reply(conn, failure, "cass_establish_connection");
     switch (pkt_opcode(reply.get())) {
     case OPCODE_ERROR:
         return server_error(conn, stmt, reply.get(), "cass_establish_connection");
     case OPCODE_SUPPORTED:
-        return decode_supported(conn, reply.get()) ? 0
-                                                   : no_memory(conn, "cass_establish_connection");
+        return decode_supported(conn, reply.get())
+                   ? 0
+                   : cass_post_no_memory(&conn->head, log_source, "cass_establish_connection");
     default:
         return unexpected_reply(conn, reply.get());
     }
@@ -246,35 +232,29 @@ static bool put_startup_options(cass_packet *packet, std::int32_t mode)
     return whole;
 }
 
-// Sends STARTUP, itself uncompressed; from then on compression is in force. 0, or -1 with the
-// failure posted.
-static int send_startup(cass_conn *conn, cass_stmt *stmt)
+// The best that both sides know.
+static std::int32_t choose_compression(const cass_conn *conn)
 {
-    std::int32_t mode = COMPRESSION_NONE;
     if (conn->snappy_offered)
-        mode = COMPRESSION_SNAPPY;
-    else if (conn->lz4_offered)
-        mode = COMPRESSION_LZ4;
-    const held_packet request(
-        cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_STARTUP, &conn->head));
-    if (request == nullptr)
-        return -1;
-    if (!put_startup_options(request.get(), mode))
-        return no_memory(conn, "cass_establish_connection");
-    if (cass_send_packet(stmt, request.get()) < 0)
-        return send_failed(conn);
-    conn->compression = mode;
-    return 0;
+        return COMPRESSION_SNAPPY;
+    return conn->lz4_offered ? COMPRESSION_LZ4 : COMPRESSION_NONE;
 }
 
 // STARTUP and what the server makes of it, authentication included.
 static int start_session(cass_conn *conn, cass_stmt *stmt)
 {
-    if (send_startup(conn, stmt) != 0)
+    const std::int32_t mode = choose_compression(conn);
+    const held_packet request(
+        cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_STARTUP, &conn->head));
+    if (request == nullptr)
         return -1;
-    const held_packet reply(cass_read_packet(stmt));
+    if (!put_startup_options(request.get(), mode))
+        return cass_post_no_memory(&conn->head, log_source, "cass_establish_connection");
+    conn->compression = mode;  // from the reply on
+    cass_exchange_failure failure;
+    const held_packet reply(cass_exchange(conn, request.get(), &failure));
     if (reply == nullptr)
-        return no_reply(conn, stmt, "cass_establish_connection");
+        return no_reply(conn, failure, "cass_establish_connection");
     switch (pkt_opcode(reply.get())) {
     case OPCODE_ERROR:
         return server_error(conn, stmt, reply.get(), "cass_establish_connection");
@@ -305,7 +285,7 @@ int cass_establish_connection(cass_conn *conn)
         return -1;
     held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return no_memory(conn, "cass_establish_connection");
+        return cass_post_no_memory(&conn->head, log_source, "cass_establish_connection");
     if (ask_options(conn, stmt.get()) != 0 || start_session(conn, stmt.get()) != 0)
         return -1;
     stmt.reset();

@@ -16,7 +16,8 @@ int cass_single_connect(cass_conn *conn, int flag);
 int cass_establish_connection(cass_conn *conn);
 // Answers an AUTHENTICATE body. 0, or -1 with a diagnostic.
 int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length);
-// Sends the SASL PLAIN token. Texts are UTF-8; both null: the fallback pair. 0, or -1.
+// Sends the SASL PLAIN token and reads the server's verdict. Texts are UTF-8; both null: the
+// fallback pair. 0, or -1 with a diagnostic.
 int cass_send_auth(cass_conn *conn, const char *user, const char *password);
 // USE of the configured keyspace; 0 without one.
 int cass_use_keyspace(cass_conn *conn);

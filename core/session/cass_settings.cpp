@@ -1,9 +1,9 @@
-// Connection settings on their way in: the table of all keys, a DSN's section of odbc.ini, and the
-// connection string.
+// Connection settings on their way in: what a value means on each road, a DSN's section of
+// odbc.ini, and the connection string.
 //
 // A setting is read on three roads: SQLConnect's DSN, the connection string, and the DSN that a
 // connection string names. They do not treat every key alike; where they differ is a column of the
-// table or of a word list below, and applications' existing DSNs rely on each difference.
+// table or of a word list below, and each difference is deliberate.
 #include "core/session/cass_settings.h"
 
 #include <cstdlib>
@@ -13,109 +13,11 @@
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
+#include "core/session/cass_settings_table.h"
 #include "support/ascii.h"
 #include "support/installer.h"
 
 static constexpr char log_source[] = "SQLConnectWide.c";
-
-// The roads, as bits, so that a column can name several.
-enum settings_road : unsigned {
-    ROAD_NONE = 0,
-    ROAD_CONNECT = 1,  // SQLConnect's DSN
-    ROAD_STRING = 2,   // the connection string of SQLDriverConnect
-    ROAD_SECTION = 4,  // the DSN that this string names
-    ROAD_ALL = 7,
-};
-
-enum setting_kind {
-    SETTING_TEXT,
-    SETTING_ARGUMENT,     // text that SQLConnect's argument beats
-    SETTING_NUMBER,       // decimal
-    SETTING_SIZE,         // decimal; 0 and below count as absent
-    SETTING_SWITCH,       // yes or no
-    SETTING_TLS,          // a switch that SQLConnect also lets be "optional"
-    SETTING_KEEPALIVE,    // a switch that may be a number in a string too
-    SETTING_CONSISTENCY,  // name or number
-    SETTING_LOG_WORD,
-    SETTING_LOG_FILE,
-};
-
-// A number that the connection string has not given.
-constexpr std::int32_t NOT_GIVEN = -1;
-
-struct setting {
-    setting_kind kind;
-    const char *dsn_key;  // null: no key of a section
-    const char *string_key;
-    cass_string *cass_settings::*text;    // of the texts
-    std::int32_t cass_settings::*number;  // of the others, but for the two of the log
-    unsigned cleared;       // entries that clear an earlier value: ROAD_CONNECT, ROAD_STRING
-    std::int32_t fallback;  // value when absent
-    std::int32_t unset;     // what SQLConnect clears to; a string clears to NOT_GIVEN
-};
-
-static constexpr unsigned BOTH = ROAD_CONNECT | ROAD_STRING;
-
-static constexpr setting text_row(setting_kind kind, const char *dsn_key, const char *string_key,
-                                  cass_string *cass_settings::*field, unsigned cleared = BOTH)
-{
-    return {kind, dsn_key, string_key, field, nullptr, cleared, 0, 0};
-}
-
-static constexpr setting number_row(setting_kind kind, const char *dsn_key, const char *string_key,
-                                    std::int32_t cass_settings::*field, unsigned cleared = BOTH,
-                                    std::int32_t fallback = 0, std::int32_t unset = 0)
-{
-    return {kind, dsn_key, string_key, nullptr, field, cleared, fallback, unset};
-}
-
-static constexpr setting log_row(setting_kind kind, const char *dsn_key, const char *string_key)
-{
-    return {kind, dsn_key, string_key, nullptr, nullptr, ROAD_NONE, 0, 0};
-}
-
-// In SQLConnect's order, which its log shows: with no server and no bundle it reads no further, and
-// nothing in front of Logging is recorded unless the connection logs already.
-//
-// SQLConnect clears neither the three key files nor the keepalive switch, and a connection string
-// does not clear the keyspace; cass_reset_conn has done so in the usual course of calls.
-static constexpr setting settings[] = {
-    text_row(SETTING_TEXT, nullptr, "dsn", &cass_settings::dsn),
-    text_row(SETTING_TEXT, "Server", "server", &cass_settings::server),
-    text_row(SETTING_TEXT, "SecureConnectionBundlePath", "bundle", &cass_settings::bundle_path),
-    log_row(SETTING_LOG_WORD, "Logging", "logging"),
-    log_row(SETTING_LOG_FILE, "LogFile", "logfile"),
-    number_row(SETTING_NUMBER, "Port", "port", &cass_settings::port),
-    number_row(SETTING_NUMBER, "AstraPort", "astra_port", &cass_settings::metadata_port),
-    number_row(SETTING_SWITCH, "ipv6", "ipv6", &cass_settings::ipv6),
-    text_row(SETTING_TEXT, "Keyspace", "keyspace", &cass_settings::keyspace, ROAD_CONNECT),
-    text_row(SETTING_ARGUMENT, "User", "uid", &cass_settings::user),
-    text_row(SETTING_ARGUMENT, "Password", "pwd", &cass_settings::password),
-    number_row(SETTING_NUMBER, "LogonTimeout", "LogonTimeout", &cass_settings::logon_timeout),
-    number_row(SETTING_NUMBER, "ConnectionTimeout", "ConnectionTimeout",
-               &cass_settings::connection_timeout),
-    number_row(SETTING_TLS, "Encrypt", "encrypt", &cass_settings::encrypt),
-    text_row(SETTING_TEXT, "Entropy", "Entropy", &cass_settings::entropy_file),
-    number_row(SETTING_SWITCH, "TrustServerCertificate", "TrustServerCertificate",
-               &cass_settings::trust_server_certificate),
-    text_row(SETTING_TEXT, "PrivateKeyFile", "PrivateKeyFile", &cass_settings::private_key_file,
-             ROAD_STRING),
-    text_row(SETTING_TEXT, "CertificateFile", "CertificateFile", &cass_settings::certificate_file,
-             ROAD_STRING),
-    text_row(SETTING_TEXT, "PublicKeyFile", "PublicKeyFile", &cass_settings::public_key_file,
-             ROAD_STRING),
-    number_row(SETTING_NUMBER, "RCVBUFFER", "RCVBUFFER", &cass_settings::rcvbuffer),
-    number_row(SETTING_KEEPALIVE, "SOKEEPALIVE", "SOKEEPALIVE", &cass_settings::keepalive,
-               ROAD_STRING),
-    number_row(SETTING_SWITCH, "Astra", "astra", &cass_settings::astra),
-    number_row(SETTING_CONSISTENCY, "Consistency", "consistency", &cass_settings::consistency, BOTH,
-               1, NOT_GIVEN),
-    number_row(SETTING_SIZE, "StringLen", "stringlen", &cass_settings::string_len, BOTH, 256),
-    number_row(SETTING_SIZE, "BinaryLen", "binarylen", &cass_settings::binary_len, BOTH, 1024),
-};
-
-// The rows without which SQLConnect reads no others.
-static constexpr std::size_t ADDRESS_ROWS = 3;
 
 // ---- Values ------------------------------------------------------------------------------------
 
@@ -208,7 +110,7 @@ static void store_value(cass_conn *conn, const setting &row, const char *value, 
 // Before an entry: what it clears. `entry` is ROAD_CONNECT or ROAD_STRING.
 static void clear_settings(cass_conn *conn, settings_road entry)
 {
-    for (const setting &row : settings) {
+    for (const setting &row : settings_table) {
         if ((row.cleared & entry) == 0)
             continue;
         if (is_text(row))
@@ -223,7 +125,7 @@ static void clear_settings(cass_conn *conn, settings_road entry)
 // connection string, and as a value behind SQLConnect.
 static void default_absent(cass_conn *conn, settings_road entry)
 {
-    for (const setting &row : settings) {
+    for (const setting &row : settings_table) {
         if (row.number == nullptr)
             continue;
         std::int32_t &value = conn->settings.*row.number;
@@ -363,13 +265,6 @@ static bool open_section(const cass_conn *conn, dsn_section *section, held_text 
 
 // ---- The two entries ---------------------------------------------------------------------------
 
-static int no_memory(cass_conn *conn, const char *who)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return -1;
-}
-
 static bool is_lost(const cass_string *given, const cass_string *copy)
 {
     return given != nullptr && copy == nullptr;
@@ -380,12 +275,12 @@ static bool is_lost(const cass_string *given, const cass_string *copy)
 static bool read_connect_section(cass_conn *conn, const cass_string *user,
                                  const cass_string *password)
 {
-    const std::span<const setting> all(settings);
     dsn_section section;
     held_text name;
     if (!open_section(conn, &section, &name))
         return false;
-    if (name != nullptr && !read_rows(conn, section, all.first(ADDRESS_ROWS), ROAD_CONNECT))
+    if (name != nullptr &&
+        !read_rows(conn, section, settings_table.first(ADDRESS_ROWS), ROAD_CONNECT))
         return false;
     if (conn->settings.server == nullptr && conn->settings.bundle_path == nullptr) {
         CASS_LOG(&conn->head, LOG_ERROR,
@@ -396,7 +291,7 @@ static bool read_connect_section(cass_conn *conn, const cass_string *user,
     conn->settings.password = cass_string_copy(password);
     if (is_lost(user, conn->settings.user) || is_lost(password, conn->settings.password))
         return false;
-    return read_rows(conn, section, all.subspan(ADDRESS_ROWS), ROAD_CONNECT);
+    return read_rows(conn, section, settings_table.subspan(ADDRESS_ROWS), ROAD_CONNECT);
 }
 
 int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_string *user,
@@ -407,14 +302,14 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
     const bool whole =
         !is_lost(dsn, conn->settings.dsn) && read_connect_section(conn, user, password);
     default_absent(conn, ROAD_CONNECT);
-    return whole ? 0 : no_memory(conn, "SQLConnect");
+    return whole ? 0 : cass_post_no_memory(&conn->head, log_source, "SQLConnect");
 }
 
 // One key and value of a connection string. A text keeps the first value given, anything else takes
 // the last; an unknown key (DRIVER is one) is passed over. False when memory ran out.
 static bool store_pair(cass_conn *conn, const cass_string *key, held_string value)
 {
-    for (const setting &row : settings) {
+    for (const setting &row : settings_table) {
         if (cass_string_compare_cstr(key, row.string_key) != 0)
             continue;
         if (is_text(row)) {
@@ -459,7 +354,7 @@ int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string
     held_text name;
     bool whole = read_pairs(conn, connect_string) && open_section(conn, &section, &name);
     if (whole && name != nullptr)
-        whole = read_rows(conn, section, settings, ROAD_SECTION);
+        whole = read_rows(conn, section, settings_table, ROAD_SECTION);
     default_absent(conn, ROAD_STRING);
-    return whole ? 0 : no_memory(conn, "SQLDriverConnect");
+    return whole ? 0 : cass_post_no_memory(&conn->head, log_source, "SQLDriverConnect");
 }

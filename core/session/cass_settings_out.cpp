@@ -3,11 +3,11 @@
 #include "core/session/cass_settings.h"
 
 #include <cstring>
-#include <limits>
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
+#include "core/session/cass_settings_table.h"
 
 static constexpr char log_source[] = "SQLConnectWide.c";
 
@@ -49,87 +49,50 @@ int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block)
     shared_put(&conn->settings.consistency, block->consistency);
     if (whole)
         return 0;
-    CASS_LOG(&conn->head, LOG_ERROR, "cass_apply_settings_block: failed to allocate memory");
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return -1;
+    return cass_post_no_memory(&conn->head, log_source, "cass_apply_settings_block");
 }
 
 // ---- The output string -------------------------------------------------------------------------
 
-// One piece, in the order of the string. A text is written when it is set; a number unless it is
-// `usual` or below `least`. With a bundle most pieces are left out: it brings them itself.
-//
-// The string does not read back in full: a bundle's path and the port of the metadata service go
-// out under names that the parser does not take. Applications see these names, so they stay.
-struct out_piece {
-    const char *format;
-    cass_string *cass_settings::*text;
-    std::int32_t cass_settings::*number;
-    bool beside_bundle;
-    std::int32_t usual;
-    std::int32_t least;
-};
-
-static constexpr std::int32_t ANY_NUMBER = std::numeric_limits<std::int32_t>::min();
-static constexpr out_piece out_pieces[] = {
-    {"UID=%S;", &cass_settings::user, nullptr, true, 0, 0},
-    {"PWD=%S;", &cass_settings::password, nullptr, true, 0, 0},
-    {"SERVER=%S;", &cass_settings::server, nullptr, false, 0, 0},
-    {"SecureConnectionBundlePath=%S;", &cass_settings::bundle_path, nullptr, true, 0, 0},
-    {"KEYSPACE=%S;", &cass_settings::keyspace, nullptr, false, 0, 0},
-    {"PORT=%d;", nullptr, &cass_settings::port, false, 9042, 1},
-    {"IPV6=Yes;", nullptr, &cass_settings::ipv6, true, 0, ANY_NUMBER},
-    {"RCVBUFFER=%d;", nullptr, &cass_settings::rcvbuffer, true, 0, ANY_NUMBER},
-    {"SOKEEPALIVE=yes;", nullptr, &cass_settings::keepalive, true, 0, ANY_NUMBER},
-    {"PrivateKeyFile=%S;", &cass_settings::private_key_file, nullptr, false, 0, 0},
-    {"CertificateFile=%S;", &cass_settings::certificate_file, nullptr, false, 0, 0},
-    {"PublicKeyFile=%S;", &cass_settings::public_key_file, nullptr, false, 0, 0},
-    {"Entropy=%S;", &cass_settings::entropy_file, nullptr, true, 0, 0},
-    {"TrustServerCertificate=Yes;", nullptr, &cass_settings::trust_server_certificate, false, 0,
-     ANY_NUMBER},
-    {"Encrypt=Yes;", nullptr, &cass_settings::ssl_active, false, 0, ANY_NUMBER},
-    {"Astra=Yes;", nullptr, &cass_settings::astra, false, 0, ANY_NUMBER},
-    {"AstraPort=%d;", nullptr, &cass_settings::metadata_port, false, 0, ANY_NUMBER},
-    {"Consistency=%d;", nullptr, &cass_settings::consistency, true, 1, ANY_NUMBER},
-    {"StringLen=%d;", nullptr, &cass_settings::string_len, true, 256, ANY_NUMBER},
-    {"BinaryLen=%d;", nullptr, &cass_settings::binary_len, true, 1024, ANY_NUMBER},
-};
-
-static bool is_written(const cass_conn *conn, const out_piece &piece)
+static std::int32_t output_value(const cass_settings &settings, const setting &row)
 {
-    if (conn->settings.bundle_path != nullptr && !piece.beside_bundle)
-        return false;
-    if (piece.text != nullptr)
-        return conn->settings.*piece.text != nullptr;
-    const std::int32_t value = conn->settings.*piece.number;
-    return value != piece.usual && value >= piece.least;
+    return settings.*(row.output.number != nullptr ? row.output.number : row.number);
 }
 
-// `out` with the piece behind it; null when memory ran out, with `out` released.
-static cass_string *append_piece(cass_string *out, const cass_conn *conn, const out_piece &piece)
+static bool is_written(const cass_settings &settings, const setting &row)
 {
-    cass_string *text = piece.text != nullptr
-                            ? cass_string_format(piece.format, conn->settings.*piece.text)
-                            : cass_string_format(piece.format, conn->settings.*piece.number);
-    cass_string *longer = text == nullptr ? nullptr : cass_string_append(out, text);
-    cass_string_free(text);
-    if (longer == nullptr)
-        cass_string_free(out);
-    return longer;
+    if (settings.bundle_path != nullptr && !row.output.beside_bundle)
+        return false;
+    if (row.text != nullptr)
+        return settings.*row.text != nullptr;
+    const std::int32_t value = output_value(settings, row);
+    return value != row.output.usual && value >= row.output.least;
+}
+
+// Adds the row's piece to `out`, which is reset when memory runs out.
+static void append_piece(held_string *out, const cass_settings &settings, const setting &row)
+{
+    const held_string piece(
+        row.text != nullptr ? cass_string_format(row.output.format, settings.*row.text)
+                            : cass_string_format(row.output.format, output_value(settings, row)));
+    if (piece == nullptr || cass_string_append(out->get(), piece.get()) == nullptr)
+        out->reset();
 }
 
 cass_string *cass_build_out_string(const cass_conn *conn)
 {
+    const cass_settings &settings = conn->settings;
     // The driver's name in a string without a data source is that of another product's section. It
     // is registered beside the driver's own (packaging/odbcinst.ini), so that the string connects.
-    cass_string *out = conn->settings.dsn != nullptr
-                           ? cass_string_format("DSN=%S;", conn->settings.dsn)
-                           : cass_string_from_cstr("DRIVER={Varnholt MySQL ODBC Driver};");
-    for (const out_piece &piece : out_pieces) {
-        if (out == nullptr)
-            return nullptr;
-        if (is_written(conn, piece))
-            out = append_piece(out, conn, piece);
+    held_string out(settings.dsn != nullptr
+                        ? cass_string_format("DSN=%S;", settings.dsn)
+                        : cass_string_from_cstr("DRIVER={Varnholt MySQL ODBC Driver};"));
+    const auto count = static_cast<std::int32_t>(settings_table.size());
+    for (std::int32_t place = 1; place <= count; ++place) {
+        for (const setting &row : settings_table) {
+            if (out != nullptr && row.output.place == place && is_written(settings, row))
+                append_piece(&out, settings, row);
+        }
     }
-    return out;
+    return out.release();
 }

@@ -15,24 +15,6 @@
 
 static constexpr char log_source[] = "cass_fetch.c";
 
-// The records of every row. Each function of the road of rows has a constant `logged` and is built
-// twice, so that the log is tested once for a call of cass_fetch and not for each record.
-#define ROW_LOG(...)                                                                               \
-    do {                                                                                           \
-        if (logged)                                                                                \
-            CASS_LOG(&stmt->head, LOG_DETAIL, __VA_ARGS__);                                        \
-    } while (0)
-
-void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count)
-{
-    cass_packet_ref(packet);
-    cass_packet_unref(stmt->current_packet);
-    shared_put(&stmt->current_packet, packet);
-    stmt->current_row_count = rows_count < 0 ? 0 : rows_count;
-    stmt->current_row_offset = 0;
-    stmt->page_failed = 0;
-}
-
 static void clear_cell(cass_data_storage *cell)
 {
     if (cell->data_type == SQL_CHAR || cell->data_type == SQL_BINARY)
@@ -51,7 +33,8 @@ static void clear_cells(cass_desc *ird, std::int32_t first)
         clear_cell(&ird->fields[column].data_storage);
 }
 
-void cass_clear_row_data(cass_stmt *stmt)
+// Forgets the row's cells; fixed-width values and storage types stay.
+static void cass_clear_row_data(cass_stmt *stmt)
 {
     clear_cells(stmt->ird, 0);
 }
@@ -61,7 +44,7 @@ void cass_clear_row_data(cass_stmt *stmt)
 static void end_page(cass_stmt *stmt)
 {
     cass_clear_row_data(stmt);
-    const auto page = static_cast<std::size_t>(stmt->current_packet->length);
+    const auto page = static_cast<std::size_t>(stmt->page.current_packet->length);
     for (std::int32_t column = 0; column < stmt->ird->field_count; ++column) {
         cass_data_storage *cell = &stmt->ird->fields[column].data_storage;
         if (!cass_block_outgrown(cell->capacity, page))
@@ -72,28 +55,21 @@ static void end_page(cass_stmt *stmt)
     }
 }
 
-static void drop_paging_state(cass_stmt *stmt)
-{
-    std::free(stmt->paging_state);
-    stmt->paging_state = nullptr;
-    stmt->paging_state_len = 0;
-}
-
 // Replaces the page that ran out. A reply without rows installs no page, and then the result ends.
 static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
 {
-    const cass_packet *before = stmt->current_packet;
+    const cass_packet *before = stmt->page.current_packet;
     if (cass_fetch_next_page(stmt) < 0) {
         // Without its paging state the result ends at the next fetch: a dead connection must not
         // give endless rows.
-        drop_paging_state(stmt);
-        stmt->page_failed = 1;
+        cass_page_end(&stmt->page);
+        stmt->page.page_failed = 1;
         // Want of memory is an error of the fetch; of any other failure the transfer decides.
         *page_failed = stmt->no_memory == 0;
         return SQL_ERROR;
     }
-    if (stmt->current_packet == before)
-        drop_paging_state(stmt);
+    if (stmt->page.current_packet == before)
+        cass_page_end(&stmt->page);
     return SQL_SUCCESS;
 }
 
@@ -110,7 +86,7 @@ static SQLRETURN type_without_decoder(cass_stmt *stmt, cass_packet *packet, std:
 static SQLRETURN decode_row(cass_stmt *stmt)
 {
     cass_desc *ird = stmt->ird;
-    cass_packet *packet = stmt->current_packet;
+    cass_packet *packet = stmt->page.current_packet;
     const std::int32_t columns = cass_stmt_column_count(ird);
     for (std::int32_t column = 0; column < columns; ++column) {
         cass_field *field = &ird->fields[column];
@@ -129,36 +105,32 @@ static SQLRETURN decode_row(cass_stmt *stmt)
 // row takes its place.
 SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed)
 {
-    while (stmt->current_row_offset >= stmt->current_row_count) {
+    while (stmt->page.current_row_offset >= stmt->page.current_row_count) {
         end_page(stmt);
-        if (stmt->paging_state_len < 1)
+        if (stmt->page.paging_state_len < 1)
             return SQL_NO_DATA;
         const SQLRETURN code = next_page(stmt, page_failed);
         if (code != SQL_SUCCESS)
             return code;
     }
-    ++stmt->current_row_offset;
+    ++stmt->page.current_row_offset;
     return decode_row(stmt);
 }
 
-[[gnu::always_inline]] static inline SQLRETURN fetch_row(cass_stmt *stmt, bool *page_failed,
-                                                         bool logged)
+// fetch_data_row between its log records.
+static SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed)
 {
-    ROW_LOG("cass_fetch_row: statement_handle=%p", static_cast<void *>(stmt));
-    if (stmt->current_packet == nullptr) {
-        ROW_LOG("cass_fetch_row: current packet is NULL");
+    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: statement_handle=%p",
+             static_cast<void *>(stmt));
+    if (stmt->page.current_packet == nullptr) {
+        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: current packet is NULL");
         return SQL_NO_DATA;
     }
-    ROW_LOG("cass_fetch_row: current_row_count=%d, current_row_offset=%d", stmt->current_row_count,
-            stmt->current_row_offset);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: current_row_count=%d, current_row_offset=%d",
+             stmt->page.current_row_count, stmt->page.current_row_offset);
     const SQLRETURN code = fetch_data_row(stmt, page_failed);
-    ROW_LOG("cass_fetch_row: return value=%d", static_cast<int>(code));
+    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch_row: return value=%d", static_cast<int>(code));
     return code;
-}
-
-SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed)
-{
-    return fetch_row(stmt, page_failed, cass_log_is_on(&stmt->head));
 }
 
 void cass_flush_rows(cass_stmt *stmt)
@@ -188,14 +160,6 @@ static void store_rows_fetched(const rowset_outputs &out, SQLULEN rows)
         std::memcpy(out.rows_fetched, &rows, sizeof rows);
 }
 
-// Marks the positions from rowset_position to the end of the rowset, and moves it there.
-static void fill_status(cass_stmt *stmt, const rowset_outputs &out, SQLULEN array_size,
-                        SQLUSMALLINT status)
-{
-    for (; stmt->rowset_position < array_size; ++stmt->rowset_position)
-        store_status(out, stmt->rowset_position, status);
-}
-
 static bool has_local_row(const cass_stmt *stmt)
 {
     return stmt->internal_rs != nullptr && !stmt->internal_rs->row_lost;
@@ -212,12 +176,12 @@ static SQLRETURN fetch_local_row(cass_stmt *stmt)
 }
 
 // One row into the IRD and from there into the bound columns.
-[[gnu::always_inline]] static inline SQLRETURN fetch_row_and_transfer(cass_stmt *stmt, bool logged)
+static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt)
 {
     bool page_failed = false;
-    SQLRETURN code = stmt->internal_rs != nullptr ? fetch_local_row(stmt)
-                                                  : fetch_row(stmt, &page_failed, logged);
-    ROW_LOG("fetch returned %d", static_cast<int>(code));
+    SQLRETURN code =
+        stmt->internal_rs != nullptr ? fetch_local_row(stmt) : cass_fetch_row(stmt, &page_failed);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "fetch returned %d", static_cast<int>(code));
     if (code == SQL_NO_DATA) {
         stmt->data_waiting = 0;
         cass_set_busy(stmt_conn(stmt), {});
@@ -228,57 +192,44 @@ static SQLRETURN fetch_local_row(cass_stmt *stmt)
     if (code == SQL_ERROR && !page_failed && !has_local_row(stmt))
         return code;
     code = transfer_bound_columns(stmt, 1);
-    ROW_LOG("transfer_bound_columns returns %r", static_cast<int>(code));
+    CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns returns %r", static_cast<int>(code));
     return code;
 }
 
-// Rows delivered into the rowset; *code is the last row's.
-[[gnu::always_inline]] static inline SQLULEN fill_rowset(cass_stmt *stmt, const rowset_outputs &out,
-                                                         SQLULEN array_size, SQLRETURN *code,
-                                                         bool logged)
-{
-    while (stmt->rowset_position < array_size) {
-        ROW_LOG("fetching row %d of %d", static_cast<int>(stmt->rowset_position),
-                static_cast<int>(array_size));
-        *code = fetch_row_and_transfer(stmt, logged);
-        if (!SQL_SUCCEEDED(*code))
-            break;
-        store_status(out, stmt->rowset_position,
-                     *code == SQL_SUCCESS ? SQL_ROW_SUCCESS : SQL_ROW_SUCCESS_WITH_INFO);
-        ++stmt->rowset_position;
-        store_rows_fetched(out, stmt->rowset_position);
-    }
-    return stmt->rowset_position;
-}
-
-[[gnu::always_inline]] static inline SQLRETURN fetch_rowset(cass_stmt *stmt, bool logged)
+static SQLRETURN fetch_rowset(cass_stmt *stmt)
 {
     const rowset_outputs out = {stmt->ird->array_status_ptr, stmt->ird->rows_processed_ptr};
     const SQLULEN array_size = stmt->ard->array_size;
-    ROW_LOG("array_status_ptr=%p, rows_processed_ptr=%p", static_cast<void *>(out.status),
-            out.rows_fetched);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "array_status_ptr=%p, rows_processed_ptr=%p",
+             static_cast<void *>(out.status), out.rows_fetched);
     store_rows_fetched(out, 0);
-    // From where the rowset before ended, so that this writes only when the array has grown.
-    if (out.status != nullptr)
-        fill_status(stmt, out, array_size, SQL_ROW_NOROW);
-    ROW_LOG("array_size=%d", static_cast<int>(array_size));
+    CASS_LOG(&stmt->head, LOG_DETAIL, "array_size=%d", static_cast<int>(array_size));
 
-    stmt->rowset_position = 0;
     SQLRETURN code = SQL_ERROR;
-    const SQLULEN rows = fill_rowset(stmt, out, array_size, &code, logged);
-    fill_status(stmt, out, array_size, code == SQL_ERROR ? SQL_ROW_ERROR : SQL_ROW_NOROW);
+    SQLULEN rows = 0;
+    for (; rows < array_size; ++rows) {
+        CASS_LOG(&stmt->head, LOG_DETAIL, "fetching row %d of %d", static_cast<int>(rows),
+                 static_cast<int>(array_size));
+        stmt->rowset_position = rows;
+        code = fetch_row_and_transfer(stmt);
+        if (!SQL_SUCCEEDED(code))
+            break;
+        store_status(out, rows, code == SQL_SUCCESS ? SQL_ROW_SUCCESS : SQL_ROW_SUCCESS_WITH_INFO);
+        store_rows_fetched(out, rows + 1);
+    }
+    for (SQLULEN row = rows; row < array_size; ++row)
+        store_status(out, row, code == SQL_ERROR ? SQL_ROW_ERROR : SQL_ROW_NOROW);
     // A rowset of several rows that delivered any is a success, whatever its last row was: the
     // status array and the records tell of truncation and errors.
     return rows >= 1 && array_size > 1 ? SQL_SUCCESS : code;
 }
 
-[[gnu::always_inline]] static inline SQLRETURN fetch(cass_stmt *stmt, SQLSMALLINT mode,
-                                                     SQLLEN offset, bool logged)
+SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
 {
-    ROW_LOG("cass_fetch: statement_handle=%p, mode=%d, offset=%d", static_cast<void *>(stmt), mode,
-            static_cast<int>(offset));
-    if (stmt->current_packet == nullptr && stmt->internal_rs == nullptr) {
-        ROW_LOG("cass_fetch: No current resutset");
+    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: statement_handle=%p, mode=%d, offset=%d",
+             static_cast<void *>(stmt), mode, static_cast<int>(offset));
+    if (stmt->page.current_packet == nullptr && stmt->internal_rs == nullptr) {
+        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: No current resutset");
         return SQL_NO_DATA;
     }
     if (mode != SQL_FETCH_NEXT) {
@@ -293,20 +244,7 @@ static SQLRETURN fetch_local_row(cass_stmt *stmt)
         cass_post_error(&stmt->head, STATE_HY107, 0, nullptr);
         return SQL_ERROR;
     }
-    const SQLRETURN code = fetch_rowset(stmt, logged);
-    ROW_LOG("cass_fetch: return value=%d", static_cast<int>(code));
+    const SQLRETURN code = fetch_rowset(stmt);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: return value=%d", static_cast<int>(code));
     return code;
-}
-
-[[gnu::cold, gnu::noinline]] static SQLRETURN fetch_logged(cass_stmt *stmt, SQLSMALLINT mode,
-                                                           SQLLEN offset)
-{
-    return fetch(stmt, mode, offset, true);
-}
-
-SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
-{
-    if (cass_log_is_on(&stmt->head)) [[unlikely]]
-        return fetch_logged(stmt, mode, offset);
-    return fetch(stmt, mode, offset, false);
 }

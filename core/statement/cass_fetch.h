@@ -9,19 +9,12 @@ SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset);
 // One row of the current page or of the next, decoded into the IRD. SQL_SUCCESS, SQL_NO_DATA, or
 // SQL_ERROR with a diagnostic: a cell that cannot be decoded, no memory for the next page or, with
 // *page_failed set, a next page that did not come.
-SQLRETURN cass_fetch_row(cass_stmt *stmt, bool *page_failed);
 SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed);
-// Installs a rows frame: takes a reference, drops the one before, offset 0. A negative count is 0.
-void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count);
-// Forgets the row's cells; fixed-width values and storage types stay.
-void cass_clear_row_data(cass_stmt *stmt);
 // Reads the remaining rows off.
 void cass_flush_rows(cass_stmt *stmt);
 
 // Moves the current row's cells to the bound columns. SQL_SUCCESS, SQL_SUCCESS_WITH_INFO when any
 // cell was cut, SQL_ERROR at the first cell that failed.
 SQLRETURN transfer_bound_columns(cass_stmt *stmt, int row);
-// Bytes from one element of a column-wise bound array to the next.
-SQLLEN cass_bound_element_size(const cass_desc *ard, const cass_field *record, SQLLEN octet_length);
 
 #endif

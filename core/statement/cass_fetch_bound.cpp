@@ -18,13 +18,6 @@ struct row_place {
     cass_field *afields;
 };
 
-// Where one column of it lands; null for what is not bound.
-struct bound_pointers {
-    void *target;
-    void *indicator;
-    void *octets;
-};
-
 // Bytes of a C type whose elements lie close together, 0 for the others: text, binary, and
 // SQL_C_GUID, which is spaced by the length that it was bound with.
 static inline SQLLEN packed_size(std::int32_t c_type)
@@ -63,15 +56,11 @@ static inline SQLLEN packed_size(std::int32_t c_type)
     }
 }
 
-static inline SQLLEN element_size_of(const cass_field *record, SQLLEN octet_length)
+// Bytes from one element of a column-wise bound array to the next.
+static inline SQLLEN cass_bound_element_size(const row_place &place, const cass_field *record)
 {
-    const SQLLEN packed = packed_size(record->consise_type);
-    return packed != 0 ? packed : octet_length;
-}
-
-SQLLEN cass_bound_element_size(const cass_desc *ard, const cass_field *record, SQLLEN octet_length)
-{
-    return ard->bind_type != 0 ? octet_length : element_size_of(record, octet_length);
+    const SQLLEN packed = place.column_wise ? packed_size(record->consise_type) : 0;
+    return packed != 0 ? packed : record->octet_length;
 }
 
 static row_place place_of_row(const cass_stmt *stmt)
@@ -93,18 +82,11 @@ static row_place place_of_row(const cass_stmt *stmt)
     return place;
 }
 
-// A column counts as bound when any of the three pointers is set.
+// A column counts as bound when any of its three pointers is set.
 static inline bool is_bound(const cass_field *record)
 {
     return record->data_ptr != nullptr || record->indicator_ptr != nullptr ||
            record->octet_length_ptr != nullptr;
-}
-
-// Offsets can cancel the addresses that they are added to.
-static inline bool lands_nowhere(const bound_pointers &pointers)
-{
-    return pointers.target == nullptr && pointers.indicator == nullptr &&
-           pointers.octets == nullptr;
 }
 
 // Plain address arithmetic: strides and offsets are the application's, and so is where they lead.
@@ -115,118 +97,110 @@ static inline void *advance(void *pointer, std::uint64_t bytes)
     return reinterpret_cast<void *>(reinterpret_cast<std::uintptr_t>(pointer) + bytes);
 }
 
-// The bind offset is added to all three. A place that is both indicator and octet length is only
-// written as the indicator.
-static inline bound_pointers get_pointers_from_cols(const row_place &place,
-                                                    const cass_field *record, SQLLEN element_size)
+// Where the column of an ARD record lands in this row. The bind offset is added to all three
+// request. A place that is both indicator and octet length is only written as the indicator.
+static inline void get_pointers_from_cols(cell_request *request, const row_place &place,
+                                          const cass_field *record, SQLLEN element_size)
 {
     const std::uint64_t stride =
         place.row_stride != 0 ? place.row_stride : static_cast<std::uint64_t>(element_size);
-    bound_pointers pointers = {
-        .target = advance(record->data_ptr, place.row * stride + place.bind_offset),
-        .indicator = advance(record->indicator_ptr, place.length_bytes),
-        .octets = advance(record->octet_length_ptr, place.length_bytes),
-    };
-    if (pointers.octets == pointers.indicator)
-        pointers.octets = nullptr;
-    return pointers;
+    request->target = advance(record->data_ptr, place.row * stride + place.bind_offset);
+    request->buffer_length = record->octet_length;
+    request->indicator = advance(record->indicator_ptr, place.length_bytes);
+    void *octets = advance(record->octet_length_ptr, place.length_bytes);
+    request->octets = octets == request->indicator ? nullptr : octets;
+}
+
+// Not bound, or bound by offsets that cancel the addresses.
+static inline bool lands_nowhere(const cell_request &request)
+{
+    return request.target == nullptr && request.indicator == nullptr && request.octets == nullptr;
 }
 
 // ---- A row -------------------------------------------------------------------------------------
 
-// One column of the row with its log records; the column from 1, 0 for the bookmark.
-[[gnu::cold, gnu::noinline]] static SQLRETURN transfer_logged(cass_stmt *stmt,
-                                                              const row_place &place,
-                                                              const cass_field *record,
-                                                              std::int32_t column)
+// What one column's place is made of; the column from 1, 0 for the bookmark.
+[[gnu::cold, gnu::noinline]] static void log_column(const cell_request &request,
+                                                    const row_place &place,
+                                                    const cass_field *record, SQLLEN element_size)
 {
-    const cass_desc *ard = stmt->ard;
-    cass_handle *head = &stmt->head;
+    const cass_desc *ard = request.stmt->ard;
+    cass_handle *head = &request.stmt->head;
     CASS_LOG(head, LOG_DETAIL,
              "processing column %d, data_ptr=%p, indicator_ptr=%p, octet_length_ptr=%p, offset=%d, "
              "length=%d",
-             column - 1, record->data_ptr, record->indicator_ptr, record->octet_length_ptr,
+             request.column - 1, record->data_ptr, record->indicator_ptr, record->octet_length_ptr,
              static_cast<int>(place.row), static_cast<int>(record->octet_length));
     if (!is_bound(record))
-        return SQL_NO_DATA;
-
-    const SQLLEN element_size = cass_bound_element_size(ard, record, record->octet_length);
-    const bound_pointers pointers = get_pointers_from_cols(place, record, element_size);
+        return;
     CASS_LOG(head, LOG_DETAIL, "get_pointers_from_cols: row offset=%d",
              static_cast<int>(place.row));
     CASS_LOG(head, LOG_DETAIL, "bind_type=%d", static_cast<int>(ard->bind_type));
     CASS_LOG(head, LOG_DETAIL, "actual length=%d", static_cast<int>(element_size));
     CASS_LOG(head, LOG_DETAIL, "bind_offset_ptr=%p", ard->bind_offset_ptr);
     CASS_LOG(head, LOG_DETAIL, "data_ptr=%p", record->data_ptr);
-    CASS_LOG(head, LOG_DETAIL, "result data ptr=%p", pointers.target);
+    CASS_LOG(head, LOG_DETAIL, "result data ptr=%p", request.target);
     CASS_LOG(head, LOG_DETAIL, "indicator_ptr=%p", record->indicator_ptr);
-    CASS_LOG(head, LOG_DETAIL, "result indicator_ptr=%p", pointers.indicator);
+    CASS_LOG(head, LOG_DETAIL, "result indicator_ptr=%p", request.indicator);
     CASS_LOG(head, LOG_DETAIL, "octet_length_ptr=%p", record->octet_length_ptr);
-    CASS_LOG(head, LOG_DETAIL, "result octet_length_ptr=%p", pointers.octets);
+    CASS_LOG(head, LOG_DETAIL, "result octet_length_ptr=%p", request.octets);
     CASS_LOG(head, LOG_DETAIL, "calculated pointer target_ptr=%p, ind_ptr=%p, oct_ptr=%p",
-             pointers.target, pointers.indicator, pointers.octets);
-    if (lands_nowhere(pointers))
-        return SQL_NO_DATA;
-
-    const SQLRETURN code = cass_get_data(
-        stmt, static_cast<SQLUSMALLINT>(column), record->consise_type, pointers.target,
-        record->octet_length, pointers.indicator, pointers.octets, place.fields, place.afields);
-    CASS_LOG(head, LOG_DETAIL, "getting data returns %d", static_cast<int>(code));
-    return code;
+             request.target, request.indicator, request.octets);
+    if (!lands_nowhere(request))
+        cell_log_request(request, record->consise_type, place.fields, place.afields);
 }
 
-// The same without: what cass_get_data does behind its log records, straight into the conversion.
-[[gnu::always_inline]] static inline SQLRETURN transfer_column(cell_request *request,
-                                                               const row_place &place,
-                                                               const cass_field *record,
-                                                               bool logged)
+// One column of the row, by its ARD record. The request's field and column are set.
+static inline SQLRETURN transfer_column(cell_request *request, const row_place &place,
+                                        const cass_field *record)
 {
-    if (logged)
-        return transfer_logged(request->stmt, place, record, request->column);
-    if (!is_bound(record))
-        return SQL_NO_DATA;
-    const SQLLEN element_size =
-        place.column_wise ? element_size_of(record, record->octet_length) : record->octet_length;
-    const bound_pointers pointers = get_pointers_from_cols(place, record, element_size);
-    if (lands_nowhere(pointers)) [[unlikely]]
+    const SQLLEN element_size = cass_bound_element_size(place, record);
+    get_pointers_from_cols(request, place, record, element_size);
+    if (request->logged) [[unlikely]]
+        log_column(*request, place, record, element_size);
+    if (lands_nowhere(*request))
         return SQL_NO_DATA;
 
-    request->target = pointers.target;
-    request->buffer_length = record->octet_length;
-    request->indicator = pointers.indicator;
-    request->octets = pointers.octets;
-    return cell_get(request, record->consise_type, place.fields, place.afields);
+    const SQLRETURN code = cell_get(request, record->consise_type, place.fields, place.afields);
+    if (request->logged) [[unlikely]]
+        CASS_LOG(&request->stmt->head, LOG_DETAIL, "getting data returns %d",
+                 static_cast<int>(code));
+    return code;
 }
 
 [[gnu::noinline]] static SQLRETURN transfer_bookmark(cell_request *request, const row_place &place)
 {
-    cass_stmt *stmt = request->stmt;
-    request->field = &stmt->ird->bookmark_field;
+    request->field = &request->stmt->ird->bookmark_field;
     request->column = 0;
-    return transfer_column(request, place, &stmt->ard->bookmark_field, cass_log_is_on(&stmt->head));
+    const SQLRETURN code = transfer_column(request, place, &request->stmt->ard->bookmark_field);
+    return code == SQL_NO_DATA ? SQL_SUCCESS : code;
 }
 
-// Columns from 1 to `last`, and the bookmark in front of them. A column that was cut does not stop
-// the others; an error ends the row. `logged` is a constant of the caller's: the log is tested once
-// for a row and not for each column.
-[[gnu::always_inline]] static inline SQLRETURN transfer_row(cass_stmt *stmt, std::int32_t last,
-                                                            bool logged)
+// Columns bound beyond the result's are passed over without a word.
+static std::int32_t bound_columns(const cass_desc *ard, const cass_desc *ird)
+{
+    const std::int32_t columns = cass_stmt_column_count(ird);
+    return ard->field_count < columns ? ard->field_count : columns;
+}
+
+// A column that was cut does not stop the others; an error ends the row.
+static SQLRETURN transfer_row(cass_stmt *stmt)
 {
     const row_place place = place_of_row(stmt);
+    const std::int32_t last = bound_columns(stmt->ard, stmt->ird);
     cell_request request = {};
     request.stmt = stmt;
+    request.logged = cass_log_is_on(&stmt->head);
     SQLRETURN result = SQL_SUCCESS;
     if (stmt->attrs.use_bookmarks != 0) [[unlikely]]
         result = transfer_bookmark(&request, place);
     if (result == SQL_ERROR)
         return SQL_ERROR;
-    if (result == SQL_NO_DATA)
-        result = SQL_SUCCESS;
 
     for (std::int32_t index = 0; index < last; index++) {
         request.field = &place.fields[index];
         request.column = index + 1;
-        const SQLRETURN code = transfer_column(&request, place, &place.afields[index], logged);
+        const SQLRETURN code = transfer_column(&request, place, &place.afields[index]);
         if (code == SQL_ERROR) [[unlikely]]
             return SQL_ERROR;
         if (code == SQL_SUCCESS_WITH_INFO) [[unlikely]]
@@ -235,37 +209,17 @@ static inline bound_pointers get_pointers_from_cols(const row_place &place,
     return result;
 }
 
-// How many columns have a place to go. Columns bound beyond the result's are passed over without a
-// word.
-static std::int32_t bound_columns(const cass_desc *ard, const cass_desc *ird)
+SQLRETURN transfer_bound_columns(cass_stmt *stmt, int)
 {
-    const std::int32_t columns = cass_stmt_column_count(ird);
-    return ard->field_count < columns ? ard->field_count : columns;
-}
-
-[[gnu::cold, gnu::noinline]] static SQLRETURN transfer_row_logged(cass_stmt *stmt)
-{
-    const cass_desc *ard = stmt->ard;
-    const cass_desc *ird = stmt->ird;
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns");
-    if (ard->field_count < 1) {
+    if (stmt->ard->field_count < 1) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns, no ard records");
         return SQL_SUCCESS;
     }
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns, ard count=%d, %d",
-             static_cast<int>(ard->field_count), static_cast<int>(ird->field_count));
-
-    const SQLRETURN result = transfer_row(stmt, bound_columns(ard, ird), true);
+             static_cast<int>(stmt->ard->field_count), static_cast<int>(stmt->ird->field_count));
+    const SQLRETURN result = transfer_row(stmt);
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns, return=%r",
              static_cast<int>(result));
     return result;
-}
-
-SQLRETURN transfer_bound_columns(cass_stmt *stmt, int)
-{
-    if (cass_log_is_on(&stmt->head)) [[unlikely]]
-        return transfer_row_logged(stmt);
-    if (stmt->ard->field_count < 1)
-        return SQL_SUCCESS;
-    return transfer_row(stmt, bound_columns(stmt->ard, stmt->ird), false);
 }

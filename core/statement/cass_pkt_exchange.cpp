@@ -13,12 +13,14 @@
 
 static constexpr char log_source[] = "cass_pkt.c";
 
-cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent)
+cass_packet *cass_exchange(cass_conn *conn, cass_packet *request, cass_exchange_failure *failure)
 {
     const cass_cancel_guard whole;
-    const cass_lock_guard hold(&stmt_conn(stmt)->exchange_lock);
-    *sent = cass_send_packet(stmt, request) >= 0;
-    return *sent ? cass_read_packet(stmt) : nullptr;
+    const cass_lock_guard hold(&conn->exchange_lock);
+    if (cass_send_packet(request->owner, request) >= 0)
+        return cass_read_packet(request->owner, failure);
+    *failure = request->failed == PACKET_NO_MEMORY ? EXCHANGE_NO_MEMORY_TO_SEND : EXCHANGE_NOT_SENT;
+    return nullptr;
 }
 
 cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_t *code)
@@ -32,17 +34,21 @@ cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_
     return decode_error_packet(stmt, packet, code);
 }
 
-static void post_no_reply(cass_stmt *stmt, const cass_packet *request, bool sent, const char *who)
+static void post_no_reply(cass_stmt *stmt, cass_exchange_failure failure, const char *who)
 {
-    if (!sent && request->failed == PACKET_NO_MEMORY) {
-        cass_post_no_memory(stmt, who);
-    } else if (!sent) {
+    switch (failure) {
+    case EXCHANGE_NO_MEMORY_TO_SEND:
+        cass_post_no_memory(&stmt->head, log_source, who);
+        break;
+    case EXCHANGE_NOT_SENT:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to send packet", who);
         cass_post_error(&stmt->head, STATE_08S01, 0, "failed to send packet");
-    } else if (stmt->head.timed_out) {
+        break;
+    case EXCHANGE_TIMED_OUT:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: timeout reading packet", who);
         cass_post_error(&stmt->head, STATE_HYT00, 0, nullptr);
-    } else {
+        break;
+    default:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to return packet", who);
         cass_post_error(&stmt->head, STATE_08S01, 0, "failed to return packet");
     }
@@ -65,11 +71,11 @@ static void post_server_error(cass_stmt *stmt, cass_packet *reply, const char *w
 static cass_packet *request_result(cass_stmt *stmt, cass_packet *request, const char *who,
                                    bool *warned)
 {
-    bool sent = false;
+    cass_exchange_failure failure;
     *warned = false;
-    held_packet reply(cass_exchange(stmt, request, &sent));
+    held_packet reply(cass_exchange(stmt_conn(stmt), request, &failure));
     if (reply == nullptr) {
-        post_no_reply(stmt, request, sent, who);
+        post_no_reply(stmt, failure, who);
         return nullptr;
     }
     if (pkt_opcode(reply.get()) == OPCODE_ERROR) {
@@ -93,6 +99,15 @@ static cass_packet *request_result(cass_stmt *stmt, cass_packet *request, const 
     return reply.release();
 }
 
+std::int32_t cass_take_result(cass_stmt *stmt, cass_packet *packet)
+{
+    std::int32_t rows = 0;
+    const std::int32_t kind = decode_result_packet(stmt, packet, &rows);
+    if (kind == KIND_ROWS)
+        cass_set_current_packet(stmt, packet, rows);
+    return kind;
+}
+
 int send_and_execute(cass_stmt *stmt, cass_packet *packet)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "send_and_execute:");
@@ -101,11 +116,9 @@ int send_and_execute(cass_stmt *stmt, cass_packet *packet)
     if (reply == nullptr)
         return -1;
     // A kind that is not known is a result without rows; only a malformed one fails.
-    if (decode_result_packet(stmt, reply.get()) == RESULT_MALFORMED)
+    if (cass_take_result(stmt, reply.get()) == RESULT_MALFORMED)
         return -1;
     stmt->more_results = 0;
-    stmt->more_results_info = 0;
-    stmt->row_count_valid = 0;
     stmt->executed = 1;
     return warned ? 1 : 0;
 }
@@ -125,7 +138,7 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
     const held_packet reply(request_result(stmt, request.get(), "prepare_stmt", &warned));
     if (reply == nullptr)
         return -1;
-    const std::int32_t kind = decode_result_packet(stmt, reply.get());
+    const std::int32_t kind = cass_take_result(stmt, reply.get());
     if (kind == RESULT_MALFORMED)
         return -1;
     if (kind != KIND_PREPARED) {
@@ -140,20 +153,13 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
     return warned ? 1 : 0;
 }
 
-static int no_memory(cass_conn *conn, const char *who)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to allocate memory", who);
-    cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-    return QUERY_NO_MEMORY;
-}
-
 int execute_query(cass_conn *conn, const cass_string *sql)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "execute_query: conn=%p", static_cast<void *>(conn));
     CASS_LOG(&conn->head, LOG_DETAIL, "sql: '%S'", sql);
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return no_memory(conn, "execute_query");
+        return cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_NO_MEMORY);
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_QUERY, &conn->head));
     if (request == nullptr)
@@ -163,7 +169,9 @@ int execute_query(cass_conn *conn, const cass_string *sql)
                   static_cast<std::int16_t>(shared_get(&conn->settings.consistency)));
     pkt_put_byte(request.get(), 0);
     const int code = send_and_execute(stmt.get(), request.get());
-    return code < 0 && stmt->no_memory ? no_memory(conn, "execute_query") : code;
+    return code < 0 && stmt->no_memory
+               ? cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_NO_MEMORY)
+               : code;
 }
 
 int cass_fetch_next_page(cass_stmt *stmt)
@@ -179,7 +187,8 @@ int set_current_keyspace(cass_conn *conn, const cass_string *keyspace)
     CASS_LOG(&conn->head, LOG_DETAIL, "keyspace: '%S'", keyspace);
     const held_string sql(cass_string_format("USE \"%S\";", keyspace));
     if (sql == nullptr)
-        return no_memory(conn, "set_current_keyspace");
+        return cass_post_no_memory(&conn->head, log_source, "set_current_keyspace",
+                                   QUERY_NO_MEMORY);
     return execute_query(conn, sql.get());
 }
 

@@ -5,12 +5,16 @@
 
 #include "core/wire/cass_pkt.h"
 
-// Sends a request and reads one frame, with the connection's exchange lock held over both. Null:
-// *sent tells whether the request went out, and nothing is posted on the statement but HY001.
-cass_packet *cass_exchange(cass_stmt *stmt, cass_packet *request, bool *sent);
+// Sends a request and reads one frame, with the connection's exchange lock held over both: the one
+// way to the server of session start, authentication and statements. The request's owner gets the
+// log records. Null with *failure telling why; what is not said there to be posted is the caller's
+// to post.
+cass_packet *cass_exchange(cass_conn *conn, cass_packet *request, cass_exchange_failure *failure);
 // Code and message of an ERROR frame, behind its warnings if it has any. As decode_error_packet.
 cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_t *code);
 
+// Decodes a RESULT frame; one with rows becomes the statement's page. As decode_result_packet.
+std::int32_t cass_take_result(cass_stmt *stmt, cass_packet *packet);
 // Sends the frame and decodes the RESULT onto the statement. The caller keeps its reference.
 int send_and_execute(cass_stmt *stmt, cass_packet *packet);
 // Prepares `text` on the server: prepared id, IPD and IRD of the statement. A null text is no work.

@@ -9,7 +9,7 @@
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
-#include "core/statement/cass_fetch.h"
+#include "core/statement/cass_column_reuse.h"
 
 static constexpr char log_source[] = "cass_pkt.c";
 
@@ -21,6 +21,8 @@ enum : std::int32_t {
 
 constexpr std::int32_t COLUMN_LIMIT = 65535;
 constexpr std::int32_t WARNING_UNITS = 2048;  // more than a message or a log record can show
+// Types of nested columns that one description keeps: some 100 bytes each.
+constexpr std::int32_t KEPT_TYPES = 65536;
 // Columns of unknown types that have a record each: lists of records are searched from the start.
 constexpr std::int32_t UNKNOWN_TYPE_RECORDS = 8;
 
@@ -71,7 +73,7 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
     }
     if (good)
         return all.release();
-    cass_post_no_memory(stmt, "decode_warnings");
+    cass_post_no_memory(&stmt->head, log_source, "decode_warnings");
     return nullptr;
 }
 
@@ -81,7 +83,7 @@ cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet)
 static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
 {
     if (memory) {
-        cass_post_no_memory(stmt, "decode_result_packet");
+        cass_post_no_memory(&stmt->head, log_source, "decode_result_packet");
     } else {
         CASS_LOG(&stmt->head, LOG_ERROR, "decode_result_packet: unexpected end of packet");
         cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected end of packet");
@@ -165,10 +167,10 @@ static int decode_column(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, 
     const held_string name(pkt_get_string(packet));
     if (name == nullptr)
         return give_up(stmt, desc, true);
-    bool no_memory = false;
-    const held_option option(decode_type_option(packet, &no_memory));
+    std::int32_t types;
+    held_option option(decode_type_option(packet, &types));
     if (option == nullptr)
-        return give_up(stmt, desc, no_memory);
+        return give_up(stmt, desc, types < 0);
     if (cass_log_is_on(&stmt->head))
         log_column(stmt, index, name.get(), option.get(), short_set);
     const int code =
@@ -178,6 +180,10 @@ static int decode_column(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, 
     if (code != 0)
         pass_unknown_type(stmt, packet, option->option_id);
     desc->fields[index].from_spec = code == 0;
+    if (cql_type_is_nested(option->option_id) && packet->kept_types <= KEPT_TYPES - types) {
+        packet->kept_types += types;
+        desc->fields[index].type_tree = option.release();
+    }
     return 0;
 }
 
@@ -223,84 +229,6 @@ static int decode_columns(cass_stmt *stmt, cass_packet *packet, cass_desc *desc,
 
 // ---- Metadata ----------------------------------------------------------------------------------
 
-// All that the records of an IRD depend on beside the bytes of the specification. It stands in
-// front of those bytes in the statement's copy.
-struct column_shape {
-    std::int32_t global;
-    std::int32_t count;
-    std::int32_t odbc_version;
-    std::int32_t string_len;
-    std::int32_t binary_len;
-};
-
-static column_shape shape_of(const cass_stmt *stmt, std::int32_t flags, std::int32_t count)
-{
-    const cass_conn *conn = stmt_conn(stmt);
-    return {.global = flags & METADATA_GLOBAL_SPEC,
-            .count = count,
-            .odbc_version = conn_env(conn)->odbc_version,
-            .string_len = shared_get(&conn->settings.string_len),
-            .binary_len = shared_get(&conn->settings.binary_len)};
-}
-
-// Whether the records hold what the next bytes of the body would make of them. Any record that was
-// cleared, added or made afresh since has lost its mark.
-static bool is_described(const cass_stmt *stmt, const cass_packet *packet,
-                         const column_shape &shape)
-{
-    const cass_desc *ird = stmt->implicit_ird;
-    const std::int32_t spec = stmt->meta_length - static_cast<std::int32_t>(sizeof shape);
-    if (stmt->meta_bytes == nullptr || cass_log_is_on(&stmt->head) || stmt->ird != ird ||
-        !ird->found_valid || ird->found_count != shape.count || ird->field_count != shape.count ||
-        spec > pkt_remaining(packet))
-        return false;
-    if (std::memcmp(stmt->meta_bytes, &shape, sizeof shape) != 0 ||
-        std::memcmp(stmt->meta_bytes + sizeof shape, packet->body + packet->read_pos,
-                    static_cast<std::size_t>(spec)) != 0)
-        return false;
-    for (std::int32_t i = 0; i < shape.count; i++) {
-        if (!ird->fields[i].from_spec)
-            return false;
-    }
-    return true;
-}
-
-// Takes the specification as read. The cells become those of fresh records, but keep their buffers.
-static void reuse_description(const cass_stmt *stmt, cass_packet *packet)
-{
-    const cass_desc *ird = stmt->implicit_ird;
-    for (std::int32_t i = 0; i < ird->field_count; i++) {
-        cass_data_storage *cell = &ird->fields[i].data_storage;
-        cass_data_storage fresh = {};
-        fresh.capacity = cell->capacity;
-        fresh.buffer = cell->buffer;
-        *cell = fresh;
-    }
-    packet->read_pos += stmt->meta_length - static_cast<std::int32_t>(sizeof(column_shape));
-}
-
-// Keeps the specification from `start` to the read position. Without memory there is no copy, and
-// the next page is decoded. One that the body cut short is not kept either: it would pass for the
-// beginning of a whole one.
-static void keep_description(cass_stmt *stmt, const cass_packet *packet, std::int32_t start,
-                             const column_shape &shape)
-{
-    const auto spec = static_cast<std::size_t>(packet->read_pos - start);
-    const std::size_t needed = sizeof shape + spec;
-    const bool usable = !packet->ran_short && needed <= INT32_MAX;
-    void *grown = !usable ? nullptr : std::realloc(stmt->meta_bytes, needed);
-    if (grown == nullptr) {
-        std::free(stmt->meta_bytes);
-        stmt->meta_bytes = nullptr;
-        stmt->meta_length = 0;
-        return;
-    }
-    stmt->meta_bytes = static_cast<unsigned char *>(grown);
-    stmt->meta_length = static_cast<std::int32_t>(needed);
-    std::memcpy(stmt->meta_bytes, &shape, sizeof shape);
-    std::memcpy(stmt->meta_bytes + sizeof shape, packet->body + start, spec);
-}
-
 // The paging state of this page; its absence is how fetching learns that this was the last one.
 // False when there is no memory for it.
 static bool take_paging_state(cass_stmt *stmt, cass_packet *packet, std::int32_t flags)
@@ -311,9 +239,9 @@ static bool take_paging_state(cass_stmt *stmt, cass_packet *packet, std::int32_t
         state = pkt_get_long_bytes(packet, &length);
         CASS_LOG_PACKET(&stmt->head, state, state == nullptr ? 0 : length, "paging data");
     }
-    std::free(stmt->paging_state);
-    stmt->paging_state = state;
-    stmt->paging_state_len = state == nullptr ? 0 : length;
+    cass_page_end(&stmt->page);
+    stmt->page.paging_state = state;
+    stmt->page.paging_state_len = state == nullptr ? 0 : length;
     return state != nullptr || length < 1;
 }
 
@@ -331,11 +259,9 @@ int decode_metadata(cass_stmt *stmt, cass_packet *packet)
     if ((flags & METADATA_NONE) != 0)
         return 0;
 
-    const column_shape shape = shape_of(stmt, flags, count);
-    if (is_described(stmt, packet, shape)) {
-        reuse_description(stmt, packet);
+    const column_shape shape = column_shape_of(stmt, (flags & METADATA_GLOBAL_SPEC) != 0, count);
+    if (reuse_description(stmt, packet, shape))
         return 0;
-    }
     const std::int32_t start = packet->read_pos;
     stmt->ird = stmt->implicit_ird;
     if (decode_columns(stmt, packet, stmt->ird, flags, count, true) != 0)
@@ -364,7 +290,7 @@ int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet)
 
 // ---- The five kinds ----------------------------------------------------------------------------
 
-static bool decode_rows(cass_stmt *stmt, cass_packet *packet)
+static bool decode_rows(cass_stmt *stmt, cass_packet *packet, std::int32_t *rows)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "Rows Result");
     if (decode_metadata(stmt, packet) != 0)
@@ -373,7 +299,7 @@ static bool decode_rows(cass_stmt *stmt, cass_packet *packet)
     CASS_LOG(&stmt->head, LOG_DETAIL, "rows count: %d", count);
     // Rows without columns take no bytes: their count could announce an endless result.
     const bool columns = cass_stmt_column_count(stmt->ird) > 0;
-    cass_set_current_packet(stmt, packet, columns ? count : 0);
+    *rows = columns ? count : 0;
     return true;
 }
 
@@ -425,7 +351,7 @@ static void decode_schema_change(cass_stmt *stmt, cass_packet *packet)
     }
 }
 
-std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet)
+std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *rows)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "decode_result_packet");
     const std::int32_t kind = pkt_get_int(packet);
@@ -436,7 +362,7 @@ std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet)
         CASS_LOG(&stmt->head, LOG_DETAIL, "Void Result");
         break;
     case KIND_ROWS:
-        whole = decode_rows(stmt, packet);
+        whole = decode_rows(stmt, packet, rows);
         break;
     case KIND_SET_KEYSPACE:
         decode_set_keyspace(stmt, packet);

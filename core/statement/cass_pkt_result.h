@@ -24,8 +24,9 @@ enum : std::int32_t {
     RESULT_MALFORMED = -2,     // 08S01 "unexpected end of packet" or HY001 posted, no columns
 };
 
-// Decodes a RESULT frame onto the statement: its kind, or one of the above.
-std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet);
+// Decodes a RESULT frame onto the statement: its kind, or one of the above. Of KIND_ROWS *rows is
+// how many follow at the read position; whoever wants them makes the frame the statement's page.
+std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *rows);
 // Metadata of rows into the IRD and the paging state; of parameters into the IPD. 0, or -1 when
 // malformed, as above.
 int decode_metadata(cass_stmt *stmt, cass_packet *packet);

@@ -155,7 +155,7 @@ static void process_escape(cass_stmt *stmt, sql_scan *scan)
 {
     SQLWCHAR *s = scan->out + scan->brace_start;
     const std::int32_t length = scan->written - scan->brace_start;
-    const cass_string stretch = {.text = s, .length = length, .borrowed = 1};
+    const cass_string stretch = {.text = s, .length = length, .borrowed = 1, .form = TEXT_BYTES};
     CASS_LOG(&stmt->head, LOG_DETAIL, "process escape string '%S'\n", &stretch);
 
     // What was passed over once is not again, nor blanked again: the whole text costs one pass,
@@ -174,7 +174,7 @@ static void process_escape(cass_stmt *stmt, sql_scan *scan)
         opening = k + 2;
     else if (first == 'd' || first == 't')
         // The count fits one blank behind the brace or none, and the "s" of {ts '...'} is left
-        // standing, so that the server refuses it. Both are meant to stay as they are.
+        // standing, so that the server refuses it. Both are deliberate.
         opening = k < length - k ? 2 * k : length;
     else
         return;
@@ -328,10 +328,6 @@ static void store_scan(cass_stmt *stmt, const sql_scan *scan)
              scan->verb, stmt->from_offset, stmt->where_offset, stmt->into_offset, stmt->set_offset,
              stmt->group_offset, stmt->order_offset, stmt->values_offset, stmt->into_offset);
     CASS_LOG(&stmt->head, LOG_DETAIL, "parameter count=%d", stmt->found_param_count);
-    if (stmt->rpc_params != nullptr)
-        CASS_LOG(&stmt->head, LOG_DETAIL, "rpc_params='%S'", stmt->rpc_params);
-    if (stmt->rpc_null_params != nullptr)
-        CASS_LOG(&stmt->head, LOG_DETAIL, "rpc_null_params='%S'", stmt->rpc_null_params);
 }
 
 static bool starts_with(const char *text, const char *prefix)
@@ -379,12 +375,6 @@ static bool store_verb(cass_stmt *stmt, const sql_scan *scan, const cass_string 
     return true;
 }
 
-static void release(cass_string **string)
-{
-    cass_string_free(*string);
-    *string = nullptr;
-}
-
 static cass_string *no_memory(cass_stmt *stmt)
 {
     CASS_LOG(&stmt->head, LOG_ERROR, "cass_process_sql: failed to allocate memory");
@@ -395,9 +385,7 @@ static cass_string *no_memory(cass_stmt *stmt)
 cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "at start of cass_process_sql input string '%S'", text);
-    release(&stmt->rpc_params);
-    release(&stmt->rpc_null_params);
-    release(&stmt->exec_name);
+    free_string(&stmt->exec_name);
     stmt->select_has_params = 0;
 
     sql_scan scan = {};
@@ -413,6 +401,7 @@ cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text)
     cass_string *output = cass_string_alloc(scan.end - scan.at);
     if (output == nullptr)
         return no_memory(stmt);
+    output->form = text == nullptr ? TEXT_BYTES : text->form;
     scan.out = output->text;
     scan_text(stmt, &scan);
     output->length = scan.written;

@@ -14,17 +14,15 @@
 
 static constexpr char log_source[] = "cass_stmt.c";
 
-static void free_bytes(unsigned char **bytes, std::int32_t *length)
+void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count)
 {
-    std::free(*bytes);
-    *bytes = nullptr;
-    *length = 0;
-}
-
-static void free_string(cass_string **slot)
-{
-    cass_string_free(*slot);
-    *slot = nullptr;
+    cass_page *page = &stmt->page;
+    cass_packet_ref(packet);
+    cass_packet_unref(page->current_packet);
+    shared_put(&page->current_packet, packet);
+    page->current_row_count = rows_count < 0 ? 0 : rows_count;
+    page->current_row_offset = 0;
+    page->page_failed = 0;
 }
 
 int cass_close_stmt(cass_stmt *stmt, int unprepare)
@@ -50,7 +48,7 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
         shared_put(&stmt->prepared, 0);
         free_string(&stmt->sql_text);
     }
-    free_bytes(&stmt->paging_state, &stmt->paging_state_len);
+    cass_page_end(&stmt->page);
     free_bytes(&stmt->param_buffer, &stmt->param_buffer_len);
     cass_free_internal_rs(stmt, stmt->internal_rs);
     free_string(&stmt->query_text);

@@ -9,6 +9,9 @@ enum : std::int32_t {
     OP_EXECUTE = 12,
 };
 
+// Makes a rows frame the statement's page: takes a reference, drops the one before, offset 0. A
+// negative count is 0.
+void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count);
 // Ends an execution: pending local rows, paging state, saved values, query text. unprepare not 0:
 // the prepared id and text too. Always 0.
 int cass_close_stmt(cass_stmt *stmt, int unprepare);

@@ -34,7 +34,7 @@ static constexpr direct_road dae_road = {
 
 // Builds the request of every parameter set that is not skipped and keeps the last one in *last.
 // Only that one is ever sent, although every set reports success: a parameter array of a direct
-// execution runs once, with its last set, and applications rely on prepared statements for arrays.
+// execution runs once, with its last set. Deliberate: arrays are for prepared statements.
 static SQLRETURN build_requests(cass_stmt *stmt, const direct_road &road, held_packet *last)
 {
     const SQLULEN sets = stmt->apd->array_size;

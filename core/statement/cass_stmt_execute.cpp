@@ -40,43 +40,50 @@ static constexpr prepared_road dae_road = {
     .counts = "SQLExecute(DAE): ok_count=%d, info_count=%d, error_count=%d",
 };
 
-static void count_outcome(cass_stmt *stmt, SQLRETURN code)
-{
-    SQLUSMALLINT status = SQL_PARAM_ERROR;
-    if (code == SQL_SUCCESS) {
-        ++stmt->ok_count;
-        status = SQL_PARAM_SUCCESS;
-    } else if (code == SQL_SUCCESS_WITH_INFO) {
-        ++stmt->info_count;
-        status = SQL_PARAM_SUCCESS_WITH_INFO;
-    } else if (code == SQL_ERROR) {
-        ++stmt->error_count;
-    }
-    if (stmt->row_count_valid)
-        stmt->total_row_count = static_cast<std::int32_t>(
-            stmt->total_row_count < 0 ? stmt->row_count : stmt->total_row_count + stmt->row_count);
-    cass_store_param_status(stmt, status);
-}
+// How the sets of one execution have ended so far.
+struct set_tally {
+    std::int32_t ok, info, error;
+};
 
-// Runs the set in work. False ends the whole execution with SQL_ERROR; a set that the server
-// refuses is only counted, and the next one is still sent.
-static bool run_set(cass_stmt *stmt, const prepared_road &road)
+// Sends the set in work. Null after telling why there is no request: that ends the whole execution.
+static held_packet start_set(cass_stmt *stmt, const prepared_road &road)
 {
     held_packet request(create_execute(stmt));
     if (request == nullptr) {
         cass_store_param_status(stmt, SQL_PARAM_ERROR);
         CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.failed);
-        return false;
+        return nullptr;
     }
     CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, "SQLExecute: sending request");
-    auto code = static_cast<SQLRETURN>(send_and_execute(stmt, request.get()));
+    return request;
+}
+
+static void count_outcome(cass_stmt *stmt, SQLRETURN code, set_tally *tally)
+{
+    SQLUSMALLINT status = SQL_PARAM_ERROR;
+    if (code == SQL_SUCCESS) {
+        ++tally->ok;
+        status = SQL_PARAM_SUCCESS;
+    } else if (code == SQL_SUCCESS_WITH_INFO) {
+        ++tally->info;
+        status = SQL_PARAM_SUCCESS_WITH_INFO;
+    } else if (code == SQL_ERROR) {
+        ++tally->error;
+    }
+    cass_store_param_status(stmt, status);
+}
+
+// Takes the code of the set in work. False ends the whole execution: an array has one result. A set
+// that the server refuses is only counted.
+static bool finish_set(cass_stmt *stmt, const prepared_road &road, SQLRETURN code, set_tally *tally)
+{
     code = cass_check_cursor_change(stmt, code);
     if (stmt->data_waiting && stmt->apd->array_size > 1) {
         CASS_LOG_AS(&stmt->head, road.source, LOG_ERROR, road.no_arrays);
         cass_post_error(&stmt->head, STATE_HY000, 0, "Array of data statements not supported");
         return false;
     }
-    count_outcome(stmt, code);
+    count_outcome(stmt, code, tally);
     if (road.row_count != nullptr) {
         CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.row_count,
                     static_cast<int>(stmt->row_count));
@@ -86,17 +93,32 @@ static bool run_set(cass_stmt *stmt, const prepared_road &road)
     return true;
 }
 
-// The code of an execution from its tally; `otherwise` when no set ran.
-static SQLRETURN execution_code(const cass_stmt *stmt, SQLRETURN otherwise)
+static bool run_set(cass_stmt *stmt, const prepared_road &road, set_tally *tally)
 {
-    const bool good = stmt->ok_count > 0 || stmt->info_count > 0;
-    if (good)
-        return stmt->error_count > 0 || stmt->info_count > 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
-    return stmt->error_count > 0 ? SQL_ERROR : otherwise;
+    const held_packet request = start_set(stmt, road);
+    return request != nullptr &&
+           finish_set(stmt, road, static_cast<SQLRETURN>(send_and_execute(stmt, request.get())),
+                      tally);
 }
 
-// Runs the sets from param_row on.
-static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, SQLRETURN otherwise)
+static bool failed_set_is_information(const cass_conn *conn)
+{
+    return conn->conduct->failed_set_is_information;
+}
+
+// The code of an execution from its tally; `otherwise` when no set ran.
+static SQLRETURN execution_code(const cass_conn *conn, const set_tally &tally, SQLRETURN otherwise)
+{
+    if (tally.error > 0 && !failed_set_is_information(conn))
+        return SQL_ERROR;
+    if (tally.ok > 0 || tally.info > 0)
+        return tally.error > 0 || tally.info > 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+    return tally.error > 0 ? SQL_ERROR : otherwise;
+}
+
+// Runs the sets from param_row on, counting on from what the tally holds.
+static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, set_tally *tally,
+                          SQLRETURN otherwise)
 {
     const SQLULEN sets = stmt->apd->array_size;
     for (SQLULEN set = static_cast<std::uint32_t>(stmt->param_row); set < sets; ++set) {
@@ -104,15 +126,29 @@ static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, SQLRETURN 
         CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.each_set, static_cast<int>(set + 1),
                     static_cast<int>(sets));
         cass_store_params_processed(stmt, set + 1);
-        if (!cass_param_set_skipped(stmt) && !run_set(stmt, road))
+        if (!cass_param_set_skipped(stmt) && !run_set(stmt, road, tally))
             return SQL_ERROR;
         stmt->param_row = static_cast<std::int32_t>(set + 1);
     }
-    if (stmt->total_row_count > 0)
-        stmt->row_count = stmt->total_row_count;
-    CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.counts, stmt->ok_count, stmt->info_count,
-                stmt->error_count);
-    return sets > 0 ? execution_code(stmt, otherwise) : otherwise;
+    CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.counts, tally->ok, tally->info,
+                tally->error);
+    return sets > 0 ? execution_code(stmt_conn(stmt), *tally, otherwise) : otherwise;
+}
+
+// The same, with the tally kept on the statement for what may go on behind a pause for data.
+static SQLRETURN run_and_keep_tally(cass_stmt *stmt, const prepared_road &road, set_tally tally,
+                                    SQLRETURN otherwise)
+{
+    const SQLRETURN code = run_sets(stmt, road, &tally, otherwise);
+    stmt->ok_count = tally.ok;
+    stmt->info_count = tally.info;
+    stmt->error_count = tally.error;
+    return code;
+}
+
+static bool data_is_awaited_in_first_run_only(const cass_conn *conn)
+{
+    return conn->conduct->data_is_awaited_in_first_run_only;
 }
 
 SQLRETURN cass_execute(cass_stmt *stmt)
@@ -129,9 +165,8 @@ SQLRETURN cass_execute(cass_stmt *stmt)
     }
     cass_string_free(stmt->query_text);
     stmt->query_text = nullptr;
-    // Checked before param_row goes back to the first set, so that a re-execution looks behind the
-    // sets of the run before and finds no data at execution there: chunks collected for the first
-    // execution then serve the next ones.
+    if (!data_is_awaited_in_first_run_only(stmt_conn(stmt)))
+        stmt->param_row = 0;
     const int checked = cass_check_params(stmt, 0, OP_EXECUTE);
     if (checked != 0)
         return static_cast<SQLRETURN>(checked);
@@ -140,18 +175,17 @@ SQLRETURN cass_execute(cass_stmt *stmt)
     cass_store_params_processed(stmt, 0);
     CASS_LOG(&stmt->head, LOG_DETAIL, "SQLExecute: statement prepared");
     stmt->total_row_count = -1;
-    stmt->error_count = stmt->ok_count = stmt->info_count = 0;
     stmt->param_row = 0;
-    return run_sets(stmt, plain_road, SQL_SUCCESS);
+    return run_and_keep_tally(stmt, plain_road, {}, SQL_SUCCESS);
 }
 
 SQLRETURN cass_dae_execute(cass_stmt *stmt)
 {
     stmt->ird = stmt->implicit_ird;
     CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): statement prepared");
-    // The tally is not reset here: it holds what the execution before has left.
-    const SQLRETURN otherwise = SQL_ERROR;
-    const SQLRETURN code = run_sets(stmt, dae_road, otherwise);
+    // It counts on from what the execution before has left.
+    const set_tally before = {stmt->ok_count, stmt->info_count, stmt->error_count};
+    const SQLRETURN code = run_and_keep_tally(stmt, dae_road, before, SQL_ERROR);
     CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): return value=%d",
                 static_cast<int>(code));
     return code;

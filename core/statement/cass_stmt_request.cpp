@@ -5,9 +5,12 @@
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/parameter/cass_param.h"
+#include "core/statement/cass_sql.h"
 #include "core/statement/cass_stmt.h"
 
 static constexpr char log_source[] = "cass_stmt.c";
+
+constexpr std::int32_t PAGE_SIZE = 100;  // rows of a page
 
 enum : std::uint8_t {
     QUERY_VALUES = 0x01,
@@ -26,19 +29,28 @@ static void put_consistency(cass_stmt *stmt, cass_packet *packet)
                   static_cast<std::int16_t>(shared_get(&stmt_conn(stmt)->settings.consistency)));
 }
 
+// A statement that writes never has a next page.
+static bool can_page(const cass_stmt *stmt)
+{
+    return stmt->verb_code != VERB_I && stmt->verb_code != VERB_UP && stmt->verb_code != VERB_D;
+}
+
 // The encoded values since `position` are kept, so that next pages repeat them without reading the
 // application's buffers again.
 static bool keep_values(cass_stmt *stmt, const cass_packet *packet, std::int32_t position)
 {
-    std::free(stmt->param_buffer);
-    stmt->param_buffer = pkt_copy_from(packet, position, &stmt->param_buffer_len);
+    free_bytes(&stmt->param_buffer, &stmt->param_buffer_len);
+    if (can_page(stmt))
+        stmt->param_buffer = pkt_copy_from(packet, position, &stmt->param_buffer_len);
     if (stmt->param_buffer_len < 0) {
         stmt->param_buffer_len = 0;
         CASS_LOG(&stmt->head, LOG_ERROR, "cass_append_params: failed to keep the values");
         cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
         return false;
     }
-    CASS_LOG(&stmt->head, LOG_DETAIL, "Parameter Buffer saved %d bytes", stmt->param_buffer_len);
+    // Of values that are not needed again too: readers of the log know how long they were.
+    CASS_LOG(&stmt->head, LOG_DETAIL, "Parameter Buffer saved %d bytes",
+             pkt_position(packet) - position);
     return true;
 }
 
@@ -74,9 +86,7 @@ cass_packet *create_exec_string(cass_stmt *stmt, const cass_string *text)
 cass_packet *create_execute(cass_stmt *stmt)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "create_execute: stmt=%p", static_cast<void *>(stmt));
-    std::free(stmt->param_buffer);
-    stmt->param_buffer = nullptr;
-    stmt->param_buffer_len = 0;
+    free_bytes(&stmt->param_buffer, &stmt->param_buffer_len);
     held_packet packet = new_request(stmt, OPCODE_EXECUTE);
     if (packet == nullptr)
         return nullptr;
@@ -105,6 +115,6 @@ cass_packet *create_fetch_next(cass_stmt *stmt)
         pkt_put_bytes(packet.get(), stmt->param_buffer, stmt->param_buffer_len);
     }
     pkt_put_int(packet.get(), PAGE_SIZE);
-    pkt_put_long_bytes(packet.get(), stmt->paging_state, stmt->paging_state_len);
+    pkt_put_long_bytes(packet.get(), stmt->page.paging_state, stmt->page.paging_state_len);
     return packet.release();
 }

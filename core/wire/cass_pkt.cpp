@@ -120,23 +120,6 @@ void cass_packet_drop_spare(cass_conn *conn)
     conn->recent_need = 0;
 }
 
-void cass_post_no_memory(cass_stmt *stmt, const char *who)
-{
-    CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to allocate memory", who);
-    cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
-    stmt->no_memory = 1;
-}
-
-static void post_no_packet(cass_stmt *stmt, cass_handle *failure_handle)
-{
-    if (failure_handle == nullptr) {
-        cass_post_no_memory(stmt, "cass_new_packet");
-        return;
-    }
-    CASS_LOG(failure_handle, LOG_ERROR, "cass_new_packet: failed to allocate memory");
-    cass_post_error(failure_handle, STATE_HY001, 0, nullptr);
-}
-
 cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t flags,
                              std::int16_t stream, std::uint8_t opcode, cass_handle *failure_handle)
 {
@@ -145,7 +128,8 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
         packet->frame = static_cast<unsigned char *>(std::malloc(REQUEST_CAPACITY));
     if (packet == nullptr || packet->frame == nullptr) {
         free_packet(packet);
-        post_no_packet(stmt, failure_handle);
+        cass_post_no_memory(failure_handle != nullptr ? failure_handle : &stmt->head, log_source,
+                            "cass_new_packet");
         return nullptr;
     }
     packet->conn = stmt_conn(stmt);
@@ -195,7 +179,9 @@ static std::int32_t send_compressed(cass_packet *packet)
 
 std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet)
 {
-    const std::int32_t mode = stmt_conn(stmt)->compression;
+    // STARTUP announces the compression and goes in front of it.
+    const std::int32_t mode =
+        packet->opcode == OPCODE_STARTUP ? COMPRESSION_NONE : stmt_conn(stmt)->compression;
     if (packet->failed)
         return -1;
     if (packet->length > 0 && mode == COMPRESSION_SNAPPY)
@@ -208,17 +194,29 @@ std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet)
 
 // ---- Receiving ---------------------------------------------------------------------------------
 
-// A result of 0, the end of a TLS stream, counts as a failed read: the loop would never end.
-static bool read_exactly(cass_stmt *stmt, unsigned char *target, std::int32_t count)
+// A reply on its way: whose log and diagnostics it uses, and why it does not come.
+struct frame_reader {
+    cass_stmt *stmt;
+    cass_exchange_failure failure;
+};
+
+static bool fail(frame_reader *reader, cass_exchange_failure failure)
 {
+    if (failure == EXCHANGE_NO_MEMORY_TO_READ)
+        cass_post_no_memory(&reader->stmt->head, log_source, "cass_read_packet");
+    reader->failure = failure;
+    return false;
+}
+
+// A result of 0, the end of a TLS stream, counts as a failed read: the loop would never end.
+static bool read_exactly(frame_reader *reader, unsigned char *target, std::int32_t count)
+{
+    cass_conn *conn = stmt_conn(reader->stmt);
     while (count > 0) {
         std::int32_t got = 0;
-        const std::int32_t result = conn_read(stmt_conn(stmt), target, count, &got, 0);
-        if (result < 1) {
-            if (result == CONN_TIMED_OUT)
-                stmt->head.timed_out = 1;
-            return false;
-        }
+        const std::int32_t result = conn_read(conn, target, count, &got, conn->read_timeout);
+        if (result < 1)
+            return fail(reader, result == CONN_TIMED_OUT ? EXCHANGE_TIMED_OUT : EXCHANGE_BROKEN);
         target += got;
         count -= got;
     }
@@ -227,8 +225,8 @@ static bool read_exactly(cass_stmt *stmt, unsigned char *target, std::int32_t co
 
 // Reads `length` bytes into the block behind its first `offset` bytes, which are left free. A long
 // body is read in steps, each as long as all before it, so that a lying header costs no more memory
-// than the bytes that arrive. False after posting HY001, or when the read failed.
-static bool read_into_block(cass_stmt *stmt, unsigned char **block, std::size_t *capacity,
+// than the bytes that arrive.
+static bool read_into_block(frame_reader *reader, unsigned char **block, std::size_t *capacity,
                             std::size_t offset, std::int32_t length)
 {
     std::int32_t done = 0;
@@ -236,11 +234,9 @@ static bool read_into_block(cass_stmt *stmt, unsigned char **block, std::size_t 
     do {
         const std::size_t held = offset + static_cast<std::size_t>(done);
         if (!reserve_block(block, capacity, held + static_cast<std::size_t>(step),
-                           done == 0 ? 0 : held)) {
-            cass_post_no_memory(stmt, "cass_read_packet");
-            return false;
-        }
-        if (!read_exactly(stmt, *block + held, step))
+                           done == 0 ? 0 : held))
+            return fail(reader, EXCHANGE_NO_MEMORY_TO_READ);
+        if (!read_exactly(reader, *block + held, step))
             return false;
         done += step;
         step = std::min(length - done, done);
@@ -248,44 +244,43 @@ static bool read_into_block(cass_stmt *stmt, unsigned char **block, std::size_t 
     return true;
 }
 
-static bool read_plain(cass_stmt *stmt, cass_packet *packet)
+static bool read_plain(frame_reader *reader, cass_packet *packet)
 {
     note_need(packet->conn, static_cast<std::size_t>(packet->length) + FRAME_HEADER_SIZE);
     trim_block(packet->conn, &packet->frame, &packet->capacity);
-    return read_into_block(stmt, &packet->frame, &packet->capacity, FRAME_HEADER_SIZE,
+    return read_into_block(reader, &packet->frame, &packet->capacity, FRAME_HEADER_SIZE,
                            packet->length);
 }
 
-static bool read_compressed(cass_stmt *stmt, const cass_packet *packet)
+static bool read_compressed(frame_reader *reader, const cass_packet *packet)
 {
     cass_conn *conn = packet->conn;
     trim_block(conn, &conn->compressed, &conn->compressed_capacity);
-    return read_into_block(stmt, &conn->compressed, &conn->compressed_capacity, 0, packet->length);
+    return read_into_block(reader, &conn->compressed, &conn->compressed_capacity, 0,
+                           packet->length);
 }
 
 // Restores the body that read_compressed has read behind the frame's header. False for one that
 // lies about its size, or that nobody asked for.
-static bool restore_body(cass_stmt *stmt, cass_packet *packet)
+static bool restore_body(frame_reader *reader, cass_packet *packet)
 {
     cass_conn *conn = packet->conn;
     if (conn->compression != COMPRESSION_LZ4 || packet->length < LZ4_PREFIX_SIZE)
-        return false;
+        return fail(reader, EXCHANGE_BROKEN);
     const auto size = static_cast<std::int32_t>(load_be32(conn->compressed));
     const std::int32_t packed = packet->length - LZ4_PREFIX_SIZE;
     if (size < 0 || size > packed * LZ4_BEST_RATIO + LZ4_SLACK)
-        return false;
+        return fail(reader, EXCHANGE_BROKEN);
 
     const std::size_t needed = static_cast<std::size_t>(size) + FRAME_HEADER_SIZE;
     note_need(conn, std::max(needed, static_cast<std::size_t>(packet->length)));
     trim_block(conn, &packet->frame, &packet->capacity);
-    if (!reserve_block(&packet->frame, &packet->capacity, needed, 0)) {
-        cass_post_no_memory(stmt, "cass_read_packet");
-        return false;
-    }
+    if (!reserve_block(&packet->frame, &packet->capacity, needed, 0))
+        return fail(reader, EXCHANGE_NO_MEMORY_TO_READ);
     packet->length = LZ4_decompress_safe(
         reinterpret_cast<const char *>(conn->compressed + LZ4_PREFIX_SIZE),
         reinterpret_cast<char *>(packet->frame + FRAME_HEADER_SIZE), packed, size);
-    return packet->length >= 0;
+    return packet->length >= 0 || fail(reader, EXCHANGE_BROKEN);
 }
 
 // A record for the reply, in the connection's spare block if there is one. Null when memory ran
@@ -311,6 +306,7 @@ static cass_packet *new_reply(cass_stmt *stmt, const unsigned char *header)
     packet->failed = 0;
     packet->reply = 1;
     packet->unknown_types = 0;
+    packet->kept_types = 0;
     return packet;
 }
 
@@ -321,42 +317,44 @@ static bool is_compressed(const cass_packet *packet)
 
 // A frame as it stands on the wire, its header into `header` and its body into the packet or, when
 // compressed, into the connection's block. Null when that ended before the frame's last byte.
-static cass_packet *read_frame(cass_stmt *stmt, unsigned char *header)
+static cass_packet *read_frame(frame_reader *reader, unsigned char *header)
 {
-    if (!read_exactly(stmt, header, FRAME_HEADER_SIZE))
+    if (!read_exactly(reader, header, FRAME_HEADER_SIZE))
         return nullptr;
-    held_packet packet(new_reply(stmt, header));
+    held_packet packet(new_reply(reader->stmt, header));
     if (packet == nullptr) {
-        cass_post_no_memory(stmt, "cass_read_packet");
+        fail(reader, EXCHANGE_NO_MEMORY_TO_READ);
         return nullptr;
     }
-    if (packet->length < 0 || packet->length > BODY_LIMIT)
+    if (packet->length < 0 || packet->length > BODY_LIMIT) {
+        fail(reader, EXCHANGE_BROKEN);
         return nullptr;
-    const bool whole = is_compressed(packet.get()) ? read_compressed(stmt, packet.get())
-                                                   : read_plain(stmt, packet.get());
+    }
+    const bool whole = is_compressed(packet.get()) ? read_compressed(reader, packet.get())
+                                                   : read_plain(reader, packet.get());
     return whole ? packet.release() : nullptr;
 }
 
 // The stream stands inside a frame, whose rest would be taken for the next reply.
-static void leave_stream(cass_conn *conn)
+static void leave_stream(const cass_conn *conn)
 {
     shutdown(conn->socket, SHUT_RDWR);
-    conn->socket_dead = 1;
 }
 
 // Version and stream of a reply are kept but not checked: one request is in flight at a time, and
 // whatever comes back is its reply.
-cass_packet *cass_read_packet(cass_stmt *stmt)
+cass_packet *cass_read_packet(cass_stmt *stmt, cass_exchange_failure *failure)
 {
     unsigned char header[FRAME_HEADER_SIZE];
-    stmt->head.timed_out = 0;
+    frame_reader reader = {.stmt = stmt, .failure = EXCHANGE_WHOLE};
     cass_conn *conn = stmt_conn(stmt);
-    held_packet packet(read_frame(stmt, header));
+    held_packet packet(read_frame(&reader, header));
     if (packet == nullptr)
         leave_stream(conn);
     const bool good =
-        packet != nullptr && (!is_compressed(packet.get()) || restore_body(stmt, packet.get()));
+        packet != nullptr && (!is_compressed(packet.get()) || restore_body(&reader, packet.get()));
     trim_block(conn, &conn->compressed, &conn->compressed_capacity);
+    *failure = reader.failure;
     if (!good)
         return nullptr;
     packet->body = packet->frame + FRAME_HEADER_SIZE;
@@ -382,7 +380,7 @@ cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int3
     *code = pkt_get_int(packet);
     cass_string *message = pkt_get_string(packet);
     if (message == nullptr)
-        cass_post_no_memory(stmt, "decode_error_packet");
+        cass_post_no_memory(&stmt->head, log_source, "decode_error_packet");
     return message;
 }
 
@@ -469,12 +467,26 @@ static bool fits_short(cass_packet *packet, std::int32_t length)
     return false;
 }
 
-// Text goes out as the low byte of each unit, although the protocol says UTF-8: applications on the
-// ANSI calls hand over bytes, and these must reach the server unchanged.
-static std::int32_t put_low_bytes(cass_packet *packet, const cass_string *text)
+static bool text_goes_out_by_low_bytes(const cass_conn *conn)
 {
+    return conn->conduct->text_goes_out_by_low_bytes;
+}
+
+// A text behind its length, which `put_length` writes: 0, or -1.
+static std::int32_t put_text(cass_packet *packet, const cass_string *text,
+                             std::int32_t (*put_length)(cass_packet *, std::int32_t))
+{
+    if (!text_goes_out_by_low_bytes(packet->conn)) {
+        std::int32_t count;
+        const held_text bytes(cass_string_to_bytes(text, &count));
+        if (text != nullptr && bytes == nullptr)
+            packet->failed = PACKET_NO_MEMORY;
+        if (put_length(packet, count) < 0)
+            return -1;
+        return pkt_put_bytes(packet, bytes.get(), count) < 0 ? -1 : 0;
+    }
     const std::int32_t length = cass_string_length(text);
-    unsigned char *place = append(packet, length);
+    unsigned char *place = put_length(packet, length) < 0 ? nullptr : append(packet, length);
     if (place == nullptr)
         return -1;
     for (std::int32_t i = 0; i < length; i++)
@@ -482,24 +494,25 @@ static std::int32_t put_low_bytes(cass_packet *packet, const cass_string *text)
     return 0;
 }
 
+static std::int32_t put_short_length(cass_packet *packet, std::int32_t length)
+{
+    return fits_short(packet, length) ? pkt_put_short(packet, static_cast<std::int16_t>(length))
+                                      : -1;
+}
+
 std::int32_t pkt_put_string(cass_packet *packet, const cass_string *text)
 {
-    const std::int32_t length = cass_string_length(text);
-    if (!fits_short(packet, length) || pkt_put_short(packet, static_cast<std::int16_t>(length)) < 0)
-        return -1;
-    return put_low_bytes(packet, text);
+    return put_text(packet, text, put_short_length);
 }
 
 std::int32_t pkt_put_long_string(cass_packet *packet, const cass_string *text)
 {
-    if (pkt_put_int(packet, cass_string_length(text)) < 0)
-        return -1;
-    return put_low_bytes(packet, text);
+    return put_text(packet, text, pkt_put_int);
 }
 
 std::int32_t pkt_put_short_bytes(cass_packet *packet, const void *bytes, std::int32_t count)
 {
-    if (!fits_short(packet, count) || pkt_put_short(packet, static_cast<std::int16_t>(count)) < 0)
+    if (put_short_length(packet, count) < 0)
         return -1;
     return pkt_put_bytes(packet, bytes, count) < 0 ? -1 : 0;
 }

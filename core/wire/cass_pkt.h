@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/record/cass_handles.h"
+#include "support/bigendian.h"
 
 enum : std::uint8_t {
     OPCODE_ERROR = 0,
@@ -37,7 +38,6 @@ enum : std::int32_t {
 
 constexpr std::int32_t FRAME_HEADER_SIZE = 9;
 constexpr std::uint8_t PROTOCOL_VERSION = 4;
-constexpr std::int32_t PAGE_SIZE = 100;  // rows of a page, in every request of a statement
 
 // Why a frame cannot be sent.
 enum : std::int32_t {
@@ -47,7 +47,7 @@ enum : std::int32_t {
 
 struct cass_packet {
     cass_conn *conn;
-    cass_stmt *owner;
+    cass_stmt *owner;  // whose log and diagnostics its transfer uses
     std::uint8_t version;
     std::uint8_t flags;
     std::int16_t stream;
@@ -63,6 +63,17 @@ struct cass_packet {
     std::int32_t failed;         // not 0: a writer could not append; the frame must not be sent
     std::int32_t reply;          // read from the server: its block serves a later reply
     std::int32_t unknown_types;  // columns in it whose type nobody knows
+    std::int32_t kept_types;     // types in the trees that its columns keep
+};
+
+// Why a request has no reply.
+enum cass_exchange_failure : std::int32_t {
+    EXCHANGE_WHOLE = 0,
+    EXCHANGE_NOT_SENT,
+    EXCHANGE_NO_MEMORY_TO_SEND,  // nothing posted yet
+    EXCHANGE_TIMED_OUT,          // nothing posted yet
+    EXCHANGE_BROKEN,             // the stream ended or is out of step, or the frame is a lie
+    EXCHANGE_NO_MEMORY_TO_READ,  // HY001 posted
 };
 
 // ---- Construction and transfer -----------------------------------------------------------------
@@ -75,13 +86,11 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
 // uncompressed frame, or a negative value (write failed and posted by conn_write, frame marked
 // `failed`, compression failed).
 std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet);
-// Reads one frame, restored to its uncompressed form. Null when the read failed (posted by
-// conn_read, or `timed_out` set on the statement), on exhaustion (HY001 on the statement), and for
-// a frame that lies about its sizes or its compression. A read that ends before the frame's last
-// byte leaves the stream out of step: the socket is shut down, and the next request fails at once.
-cass_packet *cass_read_packet(cass_stmt *stmt);
-// HY001 on the statement behind an ERROR record of function `who`; marks the statement `no_memory`.
-void cass_post_no_memory(cass_stmt *stmt, const char *who);
+// Reads one frame, restored to its uncompressed form. Null with *failure telling why: a failed read
+// is posted on the connection by conn_read, exhaustion as HY001 on the statement. A read that ends
+// before the frame's last byte leaves the stream out of step: the socket is shut down, and the next
+// request fails at once.
+cass_packet *cass_read_packet(cass_stmt *stmt, cass_exchange_failure *failure);
 void cass_packet_ref(cass_packet *packet);
 // Drops one reference; at zero the block goes back to the connection's spare slot or the heap. Null
 // is accepted. A count below zero ends the process.
@@ -107,7 +116,8 @@ std::int32_t pkt_put_byte(cass_packet *packet, std::uint8_t value);             
 std::int32_t pkt_put_short(cass_packet *packet, std::int16_t value);                     // 2
 std::int32_t pkt_put_int(cass_packet *packet, std::int32_t value);                       // 4
 std::int32_t pkt_put_long(cass_packet *packet, std::int64_t value);                      // 8
-// [string] and [long string]: the low byte of each unit; null is empty. 0.
+// [string] and [long string], a text as the conduct text_goes_out_by_low_bytes says; null is empty.
+// 0.
 std::int32_t pkt_put_string(cass_packet *packet, const cass_string *text);
 std::int32_t pkt_put_long_string(cass_packet *packet, const cass_string *text);
 // [short bytes] and [bytes]. 0.
@@ -124,45 +134,6 @@ unsigned char *pkt_copy_from(const cass_packet *packet, std::int32_t position,
                              std::int32_t *length);
 
 // ---- Plain memory ------------------------------------------------------------------------------
-
-inline std::uint16_t load_be16(const void *bytes)
-{
-    std::uint16_t value;
-    std::memcpy(&value, bytes, sizeof value);
-    return __builtin_bswap16(value);
-}
-
-inline std::uint32_t load_be32(const void *bytes)
-{
-    std::uint32_t value;
-    std::memcpy(&value, bytes, sizeof value);
-    return __builtin_bswap32(value);
-}
-
-inline std::uint64_t load_be64(const void *bytes)
-{
-    std::uint64_t value;
-    std::memcpy(&value, bytes, sizeof value);
-    return __builtin_bswap64(value);
-}
-
-inline void store_be16(void *bytes, std::uint16_t value)
-{
-    value = __builtin_bswap16(value);
-    std::memcpy(bytes, &value, sizeof value);
-}
-
-inline void store_be32(void *bytes, std::uint32_t value)
-{
-    value = __builtin_bswap32(value);
-    std::memcpy(bytes, &value, sizeof value);
-}
-
-inline void store_be64(void *bytes, std::uint64_t value)
-{
-    value = __builtin_bswap64(value);
-    std::memcpy(bytes, &value, sizeof value);
-}
 
 // ---- Readers: too few bytes give 0 and move nothing; nothing here posts ------------------------
 

@@ -49,6 +49,11 @@ const char *cql_type_name(std::int32_t option_id)
     return "UNKNOWN";
 }
 
+bool cql_type_is_nested(std::int32_t option_id)
+{
+    return option_id >= CQL_LIST && option_id <= CQL_TUPLE;
+}
+
 enum tree_state {
     TREE_WHOLE,
     TREE_TOO_DEEP,
@@ -239,10 +244,10 @@ static cass_type_option *decode_option(type_reader *tree, int level)
     return tree->state == TREE_WHOLE ? option.release() : nullptr;
 }
 
-cass_type_option *decode_type_option(cass_packet *packet, bool *no_memory)
+cass_type_option *decode_type_option(cass_packet *packet, std::int32_t *types)
 {
     type_reader tree = {.packet = packet, .room = TYPE_NODES, .state = TREE_WHOLE};
     cass_type_option *option = decode_option(&tree, 1);
-    *no_memory = tree.state == TREE_NO_MEMORY;
+    *types = tree.state == TREE_NO_MEMORY ? -1 : TYPE_NODES - tree.room;
     return option;
 }

@@ -36,6 +36,9 @@ enum : std::int32_t {
     CQL_TUPLE = 49,
 };
 
+// The day number that a `date` has on 1 January 1970.
+constexpr std::int64_t CQL_DATE_EPOCH = std::int64_t{1} << 31;
+
 struct cass_type_option;
 
 // A field of a user-defined type.
@@ -61,11 +64,14 @@ struct cass_type_option {
 // Name for logs and messages; "UNKNOWN" for others.
 const char *cql_type_name(std::int32_t option_id);
 
-// A type tree of at most 64 levels, or null: deeper, or with *no_memory set, out of memory. The
-// tree holds the first 1024 types; the others are passed over, and their branches are null. Members
-// that a short body does not have are left out, and the counts are those of the members in the
-// tree.
-cass_type_option *decode_type_option(cass_packet *packet, bool *no_memory);
+// Whether types of this id have types below them.
+bool cql_type_is_nested(std::int32_t option_id);
+
+// A type tree of at most 64 levels, *types of them, or null: deeper, or with -1 in *types, out of
+// memory. The tree holds the first 1024 types; the others are passed over, and their branches are
+// null. Members that a short body does not have are left out, and the counts are those of the
+// members in the tree.
+cass_type_option *decode_type_option(cass_packet *packet, std::int32_t *types);
 // Null is accepted.
 void free_type_option(cass_type_option *option);
 

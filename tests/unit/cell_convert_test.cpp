@@ -283,7 +283,7 @@ TEST(cell_convert, get_data_tests_the_page_the_column_and_the_bookmark)
     rig->stmt->attrs.use_bookmarks = 1;
     EXPECT_EQ("HY003", states(0, SQL_C_CHAR));
     EXPECT_EQ("07006@0", states(0, SQL_C_BOOKMARK));
-    rig->stmt->current_packet = nullptr;
+    rig->stmt->page.current_packet = nullptr;
     EXPECT_EQ("HY010", states(1, SQL_C_LONG));
 }
 

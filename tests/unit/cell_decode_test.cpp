@@ -10,17 +10,17 @@ static std::string stored_text(const cass_data_storage &cell)
 static void expect_rows_given_up(const rig_ptr &rig, const std::string &page)
 {
     rig_page(rig, page);
-    rig->stmt->current_row_count = 100;
-    rig->stmt->current_row_offset = 1;
-    rig->stmt->paging_state = static_cast<unsigned char *>(std::malloc(4));
-    rig->stmt->paging_state_len = 4;
+    rig->stmt->page.current_row_count = 100;
+    rig->stmt->page.current_row_offset = 1;
+    rig->stmt->page.paging_state = static_cast<unsigned char *>(std::malloc(4));
+    rig->stmt->page.paging_state_len = 4;
     EXPECT_EQ(SQL_ERROR, rig_row(rig)) << page.size() << " bytes";
     EXPECT_EQ(records(&rig->stmt->head),
               "08S01|Communication link failure: unexpected end of packet\n");
     EXPECT_LE(rig->packet.read_pos, rig->packet.length);
-    EXPECT_EQ(100, rig->stmt->current_row_offset);
-    EXPECT_EQ(nullptr, rig->stmt->paging_state);
-    EXPECT_EQ(0, rig->stmt->paging_state_len);
+    EXPECT_EQ(100, rig->stmt->page.current_row_offset);
+    EXPECT_EQ(nullptr, rig->stmt->page.paging_state);
+    EXPECT_EQ(0, rig->stmt->page.paging_state_len);
     cass_diag_clear(&rig->stmt->head);
 }
 

@@ -22,7 +22,7 @@ struct cell_rig : session {
     ~cell_rig()
     {
         std::free(packet.body);
-        stmt->current_packet = nullptr;
+        stmt->page.current_packet = nullptr;
     }
 };
 
@@ -40,7 +40,7 @@ inline rig_ptr rig_open(const std::vector<int> &columns)
         EXPECT_EQ(0,
                   cass_field_from_option(rig->stmt, ird, i++, nullptr, nullptr, nullptr, &option));
     }
-    rig->stmt->current_packet = &rig->packet;
+    rig->stmt->page.current_packet = &rig->packet;
     return rig;
 }
 
@@ -52,15 +52,15 @@ inline void rig_page(const rig_ptr &rig, const std::string &bytes)
     std::memcpy(rig->packet.body, bytes.data(), bytes.size());
     rig->packet.length = static_cast<std::int32_t>(bytes.size());
     rig->packet.read_pos = 0;
-    rig->stmt->current_row_count = 1;
-    rig->stmt->current_row_offset = 0;
+    rig->stmt->page.current_row_count = 1;
+    rig->stmt->page.current_row_offset = 0;
 }
 
 // Decodes the page's next row. An exhausted page counts as one row longer.
 inline SQLRETURN rig_row(const rig_ptr &rig)
 {
-    if (rig->stmt->current_row_offset == rig->stmt->current_row_count)
-        rig->stmt->current_row_count++;
+    if (rig->stmt->page.current_row_offset == rig->stmt->page.current_row_count)
+        rig->stmt->page.current_row_count++;
     bool page_failed = false;
     return fetch_data_row(rig->stmt, &page_failed);
 }

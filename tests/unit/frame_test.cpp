@@ -60,7 +60,7 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
         session s;
         s.conn->compression = mode;
         say(s, bytes);
-        EXPECT_EQ(cass_read_packet(s.stmt), nullptr) << mode << ", " << bytes.size() << " bytes";
+        EXPECT_EQ(read_reply(s.stmt), nullptr) << mode << ", " << bytes.size() << " bytes";
         EXPECT_EQ(records(&s.conn->head) + records(&s.stmt->head), "");
         EXPECT_LT(s.conn->spare_packet->capacity, 65536u);
         EXPECT_LE(s.conn->compressed_capacity, 65536u);
@@ -72,7 +72,7 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
     s.conn->compression = COMPRESSION_LZ4;
     say(s, std::string("\x84\1\0\0\x08", 5) + be32(INT32_MAX - 16) + "abc");
     shutdown(s.peer, SHUT_WR);
-    EXPECT_EQ(cass_read_packet(s.stmt), nullptr);
+    EXPECT_EQ(read_reply(s.stmt), nullptr);
     EXPECT_LT(s.conn->compressed_capacity, 20u * 1024 * 1024);
     EXPECT_TRUE(is_shut(s));
     const held_packet request(packet_of(s.stmt, OPCODE_QUERY, "q"));
@@ -86,7 +86,7 @@ TEST(frame, block_of_a_finished_reply_serves_the_next_one_until_it_is_much_too_l
     const auto read_body = [&s](std::size_t size) {
         const std::string body = pattern(size);
         std::thread peer([&] { say(s, reply(OPCODE_RESULT, body)); });
-        cass_packet *packet = cass_read_packet(s.stmt);
+        cass_packet *packet = read_reply(s.stmt);
         peer.join();
         EXPECT_TRUE(std::string(packet->body, packet->body + packet->length) == body) << size;
         return packet;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/describe/cass_field.h"
+#include "core/statement/cass_pkt_exchange.h"
 #include "core/statement/cass_pkt_result.h"
 #include "tests/unit/handles.h"
 
@@ -36,7 +37,7 @@ static std::string rows(const std::string &meta, int count = 1)
 static std::int32_t decode(const session &s, const std::string &body)
 {
     const held_packet packet(packet_of(s.stmt, OPCODE_RESULT, body));
-    return decode_result_packet(s.stmt, packet.get());
+    return cass_take_result(s.stmt, packet.get());
 }
 
 static std::string column_names(const cass_desc *desc)
@@ -81,7 +82,7 @@ TEST(result, a_type_of_any_form_ends_where_the_next_column_begins)
         session s;
         decode(s, rows(metadata(is_global, std::size(forms), is_global ? global : own)));
         EXPECT_EQ(column_names(s.stmt->ird), wanted);
-        EXPECT_EQ(pkt_remaining(s.stmt->current_packet), static_cast<int>(one_row.size()));
+        EXPECT_EQ(pkt_remaining(s.stmt->page.current_packet), static_cast<int>(one_row.size()));
     }
 }
 
@@ -139,7 +140,7 @@ TEST(result, warnings_are_kept_as_far_as_a_record_can_show_them)
     const held_packet packet(packet_of(s.stmt, OPCODE_RESULT, body + be32(KIND_VOID)));
     const held_string all(decode_warnings(s.stmt, packet.get()));
     EXPECT_TRUE(all->length >= 1024 && all->length < 4096) << all->length;
-    EXPECT_EQ(decode_result_packet(s.stmt, packet.get()), KIND_VOID);
+    EXPECT_EQ(cass_take_result(s.stmt, packet.get()), KIND_VOID);
 }
 
 TEST(result, columns_of_unknown_types_share_a_record_beyond_the_first_few)
@@ -164,9 +165,9 @@ TEST(result, a_type_of_many_members_is_read_to_its_end_and_kept_in_part)
         for (int i = 0; i < count; i++)
             udt_of_many += str("f") + type(CQL_TUPLE) + be16(2) + type(CQL_INT) + udt;
         const held_packet packet(packet_of(s.stmt, OPCODE_RESULT, udt_of_many + "end"));
-        bool no_memory = true;
-        const held_option option(decode_type_option(packet.get(), &no_memory));
-        EXPECT_FALSE(no_memory);
+        std::int32_t types = -1;
+        const held_option option(decode_type_option(packet.get(), &types));
+        EXPECT_EQ(types, 1024);
         EXPECT_EQ(pkt_remaining(packet.get()), 3);
         EXPECT_GE(option->field_count, 256);
         EXPECT_LT(option->field_count, count == 300 ? 301 : 1024);
@@ -203,9 +204,9 @@ TEST(result, columns_of_a_further_page_are_not_built_again_while_nothing_changed
     EXPECT_EQ(s.stmt->ird->fields[1].column_name, name);
     EXPECT_EQ(cell->data_type, 0);
     EXPECT_EQ(cell->capacity, 64u);
-    EXPECT_EQ(s.stmt->paging_state_len, 5);
-    EXPECT_EQ(s.stmt->current_row_count, 2);
-    EXPECT_EQ(pkt_remaining(s.stmt->current_packet), static_cast<int>(one_row.size()));
+    EXPECT_EQ(s.stmt->page.paging_state_len, 5);
+    EXPECT_EQ(s.stmt->page.current_row_count, 2);
+    EXPECT_EQ(pkt_remaining(s.stmt->page.current_packet), static_cast<int>(one_row.size()));
 }
 
 TEST(result, columns_are_built_again_after_any_change)
@@ -217,7 +218,7 @@ TEST(result, columns_are_built_again_after_any_change)
         [](session &s) { cass_desc_resize(s.stmt->ird, 1), cass_desc_resize(s.stmt->ird, 2); },
         [](session &s) { cass_desc_clear_fields(s.stmt->ird); },
         [](session &s) { cass_desc_describe(s.stmt->ird, 2); },  // a local result came between
-        [](session &s) { s.stmt->ird = s.stmt->internal_desc; },
+        [](session &s) { s.stmt->ird = s.stmt->implicit_ipd; },
         [](session &s) {
             const std::string other = columns({{"id", type(CQL_INT)}, {"t", type(CQL_ASCII)}});
             decode(s, rows(metadata(GLOBAL, 2, other)));

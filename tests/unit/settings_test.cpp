@@ -246,8 +246,9 @@ TEST_F(settings, the_output_buffer_is_never_overrun_and_one_just_full_is_big_eno
             SCOPED_TRACE(testing::Message() << c.size << (wide ? " wide" : ""));
             guarded at;
             SQLSMALLINT length = -1;
-            const bool cut = driver_connect_write(conn, text.get(),
-                                                  {at.data(), SQLSMALLINT(c.size), &length, wide});
+            const bool cut = driver_connect_write(
+                conn, text.get(),
+                {at.data(), SQLSMALLINT(c.size), &length, wide ? TEXT_WIDE_UNITS : TEXT_ANSI});
             EXPECT_EQ(at.written(), wide ? bytes_of(c.wide.data(), 2 * c.wide.size()) : c.ansi);
             EXPECT_EQ(length, 6);
             EXPECT_EQ(states_of(conn), cut ? "01004" : "");
@@ -257,7 +258,7 @@ TEST_F(settings, the_output_buffer_is_never_overrun_and_one_just_full_is_big_eno
     }
     guarded at;  // ASCII that just fits
     EXPECT_FALSE(
-        driver_connect_write(conn, string_of(u"D=;").get(), {at.data(), 3, nullptr, false}));
+        driver_connect_write(conn, string_of(u"D=;").get(), {at.data(), 3, nullptr, TEXT_ANSI}));
     EXPECT_EQ(at.written(), bytes_of("D=", 3));
 }
 

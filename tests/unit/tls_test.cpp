@@ -8,6 +8,7 @@
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn.h"
 #include "core/net/cass_ssl.h"
+#include "core/statement/cass_pkt_exchange.h"
 #include "tests/node/certificates.h"
 #include "tests/unit/handles.h"
 #include "tests/node/node_tls.h"
@@ -171,10 +172,35 @@ TEST(tls_session, hostile_server_ends_neither_the_process_nor_the_order_of_bytes
         EXPECT_EQ(cass_ssl_start(s.conn), 0);
         EXPECT_EQ(conn_write(s.conn, "q", 1), 1);
         server.join();
-        const held_packet packet(cass_read_packet(s.stmt));
+        const held_packet packet(read_reply(s.stmt));
         EXPECT_EQ(packet == nullptr ? records(&s.conn->head)
                                     : std::string(packet->body, packet->body + packet->length),
                   told);
         EXPECT_EQ(conn_write(s.conn, "x", 1), -1);
+    }
+}
+
+// Plain, silent behind the handshake, and silent in the middle of a TLS record.
+TEST(tls_session, reply_that_does_not_come_in_time_ends_the_request)
+{
+    for (const bool tls : {false, true}) {
+        for (const char *word : {"", "\x17\x03\x03"}) {
+            session s;
+            const std::string begun(word);
+            const auto wait = [&](SSL *ssl) {
+                char rest[256];
+                send(SSL_get_fd(ssl), begun.data(), begun.size(), 0);
+                while (recv(SSL_get_fd(ssl), rest, sizeof rest, 0) > 0) {
+                }
+            };
+            std::thread server([&] { tls ? serve_tls(s, wait) : say(s, begun); });
+            s.conn->settings.trust_server_certificate = 1;
+            EXPECT_EQ(tls ? cass_ssl_start(s.conn) : 0, 0);
+            s.conn->read_timeout = 50;
+            const held_packet packet(packet_of(s.stmt, OPCODE_QUERY, "x"));
+            EXPECT_EQ(send_and_execute(s.stmt, packet.get()), -1);
+            EXPECT_EQ(records(&s.stmt->head), "HYT00|Timeout expired\n");
+            server.join();
+        }
     }
 }

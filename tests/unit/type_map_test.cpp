@@ -73,9 +73,10 @@ TEST_F(type_map, every_type_is_described_with_its_own_decoder)
         line << field->display_size << ' ' << field->precision << ' ' << field->scale << ' '
              << field->length << ' ' << field->octet_length << ' ' << field->num_prec_radix << ' '
              << field->searchable;
-        for (const cass_string *text : {field->type_name, field->local_type_name,
-                                        field->literal_prefix, field->literal_suffix})
-            line << ' ' << text_of(text);
+        line << ' ' << text_of(field->type_name) << ' '
+             << (field->custom_type_name != nullptr ? text_of(field->custom_type_name)
+                                                    : text_of(field->local_type_name))
+             << ' ' << text_of(field->literal_prefix) << ' ' << text_of(field->literal_suffix);
         EXPECT_EQ(line.str(), t.numbers + " " + t.texts);
         EXPECT_EQ(field->consise_type, t.type) << t.texts;
         EXPECT_EQ(field->decode, cass_cell_decoder_for(t.id)) << t.texts;
@@ -112,7 +113,7 @@ TEST_F(type_map, the_type_fields_follow_the_one_that_was_set)
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.mode << ' ' << c.was[0] << ' ' << c.was[2]);
         cass_field field = field_of(c.was[0], c.was[1], c.was[2]);
-        field.type_name = cass_string_from_cstr("before");
+        field.type_name = "before";
         cass_diag_clear(&stmt->head);
         EXPECT_EQ(cass_update_desc_type(&stmt->head, &field, c.mode), *c.state ? -1 : 0);
         EXPECT_EQ(states_of(stmt), c.state);

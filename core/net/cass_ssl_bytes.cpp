@@ -1,0 +1,94 @@
+// Bytes of a TLS session that stands: the socket BIO under it, reading and writing.
+#include <openssl/err.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+
+#include "core/net/cass_conn.h"
+#include "core/net/cass_ssl.h"
+#include "core/net/cass_ssl_internal.h"
+
+constexpr std::int64_t NO_LIMIT = -1;
+
+// A read of the session may write too, an alert: no call of OpenSSL may reach a write to a socket
+// that could raise SIGPIPE.
+static int write_quietly(BIO *bio, const char *bytes, int count)
+{
+    int socket = -1;
+    BIO_get_fd(bio, &socket);
+    const auto sent =
+        static_cast<int>(send(socket, bytes, static_cast<std::size_t>(count), MSG_NOSIGNAL));
+    BIO_clear_retry_flags(bio);
+    if (sent <= 0 && BIO_sock_should_retry(sent))
+        BIO_set_retry_write(bio);
+    return sent;
+}
+
+// A read with a time-out never waits here: the session may need several receives for one record.
+static int receive(BIO *bio, char *bytes, int count)
+{
+    const auto *info = static_cast<const ssl_info *>(BIO_get_app_data(bio));
+    int socket = -1;
+    BIO_get_fd(bio, &socket);
+    if (info->timed && cass_wait_socket(socket, POLLIN, 0) == 0) {
+        BIO_clear_retry_flags(bio);
+        BIO_set_retry_read(bio);
+        return -1;
+    }
+    return BIO_meth_get_read(BIO_s_socket())(bio, bytes, count);
+}
+
+BIO_METHOD *cass_ssl_socket_method()
+{
+    const BIO_METHOD *plain = BIO_s_socket();
+    BIO_METHOD *method = BIO_meth_new(BIO_TYPE_SOCKET, "socket without SIGPIPE");
+    if (method == nullptr)
+        return nullptr;
+    BIO_meth_set_write(method, write_quietly);
+    BIO_meth_set_read(method, receive);
+    BIO_meth_set_ctrl(method, BIO_meth_get_ctrl(plain));
+    BIO_meth_set_create(method, BIO_meth_get_create(plain));
+    BIO_meth_set_destroy(method, BIO_meth_get_destroy(plain));
+    return method;
+}
+
+// Repeats the call while the session waits for the socket. What the last call gave, with errno as
+// the header says, or CONN_TIMED_OUT.
+template <typename Call>
+static int transfer(const cass_conn *conn, std::int64_t timeout_ms, Call call)
+{
+    SSL *ssl = conn->ssl->ssl;
+    for (;;) {
+        ERR_clear_error();
+        errno = 0;
+        const int result = call(ssl);
+        const int error = errno;
+        if (result > 0)
+            return result;
+        const int status = SSL_get_error(ssl, result);
+        if (status == SSL_ERROR_WANT_READ || status == SSL_ERROR_WANT_WRITE) {
+            const short events = status == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT;
+            const int ready = cass_wait_socket(conn->socket, events, timeout_ms);
+            if (ready == 1)
+                continue;
+            if (ready == 0)
+                return CONN_TIMED_OUT;
+        }
+        ERR_clear_error();
+        errno = status == SSL_ERROR_SYSCALL ? error : 0;
+        return result;
+    }
+}
+
+int cass_ssl_read(cass_conn *conn, void *buffer, int count, std::int32_t timeout_ms)
+{
+    conn->ssl->timed = timeout_ms >= 1;
+    const std::int64_t limit = conn->ssl->timed ? timeout_ms : NO_LIMIT;
+    return transfer(conn, limit, [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
+}
+
+int cass_ssl_write(cass_conn *conn, const void *buffer, int count)
+{
+    return transfer(conn, NO_LIMIT, [&](SSL *ssl) { return SSL_write(ssl, buffer, count); });
+}

@@ -1,0 +1,66 @@
+// Dates, times and guids as text, without printf where the parts are what they should be.
+#include "support/structtext.h"
+
+#include <cstdio>
+
+#include "support/numtext.h"
+
+static inline void put_two_digits(char *out, unsigned value)
+{
+    out[0] = static_cast<char>('0' + value / 10);
+    out[1] = static_cast<char>('0' + value % 10);
+}
+
+int text_from_date(char *out, int year, unsigned month, unsigned day)
+{
+    if (year < 0 || year > 9999 || month > 99 || day > 99) [[unlikely]]
+        return std::snprintf(out, STRUCT_TEXT_ROOM, "%04d-%02u-%02u", year, month, day);
+    put_two_digits(out, static_cast<unsigned>(year) / 100);
+    put_two_digits(out + 2, static_cast<unsigned>(year) % 100);
+    out[4] = '-';
+    put_two_digits(out + 5, month);
+    out[7] = '-';
+    put_two_digits(out + 8, day);
+    return 10;
+}
+
+int text_from_time(char *out, unsigned hour, unsigned minute, unsigned second)
+{
+    if (hour > 99 || minute > 99 || second > 99) [[unlikely]]
+        return std::snprintf(out, STRUCT_TEXT_ROOM / 2, "%02u:%02u:%02u", hour, minute, second);
+    put_two_digits(out, hour);
+    out[2] = ':';
+    put_two_digits(out + 3, minute);
+    out[5] = ':';
+    put_two_digits(out + 6, second);
+    return 8;
+}
+
+int text_from_timestamp(char *out, const SQL_TIMESTAMP_STRUCT &timestamp, std::uint32_t fraction,
+                        int digits)
+{
+    int length = text_from_date(out, timestamp.year, timestamp.month, timestamp.day);
+    out[length++] = ' ';
+    length += text_from_time(out + length, timestamp.hour, timestamp.minute, timestamp.second);
+    if (digits == 0)
+        return length;
+    out[length++] = '.';
+    if (fraction >= powers_of_ten[digits]) [[unlikely]]
+        return length + text_from_uint64(out + length, fraction);
+    text_padded(out + length, fraction, digits);
+    return length + digits;
+}
+
+int text_from_guid(char *out, const SQLGUID &guid)
+{
+    unsigned char bytes[16];
+    guid_to_bytes(guid, bytes);
+    char *end = out;
+    for (int i = 0; i < 16; i++) {
+        if (i == 4 || i == 6 || i == 8 || i == 10)
+            *end++ = '-';
+        text_hex(end, bytes[i], HEX_UPPER);
+        end += 2;
+    }
+    return static_cast<int>(end - out);
+}
