@@ -1,17 +1,6 @@
 // Requests byte for byte, and results in pages.
 #include "tests/wire/wire_support.h"
 
-static const node_columns one_text = {{"a", type_of(NODE_VARCHAR)}};
-
-static node_frame text_page(const std::vector<bytes> &texts, const bytes &paging_state = {},
-                            bool no_metadata = false)
-{
-    std::vector<node_row> rows;
-    for (const bytes &text : texts)
-        rows.push_back({text});
-    return rows_frame(one_text, rows, {.no_metadata = no_metadata, .paging_state = paging_state});
-}
-
 // Cut by the length argument and rewritten; a wide text with one byte for each code unit, the low
 // one.
 TEST(requests, text_is_sent_as_it_was_rewritten)
