@@ -9,9 +9,6 @@
 #include <array>
 #include <cstdint>
 
-// The magnitude is multiplied (scale above 0) or divided (below 0) by 10^|scale|, exactly. 0, or -2
-// with nothing written when the product does not fit into 128 bits.
-int cass_numeric_from_long(std::int32_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
 int cass_numeric_from_int64(std::int64_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
 // 0; -2 out of range, NaN or infinite; 1 when a negative scale would lose digits.
 int cass_numeric_from_double(double value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
@@ -28,9 +25,6 @@ constexpr int NUMERIC_TEXT_ROOM = 256;
 // Exact decimal text, trailing zeros behind the point removed (1500 at scale 2 is "15"). Writes a
 // terminator too; `out` has NUMERIC_TEXT_ROOM bytes. Characters written.
 int cass_numeric_format(const SQL_NUMERIC_STRUCT *numeric, char *out);
-// The same through cass_copy_out: size in bytes, full length in *length, 1 when cut.
-int cass_numeric_to_text(const SQL_NUMERIC_STRUCT *numeric, char *buffer, std::int64_t size,
-                         std::int32_t *length);
 
 // ---- Digit strings -----------------------------------------------------------------------------
 // What goes beyond 64 bits is reckoned in unsigned decimal digit strings, terminated, without a
@@ -55,5 +49,14 @@ void cass_decimal_subtract(char *a, const char *b);
 // -1, 0 or 1. Each may have a point. The one with fewer digits in front of the point is the
 // smaller, so zeros in front count.
 int cass_decimal_compare(const char *a, const char *b);
+
+// ---- Kept by name, nothing uses it ---------------------------------------------------------------
+
+// The magnitude is multiplied (scale above 0) or divided (below 0) by 10^|scale|, exactly. 0, or -2
+// with nothing written when the product does not fit into 128 bits.
+int cass_numeric_from_long(std::int32_t value, SQL_NUMERIC_STRUCT *out, int precision, int scale);
+// cass_numeric_format through cass_copy_out: size in bytes, full length in *length, 1 when cut.
+int cass_numeric_to_text(const SQL_NUMERIC_STRUCT *numeric, char *buffer, std::int64_t size,
+                         std::int32_t *length);
 
 #endif

@@ -98,14 +98,12 @@ bool cass_string_take_argument(const text_argument &argument, held_string *strin
 // Length in code units and in bytes; 0 for null.
 std::int32_t cass_string_length(const cass_string *string);
 std::int64_t cass_string_octets(const cass_string *string);
-SQLWCHAR *cass_string_text(const cass_string *string);
 // Position of the first separator at brace depth 0 from `start` on, or of the end. 0 only when
 // `start` lies beyond the end. A `}` without its `{` hides every later separator.
 int cass_string_find_char(std::int32_t start, const cass_string *string, int separator,
                           std::int32_t *position);
 // Three-way compare (-1, 0, 1) without regard to ASCII case, by the low bytes as signed chars.
 int cass_string_compare_cstr(const cass_string *string, const char *text);
-int cass_string_compare(const cass_string *left, const cass_string *right);
 
 // ---- Leaving the form. The caller frees the result with free(). --------------------------------
 // Low byte of each unit, terminated. Null gives null.
@@ -146,6 +144,12 @@ std::int64_t cass_wide_length(const SQLWCHAR *text);
 // Units before the terminator, at most the smaller of limit_units and limit_bytes / 2.
 std::int64_t cass_wide_length_limited(const SQLWCHAR *text, std::int64_t limit_units,
                                       std::int64_t limit_bytes);
+
+// ---- Kept by name, nothing uses it ---------------------------------------------------------------
+
+SQLWCHAR *cass_string_text(const cass_string *string);
+// As cass_string_compare_cstr.
+int cass_string_compare(const cass_string *left, const cass_string *right);
 // Bytes before the terminator, at most the larger of the two limits; a limit of 0 is not given, and
 // with both 0 the result is 0. Deliberately not the rule of the wide form.
 std::int64_t cass_ansi_length_limited(const char *text, std::int64_t limit_a, std::int64_t limit_b);

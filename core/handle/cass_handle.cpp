@@ -111,7 +111,8 @@ void cass_free_env(cass_env *env)
 
 // ---- Connection --------------------------------------------------------------------------------
 
-void cass_default_conn_attrs(cass_conn *conn)
+// The attribute fields at their allocation defaults.
+static void cass_default_conn_attrs(cass_conn *conn)
 {
     conn->autocommit = SQL_AUTOCOMMIT_ON;
     conn->login_timeout = 0;

@@ -40,8 +40,6 @@ void cass_reset_conn(cass_conn *conn);
 void cass_free_contact_points(cass_conn *conn);
 // The same, and the certificates and keys that a bundle has left.
 void cass_forget_bundle(cass_conn *conn);
-// The attribute fields at their allocation defaults.
-void cass_default_conn_attrs(cass_conn *conn);
 // Ends the session: TLS, the socket, the connected and connecting marks.
 void cass_logout(cass_conn *conn);
 

@@ -11,10 +11,6 @@
 // attempt's negative result with its diagnostics posted on the connection (those of earlier servers
 // are dropped). None is open before, and the caller holds exchange_lock.
 int cass_open_servers(cass_conn *conn, const cass_string *servers, std::int32_t port);
-// One entry: host, host:port or host*port (IPv4), host or host*port (IPv6). 0, or -3 with 08001 or
-// HYT00/HYT01 posted.
-int cass_open_ipv4(cass_conn *conn, const cass_string *server, std::int32_t port);
-int cass_open_ipv6(cass_conn *conn, const cass_string *server, std::int32_t port);
 // Closes `socket` if there is one. 0.
 int cass_close_socket(cass_conn *conn);
 

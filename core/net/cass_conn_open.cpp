@@ -206,7 +206,9 @@ static int resolve_ipv4(const char *host, in_addr *address)
     return NO_RECOVERY;
 }
 
-int cass_open_ipv4(cass_conn *conn, const cass_string *server, std::int32_t port)
+// One entry: host, host:port or host*port (IPv4), host or host*port (IPv6). 0, or -3 with 08001 or
+// HYT00/HYT01 posted.
+static int cass_open_ipv4(cass_conn *conn, const cass_string *server, std::int32_t port)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "Open connection to '%S', %d", server, port);
     const held_text host(cass_string_to_utf8(server));
@@ -289,7 +291,7 @@ static int resolve_ipv6(cass_conn *conn, const char *host, sockaddr_in6 *address
     return 0;
 }
 
-int cass_open_ipv6(cass_conn *conn, const cass_string *server, std::int32_t port)
+static int cass_open_ipv6(cass_conn *conn, const cass_string *server, std::int32_t port)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "Open IPv6 connection to '%S', %d", server, port);
     const held_text host(cass_string_to_utf8(server));

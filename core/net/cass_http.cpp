@@ -28,7 +28,11 @@ void cass_free_response(http_response *response)
     std::free(response);
 }
 
-std::int32_t cass_read_line(cass_conn *conn, char *buffer, std::int32_t size, std::int32_t *length)
+// Reads one line without its end into `buffer` of `size` bytes, NUL-terminated; a longer line ends
+// early and goes on with the next call. Bytes stored, also in *length where that is given; or the
+// negative result of the read, -1 at the end of the stream.
+static std::int32_t cass_read_line(cass_conn *conn, char *buffer, std::int32_t size,
+                                   std::int32_t *length)
 {
     std::int32_t used = 0;
     std::int32_t got = 1;

@@ -26,9 +26,4 @@ http_response *cass_read_response(cass_conn *conn);
 void cass_free_response(http_response *response);
 using held_response = held<http_response, &cass_free_response>;
 
-// Reads one line without its end into `buffer` of `size` bytes, NUL-terminated; a longer line ends
-// early and goes on with the next call. Bytes stored, also in *length where that is given; or the
-// negative result of the read, -1 at the end of the stream.
-std::int32_t cass_read_line(cass_conn *conn, char *buffer, std::int32_t size, std::int32_t *length);
-
 #endif

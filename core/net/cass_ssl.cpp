@@ -70,7 +70,10 @@ static void free_context(cass_ssl_context *shared)
     std::free(shared);
 }
 
-int cass_ssl_init(cass_env *env)
+// Makes `env->ssl_shared`: the context that all connections of the environment share, trust anchors
+// included. 1, or 0 when OpenSSL refuses or memory runs out; nothing is posted. The first
+// cass_ssl_start calls it: an environment without TLS does not pay for it.
+static int cass_ssl_init(cass_env *env)
 {
     OPENSSL_init_ssl(OPENSSL_INIT_LOAD_SSL_STRINGS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
     ERR_clear_error();

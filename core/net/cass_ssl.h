@@ -5,10 +5,6 @@
 
 #include "core/record/cass_handles.h"
 
-// Makes `env->ssl_shared`: the context that all connections of the environment share, trust anchors
-// included. 1, or 0 when OpenSSL refuses or memory runs out; nothing is posted. The first
-// cass_ssl_start calls it: an environment without TLS does not pay for it.
-int cass_ssl_init(cass_env *env);
 // Frees the context and clears the field. Null is accepted.
 void cass_ssl_term(cass_env *env);
 

@@ -65,7 +65,8 @@ static int fail(cass_conn *conn, const char *format, const char *first = nullptr
 
 // ---- The zip file ------------------------------------------------------------------------------
 
-const char *zip_error_text(int code)
+// libzip's words for an error of zip_fdopen.
+static const char *zip_error_text(int code)
 {
     switch (code) {
     case ZIP_ER_SEEK:

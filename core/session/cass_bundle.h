@@ -24,7 +24,4 @@ json_t *cass_load_json(const void *text, std::size_t size, json_error_t *error);
 // memory runs out.
 unsigned char *extract_from_file(zip_file_t *file, std::int32_t *length);
 
-// libzip's words for an error of zip_fdopen.
-const char *zip_error_text(int code);
-
 #endif

@@ -125,7 +125,9 @@ static bool put_plain_token(cass_conn *conn, cass_packet *packet, const char *us
     return false;
 }
 
-int cass_send_auth(cass_conn *conn, const char *user, const char *password)
+// Sends the SASL PLAIN token and reads the server's verdict. Texts are UTF-8; both null: the
+// fallback pair. 0, or -1 with a diagnostic.
+static int cass_send_auth(cass_conn *conn, const char *user, const char *password)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "Sending Auth");
     if (user == nullptr && password == nullptr)
@@ -168,7 +170,8 @@ static int refuse_authenticator(cass_conn *conn, const char *text)
     return -1;
 }
 
-int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length)
+// Answers an AUTHENTICATE body. 0, or -1 with a diagnostic.
+static int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t length)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "authenticate: len=%d, pkt=%p", length,
              static_cast<const void *>(body));
@@ -269,13 +272,15 @@ static int start_session(cass_conn *conn, cass_stmt *stmt)
     }
 }
 
-int cass_use_keyspace(cass_conn *conn)
+// USE of the configured keyspace; 0 without one.
+static int cass_use_keyspace(cass_conn *conn)
 {
     return conn->settings.keyspace == nullptr ? 0
                                               : set_current_keyspace(conn, conn->settings.keyspace);
 }
 
-int cass_establish_connection(cass_conn *conn)
+// The handshake on the open socket, then USE. 0, 1 (USE failed) or a negative value.
+static int cass_establish_connection(cass_conn *conn)
 {
     // What an earlier attempt negotiated does not hold for this server.
     conn->lz4_offered = 0;
@@ -323,7 +328,8 @@ static int ask_metadata_service(cass_conn *conn)
     return code;
 }
 
-int cass_single_connect(cass_conn *conn, [[maybe_unused]] int flag)
+// Opens a socket to the first server that answers. 0, or -1 with a diagnostic.
+static int cass_single_connect(cass_conn *conn, [[maybe_unused]] int flag)
 {
     conn->connecting = 1;
     conn->connected = 0;

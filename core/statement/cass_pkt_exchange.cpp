@@ -153,7 +153,8 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
     return warned ? 1 : 0;
 }
 
-int execute_query(cass_conn *conn, const cass_string *sql)
+// Runs a statement of the driver's own; rows and diagnostics are dropped. As set_current_keyspace.
+static int execute_query(cass_conn *conn, const cass_string *sql)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "execute_query: conn=%p", static_cast<void *>(conn));
     CASS_LOG(&conn->head, LOG_DETAIL, "sql: '%S'", sql);

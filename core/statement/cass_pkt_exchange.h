@@ -19,15 +19,13 @@ std::int32_t cass_take_result(cass_stmt *stmt, cass_packet *packet);
 int send_and_execute(cass_stmt *stmt, cass_packet *packet);
 // Prepares `text` on the server: prepared id, IPD and IRD of the statement. A null text is no work.
 int prepare_stmt(cass_stmt *stmt, const cass_string *text);
-// Runs a statement of the driver's own; rows and diagnostics are dropped. What send_and_execute
-// gives, or QUERY_NO_MEMORY with HY001 posted on the connection.
-constexpr int QUERY_NO_MEMORY = -2;
-int execute_query(cass_conn *conn, const cass_string *sql);
 // Requests the next page of the statement's result. A reply without rows installs none. A failure
 // for want of memory leaves the statement's no_memory set.
 int cass_fetch_next_page(cass_stmt *stmt);
 
-// USE of the keyspace, in double quotes.
+// USE of the keyspace, in double quotes. What send_and_execute gives, with the diagnostics dropped,
+// or QUERY_NO_MEMORY with HY001 posted on the connection.
+constexpr int QUERY_NO_MEMORY = -2;
 int set_current_keyspace(cass_conn *conn, const cass_string *keyspace);
 
 // A statement has one result set, and there is no cancel on the wire: always -1, nothing posted.

@@ -245,7 +245,8 @@ static bool take_paging_state(cass_stmt *stmt, cass_packet *packet, std::int32_t
     return state != nullptr || length < 1;
 }
 
-int decode_metadata(cass_stmt *stmt, cass_packet *packet)
+// Metadata of rows into the IRD and the paging state. 0, or -1 after giving up.
+static int decode_metadata(cass_stmt *stmt, cass_packet *packet)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "decode_metadata");
     const std::int32_t flags = pkt_get_int(packet);
@@ -270,7 +271,8 @@ int decode_metadata(cass_stmt *stmt, cass_packet *packet)
     return 0;
 }
 
-int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet)
+// Metadata of parameters into the IPD. 0, or -1 after giving up.
+static int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "decode_prepared_metadata");
     const std::int32_t flags = pkt_get_int(packet);

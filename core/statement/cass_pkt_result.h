@@ -27,10 +27,6 @@ enum : std::int32_t {
 // Decodes a RESULT frame onto the statement: its kind, or one of the above. Of KIND_ROWS *rows is
 // how many follow at the read position; whoever wants them makes the frame the statement's page.
 std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *rows);
-// Metadata of rows into the IRD and the paging state; of parameters into the IPD. 0, or -1 when
-// malformed, as above.
-int decode_metadata(cass_stmt *stmt, cass_packet *packet);
-int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet);
 // The warnings at the head of a body, one behind the other without a separator, as many of them as
 // a record can show. Null only on exhaustion, with HY001 posted.
 cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet);

@@ -115,7 +115,6 @@ std::int32_t pkt_put_bytes(cass_packet *packet, const void *bytes, std::int32_t 
 std::int32_t pkt_put_byte(cass_packet *packet, std::uint8_t value);                      // 1
 std::int32_t pkt_put_short(cass_packet *packet, std::int16_t value);                     // 2
 std::int32_t pkt_put_int(cass_packet *packet, std::int32_t value);                       // 4
-std::int32_t pkt_put_long(cass_packet *packet, std::int64_t value);                      // 8
 // [string] and [long string], a text as the conduct text_goes_out_by_low_bytes says; null is empty.
 // 0.
 std::int32_t pkt_put_string(cass_packet *packet, const cass_string *text);
@@ -216,5 +215,10 @@ inline bool pkt_has_warning(const cass_packet *packet)
 {
     return (packet->flags & FRAME_WARNING) != 0;
 }
+
+// ---- Kept by name, nothing uses it ---------------------------------------------------------------
+
+// Appends 8 bytes to the body; as the other writers.
+std::int32_t pkt_put_long(cass_packet *packet, std::int64_t value);
 
 #endif
