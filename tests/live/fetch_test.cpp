@@ -1,4 +1,4 @@
-// Reading results page by page: large ones with flat memory, and several at a time.
+// A large result is read page by page with flat memory.
 #include <algorithm>
 #include <fstream>
 
@@ -25,8 +25,6 @@ struct live_fetch : live_test {
         run(stmt, "INSERT INTO loaded (k) VALUES (1)");
     }
 };
-
-// ---- Memory -------------------------------------------------------------------------------------
 
 // Reads rows to the end, each once; the peak of resident memory meanwhile in KiB, or 0 where the
 // system does not let us measure it.
@@ -63,31 +61,4 @@ TEST_F(live_fetch, many_rows_take_no_more_memory_than_a_few)
 #ifndef __SANITIZE_ADDRESS__  // which keeps freed memory back
     EXPECT_LT(many - few, 2048) << few << " KiB for 1,000 rows, " << many << " KiB for all";
 #endif
-}
-
-// ---- Several results ----------------------------------------------------------------------------
-
-TEST_F(live_fetch, statements_of_one_connection_interleave)
-{
-    load_rows();
-    const SQLHSTMT stmts[] = {stmt, new_stmt(live.get()), new_stmt(live.get())};
-    for (const int i : {0, 1, 2})
-        ASSERT_STMT(SQL_SUCCESS, stmts[i],
-                    exec(stmts[i], "SELECT n FROM many WHERE p = " + std::to_string(i)));
-    // Each starts 37 rows behind the one before it, so that their pages end at different times.
-    for (int turn = 0; turn <= 1000 + 2 * 37; turn++) {
-        for (const int i : {0, 1, 2}) {
-            const int row = turn - i * 37;
-            if (row < 0 || row > 1000)
-                continue;
-            ASSERT_STMT(row == 1000 ? SQL_NO_DATA : SQL_SUCCESS, stmts[i], SQLFetch(stmts[i]));
-            if (row < 1000) {
-                ASSERT_EQ(cell_text(stmts[i], 1), std::to_string(i * 1000 + row));
-            }
-        }
-        // Other requests in between disturb no result.
-        if (turn % 50 == 0) {
-            EXPECT_EQ(query(conn, "SELECT n FROM many WHERE p = 99 LIMIT 1"), row_list{"99000"});
-        }
-    }
 }

@@ -87,10 +87,10 @@ struct text_out : stmt_fixture {
             {"attribute", stmt, text, false, 1, n, n, info, "", CALL(SQLColAttribute(stmt, 1, SQL_DESC_NAME, to, size, &told->small, nullptr))},
             {"attribute W", stmt, text, true, 1, wide, wide, info, "", CALL(SQLColAttributesW(stmt, 1, SQL_COLUMN_NAME, to, size, &told->small, nullptr))},
             // A cut is a success for a descriptor.
-            {"field", ird, text, false, 1, n, n, success, "", CALL(SQLGetDescField(ird, 1, SQL_DESC_NAME, to, size, &told->large))},
-            {"field W", ird, text, true, 1, wide, wide, success, "", CALL(SQLGetDescFieldW(ird, 1, SQL_DESC_NAME, to, size, &told->large))},
-            {"record", ird, text, false, 1, n, n, success, "", CALL(SQLGetDescRec(ird, 1, a, size, &told->small, NO4, nullptr, nullptr))},
-            {"record W", ird, text, true, 2, n, n, success, "", CALL(SQLGetDescRecW(ird, 1, w, size, &told->small, NO4, nullptr, nullptr))},
+            {"field", ird, text, false, 1, n, n, success, "", CALL(SQLGetDescField(stmt->ird, 1, SQL_DESC_NAME, to, size, &told->large))},
+            {"field W", ird, text, true, 1, wide, wide, success, "", CALL(SQLGetDescFieldW(stmt->ird, 1, SQL_DESC_NAME, to, size, &told->large))},
+            {"record", ird, text, false, 1, n, n, success, "", CALL(SQLGetDescRec(stmt->ird, 1, a, size, &told->small, NO4, nullptr, nullptr))},
+            {"record W", ird, text, true, 2, n, n, success, "", CALL(SQLGetDescRecW(stmt->ird, 1, w, size, &told->small, NO4, nullptr, nullptr))},
             // Tells bytes, but units to a probe without a buffer. Nothing is posted anywhere.
             {"diagnostic", env, text, false, 1, utf8, n, "1 ", "", CALL(SQLGetDiagRec(0, told_of, 1, nullptr, nullptr, a, size, &told->small))},
             {"diagnostic W", env, text, true, 2, n, n, "1 ", "", CALL(SQLGetDiagRecW(0, told_of, 1, nullptr, nullptr, w, size, &told->small))},

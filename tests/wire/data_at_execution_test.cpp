@@ -40,7 +40,7 @@ static void run_to_chunk(const wire_session *wire, bool prepared, const bytes &s
     put(wire->stmt, chunk);
 }
 
-static bytes one_text(std::string_view text)
+static bytes one_value(std::string_view text)
 {
     return counted({wire_bytes(bytes(text))});
 }
@@ -88,7 +88,7 @@ TEST(data_at_execution_requests, chunks_stay_for_the_next_execution)
 {
     const wire_ptr wire = wire_logged_on();
     const auto expect_run = [&](bool prepared, std::string_view text, bool paused) {
-        expect_values(wire.get(), prepared, INSERT_ONE, one_text(text));
+        expect_values(wire.get(), prepared, INSERT_ONE, one_value(text));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt,
                     paused ? SQLParamData(wire->stmt, nullptr) : SQLExecute(wire->stmt));
     };
@@ -158,7 +158,7 @@ TEST(data_at_execution_requests, arrays_take_the_value_in_each_set_that_asks)
 // execution goes on as a direct one, its further pages as those of the prepared one.
 TEST(data_at_execution_requests, direct_select_has_one_page_unless_its_columns_were_asked_for)
 {
-    const bytes values = one_text("k");
+    const bytes values = one_value("k");
     for (const bool asked : {false, true}) {
         const wire_ptr wire = wire_logged_on();
         SQLLEN at_exec;
@@ -169,9 +169,9 @@ TEST(data_at_execution_requests, direct_select_has_one_page_unless_its_columns_w
             for (int i = 0; i < 2; i++)  // prepared once
                 EXPECT_EQ(column_count(wire->stmt), 1);
         }
-        expect_values(wire.get(), false, SELECT_ONE, values, text_page("x", "more"));
+        expect_values(wire.get(), false, SELECT_ONE, values, text_page({"x"}, "more"));
         expect_values(wire.get(), asked, "", values,
-                      asked ? text_page("y") : error_frame(0x2000, "no text"), "more");
+                      asked ? text_page({"y"}) : error_frame(0x2000, "no text"), "more");
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         SQLFetch(wire->stmt);

@@ -9,11 +9,6 @@
 inline constexpr char INSERT_ONE[] = "insert into t (a) values (?)";
 inline constexpr char INSERT_TWO[] = "insert into t (a, b) values (?, ?)";
 
-inline node_frame text_page(const bytes &text, const bytes &paging_state = {})
-{
-    return rows_frame({{"a", type_of(NODE_VARCHAR)}}, {{text}}, {.paging_state = paging_state});
-}
-
 inline void prepare_now(const wire_session *wire, std::string_view sql)
 {
     expect_prepare(wire->node.get(), sql, {prepared_frame("ID", {}, {})});

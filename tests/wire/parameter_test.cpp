@@ -18,12 +18,12 @@ TEST(parameter_arrays, further_pages_repeat_the_values_of_the_last_set)
             SQLSMALLINT markers = 0;
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLNumParams(wire->stmt, &markers));
             EXPECT_EQ(markers, 2);
-            expect_values(wire.get(), true, SELECT_TWO, sets->values[0], text_page("0", "p0"));
+            expect_values(wire.get(), true, SELECT_TWO, sets->values[0], text_page({"0"}, "p0"));
         }
         const bytes &last = sets->values[1];
-        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page("1", "p1"));
-        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page("2", "p2"), "p1");
-        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page("3"), "p2");
+        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page({"1"}, "p1"));
+        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page({"2"}, "p2"), "p1");
+        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page({"3"}), "p2");
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire.get(), prepared, SELECT_TWO));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS));
@@ -32,8 +32,8 @@ TEST(parameter_arrays, further_pages_repeat_the_values_of_the_last_set)
         EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"2", "3"}));
 
         // A statement without markers in its place sends none of the old values.
-        expect_query(wire->node.get(), "q", {text_page("1", "p")});
-        expect_next_query(wire->node.get(), "q", "p", {text_page("2")});
+        expect_query(wire->node.get(), "q", {text_page({"1"}, "p")});
+        expect_next_query(wire->node.get(), "q", "p", {text_page({"2"})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
         EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"1", "2"}));
     }

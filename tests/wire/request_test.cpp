@@ -1,17 +1,6 @@
 // Requests byte for byte, and results in pages.
 #include "tests/wire/wire_support.h"
 
-static const node_columns one_text = {{"a", type_of(NODE_VARCHAR)}};
-
-static node_frame text_page(const std::vector<bytes> &texts, const bytes &paging_state = {},
-                            bool no_metadata = false)
-{
-    std::vector<node_row> rows;
-    for (const bytes &text : texts)
-        rows.push_back({text});
-    return rows_frame(one_text, rows, {.no_metadata = no_metadata, .paging_state = paging_state});
-}
-
 // Cut by the length argument and rewritten; a wide text with one byte for each code unit, the low
 // one.
 TEST(requests, text_is_sent_as_it_was_rewritten)
@@ -92,6 +81,27 @@ TEST(pages, each_state_asks_for_the_next_page)
         EXPECT_STMT(SQL_ERROR, wire->stmt, SQLExecute(wire->stmt));
         EXPECT_EQ(stmt_records(wire->stmt), record_list{general_error + "no prepared statement"});
     }
+}
+
+// Two statements with pages of their own, read in turn.
+TEST(pages, belong_to_their_statement)
+{
+    const wire_ptr wire = wire_logged_on();
+    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire.get())};
+    for (const int i : {0, 1}) {
+        expect_query(wire->node.get(), i == 0 ? "a" : "b",
+                     {text_page(i == 0 ? std::vector<bytes>{"a1"} : std::vector<bytes>{"b1", "b2"},
+                                i == 0 ? "pa" : "pb")});
+        EXPECT_STMT(SQL_SUCCESS, stmts[i], exec(stmts[i], i == 0 ? "a" : "b"));
+    }
+    expect_next_query(wire->node.get(), "a", "pa", {text_page({"a2", "a3"})});
+    expect_next_query(wire->node.get(), "b", "pb", {text_page({"b3"})});
+    for (const bytes row : {"1", "2", "3"})
+        for (const int i : {0, 1}) {
+            EXPECT_STMT(SQL_SUCCESS, stmts[i], SQLFetch(stmts[i]));
+            EXPECT_EQ(cell_text(stmts[i], 1), (i == 0 ? "a" : "b") + row);
+        }
+    SQLFreeHandle(SQL_HANDLE_STMT, stmts[1]);
 }
 
 // What comes in place of a next page, the code of the fetch that asked for it, and the record that

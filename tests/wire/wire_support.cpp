@@ -61,3 +61,11 @@ void run_query(const wire_ptr &wire, const std::string &sql, const node_frame &r
     expect_query(wire->node.get(), sql, {reply});
     EXPECT_STMT(wanted, wire->stmt, exec(wire->stmt, sql));
 }
+
+node_frame text_page(const std::vector<bytes> &texts, const bytes &paging_state, bool no_metadata)
+{
+    std::vector<node_row> rows;
+    for (const bytes &text : texts)
+        rows.push_back({text});
+    return rows_frame(one_text, rows, {.no_metadata = no_metadata, .paging_state = paging_state});
+}

@@ -35,6 +35,11 @@ SQLHSTMT wire_new_stmt(const wire_session *wire);
 void run_query(const wire_ptr &wire, const std::string &sql, const node_frame &reply,
                SQLRETURN wanted = SQL_SUCCESS);
 
+// A page of one column of texts.
+inline const node_columns one_text = {{"a", type_of(NODE_VARCHAR)}};
+node_frame text_page(const std::vector<bytes> &texts, const bytes &paging_state = {},
+                     bool no_metadata = false);
+
 // What records begin with.
 inline const std::string general_error = "HY000 General error: ";
 inline const std::string link_failure = "08S01 Communication link failure: ";
