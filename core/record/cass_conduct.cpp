@@ -12,6 +12,7 @@ const cass_conduct default_conduct = {
     .unbinding_a_parameter_fails = true,
     .cancelling_a_prepared_statement_fails = true,
     .options_mark_nothing_rebound = true,
+    .pages_are_small = true,
     // Cells and rows.
     .wide_cut_fills_buffer = true,
     .exact_fit_counts_as_cut = true,
@@ -59,3 +60,6 @@ const cass_conduct default_conduct = {
     // Session.
     .an_exact_output_string_is_whole = true,
 };
+
+// Every field is written so that this conduct does the other thing.
+const cass_conduct standard_conduct = {};

@@ -32,6 +32,8 @@ struct cass_conduct {
     bool cancelling_a_prepared_statement_fails;
     // SQLSetStmtOption with a new rowset size does not mark a prepared statement as rebound.
     bool options_mark_nothing_rebound;
+    // A page has 100 rows. 0: 5000.
+    bool pages_are_small;
 
     // Cells and rows.
 
@@ -135,6 +137,9 @@ struct cass_conduct {
     bool an_exact_output_string_is_whole;
 };
 
+// What a connection follows unless told otherwise, and what it follows with Standard=Yes: that an
+// application which knows other ODBC drivers finds here what it expects.
 extern const cass_conduct default_conduct;
+extern const cass_conduct standard_conduct;
 
 #endif

@@ -87,6 +87,7 @@ struct cass_stmt_attrs {
 constexpr std::int32_t DEFAULT_PORT = 9042;
 constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
 constexpr std::int32_t DEFAULT_CONSISTENCY = 1;  // ONE
+constexpr std::int32_t MOST_PAGE_ROWS = 100'000;
 constexpr std::int32_t DEFAULT_STRING_LEN = 256;
 constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
 // Both user and password, where a server demands them and neither is set.
@@ -115,10 +116,13 @@ struct cass_settings {
     std::int32_t connection_timeout;  // milliseconds; stored only
     std::int32_t rcvbuffer;
     std::int32_t keepalive;
-    std::int32_t consistency;  // native protocol consistency code
-    std::int32_t string_len;   // column size of text columns
-    std::int32_t binary_len;   // column size of binary columns
-    char log_file[512];        // empty: standard error
+    std::int32_t consistency;   // native protocol consistency code
+    std::int32_t standard;      // 1: the connection follows standard_conduct
+    std::int32_t page_size;     // rows; 0: what the conduct says
+    std::int32_t read_timeout;  // of each receive of a reply, milliseconds; 0: without limit
+    std::int32_t string_len;    // column size of text columns
+    std::int32_t binary_len;    // column size of binary columns
+    char log_file[512];         // empty: standard error
 };
 
 // The texts, which the record owns, and the numbers that disconnecting sets to 0. The others stay.
@@ -143,6 +147,9 @@ inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
     &cass_settings::logon_timeout,
     &cass_settings::rcvbuffer,
     &cass_settings::keepalive,
+    &cass_settings::standard,
+    &cass_settings::page_size,
+    &cass_settings::read_timeout,
 };
 
 struct cass_conn {
@@ -154,8 +161,7 @@ struct cass_conn {
     std::int32_t odbc_level;  // 2 or 3
     std::int32_t connecting;
     std::int32_t connected;
-    std::int32_t ms_timeout;    // connect time-out in force, milliseconds
-    std::int32_t read_timeout;  // of each receive of a reply, milliseconds; 0: without limit
+    std::int32_t ms_timeout;  // connect time-out in force, milliseconds
 
     cass_settings settings;
 

@@ -6,6 +6,7 @@
 // table or of a word list below, and each difference is deliberate.
 #include "core/session/cass_settings.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <span>
@@ -84,6 +85,10 @@ static std::int32_t number_from_text(setting_kind kind, const char *text, settin
         return switch_from_text(text, true);
     case SETTING_CONSISTENCY:
         return consistency_from_text(text, road);
+    case SETTING_PAGE:
+        return std::clamp(ascii_to_int(text), 1, MOST_PAGE_ROWS);
+    case SETTING_TIME:
+        return std::max(ascii_to_int(text), 0);
     default:
         return ascii_to_int(text);
     }

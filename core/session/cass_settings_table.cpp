@@ -104,6 +104,12 @@ static constexpr setting rows[] = {
     number_row(SETTING_SIZE, "BinaryLen", "binarylen", &cass_settings::binary_len,
                out_number(20, "BinaryLen=%d;", BESIDE_BUNDLE, DEFAULT_BINARY_LEN), BOTH,
                DEFAULT_BINARY_LEN),
+    number_row(SETTING_SWITCH, "Standard", "Standard", &cass_settings::standard,
+               out_number(21, "Standard=Yes;", BESIDE_BUNDLE)),
+    number_row(SETTING_PAGE, "PageSize", "PageSize", &cass_settings::page_size,
+               out_number(22, "PageSize=%d;", BESIDE_BUNDLE)),
+    number_row(SETTING_TIME, "ReadTimeout", "ReadTimeout", &cass_settings::read_timeout,
+               out_number(23, "ReadTimeout=%d;", BESIDE_BUNDLE)),
 };
 
 const std::span<const setting> settings_table(rows);

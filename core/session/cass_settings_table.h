@@ -21,6 +21,8 @@ enum setting_kind {
     SETTING_ARGUMENT,     // text that SQLConnect's argument beats
     SETTING_NUMBER,       // decimal
     SETTING_SIZE,         // decimal; 0 and below count as absent
+    SETTING_PAGE,         // rows of a page: the nearest from 1 to MOST_PAGE_ROWS
+    SETTING_TIME,         // milliseconds; below 0 is 0
     SETTING_SWITCH,       // yes or no
     SETTING_TLS,          // a switch that SQLConnect also lets be "optional"
     SETTING_KEEPALIVE,    // a switch that may be a number in a string too

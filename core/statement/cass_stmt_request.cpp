@@ -10,7 +10,8 @@
 
 static constexpr char log_source[] = "cass_stmt.c";
 
-constexpr std::int32_t PAGE_SIZE = 100;  // rows of a page
+constexpr std::int32_t PAGE_SIZE = 100;         // rows of a page
+constexpr std::int32_t LARGE_PAGE_SIZE = 5000;  // where pages are large
 
 enum : std::uint8_t {
     QUERY_VALUES = 0x01,
@@ -54,6 +55,18 @@ static bool keep_values(cass_stmt *stmt, const cass_packet *packet, std::int32_t
     return true;
 }
 
+static bool pages_are_small(const cass_conn *conn)
+{
+    return conn->conduct->pages_are_small;
+}
+
+static std::int32_t page_size(const cass_conn *conn)
+{
+    if (conn->settings.page_size > 0)
+        return conn->settings.page_size;
+    return pages_are_small(conn) ? PAGE_SIZE : LARGE_PAGE_SIZE;
+}
+
 // Flags, values and page size of a first page. The client-side marker count decides whether there
 // are values. False when they could not be encoded; the failure is posted.
 static bool put_first_page(cass_stmt *stmt, cass_packet *packet)
@@ -67,7 +80,7 @@ static bool put_first_page(cass_stmt *stmt, cass_packet *packet)
         if (cass_append_params(stmt, packet) != 0 || !keep_values(stmt, packet, position))
             return false;
     }
-    pkt_put_int(packet, PAGE_SIZE);
+    pkt_put_int(packet, page_size(stmt_conn(stmt)));
     return true;
 }
 
@@ -114,7 +127,7 @@ cass_packet *create_fetch_next(cass_stmt *stmt)
                  stmt->param_buffer_len);
         pkt_put_bytes(packet.get(), stmt->param_buffer, stmt->param_buffer_len);
     }
-    pkt_put_int(packet.get(), PAGE_SIZE);
+    pkt_put_int(packet.get(), page_size(stmt_conn(stmt)));
     pkt_put_long_bytes(packet.get(), stmt->page.paging_state, stmt->page.paging_state_len);
     return packet.release();
 }

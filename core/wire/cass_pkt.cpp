@@ -214,7 +214,8 @@ static bool read_exactly(frame_reader *reader, unsigned char *target, std::int32
     cass_conn *conn = stmt_conn(reader->stmt);
     while (count > 0) {
         std::int32_t got = 0;
-        const std::int32_t result = conn_read(conn, target, count, &got, conn->read_timeout);
+        const std::int32_t result =
+            conn_read(conn, target, count, &got, conn->settings.read_timeout);
         if (result < 1)
             return fail(reader, result == CONN_TIMED_OUT ? EXCHANGE_TIMED_OUT : EXCHANGE_BROKEN);
         target += got;

@@ -196,7 +196,7 @@ TEST(tls_session, reply_that_does_not_come_in_time_ends_the_request)
             std::thread server([&] { tls ? serve_tls(s, wait) : say(s, begun); });
             s.conn->settings.trust_server_certificate = 1;
             EXPECT_EQ(tls ? cass_ssl_start(s.conn) : 0, 0);
-            s.conn->read_timeout = 50;
+            s.conn->settings.read_timeout = 50;
             const held_packet packet(packet_of(s.stmt, OPCODE_QUERY, "x"));
             EXPECT_EQ(send_and_execute(s.stmt, packet.get()), -1);
             EXPECT_EQ(records(&s.stmt->head), "HYT00|Timeout expired\n");
