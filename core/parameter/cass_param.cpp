@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 
+#include "core/describe/cass_field.h"
 #include "core/parameter/cass_param_internal.h"
 
 static constexpr char log_source[] = "cass_param.c";
@@ -316,6 +317,11 @@ static param_writer writer_for(std::int32_t target)
 
 // ---- Checking ----------------------------------------------------------------------------------
 
+static bool chunks_outlive_their_run(const cass_conn *conn)
+{
+    return conn->conduct->chunks_outlive_their_run;
+}
+
 int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
 {
     const std::int32_t markers = stmt->found_param_count;
@@ -338,6 +344,10 @@ int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
         if (!silent)
             cass_post_error_column(&stmt->head, STATE_07002, 0, index + 1, nullptr);
         return -1;
+    }
+    if (!chunks_outlive_their_run(stmt_conn(stmt))) {
+        for (std::int32_t index = 0; index < apd->field_count; index++)
+            cass_field_free_put_data(&apd->fields[index]);
     }
     for (std::int32_t index = 0; index < markers; index++) {
         if (!cass_param_at_exec(stmt, index))
