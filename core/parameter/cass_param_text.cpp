@@ -1,5 +1,7 @@
 // Parameters of the text, binary and guid targets, and how long a text or binary source is. Narrow
 // text goes out byte for byte, wide text unit by unit as UTF-8.
+#include <arpa/inet.h>
+
 #include <cstdlib>
 
 #include "core/parameter/cass_param_internal.h"
@@ -382,6 +384,27 @@ int param_put_binary(cass_param *param, cass_packet *packet, std::int32_t)
     if (length < 0)
         return param_put_null(packet);
     pkt_put_long_bytes(packet, bytes, length);
+    return 0;
+}
+
+int param_put_inet(cass_param *param, cass_packet *packet, std::int32_t target)
+{
+    if (param->c_type.kind != KIND_TEXT && param->c_type.kind != KIND_WIDE)
+        return param_put_binary(param, packet, target);
+    if (!param_load_first(param))
+        return param_put_null(packet);
+    bool null = false;
+    if (param_narrow_text(param, &null) != 0)
+        return 1;
+    if (null)
+        return param_put_null(packet);
+    unsigned char address[16];
+    if (inet_pton(AF_INET, param->scratch, address) == 1)
+        pkt_put_long_bytes(packet, address, 4);
+    else if (inet_pton(AF_INET6, param->scratch, address) == 1)
+        pkt_put_long_bytes(packet, address, 16);
+    else
+        return param_fail(param, STATE_22018, "invalid address");
     return 0;
 }
 

@@ -4,6 +4,8 @@ const cass_conduct default_conduct = {
     // Statements and parameters.
     .text_goes_out_by_low_bytes = true,
     .null_indicator_leaves_value_out = true,
+    .binding_decides_encoding = true,
+    .markers_go_out_unprepared = true,
     .pairs_go_out_as_halves = true,
     .negative_decimal_loses_carry = true,
     .byte_goes_out_as_eight = true,

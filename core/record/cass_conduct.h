@@ -14,6 +14,11 @@ struct cass_conduct {
     // A parameter whose indicator is SQL_NULL_DATA writes no value at all, and the count in front
     // stays: the server refuses the request. 0: a null is written.
     bool null_indicator_leaves_value_out;
+    // The SQL type of SQLBindParameter chooses a value's form on the wire. 0: the type that the
+    // server has told of the marker; the binding only says how to read the application's memory.
+    bool binding_decides_encoding;
+    // A direct execution with markers goes out as text and values. 0: it is prepared first.
+    bool markers_go_out_unprepared;
     // Each half of a surrogate pair in a wide parameter goes out as a character of three bytes,
     // which is no UTF-8. 0: a pair is one character, and a half alone is refused by 22018.
     bool pairs_go_out_as_halves;

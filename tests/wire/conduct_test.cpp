@@ -10,50 +10,107 @@ static wire_ptr logged_on(bool standard)
 // What a wide application gives.
 static const std::u16string wide_word = u"\u017C\xD83D\xDE00";
 
+// By default one QUERY, encoded as bound; by the other conduct PREPARE, and EXECUTE by the column.
 TEST(conduct, values_and_page_sizes_of_requests)
 {
     SQLLEN null = SQL_NULL_DATA, whole = SQL_NTS;
-    char decimal[] = "-2.56";
+    char decimal[] = "-2.56", digits[] = "15", address[] = "::1";
     signed char byte = 7;
+    SQLINTEGER number = -256;
+    double half = -0.5;
     std::u16string wide = wide_word;
     const struct {
         SQLSMALLINT c_type, sql_type;
         void *data;
         SQLLEN *indicator;
+        int column;
         std::string value[2];  // hexadecimal, the length in front
     } cases[] = {
-        {SQL_C_CHAR, SQL_VARCHAR, decimal, &null, {"", "ffffffff"}},
+        {SQL_C_CHAR, SQL_VARCHAR, decimal, &null, NODE_VARCHAR, {"", "ffffffff"}},
         {SQL_C_CHAR,
          SQL_DECIMAL,
          decimal,
          &whole,
+         NODE_DECIMAL,
          {"0000000700000002fffe00", "0000000700000002ffff00"}},
+        {SQL_C_DOUBLE,
+         SQL_DOUBLE,
+         &half,
+         nullptr,
+         NODE_DECIMAL,
+         {"00000008bfe0000000000000", "0000000600000001fffb"}},
         {SQL_C_WCHAR,
          SQL_WVARCHAR,
          wide.data(),
          &whole,
+         NODE_VARCHAR,
          {"00000008c5bceda0bdedb880", "00000006c5bcf09f9880"}},
-        {SQL_C_STINYINT, SQL_VARBINARY, &byte, nullptr, {"000000080700000000000000", "0000000107"}},
+        {SQL_C_STINYINT,
+         SQL_VARBINARY,
+         &byte,
+         nullptr,
+         NODE_BLOB,
+         {"000000080700000000000000", "0000000107"}},
+        {SQL_C_SLONG,
+         SQL_INTEGER,
+         &number,
+         nullptr,
+         NODE_BIGINT,
+         {"00000004ffffff00", "00000008ffffffffffffff00"}},
+        {SQL_C_SLONG,
+         SQL_INTEGER,
+         &number,
+         nullptr,
+         NODE_VARINT,
+         {"00000004ffffff00", "00000003ffff00"}},
+        {SQL_C_CHAR, SQL_VARCHAR, digits, &whole, NODE_SMALLINT, {"000000023135", "00000002000f"}},
+        {SQL_C_CHAR, SQL_VARCHAR, digits, &whole, NODE_VARINT, {"000000023135", "00000002000f"}},
+        {SQL_C_CHAR,
+         SQL_VARCHAR,
+         address,
+         &whole,
+         NODE_INET,
+         {"000000033a3a31", "0000001000000000000000000000000000000001"}},
     };
     for (const bool standard : {false, true}) {
         const wire_ptr wire = wire_logged_on({}, standard ? "Standard=Yes" : "");
         for (const auto &row : cases) {
+            SCOPED_TRACE(row.value[standard]);
             bind(wire->stmt, 1, row.c_type, row.sql_type, row.data, row.indicator, 0, 5, 2);
-            node_expect(wire->node.get(),
-                        {.opcode = NODE_QUERY,
-                         .body = wire_long_string(INSERT_ONE) + be16(CONSISTENCY_ONE) + be8(5) +
-                                 counted({from_hex(row.value[standard])}) +
-                                 be32(standard ? 5000 : 100),
-                         .replies = {void_frame()}});
+            if (standard)
+                expect_prepare(wire->node.get(), INSERT_ONE,
+                               {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
+            node_expect(
+                wire->node.get(),
+                {.opcode = standard ? NODE_EXECUTE : NODE_QUERY,
+                 .body = (standard ? wire_short_bytes("ID") : wire_long_string(INSERT_ONE)) +
+                         be16(CONSISTENCY_ONE) + be8(5) + counted({from_hex(row.value[standard])}) +
+                         be32(standard ? 5000 : 100),
+                 .replies = {void_frame()}});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, INSERT_ONE));
         }
     }
-    // Half a pair is no text.
-    const wire_ptr wire = logged_on(true);
+    // What does not fit the column is refused before it goes out: half a pair, a large number, a
+    // text that is no address.
+    const wire_ptr wire = wire_logged_on({}, "Standard=Yes");
     wide.pop_back();
-    bind(wire->stmt, 1, SQL_C_WCHAR, SQL_WVARCHAR, wide.data(), &whole);
-    EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, INSERT_ONE));
-    EXPECT_EQ(stmt_records(wire->stmt).at(0).substr(0, 5), "22018");
+    const struct {
+        SQLSMALLINT c_type;
+        void *data;
+        int column;
+        std::string state;
+    } refused[] = {{SQL_C_WCHAR, wide.data(), NODE_VARCHAR, "22018"},
+                   {SQL_C_SLONG, &number, NODE_TINYINT, "22003"},
+                   {SQL_C_CHAR, decimal, NODE_VARINT, "22001"},
+                   {SQL_C_CHAR, decimal, NODE_INET, "22018"}};
+    for (const auto &row : refused) {
+        bind(wire->stmt, 1, row.c_type, SQL_VARCHAR, row.data,
+             row.c_type == SQL_C_SLONG ? nullptr : &whole);
+        expect_prepare(wire->node.get(), INSERT_ONE,
+                       {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
+        EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, INSERT_ONE));
+        EXPECT_EQ(stmt_records(wire->stmt).at(0).substr(0, 5), row.state);
+    }
 }
 
 TEST(conduct, wide_statements_and_settings_of_their_own)
