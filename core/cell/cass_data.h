@@ -12,7 +12,7 @@ constexpr SQLCHAR NUMERIC_TOO_LARGE = 255;
 // SQL_SUCCESS, or SQL_ERROR with 08S01 (HY001 when memory ran out) posted on the statement and the
 // packet's position inside the row. A cell that leaves the frame or has a wrong length for its type
 // gives up the page and its paging state, so that the next fetch ends.
-cass_cell_decoder cass_cell_decoder_for(std::int32_t option_id);
+cass_cell_decoder cass_cell_decoder_for(const cass_conn *conn, std::int32_t option_id);
 // Takes the length of a cell and leaves its bytes. As a decoder.
 SQLRETURN cass_take_cell_length(cass_stmt *stmt, cass_packet *packet);
 

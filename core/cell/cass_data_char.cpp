@@ -84,11 +84,25 @@ int cell_format(const cell_request &request, char *out)
     }
 }
 
+int cell_format_time(char *out, const SQL_TIMESTAMP_STRUCT &time)
+{
+    int length = text_from_time(out, time.hour, time.minute, time.second);
+    if (time.fraction == 0)
+        return length;
+    out[length++] = '.';
+    for (std::uint32_t unit = 100'000'000; unit > 0; unit /= 10)
+        out[length++] = static_cast<char>('0' + time.fraction / unit % 10);
+    return length;
+}
+
 // Digits behind the point of a timestamp as ANSI text: those that the column's scale names, none
 // when there is no fraction.
-static int format_timestamp(char *out, const cass_field *field)
+static int format_timestamp(char *out, const cell_request &request)
 {
+    const cass_field *field = request.field;
     const SQL_TIMESTAMP_STRUCT &timestamp = field->data_storage.value.timestamp;
+    if (cell_is_time(request))
+        return cell_format_time(out, timestamp);
     if (timestamp.fraction == 0)
         return text_from_timestamp(out, timestamp, 0, 0);
     const int digits = field->scale < 1 || field->scale > 9 ? 9 : field->scale;
@@ -166,7 +180,7 @@ SQLRETURN get_char(const cell_request &request)
         return get_hexadecimal(request);
 
     char text[CELL_TEXT_ROOM];
-    const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request.field)
+    const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request)
                                                        : cell_format(request, text);
     if (length < 0) [[unlikely]]
         return cell_not_convertible(request);

@@ -397,6 +397,32 @@ static SQLRETURN decode_timestamp(cass_stmt *stmt, cass_packet *packet, cass_fie
     return SQL_SUCCESS;
 }
 
+// The same with the parts of the day counted up from midnight.
+static SQLRETURN decode_timestamp_up(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    constexpr std::int64_t day = 86'400'000;
+    cass_data_storage *cell = &field->data_storage;
+    const unsigned char *bytes = take_fixed(packet, 8);
+    if (bytes == nullptr) [[unlikely]]
+        return take_null(stmt, packet, cell, SQL_TIMESTAMP);
+    begin_cell(cell, SQL_TIMESTAMP);
+
+    const auto milliseconds = static_cast<std::int64_t>(load_be64(bytes));
+    const std::int64_t days = milliseconds / day - (milliseconds % day < 0 ? 1 : 0);
+    const auto rest = static_cast<std::uint32_t>(milliseconds - days * day);
+    const SQL_DATE_STRUCT date = date_from_days(days);
+    cell->value.timestamp = {
+        .year = date.year,
+        .month = date.month,
+        .day = date.day,
+        .hour = static_cast<SQLUSMALLINT>(rest / 3'600'000),
+        .minute = static_cast<SQLUSMALLINT>(rest / 60'000 % 60),
+        .second = static_cast<SQLUSMALLINT>(rest / 1000 % 60),
+        .fraction = rest % 1000 * 1'000'000,
+    };
+    return SQL_SUCCESS;
+}
+
 static SQLRETURN decode_date(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
     cass_data_storage *cell = &field->data_storage;
@@ -445,7 +471,12 @@ static SQLRETURN decode_uuid(cass_stmt *stmt, cass_packet *packet, cass_field *f
 
 // ---- The table ---------------------------------------------------------------------------------
 
-cass_cell_decoder cass_cell_decoder_for(std::int32_t option_id)
+static bool early_times_are_negative(const cass_conn *conn)
+{
+    return conn->conduct->early_times_are_negative;
+}
+
+cass_cell_decoder cass_cell_decoder_for(const cass_conn *conn, std::int32_t option_id)
 {
     switch (option_id) {
     case CQL_ASCII:
@@ -466,7 +497,7 @@ cass_cell_decoder cass_cell_decoder_for(std::int32_t option_id)
     case CQL_INT:
         return decode_int;
     case CQL_TIMESTAMP:
-        return decode_timestamp;
+        return early_times_are_negative(conn) ? decode_timestamp : decode_timestamp_up;
     case CQL_UUID:
     case CQL_TIMEUUID:
         return decode_uuid;

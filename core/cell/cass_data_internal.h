@@ -68,6 +68,15 @@ SQLRETURN get_guid(const cell_request &request);
 
 // ---- Lengths and values out --------------------------------------------------------------------
 
+// The column is one of times alone, which are stored as timestamps without a date.
+inline bool cell_is_time(const cell_request &request)
+{
+    const std::int32_t type = request.field->consise_type;
+    return type == SQL_TYPE_TIME || type == SQL_TIME;
+}
+// "HH:MM:SS", with nine digits of the second where it has a fraction. Characters.
+int cell_format_time(char *out, const SQL_TIMESTAMP_STRUCT &time);
+
 // The length goes through both pointers.
 inline void cell_store_length(const cell_request &request, SQLLEN length)
 {

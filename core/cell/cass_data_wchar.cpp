@@ -207,6 +207,8 @@ static constexpr cell_rule formatted_rule = {
 static int format_timestamp(char *out, const cell_request &request)
 {
     const SQL_TIMESTAMP_STRUCT &timestamp = request.field->data_storage.value.timestamp;
+    if (cell_is_time(request))
+        return cell_format_time(out, timestamp);
     if (request.buffer_length < 23)
         return text_from_timestamp(out, timestamp, 0, 0);
     return text_from_timestamp(out, timestamp, timestamp.fraction / 999999, 3);

@@ -13,7 +13,7 @@ void cass_field_init(cass_field *field)
     std::memset(field, 0, sizeof *field);
     field->parameter_type = SQL_PARAM_INPUT;
     field->unnamed = 1;
-    field->decode = cass_cell_decoder_for(CQL_CUSTOM);
+    field->decode = cass_cell_decoder_for(nullptr, CQL_CUSTOM);
 }
 
 void cass_field_free_put_data(cass_field *field)

@@ -132,6 +132,30 @@ static bool fill_column(const cass_conn *conn, cass_field *field, const column_r
            copy_text(&field->custom_type_name, option->custom_name);
 }
 
+static bool time_is_a_timestamp(const cass_conn *conn)
+{
+    return conn->conduct->time_is_a_timestamp;
+}
+
+// In place of the table's: nanoseconds since midnight, in text with nine digits.
+static constexpr column_row time_row = {
+    .option_id = CQL_TIME,
+    .sql_type = SQL_TYPE_TIME,
+    .type = SQL_DATETIME,
+    .display_size = 18,
+    .precision = 9,
+    .scale = 9,
+    .length = 18,
+    .octet_length = sizeof(SQL_TIME_STRUCT),
+    .literal_prefix = "'",
+    .literal_suffix = "'",
+    .local_type_name = "time",
+    .type_name = "time",
+    .searchable = SQL_PRED_SEARCHABLE,
+    .num_prec_radix = 0,
+    .interval_code = SQL_CODE_TIME,
+};
+
 int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
                            const cass_string *keyspace, const cass_string *table,
                            const cass_string *name, const cass_type_option *option)
@@ -145,12 +169,14 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
     field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
     field->cql_type = option->option_id;
     field->catalog_name = nullptr;
-    field->decode = cass_cell_decoder_for(option->option_id);
+    field->decode = cass_cell_decoder_for(stmt_conn(stmt), option->option_id);
     if (!share_text(&field->keyspace_name, keyspace, desc->shared_keyspace) ||
         !share_text(&field->table_name, table, desc->shared_table) ||
         !copy_text(&field->column_name, name))
         return -1;
 
+    if (option->option_id == CQL_TIME && !time_is_a_timestamp(stmt_conn(stmt)))
+        return fill_column(stmt_conn(stmt), field, time_row, option) ? 0 : -1;
     for (const column_row &row : column_rows) {
         if (row.option_id == option->option_id)
             return fill_column(stmt_conn(stmt), field, row, option) ? 0 : -1;

@@ -31,8 +31,11 @@ const cass_conduct default_conduct = {
     .lost_page_leaves_emptied_row = true,
     .local_row_is_transferred_twice = true,
     .uuid_arrays_are_spaced_by_length = true,
+    .early_times_are_negative = true,
     .a_refused_column_stays_bound = true,
     // Descriptions and diagnostics.
+    .time_is_a_timestamp = true,
+    .unsized_columns_are_short = true,
     .an_unknown_attribute_is_told_twice = true,
     .a_surplus_parameter_is_described = true,
     .columns_tell_no_schema = true,

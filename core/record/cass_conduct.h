@@ -79,11 +79,18 @@ struct cass_conduct {
     bool local_row_is_transferred_twice;
     // An array of uuids is spaced by the length it was bound with, unlike every other fixed type.
     bool uuid_arrays_are_spaced_by_length;
+    // Parts of a timestamp before 1970 are those of a negative number. 0: they count up from
+    // midnight.
+    bool early_times_are_negative;
     // A column whose record is found inconsistent keeps the pointers it was bound with.
     bool a_refused_column_stays_bound;
 
     // Descriptions and diagnostics.
 
+    // A column of times is a timestamp without a date. 0: a time.
+    bool time_is_a_timestamp;
+    // Text and binary columns have a size of 256 and 1024 where no setting says another. 0: 4000.
+    bool unsized_columns_are_short;
     // A second record, HY000, follows HY092 when an unknown statement attribute is read.
     bool an_unknown_attribute_is_told_twice;
     // A number above the markers fails and hands out what a record says of it.

@@ -90,6 +90,7 @@ constexpr std::int32_t DEFAULT_CONSISTENCY = 1;  // ONE
 constexpr std::int32_t MOST_PAGE_ROWS = 100'000;
 constexpr std::int32_t DEFAULT_STRING_LEN = 256;
 constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
+constexpr std::int32_t UNSIZED_COLUMN_LEN = 4000;  // of both, where columns are not short
 // Both user and password, where a server demands them and neither is set.
 constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 

@@ -12,6 +12,7 @@
 #include "core/net/cass_ssl.h"
 #include "core/session/cass_astra.h"
 #include "core/session/cass_bundle.h"
+#include "core/session/cass_settings.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "core/wire/cass_pkt.h"
 
@@ -338,17 +339,9 @@ static int cass_single_connect(cass_conn *conn, [[maybe_unused]] int flag)
     return cass_open_servers(conn, conn->settings.server, conn->settings.port) == 0 ? 0 : -1;
 }
 
-// Written only when it changes: statements of other threads may be waiting for the session.
-static void choose_conduct(cass_conn *conn)
-{
-    const cass_conduct *chosen = conn->settings.standard ? &standard_conduct : &default_conduct;
-    if (conn->conduct != chosen)
-        conn->conduct = chosen;
-}
-
 SQLRETURN cass_connect(cass_conn *conn, int flag)
 {
-    choose_conduct(conn);
+    cass_choose_conduct(conn);
     if (conn->login_timeout == 0 && conn->settings.logon_timeout != 0)
         conn->ms_timeout = conn->settings.logon_timeout;
     if (conn->settings.bundle_path != nullptr && cass_read_bundle(conn) != 0)

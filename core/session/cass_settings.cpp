@@ -126,17 +126,33 @@ static void clear_settings(cass_conn *conn, settings_road entry)
     }
 }
 
+// Written only when it changes: statements of other threads may be waiting for the session.
+void cass_choose_conduct(cass_conn *conn)
+{
+    const cass_conduct *chosen = conn->settings.standard > 0 ? &standard_conduct : &default_conduct;
+    if (conn->conduct != chosen)
+        conn->conduct = chosen;
+}
+
+static bool unsized_columns_are_short(const cass_conn *conn)
+{
+    return conn->conduct->unsized_columns_are_short;
+}
+
 // After it: what is still absent takes its default. A negative number counts as absent behind a
 // connection string, and as a value behind SQLConnect.
 static void default_absent(cass_conn *conn, settings_road entry)
 {
+    cass_choose_conduct(conn);
     for (const setting &row : settings_table) {
         if (row.number == nullptr)
             continue;
         std::int32_t &value = conn->settings.*row.number;
         const bool absent = entry == ROAD_CONNECT ? value == row.unset : value < 0;
         if (absent || (row.kind == SETTING_SIZE && value <= 0))
-            shared_put(&value, row.fallback);
+            shared_put(&value, row.kind == SETTING_SIZE && !unsized_columns_are_short(conn)
+                                   ? UNSIZED_COLUMN_LEN
+                                   : row.fallback);
     }
 }
 

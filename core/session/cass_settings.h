@@ -43,6 +43,9 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
 int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string);
 // The text of a block's fields replaces the settings; an empty field clears one.
 int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block);
+// The conduct that the settings ask for. The ways in call it, and cass_connect for whoever has set
+// fields by hand.
+void cass_choose_conduct(cass_conn *conn);
 // The output connection string; the caller owns it. Null when memory ran out.
 cass_string *cass_build_out_string(const cass_conn *conn);
 

@@ -66,6 +66,8 @@ static bool is_written(const cass_settings &settings, const setting &row)
     if (row.text != nullptr)
         return settings.*row.text != nullptr;
     const std::int32_t value = output_value(settings, row);
+    if (row.kind == SETTING_SIZE && settings.standard && value == UNSIZED_COLUMN_LEN)
+        return false;
     return value != row.output.usual && value >= row.output.least;
 }
 

@@ -79,7 +79,7 @@ TEST_F(type_map, every_type_is_described_with_its_own_decoder)
              << ' ' << text_of(field->literal_prefix) << ' ' << text_of(field->literal_suffix);
         EXPECT_EQ(line.str(), t.numbers + " " + t.texts);
         EXPECT_EQ(field->consise_type, t.type) << t.texts;
-        EXPECT_EQ(field->decode, cass_cell_decoder_for(t.id)) << t.texts;
+        EXPECT_EQ(field->decode, cass_cell_decoder_for(stmt_conn(stmt), t.id)) << t.texts;
         EXPECT_TRUE(field->nullable == SQL_NULLABLE_UNKNOWN && field->unsigned_attr == 0);
         // A described column passes the check of a record in use.
         EXPECT_EQ(cass_field_check(&stmt->head, field), 0) << message_of(stmt);
