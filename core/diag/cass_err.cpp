@@ -102,6 +102,8 @@ static constexpr cass_sqlstate state_table[] = {
     {"HY008", "Operation canceled"},
     {"22002", "Indicator variable required but not supplied"},
     {"22005", "Conversion not allowed for the given type field"},
+    {"3F000", "Invalid schema name"},
+    {"22000", "Data exception"},
 };
 static_assert(std::size(state_table) == STATE_ROWS);
 

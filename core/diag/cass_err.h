@@ -89,6 +89,8 @@ enum cass_state_row {
     STATE_HY008,
     STATE_22002,
     STATE_22005,
+    STATE_3F000,
+    STATE_22000,
     STATE_ROWS
 };
 

@@ -36,6 +36,7 @@ const cass_conduct default_conduct = {
     // Descriptions and diagnostics.
     .time_is_a_timestamp = true,
     .unsized_columns_are_short = true,
+    .server_errors_are_link_failures = true,
     .an_unknown_attribute_is_told_twice = true,
     .a_surplus_parameter_is_described = true,
     .columns_tell_no_schema = true,

@@ -91,6 +91,9 @@ struct cass_conduct {
     bool time_is_a_timestamp;
     // Text and binary columns have a size of 256 and 1024 where no setting says another. 0: 4000.
     bool unsized_columns_are_short;
+    // Every error of the server is 08S01, with its code in the message. 0: a state by the code and
+    // the text, and the code as native error.
+    bool server_errors_are_link_failures;
     // A second record, HY000, follows HY092 when an unknown statement attribute is read.
     bool an_unknown_attribute_is_told_twice;
     // A number above the markers fails and hands out what a record says of it.

@@ -54,8 +54,54 @@ static void post_no_reply(cass_stmt *stmt, cass_exchange_failure failure, const 
     }
 }
 
-// Every failure that the server reports is 08S01, a syntax error too: its code and text are in the
-// message.
+// The state of a server's error (native protocol v4, section 9), by its code and, where one code
+// serves many, by words of its text: the first row that fits.
+struct server_state {
+    std::int32_t code;
+    const char *words;  // null: any text
+    cass_state_row state;
+    bool missing;  // only of a text that says that something does not exist
+};
+
+static constexpr server_state server_states[] = {
+    {0x0100, nullptr, STATE_28000, false},               // bad credentials
+    {0x1100, nullptr, STATE_HYT00, false},               // write time-out
+    {0x1200, nullptr, STATE_HYT00, false},               // read time-out
+    {0x2000, nullptr, STATE_42000, false},               // syntax
+    {0x2100, nullptr, STATE_42000, false},               // unauthorised
+    {0x2200, "unconfigured table", STATE_42S02, false},  // invalid, as the rows that follow
+    {0x2200, "Undefined column name", STATE_42S22, false},
+    {0x2200, "Unknown identifier", STATE_42S22, false},
+    {0x2200, "No keyspace has been specified", STATE_3F000, false},
+    {0x2200, "eyspace", STATE_3F000, true},
+    {0x2200, "able", STATE_42S02, true},
+    {0x2200, "nvalid ", STATE_22000, false},
+    {0x2200, nullptr, STATE_42000, false},
+    {0x2300, nullptr, STATE_42000, false},  // configuration
+    {0x2400, nullptr, STATE_42S01, false},  // already exists
+};
+
+static bool says_missing(const char *text)
+{
+    return std::strstr(text, "does not exist") != nullptr ||
+           std::strstr(text, "doesn't exist") != nullptr;
+}
+
+static cass_state_row state_of(std::int32_t code, const char *text)
+{
+    for (const server_state &row : server_states) {
+        if (row.code == code && (row.words == nullptr || std::strstr(text, row.words) != nullptr) &&
+            (!row.missing || says_missing(text)))
+            return row.state;
+    }
+    return STATE_HY000;
+}
+
+static bool server_errors_are_link_failures(const cass_conn *conn)
+{
+    return conn->conduct->server_errors_are_link_failures;
+}
+
 static void post_server_error(cass_stmt *stmt, cass_packet *reply, const char *who)
 {
     std::int32_t code = 0;
@@ -63,7 +109,15 @@ static void post_server_error(cass_stmt *stmt, cass_packet *reply, const char *w
     if (message == nullptr)
         return;
     CASS_LOG(&stmt->head, LOG_ERROR, "%s: error code %d '%S'", who, code, message.get());
-    cass_post_error(&stmt->head, STATE_08S01, 0, "error code %d '%S'", code, message.get());
+    if (server_errors_are_link_failures(stmt_conn(stmt))) {
+        cass_post_error(&stmt->head, STATE_08S01, 0, "error code %d '%S'", code, message.get());
+        return;
+    }
+    const held_text text(cass_string_to_ascii(message.get()));
+    if (text == nullptr)
+        cass_post_no_memory(&stmt->head, log_source, who);
+    else
+        cass_post_error(&stmt->head, state_of(code, text.get()), code, "%S", message.get());
 }
 
 // The RESULT that answers the request, its position behind the warnings. *warned: a warning was

@@ -1,4 +1,7 @@
 // The two conducts side by side: what a connection does by default, and with Standard=Yes.
+#include <algorithm>
+#include <tuple>
+
 #include "tests/wire/parameter_support.h"
 
 // With the pages that the other tests have.
@@ -180,11 +183,12 @@ TEST(conduct, bound_texts_that_are_cut)
             EXPECT_STMT(standard ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->stmt,
                         SQLFetch(wire->stmt));
             const std::string narrow = reinterpret_cast<char *>(rows) + 5;
-            if (type == SQL_C_CHAR)
+            if (type == SQL_C_CHAR) {
                 EXPECT_EQ(narrow, standard ? "x" : "x\xF0\x9F\x98");
-            else
+            } else {
                 EXPECT_EQ(std::u16string(rows[1], 2),
                           standard ? std::u16string(u"x\0", 2) : u"x\xF600");
+            }
         }
     }
 }
@@ -233,7 +237,9 @@ TEST(conduct, set_that_fails_and_page_that_does_not_come)
         SQLBindCol(wire->stmt, 1, SQL_C_CHAR, cell, sizeof cell, nullptr);
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_STMT(standard ? SQL_ERROR : SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
-        EXPECT_EQ(stmt_records(wire->stmt).at(0), link_failure + "error code 4608 'late'");
+        EXPECT_EQ(stmt_records(wire->stmt).at(0), standard
+                                                      ? "HYT00 Timeout expired: late"
+                                                      : link_failure + "error code 4608 'late'");
     }
 }
 
@@ -247,4 +253,72 @@ TEST(conduct, output_string_tells_what_was_set)
                 wire_driver_connect(wire->conn,
                                     settings + ";PageSize=7;Standard=yes;ReadTimeout=9000", &out));
     EXPECT_NE(out.find("Standard=Yes;PageSize=7;ReadTimeout=9000;"), std::string::npos) << out;
+}
+
+TEST(conduct, errors_of_the_server)
+{
+    const std::tuple<std::uint32_t, std::string, std::string> cases[] = {
+        {0x2000, "no viable alternative", "42000 no viable alternative"},
+        {0x2200, "table t does not exist", "42S02 Base table or view not found: "},
+        {0x2200, "Table 'k.t' doesn't exist", "42S02 Base table or view not found: "},
+        {0x2200, "Undefined column name z in table k.t", "42S22 Column not found: "},
+        {0x2200, "keyspace k does not exist", "3F000 Invalid schema name: "},
+        {0x2200, "Invalid STRING constant (x)", "22000 Data exception: "},
+        {0x2200, "a table may be anything", "42000 "},
+        {0x2400, "already there", "42S01 Base table or view already exists: "},
+        {0x1001, "overloaded", "HY000 General error: "},
+    };
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        for (const auto &[code, text, found] : cases) {
+            expect_query(wire->node.get(), "q", {error_frame(code, text)});
+            EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "q"));
+            SQLINTEGER native = -1;
+            SQLGetDiagRec(SQL_HANDLE_STMT, wire->stmt, 1, nullptr, &native, nullptr, 0, nullptr);
+            EXPECT_EQ(native, standard ? static_cast<SQLINTEGER>(code) : 0);
+            const std::string record = stmt_records(wire->stmt).at(0);
+            EXPECT_TRUE(record.starts_with(standard ? found : link_failure)) << record;
+            EXPECT_NE(record.find(text), std::string::npos) << record;
+        }
+    }
+}
+
+TEST(conduct, descriptions_and_times)
+{
+    const node_columns columns = {{"t", type_of(NODE_TIME)}, {"s", type_of(NODE_TIMESTAMP)}};
+    const node_row row = {be64(36'672'000'000'001), be(-1, 8)};
+    const struct {
+        SQLSMALLINT type;
+        SQLULEN size;
+        std::string text[2];
+    } expected[] = {
+        {SQL_TYPE_TIMESTAMP, 29, {"0000-00-00 10:11:12.000000001", "1970-01-01 00:00:00"}},
+        {SQL_TYPE_TIME, 18, {"10:11:12.000000001", "1969-12-31 23:59:59.999"}},
+    };
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        expect_query(wire->node.get(), "q", {rows_frame(columns, {row})});
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+        SQLSMALLINT type = 0;
+        SQLULEN size = 0;
+        SQLDescribeCol(wire->stmt, 1, nullptr, 0, nullptr, &type, &size, nullptr, nullptr);
+        EXPECT_EQ(type, expected[standard].type);
+        EXPECT_EQ(size, expected[standard].size);
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+        char16_t wide[40] = {};
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                    SQLGetData(wire->stmt, 1, SQL_C_WCHAR, wide, sizeof wide, nullptr));
+        const std::string &text = expected[standard].text[0];
+        EXPECT_EQ(std::u16string(wide).substr(0, 8),
+                  std::u16string(text.begin(), text.end()).substr(0, 8));
+        if (standard) {
+            EXPECT_EQ(cell_text(wire->stmt, 2), expected[true].text[1]);
+        }
+
+        expect_query(wire->node.get(), "q", {text_page({"x"})});
+        SQLCloseCursor(wire->stmt);
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+        SQLDescribeCol(wire->stmt, 1, nullptr, 0, nullptr, &type, &size, nullptr, nullptr);
+        EXPECT_EQ(size, standard ? 4000u : 256u);
+    }
 }
