@@ -90,14 +90,12 @@ TEST_F(settings, every_key_reaches_its_field_on_all_roads)
 
 TEST_F(settings, words_mean_what_their_road_says)
 {
+    // clang-format off
     const std::map<std::string, std::int32_t cass_settings::*> fields = {
-        {"Encrypt", &cass_settings::encrypt},
-        {"ipv6", &cass_settings::ipv6},
-        {"Port", &cass_settings::port},
-        {"Consistency", &cass_settings::consistency},
+        {"Encrypt", &cass_settings::encrypt}, {"ipv6", &cass_settings::ipv6},
+        {"Port", &cass_settings::port}, {"Consistency", &cass_settings::consistency},
         {"StringLen", &cass_settings::string_len}};
     // Read by SQLConnect, from a connection string, from the section that a string names.
-    // clang-format off
     static const struct { std::string pair; int by_connect, by_string, by_section; } cases[] = {
         {"Logging=OnError", 95, 95, 0}, {"Logging=error", 95, 0, 95}, {"Logging=010", 8, 8, 8},
         {"Logging=process", 63, 63, 63}, {"Logging=0x14", 20, 20, 20}, {"Encrypt=TRUE", 1, 1, 1},

@@ -24,10 +24,7 @@ TEST_F(statement_attributes, pointers_and_sizes_lie_in_the_descriptors)
 {
     const std::tuple<SQLINTEGER, cass_desc *, SQLSMALLINT> in_descriptors[] = {
         {SQL_ATTR_ROW_STATUS_PTR, stmt->ird, SQL_DESC_ARRAY_STATUS_PTR},
-        {SQL_ATTR_ROWS_FETCHED_PTR, stmt->ird, SQL_DESC_ROWS_PROCESSED_PTR},
         {SQL_ATTR_ROW_OPERATION_PTR, stmt->ard, SQL_DESC_ARRAY_STATUS_PTR},
-        {SQL_ATTR_ROW_ARRAY_SIZE, stmt->ard, SQL_DESC_ARRAY_SIZE},
-        {SQL_ATTR_PARAM_STATUS_PTR, stmt->ipd, SQL_DESC_ARRAY_STATUS_PTR},
         {SQL_ATTR_PARAMS_PROCESSED_PTR, stmt->ipd, SQL_DESC_ROWS_PROCESSED_PTR},
         {SQL_ATTR_PARAM_BIND_OFFSET_PTR, stmt->apd, SQL_DESC_BIND_OFFSET_PTR},
         {SQL_ATTR_PARAMSET_SIZE, stmt->apd, SQL_DESC_ARRAY_SIZE}};

@@ -32,8 +32,8 @@ TEST(strfunc, utf8_with_the_masks_of_the_driver)
         EXPECT_EQ(units_of(own(cass_string_from_utf8(r.bytes, r.count, 1)).get()), r.units)
             << r.bytes;
     const owned_string text = string_of(u"\x7F\x80\x7FF\x800\x20AC\xFFFF\xD83D\xDE00");
-    const std::unique_ptr<char, void (*)(void *)> utf8(cass_string_to_utf8(text.get()), std::free),
-        low_bytes(cass_string_to_ascii(text.get()), std::free);
+    const held_text utf8(cass_string_to_utf8(text.get())),
+        low_bytes(cass_string_to_ascii(text.get()));
     EXPECT_STREQ(utf8.get(), "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xE2\x82\xAC\xEF\xBF\xBF"
                              "\xED\xA0\xBD\xED\xB8\x80");
     EXPECT_STREQ(low_bytes.get(), "\x7F\x80\xFF");
