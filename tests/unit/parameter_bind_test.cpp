@@ -33,10 +33,10 @@ TEST(parameter_bind, bad_arguments_are_refused)
         {1, SQL_C_CHAR, SQL_C_DEFAULT, 1, 1, 1, "HY004"},
         {1, SQL_C_CHAR, SQL_CHAR, 3, 1, 1, "HY105"}, {1, SQL_C_CHAR, SQL_CHAR, 16, 1, 1, ""},
         {1, SQL_C_CHAR, SQL_NUMERIC, 1, 1, 0, "HY104"},
+        {1, SQL_C_NUMERIC, SQL_CHAR, 1, 1, 0, "HY021"},
         {1, SQL_C_CHAR, SQL_CHAR, 1, -7, 1, "HY021"},
-        {1, SQL_C_CHAR, SQL_CHAR, 1, 1, 0xFFFFFFFE, "HY021"},
         {1, SQL_C_CHAR, SQL_CHAR, 1, 1, 0xFFFFFFFF, ""},
-        {1, SQL_C_NUMERIC, SQL_CHAR, 1, 1, 0, "HY021"}};
+        {1, SQL_C_CHAR, SQL_CHAR, 1, 1, 0xFFFFFFFE, "HY021"}};
     for (const auto &c : cases) {
         session s;
         EXPECT_EQ(*c.expected == '\0' ? SQL_SUCCESS : SQL_ERROR,

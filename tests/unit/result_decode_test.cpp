@@ -65,12 +65,11 @@ static const std::string udt =
 // With and without a keyspace and table for all columns.
 TEST(result, a_type_of_any_form_ends_where_the_next_column_begins)
 {
+    // clang-format off
     const std::pair<int, std::string> forms[] = {
-        {CQL_CUSTOM, str("org.Type")},
-        {CQL_LIST, type(CQL_INT)},
-        {CQL_SET, type(CQL_TUPLE) + be16(2) + type(CQL_INT) + udt},
-        {CQL_MAP, udt + udt},
-        {CQL_TUPLE, be16(0)}};
+        {CQL_CUSTOM, str("org.Type")}, {CQL_LIST, type(CQL_INT)}, {CQL_MAP, udt + udt},
+        {CQL_SET, type(CQL_TUPLE) + be16(2) + type(CQL_INT) + udt}, {CQL_TUPLE, be16(0)}};
+    // clang-format on
     for (const bool is_global : {true, false}) {
         std::string specs = is_global ? str("ks") + str("t") : "", wanted;
         for (const auto &[id, rest] : forms) {
