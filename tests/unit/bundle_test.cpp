@@ -124,9 +124,7 @@ TEST_F(bundle, goes_with_its_data_source)
     cass_conn *conn = s.conn;
     conn->contact_points = static_cast<cass_string **>(std::calloc(1, sizeof(cass_string *)));
     conn->contact_count = 1;
-    conn->round_robin_port = 7;
     EXPECT_EQ(cass_connect_by_name(conn, {}, {}, {}), SQL_ERROR);
-    EXPECT_TRUE(conn->ca_bytes == nullptr && conn->certificate_bytes == nullptr);
-    EXPECT_TRUE(conn->private_key_bytes == nullptr && conn->private_key_length == 0);
-    EXPECT_TRUE(conn->contact_points == nullptr && conn->round_robin_port == 0);
+    EXPECT_TRUE(conn->ca_bytes == nullptr && conn->certificate_bytes == nullptr &&
+                conn->private_key_bytes == nullptr && conn->contact_points == nullptr);
 }
