@@ -19,8 +19,7 @@ static void expect_rows_given_up(const rig_ptr &rig, const std::string &page)
               "08S01|Communication link failure: unexpected end of packet\n");
     EXPECT_LE(rig->packet.read_pos, rig->packet.length);
     EXPECT_EQ(100, rig->stmt->page.current_row_offset);
-    EXPECT_EQ(nullptr, rig->stmt->page.paging_state);
-    EXPECT_EQ(0, rig->stmt->page.paging_state_len);
+    EXPECT_TRUE(rig->stmt->page.paging_state == nullptr && rig->stmt->page.paging_state_len == 0);
     cass_diag_clear(&rig->stmt->head);
 }
 
@@ -103,7 +102,6 @@ TEST(cell_decode, a_row_that_breaks_off_leaves_nothing_of_the_row_before)
     EXPECT_EQ(2, rig->cell(1).value.integer);
     for (const int column : {2, 3}) {
         EXPECT_EQ("", stored_text(rig->cell(column)));
-        EXPECT_EQ(0, rig->cell(column).offset);
-        EXPECT_EQ(0, rig->cell(column).finished);
+        EXPECT_TRUE(rig->cell(column).offset == 0 && rig->cell(column).finished == 0);
     }
 }

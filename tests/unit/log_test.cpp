@@ -42,11 +42,7 @@ struct driver_log : stmt_fixture {
 
     driver_log() { std::filesystem::create_directories(folder); }
     ~driver_log() override { std::filesystem::remove_all(folder); }
-    cass_handle *log_to(const std::filesystem::path &file, int mask) const
-    {
-        return log_of(conn, file, mask);
-    }
-    static cass_handle *log_of(cass_conn *conn, const std::filesystem::path &file, int mask)
+    static cass_handle *log_to(cass_conn *conn, const std::filesystem::path &file, int mask)
     {
         std::snprintf(conn->settings.log_file, sizeof conn->settings.log_file, "%s", file.c_str());
         conn->head.log_mask = mask;
@@ -119,10 +115,10 @@ TEST(log_format, no_room_is_ever_exceeded)
 
 TEST_F(driver_log, a_record_is_header_kind_and_text_and_a_packet_rows_of_sixteen_bytes)
 {
-    CASS_LOG(log_to(path, 27), LOG_DETAIL, "not asked for");
-    CASS_LOG(log_to(path, 27), LOG_CONTINUATION, "nor the rest of it");
-    CASS_LOG_PACKET(log_to(path, 15), "ab", 2, "nor a packet");
-    cass_handle *head = log_to(path, 31);
+    CASS_LOG(log_to(conn, path, 27), LOG_DETAIL, "not asked for");
+    CASS_LOG(log_to(conn, path, 27), LOG_CONTINUATION, "nor the rest of it");
+    CASS_LOG_PACKET(log_to(conn, path, 15), "ab", 2, "nor a packet");
+    cass_handle *head = log_to(conn, path, 31);
     cass_log(head, "cass_pkt.c", 79, LOG_ENTRY, "SQLFetch: statement_handle=%p", nullptr);
     cass_log(head, "cass_pkt.c", 79, LOG_DETAIL, "two %d", 2);
     CASS_LOG(head, LOG_CONTINUATION, "more");
@@ -151,7 +147,7 @@ TEST_F(driver_log, a_log_that_cannot_be_written_is_silent)
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
     errno = 12345;
     for (int i = 0; i < 100; i++)  // more than a pipe holds
-        CASS_LOG(log_to(folder / "pipe", 31), LOG_ERROR, "%s", long_text.c_str());
+        CASS_LOG(log_to(conn, folder / "pipe", 31), LOG_ERROR, "%s", long_text.c_str());
     EXPECT_EQ(errno, 12345);
     env->head.log_mask = 31;
     CASS_LOG(&env->head, LOG_ERROR, "no connection, nowhere to log");
@@ -168,7 +164,7 @@ TEST_F(driver_log, records_of_all_writers_stay_whole)
         for (int i = 0; i < threads; i++)
             writers.emplace_back([&] {
                 const session own;
-                cass_handle *head = log_of(own.conn, path, 31);
+                cass_handle *head = log_to(own.conn, path, 31);
                 for (int round = 0; round < rounds; round++) {
                     CASS_LOG(head, LOG_DETAIL, "%s", text.c_str());
                     CASS_LOG_PACKET(head, bytes.data(), 5000, "frame");
@@ -210,15 +206,15 @@ static void log_under_bad_conditions(cass_handle *file_head, cass_handle *error_
 
 TEST_F(driver_log, writing_raises_no_signal)
 {
-    cass_handle *error_head = log_of(cass_alloc_conn(env, 3), "", 31);
-    EXPECT_EXIT(log_under_bad_conditions(log_to(path, 31), error_head), testing::ExitedWithCode(0),
-                "");
+    cass_handle *error_head = log_to(cass_alloc_conn(env, 3), "", 31);
+    EXPECT_EXIT(log_under_bad_conditions(log_to(conn, path, 31), error_head),
+                testing::ExitedWithCode(0), "");
     EXPECT_EQ(std::filesystem::file_size(path), 4096u);
 }
 
 TEST_F(driver_log, memory_mode_writes_the_history_at_an_error)
 {
-    cass_handle *head = log_to(path, 95);
+    cass_handle *head = log_to(conn, path, 95);
     CASS_LOG(head, LOG_ENTRY, "first");
     CASS_LOG_PACKET(head, "01", 2, "frame");
     CASS_LOG_PACKET(head, "", 0, nullptr);
@@ -240,10 +236,10 @@ TEST_F(driver_log, memory_mode_writes_the_history_at_an_error)
 TEST_F(driver_log, the_memory_log_keeps_the_last_99999_entries_beyond_its_connection)
 {
     for (int i = 0; i < 100005; i++)
-        CASS_LOG(log_to(path, 95), LOG_DETAIL, "entry %d.", i);
+        CASS_LOG(log_to(conn, path, 95), LOG_DETAIL, "entry %d.", i);
     cass_free_conn(conn, 0);
     conn = cass_alloc_conn(env, 3);
-    CASS_LOG(log_to(folder / "other.log", 95), LOG_ERROR, "the end");
+    CASS_LOG(log_to(conn, folder / "other.log", 95), LOG_ERROR, "the end");
     std::ifstream file(path);
     const std::string dump(std::istreambuf_iterator<char>(file), {});
     EXPECT_FALSE(has(dump, "entry 6.") || std::filesystem::exists(folder / "other.log"));

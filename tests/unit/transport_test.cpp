@@ -17,7 +17,7 @@
 
 // ---- Bytes --------------------------------------------------------------------------------------
 
-TEST(conn_read, waits_on_a_non_blocking_socket_and_through_signals)
+TEST(connection, waits_on_a_non_blocking_socket_and_through_signals)
 {
     session s;
     struct sigaction action = {};
@@ -40,12 +40,7 @@ TEST(conn_read, waits_on_a_non_blocking_socket_and_through_signals)
         EXPECT_TRUE(got[0] == 3 && got[1] == 0);
     }
     EXPECT_EQ(records(&s.conn->head), "");
-}
-
-TEST(conn_write, sends_all_of_it_whatever_the_socket_takes_at_once)
-{
-    session s;
-    fcntl(s.conn->socket, F_SETFL, O_NONBLOCK);
+    // All of it is sent, whatever the socket takes at once.
     const std::string bytes(4'000'000, 'w');
     std::string total;
     std::thread peer([&] {
