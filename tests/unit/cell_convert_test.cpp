@@ -53,7 +53,8 @@ TEST(cell_convert, each_source_at_the_bounds_of_each_target)
          {std::nextafter(TWO_63, 1e30), 0, range}}},
         // Text is parsed as signed.
         {{SQL_C_UBIGINT}, 8, no_numbers, {{-1L, -1l, none}, {"-1", -1l, none}, {-1.0, 0, range},
-         {2 * TWO_63, -1l, none}, {"9223372036854775808", 0, range}}},
+         {2 * TWO_63, -1l, none}, {"9223372036854775808", 0, range},
+         {"9223372036854775807", INT64_MAX, none}}},
         // What is not tested passes with its low bytes, and any scale counts as a fraction. Blanks
         // behind a number in text decide how much of it is taken, of 127 bytes.
         {{SQL_C_SLONG, SQL_C_LONG}, 4, no_numbers, {{-7, -7, none}, {2147483647L, 2147483647, none},
@@ -69,7 +70,7 @@ TEST(cell_convert, each_source_at_the_bounds_of_each_target)
         {{SQL_C_SSHORT, SQL_C_SHORT}, 2, no_numbers, {{-32768, -32768, none}, {"32768", 0, range},
          {scaled(0, "018000"), -32768, none}, {32767.5, 0, range}, {-32768.0, -32768, none}}},
         {{SQL_C_USHORT}, 2, no_numbers, {{65535, 65535, none}, {-1, 0, range},
-         {scaled(0, "010002"), 2, none}, {"70000.5", 0, "22003@1 01S07@1"}}},
+         {scaled(0, "010002"), 2, none}, {"65536.5", 0, "22003@1 01S07@1"}}},
         {{SQL_C_STINYINT, SQL_C_TINYINT}, 1, no_numbers, {{"300", 300 - 256, none},
          {scaled(0, "0080"), 0, range}, {-128, -128, none}, {128, 0, range}}},
         {{SQL_C_UTINYINT}, 1, no_numbers, {{"255", 255, none}, {"-1", 0, range}, {256L, 0, range}}},

@@ -45,6 +45,7 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
         {COMPRESSION_NONE, std::string("\x84\0\0\0\x08", 5) + be32(-1)},
         {COMPRESSION_NONE, reply(OPCODE_RESULT, be32(1000) + block, 1)},  // never asked for
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, "abc", 1)},                // no room for a size
+        {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(10), 1)},
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(999) + block, 1)},
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(64) + bad, 1)},
         {COMPRESSION_LZ4, reply(OPCODE_RESULT, be32(8 << 20) + "abc", 1)},  // no such ratio

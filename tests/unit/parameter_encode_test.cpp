@@ -180,7 +180,7 @@ TEST(parameter_encode, lengths_decide_how_far_a_buffer_is_read)
     check(SQL_DECIMAL, {{binary(image(numeric(7, 0))), "000000000007", 19},
         {binary("7"), overflow, 1}});
     check(SQL_GUID, {{binary(image(guid)), "0000000100020003090a0b0c0d0e0fff", 16},
-        {binary(image(guid)), overflow, 15}});
+        {binary(image(guid)), overflow, 15}, {binary(std::string(17, 'a')), overflow, 17}});
     check(SQL_TYPE_TIME, {{binary(image(stamp)), "00000d6001e7f407", 16},
         {binary(image(time_of)), overflow, 6}});
 }

@@ -215,7 +215,7 @@ TEST_F(settings, the_output_buffer_is_never_overrun_and_one_just_full_is_big_eno
     // With the codes of the record: 176 for the ANSI form, 167 for the wide one; 0: not cut.
     // clang-format off
     const struct { int size; std::string ansi; std::u16string wide; int code[2]; } cases[] = {
-        {-3, "", u"", {176, 167}}, {1, {"", 1}, {u"", 1}, {176, 167}},
+        {0, "", u"", {176, 167}}, {-3, "", u"", {176, 167}}, {1, {"", 1}, {u"", 1}, {176, 167}},
         {6, {"DSN=\xC3", 6}, {u"DSN=\xE9", 6}, {176, 0}},
         {7, {"DSN=\xC3\xA9", 7}, {u"DSN=\xE9;", 7}, {176, 0}},
         {8, {"DSN=\xC3\xA9;", 8}, {u"DSN=\xE9;", 7}, {0, 0}},
