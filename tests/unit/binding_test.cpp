@@ -1,4 +1,4 @@
-// Bound columns: how the list of bindings grows and shrinks, and where each row of a rowset lands.
+// Bound columns: how the list of bindings grows and shrinks, and what a row brings to them.
 #include <tuple>
 
 #include "tests/unit/cell_rig.h"

@@ -206,10 +206,9 @@ TEST(cell_convert, the_default_type_follows_the_column)
 {
     // Type of the column, version, and the length, which tells the target: the value has 9 digits.
     const std::tuple<int, int, SQLLEN> cases[] = {
-        {SQL_INTEGER, 3, 4},   {SQL_REAL, 3, 4},
-        {SQL_BIGINT, 3, 8},    {SQL_BIGINT, 2, 9},
-        {SQL_DECIMAL, 3, 9},   {SQL_WVARCHAR, 3, 18},
-        {SQL_VARBINARY, 3, 8}, {SQL_C_DEFAULT, 3, UNTOUCHED}};
+        {SQL_INTEGER, 3, 4},   {SQL_REAL, 3, 4},      {SQL_BIGINT, 3, 8},
+        {SQL_BIGINT, 2, 9},    {SQL_GUID, 3, 9},      {SQL_DECIMAL, 3, 9},
+        {SQL_WVARCHAR, 3, 18}, {SQL_VARBINARY, 3, 8}, {SQL_C_DEFAULT, 3, UNTOUCHED}};
     for (const auto &[consise_type, version, length] : cases) {
         const rig_ptr rig = cell_rig_of(CQL_BIGINT, be(123456789, 8));
         rig->env->odbc_version = version;
