@@ -1,4 +1,4 @@
-// Bound columns: how the list of bindings grows and shrinks, and where each row of a rowset lands.
+// Bound columns: how the list of bindings grows and shrinks, and what a row brings to them.
 #include <tuple>
 
 #include "tests/unit/cell_rig.h"
@@ -15,17 +15,23 @@ TEST(binding, the_list_reaches_to_the_last_bound_column)
     const rig_ptr rig = rig_open({CQL_INT});
     char at[16];
     const std::tuple<int, void *, void *, int> steps[] = {
-        {5, at, at, 5},      {5, nullptr, nullptr, 0}, {2, nullptr, at, 2},  // is enough
-        {5, at, nullptr, 5}, {9, nullptr, nullptr, 5}, {5, nullptr, nullptr, 2},
-        {5, at, at, 5},      {2, nullptr, nullptr, 5}, {5, nullptr, nullptr, 0}};
+        {5, at, at, 5},      {5, nullptr, nullptr, 0}, {2, nullptr, at, 2},
+        {5, at, nullptr, 5}, {9, nullptr, nullptr, 5}, {5, nullptr, nullptr, 2}};
     for (const auto &[column, target, indicator, count] : steps) {
         EXPECT_EQ(SQL_SUCCESS, bind_column(rig, column, SQL_C_CHAR, target, 16, indicator));
         EXPECT_EQ(count, rig->stmt->ard->field_count);
     }
     EXPECT_EQ(1, cass_stmt_column_count(rig->stmt->ird));  // the result's columns are its own
-    // Uuids are spaced by the length given, other fixed types by their own.
-    bind_column(rig, 1, SQL_C_GUID, at, 40);
-    EXPECT_EQ(40, rig->stmt->ard->fields[0].octet_length);
+    // Rows are spaced by the type, those of uuids too by the length given.
+    rig->stmt->executed = 1;  // the default type is the column's
+    const std::tuple<int, SQLLEN, SQLLEN> strides[] = {
+        {SQL_C_LONG, 99, 4},   {SQL_C_UTINYINT, 7, 1}, {SQL_C_NUMERIC, 0, 19},
+        {SQL_C_CHAR, 10, 10},  {SQL_C_WCHAR, 12, 12},  {SQL_C_BINARY, 5, 5},
+        {SQL_C_DEFAULT, 7, 4}, {SQL_C_GUID, 40, 40}};
+    for (const auto &[type, given, stride] : strides) {
+        bind_column(rig, 1, type, at, given);
+        EXPECT_EQ(stride, rig->stmt->ard->fields[0].octet_length) << type;
+    }
 }
 
 TEST(binding, what_is_refused)
@@ -47,40 +53,6 @@ TEST(binding, what_is_refused)
         const auto *record = column == 0 ? &ard->bookmark_field : &ard->fields[column - 1];
         EXPECT_EQ(bound ? at : nullptr, record->data_ptr) << type;
     }
-}
-
-TEST(binding, rows_are_spaced_by_the_type_or_the_structure)
-{
-    // Type, buffer length, bytes of an element and its first byte, 0: the low byte of the value.
-    const std::tuple<int, SQLLEN, std::size_t, char> cases[] = {
-        {SQL_C_LONG, 99, 4, 0},     {SQL_C_SHORT, 0, 2, 0},     {SQL_C_UTINYINT, 7, 1, 0},
-        {SQL_C_SBIGINT, 0, 8, 0},   {SQL_C_NUMERIC, 0, 19, 12}, {SQL_C_CHAR, 10, 10, '1'},
-        {SQL_C_WCHAR, 12, 12, '1'}, {SQL_C_BINARY, 5, 5, 0},    {SQL_C_DEFAULT, 7, 4, 0}};
-    constexpr std::size_t SIZE = 40;
-    SQLLEN offset = 8;
-    for (const bool row_wise : {false, true})
-        for (const auto &[type, given, stride, first] : cases) {
-            SCOPED_TRACE(type);
-            const rig_ptr rig = rig_open({CQL_INT});
-            rig->stmt->executed = 1;  // the default type is the column's
-            std::string block = untouched(4 * SIZE), lengths = block;
-            EXPECT_EQ(SQL_SUCCESS, bind_column(rig, 1, type, &block[1], given, &lengths[1]));
-            rig->stmt->ard->bind_type = row_wise ? SIZE : 0;
-            rig->stmt->ard->bind_offset_ptr = row_wise ? &offset : nullptr;
-            std::size_t at = row_wise ? 9 : 1, told = at;
-            for (int row = 0; row < 3; row++) {
-                rig_page(rig, cell_of(be(100 + row, 4)));
-                ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-                rig->stmt->rowset_position = static_cast<SQLULEN>(row);
-                EXPECT_EQ(SQL_SUCCESS, transfer_bound_columns(rig->stmt, 1));
-                EXPECT_TRUE(lengths[told] > 0 && lengths[told] <= static_cast<int>(stride));
-                EXPECT_EQ(first != 0 ? first : static_cast<char>(100 + row), block[at]);
-                at += row_wise ? SIZE : stride;
-                told += row_wise ? SIZE : sizeof(SQLLEN);
-                EXPECT_EQ(untouched(block.size() - at), block.substr(at));
-                EXPECT_EQ(untouched(lengths.size() - told), lengths.substr(told));
-            }
-        }
 }
 
 TEST(binding, a_cut_column_does_not_stop_the_others_and_an_error_does)

@@ -1,15 +1,9 @@
 // From a column's stored cell to the C types that are no text: values, boundaries, diagnostics;
 // which conversions there are, and when a column counts as delivered.
-#include <unistd.h>
-
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <tuple>
 
 #include "tests/unit/cell_rig.h"
-#include "core/log/cass_log.h"
 #include "tests/app_value.h"
 
 // ---- Values -------------------------------------------------------------------------------------
@@ -52,57 +46,46 @@ TEST(cell_convert, each_source_at_the_bounds_of_each_target)
     const struct { std::vector<int> types; std::size_t size; std::vector<source> refused;
                    std::vector<std::tuple<source, app_value, const char *>> cases; } targets[] = {
         // 2^63 itself saturates.
-        {{SQL_C_SBIGINT}, 8, no_numbers, {{INT64_MIN, INT64_MIN, none},
+        {{SQL_C_SBIGINT}, 8, no_numbers, {{INT64_MIN, INT64_MIN, none}, {NAN, 0, range},
          {"9223372036854775808", 0, range}, {"-9223372036854775808", INT64_MIN, none},
-         {"9223372036854775807", INT64_MAX, none}, {scaled(0, "008000000000000000"), 0, range},
-         {-TWO_63, INT64_MIN, none}, {NAN, 0, range}, {TWO_63, INT64_MAX, none},
-         {9223372036854775808.0f, INT64_MAX, none}, {3.5f, 3l, cut},
+         {scaled(0, "008000000000000000"), 0, range}, {-TWO_63, INT64_MIN, none},
+         {TWO_63, INT64_MAX, none}, {9223372036854775808.0f, INT64_MAX, none}, {3.5f, 3l, cut},
          {std::nextafter(TWO_63, 1e30), 0, range}}},
         // Text is parsed as signed.
-        {{SQL_C_UBIGINT}, 8, no_numbers, {{-1L, -1l, none}, {-1, -1l, none}, {"-1", -1l, none},
-         {-1.0, 0, range}, {TWO_63, INT64_MIN, none}, {2 * TWO_63, -1l, none},
-         {"9223372036854775808", 0, range}}},
+        {{SQL_C_UBIGINT}, 8, no_numbers, {{-1L, -1l, none}, {"-1", -1l, none}, {-1.0, 0, range},
+         {2 * TWO_63, -1l, none}, {"9223372036854775808", 0, range},
+         {"9223372036854775807", INT64_MAX, none}}},
         // What is not tested passes with its low bytes, and any scale counts as a fraction. Blanks
         // behind a number in text decide how much of it is taken, of 127 bytes.
         {{SQL_C_SLONG, SQL_C_LONG}, 4, no_numbers, {{-7, -7, none}, {2147483647L, 2147483647, none},
          {1e300, 0, range}, {2147483648L, 0, range}, {-2147483649L, 0, range},
-         {"4294967301", 5, none}, {"99999999999999999999", -1, none},
-         {scaled(0, "0100000005"), 5, none}, {2147483648.0f, 2147483647, none},
-         {2147483647.0, 2147483647, none}, {-12.75, -12, cut}, {2147483647.5, 0, range},
-         {"12.0", 12, cut}, {"12.", 12, none}, {scaled(-2, "05"), 500, cut},
-         {scaled(2, "00C8"), 2, cut}, {-2147483648.0, INT32_MIN, none}, {" \t+7", 7, none},
-         {"123 ", 1, none}, {"123  ", 12, none}, {"", 0, bad}, {".", 0, none}, {"-.5", 0, cut},
-         {"-", 0, bad}, {"1e3", 0, bad}, {"1 2", 0, bad}, {"1.2.3", 0, bad}, {"0x10", 0, bad},
-         {"12     ", 12, none}, {"   ", 0, bad},
+         {"4294967301", 5, none}, {scaled(0, "0100000005"), 5, none}, {2147483647.5, 0, range},
+         {2147483648.0f, 2147483647, none}, {-12.75, -12, cut}, {-2147483648.0, INT32_MIN, none},
+         {"12.0", 12, cut}, {"12.", 12, none}, {scaled(-2, "05"), 500, cut}, {"123 ", 1, none},
+         {"123  ", 12, none}, {" \t+7", 7, none}, {"", 0, bad}, {".", 0, none}, {"-.5", 0, cut},
+         {"-", 0, bad}, {"1e3", 0, bad}, {"1 2", 0, bad}, {"12     ", 12, none}, {"   ", 0, bad},
          {{CQL_VARCHAR, std::string(200, '0') + "x"}, 0, none}}},
         {{SQL_C_ULONG}, 4, no_numbers, {{-1, -1, none}, {4294967296L, 0, range}, {-1L, 0, range},
          {4294967296.0f, -1, none}, {4294967296.0, 0, range}}},
-        {{SQL_C_SSHORT, SQL_C_SHORT}, 2, no_numbers, {{-32768, -32768, none}, {32768, 0, range},
-         {"32768", 0, range}, {scaled(0, "018000"), -32768, none}, {32767.5, 0, range},
-         {-32768.0, -32768, none}}},
-        {{SQL_C_USHORT}, 2, no_numbers, {{65535, 65535, none}, {-1, 0, range}, {"65536", 0, range},
-         {scaled(0, "010002"), 2, none}, {"70000.5", 0, "22003@1 01S07@1"}}},
+        {{SQL_C_SSHORT, SQL_C_SHORT}, 2, no_numbers, {{-32768, -32768, none}, {"32768", 0, range},
+         {scaled(0, "018000"), -32768, none}, {32767.5, 0, range}, {-32768.0, -32768, none}}},
+        {{SQL_C_USHORT}, 2, no_numbers, {{65535, 65535, none}, {-1, 0, range},
+         {scaled(0, "010002"), 2, none}, {"65536.5", 0, "22003@1 01S07@1"}}},
         {{SQL_C_STINYINT, SQL_C_TINYINT}, 1, no_numbers, {{"300", 300 - 256, none},
-         {scaled(0, "0080"), 0, range}, {-128, -128, none}, {128, 0, range}, {127.0, 127, none}}},
-        {{SQL_C_UTINYINT}, 1, no_numbers, {{"255", 255, none}, {"-1", 0, range},
-         {scaled(0, "0100"), 0, range}, {256L, 0, range}}},
-        {{SQL_C_BIT}, 1, no_numbers, {{{CQL_BOOLEAN, be(1, 1)}, 1, none},
-         {{CQL_BOOLEAN, be(2, 1)}, 0, range}, {"1", 1, none}, {scaled(0, "02"), 0, range},
-         {0.5, 0, cut}, {1.5, 0, range}, {1.5f, 0, range}}},
-        {{SQL_C_DOUBLE}, 8, no_numbers, {{"1.25", 1.25, none}, {" -0.1", -0.1, none},
-         {"1e3", 0, bad}, {"", 0, bad}, {".", 0.0, none}, {scaled(2, "0096"), 1.5, none},
-         {-7, -7.0, none}, {scaled(-3, "FF"), -1000.0, none}, {scaled(0, "FF0000000000000000"), -0x1p64, none}, {INT64_MAX, TWO_63, none},
-         {0.1f, double{0.1f}, none}, {1e-300, 1e-300, none}}},
-        {{SQL_C_FLOAT}, 4, no_numbers, {{"1.25", 1.25f, none}, {"1e3", 0, bad}, {-7, -7.0f, none},
-         {scaled(-3, "FF"), -1000.0f, none}, {0.1f, 0.1f, none}, {1e-300, 0.0f, none},
-         {1e300, INFINITY, none}}},
+         {scaled(0, "0080"), 0, range}, {-128, -128, none}, {128, 0, range}}},
+        {{SQL_C_UTINYINT}, 1, no_numbers, {{"255", 255, none}, {"-1", 0, range}, {256L, 0, range}}},
+        {{SQL_C_BIT}, 1, no_numbers, {{{CQL_BOOLEAN, be(2, 1)}, 0, range}, {"1", 1, none},
+         {scaled(0, "02"), 0, range}, {0.5, 0, cut}, {1.5f, 0, range}}},
+        {{SQL_C_DOUBLE}, 8, no_numbers, {{" -0.1", -0.1, none}, {"1e3", 0, bad}, {"", 0, bad},
+         {".", 0.0, none}, {scaled(2, "0096"), 1.5, none}, {INT64_MAX, TWO_63, none},
+         {scaled(0, "FF0000000000000000"), -0x1p64, none}, {0.1f, double{0.1f}, none}}},
+        {{SQL_C_FLOAT}, 4, no_numbers, {{"1.25", 1.25f, none}, {"1e3", 0, bad},
+         {scaled(-3, "FF"), -1000.0f, none}, {1e-300, 0.0f, none}, {1e300, INFINITY, none}}},
         // A large double is printed with an exponent, which the struct cannot take.
         {{SQL_C_NUMERIC}, 19, no_numbers, {{scaled(2, "0096"), numeric(150, 2, 1, 37), none},
-         {"1e3", 0, bad}, {scaled(2, "96"), numeric(106, 2, 0), none},
-         {-5, numeric(5, 0, 0, 12), none}, {scaled(-3, "05"), numeric(5, -3), none},
-         {5L, numeric(5, 0, 1, 19), none}, {1.5, numeric(15, 1, 1, 19), none},
-         {-0.5f, numeric(5, 1, 0, 19), none}, {NAN, 0, range},
-         {"12.50", numeric(1250, 2, 1, 4), none}, {".", numeric(0, 0, 1, 2), none},
+         {scaled(2, "96"), numeric(106, 2, 0), none}, {-5, numeric(5, 0, 0, 12), none},
+         {scaled(-3, "05"), numeric(5, -3), none}, {-0.5f, numeric(5, 1, 0, 19), none},
+         {NAN, 0, range}, {"12.50", numeric(1250, 2, 1, 4), none}, {"1e3", 0, bad},
          {1e20, 0, range}, {"340282366920938463463374607431768211456", 0, range}}},
         {{SQL_C_DATE, SQL_C_TYPE_DATE}, 6, {"2000-02-29", 1, blob, uuid}, {
          {day, date{2000, 2, 29}, none}, {moment(LEAP_DAY), date{2000, 2, 29}, none},
@@ -110,17 +93,14 @@ TEST(cell_convert, each_source_at_the_bounds_of_each_target)
          {moment(LEAP_DAY + 1000), date{2000, 2, 29}, cut},
          {moment(LEAP_DAY + 3600000), date{2000, 2, 29}, cut}}},
         {{SQL_C_TIME, SQL_C_TYPE_TIME}, 6, {day, 1, blob, uuid}, {
-         {moment(LEAP_DAY + 1000), time{0, 0, 1}, none},
-         {moment(LEAP_DAY + 1001), time{0, 0, 1}, cut}, {"23:59", time{23, 59, 0}, none},
-         {{CQL_TIME, be(CLOCK, 8)}, time{12, 34, 56}, none}, {"7:08:09.5", time{7, 8, 9}, none},
-         {{CQL_TIME, be(INT64_C(86400000000000), 8)}, time{}, none}, {"noon", time{}, none},
-         {"12;30", time{12, 0, 0}, none}}},
+         {moment(LEAP_DAY + 1001), time{0, 0, 1}, cut}, {"7:08:09.5", time{7, 8, 9}, none},
+         {{CQL_TIME, be(CLOCK, 8)}, time{12, 34, 56}, none}, {"noon", time{}, none},
+         {{CQL_TIME, be(INT64_C(86400000000000), 8)}, time{}, none}}},
         // Parts of a time before 1970 are negative and stay on the day of the quotient.
         {{SQL_C_TIMESTAMP, SQL_C_TYPE_TIMESTAMP}, 16, {"2000-02-29", 1, blob, uuid}, {
          {day, stamp{2000, 2, 29, 0, 0, 0, 0}, none},
          {moment(LEAP_DAY + 86399007), stamp{2000, 2, 29, 23, 59, 59, 7000000}, none},
          {moment(-86400000 - 3723000), stamp{1969, 12, 31, 65535, 65534, 65533, 0}, none},
-         {moment(-1), stamp{1970, 1, 1, 0, 0, 0, 0u - 1000000}, none},
          {{CQL_TIME, be(CLOCK + 1, 8)}, stamp{0, 0, 0, 12, 34, 56, 1}, none}}},
         {{SQL_C_GUID}, 16, {"01234567-89ab-cdef-0123-456789abcdef", 1, blob, moment(0)}, {
          {uuid, std::string("dcbafehgijklmnop"), none}}},
@@ -226,9 +206,8 @@ TEST(cell_convert, the_default_type_follows_the_column)
 {
     // Type of the column, version, and the length, which tells the target: the value has 9 digits.
     const std::tuple<int, int, SQLLEN> cases[] = {
-        {SQL_INTEGER, 3, 4},   {SQL_DOUBLE, 3, 8},    {SQL_FLOAT, 3, 8},
-        {SQL_REAL, 3, 4},      {SQL_BIGINT, 3, 8},    {SQL_BIGINT, 2, 9},
-        {SQL_GUID, 3, 9},      {SQL_DECIMAL, 3, 9},   {SQL_VARCHAR, 3, 9},
+        {SQL_INTEGER, 3, 4},   {SQL_REAL, 3, 4},      {SQL_BIGINT, 3, 8},
+        {SQL_BIGINT, 2, 9},    {SQL_GUID, 3, 9},      {SQL_DECIMAL, 3, 9},
         {SQL_WVARCHAR, 3, 18}, {SQL_VARBINARY, 3, 8}, {SQL_C_DEFAULT, 3, UNTOUCHED}};
     for (const auto &[consise_type, version, length] : cases) {
         const rig_ptr rig = cell_rig_of(CQL_BIGINT, be(123456789, 8));
@@ -250,9 +229,6 @@ TEST(cell_convert, the_type_of_the_binding_reads_the_column_in_front)
     EXPECT_STREQ("11", read_cell(rig, SQL_ARD_TYPE, 8, 8, 2).written.c_str());
     EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_C_LONG, 4, 4, 1).code);  // read by the call above
     EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_C_LONG, 4, 4, 2).code);  // and so is the one named
-    rig->cell(2).finished = 0;
-    EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_ARD_TYPE, 8, 8, 2).code);
-    EXPECT_EQ(1, rig->cell(2).finished);
     rig->cell(1).finished = 0;
     EXPECT_EQ(SQL_ERROR, read_cell(rig, SQL_ARD_TYPE, 8, 8, 1).code);  // the bookmark record
     EXPECT_EQ("07006@0", rig->states());
@@ -285,38 +261,4 @@ TEST(cell_convert, get_data_tests_the_page_the_column_and_the_bookmark)
     EXPECT_EQ("07006@0", states(0, SQL_C_BOOKMARK));
     rig->stmt->page.current_packet = nullptr;
     EXPECT_EQ("HY010", states(1, SQL_C_LONG));
-}
-
-// Whatever is posted on a cell has an ERROR record in front of its posting.
-TEST(cell_convert, diagnostics_are_announced_in_the_log)
-{
-    const std::string text = cell_of("x"), number = cell_of(be(300, 4));
-    const std::tuple<int, std::string, int, std::size_t, std::string> cases[] = {
-        {CQL_INT, number, SQL_C_GUID, 16, "get_guid: conversion not possible for column 1"},
-        {CQL_INT, number, 77, 16, "cass_get_data: invalid target type 77 for column 1"},
-        {CQL_INT, number, SQL_C_UTINYINT, 1, "Value out of range for a signed tinyint (300)"},
-        {CQL_INT, number, SQL_C_CHAR, 3, "get_char: value truncated for column 1"},
-        {CQL_INT, number, SQL_C_BINARY, 0, "get_binary: value truncated for column 1"},
-        {CQL_VARCHAR, text, SQL_C_LONG, 4, "get_slong: text that is no number for column 1"},
-        {CQL_VARCHAR, cell_of("1.5"), SQL_C_LONG, 4, "get_slong: fraction truncated for column 1"},
-        {CQL_DOUBLE, cell_of(be(1e300)), SQL_C_NUMERIC, 19,
-         "get_numeric: value out of range for column 1"},
-    };
-    char name[] = "/tmp/vhcass_cell_XXXXXX";
-    close(mkstemp(name));
-    for (const auto &[type, bytes, target, room, words] : cases) {
-        ASSERT_EQ(0, truncate(name, 0));
-        const rig_ptr rig = rig_open({type});
-        rig_page(rig, bytes);
-        ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-        char *log_file = stmt_conn(rig->stmt)->settings.log_file;
-        std::snprintf(log_file, sizeof cass_settings::log_file, "%s", name);
-        rig->stmt->head.log_mask = LOG_ERROR | LOG_DETAIL;
-        read_cell(rig, target, room);
-        EXPECT_NE("", rig->states());
-        std::ostringstream log;
-        log << std::ifstream(name).rdbuf();
-        EXPECT_LT(log.str().find("ERROR:\t " + words), log.str().find("Posting")) << log.str();
-    }
-    unlink(name);
 }

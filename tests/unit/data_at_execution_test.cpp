@@ -24,7 +24,7 @@ TEST(data_at_execution, calls_out_of_sequence)
     session s;
     const auto refused = [&](SQLRETURN code) {
         EXPECT_EQ(SQL_ERROR, code);
-        return states(s);
+        return states_of(s.stmt);
     };
     EXPECT_EQ("HY010", refused(put(s, "x")));
     open_pause(s, SQL_C_CHAR, SQL_VARCHAR);
@@ -44,7 +44,6 @@ TEST(data_at_execution, calls_out_of_sequence)
     EXPECT_EQ("HY010", refused(SQLParamData(s.stmt, nullptr)));
     EXPECT_EQ("HY010", refused(put(s, "x")));
     EXPECT_EQ("07002@1", encode(s));
-    EXPECT_EQ(SQL_INVALID_HANDLE, SQLParamData(nullptr, nullptr));
 }
 
 static void check(SQLSMALLINT c_type, SQLSMALLINT sql_type,
@@ -70,7 +69,6 @@ TEST(data_at_execution, chunks_become_one_value)
         {{"<-9223372036854775807"}, "null"}});
     check(SQL_C_WCHAR, SQL_WVARCHAR, {{{"a", std::string("\0b\0", 3)}, "6162"}});
     check(SQL_C_BINARY, SQL_VARBINARY, {{{"ab", "cd"}, "61626364"}, {{}, ""}});
-    check(SQL_C_BINARY, SQL_VARCHAR, {{{"ab"}, "6162"}});
     check(SQL_C_CHAR, SQL_VARBINARY, {{{"6", "162"}, "6162"},
         {{std::string(200, '1'), std::string(200, '1')}, std::string(400, '1')}});
     check(SQL_C_CHAR, SQL_BIGINT, {{{"12", "34"}, "000000000000000c"}, {{""}, "22018@1"}});
@@ -79,13 +77,11 @@ TEST(data_at_execution, chunks_become_one_value)
     check(SQL_C_SLONG, SQL_INTEGER, {{{}, "null"}, {{"abcd", "efgh"}, "64636261"},
         {{"<-1", "efgh"}, "null"}, {{"abcd", "<-1"}, "64636261"}, {{"ab"}, "HY090@1"},
         {{""}, "HY090@1"}});
-    check(SQL_C_DOUBLE, SQL_REAL, {{{}, "null"}});
     check(SQL_C_BINARY, SQL_DOUBLE, {{{"abcd"}, "22003@1"}});
     check(SQL_C_NUMERIC, SQL_DECIMAL, {{{}, "null"}, {{std::string(18, '\0')}, "HY090@1"}});
     check(SQL_C_GUID, SQL_GUID, {{{}, "null"}, {{std::string(15, '\1')}, "HY090@1"},
         {{std::string(16, 'a')}, "61616161616161616161616161616161"}});
     check(SQL_C_TYPE_DATE, SQL_TYPE_DATE, {{{"abcde"}, "HY090@1"}});
-    check(SQL_C_TYPE_TIME, SQL_TYPE_TIME, {{{"abcde"}, "HY090@1"}});
     check(SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, {{{}, "null"}});
 }
 // clang-format on

@@ -55,8 +55,7 @@ struct stmt_fixture : testing::Test, session {
 
 inline void say(const session &s, const std::string &bytes)
 {
-    ASSERT_EQ(send(s.peer, bytes.data(), bytes.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(bytes.size()));
+    ASSERT_EQ(send(s.peer, bytes.data(), bytes.size(), MSG_NOSIGNAL), ssize_t(bytes.size()));
 }
 
 // What the driver has sent so far.
@@ -149,9 +148,9 @@ inline std::string states_of(const void *handle)
     std::string all;
     const cass_diag_record *record = static_cast<const cass_handle *>(handle)->diag_records;
     for (; record != nullptr; record = record->next) {
-        all += (all.empty() ? "" : " ") + text_of(record->state);
-        if (record->column_number != -1)
-            all += "@" + std::to_string(record->column_number);
+        const std::string column = std::to_string(record->column_number);
+        all += (all.empty() ? "" : " ") + text_of(record->state) +
+               (column == "-1" ? "" : "@" + column);
     }
     return all;
 }

@@ -9,11 +9,8 @@ TEST(parameter_bind, types_and_lengths_are_settled_at_once)
     const std::tuple<SQLINTEGER, SQLSMALLINT, SQLSMALLINT, SQLLEN, int, SQLLEN> cases[] = {
         {3, SQL_C_SLONG, SQL_INTEGER, 100, SQL_C_SLONG, 4},
         {3, SQL_C_CHAR, SQL_CHAR, -1, SQL_C_CHAR, 512},
-        {3, SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, -1, SQL_C_TYPE_TIMESTAMP, 16},
-        {3, SQL_C_BINARY, SQL_BINARY, -1, SQL_C_BINARY, 512},
         {3, SQL_C_BINARY, SQL_VARBINARY, -1, SQL_C_BINARY, 0},
         {3, SQL_C_DEFAULT, SQL_DECIMAL, 9, SQL_C_CHAR, 9},
-        {3, SQL_C_DEFAULT, SQL_TYPE_DATE, 0, SQL_C_DATE, 6},
         {3, SQL_C_DEFAULT, SQL_BIGINT, 0, SQL_C_SBIGINT, 8},
         {2, SQL_C_DEFAULT, SQL_BIGINT, 21, SQL_C_CHAR, 21}};
     for (const auto &[version, value_type, sql_type, length, c_type, octets] : cases) {
@@ -33,20 +30,19 @@ TEST(parameter_bind, bad_arguments_are_refused)
     const struct { SQLUSMALLINT number; SQLSMALLINT value_type, sql_type, direction; SQLLEN length;
                    SQLULEN size; const char *expected; } cases[] = {
         {0, SQL_C_CHAR, SQL_CHAR, 1, 1, 1, "07009"}, {1, SQL_BIGINT, SQL_CHAR, 1, 1, 1, "HY003"},
-        {1, SQL_C_INTERVAL_YEAR, SQL_CHAR, 1, 1, 1, "HY003"},
         {1, SQL_C_CHAR, SQL_C_DEFAULT, 1, 1, 1, "HY004"},
         {1, SQL_C_CHAR, SQL_CHAR, 3, 1, 1, "HY105"}, {1, SQL_C_CHAR, SQL_CHAR, 16, 1, 1, ""},
         {1, SQL_C_CHAR, SQL_NUMERIC, 1, 1, 0, "HY104"},
+        {1, SQL_C_NUMERIC, SQL_CHAR, 1, 1, 0, "HY021"},
         {1, SQL_C_CHAR, SQL_CHAR, 1, -7, 1, "HY021"},
-        {1, SQL_C_CHAR, SQL_CHAR, 1, 1, 0xFFFFFFFE, "HY021"},
         {1, SQL_C_CHAR, SQL_CHAR, 1, 1, 0xFFFFFFFF, ""},
-        {1, SQL_C_NUMERIC, SQL_CHAR, 1, 1, 0, "HY021"}};
+        {1, SQL_C_CHAR, SQL_CHAR, 1, 1, 0xFFFFFFFE, "HY021"}};
     for (const auto &c : cases) {
         session s;
         EXPECT_EQ(*c.expected == '\0' ? SQL_SUCCESS : SQL_ERROR,
                   SQLBindParameter(s.stmt, c.number, c.direction, c.value_type, c.sql_type, c.size,
                                    0, &s, c.length, nullptr));
-        EXPECT_EQ(c.expected, states(s));
+        EXPECT_EQ(c.expected, states_of(s.stmt));
     }
 }
 // clang-format on
@@ -62,13 +58,16 @@ TEST(parameter_bind, unbinding_from_the_end_shrinks_the_list)
         {1, SQL_ERROR, 2},   {2, SQL_ERROR, 0}, {1, SQL_SUCCESS, 0}};
     for (const auto &[number, code, left] : steps) {
         EXPECT_EQ(code, bind(s.stmt, number, 0, 0, nullptr)) << number;
-        EXPECT_EQ("", states(s));
+        EXPECT_EQ("", states_of(s.stmt));
         EXPECT_EQ(left, s.stmt->apd->field_count) << number;
         // Every marker must be bound; the first that is not, among others, is named.
         s.stmt->found_param_count = 4;
         for (const int silent : {1, 0}) {
             EXPECT_EQ(number == 5 ? 0 : -1, cass_check_params(s.stmt, silent, 11));
-            EXPECT_EQ(silent || number == 5 ? "" : number == 3 ? "07002@3" : "07002", states(s));
+            EXPECT_EQ(silent || number == 5 ? ""
+                      : number == 3         ? "07002@3"
+                                            : "07002",
+                      states_of(s.stmt));
         }
     }
 }

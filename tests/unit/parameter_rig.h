@@ -9,22 +9,15 @@
 #include "tests/app_value.h"
 #include "tests/unit/handles.h"
 
-// "STATE@parameter" of all records.
-inline std::string states(const session &s)
-{
-    return states_of(&s.stmt->head);
-}
-
 // The values of the set in work behind their count, in hexadecimal, or the states of the failure.
 inline std::string encode(session &s, std::int32_t markers = 1)
 {
     s.stmt->found_param_count = markers;
     cass_diag_clear(&s.stmt->head);
-    const std::unique_ptr<cass_packet, decltype(&cass_packet_unref)> packet(
-        cass_new_packet(s.stmt, PROTOCOL_VERSION, 0, 0, OPCODE_QUERY, nullptr), cass_packet_unref);
+    const held_packet packet(packet_of(s.stmt, OPCODE_QUERY, ""));
     if (cass_append_params(s.stmt, packet.get()) != 0)
-        return states(s);
-    EXPECT_EQ("", states(s));
+        return states_of(s.stmt);
+    EXPECT_EQ("", states_of(s.stmt));
     const auto *body = reinterpret_cast<const char *>(packet->body);
     const std::string bytes(body, static_cast<std::size_t>(packet->write_pos));
     EXPECT_EQ(be16(markers), bytes.substr(0, 2));

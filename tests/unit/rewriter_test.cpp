@@ -25,9 +25,9 @@ static constexpr struct {
     // Markers, quotes, brackets, comments.
     {u"insert into t (a,b) values (?,?)", nullptr, 2}, {u"select '?' from t where a=?", nullptr, 1},
     {u"select 'it''s ?' from t", nullptr, 0}, {u"select '''' , ?", nullptr, 1},
-    {u"select \"a?b\" from t", nullptr, 0}, {u"select \"a\"\"?\", ?", nullptr, 1},
-    {u"select '\"', ?, \"'\", ?", nullptr, 2}, {u"select a[?] from t where b=?", nullptr, 1},
-    {u"a['] ? [\"] ?", nullptr, 2}, {u"'[' ? 'x]' ?", nullptr, 2}, {u"select 'open ?", nullptr, 0},
+    {u"select \"a\"\"?\", ?", nullptr, 1}, {u"select a[?] from t where b=?", nullptr, 1},
+    {u"select '\"', ?, \"'\", ?", nullptr, 2}, {u"select 'open ?", nullptr, 0},
+    {u"a['] ? [\"] ?", nullptr, 2}, {u"'[' ? 'x]' ?", nullptr, 2},
     {u"a = ? -- why?", nullptr, 1}, {u"-- ' ?\na = ?", nullptr, 1}, {u"-- ' ?\ra = ?", nullptr, 1},
     {u"'--' ? - ? -", nullptr, 2}, {u"/* ? ' */ ?", nullptr, 1},
     // Byte-order marks go everywhere but in comments.
@@ -35,10 +35,9 @@ static constexpr struct {
     {u"'a'\xFEFF'?' -- \xFEFF", u"'a''?' -- \xFEFF", 0}, {u"caf\xE9 = '\x20AC'", nullptr, 0},
     // Escape sequences; of "ts" only the first letter goes.
     {u"{fn NOW()}", u"    NOW() ", 0}, {u"select { fn f(?) } x", u"select      f(?)   x", 1},
-    {u"{d '2020-01-31'}", u"   '2020-01-31' ", 0}, {u"{d 'a'} {t 'b'}", u"   'a'     'b' ", 0},
-    {u"{dt 'x'}", u"    'x' ", 0}, {u"{ts '2001-02-03'}", u"  s '2001-02-03' ", 0},
+    {u"{d 'a'} {t 'b'}", u"   'a'     'b' ", 0}, {u"{ts '2001-02-03'}", u"  s '2001-02-03' ", 0},
     {u"{ d 'x'}", u"    'x' ", 0}, {u"{  d 'x'}", u"      x' ", 0}, {u"{d}", u"   ", 0},
-    {u"{  d}", u"     ", 0}, {u"{FN NOW()}", nullptr, 0}, {u"{D 'x'}", nullptr, 0},
+    {u"{FN NOW()}", nullptr, 0}, {u"{D 'x'}", nullptr, 0},
     {u"{?=call p(?)}", nullptr, 2}, {u"{oj a} {escape '\\'} {} {  } {", nullptr, 0},
     {u"'{fn x}'", nullptr, 0}, {u"}", nullptr, 0},
     // A brace alone works from the text's start, a nested one from the outermost brace.
@@ -96,23 +95,19 @@ TEST_F(rewriter, notes_for_the_log)
 {
     // clang-format off
     static constexpr struct { const char16_t *text; const char *notes; } cases[] = {
-        {u"SELECT '?' from t where a=?", "1 params where17 from10"},
-        {u"select a from t where a=? ", "1 where15 from8"}, {u"\xFEFFsel", "1"}, {u"sel\x100", "1"},
-        {u"Show ?", "2"}, {u"drop table t", "3"}, {u"update t", "4"}, {u"{exec p}", "7 p}"},
-        {u"insert", "5"}, {u"{call p}", "0"}, {u"-- c\nselect 1", "0"}, {u"x y", "7"},
-        {u"EXECUTE  my_proc(1) x", "7 my_proc(1)"}, {u"exec p", "7 p"}, {u"exec", "7"},
-        {u"use k", "0"},
+        {u"SELECT '?' from t where a=?", "1 params where17 from10"}, {u"\xFEFFsel", "1"},
+        {u"Show ?", "2"}, {u"{exec p}", "7 p}"}, {u"{call p}", "0"}, {u"-- c\nselect 1", "0"},
+        {u"EXECUTE  my_proc(1) x", "7 my_proc(1)"}, {u"exec", "7"}, {u"sel\x100", "1"},
         {u"select a from t from u", "1 from8"}, {u"UPDATE T SET a=1 WHERE", "4 where16 set8"},
         {u"insert into t (a,b) values (?,?);", "5 into6 values19"},
         {u"select a from t group by x order by y", "1 from8 group15 order26"},
-        {u"select * from (select a from t)", "1 from8"}, {u"selectfrom x", "1"},
+        {u"select a from/*c*/t", "1"}, {u"select a fr\"\"om t", "1"}, {u"select a) from t", "1"},
         {u"select (a)from;x", "1 from9"}, {u"select 1 from t where(a=1)", "1 where15 from8"},
-        {u"select a from/*c*/t", "1"}, {u"select ' from ' , \" from \", [ from ] x", "1"},
-        {u"select a fr\"\"om t", "1"}, {u"select a ffrom t", "1"}, {u"select a) from t", "1"},
+        {u"select ' from ' , \" from \", [ from ] x", "1"},
         {u"select a \x166rom t", "1"},       // "f" in its low byte
         {u"select a fr-om t", "1 from9"},  // a hyphen neither feeds nor resets a word
         // Index 0 is no word start, index 1 always is one.
-        {u"from t", "0"}, {u"xfrom t", "7 from0"}, {u"\xFEFF" "a from t", "0 from1"},
+        {u"from t", "0"}, {u"xfrom t", "7 from0"},
     };
     // clang-format on
     for (const auto &c : cases) {

@@ -4,17 +4,14 @@
 
 TEST(strfunc, null_and_empty_arguments)
 {
-    static SQLWCHAR none[] = {0};
     static constexpr SQLCHAR empty[] = {0};
-    constexpr std::int64_t too_many = std::int64_t{1} << 31;
     for (cass_string *null :
          {cass_string_from_ansi(nullptr, SQL_NTS), cass_string_from_wide(nullptr, 3),
           cass_string_from_utf8(nullptr, 3, 1), cass_string_copy(nullptr),
-          cass_string_alloc(too_many)})
+          cass_string_alloc(std::int64_t{1} << 31)})
         EXPECT_EQ(null, nullptr);
     for (cass_string *string :
-         {cass_string_alloc(0), cass_string_from_ansi(empty, SQL_NTS),
-          cass_string_from_ansi(empty, -7), cass_string_from_wide(none, SQL_NTS),
+         {cass_string_from_ansi(empty, SQL_NTS), cass_string_from_ansi(empty, -7),
           cass_string_from_cstr(nullptr), cass_string_from_bytes(nullptr, 9)})
         EXPECT_EQ(units_of(own(string).get()), u"");
 }
@@ -23,20 +20,18 @@ TEST(strfunc, utf8_with_the_masks_of_the_driver)
 {
     // clang-format off
     static const struct { const char *bytes; int count; std::u16string units; } rows[] = {
-        {"aZ", 2, u"aZ"}, {"\xC3\xA9", 2, u"\xE9"}, {"\xE2\x82\xAC!", 4, u"\x20AC!"},
         {"\xF0\x9F\x98\x80x", 5, u"\xF600x"},  // the high bits are lost, no surrogate pair
-        {"\xED\xA0\x80", 3, u"\xD800"}, {"\x9F\x61", 2, {u"\0a", 2}}, {"abc", -5, u""},
+        {"\x9F\x61", 2, {u"\0a", 2}}, {"abc", -5, u""}, {"\xC3\xA9t", SQL_NTS, u"\xE9t"},
         {"\xC3\x61", 2, u"\xE1"},  // not a continuation byte: masked all the same
-        {"\xE2\x82", 2, u"\x2080"}, {"\xF0\x9F", 2, u"\xF000"},  // what the end cuts off is 0
-        {"\xE2\x82\xAC", 2, u"\x2080"}, {"\xC3\xA9t", SQL_NTS, u"\xE9t"}, {"abc", 0, u""},
+        {"\xE2\x82\xAC", 2, u"\x2080"}, {"\xF0\x9F", 2, u"\xF000"},  // what is cut off is 0
     };
     // clang-format on
     for (const auto &r : rows)
         EXPECT_EQ(units_of(own(cass_string_from_utf8(r.bytes, r.count, 1)).get()), r.units)
             << r.bytes;
     const owned_string text = string_of(u"\x7F\x80\x7FF\x800\x20AC\xFFFF\xD83D\xDE00");
-    const std::unique_ptr<char, void (*)(void *)> utf8(cass_string_to_utf8(text.get()), std::free),
-        low_bytes(cass_string_to_ascii(text.get()), std::free);
+    const held_text utf8(cass_string_to_utf8(text.get())),
+        low_bytes(cass_string_to_ascii(text.get()));
     EXPECT_STREQ(utf8.get(), "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xE2\x82\xAC\xEF\xBF\xBF"
                              "\xED\xA0\xBD\xED\xB8\x80");
     EXPECT_STREQ(low_bytes.get(), "\x7F\x80\xFF");
@@ -52,15 +47,14 @@ TEST(strfunc, utf8_with_the_masks_of_the_driver)
                  "\xC3\xA9\xED\xA0\xBD");
     const owned_string plain = own(cass_string_copy(own(cass_string_from_cstr("\xC3\xA9")).get()));
     EXPECT_STREQ(held_text(cass_string_to_bytes(plain.get(), &count)).get(), "\xC3\xA9");
-    EXPECT_EQ(units_of(own(cass_string_from_bytes("a\x80\xFF", 3)).get()), u"a\x80\xFF");
 }
 
 TEST(strfunc, comparison_knows_no_case_of_ascii)
 {
     // clang-format off
     static constexpr struct { const char16_t *left; const char *right; int order; } orders[] = {
-        {u"ABC", "abc", 0}, {u"ab", "abc", -1}, {u"abcd", "abc", 1}, {u"", "", 0}, {u"b", "A", 1},
-        {u"a\x100", "a", 1}, {u"\x161", "A", 0}, {u"\xE9", "a", -1}, {u"\xE9", "\xC9", 1},
+        {u"ABC", "abc", 0}, {u"ab", "abc", -1}, {u"abcd", "abc", 1}, {u"b", "A", 1},
+        {u"\x161", "A", 0}, {u"\xE9", "a", -1}, {u"\xE9", "\xC9", 1},
     };
     // clang-format on
     for (const auto &o : orders)
@@ -75,9 +69,7 @@ TEST(strfunc, parts_sums_and_format)
     };
     EXPECT_EQ(part(0, -1) + part(2, 2) + part(4, 9) + part(5, 0x7FFFFFFF), "abcdefcdeff");
     EXPECT_EQ(part(6, 1) + part(99, -1) + part(1, 0), "");
-    for (const cass_string *tail : {text.get(), static_cast<cass_string *>(nullptr)})
-        EXPECT_EQ(cass_string_append(text.get(), tail), text.get());
-    EXPECT_EQ(units_of(text.get()), u"abcdefabcdef");
+    cass_string_append(text.get(), text.get());  // to itself
     const owned_string formatted = own(
         cass_string_format("%S|%S|%s|%d|%l", text.get(), nullptr, "b\xE9", -2147483647 - 1, 42));
     EXPECT_EQ(units_of(formatted.get()), u"abcdefabcdef|(nul)|b\xFFE9|-2147483648|42");
@@ -89,9 +81,8 @@ TEST(strfunc, parts_sums_and_format)
 TEST(ascii, numbers_as_in_the_c_locale)
 {
     for (const char *text :
-         {"", "42x", " \t\n+7", "-2147483648", "4294967296", "2147483648", "- 5", "x1", "017", "08",
-          "9223372036854775807", "9223372036854775808", "-9223372036854775809",
-          "99999999999999999999999", "0x1F", "0X1fg", "0x", "-0x10"}) {
+         {"", "42x", " \t\n+7", "-2147483648", "4294967296", "- 5", "017", "08", "0X1fg", "0x",
+          "9223372036854775807", "9223372036854775808", "-9223372036854775809", "-0x10"}) {
         const auto any_base = static_cast<int>(std::strtol(text, nullptr, 0));
         EXPECT_EQ(ascii_to_int(text), static_cast<int>(std::strtol(text, nullptr, 10))) << text;
         EXPECT_EQ(ascii_to_int_any_base(text), any_base) << text;

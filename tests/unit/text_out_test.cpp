@@ -4,9 +4,7 @@
 
 static std::string utf8_of(const std::u16string &text)
 {
-    const std::unique_ptr<char, void (*)(void *)> utf8(cass_string_to_utf8(string_of(text).get()),
-                                                       std::free);
-    return utf8.get();
+    return held_text(cass_string_to_utf8(string_of(text).get())).get();
 }
 
 // A call that writes a text for an application, and what it is to say of it.

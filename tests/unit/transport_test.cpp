@@ -17,7 +17,7 @@
 
 // ---- Bytes --------------------------------------------------------------------------------------
 
-TEST(conn_read, waits_on_a_non_blocking_socket_and_through_signals)
+TEST(connection, waits_on_a_non_blocking_socket_and_through_signals)
 {
     session s;
     struct sigaction action = {};
@@ -40,12 +40,7 @@ TEST(conn_read, waits_on_a_non_blocking_socket_and_through_signals)
         EXPECT_TRUE(got[0] == 3 && got[1] == 0);
     }
     EXPECT_EQ(records(&s.conn->head), "");
-}
-
-TEST(conn_write, sends_all_of_it_whatever_the_socket_takes_at_once)
-{
-    session s;
-    fcntl(s.conn->socket, F_SETFL, O_NONBLOCK);
+    // All of it is sent, whatever the socket takes at once.
     const std::string bytes(4'000'000, 'w');
     std::string total;
     std::thread peer([&] {
@@ -59,39 +54,32 @@ TEST(conn_write, sends_all_of_it_whatever_the_socket_takes_at_once)
 
 // ---- Session start ------------------------------------------------------------------------------
 
-// A listening socket as the connection's server. Its queue takes one client more than `queue`.
-static int listen_for(const session &s, int queue)
-{
+// A server of the connection whose queue is full: it drops further calls without a word.
+struct full_server {
+    session s, first;
     const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    socklen_t size = sizeof address;
-    listen(listener, queue);
-    getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
-    s.conn->settings.server = cass_string_from_cstr("127.0.0.1");
-    s.conn->settings.port = ntohs(address.sin_port);
-    return listener;
-}
 
-TEST(open_servers, gives_a_socket_that_no_child_inherits)
-{
-    session s;
-    cass_close_socket(s.conn);
-    const int listener = listen_for(s, 1);
-    EXPECT_EQ(cass_open_servers(s.conn, s.conn->settings.server, s.conn->settings.port), 0);
-    EXPECT_NE(fcntl(s.conn->socket, F_GETFD) & FD_CLOEXEC, 0);
-    close(listener);
-}
+    full_server()
+    {
+        sockaddr_in address = {};
+        socklen_t size = sizeof address;
+        listen(listener, 0);
+        getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
+        s.conn->settings.server = cass_string_from_cstr("127.0.0.1");
+        s.conn->settings.port = ntohs(address.sin_port);
+        cass_close_socket(first.conn);
+        EXPECT_EQ(cass_open_servers(first.conn, s.conn->settings.server, s.conn->settings.port), 0);
+        EXPECT_NE(fcntl(first.conn->socket, F_GETFD) & FD_CLOEXEC, 0);
+    }
+    ~full_server() { close(listener); }
+};
 
-// A queue that is full drops further calls without a word. The attribute, in seconds, wins over the
-// setting.
+// The attribute, in seconds, wins over the setting.
 TEST(open_servers, that_stay_silent_end_in_a_time_out)
 {
     for (const unsigned seconds : {0, 1}) {
-        session s;
-        const int listener = listen_for(s, 0);
-        const session first;
-        cass_close_socket(first.conn);
-        cass_open_servers(first.conn, s.conn->settings.server, s.conn->settings.port);
+        const full_server server;
+        const session &s = server.s;
         s.conn->login_timeout = seconds;
         s.conn->settings.logon_timeout = 300;
         const auto start = std::chrono::steady_clock::now();
@@ -100,7 +88,6 @@ TEST(open_servers, that_stay_silent_end_in_a_time_out)
         const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - start;
         EXPECT_GE(waited.count(), seconds == 0 ? 0.29 : 0.99);
         EXPECT_TRUE(seconds == 1 || waited.count() < 0.95) << waited.count();
-        close(listener);
     }
 }
 
@@ -150,17 +137,14 @@ TEST(entry_frame, thread_that_ends_within_a_call_leaves_the_handle_free)
 // The connect takes a second, as the server's queue is full. The request comes meanwhile.
 TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)
 {
-    session s;
-    const int listener = listen_for(s, 0);
-    const session first;
-    cass_close_socket(first.conn);
-    EXPECT_EQ(cass_open_servers(first.conn, s.conn->settings.server, s.conn->settings.port), 0);
+    full_server server;
+    session &s = server.s;
     s.conn->settings.encrypt = 1;
     std::string got;
     std::thread peer([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        close(accept(listener, nullptr, nullptr));
-        close(std::exchange(s.peer, accept(listener, nullptr, nullptr)));
+        close(accept(server.listener, nullptr, nullptr));
+        close(std::exchange(s.peer, accept(server.listener, nullptr, nullptr)));
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         got = heard(s);
         shutdown(s.peer, SHUT_RDWR);
@@ -173,7 +157,6 @@ TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)
     EXPECT_EQ(cass_connect(s.conn, 0), SQL_ERROR);
     peer.join();
     statement.join();
-    close(listener);
     EXPECT_EQ(got[0], 0x16);  // a handshake
     EXPECT_EQ(got.find("secret"), std::string::npos);
     EXPECT_EQ(records(&s.stmt->head), "08S01|Communication link failure: failed to send packet\n");
