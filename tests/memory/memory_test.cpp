@@ -2,14 +2,9 @@
 // application then sees is what it sees with memory in plenty, or SQL_ERROR with HY001: never less
 // with a success, never a crash or a block that is lost. After a failure the application does it
 // all again, and gets it all, or is told that the connection is gone.
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <functional>
 
 #include "tests/app_value.h"
@@ -58,16 +53,8 @@ using scenario = std::vector<step>;
 
 static SQLHANDLE handle_of(const application &app, SQLSMALLINT type)
 {
-    switch (type) {
-    case SQL_HANDLE_ENV:
-        return app.env;
-    case SQL_HANDLE_DBC:
-        return app.conn;
-    case SQL_HANDLE_STMT:
-        return app.stmt;
-    default:
-        return app.desc;
-    }
+    const SQLHANDLE by_type[] = {nullptr, app.env, app.conn, app.stmt, app.desc};
+    return by_type[type];
 }
 
 struct answer {
@@ -95,18 +82,16 @@ static answer take_step(const step &step, application &app)
     return told;
 }
 
-static void free_all(application *app)
+static void free_all(const application &app)
 {
-    if (app->stmt != nullptr)
-        DRIVER(SQLFreeHandle(SQL_HANDLE_STMT, app->stmt));
-    if (app->desc != nullptr)
-        DRIVER(SQLFreeHandle(SQL_HANDLE_DESC, app->desc));
-    if (app->conn != nullptr) {
-        DRIVER(SQLDisconnect(app->conn));
-        DRIVER(SQLFreeHandle(SQL_HANDLE_DBC, app->conn));
+    for (const SQLSMALLINT type :
+         {SQL_HANDLE_STMT, SQL_HANDLE_DESC, SQL_HANDLE_DBC, SQL_HANDLE_ENV}) {
+        if (handle_of(app, type) == nullptr)
+            continue;
+        if (type == SQL_HANDLE_DBC)
+            DRIVER(SQLDisconnect(app.conn));
+        DRIVER(SQLFreeHandle(type, handle_of(app, type)));
     }
-    if (app->env != nullptr)
-        DRIVER(SQLFreeHandle(SQL_HANDLE_ENV, app->env));
 }
 
 // ---- The rule -----------------------------------------------------------------------------------
@@ -165,17 +150,6 @@ static std::string shown(const answer &told)
            ::testing::PrintToString(told.records);
 }
 
-// For a crash, which leaves no other word.
-static char doing[256];
-
-[[maybe_unused, noreturn]] static void on_crash(int number)
-{
-    const ssize_t written = write(STDERR_FILENO, doing, std::strlen(doing));
-    std::signal(number, SIG_DFL);
-    std::raise(number);
-    std::_Exit(written > 0);
-}
-
 static std::string differs(const char *when, const step &step, const answer &told,
                            const answer &wanted)
 {
@@ -232,7 +206,7 @@ static std::string run(const scenario &steps, application app, const allocation_
         break;
     }
     allocations.quiet = true;
-    free_all(&app);
+    free_all(app);
     return wrong;
 }
 
@@ -439,31 +413,35 @@ static SQLRETURN read_diagnostics(application &s, std::string *data)
 // clang-format on
 #define STMT(...) CALL(SQL_HANDLE_STMT, PLAIN, __VA_ARGS__)
 
-static SQLRETURN make(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE *made, std::string *data)
+// A new handle; one that is there already goes first.
+static step make(SQLSMALLINT parent, SQLSMALLINT type, SQLHANDLE application::*made,
+                 const char *name)
 {
-    const SQLRETURN code = DRIVER(SQLAllocHandle(type, parent, made));
-    *data = *made == nullptr ? "none" : "one";
-    return code;
+    const auto run = [=](application &s, std::string *data) {
+        if (s.*made != nullptr)
+            DRIVER(SQLFreeHandle(type, std::exchange(s.*made, nullptr)));
+        const SQLRETURN code = DRIVER(SQLAllocHandle(type, handle_of(s, parent), &(s.*made)));
+        *data = s.*made == nullptr ? "none" : "one";
+        return code;
+    };
+    return {name, parent, run, NO_RECORD};
 }
 
-static SQLRETURN drop(SQLSMALLINT type, SQLHANDLE *handle)
+static step drop(SQLSMALLINT parent, SQLSMALLINT type, SQLHANDLE application::*held)
 {
-    const SQLHANDLE gone = *handle;
-    *handle = nullptr;
-    return DRIVER(SQLFreeHandle(type, gone));
+    return {"free", parent, [=](application &s, std::string *) {
+                return DRIVER(SQLFreeHandle(type, std::exchange(s.*held, nullptr)));
+            }};
 }
 
-static const step make_env = {"environment", SQL_HANDLE_ENV, [](application &s, std::string *d) {
-                                  return make(SQL_HANDLE_ENV, nullptr, &s.env, d);
-                              }};
-static const step make_conn = {
-    "connection", SQL_HANDLE_ENV,
-    [](application &s, std::string *d) { return make(SQL_HANDLE_DBC, s.env, &s.conn, d); },
-    NO_RECORD};
-static const step make_stmt = {
-    "statement", SQL_HANDLE_DBC,
-    [](application &s, std::string *d) { return make(SQL_HANDLE_STMT, s.conn, &s.stmt, d); },
-    NO_RECORD};
+static const step make_env = make(SQL_HANDLE_ENV, SQL_HANDLE_ENV, &application::env, "environment");
+static const step make_conn =
+    make(SQL_HANDLE_ENV, SQL_HANDLE_DBC, &application::conn, "connection");
+static const step make_stmt =
+    make(SQL_HANDLE_DBC, SQL_HANDLE_STMT, &application::stmt, "statement");
+static const step drop_stmt = drop(SQL_HANDLE_DBC, SQL_HANDLE_STMT, &application::stmt);
+static const step drop_conn = drop(SQL_HANDLE_ENV, SQL_HANDLE_DBC, &application::conn);
+static const step drop_env = drop(SQL_HANDLE_ENV, SQL_HANDLE_ENV, &application::env);
 static const step odbc3 =
     CALL(SQL_HANDLE_ENV, PLAIN,
          SQLSetEnvAttr(s.env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0));
@@ -475,16 +453,7 @@ static const step by_name = CALL(SQL_HANDLE_DBC, AGAIN,
                                  SQLConnect(s.conn, words(s.connection.c_str()), SQL_NTS,
                                             words("user"), SQL_NTS, words("password"), SQL_NTS));
 static const step use_keyspace = STMT(SQLExecDirect(s.stmt, words("use \"ks\""), SQL_NTS));
-static const step drop_stmt = {"free statement", SQL_HANDLE_DBC, [](application &s, std::string *) {
-                                   return drop(SQL_HANDLE_STMT, &s.stmt);
-                               }};
 static const step part = CALL(SQL_HANDLE_DBC, PLAIN, SQLDisconnect(s.conn));
-static const step drop_conn = {
-    "free connection", SQL_HANDLE_ENV,
-    [](application &s, std::string *) { return drop(SQL_HANDLE_DBC, &s.conn); }};
-static const step drop_env = {
-    "free environment", SQL_HANDLE_ENV,
-    [](application &s, std::string *) { return drop(SQL_HANDLE_ENV, &s.env); }};
 static const step rows = {"rows", SQL_HANDLE_STMT, read_rows};
 static const step close_rows = STMT(SQLFreeStmt(s.stmt, SQL_CLOSE));
 
@@ -603,13 +572,7 @@ static const scenario telling = within({
          SQLSetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, words("x"), SQL_NTS)),
     CALL(SQL_HANDLE_DBC, PLAIN,
          SQLGetConnectAttr(s.conn, SQL_ATTR_CURRENT_CATALOG, s.text, 64, nullptr)),
-    {"descriptor", SQL_HANDLE_DBC,
-     [](application &s, std::string *data) {
-         if (s.desc != nullptr)
-             drop(SQL_HANDLE_DESC, &s.desc);
-         return make(SQL_HANDLE_DESC, s.conn, &s.desc, data);
-     },
-     NO_RECORD},
+    make(SQL_HANDLE_DBC, SQL_HANDLE_DESC, &application::desc, "descriptor"),
     STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_APP_ROW_DESC, s.desc, 0)),
     STMT(SQLBindCol(s.stmt, 3, SQL_C_CHAR, s.bound[0], 64, &s.lengths[0])),
     CALL(SQL_HANDLE_DESC, PLAIN,
@@ -642,7 +605,7 @@ struct road {
     std::string settings;  // {address}, {folder}; in front of "=": a section of odbc.ini
     bool lz4 = false;
     bool tls = false;
-    // Every so many allocations fail, with VHCASS_EVERY_ALLOCATION every one.
+    // Every so many allocations fail.
     long alone = 1;
     long all_behind = 1;
     long of_library = 0;  // alone and with all behind; 0: none
@@ -662,25 +625,25 @@ struct memory : ::testing::TestWithParam<road> {
         .key = key_pem(KEY_ONE),
         .http = "HTTP/1.1 200 OK\r\nContent-Length: 64\r\n\r\n"
                 R"({"region": "r", "contact_info": {"contact_points": ["a", "b"]}} )"};
-    node_ptr node = node_ptr(nullptr, node_free);
+    const node_ptr node = node_start();
     application app;
 
-    // A server's time is limited: every so many runs there is another.
-    void start()
+    memory()
     {
         const road &r = GetParam();
-        node = node_start();
-        node_answer_rest(node.get(), [lz4 = r.lz4](const node_request &request) {
-            return respond(request, lz4);
-        });
+        node_answer_rest(node.get(),
+                         [&r](const node_request &request) { return respond(request, r.lz4); });
         if (r.tls)
             node_use_tls(node.get(), tls);
         app.address = node_address(node.get());
         app.connection = r.settings;
-        const auto fill = [&](const std::string &word, const std::string &value) {
+        for (const auto &[word, value] :
+             {std::pair(std::string("{address}"), app.address), {"{folder}", folder.path}})
             for (std::size_t at; (at = app.connection.find(word)) != std::string::npos;)
                 app.connection.replace(at, word.size(), value);
-        };
+        folder.add("ca.pem", ca.pem);
+        folder.add("key.pem", key_pem(KEY_TWO));
+        folder.add("cert.pem", make_certificate({.key = KEY_TWO}, &ca).pem);
         const std::string port = std::to_string(node_port(node.get()));
         write_bundle(
             folder.path + "/bundle.zip",
@@ -690,70 +653,38 @@ struct memory : ::testing::TestWithParam<road> {
              {"ca", ca.pem},
              {"cert", make_certificate({.key = KEY_TWO}, &ca).pem},
              {"key", key_pem(KEY_TWO)}});
-        fill("{address}", app.address);
-        fill("{folder}", folder.path);
-        if (!r.settings.starts_with("["))
-            return;
-        // The installer library remembers values by section: each server has one of its own.
-        const std::string name = "memory" + std::to_string(node_port(node.get()));
-        std::ofstream(folder.path + "/odbc.ini") << "[" << name << app.connection.substr(1);
-        app.connection = name;
-    }
-    void end()
-    {
-        EXPECT_EQ(node_finish(node.get()), "");
-        node.reset();
+        setenv("ODBCSYSINI", folder.path.c_str(), 1);
+        setenv("ODBCINI", folder.add("odbc.ini", app.connection).c_str(), 1);
+        if (r.settings.starts_with("["))
+            app.connection = "memory";
     }
 };
 
 TEST_P(memory, that_runs_out_is_told_and_costs_nothing_else)
 {
     const road &r = GetParam();
-    setenv("ODBCSYSINI", folder.path.c_str(), 1);
-    setenv("ODBCINI", (folder.path + "/odbc.ini").c_str(), 1);
-#ifndef __SANITIZE_ADDRESS__
-    for (const int crash : {SIGSEGV, SIGABRT, SIGBUS})
-        std::signal(crash, on_crash);
-#endif
-    folder.add("ca.pem", ca.pem);
-    folder.add("key.pem", key_pem(KEY_TWO));
-    folder.add("cert.pem", make_certificate({.key = KEY_TWO}, &ca).pem);
-    std::vector<answer> wanted;
-    start();
     // The first run meets what is made once in a process.
-    std::vector<answer> first;
+    std::vector<answer> first, wanted;
     ASSERT_EQ(run(r.steps, app, {}, &first), "");
     long alive = allocations.alive;
     ASSERT_EQ(run(r.steps, app, {}, &wanted), "");
     const long kept = allocations.alive - alive;
     const long total[] = {allocations.seen[BY_DRIVER], allocations.seen[BY_LIBRARY]};
-    RecordProperty("allocations", std::to_string(total[0]) + " " + std::to_string(total[1]));
-    const bool every = std::getenv("VHCASS_EVERY_ALLOCATION") != nullptr;
-    using clock = std::chrono::steady_clock;
-    clock::time_point started = clock::now();
     for (const allocation_owner owner : {BY_DRIVER, BY_LIBRARY})
         for (const bool all_behind : {false, true}) {
-            long stride = owner == BY_LIBRARY ? r.of_library : all_behind ? r.all_behind : r.alone;
-            if (every && stride > 0)
-                stride = 1;
+            const long stride = owner == BY_LIBRARY ? r.of_library
+                                : all_behind        ? r.all_behind
+                                                    : r.alone;
             for (long number = 1; stride > 0 && number <= total[owner]; number += stride) {
-                if (clock::now() - started > std::chrono::seconds(5)) {
-                    end();
-                    start();
-                    started = clock::now();
-                }
-                std::snprintf(doing, sizeof doing, "%s: allocation %ld of %s%s\n", r.name, number,
-                              owner == BY_DRIVER ? "the driver" : "a library",
-                              all_behind ? " and all behind" : "");
                 alive = allocations.alive;
-                const std::string wrong =
-                    run(r.steps, app, {.owner = owner, .number = number, .all_behind = all_behind},
-                        &wanted);
-                EXPECT_TRUE(wrong.empty()) << doing << wrong;
-                EXPECT_TRUE(r.keeps || allocations.alive - alive <= kept) << doing;
+                const allocation_plan plan = {owner, number, all_behind};
+                const std::string wrong = run(r.steps, app, plan, &wanted);
+                EXPECT_TRUE(wrong.empty() && (r.keeps || allocations.alive - alive <= kept))
+                    << "allocation " << number << " of owner " << owner
+                    << (all_behind ? " and all behind: " : ": ") << wrong;
             }
         }
-    end();
+    EXPECT_EQ(node_finish(node.get()), "");
 }
 
 static const std::string there = "SERVER={address};UID=user;PWD=password;KEYSPACE=ks;";
@@ -763,7 +694,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         road{"session", session_by(by_string), there + "Logging=0;StringLen=300"},
         road{"data_source", session_by(by_name),
-             "[]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
+             "[memory]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
         road{"statements", statements, there}, road{"lz4", statements, there, true},
         road{"parameters", parameters, there}, road{"tables", tables, there},
         road{"columns", columns, there}, road{"keys", keys, there}, road{"indexes", indexes, there},

@@ -67,14 +67,7 @@ tls_session tls_accept(const node_tls &settings)
         demand_certificate(ctx, settings.client_issuers);
     tls_session session(SSL_new(ctx), SSL_free);
     SSL_CTX_free(ctx);
-    SSL_set_bio(session.get(), BIO_new(BIO_s_mem()), BIO_new(BIO_s_mem()));
-    SSL_set_accept_state(session.get());
     return session;
-}
-
-void tls_feed(SSL *ssl, std::string_view data)
-{
-    BIO_write(SSL_get_rbio(ssl), data.data(), static_cast<int>(data.size()));
 }
 
 bytes tls_take(SSL *ssl)

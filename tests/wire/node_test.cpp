@@ -23,7 +23,7 @@ static void ask_too_much()
 
 TEST(node, complains_of_what_its_script_does_not_hold)
 {
-    EXPECT_NONFATAL_FAILURE(ask_something_else(), "expected QUERY (7), body of 16");
-    EXPECT_NONFATAL_FAILURE(ask_nothing(), "never came: QUERY (7), body of 16");
-    EXPECT_NONFATAL_FAILURE(ask_too_much(), "expected nothing more, came QUERY (7)");
+    EXPECT_NONFATAL_FAILURE(ask_something_else(), "expected opcode 7, body of 16");
+    EXPECT_NONFATAL_FAILURE(ask_nothing(), "never came: opcode 7, body of 16");
+    EXPECT_NONFATAL_FAILURE(ask_too_much(), "expected nothing more, came opcode 7");
 }
