@@ -643,16 +643,10 @@ struct memory : ::testing::TestWithParam<road> {
                 app.connection.replace(at, word.size(), value);
         folder.add("ca.pem", ca.pem);
         folder.add("key.pem", key_pem(KEY_TWO));
-        folder.add("cert.pem", make_certificate({.key = KEY_TWO}, &ca).pem);
-        const std::string port = std::to_string(node_port(node.get()));
-        write_bundle(
-            folder.path + "/bundle.zip",
-            {{"config.json", R"({"host": "127.0.0.1", "port": )" + port + R"(, "cql_port": )" +
-                                 port + R"(, "keyspace": "ks", "caCertLocation": "./ca",)" +
-                                 R"("certLocation": "cert", "keyLocation": "./key"})"},
-             {"ca", ca.pem},
-             {"cert", make_certificate({.key = KEY_TWO}, &ca).pem},
-             {"key", key_pem(KEY_TWO)}});
+        const std::string pem = make_certificate({.key = KEY_TWO}, &ca).pem;
+        folder.add("cert.pem", pem);
+        write_bundle(folder.path + "/bundle.zip",
+                     hosted_bundle(node_port(node.get()), ca.pem, pem, key_pem(KEY_TWO)));
         setenv("ODBCSYSINI", folder.path.c_str(), 1);
         setenv("ODBCINI", folder.add("odbc.ini", app.connection).c_str(), 1);
         if (r.settings.starts_with("["))

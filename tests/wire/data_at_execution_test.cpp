@@ -182,18 +182,3 @@ TEST(data_at_execution_requests, direct_select_has_one_page_unless_its_columns_w
         EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
     }
 }
-
-// A pause may be left by any other statement; nothing of it is sent, and the parameter that was
-// being served is gone.
-TEST(data_at_execution_requests, pause_is_left_by_the_next_statement)
-{
-    for (const bool prepared : {false, true}) {
-        const wire_ptr wire = wire_logged_on();
-        SQLLEN at_exec;
-        run_to_chunk(wire.get(), prepared, INSERT_ONE, &at_exec, "lost");
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS));
-        run_query(wire, "q", void_frame());
-        EXPECT_STMT(SQL_ERROR, wire->stmt, SQLPutData(wire->stmt, &at_exec, 1));
-        EXPECT_EQ(stmt_records(wire->stmt), record_list{"HY010 Function sequence error"});
-    }
-}
