@@ -82,12 +82,12 @@ void live_close(live_session *live)
     delete live;
 }
 
-live_ptr live_open(SQLULEN odbc_version)
+live_ptr live_open()
 {
     set_up_ini_files();
     live_ptr live(new live_session{}, live_close);
     EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &live->env), SQL_SUCCESS);
-    EXPECT_EQ(SQLSetEnvAttr(live->env, SQL_ATTR_ODBC_VERSION, odbc_number(odbc_version), 0),
+    EXPECT_EQ(SQLSetEnvAttr(live->env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0),
               SQL_SUCCESS);
     EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_DBC, live->env, &live->conn), SQL_SUCCESS);
     return live;
@@ -155,14 +155,14 @@ void make_keyspace(SQLHSTMT stmt, const std::string &name)
 void live_test::SetUp()
 {
     NEED_NODE("VHCASS_SERVER");
-    log_on_with("", SQL_OV_ODBC3);
+    log_on();
 }
 
-void live_test::log_on_with(const std::string &more, SQLULEN odbc_version, bool is_wide)
+void live_test::log_on(bool is_wide)
 {
-    live = live_open(odbc_version);
+    live = live_open();
     conn = live->conn;
-    EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings() + more, is_wide));
+    EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings(), is_wide));
     stmt = new_stmt(live.get());
 }
 
@@ -172,10 +172,10 @@ void live_test::use_keyspace(const std::string &name)
     run(stmt, "USE " + name);
 }
 
-void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end, int step)
+void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end)
 {
     std::string batch = "BEGIN UNLOGGED BATCH\n";
-    for (int n = first; n < end; n += step)
+    for (int n = first; n < end; n++)
         batch += replaced(change, "{n}", std::to_string(n)) + ";\n";
     run(stmt, batch + "APPLY BATCH");
 }

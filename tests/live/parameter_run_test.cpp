@@ -31,61 +31,6 @@ TEST_F(live_parameter_runs, null_indicator_is_refused_by_the_server)
     }
 }
 
-// ---- Long values --------------------------------------------------------------------------------
-
-static constexpr std::size_t MIB = 1 << 20;
-
-// Bytes that compression cannot make fewer.
-static std::string bytes_at(std::size_t at, std::size_t count)
-{
-    std::string bytes(count, '\0');
-    for (char &byte : bytes) {
-        std::uint64_t bits = ++at * 0x9E3779B97F4A7C15u;
-        bits = (bits ^ bits >> 32) * 0xD6E8FEB86659FD93u;
-        byte = static_cast<char>(bits >> 56);
-    }
-    return bytes;
-}
-
-// Given in chunks and read in pieces. A node takes requests of up to
-// native_transport_max_frame_size, and values of up to half its commitlog_segment_size: 16 MiB
-// both, unless it is set up for more.
-TEST_F(live_parameter_runs, blob_of_64_mib_in_chunks)
-{
-    make_table("live_param_large");
-    constexpr std::size_t size = 64 * MIB + 1;
-    indicator = SQL_LEN_DATA_AT_EXEC(static_cast<SQLLEN>(size));
-    bind(stmt, 1, SQL_C_BINARY, SQL_LONGVARBINARY, &indicator, &indicator, 0, size);
-    EXPECT_STMT(SQL_NEED_DATA, stmt,
-                exec(stmt, "INSERT INTO " + table + " (k, c_blob) VALUES (1, ?)"));
-    SQLPOINTER token = nullptr;
-    EXPECT_STMT(SQL_NEED_DATA, stmt, SQLParamData(stmt, &token));
-    for (std::size_t at = 0; at < size; at += MIB) {
-        std::string chunk = bytes_at(at, std::min(MIB, size - at));
-        EXPECT_STMT(SQL_SUCCESS, stmt, SQLPutData(stmt, chunk.data(), SQLLEN(chunk.size())));
-    }
-    const bool written = SQL_SUCCEEDED(SQLParamData(stmt, &token));
-    const std::string records = ::testing::PrintToString(stmt_records(stmt));
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLFreeStmt(stmt, SQL_RESET_PARAMS));  // and with it the chunks
-    if (records.find("oversized mutation") != std::string::npos ||
-        records.find("Request is too big") != std::string::npos) {
-        expect_alive(conn);
-        GTEST_SKIP() << "not run: the node is not set up for values of 64 MiB";
-    }
-    ASSERT_TRUE(written) << records;  // a server may warn of the size
-    ASSERT_STMT(SQL_SUCCESS, stmt, exec(stmt, "SELECT c_blob FROM " + table + " WHERE k = 1"));
-    ASSERT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-    std::string piece(MIB - 1, '\0');
-    for (std::size_t at = 0; at < size; at += MIB - 1) {
-        SQLLEN left = -99;
-        ASSERT_STMT(size - at < MIB ? SQL_SUCCESS : SQL_SUCCESS_WITH_INFO, stmt,
-                    SQLGetData(stmt, 1, SQL_C_BINARY, piece.data(), MIB - 1, &left));
-        ASSERT_EQ(left, static_cast<SQLLEN>(size - at));
-        ASSERT_TRUE(piece.starts_with(bytes_at(at, std::min(MIB - 1, size - at)))) << at;
-    }
-    EXPECT_STMT(SQL_NO_DATA, stmt, SQLFetch(stmt));
-}
-
 // ---- Statements used again ----------------------------------------------------------------------
 
 TEST_F(live_parameter_runs, array_is_inserted_and_selected_over_many_pages)

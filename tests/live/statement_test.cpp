@@ -12,35 +12,6 @@ struct live_statements : live_test {
     }
 };
 
-TEST_F(live_statements, run_again_closed_in_all_ways_and_read_out_of_turn)
-{
-    make_table("live_again");
-    EXPECT_STMT(SQL_ERROR, stmt, SQLFetch(stmt));
-    ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, "SELECT n FROM live_again.t WHERE p = 1"));
-    EXPECT_STMT(SQL_ERROR, stmt, SQLCancel(stmt));  // nothing can be stopped: it says so
-    for (int turn = 0; turn < 3; turn++) {
-        ASSERT_STMT(SQL_SUCCESS, stmt, SQLExecute(stmt));
-        EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-        EXPECT_TRUE(cell_text(stmt, 2).starts_with("<SQL_ERROR: 07009"));
-        EXPECT_EQ(row_text(stmt), "0");
-        EXPECT_EQ(row_text(stmt), "<SQL_NO_DATA>");
-        if (turn != 1) {  // where it is left there
-            EXPECT_EQ(fetch_all(stmt), (row_list{"1", "2"}));
-        }
-        EXPECT_STMT(SQL_SUCCESS, stmt, turn ? SQLFreeStmt(stmt, SQL_CLOSE) : SQLCloseCursor(stmt));
-    }
-    ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, "DELETE FROM live_again.t WHERE p = 1 AND n = 0"));
-    EXPECT_EQ(column_count(stmt), 0);
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLExecute(stmt));
-    ASSERT_STMT(SQL_SUCCESS, stmt, exec(stmt, "SELECT p, n, t FROM t WHERE p = 1"));
-    SQLLEN rows = 7;
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLRowCount(stmt, &rows));
-    EXPECT_EQ(rows, -1);
-    EXPECT_EQ(fetch_all(stmt), (row_list{"1|1|row", "1|2|row"}));
-    EXPECT_STMT(SQL_NO_DATA, stmt, SQLMoreResults(stmt));
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLCancel(stmt));
-}
-
 TEST_F(live_statements, refusals_and_warnings_are_the_servers)
 {
     EXPECT_STMT(SQL_ERROR, stmt, exec(stmt, "SELEC k FROM t"));
@@ -76,7 +47,7 @@ TEST_F(live_statements, keyspaces_and_tables_come_and_go)
 // that widens its bytes.
 TEST_F(live_statements, wide_text_goes_out_in_low_bytes)
 {
-    log_on_with("", SQL_OV_ODBC3, true);
+    log_on(true);
     make_table("live_wide");
     const std::u16string insert = u"INSERT INTO t (p, n, t) VALUES (2, 1, '\u00C3\u00A9')";
     EXPECT_STMT(SQL_SUCCESS, stmt, SQLExecDirectW(stmt, odbc_wide(insert), SQL_NTS));

@@ -29,16 +29,6 @@ static std::string memory_of(SQLHSTMT stmt, SQLUSMALLINT column, SQLSMALLINT c_t
     return {buffer, std::min(static_cast<std::size_t>(length), sizeof buffer)};
 }
 
-TEST_F(live_types, null_of_every_type_is_null)
-{
-    make_tables("live_nulls");
-    run(stmt, "INSERT INTO t (k) VALUES (1)");
-    std::string nulls = "1";
-    for (int i = 0; i < 25; i++)
-        nulls += "|NULL";
-    EXPECT_EQ(query(conn, "SELECT * FROM t"), row_list{nulls});
-}
-
 struct value_case {
     std::string column;
     std::string literal;
