@@ -180,11 +180,6 @@ void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end)
     run(stmt, batch + "APPLY BATCH");
 }
 
-void set_attribute(SQLHSTMT stmt, SQLINTEGER attribute, SQLPOINTER value)
-{
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLSetStmtAttr(stmt, attribute, value, 0)) << attribute;
-}
-
 // ---- Diagnostics and results ----------------------------------------------------------------------
 
 void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wanted)

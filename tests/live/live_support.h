@@ -75,7 +75,6 @@ void note_keyspace(const std::string &name);
 void make_keyspace(SQLHSTMT stmt, const std::string &name);
 // In one request `change` for n = first ... below end, which stands at its marks {n}.
 void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end);
-void set_attribute(SQLHSTMT stmt, SQLINTEGER attribute, SQLPOINTER value);
 
 // A test with a session that is logged on to VHCASS_SERVER, skipped without one.
 struct live_test : ::testing::Test {
