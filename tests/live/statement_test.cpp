@@ -1,5 +1,5 @@
-// The life of a statement through the Driver Manager: prepared and executed again, closed in all
-// ways, keyspaces and tables made and dropped, text beyond ASCII.
+// Statements through the Driver Manager: the server's refusals and warnings, keyspaces and tables
+// made and dropped, text beyond ASCII.
 #include "tests/live/live_support.h"
 
 struct live_statements : live_test {
@@ -41,27 +41,4 @@ TEST_F(live_statements, keyspaces_and_tables_come_and_go)
     EXPECT_EQ(query(conn, "  SELECT {fn cast(k as text)}, v['\xC3\x85'] FROM u -- why?\n; "),
               row_list{"2024-02-29|5"});
     EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, "DROP TABLE u"));
-}
-
-// A wide text goes out in the low bytes of its units: below 128 whole, and UTF-8 by an application
-// that widens its bytes.
-TEST_F(live_statements, wide_text_goes_out_in_low_bytes)
-{
-    log_on(true);
-    make_table("live_wide");
-    const std::u16string insert = u"INSERT INTO t (p, n, t) VALUES (2, 1, '\u00C3\u00A9')";
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLExecDirectW(stmt, odbc_wide(insert), SQL_NTS));
-    // Names come from the server as UTF-8 and are kept one code unit a byte.
-    const std::u16string select =
-        u"SELECT t AS \"\u00C3\u00A9\" FROM live_wide.t WHERE p = 2 beyond";
-    ASSERT_STMT(SQL_SUCCESS, stmt,
-                SQLPrepareW(stmt, odbc_wide(select), static_cast<SQLINTEGER>(select.size() - 7)));
-    ASSERT_STMT(SQL_SUCCESS, stmt, SQLExecute(stmt));
-    ASSERT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-    SQLWCHAR text[8] = {}, name[8] = {};
-    SQLLEN length = 0;
-    SQLGetData(stmt, 1, SQL_C_WCHAR, text, sizeof text, &length);
-    SQLDescribeColW(stmt, 1, name, 8, nullptr, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_EQ(reinterpret_cast<char16_t *>(text), std::u16string(u"\u00E9"));
-    EXPECT_EQ(reinterpret_cast<char16_t *>(name), std::u16string(u"\u00C3\u00A9"));
 }

@@ -32,15 +32,6 @@ bytes type_list(const bytes &element) { return type_of(NODE_LIST) + element; }
 bytes type_map(const bytes &key, const bytes &value) { return type_of(NODE_MAP) + key + value; }
 // clang-format on
 
-bytes type_udt(std::string_view keyspace, std::string_view name,
-               const std::vector<std::pair<bytes, bytes>> &fields)
-{
-    bytes out = type_of(NODE_UDT) + wire_string(keyspace) + wire_string(name) + be16(fields.size());
-    for (const auto &[field, type] : fields)
-        out += wire_string(field) + type;
-    return out;
-}
-
 // Column specifications, with keyspace and table once in front.
 static bytes column_specs(const node_columns &columns)
 {
@@ -192,14 +183,4 @@ bytes page_tail(std::string_view paging_state, int consistency)
 bytes query_body(std::string_view sql, int consistency)
 {
     return wire_long_string(sql) + page_tail({}, consistency);
-}
-
-bytes use_body(std::string_view keyspace)
-{
-    return wire_long_string("USE \"" + bytes(keyspace) + "\";") + be16(CONSISTENCY_ONE) + be8(0);
-}
-
-bytes auth_body(std::string_view user, std::string_view password)
-{
-    return wire_long_string(bytes(1, '\0') + bytes(user) + bytes(1, '\0') + bytes(password));
 }

@@ -1,11 +1,10 @@
-// The scripted server's thread: it waits on the listening socket, on the connections and on a wake
-// descriptor together, takes one whole request from whichever connection has one, and answers it
+// The scripted server's thread: it waits on the listening socket and on the connections together,
+// takes one whole request from whichever connection has one, and answers it
 // by the next step. The test's thread touches the record under its lock only.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -32,7 +31,6 @@ struct node_connection {
 
 struct scripted_node {
     int listener;
-    int wake;  // readable once the server is to stop
     int port;
     std::atomic<bool> stopping;
     std::vector<node_connection> connections;  // the thread's own
@@ -40,7 +38,6 @@ struct scripted_node {
 
     std::mutex lock;  // over what follows
     std::deque<node_step> script;
-    int steps_done;
     node_responder responder;
     std::optional<node_tls> tls;
     std::vector<bytes> tls_names;
@@ -56,14 +53,13 @@ static std::string request_text(int opcode, const bytes &body)
                        std::to_string(body.size()) + " bytes: ";
     for (const char c : body)
         text += c >= 0x20 && c < 0x7F ? bytes{c} : "\\" + to_hex({&c, 1});
-    return text + "\n";
+    return text;
 }
 
 static void complain(scripted_node *node, const std::string &text)
 {
     const std::lock_guard hold(node->lock);
-    node->complaints += "step " + std::to_string(node->steps_done + 1) + ": " + text +
-                        (text.ends_with('\n') ? "" : "\n");
+    node->complaints += text + "\n";
 }
 
 // ---- Bytes in and out ----------------------------------------------------------------------
@@ -121,8 +117,6 @@ static void answer_http(scripted_node *node, const node_connection &from)
     const std::lock_guard hold(node->lock);
     node->http_request = request;
     transmit(from.socket, tls_encrypt(from.tls.get(), node->tls->http), false);
-    SSL_shutdown(from.tls.get());
-    transmit(from.socket, tls_take(from.tls.get()), false);
 }
 
 // One request, restored. False when the connection is at its end.
@@ -180,12 +174,10 @@ static std::vector<node_frame> answers_to(scripted_node *node, const node_reques
     }
     const node_step step = node->script.front();
     node->script.pop_front();
-    if (step.opcode == request.opcode && step.body == request.body) {
-        node->steps_done++;
+    if (step.opcode == request.opcode && step.body == request.body)
         return step.replies;
-    }
     hold.unlock();
-    complain(node, "expected " + request_text(step.opcode, step.body) + "came " +
+    complain(node, "expected " + request_text(step.opcode, step.body) + "\ncame " +
                        request_text(request.opcode, request.body));
     return {error_frame(0, "not the request that the script expects")};
 }
@@ -195,7 +187,7 @@ static bool serve(scripted_node *node, node_connection *connection)
 {
     node_request request;
     if (!read_request(node, *connection, &request)) {
-        close(connection->socket);
+        hang_up(*connection, false);
         return false;
     }
     check_header(node, connection->lz4, request);
@@ -260,7 +252,7 @@ static void run(scripted_node *node)
     sigaddset(&pipe_signal, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &pipe_signal, nullptr);
     while (!node->stopping) {
-        std::vector<pollfd> waits = {{node->wake, POLLIN, 0}, {node->listener, POLLIN, 0}};
+        std::vector<pollfd> waits = {{node->listener, POLLIN, 0}};
         for (const node_connection &connection : node->connections)
             waits.push_back({connection.socket, POLLIN, 0});
         const int ready = poll(waits.data(), waits.size(), DEADLINE_SECONDS * 1000);
@@ -271,39 +263,33 @@ static void run(scripted_node *node)
             break;
         }
         // Connections behind the ones that were polled keep their places: they are only added.
-        for (std::size_t i = waits.size(); i-- > 2;)
-            if (waits[i].revents != 0 && !serve(node, &node->connections[i - 2]))
+        for (std::size_t i = waits.size(); i-- > 1;)
+            if (waits[i].revents != 0 && !serve(node, &node->connections[i - 1]))
                 node->connections.erase(node->connections.begin() +
-                                        static_cast<std::ptrdiff_t>(i - 2));
-        if (waits[1].revents != 0)
+                                        static_cast<std::ptrdiff_t>(i - 1));
+        if (waits[0].revents != 0)
             take_connection(node);
     }
     for (const node_connection &connection : node->connections)
         hang_up(connection, true);
-    close(node->listener);
 }
 
 // ---- For tests ---------------------------------------------------------------------------------
 
-[[noreturn]] static void give_up(const char *what)
-{
-    std::perror(what);
-    std::abort();
-}
-
 node_ptr node_start()
 {
     node_ptr node(new scripted_node{}, node_free);
-    node->wake = eventfd(0, EFD_CLOEXEC);
     node->listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     sockaddr *const any = reinterpret_cast<sockaddr *>(&address);
     socklen_t length = sizeof address;
-    if (node->wake < 0 || bind(node->listener, any, length) != 0 ||
-        listen(node->listener, 16) != 0 || getsockname(node->listener, any, &length) != 0)
-        give_up("scripted server: listen");
+    if (bind(node->listener, any, length) != 0 || listen(node->listener, 16) != 0 ||
+        getsockname(node->listener, any, &length) != 0) {
+        std::perror("scripted server: listen");
+        std::abort();
+    }
     node->port = ntohs(address.sin_port);
     node->thread = std::thread(run, node.get());
     return node;
@@ -352,17 +338,15 @@ bytes node_http_request(scripted_node *node)
 std::string node_finish(scripted_node *node)
 {
     if (node->thread.joinable()) {
-        const std::uint64_t one = 1;
         node->stopping = true;
-        if (write(node->wake, &one, sizeof one) != sizeof one)
-            give_up("scripted server: wake");
+        shutdown(node->listener, SHUT_RDWR);  // wakes the thread
         node->thread.join();
-        close(node->wake);
+        close(node->listener);
     }
     const std::lock_guard hold(node->lock);
     std::string text = node->complaints;
     for (const node_step &step : node->script)
-        text += "never came: " + request_text(step.opcode, step.body);
+        text += "never came: " + request_text(step.opcode, step.body) + "\n";
     return text;
 }
 

@@ -8,7 +8,8 @@ static const node_columns mixed = {
     {"t", type_of(NODE_VARCHAR)},
     {"m", type_map(type_of(NODE_INT), type_of(NODE_VARCHAR))},
     {"d", type_of(NODE_DECIMAL)},
-    {"u", type_udt("ks", "u", {{"f", type_of(NODE_UUID)}})},
+    {"u", type_of(NODE_UDT) + wire_string("ks") + wire_string("u") + be16(1) + wire_string("f") +
+              type_of(NODE_UUID)},
 };
 
 static node_frame mixed_rows()
