@@ -236,27 +236,24 @@ static node_frame answer_to(const bytes &body)
     const node_metadata more = {.paging_state = second ? "" : "page2"};
     const bytes options =
         be32(2) + wire_bytes("target") + wire_bytes("v") + wire_bytes("x") + wire_bytes("y");
-    if (has("system_schema.tables"))
-        return text_rows({{"ks", second ? "u" : "t"}}, more);
-    if (has("system_schema.views"))
-        return text_rows({{"ks", "view"}});
-    if (has("system_schema.keyspaces"))
-        return text_rows({{"ks"}, {"system"}});
-    if (has("system_schema.columns"))
-        return text_rows({{"id", "partition_key", "int"}, {"v", "regular", "map<text, int>"}});
-    if (has("system_schema.indexes"))
-        return rows_frame({{"k", type_of(NODE_VARCHAR)},
-                           {"t", type_of(NODE_VARCHAR)},
-                           {"i", type_of(NODE_VARCHAR)},
-                           {"kind", type_of(NODE_VARCHAR)},
-                           {"o", type_map(type_of(NODE_VARCHAR), type_of(NODE_VARCHAR))}},
-                          {{"ks", "t", "by_v", "COMPOSITES", options}});
-    if (has("use \"") || has("USE "))
-        return set_keyspace_frame("ks");
-    if (has("refused"))
-        return error_frame(0x2200, "no such thing");
-    if (has("insert") || has("INS"))
-        return void_frame();
+    node_columns index(5, {"c", type_of(NODE_VARCHAR)});
+    index.back().type = type_map(type_of(NODE_VARCHAR), type_of(NODE_VARCHAR));
+    const std::pair<const char *, node_frame> answers[] = {
+        {"system_schema.tables", text_rows({{"ks", second ? "u" : "t"}}, more)},
+        {"system_schema.views", text_rows({{"ks", "view"}})},
+        {"system_schema.keyspaces", text_rows({{"ks"}, {"system"}})},
+        {"system_schema.columns",
+         text_rows({{"id", "partition_key", "int"}, {"v", "regular", "map<text, int>"}})},
+        {"system_schema.indexes", rows_frame(index, {{"ks", "t", "by_v", "COMPOSITES", options}})},
+        {"use \"", set_keyspace_frame("ks")},
+        {"USE ", set_keyspace_frame("ks")},
+        {"refused", error_frame(0x2200, "no such thing")},
+        {"insert", void_frame()},
+        {"INS", void_frame()},
+    };
+    for (const auto &[word, frame] : answers)
+        if (has(word))
+            return frame;
     const node_frame rows =
         second ? rows_frame(several, {several_cells(3, bytes(100, 'z'))})
                : rows_frame(several, {several_cells(1, "one"), several_cells(2, bytes(300, '2'))},
@@ -454,12 +451,6 @@ static const step part = CONN(SQLDisconnect(s.conn));
 static const step rows = {"rows", SQL_HANDLE_STMT, read_rows};
 static const step close_rows = STMT(SQLFreeStmt(s.stmt, SQL_CLOSE));
 
-static step marked(step given, unsigned marks)
-{
-    given.marks |= marks;
-    return given;
-}
-
 // A session from its beginning to its end.
 static scenario session_by(const step &connect)
 {
@@ -557,7 +548,7 @@ static const scenario types = within({LISTED(SQLGetTypeInfo(s.stmt, SQL_ALL_TYPE
 
 // What is told of a failure, and of the connection, and what descriptors keep.
 static const scenario telling = within({
-    marked(STMT(SQLExecDirect(s.stmt, words("refused"), SQL_NTS)), QUIET),
+    CALL(SQL_HANDLE_STMT, QUIET, SQLExecDirect(s.stmt, words("refused"), SQL_NTS)),
     {"diagnostics", SQL_HANDLE_ENV, read_diagnostics, NO_RECORD},
     {"info", SQL_HANDLE_DBC, read_info},
     CONN(SQLNativeSql(s.conn, words("select {fn now()}"), NTS, words(s.text), 64, nullptr)),
