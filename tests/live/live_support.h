@@ -69,9 +69,8 @@ std::string replaced(std::string text, const std::string &mark, const std::strin
 
 // Executes a text whose result is of no interest. A server's warning is let pass.
 void run(SQLHSTMT stmt, const std::string &sql);
-// Adds a name to the file VHCASS_MADE_KEYSPACES, for whoever cleans the cluster up.
-void note_keyspace(const std::string &name);
-// An empty keyspace. Each test takes a name of its own: tests may run side by side.
+// An empty keyspace, whose name is added to the file VHCASS_MADE_KEYSPACES. Each test takes a name
+// of its own: tests may run side by side.
 void make_keyspace(SQLHSTMT stmt, const std::string &name);
 // In one request `change` for n = first ... below end, which stands at its marks {n}.
 void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end);

@@ -691,3 +691,35 @@ INSTANTIATE_TEST_SUITE_P(
         road{"bundle", session_by(by_string), "BUNDLE={folder}/bundle.zip;UID=user;PWD=password",
              false, true, 3, 13, 613, true}),
     [](const auto &given) { return std::string(given.param.name); });
+
+// A page that was read is given back: many pages take no more blocks than a few.
+TEST(pages, are_given_back_when_they_are_read)
+{
+    const node_ptr node = node_start();
+    node_answer_rest(node.get(), [](const node_request &request) {
+        if (request.opcode == NODE_OPTIONS || request.opcode == NODE_STARTUP)
+            return std::vector{request.opcode == NODE_OPTIONS ? stock_supported(true)
+                                                              : ready_frame()};
+        return std::vector{
+            rows_frame(several, std::vector(100, several_cells(1, "one")), {.paging_state = "p"})};
+    });
+    application s;
+    const std::string settings = "SERVER=" + node_address(node.get());
+    SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &s.env);
+    SQLSetEnvAttr(s.env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0);
+    SQLAllocHandle(SQL_HANDLE_DBC, s.env, &s.conn);
+    SQLDriverConnect(s.conn, nullptr, odbc_text(settings), SQL_NTS, nullptr, 0, nullptr,
+                     SQL_DRIVER_NOPROMPT);
+    SQLAllocHandle(SQL_HANDLE_STMT, s.conn, &s.stmt);
+    EXPECT_STMT(SQL_SUCCESS, s.stmt, exec(s.stmt, "q"));
+    plan_allocations({});
+    allocations.alive = 0;
+    long few = 0;
+    for (int row = 0; row < 20000; row++) {
+        ASSERT_STMT(SQL_SUCCESS, s.stmt, DRIVER(SQLFetch(s.stmt)));
+        if (row == 1000)
+            few = allocations.alive;
+    }
+    EXPECT_LE(allocations.alive, few + 10);
+    free_all(s);
+}
