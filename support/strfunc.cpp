@@ -339,10 +339,20 @@ char *cass_string_to_utf8(const cass_string *string)
     return reinterpret_cast<char *>(bytes);
 }
 
-static bool is_pair(const cass_string *string, std::int32_t at)
+int cass_utf8_put_pair(SQLWCHAR high, SQLWCHAR low, unsigned char *out)
 {
-    return at + 1 < string->length && (string->text[at] & 0xFC00) == 0xD800 &&
-           (string->text[at + 1] & 0xFC00) == 0xDC00;
+    const std::uint32_t point = 0x10000 + ((high & 0x3FFu) << 10 | (low & 0x3FFu));
+    out[0] = static_cast<unsigned char>(0xF0 | point >> 18);
+    out[1] = static_cast<unsigned char>(0x80 | (point >> 12 & 0x3F));
+    out[2] = static_cast<unsigned char>(0x80 | (point >> 6 & 0x3F));
+    out[3] = static_cast<unsigned char>(0x80 | (point & 0x3F));
+    return 4;
+}
+
+int cass_utf8_size(const unsigned char *bytes, std::int64_t available)
+{
+    const int size = bytes[0] < 0xC0 ? 1 : bytes[0] < 0xE0 ? 2 : bytes[0] < 0xF0 ? 3 : 4;
+    return available < size ? static_cast<int>(available) : size;
 }
 
 char *cass_string_to_bytes(const cass_string *string, std::int32_t *count)
@@ -361,17 +371,11 @@ char *cass_string_to_bytes(const cass_string *string, std::int32_t *count)
         return nullptr;
     unsigned char *end = bytes;
     for (std::int32_t i = 0; i < length; i++) {
-        if (!is_pair(string, i)) {
+        const SQLWCHAR next = i + 1 < length ? string->text[i + 1] : 0;
+        if (cass_is_high_surrogate(string->text[i]) && cass_is_low_surrogate(next))
+            end += cass_utf8_put_pair(string->text[i++], next, end);
+        else
             end += cass_utf8_put(string->text[i], end);
-            continue;
-        }
-        const std::uint32_t high = string->text[i] & 0x3FFu, low = string->text[i + 1] & 0x3FFu;
-        const std::uint32_t point = 0x10000 + (high << 10 | low);
-        *end++ = static_cast<unsigned char>(0xF0 | point >> 18);
-        *end++ = static_cast<unsigned char>(0x80 | (point >> 12 & 0x3F));
-        *end++ = static_cast<unsigned char>(0x80 | (point >> 6 & 0x3F));
-        *end++ = static_cast<unsigned char>(0x80 | (point & 0x3F));
-        i++;
     }
     *end = 0;
     *count = static_cast<std::int32_t>(end - bytes);

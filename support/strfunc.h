@@ -116,6 +116,20 @@ char *cass_string_to_utf8(const cass_string *string);
 // does exhaustion.
 char *cass_string_to_bytes(const cass_string *string, std::int32_t *count);
 
+// A unit is the first (second) half of a surrogate pair.
+inline bool cass_is_high_surrogate(SQLWCHAR unit)
+{
+    return (unit & 0xFC00) == 0xD800;
+}
+inline bool cass_is_low_surrogate(SQLWCHAR unit)
+{
+    return (unit & 0xFC00) == 0xDC00;
+}
+// The four bytes of UTF-8 for a surrogate pair. 4.
+int cass_utf8_put_pair(SQLWCHAR high, SQLWCHAR low, unsigned char *out);
+// Bytes of the UTF-8 character at the start of `available` (at least 1) bytes, by its first byte:
+// 1 to 4, never more than available.
+int cass_utf8_size(const unsigned char *bytes, std::int64_t available);
 // Bytes written for one unit, 1 to 3.
 int cass_utf8_put(SQLWCHAR unit, unsigned char *out);
 // One unit from at most `available` (at least 1) bytes; missing bytes count as 0. Bytes consumed,

@@ -383,6 +383,7 @@ SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_
         .octets = oct_ptr == strlen_or_ind ? nullptr : oct_ptr,
         .column = column_number,
         .logged = cass_log_is_on(&stmt->head),
+        .bound = false,
     };
     if (request.logged) [[unlikely]]
         cell_log_request(request, target_type, fields, afields);

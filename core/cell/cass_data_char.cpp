@@ -106,7 +106,27 @@ static SQLLEN put_hexadecimal(unsigned char *target, const cell_piece &piece, SQ
     return units / 2;
 }
 
+// Whole characters; bytes that are left over are the terminator's.
+static SQLLEN put_characters(unsigned char *target, const cell_piece &piece, SQLLEN units)
+{
+    SQLLEN kept = units;
+    while (units < piece.count && kept > 0 && units - kept < 4 &&
+           (piece.bytes[kept] & 0xC0) == 0x80)
+        kept--;
+    if (units - kept == 4)  // no UTF-8
+        kept = units;
+    std::memcpy(target, piece.bytes, static_cast<std::size_t>(kept));
+    std::memset(target + kept, 0, static_cast<std::size_t>(units - kept));
+    return kept;
+}
+
+static bool narrow_cut_splits_characters(const cass_conn *conn)
+{
+    return conn->conduct->narrow_cut_splits_characters;
+}
+
 static constexpr cell_rule text_rule = {.write = cell_copy_bytes};
+static constexpr cell_rule character_rule = {.write = put_characters};
 static constexpr cell_rule formatted_rule = {.write = cell_copy_bytes, .piecewise = false};
 
 static bool hexadecimal_length_is_undoubled(const cass_conn *conn)
@@ -124,6 +144,11 @@ static constexpr cell_rule hexadecimal_rule = {
     .length_is_undoubled = hexadecimal_length_is_undoubled,
 };
 
+[[gnu::noinline]] static SQLRETURN get_characters(const cell_request &request)
+{
+    return cell_deliver(request, cell_rest(request, 1), character_rule);
+}
+
 // Apart from the text of other cells, which is the road of millions.
 [[gnu::noinline]] static SQLRETURN get_hexadecimal(const cell_request &request)
 {
@@ -134,7 +159,9 @@ SQLRETURN get_char(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
     if (cell.data_type == SQL_CHAR)
-        return cell_deliver(request, cell_rest(request, 1), text_rule);
+        return request.bound && !narrow_cut_splits_characters(stmt_conn(request.stmt))
+                   ? get_characters(request)
+                   : cell_deliver(request, cell_rest(request, 1), text_rule);
     if (cell.data_type == SQL_BINARY)
         return get_hexadecimal(request);
 

@@ -33,6 +33,7 @@ struct cell_request {
     void *octets;          // SQLLEN
     std::int32_t column;   // for the diagnostics
     bool logged;           // the log is on: asked once for a row or a call
+    bool bound;            // of a bound column: nothing reads on where it was cut
 };
 
 // A request whose record is known: cass_get_data behind its own log records. Resolves the target

@@ -47,6 +47,27 @@ static SQLLEN count_units(const unsigned char *bytes, SQLLEN count)
     return units;
 }
 
+// Units of the character at the start of UTF-8: two for one beyond the basic plane.
+static SQLLEN units_of_character(const unsigned char *bytes, SQLLEN available)
+{
+    return cass_utf8_size(bytes, available) == 4 ? 2 : 1;
+}
+
+// A piece has ended between the halves of the pair that stands around these bytes.
+static bool is_second_half(const cell_request &request, const unsigned char *bytes)
+{
+    return request.field->data_storage.offset >= 2 && bytes[-2] >= 0xF0;
+}
+
+// Units of UTF-16 in `count` bytes of UTF-8.
+static SQLLEN count_utf16(const unsigned char *bytes, SQLLEN count)
+{
+    SQLLEN units = 0;
+    for (SQLLEN at = 0; at < count; at += cass_utf8_size(bytes + at, count - at))
+        units += units_of_character(bytes + at, count - at);
+    return units;
+}
+
 // ---- The rules ---------------------------------------------------------------------------------
 
 static SQLLEN put_text(unsigned char *target, const cell_piece &piece, SQLLEN units)
@@ -58,6 +79,77 @@ static SQLLEN put_text(unsigned char *target, const cell_piece &piece, SQLLEN un
         put_unit(target, i, unit);
     }
     return at;
+}
+
+// The surrogates of a character of four bytes.
+struct surrogate_pair {
+    SQLWCHAR high, low;
+};
+
+static surrogate_pair pair_of(const unsigned char *bytes)
+{
+    const std::uint32_t point = ((bytes[0] & 7u) << 18 | (bytes[1] & 0x3Fu) << 12 |
+                                 (bytes[2] & 0x3Fu) << 6 | (bytes[3] & 0x3Fu)) -
+                                0x10000;
+    return {static_cast<SQLWCHAR>(0xD800 | (point >> 10 & 0x3FF)),
+            static_cast<SQLWCHAR>(0xDC00 | (point & 0x3FF))};
+}
+
+// Whole characters of `units` units at the most; the units, and in *used the bytes of the piece.
+static SQLLEN put_characters(unsigned char *target, const cell_piece &piece, SQLLEN units,
+                             SQLLEN *used)
+{
+    SQLLEN at = 0;
+    SQLLEN i = 0;
+    while (i < units) {
+        const unsigned char *bytes = piece.bytes + at;
+        const SQLLEN left = piece.count - at;
+        if (units_of_character(bytes, left) == 1) {
+            SQLWCHAR unit;
+            at += next_unit(bytes, left, &unit);
+            put_unit(target, i++, unit);
+        } else if (i + 2 <= units) {
+            const surrogate_pair pair = pair_of(bytes);
+            put_unit(target, i++, pair.high);
+            put_unit(target, i++, pair.low);
+            at += 4;
+        } else {
+            break;
+        }
+    }
+    *used = at;
+    return i;
+}
+
+// Fills the units: a pair at the end is delivered by halves, two bytes of it each time.
+static SQLLEN put_pieces(unsigned char *target, const cell_piece &piece, SQLLEN units)
+{
+    SQLLEN used;
+    const SQLLEN done = put_characters(target, piece, units, &used);
+    if (done == units)
+        return used;
+    put_unit(target, done, pair_of(piece.bytes + used).high);
+    return used + 2;
+}
+
+// A unit that is left over in front of a pair is the terminator's.
+static SQLLEN put_bound(unsigned char *target, const cell_piece &piece, SQLLEN units)
+{
+    SQLLEN used;
+    const SQLLEN done = put_characters(target, piece, units, &used);
+    if (done < units)
+        put_unit(target, done, 0);
+    return used;
+}
+
+// The second half of a pair, in front of what follows it.
+static SQLLEN put_second_half(unsigned char *target, const cell_piece &piece, SQLLEN units)
+{
+    if (units < 1)
+        return 0;
+    put_unit(target, 0, pair_of(piece.bytes - 2).low);
+    const cell_piece rest = {piece.bytes + 2, piece.count - 2, piece.units - 1};
+    return 2 + put_pieces(target + UNIT, rest, units - 1);
 }
 
 static SQLLEN put_hexadecimal(unsigned char *target, const cell_piece &piece, SQLLEN units)
@@ -89,6 +181,11 @@ static constexpr cell_rule text_rule = {
     .margin = UNIT,
     .cut_fills_buffer = wide_cut_fills_buffer,
 };
+static constexpr cell_rule utf16_rule(SQLLEN (*write)(unsigned char *, const cell_piece &, SQLLEN))
+{
+    return {
+        .write = write, .unit = UNIT, .margin = UNIT, .cut_fills_buffer = wide_cut_fills_buffer};
+}
 static constexpr cell_rule hexadecimal_rule = {
     .write = put_hexadecimal,
     .unit = UNIT,
@@ -96,8 +193,8 @@ static constexpr cell_rule hexadecimal_rule = {
     .margin = UNIT,
     .cut_fills_buffer = wide_cut_fills_buffer,
 };
-// Half a unit behind the value counts as room for the terminator, which is then left out: a buffer
-// of an odd size has always been served so.
+// Half a unit behind the value counts as room for the terminator, which is then left out: in a
+// buffer of an odd size, on purpose.
 static constexpr cell_rule formatted_rule = {
     .write = put_formatted,
     .unit = UNIT,
@@ -105,8 +202,8 @@ static constexpr cell_rule formatted_rule = {
     .piecewise = false,
 };
 
-// A buffer of 23 bytes or more gets milliseconds, also when there are none; the divisor that turns
-// 999,999,999 nanoseconds into 1000 is the one that readers have always seen.
+// A buffer of 23 bytes or more gets milliseconds, also when there are none. The divisor turns
+// 999,999,999 nanoseconds into 1000, on purpose.
 static int format_timestamp(char *out, const cell_request &request)
 {
     const SQL_TIMESTAMP_STRUCT &timestamp = request.field->data_storage.value.timestamp;
@@ -115,11 +212,28 @@ static int format_timestamp(char *out, const cell_request &request)
     return text_from_timestamp(out, timestamp, timestamp.fraction / 999999, 3);
 }
 
+static bool wide_cells_have_no_pairs(const cass_conn *conn)
+{
+    return conn->conduct->wide_cells_have_no_pairs;
+}
+
+[[gnu::noinline]] static SQLRETURN get_utf16(const cell_request &request, cell_piece rest)
+{
+    if (is_second_half(request, rest.bytes)) {
+        rest.units = 1 + count_utf16(rest.bytes + 2, rest.count - 2);
+        return cell_deliver(request, rest, utf16_rule(put_second_half));
+    }
+    rest.units = count_utf16(rest.bytes, rest.count);
+    return cell_deliver(request, rest, utf16_rule(request.bound ? put_bound : put_pieces));
+}
+
 SQLRETURN get_wchar(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
     if (cell.data_type == SQL_CHAR) {
         cell_piece rest = cell_rest(request, 1);
+        if (!wide_cells_have_no_pairs(stmt_conn(request.stmt)))
+            return get_utf16(request, rest);
         rest.units = count_units(rest.bytes, rest.count);
         return cell_deliver(request, rest, text_rule);
     }

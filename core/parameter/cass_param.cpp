@@ -8,7 +8,9 @@
 
 #include <cstdlib>
 
+#include "core/describe/cass_field.h"
 #include "core/parameter/cass_param_internal.h"
+#include "core/wire/cql_type.h"
 
 static constexpr char log_source[] = "cass_param.c";
 
@@ -314,7 +316,60 @@ static param_writer writer_for(std::int32_t target)
     }
 }
 
+// How a value is written for a column of the server.
+struct column_writer {
+    std::int32_t cql_type;
+    std::int32_t target;
+    param_writer writer;
+};
+
+static constexpr column_writer column_writers[] = {
+    {CQL_ASCII, SQL_VARCHAR, param_put_text},
+    {CQL_BIGINT, SQL_BIGINT, param_put_bigint},
+    {CQL_BLOB, SQL_VARBINARY, param_put_binary},
+    {CQL_BOOLEAN, SQL_BIT, param_put_integer},
+    {CQL_COUNTER, SQL_BIGINT, param_put_bigint},
+    {CQL_DECIMAL, SQL_DECIMAL, param_put_decimal},
+    {CQL_DOUBLE, SQL_DOUBLE, param_put_double},
+    {CQL_FLOAT, SQL_REAL, param_put_float},
+    {CQL_INT, SQL_INTEGER, param_put_integer},
+    {CQL_TIMESTAMP, SQL_TYPE_TIMESTAMP, param_put_timestamp},
+    {CQL_UUID, SQL_GUID, param_put_guid},
+    {CQL_VARCHAR, SQL_VARCHAR, param_put_text},
+    {CQL_VARINT, SQL_DECIMAL, param_put_varint},
+    {CQL_TIMEUUID, SQL_GUID, param_put_guid},
+    {CQL_INET, SQL_VARBINARY, param_put_inet},
+    {CQL_DATE, SQL_TYPE_DATE, param_put_date},
+    {CQL_TIME, SQL_TYPE_TIME, param_put_time},
+    {CQL_SMALLINT, SQL_SMALLINT, param_put_integer},
+    {CQL_TINYINT, SQL_TINYINT, param_put_integer},
+};
+
+static bool binding_decides_encoding(const cass_conn *conn)
+{
+    return conn->conduct->binding_decides_encoding;
+}
+
+// The writer for the column that the server has described for the marker; null where the binding
+// decides.
+static const column_writer *column_writer_for(const cass_stmt *stmt, std::int32_t index)
+{
+    if (binding_decides_encoding(stmt_conn(stmt)) || index >= stmt->implicit_ipd->field_count ||
+        !stmt->prepared)
+        return nullptr;
+    for (const column_writer &row : column_writers) {
+        if (row.cql_type == stmt->implicit_ipd->fields[index].cql_type)
+            return &row;
+    }
+    return nullptr;
+}
+
 // ---- Checking ----------------------------------------------------------------------------------
+
+static bool chunks_outlive_their_run(const cass_conn *conn)
+{
+    return conn->conduct->chunks_outlive_their_run;
+}
 
 int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
 {
@@ -338,6 +393,10 @@ int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
         if (!silent)
             cass_post_error_column(&stmt->head, STATE_07002, 0, index + 1, nullptr);
         return -1;
+    }
+    if (!chunks_outlive_their_run(stmt_conn(stmt))) {
+        for (std::int32_t index = 0; index < apd->field_count; index++)
+            cass_field_free_put_data(&apd->fields[index]);
     }
     for (std::int32_t index = 0; index < markers; index++) {
         if (!cass_param_at_exec(stmt, index))
@@ -366,6 +425,7 @@ static void describe_param(cass_param *param, const param_set *set, const SQLLEN
     param->octet_length =
         field->octet_length == 0 && server ? server->octet_length : field->octet_length;
     param->owned = nullptr;
+    param->by_column = false;
     param->at_exec = indicator != nullptr && param_is_at_exec(*indicator);
     param->data = nullptr;
     param->has_length = false;
@@ -393,6 +453,12 @@ static int append_value(cass_param *param, cass_packet *packet)
     else if (param->data == nullptr)
         return param_fail(param, STATE_HY009, "no data pointer");
 
+    if (const column_writer *column = column_writer_for(param->stmt, param->index)) {
+        param->by_column = true;
+        const int code = column->writer(param, packet, column->target);
+        std::free(param->owned);
+        return code;
+    }
     std::int32_t target = param->field->target_type;
     if (target == SQL_C_DEFAULT)
         target = default_target(param->field->consise_type,

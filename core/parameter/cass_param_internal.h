@@ -46,6 +46,7 @@ struct cass_param {
     std::int32_t precision;  // these three with the IPD's values where the APD has 0
     std::int32_t scale;
     SQLLEN octet_length;
+    bool by_column;             // the column's type decides, and no scale is given for it
     bool at_exec;               // its value is in the field's put_data
     bool has_length;            // a length or indicator element, or a chunk, tells the length
     SQLLEN length;              // what it tells
@@ -105,6 +106,10 @@ int param_put_float(cass_param *param, cass_packet *packet, std::int32_t target)
 int param_put_decimal(cass_param *param, cass_packet *packet, std::int32_t target);
 int param_put_text(cass_param *param, cass_packet *packet, std::int32_t target);
 int param_put_binary(cass_param *param, cass_packet *packet, std::int32_t target);
+// Text of an IPv4 or IPv6 address, 22018 for another; bytes as they stand.
+int param_put_inet(cass_param *param, cass_packet *packet, std::int32_t target);
+// A decimal without its scale: a fraction is cut from a number, and 22001 in a text.
+int param_put_varint(cass_param *param, cass_packet *packet, std::int32_t target);
 int param_put_guid(cass_param *param, cass_packet *packet, std::int32_t target);
 int param_put_date(cass_param *param, cass_packet *packet, std::int32_t target);
 int param_put_time(cass_param *param, cass_packet *packet, std::int32_t target);

@@ -1,5 +1,7 @@
 // Parameters of the text, binary and guid targets, and how long a text or binary source is. Narrow
 // text goes out byte for byte, wide text unit by unit as UTF-8.
+#include <arpa/inet.h>
+
 #include <cstdlib>
 
 #include "core/parameter/cass_param_internal.h"
@@ -211,30 +213,46 @@ static int get_char_from_param(cass_param *param, const unsigned char **text, st
     }
 }
 
-// Bytes of the UTF-8 form of wide text.
-static std::int64_t utf8_size(const unsigned char *text, std::int64_t units)
+static bool pairs_go_out_as_halves(const cass_conn *conn)
 {
-    std::int64_t size = 0;
-    for (std::int64_t i = 0; i < units; i++) {
-        const SQLWCHAR unit = cass_wide_unit(text, i);
-        size += unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
-    }
-    return size;
+    return conn->conduct->pairs_go_out_as_halves;
+}
+
+// The UTF-8 of the character at unit *at of `units`, which moves behind it: bytes at `out`, or 0
+// for half a surrogate pair where halves do not go out.
+static int next_character(const unsigned char *text, std::int64_t units, std::int64_t *at,
+                          bool halves, unsigned char *out)
+{
+    const SQLWCHAR unit = cass_wide_unit(text, (*at)++);
+    if (halves || (!cass_is_high_surrogate(unit) && !cass_is_low_surrogate(unit)))
+        return cass_utf8_put(unit, out);
+    const SQLWCHAR next = *at < units ? cass_wide_unit(text, *at) : 0;
+    if (cass_is_low_surrogate(unit) || !cass_is_low_surrogate(next))
+        return 0;
+    ++*at;
+    return cass_utf8_put_pair(unit, next, out);
 }
 
 // Straight into the frame, a block at a time.
 static int put_wide(const cass_param *param, cass_packet *packet, const unsigned char *text,
                     std::int64_t units)
 {
-    const std::int64_t size = utf8_size(text, units);
+    const bool halves = pairs_go_out_as_halves(stmt_conn(param->stmt));
+    unsigned char block[1024];
+    std::int64_t size = 0;
+    for (std::int64_t at = 0; at < units;) {
+        const int bytes = next_character(text, units, &at, halves, block);
+        if (bytes == 0)
+            return param_fail(param, STATE_22018, "half a surrogate pair");
+        size += bytes;
+    }
     if (size > INT32_MAX)
         return param_fail(param, STATE_HY090, "invalid length");
     pkt_put_int(packet, static_cast<std::int32_t>(size));
-    unsigned char block[1024];
     std::int32_t filled = 0;
-    for (std::int64_t i = 0; i < units; i++) {
-        filled += cass_utf8_put(cass_wide_unit(text, i), block + filled);
-        if (filled > static_cast<std::int32_t>(sizeof block) - 3) {
+    for (std::int64_t at = 0; at < units;) {
+        filled += next_character(text, units, &at, halves, block + filled);
+        if (filled > static_cast<std::int32_t>(sizeof block) - 4) {
             pkt_put_bytes(packet, block, filled);
             filled = 0;
         }
@@ -366,6 +384,27 @@ int param_put_binary(cass_param *param, cass_packet *packet, std::int32_t)
     if (length < 0)
         return param_put_null(packet);
     pkt_put_long_bytes(packet, bytes, length);
+    return 0;
+}
+
+int param_put_inet(cass_param *param, cass_packet *packet, std::int32_t target)
+{
+    if (param->c_type.kind != KIND_TEXT && param->c_type.kind != KIND_WIDE)
+        return param_put_binary(param, packet, target);
+    if (!param_load_first(param))
+        return param_put_null(packet);
+    bool null = false;
+    if (param_narrow_text(param, &null) != 0)
+        return 1;
+    if (null)
+        return param_put_null(packet);
+    unsigned char address[16];
+    if (inet_pton(AF_INET, param->scratch, address) == 1)
+        pkt_put_long_bytes(packet, address, 4);
+    else if (inet_pton(AF_INET6, param->scratch, address) == 1)
+        pkt_put_long_bytes(packet, address, 16);
+    else
+        return param_fail(param, STATE_22018, "invalid address");
     return 0;
 }
 

@@ -4,9 +4,13 @@ const cass_conduct default_conduct = {
     // Statements and parameters.
     .text_goes_out_by_low_bytes = true,
     .null_indicator_leaves_value_out = true,
+    .binding_decides_encoding = true,
+    .markers_go_out_unprepared = true,
+    .pairs_go_out_as_halves = true,
     .negative_decimal_loses_carry = true,
     .byte_goes_out_as_eight = true,
     .data_is_awaited_in_first_run_only = true,
+    .chunks_outlive_their_run = true,
     .failed_set_is_information = true,
     .a_new_apd_unlinks_the_ard = true,
     .unbinding_a_parameter_fails = true,
@@ -15,6 +19,8 @@ const cass_conduct default_conduct = {
     .pages_are_small = true,
     // Cells and rows.
     .wide_cut_fills_buffer = true,
+    .wide_cells_have_no_pairs = true,
+    .narrow_cut_splits_characters = true,
     .exact_fit_counts_as_cut = true,
     .hexadecimal_length_is_undoubled = true,
     .probe_uses_up_column = true,

@@ -14,6 +14,14 @@ struct cass_conduct {
     // A parameter whose indicator is SQL_NULL_DATA writes no value at all, and the count in front
     // stays: the server refuses the request. 0: a null is written.
     bool null_indicator_leaves_value_out;
+    // The SQL type of SQLBindParameter chooses a value's form on the wire. 0: the type that the
+    // server has told of the marker; the binding only says how to read the application's memory.
+    bool binding_decides_encoding;
+    // A direct execution with markers goes out as text and values. 0: it is prepared first.
+    bool markers_go_out_unprepared;
+    // Each half of a surrogate pair in a wide parameter goes out as a character of three bytes,
+    // which is no UTF-8. 0: a pair is one character, and a half alone is refused by 22018.
+    bool pairs_go_out_as_halves;
     // The unscaled value of a negative decimal is one byte's two's complement at its end: a carry
     // is lost, and -256 goes out as -512, as stored data was written. 0: the carry is carried.
     bool negative_decimal_loses_carry;
@@ -22,6 +30,8 @@ struct cass_conduct {
     // A prepared execution looks for data at execution at the set where the run before has ended,
     // so that it pauses in the first run alone. 0: at the first set, in every run.
     bool data_is_awaited_in_first_run_only;
+    // Chunks of data at execution stay until their parameter is bound anew. 0: until the next run.
+    bool chunks_outlive_their_run;
     // A set of an array that failed is information when another one succeeded. 0: it is an error.
     bool failed_set_is_information;
     // Installing an APD takes the statement's link from the current ARD.
@@ -40,6 +50,11 @@ struct cass_conduct {
     // A cut piece of wide text or wide hexadecimal digits fills the buffer to its last unit,
     // without a terminator. 0: the last unit is the terminator's, as in ANSI text.
     bool wide_cut_fills_buffer;
+    // Of the UTF-8 of a cell each sequence gives one unit of wide text. 0: a character beyond the
+    // basic plane is a surrogate pair, which a bound column does not split.
+    bool wide_cells_have_no_pairs;
+    // A bound ANSI text is cut at any byte. 0: between characters.
+    bool narrow_cut_splits_characters;
     // A piece of bytes that fits exactly counts as cut: the read after it, of 0 bytes, tells that
     // there is no more. 0: it is whole.
     bool exact_fit_counts_as_cut;

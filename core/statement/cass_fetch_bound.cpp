@@ -191,6 +191,7 @@ static SQLRETURN transfer_row(cass_stmt *stmt)
     cell_request request = {};
     request.stmt = stmt;
     request.logged = cass_log_is_on(&stmt->head);
+    request.bound = true;
     SQLRETURN result = SQL_SUCCESS;
     if (stmt->attrs.use_bookmarks != 0) [[unlikely]]
         result = transfer_bookmark(&request, place);

@@ -93,6 +93,22 @@ static bool connection_is_busy(cass_stmt *stmt)
     return true;
 }
 
+static bool markers_go_out_unprepared(const cass_conn *conn)
+{
+    return conn->conduct->markers_go_out_unprepared;
+}
+
+// Prepares the processed text, which the statement keeps, and runs it: the server then says of what
+// types its markers are.
+static SQLRETURN prepare_and_execute(cass_stmt *stmt)
+{
+    const int prepared = prepare_stmt(stmt, stmt->sql_text);
+    if (prepared < 0)
+        return SQL_ERROR;
+    const SQLRETURN code = cass_execute(stmt);
+    return code == SQL_SUCCESS && prepared == 1 ? SQL_SUCCESS_WITH_INFO : code;
+}
+
 SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t operation)
 {
     held_string input(text);
@@ -112,6 +128,11 @@ SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t oper
         return SQL_ERROR;
     }
     stmt->ird = stmt->implicit_ird;
+    if (stmt->found_param_count > 0 && operation == OP_EXEC_DIRECT &&
+        !markers_go_out_unprepared(stmt_conn(stmt))) {
+        stmt->sql_text = processed.release();
+        return prepare_and_execute(stmt);
+    }
     const int checked = cass_check_params(stmt, 0, operation);
     if (checked == SQL_NEED_DATA)
         stmt->sql_text = processed.release();

@@ -1,0 +1,250 @@
+// The two conducts side by side: what a connection does by default, and with Standard=Yes.
+#include "tests/wire/parameter_support.h"
+
+// With the pages that the other tests have.
+static wire_ptr logged_on(bool standard)
+{
+    return wire_logged_on({}, standard ? "PageSize=100;Standard=Yes" : "");
+}
+
+// What a wide application gives.
+static const std::u16string wide_word = u"\u017C\xD83D\xDE00";
+
+// By default one QUERY, encoded as bound; by the other conduct PREPARE, and EXECUTE by the column.
+TEST(conduct, values_and_page_sizes_of_requests)
+{
+    SQLLEN null = SQL_NULL_DATA, whole = SQL_NTS;
+    char decimal[] = "-2.56", digits[] = "15", address[] = "::1";
+    signed char byte = 7;
+    SQLINTEGER number = -256;
+    double half = -0.5;
+    std::u16string wide = wide_word;
+    const struct {
+        SQLSMALLINT c_type, sql_type;
+        void *data;
+        SQLLEN *indicator;
+        int column;
+        std::string value[2];  // hexadecimal, the length in front
+    } cases[] = {
+        {SQL_C_CHAR, SQL_VARCHAR, decimal, &null, NODE_VARCHAR, {"", "ffffffff"}},
+        {SQL_C_CHAR,
+         SQL_DECIMAL,
+         decimal,
+         &whole,
+         NODE_DECIMAL,
+         {"0000000700000002fffe00", "0000000700000002ffff00"}},
+        {SQL_C_DOUBLE,
+         SQL_DOUBLE,
+         &half,
+         nullptr,
+         NODE_DECIMAL,
+         {"00000008bfe0000000000000", "0000000600000001fffb"}},
+        {SQL_C_WCHAR,
+         SQL_WVARCHAR,
+         wide.data(),
+         &whole,
+         NODE_VARCHAR,
+         {"00000008c5bceda0bdedb880", "00000006c5bcf09f9880"}},
+        {SQL_C_STINYINT,
+         SQL_VARBINARY,
+         &byte,
+         nullptr,
+         NODE_BLOB,
+         {"000000080700000000000000", "0000000107"}},
+        {SQL_C_SLONG,
+         SQL_INTEGER,
+         &number,
+         nullptr,
+         NODE_BIGINT,
+         {"00000004ffffff00", "00000008ffffffffffffff00"}},
+        {SQL_C_SLONG,
+         SQL_INTEGER,
+         &number,
+         nullptr,
+         NODE_VARINT,
+         {"00000004ffffff00", "00000003ffff00"}},
+        {SQL_C_CHAR, SQL_VARCHAR, digits, &whole, NODE_SMALLINT, {"000000023135", "00000002000f"}},
+        {SQL_C_CHAR, SQL_VARCHAR, digits, &whole, NODE_VARINT, {"000000023135", "00000002000f"}},
+        {SQL_C_CHAR,
+         SQL_VARCHAR,
+         address,
+         &whole,
+         NODE_INET,
+         {"000000033a3a31", "0000001000000000000000000000000000000001"}},
+    };
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = wire_logged_on({}, standard ? "Standard=Yes" : "");
+        for (const auto &row : cases) {
+            SCOPED_TRACE(row.value[standard]);
+            bind(wire->stmt, 1, row.c_type, row.sql_type, row.data, row.indicator, 0, 5, 2);
+            if (standard)
+                expect_prepare(wire->node.get(), INSERT_ONE,
+                               {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
+            node_expect(
+                wire->node.get(),
+                {.opcode = standard ? NODE_EXECUTE : NODE_QUERY,
+                 .body = (standard ? wire_short_bytes("ID") : wire_long_string(INSERT_ONE)) +
+                         be16(CONSISTENCY_ONE) + be8(5) + counted({from_hex(row.value[standard])}) +
+                         be32(standard ? 5000 : 100),
+                 .replies = {void_frame()}});
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, INSERT_ONE));
+        }
+    }
+    // What does not fit the column is refused before it goes out: half a pair, a large number, a
+    // text that is no address.
+    const wire_ptr wire = wire_logged_on({}, "Standard=Yes");
+    wide.pop_back();
+    const struct {
+        SQLSMALLINT c_type;
+        void *data;
+        int column;
+        std::string state;
+    } refused[] = {{SQL_C_WCHAR, wide.data(), NODE_VARCHAR, "22018"},
+                   {SQL_C_SLONG, &number, NODE_TINYINT, "22003"},
+                   {SQL_C_CHAR, decimal, NODE_VARINT, "22001"},
+                   {SQL_C_CHAR, decimal, NODE_INET, "22018"}};
+    for (const auto &row : refused) {
+        bind(wire->stmt, 1, row.c_type, SQL_VARCHAR, row.data,
+             row.c_type == SQL_C_SLONG ? nullptr : &whole);
+        expect_prepare(wire->node.get(), INSERT_ONE,
+                       {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
+        EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, INSERT_ONE));
+        EXPECT_EQ(stmt_records(wire->stmt).at(0).substr(0, 5), row.state);
+    }
+}
+
+TEST(conduct, wide_statements_and_settings_of_their_own)
+{
+    const std::string word[] = {std::string("\x7C\x3D\x00", 3), "\xC5\xBC\xF0\x9F\x98\x80"};
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire =
+            wire_logged_on({}, std::string("PageSize=200000;ReadTimeout=-4;Standard=") +
+                                   (standard ? "yes" : "no"));
+        node_expect(wire->node.get(), {.opcode = NODE_QUERY,
+                                       .body = wire_long_string("select '" + word[standard] + "'") +
+                                               be16(CONSISTENCY_ONE) + be8(4) + be32(100'000),
+                                       .replies = {void_frame()}});
+        const std::u16string sql = u"select '" + wide_word + u"'";
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecDirectW(wire->stmt, odbc_wide(sql), SQL_NTS));
+    }
+}
+
+// A cell as wide text in pieces, ended by "/".
+static std::u16string in_pieces(SQLHSTMT stmt, SQLSMALLINT units)
+{
+    std::u16string all;
+    std::vector<char16_t> buffer(static_cast<std::size_t>(units));
+    SQLRETURN code = SQL_SUCCESS_WITH_INFO;
+    while (code == SQL_SUCCESS_WITH_INFO && all.size() < 100) {
+        std::fill(buffer.begin(), buffer.end(), u'?');
+        code = SQLGetData(stmt, 1, SQL_C_WCHAR, buffer.data(), 2 * units, nullptr);
+        if (SQL_SUCCEEDED(code))
+            all += std::u16string(buffer.begin(), std::find(buffer.begin(), buffer.end(), u'\0')) +
+                   u"/";
+    }
+    return all;
+}
+
+TEST(conduct, wide_text_in_pieces)
+{
+    const bytes text = "x\xC5\xBC\xF0\x9F\x98\x80y";
+    const std::pair<SQLSMALLINT, std::u16string> cases[][2] = {
+        {{2, u"x\u017C/\xF600y//"}, {2, u"x/\u017C/\xD83D/\xDE00/y/"}},
+        {{3, u"x\u017C\xF600/y/"}, {3, u"x\u017C/\xD83D\xDE00/y/"}},
+        {{4, u"x\u017C\xF600y//"}, {4, u"x\u017C\xD83D/\xDE00y/"}},
+        {{6, u"x\u017C\xF600y/"}, {6, u"x\u017C\xD83D\xDE00y/"}},
+    };
+    for (const bool standard : {false, true}) {
+        for (const auto &row : cases) {
+            const wire_ptr wire = logged_on(standard);
+            expect_query(wire->node.get(), "q", {text_page({text})});
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+            EXPECT_EQ(in_pieces(wire->stmt, row[standard].first), row[standard].second);
+        }
+    }
+}
+
+// Cut between characters, and told: a rowset of several rows with a cut one is no plain success.
+TEST(conduct, bound_texts_that_are_cut)
+{
+    for (const bool standard : {false, true}) {
+        for (const SQLSMALLINT type : {SQL_C_CHAR, SQL_C_WCHAR}) {
+            const wire_ptr wire = logged_on(standard);
+            expect_query(wire->node.get(), "q", {text_page({"x", "x\xF0\x9F\x98\x80y"})});
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+            char16_t rows[2][3] = {};
+            SQLLEN lengths[2];
+            SQLSetStmtAttr(wire->stmt, SQL_ATTR_ROW_ARRAY_SIZE, odbc_number(2), 0);
+            SQLBindCol(wire->stmt, 1, type, rows, type == SQL_C_CHAR ? 5 : 6, lengths);
+            EXPECT_STMT(standard ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->stmt,
+                        SQLFetch(wire->stmt));
+            const std::string narrow = reinterpret_cast<char *>(rows) + 5;
+            if (type == SQL_C_CHAR)
+                EXPECT_EQ(narrow, standard ? "x" : "x\xF0\x9F\x98");
+            else
+                EXPECT_EQ(std::u16string(rows[1], 2),
+                          standard ? std::u16string(u"x\0", 2) : u"x\xF600");
+        }
+    }
+}
+
+TEST(conduct, data_at_execution_in_every_run)
+{
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        SQLLEN at_exec = SQL_DATA_AT_EXEC;
+        void *token = nullptr;
+        bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &at_exec, &at_exec);
+        prepare_now(wire.get(), INSERT_ONE);
+        for (const bytes &run : {bytes("first"), bytes("second")}) {
+            const bool asked = standard || run == "first";
+            expect_values(wire.get(), true, INSERT_ONE,
+                          counted({wire_bytes(asked ? run : "first")}));
+            EXPECT_STMT(asked ? SQL_NEED_DATA : SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
+            if (!asked)
+                continue;
+            EXPECT_STMT(SQL_NEED_DATA, wire->stmt, SQLParamData(wire->stmt, &token));
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                        SQLPutData(wire->stmt, odbc_text(run), static_cast<SQLLEN>(run.size())));
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, &token));
+        }
+    }
+}
+
+TEST(conduct, set_that_fails_and_page_that_does_not_come)
+{
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        const auto sets = bind_sets(wire->stmt, "abc");
+        prepare_now(wire.get(), INSERT_TWO);
+        for (std::size_t i = 0; i < 3; i++)
+            expect_values(wire.get(), true, INSERT_TWO, sets->values[i],
+                          i == 1 ? error_frame(0x2200, "no") : void_frame());
+        EXPECT_STMT(standard ? SQL_ERROR : SQL_SUCCESS_WITH_INFO, wire->stmt,
+                    SQLExecute(wire->stmt));
+        EXPECT_EQ(sets->status, (std::vector<SQLUSMALLINT>{0, 5, 0}));
+        SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS);
+
+        char cell[8] = "";
+        expect_query(wire->node.get(), "q", {text_page({"1"}, "p")});
+        expect_next_query(wire->node.get(), "q", "p", {error_frame(0x1200, "late")});
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+        SQLBindCol(wire->stmt, 1, SQL_C_CHAR, cell, sizeof cell, nullptr);
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+        EXPECT_STMT(standard ? SQL_ERROR : SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+        EXPECT_EQ(stmt_records(wire->stmt).at(0), link_failure + "error code 4608 'late'");
+    }
+}
+
+TEST(conduct, output_string_tells_what_was_set)
+{
+    const wire_ptr wire = wire_open();
+    expect_logon(wire->node.get());
+    std::string out;
+    const std::string settings = "SERVER=127.0.0.1:" + std::to_string(node_port(wire->node.get()));
+    EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                wire_driver_connect(wire->conn,
+                                    settings + ";PageSize=7;Standard=yes;ReadTimeout=9000", &out));
+    EXPECT_NE(out.find("Standard=Yes;PageSize=7;ReadTimeout=9000;"), std::string::npos) << out;
+}
