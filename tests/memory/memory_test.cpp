@@ -395,14 +395,8 @@ static SQLRETURN read_diagnostics(application &s, std::string *data)
 // clang-format off
 // A driver's call with what it tells. `s` is the application.
 #define CALL(type, marks, ...)                                                                     \
-    step                                                                                           \
-    {                                                                                              \
-        #__VA_ARGS__, type, [](application &s, std::string *data) {                                \
-            SQLRETURN code = SQL_SUCCESS;                                                          \
-            THEN(__VA_ARGS__);                                                                     \
-            return code;                                                                           \
-        }, marks                                                                                   \
-    }
+    step{#__VA_ARGS__, type, [](application &s, std::string *data) {                               \
+        SQLRETURN code = SQL_SUCCESS; THEN(__VA_ARGS__); return code; }, marks}
 // clang-format on
 #define STMT(...) CALL(SQL_HANDLE_STMT, PLAIN, __VA_ARGS__)
 #define CONN(...) CALL(SQL_HANDLE_DBC, PLAIN, __VA_ARGS__)

@@ -40,15 +40,8 @@ static row_list records_of(const std::string &log)
 
 // ---- Every function's two records ---------------------------------------------------------------
 
-static SQLCHAR *ansi(const char *text)
-{
-    return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text));
-}
-
-static SQLWCHAR *wide(const char16_t *text)
-{
-    return reinterpret_cast<SQLWCHAR *>(const_cast<char16_t *>(text));
-}
+static constexpr auto &ansi = odbc_text;
+static constexpr auto &wide = odbc_wide;
 
 // An output's address, for whatever type a call expects there.
 struct any_pointer {
@@ -206,17 +199,10 @@ static row_list told_before_postings(const std::string &log)
 
 TEST_F(log_folder, each_failure_of_a_call_is_recorded_before_it_is_posted)
 {
-    struct failing_call {
-        const char *told;
-        std::function<void(walk_arguments &)> call;
-    };
-#define FAILS(told, function, ...)                                                                 \
-    {                                                                                              \
-        told, [](walk_arguments &a) { function(__VA_ARGS__); }                                     \
-    }
-#define ATTR(handle, id) a.handle, id, odbc_number(3), 0
     // clang-format off
-    static const failing_call calls[] = {
+#define FAILS(told, f, ...) {told, [](walk_arguments &a) { f(__VA_ARGS__); }}
+#define ATTR(handle, id) a.handle, id, odbc_number(3), 0
+    static const std::pair<const char *, std::function<void(walk_arguments &)>> calls[] = {
         FAILS("SQLBindCol: no result set", SQLBindCol, a.st, 1, SQL_C_DEFAULT, a[1], 8, a[2]),
         FAILS("SQLDescribeParam: nothing known of parameter 0", SQLDescribeParam, a.st, 0, a[1], a[2], a[3], a[4]),
         FAILS("SQLFreeHandle: implicit descriptor", SQLFreeHandle, SQL_HANDLE_DESC, a.ds),
@@ -253,10 +239,10 @@ TEST_F(log_folder, each_failure_of_a_call_is_recorded_before_it_is_posted)
     const wire_ptr wire = wire_logged_on({}, "LOGGING=12;LOGFILE=" + file);
     walk_arguments arguments = {.st = wire->stmt, .db = wire->conn, .ds = nullptr, .out = {}};
     SQLGetStmtAttr(wire->stmt, SQL_ATTR_APP_ROW_DESC, &arguments.ds, 0, nullptr);
-    for (const failing_call &failing : calls) {
+    for (const auto &[told, call] : calls) {
         fs::remove(file);
-        failing.call(arguments);
-        EXPECT_EQ(told_before_postings(content(file)), row_list{failing.told});
+        call(arguments);
+        EXPECT_EQ(told_before_postings(content(file)), row_list{told});
     }
 }
 
