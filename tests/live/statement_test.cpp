@@ -2,15 +2,7 @@
 // made and dropped, text beyond ASCII.
 #include "tests/live/live_support.h"
 
-struct live_statements : live_test {
-    // With three rows in the table t.
-    void make_table(const std::string &keyspace)
-    {
-        use_keyspace(keyspace);
-        run(stmt, "CREATE TABLE t (p int, n int, t text, PRIMARY KEY (p, n))");
-        change_rows(stmt, "INSERT INTO t (p, n, t) VALUES (1, {n}, 'row')", 0, 3);
-    }
-};
+using live_statements = live_test;
 
 TEST_F(live_statements, refusals_and_warnings_are_the_servers)
 {
@@ -26,7 +18,9 @@ TEST_F(live_statements, refusals_and_warnings_are_the_servers)
 
 TEST_F(live_statements, keyspaces_and_tables_come_and_go)
 {
-    make_table("live_use");
+    use_keyspace("live_use");
+    run(stmt, "CREATE TABLE t (p int, n int, t text, PRIMARY KEY (p, n))");
+    change_rows(stmt, "INSERT INTO t (p, n, t) VALUES (1, {n}, 'row')", 0, 3);
     EXPECT_EQ(query(conn, "SELECT n FROM t WHERE p = 1").size(), 3u);
     SQLCHAR name[32] = "";
     SQLGetInfo(conn, SQL_DATABASE_NAME, name, sizeof name, nullptr);
