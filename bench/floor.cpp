@@ -198,7 +198,7 @@ int main(int count, char **words)
     bytes state;
     exchange(&client, NODE_QUERY, query_body(sql), lz4);
     while (read_page(&client, &rows, &state))
-        exchange(&client, NODE_QUERY, wire_long_string(sql) + next_page_tail(state), lz4);
+        exchange(&client, NODE_QUERY, wire_long_string(sql) + page_tail(state), lz4);
     print_usage("floor", rows, before);
     std::printf("sum %016llx\n", static_cast<unsigned long long>(client.sum));
     close(client.socket);

@@ -238,7 +238,7 @@ static void exchange(int socket, const bytes &request, bytes *reply)
         reply->append(block, static_cast<std::size_t>(got));
     }
     if ((*reply)[4] == NODE_ERROR) {
-        std::fprintf(stderr, "the server's error:\n%s", hex_dump(*reply).c_str());
+        std::fprintf(stderr, "the server's error:\n%s", to_hex(*reply).c_str());
         std::exit(1);
     }
 }

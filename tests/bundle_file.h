@@ -12,6 +12,19 @@
 // Name and content of each member.
 using zip_members = std::vector<std::pair<std::string, std::string>>;
 
+// The bundle of a database whose metadata service and whose node are at one port.
+inline zip_members hosted_bundle(int number, const std::string &ca, const std::string &certificate,
+                                 const std::string &key)
+{
+    const std::string port = std::to_string(number);
+    return {{"config.json", R"({"host": "127.0.0.1", "port": )" + port + R"(, "cql_port": )" +
+                                port + R"(, "keyspace": "ks", "caCertLocation": "./ca", )" +
+                                R"("certLocation": "cert", "keyLocation": "./key"})"},
+            {"ca", ca},
+            {"cert", certificate},
+            {"key", key}};
+}
+
 inline void write_bundle(const std::string &path, const zip_members &members,
                          int method = ZIP_CM_DEFLATE)
 {

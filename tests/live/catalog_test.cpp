@@ -60,7 +60,7 @@ TEST_F(live_catalog, tables_in_both_forms)
 {
     make_tables("live_tables");
     for (const bool wide : {false, true}) {
-        log_on_with("", SQL_OV_ODBC3, wide);
+        log_on(wide);
         EXPECT_STMT(SQL_SUCCESS, stmt, tables(keyspace, nullptr, nullptr));
         EXPECT_EQ(pick({2, 3, 4}), (row_list{"live_tables|Counts|TABLE", "live_tables|every|TABLE",
                                              "live_tables|keyed|TABLE"}));
@@ -90,36 +90,31 @@ TEST_F(live_catalog, columns_of_every_type)
     make_tables("live_columns");
     EXPECT_STMT(SQL_SUCCESS, stmt, columns("every"));
     // Name, type, its name, size, bytes, digits, radix, nullability, verbose type, subtype, place.
-    EXPECT_EQ(pick({4, 5, 6, 7, 8, 9, 10, 11, 14, 15, 17, 18}),
-              (row_list{
-                  "id|-11|uuid|36|16|NULL|NULL|0|-11|NULL|0|NO",
-                  "a|12|ascii|256|256|NULL|NULL|1|12|NULL|1|YES",
-                  "b|-5|bigint|20|8|NULL|NULL|1|-5|NULL|2|YES",
-                  "bl|-3|blob|1024|1024|NULL|NULL|1|-3|NULL|3|YES",
-                  "bo|-7|boolean|1|1|NULL|NULL|1|-7|NULL|4|YES",
-                  "d|91|date|10|6|NULL|NULL|1|9|91|5|YES",
-                  "de|2|decimal|38|19|15|10|1|2|NULL|6|YES",
-                  "do|8|double|24|8|NULL|2|1|8|NULL|7|YES",
-                  "du|-3|duration|1024|1024|NULL|NULL|1|-3|NULL|8|YES",
-                  "f|7|float|14|4|NULL|2|1|7|NULL|9|YES",
-                  "i|12|inet|256|256|NULL|NULL|1|12|NULL|10|YES",
-                  "l|-3|list<int>|1024|1024|NULL|NULL|1|-3|NULL|11|YES",
-                  "m|-3|map<text, frozen<list<int>>>|1024|1024|NULL|NULL|1|-3|NULL|12|YES",
-                  "n|4|int|8|4|NULL|NULL|1|4|NULL|13|YES",
-                  "s|5|smallint|6|2|NULL|NULL|1|5|NULL|14|YES",
-                  "se|-3|set<text>|1024|1024|NULL|NULL|1|-3|NULL|15|YES",
-                  "t|12|text|256|256|NULL|NULL|1|12|NULL|16|YES",
-                  "ti|93|time|29|16|NULL|NULL|1|9|93|17|YES",
-                  "tp|-3|frozen<tuple<int, text>>|1024|1024|NULL|NULL|1|-3|NULL|18|YES",
-                  "ts|93|timestamp|23|16|NULL|NULL|1|9|93|19|YES",
-                  "tu|-11|timeuuid|36|16|NULL|NULL|1|-11|NULL|20|YES",
-                  "ty|-6|tinyint|4|1|NULL|NULL|1|-6|NULL|21|YES",
-                  "u|-11|uuid|36|16|NULL|NULL|1|-11|NULL|22|YES",
-                  "ut|-3|frozen<addr>|1024|1024|NULL|NULL|1|-3|NULL|23|YES",
-                  "v|12|text|256|256|NULL|NULL|1|12|NULL|24|YES",
-                  "ve|-3|vector<float, 3>|1024|1024|NULL|NULL|1|-3|NULL|25|YES",
-                  "vi|2|varint|38|19|0|10|1|2|NULL|26|YES",
-              }));
+    // clang-format off
+    EXPECT_EQ(pick({4, 5, 6, 7, 8, 9, 10, 11, 14, 15, 17, 18}), (row_list{
+        "id|-11|uuid|36|16|NULL|NULL|0|-11|NULL|0|NO",
+        "a|12|ascii|256|256|NULL|NULL|1|12|NULL|1|YES",
+        "b|-5|bigint|20|8|NULL|NULL|1|-5|NULL|2|YES",
+        "bl|-3|blob|1024|1024|NULL|NULL|1|-3|NULL|3|YES",
+        "bo|-7|boolean|1|1|NULL|NULL|1|-7|NULL|4|YES", "d|91|date|10|6|NULL|NULL|1|9|91|5|YES",
+        "de|2|decimal|38|19|15|10|1|2|NULL|6|YES", "do|8|double|24|8|NULL|2|1|8|NULL|7|YES",
+        "du|-3|duration|1024|1024|NULL|NULL|1|-3|NULL|8|YES",
+        "f|7|float|14|4|NULL|2|1|7|NULL|9|YES", "i|12|inet|256|256|NULL|NULL|1|12|NULL|10|YES",
+        "l|-3|list<int>|1024|1024|NULL|NULL|1|-3|NULL|11|YES",
+        "m|-3|map<text, frozen<list<int>>>|1024|1024|NULL|NULL|1|-3|NULL|12|YES",
+        "n|4|int|8|4|NULL|NULL|1|4|NULL|13|YES", "s|5|smallint|6|2|NULL|NULL|1|5|NULL|14|YES",
+        "se|-3|set<text>|1024|1024|NULL|NULL|1|-3|NULL|15|YES",
+        "t|12|text|256|256|NULL|NULL|1|12|NULL|16|YES", "ti|93|time|29|16|NULL|NULL|1|9|93|17|YES",
+        "tp|-3|frozen<tuple<int, text>>|1024|1024|NULL|NULL|1|-3|NULL|18|YES",
+        "ts|93|timestamp|23|16|NULL|NULL|1|9|93|19|YES",
+        "tu|-11|timeuuid|36|16|NULL|NULL|1|-11|NULL|20|YES",
+        "ty|-6|tinyint|4|1|NULL|NULL|1|-6|NULL|21|YES",
+        "u|-11|uuid|36|16|NULL|NULL|1|-11|NULL|22|YES",
+        "ut|-3|frozen<addr>|1024|1024|NULL|NULL|1|-3|NULL|23|YES",
+        "v|12|text|256|256|NULL|NULL|1|12|NULL|24|YES",
+        "ve|-3|vector<float, 3>|1024|1024|NULL|NULL|1|-3|NULL|25|YES",
+        "vi|2|varint|38|19|0|10|1|2|NULL|26|YES"}));
+    // clang-format on
     EXPECT_STMT(SQL_SUCCESS, stmt, columns("keyed"));
     EXPECT_EQ(pick({4, 16}), (row_list{"k1|4", "K2|19", "c|4", "select|256", "st|4", "tx|256"}));
     // Column names are found in any case, tables in their own; the schema selects the keyspace.

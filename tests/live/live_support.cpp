@@ -6,15 +6,9 @@
 #include <fstream>
 #include <iterator>
 
+#include "tests/node/certificates.h"
+
 // ---- The Driver Manager's files -----------------------------------------------------------------
-
-static std::string ini_folder;
-
-static void remove_ini_folder()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(ini_folder, ignored);
-}
 
 // odbcinst.ini as it is shipped, with the path of the built library. The library stays loaded to
 // the end, so that a leak report can name its functions.
@@ -26,27 +20,27 @@ static std::string shipped_odbcinst()
     return replaced(replaced(text, "@path@", path), "Driver =", "DontDLClose = 1\nDriver=");
 }
 
-// Before the process's first ODBC call: the Driver Manager looks for its files once.
-static void set_up_ini_files()
+// Made before the process's first ODBC call: the Driver Manager looks for its files once.
+struct ini_files : file_folder {
+    ini_files()
+    {
+        add("odbcinst.ini", shipped_odbcinst());
+        setenv("ODBCSYSINI", path.c_str(), 1);
+        setenv("ODBCINI", add("odbc.ini", "").c_str(), 1);
+    }
+};
+
+static const std::string &ini_folder()
 {
-    if (!ini_folder.empty())
-        return;
-    std::string pattern = std::filesystem::temp_directory_path() / "vhcass-live-XXXXXX";
-    EXPECT_NE(mkdtemp(pattern.data()), nullptr) << pattern;
-    ini_folder = pattern;
-    std::atexit(remove_ini_folder);
-    std::ofstream(ini_folder + "/odbcinst.ini") << shipped_odbcinst();
-    std::ofstream(ini_folder + "/odbc.ini") << "";
-    setenv("ODBCSYSINI", ini_folder.c_str(), 1);
-    setenv("ODBCINI", (ini_folder + "/odbc.ini").c_str(), 1);
+    static const ini_files files;
+    return files.path;
 }
 
 std::string add_data_source(const std::string &lines)
 {
     static int count = 0;
-    set_up_ini_files();
     const std::string name = "live-" + std::to_string(++count);
-    std::ofstream(ini_folder + "/odbc.ini", std::ios::app)
+    std::ofstream(ini_folder() + "/odbc.ini", std::ios::app)
         << "[" << name << "]\nDriver = " << driver_name << "\n"
         << lines << "\n";
     return name;
@@ -82,12 +76,12 @@ void live_close(live_session *live)
     delete live;
 }
 
-live_ptr live_open(SQLULEN odbc_version)
+live_ptr live_open()
 {
-    set_up_ini_files();
+    ini_folder();
     live_ptr live(new live_session{}, live_close);
     EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &live->env), SQL_SUCCESS);
-    EXPECT_EQ(SQLSetEnvAttr(live->env, SQL_ATTR_ODBC_VERSION, odbc_number(odbc_version), 0),
+    EXPECT_EQ(SQLSetEnvAttr(live->env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0),
               SQL_SUCCESS);
     EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_DBC, live->env, &live->conn), SQL_SUCCESS);
     return live;
@@ -138,15 +132,11 @@ void run(SQLHSTMT stmt, const std::string &sql)
     SQLFreeStmt(stmt, SQL_CLOSE);
 }
 
-void note_keyspace(const std::string &name)
-{
-    if (const char *file = std::getenv("VHCASS_MADE_KEYSPACES"))
-        std::ofstream(file, std::ios::app) << name + "\n";
-}
-
 void make_keyspace(SQLHSTMT stmt, const std::string &name)
 {
-    note_keyspace(name);
+    // For whoever cleans the cluster up.
+    if (const char *file = std::getenv("VHCASS_MADE_KEYSPACES"))
+        std::ofstream(file, std::ios::app) << name + "\n";
     run(stmt, "DROP KEYSPACE IF EXISTS " + name);
     run(stmt, "CREATE KEYSPACE " + name + " WITH replication = {'class': 'SimpleStrategy', " +
                   "'replication_factor': 1}");
@@ -155,14 +145,14 @@ void make_keyspace(SQLHSTMT stmt, const std::string &name)
 void live_test::SetUp()
 {
     NEED_NODE("VHCASS_SERVER");
-    log_on_with("", SQL_OV_ODBC3);
+    log_on();
 }
 
-void live_test::log_on_with(const std::string &more, SQLULEN odbc_version, bool is_wide)
+void live_test::log_on(bool is_wide)
 {
-    live = live_open(odbc_version);
+    live = live_open();
     conn = live->conn;
-    EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings() + more, is_wide));
+    EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings(), is_wide));
     stmt = new_stmt(live.get());
 }
 
@@ -172,17 +162,12 @@ void live_test::use_keyspace(const std::string &name)
     run(stmt, "USE " + name);
 }
 
-void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end, int step)
+void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end)
 {
     std::string batch = "BEGIN UNLOGGED BATCH\n";
-    for (int n = first; n < end; n += step)
+    for (int n = first; n < end; n++)
         batch += replaced(change, "{n}", std::to_string(n)) + ";\n";
     run(stmt, batch + "APPLY BATCH");
-}
-
-void set_attribute(SQLHSTMT stmt, SQLINTEGER attribute, SQLPOINTER value)
-{
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLSetStmtAttr(stmt, attribute, value, 0)) << attribute;
 }
 
 // ---- Diagnostics and results ----------------------------------------------------------------------

@@ -51,8 +51,8 @@ struct live_session {
 void live_close(live_session *live);
 using live_ptr = std::unique_ptr<live_session, void (*)(live_session *)>;
 
-// An environment of the ODBC version and a connection that is not connected.
-live_ptr live_open(SQLULEN odbc_version = SQL_OV_ODBC3);
+// An environment of ODBC 3 and a connection that is not connected.
+live_ptr live_open();
 // By the wide entry the Driver Manager uses the driver's wide functions throughout, and turns the
 // application's ANSI calls into them; otherwise it is the other way round. `out`: the completed
 // string.
@@ -69,19 +69,17 @@ std::string replaced(std::string text, const std::string &mark, const std::strin
 
 // Executes a text whose result is of no interest. A server's warning is let pass.
 void run(SQLHSTMT stmt, const std::string &sql);
-// Adds a name to the file VHCASS_MADE_KEYSPACES, for whoever cleans the cluster up.
-void note_keyspace(const std::string &name);
-// An empty keyspace. Each test takes a name of its own: tests may run side by side.
+// An empty keyspace, whose name is added to the file VHCASS_MADE_KEYSPACES. Each test takes a name
+// of its own: tests may run side by side.
 void make_keyspace(SQLHSTMT stmt, const std::string &name);
-// In one request `change` for n = first, first + step ... below end, which stands at its marks {n}.
-void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end, int step = 1);
-void set_attribute(SQLHSTMT stmt, SQLINTEGER attribute, SQLPOINTER value);
+// In one request `change` for n = first ... below end, which stands at its marks {n}.
+void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end);
 
 // A test with a session that is logged on to VHCASS_SERVER, skipped without one.
 struct live_test : ::testing::Test {
     void SetUp() override;
-    // Instead of the first session, one with further settings ("StringLen=9").
-    void log_on_with(const std::string &more, SQLULEN odbc_version, bool is_wide = false);
+    // Anew, instead of the session that there was.
+    void log_on(bool is_wide = false);
     void use_keyspace(const std::string &name);  // a new one
 
     live_ptr live = {nullptr, live_close};

@@ -1,8 +1,34 @@
 // Values written through the Driver Manager to a real node, prepared and direct, and what the
 // server then holds: the cell read back in the same C type, and its own JSON form, which the driver
-// has no part in.
-#include "tests/live/parameter_support.h"
-#include "tests/node/frames.h"
+// has no part in. Then parameters in use: nulls, pages, and what the server says when it no longer
+// knows a prepared statement.
+#include "tests/app_value.h"
+#include "tests/bytes.h"
+#include "tests/live/live_support.h"
+
+static constexpr char invalid[] = "08S01 error code 8704 ";  // the server's refusal of a value
+
+// Names of tables are written with the keyspace: the server warns of prepared statements that
+// depend on a USE.
+struct live_parameters : live_test {
+    std::string table;  // "keyspace.t", with a column of every type
+
+    void make_table(const std::string &keyspace)
+    {
+        table = keyspace + ".t";
+        make_keyspace(stmt, keyspace);
+        run(stmt, "CREATE TYPE " + keyspace + ".pair (a int, b text)");
+        run(stmt, "CREATE TABLE " + table +
+                      " (k int PRIMARY KEY, c_ascii ascii, c_bigint bigint, c_blob blob, "
+                      "c_boolean boolean, c_date date, c_decimal decimal, c_double double, "
+                      "c_duration duration, c_float float, c_inet inet, c_int int, "
+                      "c_list list<int>, c_map map<text, int>, c_set set<text>, "
+                      "c_smallint smallint, c_text text, c_time time, c_timestamp timestamp, "
+                      "c_timeuuid timeuuid, c_tinyint tinyint, c_tuple tuple<int, text>, "
+                      "c_udt frozen<pair>, c_uuid uuid, c_varint varint, "
+                      "c_vector vector<float, 3>)");
+    }
+};
 
 // 38 nines.
 static SQL_NUMERIC_STRUCT nines_numeric(int scale, int sign)
@@ -138,5 +164,87 @@ TEST_F(live_parameter_values, reach_a_column_of_every_type)
     EXPECT_STMT(SQL_SUCCESS, stmt,
                 exec(stmt, "UPDATE live_param_values.counts SET c = c + ? WHERE k = 1"));
     EXPECT_EQ(query(conn, "SELECT c FROM live_param_values.counts"), row_list{"9000000000"});
+
+    // Types whose cells are read in a form of their own; an int of no bytes is a null.
+    run(stmt, "INSERT INTO " + table + " (k, c_inet, c_varint, c_timeuuid, c_time, c_double, c_int) "
+        "VALUES (0, '2001:db8::f0:42:8329', -256, " + time_guid + ", '23:59:59.999999999', "
+        "-Infinity, blob_as_int(0x))");
+    EXPECT_EQ(query(conn, "SELECT c_inet, c_varint, c_timeuuid, c_time, c_double, c_int, c_date FROM "
+                    + table + " WHERE k = 0"),
+        row_list{"2001:db8:0:0:0:f0:42:8329|-256|50554D6E-29BB-11E5-B345-FEFF819CDC9F|"
+                 "0000-00-00 23:59:59.999999999|-INF|NULL|NULL"});
 }
 // clang-format on
+
+// ---- Parameters in use --------------------------------------------------------------------------
+
+struct live_parameter_runs : live_parameters {
+    SQLINTEGER key = 1, number = 2;
+    SQLLEN indicator = 0;
+
+    // A table, and its insertion of `key` and `number`.
+    std::string insertion(const std::string &keyspace)
+    {
+        make_table(keyspace);
+        bind(stmt, 1, SQL_C_SLONG, SQL_INTEGER, &key);
+        bind(stmt, 2, SQL_C_SLONG, SQL_INTEGER, &number, &indicator);
+        return "INSERT INTO " + table + " (k, c_int) VALUES (?, ?)";
+    }
+};
+
+// A null indicator makes the frame one value short. The server refuses it as malformed, and the
+// connection lives on.
+TEST_F(live_parameter_runs, null_indicator_is_refused_by_the_server)
+{
+    const std::string insert = insertion("live_param_null");
+    const std::string look = "SELECT k, c_int FROM " + table;
+    EXPECT_STMT(SQL_SUCCESS, stmt, prepare(stmt, insert));
+    indicator = SQL_NULL_DATA;
+    for (const bool prepared : {true, false}) {
+        EXPECT_STMT(SQL_ERROR, stmt, prepared ? SQLExecute(stmt) : exec(stmt, insert));
+        expect_records(SQL_HANDLE_STMT, stmt, {"08S01 error code 0 "});
+        EXPECT_EQ(query(conn, look), row_list());
+    }
+}
+
+TEST_F(live_parameter_runs, further_pages_come_by_the_values_of_the_first)
+{
+    make_table("live_param_pages");
+    run(stmt, "CREATE TABLE live_param_pages.many (p text, n int, PRIMARY KEY (p, n))");
+    change_rows(stmt, "INSERT INTO live_param_pages.many (p, n) VALUES ('key', {n})", 0, 250);
+    row_list expected;
+    for (int n = 0; n < 250; n++)
+        expected.push_back(std::to_string(n));
+    const std::string select = "SELECT n FROM live_param_pages.many WHERE p = ?";
+    char name[] = "key";
+    SQLLEN length = 3;
+    bind(stmt, 1, SQL_C_CHAR, SQL_VARCHAR, name, &length);
+    for (const bool prepared : {false, true}) {
+        if (prepared) {
+            ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, select));
+        }
+        ASSERT_STMT(SQL_SUCCESS, stmt, prepared ? SQLExecute(stmt) : exec(stmt, select));
+        name[0] = 'x';  // further pages do not read the buffer again
+        EXPECT_EQ(fetch_all(stmt), expected);
+        name[0] = 'k';
+        SQLFreeStmt(stmt, SQL_CLOSE);
+    }
+}
+
+// A table that was altered makes its prepared statements unknown to the server. The driver does not
+// prepare again by itself; the application may.
+TEST_F(live_parameter_runs, statement_of_an_altered_table_must_be_prepared_again)
+{
+    const std::string insert = insertion("live_param_altered");
+    ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, insert));
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLExecute(stmt));
+    query(conn, "ALTER TABLE " + table + " ADD c_added int");
+    for (int i = 0; i < 2; i++) {
+        EXPECT_STMT(SQL_ERROR, stmt, SQLExecute(stmt));
+        expect_records(SQL_HANDLE_STMT, stmt, {"08S01 error code 9472 'Prepared query with ID "});
+    }
+    ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, insert));
+    key = 2;
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLExecute(stmt));
+    EXPECT_EQ(query(conn, "SELECT k FROM " + table + " WHERE k = 2"), row_list{"2"});
+}

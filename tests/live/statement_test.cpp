@@ -1,45 +1,8 @@
-// The life of a statement through the Driver Manager: prepared and executed again, closed in all
-// ways, keyspaces and tables made and dropped, text beyond ASCII.
+// Statements through the Driver Manager: the server's refusals and warnings, keyspaces and tables
+// made and dropped, text beyond ASCII.
 #include "tests/live/live_support.h"
 
-struct live_statements : live_test {
-    // With three rows in the table t.
-    void make_table(const std::string &keyspace)
-    {
-        use_keyspace(keyspace);
-        run(stmt, "CREATE TABLE t (p int, n int, t text, PRIMARY KEY (p, n))");
-        change_rows(stmt, "INSERT INTO t (p, n, t) VALUES (1, {n}, 'row')", 0, 3);
-    }
-};
-
-TEST_F(live_statements, run_again_closed_in_all_ways_and_read_out_of_turn)
-{
-    make_table("live_again");
-    EXPECT_STMT(SQL_ERROR, stmt, SQLFetch(stmt));
-    ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, "SELECT n FROM live_again.t WHERE p = 1"));
-    EXPECT_STMT(SQL_ERROR, stmt, SQLCancel(stmt));  // nothing can be stopped: it says so
-    for (int turn = 0; turn < 3; turn++) {
-        ASSERT_STMT(SQL_SUCCESS, stmt, SQLExecute(stmt));
-        EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-        EXPECT_TRUE(cell_text(stmt, 2).starts_with("<SQL_ERROR: 07009"));
-        EXPECT_EQ(row_text(stmt), "0");
-        EXPECT_EQ(row_text(stmt), "<SQL_NO_DATA>");
-        if (turn != 1) {  // where it is left there
-            EXPECT_EQ(fetch_all(stmt), (row_list{"1", "2"}));
-        }
-        EXPECT_STMT(SQL_SUCCESS, stmt, turn ? SQLFreeStmt(stmt, SQL_CLOSE) : SQLCloseCursor(stmt));
-    }
-    ASSERT_STMT(SQL_SUCCESS, stmt, prepare(stmt, "DELETE FROM live_again.t WHERE p = 1 AND n = 0"));
-    EXPECT_EQ(column_count(stmt), 0);
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLExecute(stmt));
-    ASSERT_STMT(SQL_SUCCESS, stmt, exec(stmt, "SELECT p, n, t FROM t WHERE p = 1"));
-    SQLLEN rows = 7;
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLRowCount(stmt, &rows));
-    EXPECT_EQ(rows, -1);
-    EXPECT_EQ(fetch_all(stmt), (row_list{"1|1|row", "1|2|row"}));
-    EXPECT_STMT(SQL_NO_DATA, stmt, SQLMoreResults(stmt));
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLCancel(stmt));
-}
+using live_statements = live_test;
 
 TEST_F(live_statements, refusals_and_warnings_are_the_servers)
 {
@@ -55,7 +18,9 @@ TEST_F(live_statements, refusals_and_warnings_are_the_servers)
 
 TEST_F(live_statements, keyspaces_and_tables_come_and_go)
 {
-    make_table("live_use");
+    use_keyspace("live_use");
+    run(stmt, "CREATE TABLE t (p int, n int, t text, PRIMARY KEY (p, n))");
+    change_rows(stmt, "INSERT INTO t (p, n, t) VALUES (1, {n}, 'row')", 0, 3);
     EXPECT_EQ(query(conn, "SELECT n FROM t WHERE p = 1").size(), 3u);
     SQLCHAR name[32] = "";
     SQLGetInfo(conn, SQL_DATABASE_NAME, name, sizeof name, nullptr);
@@ -70,27 +35,4 @@ TEST_F(live_statements, keyspaces_and_tables_come_and_go)
     EXPECT_EQ(query(conn, "  SELECT {fn cast(k as text)}, v['\xC3\x85'] FROM u -- why?\n; "),
               row_list{"2024-02-29|5"});
     EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, "DROP TABLE u"));
-}
-
-// A wide text goes out in the low bytes of its units: below 128 whole, and UTF-8 by an application
-// that widens its bytes.
-TEST_F(live_statements, wide_text_goes_out_in_low_bytes)
-{
-    log_on_with("", SQL_OV_ODBC3, true);
-    make_table("live_wide");
-    const std::u16string insert = u"INSERT INTO t (p, n, t) VALUES (2, 1, '\u00C3\u00A9')";
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLExecDirectW(stmt, odbc_wide(insert), SQL_NTS));
-    // Names come from the server as UTF-8 and are kept one code unit a byte.
-    const std::u16string select =
-        u"SELECT t AS \"\u00C3\u00A9\" FROM live_wide.t WHERE p = 2 beyond";
-    ASSERT_STMT(SQL_SUCCESS, stmt,
-                SQLPrepareW(stmt, odbc_wide(select), static_cast<SQLINTEGER>(select.size() - 7)));
-    ASSERT_STMT(SQL_SUCCESS, stmt, SQLExecute(stmt));
-    ASSERT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-    SQLWCHAR text[8] = {}, name[8] = {};
-    SQLLEN length = 0;
-    SQLGetData(stmt, 1, SQL_C_WCHAR, text, sizeof text, &length);
-    SQLDescribeColW(stmt, 1, name, 8, nullptr, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_EQ(reinterpret_cast<char16_t *>(text), std::u16string(u"\u00E9"));
-    EXPECT_EQ(reinterpret_cast<char16_t *>(name), std::u16string(u"\u00C3\u00A9"));
 }

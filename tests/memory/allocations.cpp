@@ -7,7 +7,6 @@
 #include <odbcinst.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 #include <new>
@@ -37,42 +36,17 @@ void plan_allocations(const allocation_plan &plan)
 
 // ---- Who asks ----------------------------------------------------------------------------------
 
-struct code_range {
-    std::uintptr_t from, to;
-};
-static code_range library_code[16];
-static int library_count;
-
-static int note_library(dl_phdr_info *info, std::size_t, void *)
+static allocation_owner owner_of(void *caller)
 {
-    for (const char *name : {"libcrypto.", "libssl.", "libzip.", "libz.", "libjansson."}) {
-        if (std::strstr(info->dlpi_name, name) == nullptr)
-            continue;
-        for (int i = 0; i < info->dlpi_phnum; i++) {
-            const ElfW(Phdr) &part = info->dlpi_phdr[i];
-            if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0 && library_count < 16)
-                library_code[library_count++] = {info->dlpi_addr + part.p_vaddr,
-                                                 info->dlpi_addr + part.p_vaddr + part.p_memsz};
-        }
-    }
-    return 0;
-}
-
-[[gnu::constructor]] static void note_libraries()
-{
-    dl_iterate_phdr(note_library, nullptr);
-}
-
-static allocation_owner owner_of(const void *caller)
-{
-    const auto at = reinterpret_cast<std::uintptr_t>(caller);
-    for (int i = 0; i < library_count; i++)
-        if (at >= library_code[i].from && at < library_code[i].to)
-            return BY_LIBRARY;
+    dl_find_object at;
+    if (_dl_find_object(caller, &at) == 0)
+        for (const char *name : {"libcrypto.", "libssl.", "libzip.", "libz.", "libjansson."})
+            if (std::strstr(at.dlfo_link_map->l_name, name) != nullptr)
+                return BY_LIBRARY;
     return BY_DRIVER;
 }
 
-static bool refuse(const void *caller)
+static bool refuse(void *caller)
 {
     allocation_state &state = allocations;
     if (!state.watched || state.quiet)
@@ -119,7 +93,7 @@ extern "C" EVERYWHERE void *realloc(void *block, std::size_t size) noexcept
 
 // The sanitizer's own does not come by malloc.
 template <const char *name>
-static void *made(std::size_t size, const void *caller)
+static void *made(std::size_t size, void *caller)
 {
     if (refuse(caller))
         throw std::bad_alloc();

@@ -74,9 +74,10 @@ certificate make_certificate(const certificate_options &options, const certifica
     set_name(X509_get_issuer_name(x509.get()),
              issuer != nullptr ? issuer->subject : options.subject);
     X509_set_pubkey(x509.get(), key_of(options.key));
-    for (const auto &[name, value] : options.extensions) {
-        X509_EXTENSION *extension = X509V3_EXT_conf(nullptr, nullptr, name, value);
-        must(extension != nullptr && X509_add_ext(x509.get(), extension, -1) == 1, name);
+    if (options.is_ca) {
+        X509_EXTENSION *extension =
+            X509V3_EXT_conf(nullptr, nullptr, "basicConstraints", "critical,CA:TRUE");
+        must(X509_add_ext(x509.get(), extension, -1) == 1, "adding an extension");
         X509_EXTENSION_free(extension);
     }
     must(X509_sign(x509.get(), key_of(issuer != nullptr ? issuer->key : options.key),
@@ -90,10 +91,9 @@ certificate make_certificate(const certificate_options &options, const certifica
             .hashed_name = hashed};
 }
 
-certificate make_ca(const char *subject, test_key key, const char *constraints)
+certificate make_ca(const char *subject, test_key key)
 {
-    return make_certificate(
-        {.subject = subject, .key = key, .extensions = {{"basicConstraints", constraints}}});
+    return make_certificate({.subject = subject, .key = key, .is_ca = true});
 }
 
 file_folder::file_folder()

@@ -16,8 +16,7 @@ struct certificate_options {
     const char *subject = "localhost";
     test_key key = KEY_ONE;
     int first_day = -1, last_day = 30;  // from today
-    // Extensions by their names in openssl's configuration: {"basicConstraints", "CA:TRUE"}.
-    std::vector<std::pair<const char *, const char *>> extensions = {};
+    bool is_ca = false;
 };
 
 struct certificate {
@@ -29,8 +28,7 @@ struct certificate {
 // Signed by the issuer's key, or by its own.
 certificate make_certificate(const certificate_options &options,
                              const certificate *issuer = nullptr);
-certificate make_ca(const char *subject = "test CA", test_key key = KEY_ONE,
-                    const char *constraints = "critical,CA:TRUE");
+certificate make_ca(const char *subject = "test CA", test_key key = KEY_ONE);
 
 // A folder of files that goes at the end.
 struct file_folder {

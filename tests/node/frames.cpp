@@ -3,15 +3,11 @@
 
 #include <lz4.h>
 
-#include <cstdio>
-
 static constexpr int FLAG_COMPRESSED = 0x01;
 static constexpr int FLAG_WARNING = 0x08;
 static constexpr int METADATA_GLOBAL_SPEC = 0x01;
 static constexpr int METADATA_MORE_PAGES = 0x02;
 static constexpr int METADATA_NONE = 0x04;
-static constexpr int PAGE_SIZE_FLAG = 0x04;
-static constexpr int PAGING_STATE_FLAG = 0x08;
 
 // ---- Primitives -------------------------------------------------------------------
 
@@ -28,22 +24,6 @@ static bytes wire_string_list(const std::vector<bytes> &texts)
     return out;
 }
 
-std::string hex_dump(std::string_view value)
-{
-    constexpr std::size_t line = 16;
-    std::string out;
-    for (std::size_t at = 0; at < value.size(); at += line) {
-        char text[80];
-        const std::string_view part = value.substr(at, line);
-        std::snprintf(text, sizeof text, "  %04zx %-32s  ", at, to_hex(part).c_str());
-        out += text;
-        for (const char c : part)
-            out += c >= 0x20 && c < 0x7F ? c : '.';
-        out += "\n";
-    }
-    return out;
-}
-
 // ---- Types and metadata -------------------------------------------------------------------
 
 // clang-format off
@@ -51,15 +31,6 @@ bytes type_of(int option_id) { return be16(option_id); }
 bytes type_list(const bytes &element) { return type_of(NODE_LIST) + element; }
 bytes type_map(const bytes &key, const bytes &value) { return type_of(NODE_MAP) + key + value; }
 // clang-format on
-
-bytes type_udt(std::string_view keyspace, std::string_view name,
-               const std::vector<std::pair<bytes, bytes>> &fields)
-{
-    bytes out = type_of(NODE_UDT) + wire_string(keyspace) + wire_string(name) + be16(fields.size());
-    for (const auto &[field, type] : fields)
-        out += wire_string(field) + type;
-    return out;
-}
 
 // Column specifications, with keyspace and table once in front.
 static bytes column_specs(const node_columns &columns)
@@ -202,33 +173,14 @@ bytes startup_body(bool lz4)
            (lz4 ? wire_string("COMPRESSION") + wire_string("lz4") : bytes());
 }
 
-static bytes query_tail(int consistency)
+bytes page_tail(std::string_view paging_state, int consistency)
 {
-    return be16(consistency) + be8(PAGE_SIZE_FLAG) + be32(100);
-}
-
-bytes next_page_tail(std::string_view paging_state, int consistency)
-{
-    return be16(consistency) + be8(PAGE_SIZE_FLAG | PAGING_STATE_FLAG) + be32(100) +
-           wire_long_string(paging_state);
+    const bool first = paging_state.empty();
+    return be16(consistency) + be8(first ? 4 : 12) + be32(100) +
+           (first ? "" : wire_long_string(paging_state));
 }
 
 bytes query_body(std::string_view sql, int consistency)
 {
-    return wire_long_string(sql) + query_tail(consistency);
-}
-
-bytes execute_body(std::string_view id, int consistency)
-{
-    return wire_short_bytes(id) + query_tail(consistency);
-}
-
-bytes use_body(std::string_view keyspace)
-{
-    return wire_long_string("USE \"" + bytes(keyspace) + "\";") + be16(CONSISTENCY_ONE) + be8(0);
-}
-
-bytes auth_body(std::string_view user, std::string_view password)
-{
-    return wire_long_string(bytes(1, '\0') + bytes(user) + bytes(1, '\0') + bytes(password));
+    return wire_long_string(sql) + page_tail({}, consistency);
 }

@@ -35,16 +35,12 @@ enum : int {
 // ---- Primitives -------------------------------------------------------------------
 
 bytes wire_bytes(const node_cell &value);  // [bytes], nothing: length -1
-// Bytes as lines of hexadecimal digits and characters, for a failed comparison.
-std::string hex_dump(std::string_view value);
 
 // ---- Types and metadata -------------------------------------------------------------------
 
 bytes type_of(int option_id);
 bytes type_list(const bytes &element);
 bytes type_map(const bytes &key, const bytes &value);
-bytes type_udt(std::string_view keyspace, std::string_view name,
-               const std::vector<std::pair<bytes, bytes>> &fields);
 
 struct node_column {
     bytes name;
@@ -110,12 +106,8 @@ std::optional<bytes> lz4_restore(std::string_view compressed);
 constexpr int CONSISTENCY_ONE = 1;
 
 bytes startup_body(bool lz4);
-// What stands behind a statement: flags 12, the page size and the paging state.
-bytes next_page_tail(std::string_view paging_state, int consistency = CONSISTENCY_ONE);
+// What stands behind a statement: flags 4, the page size and, with flags 12, the paging state.
+bytes page_tail(std::string_view paging_state = {}, int consistency = CONSISTENCY_ONE);
 bytes query_body(std::string_view sql, int consistency = CONSISTENCY_ONE);
-bytes execute_body(std::string_view id, int consistency = CONSISTENCY_ONE);
-bytes use_body(std::string_view keyspace);
-// SASL PLAIN (RFC 4616) as the [bytes] of AUTH_RESPONSE.
-bytes auth_body(std::string_view user, std::string_view password);
 
 #endif

@@ -1,16 +1,15 @@
-// The scripted server's thread: it waits on the listening socket, on the connections and on a wake
-// descriptor together, takes one whole request from whichever connection has one, and answers it
+// The scripted server's thread: it waits on the listening socket and on the connections together,
+// takes one whole request from whichever connection has one, and answers it
 // by the next step. The test's thread touches the record under its lock only.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,8 +18,6 @@
 #include <thread>
 
 #include "tests/node/node_tls.h"
-
-using node_clock = std::chrono::steady_clock;
 
 static constexpr int HEADER_SIZE = 9;
 static constexpr int FLAG_COMPRESSED = 0x01;
@@ -34,16 +31,13 @@ struct node_connection {
 
 struct scripted_node {
     int listener;
-    int wake;  // readable once the server is to stop
     int port;
-    node_clock::time_point deadline;
     std::atomic<bool> stopping;
     std::vector<node_connection> connections;  // the thread's own
     std::thread thread;
 
     std::mutex lock;  // over what follows
     std::deque<node_step> script;
-    int steps_done;
     node_responder responder;
     std::optional<node_tls> tls;
     std::vector<bytes> tls_names;
@@ -53,89 +47,34 @@ struct scripted_node {
 
 // ---- Texts -------------------------------------------------------------------------------------
 
-static std::string opcode_text(int opcode)
-{
-    // clang-format off
-    static constexpr const char *names[] = {
-        "ERROR", "STARTUP", "READY", "AUTHENTICATE", "?", "OPTIONS", "SUPPORTED", "QUERY", "RESULT",
-        "PREPARE", "EXECUTE", "REGISTER", "EVENT", "BATCH", "AUTH_CHALLENGE", "AUTH_RESPONSE"};
-    // clang-format on
-    const bool known = opcode >= 0 && opcode < static_cast<int>(std::size(names));
-    return (known ? names[opcode] : "?") + (" (" + std::to_string(opcode)) + ")";
-}
-
 static std::string request_text(int opcode, const bytes &body)
 {
-    return opcode_text(opcode) + ", body of " + std::to_string(body.size()) + " bytes:\n" +
-           hex_dump(body);
+    std::string text = "opcode " + std::to_string(opcode) + ", body of " +
+                       std::to_string(body.size()) + " bytes: ";
+    for (const char c : body)
+        text += c >= 0x20 && c < 0x7F ? bytes{c} : "\\" + to_hex({&c, 1});
+    return text;
 }
 
 static void complain(scripted_node *node, const std::string &text)
 {
     const std::lock_guard hold(node->lock);
-    node->complaints += "step " + std::to_string(node->steps_done + 1) + ": " + text +
-                        (text.ends_with('\n') ? "" : "\n");
+    node->complaints += text + "\n";
 }
 
 // ---- Bytes in and out ----------------------------------------------------------------------
 
-static int milliseconds_left(const scripted_node *node)
+// Exactly `count` bytes. False when the peer has gone or has said nothing for too long.
+static bool receive(const node_connection &from, void *buffer, std::size_t count)
 {
-    const auto left = node->deadline - node_clock::now();
-    const auto count = std::chrono::duration_cast<std::chrono::milliseconds>(left).count();
-    return count < 0 ? 0 : static_cast<int>(count);
-}
-
-// Up to `count` bytes as they come. 0 when the peer has gone, the deadline passed or the server
-// stops.
-static std::size_t receive_raw(scripted_node *node, int socket, void *buffer, std::size_t count)
-{
-    for (;;) {
-        pollfd waits[] = {{socket, POLLIN, 0}, {node->wake, POLLIN, 0}};
-        const int ready = poll(waits, std::size(waits), milliseconds_left(node));
-        if (ready < 0 && errno == EINTR)
-            continue;
-        if (ready <= 0 || node->stopping)
-            return 0;
-        const ssize_t got = recv(socket, buffer, count, 0);
-        return got > 0 ? static_cast<std::size_t>(got) : 0;
-    }
-}
-
-// Feeds the session with what comes next. False at the end of the connection.
-static bool receive_for_tls(scripted_node *node, const node_connection &from)
-{
-    char raw[16384];
-    const std::size_t got = receive_raw(node, from.socket, raw, sizeof raw);
-    tls_feed(from.tls.get(), {raw, got});
-    return got > 0;
-}
-
-static std::size_t receive_some(scripted_node *node, const node_connection &from, char *buffer,
-                                std::size_t count)
-{
-    if (from.tls == nullptr)
-        return receive_raw(node, from.socket, buffer, count);
-    for (;;) {
-        const int got = SSL_read(from.tls.get(), buffer, static_cast<int>(count));
-        if (got > 0)
-            return static_cast<std::size_t>(got);
-        if (SSL_get_error(from.tls.get(), got) != SSL_ERROR_WANT_READ ||
-            !receive_for_tls(node, from))
-            return 0;
-    }
-}
-
-// Exactly `count` bytes. False when there are no more.
-static bool receive(scripted_node *node, const node_connection &from, void *buffer,
-                    std::size_t count)
-{
-    for (std::size_t have = 0; have < count;) {
-        const std::size_t got =
-            receive_some(node, from, static_cast<char *>(buffer) + have, count - have);
-        if (got == 0)
+    for (char *at = static_cast<char *>(buffer); count > 0;) {
+        const int size = static_cast<int>(count);
+        const ssize_t got = from.tls != nullptr ? SSL_read(from.tls.get(), at, size)
+                                                : recv(from.socket, at, count, 0);
+        if (got <= 0)
             return false;
-        have += got;
+        at += got;
+        count -= static_cast<std::size_t>(got);
     }
     return true;
 }
@@ -173,13 +112,11 @@ static void hang_up(const node_connection &connection, bool reset)
 static void answer_http(scripted_node *node, const node_connection &from)
 {
     bytes request = "G";
-    for (char byte; !request.ends_with("\n\n") && receive(node, from, &byte, 1);)
+    for (char byte; !request.ends_with("\n\n") && receive(from, &byte, 1);)
         request += byte;
     const std::lock_guard hold(node->lock);
     node->http_request = request;
     transmit(from.socket, tls_encrypt(from.tls.get(), node->tls->http), false);
-    SSL_shutdown(from.tls.get());
-    transmit(from.socket, tls_take(from.tls.get()), false);
 }
 
 // One request, restored. False when the connection is at its end.
@@ -187,21 +124,21 @@ static bool read_request(scripted_node *node, const node_connection &from, node_
 {
     unsigned char header[HEADER_SIZE] = {};
     // A request begins with its first byte; an end before it is an orderly one.
-    if (!receive(node, from, header, 1))
+    if (!receive(from, header, 1))
         return false;
     if (header[0] == 'G' && from.tls != nullptr) {
         answer_http(node, from);
         return false;
     }
-    bool whole = receive(node, from, header + 1, HEADER_SIZE - 1);
+    bool whole = receive(from, header + 1, HEADER_SIZE - 1);
     const std::size_t length =
         static_cast<std::size_t>(header[5]) << 24 | header[6] << 16 | header[7] << 8 | header[8];
     bytes body(whole ? length : 0, '\0');
-    whole = whole && receive(node, from, body.data(), body.size());
+    whole = whole && receive(from, body.data(), body.size());
     const bool compressed = whole && (header[1] & FLAG_COMPRESSED) != 0;
     const std::optional<bytes> restored = compressed ? lz4_restore(body) : body;
     if (!whole || !restored)
-        complain(node, whole ? "a compressed body is not lz4:\n" + hex_dump(body)
+        complain(node, whole ? "a compressed body is not lz4:\n" + to_hex(body)
                              : "the connection ended within a request");
     *request = {.version = header[0],
                 .flags = header[1],
@@ -218,7 +155,7 @@ static void check_header(scripted_node *node, bool lz4, const node_request &requ
     const int flags = lz4 && !request.body.empty() ? FLAG_COMPRESSED : 0;
     if (request.version == 4 && request.stream == 0 && request.flags == flags)
         return;
-    complain(node, opcode_text(request.opcode) + " has version, flags, stream " +
+    complain(node, "opcode " + std::to_string(request.opcode) + " has version, flags, stream " +
                        std::to_string(request.version) + ", " + std::to_string(request.flags) +
                        ", " + std::to_string(request.stream) + "; expected 4, " +
                        std::to_string(flags) + ", 0");
@@ -237,12 +174,10 @@ static std::vector<node_frame> answers_to(scripted_node *node, const node_reques
     }
     const node_step step = node->script.front();
     node->script.pop_front();
-    if (step.opcode == request.opcode && step.body == request.body) {
-        node->steps_done++;
+    if (step.opcode == request.opcode && step.body == request.body)
         return step.replies;
-    }
     hold.unlock();
-    complain(node, "expected " + request_text(step.opcode, step.body) + "came " +
+    complain(node, "expected " + request_text(step.opcode, step.body) + "\ncame " +
                        request_text(request.opcode, request.body));
     return {error_frame(0, "not the request that the script expects")};
 }
@@ -252,7 +187,7 @@ static bool serve(scripted_node *node, node_connection *connection)
 {
     node_request request;
     if (!read_request(node, *connection, &request)) {
-        close(connection->socket);
+        hang_up(*connection, false);
         return false;
     }
     check_header(node, connection->lz4, request);
@@ -275,14 +210,10 @@ static bool serve(scripted_node *node, node_connection *connection)
 static bool shake_hands(scripted_node *node, const node_connection &with)
 {
     SSL *const tls = with.tls.get();
-    for (;;) {
-        const int result = SSL_accept(tls);
-        transmit(with.socket, tls_take(tls), false);
-        if (result == 1)
-            break;
-        if (SSL_get_error(tls, result) != SSL_ERROR_WANT_READ || !receive_for_tls(node, with))
-            return false;
-    }
+    SSL_set_fd(tls, with.socket);
+    if (SSL_accept(tls) != 1)
+        return false;
+    SSL_set0_wbio(tls, BIO_new(BIO_s_mem()));
     const char *name = SSL_get_servername(tls, TLSEXT_NAMETYPE_host_name);
     const std::lock_guard hold(node->lock);
     node->tls_names.push_back(name != nullptr ? name : "");
@@ -297,6 +228,7 @@ static void take_connection(scripted_node *node)
     const int on = 1;
     const timeval patience = {.tv_sec = DEADLINE_SECONDS, .tv_usec = 0};
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
     node_connection connection = {.socket = socket, .lz4 = false, .tls = {nullptr, SSL_free}};
     std::unique_lock hold(node->lock);
@@ -314,52 +246,50 @@ static void take_connection(scripted_node *node)
 
 static void run(scripted_node *node)
 {
+    // A handshake may find that its peer has gone.
+    sigset_t pipe_signal;
+    sigemptyset(&pipe_signal);
+    sigaddset(&pipe_signal, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe_signal, nullptr);
     while (!node->stopping) {
-        std::vector<pollfd> waits = {{node->wake, POLLIN, 0}, {node->listener, POLLIN, 0}};
+        std::vector<pollfd> waits = {{node->listener, POLLIN, 0}};
         for (const node_connection &connection : node->connections)
             waits.push_back({connection.socket, POLLIN, 0});
-        const int ready = poll(waits.data(), waits.size(), milliseconds_left(node));
+        const int ready = poll(waits.data(), waits.size(), DEADLINE_SECONDS * 1000);
         if (node->stopping)
             break;
         if (ready == 0) {
-            complain(node, "the test's deadline has passed");
+            complain(node, "nothing came for too long");
             break;
         }
         // Connections behind the ones that were polled keep their places: they are only added.
-        for (std::size_t i = waits.size(); i-- > 2;)
-            if (waits[i].revents != 0 && !serve(node, &node->connections[i - 2]))
+        for (std::size_t i = waits.size(); i-- > 1;)
+            if (waits[i].revents != 0 && !serve(node, &node->connections[i - 1]))
                 node->connections.erase(node->connections.begin() +
-                                        static_cast<std::ptrdiff_t>(i - 2));
-        if (waits[1].revents != 0)
+                                        static_cast<std::ptrdiff_t>(i - 1));
+        if (waits[0].revents != 0)
             take_connection(node);
     }
     for (const node_connection &connection : node->connections)
         hang_up(connection, true);
-    close(node->listener);
 }
 
 // ---- For tests ---------------------------------------------------------------------------------
 
-[[noreturn]] static void give_up(const char *what)
-{
-    std::perror(what);
-    std::abort();
-}
-
 node_ptr node_start()
 {
     node_ptr node(new scripted_node{}, node_free);
-    node->deadline = node_clock::now() + std::chrono::seconds(DEADLINE_SECONDS);
-    node->wake = eventfd(0, EFD_CLOEXEC);
     node->listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     sockaddr *const any = reinterpret_cast<sockaddr *>(&address);
     socklen_t length = sizeof address;
-    if (node->wake < 0 || bind(node->listener, any, length) != 0 ||
-        listen(node->listener, 16) != 0 || getsockname(node->listener, any, &length) != 0)
-        give_up("scripted server: listen");
+    if (bind(node->listener, any, length) != 0 || listen(node->listener, 16) != 0 ||
+        getsockname(node->listener, any, &length) != 0) {
+        std::perror("scripted server: listen");
+        std::abort();
+    }
     node->port = ntohs(address.sin_port);
     node->thread = std::thread(run, node.get());
     return node;
@@ -408,17 +338,15 @@ bytes node_http_request(scripted_node *node)
 std::string node_finish(scripted_node *node)
 {
     if (node->thread.joinable()) {
-        const std::uint64_t one = 1;
         node->stopping = true;
-        if (write(node->wake, &one, sizeof one) != sizeof one)
-            give_up("scripted server: wake");
+        shutdown(node->listener, SHUT_RDWR);  // wakes the thread
         node->thread.join();
-        close(node->wake);
+        close(node->listener);
     }
     const std::lock_guard hold(node->lock);
     std::string text = node->complaints;
     for (const node_step &step : node->script)
-        text += "never came: " + request_text(step.opcode, step.body);
+        text += "never came: " + request_text(step.opcode, step.body) + "\n";
     return text;
 }
 
@@ -445,33 +373,4 @@ void expect_logon(scripted_node *node, const node_logon &logon)
 {
     node_expect(node, {NODE_OPTIONS, "", {stock_supported(logon.lz4)}});
     node_expect(node, {NODE_STARTUP, startup_body(logon.lz4), {ready_frame()}});
-}
-
-void expect_query(scripted_node *node, std::string_view sql, std::vector<node_frame> replies)
-{
-    node_expect(node, {NODE_QUERY, query_body(sql), std::move(replies)});
-}
-
-void expect_next_query(scripted_node *node, std::string_view sql, std::string_view paging_state,
-                       std::vector<node_frame> replies)
-{
-    const bytes body = wire_long_string(sql) + next_page_tail(paging_state);
-    node_expect(node, {NODE_QUERY, body, std::move(replies)});
-}
-
-void expect_prepare(scripted_node *node, std::string_view sql, std::vector<node_frame> replies)
-{
-    node_expect(node, {NODE_PREPARE, wire_long_string(sql), std::move(replies)});
-}
-
-void expect_execute(scripted_node *node, std::string_view id, std::vector<node_frame> replies)
-{
-    node_expect(node, {NODE_EXECUTE, execute_body(id), std::move(replies)});
-}
-
-void expect_next_execute(scripted_node *node, std::string_view id, std::string_view paging_state,
-                         std::vector<node_frame> replies)
-{
-    const bytes body = wire_short_bytes(id) + next_page_tail(paging_state);
-    node_expect(node, {NODE_EXECUTE, body, std::move(replies)});
 }

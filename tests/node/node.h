@@ -11,9 +11,8 @@
 //     ... drive the library ...
 //     EXPECT_EQ(node_finish(node.get()), "");
 //
-// All connections share the one script, in the order in which requests arrive. One deadline of 20
-// seconds stands for the whole test: when it passes, every connection is reset, so that no call of
-// the driver waits on.
+// All connections share the one script, in the order in which requests arrive. When nothing comes
+// for 20 seconds, every connection is reset, so that no call of the driver waits on.
 #ifndef TESTS_NODE_NODE_H
 #define TESTS_NODE_NODE_H
 
@@ -84,12 +83,20 @@ void expect_logon(scripted_node *node, const node_logon &logon = {});
 // SUPPORTED as a server of today gives it.
 node_frame stock_supported(bool lz4);
 
-void expect_query(scripted_node *node, std::string_view sql, std::vector<node_frame> replies);
-void expect_next_query(scripted_node *node, std::string_view sql, std::string_view paging_state,
-                       std::vector<node_frame> replies);
-void expect_prepare(scripted_node *node, std::string_view sql, std::vector<node_frame> replies);
-void expect_execute(scripted_node *node, std::string_view id, std::vector<node_frame> replies);
-void expect_next_execute(scripted_node *node, std::string_view id, std::string_view paging_state,
-                         std::vector<node_frame> replies);
+inline void expect_query(scripted_node *node, std::string_view sql, std::vector<node_frame> replies)
+{
+    node_expect(node, {NODE_QUERY, query_body(sql), std::move(replies)});
+}
+inline void expect_next_query(scripted_node *node, std::string_view sql,
+                              std::string_view paging_state, std::vector<node_frame> replies)
+{
+    const bytes body = wire_long_string(sql) + page_tail(paging_state);
+    node_expect(node, {NODE_QUERY, body, std::move(replies)});
+}
+inline void expect_prepare(scripted_node *node, std::string_view sql,
+                           std::vector<node_frame> replies)
+{
+    node_expect(node, {NODE_PREPARE, wire_long_string(sql), std::move(replies)});
+}
 
 #endif

@@ -13,46 +13,16 @@ static BIO *memory_with(const bytes &data)
 }
 
 // The certificates of a PEM text, in their order.
-static std::vector<X509 *> certificates_in(const bytes &pem)
+template <typename Take>
+static void each_certificate(const bytes &pem, Take take)
 {
-    std::vector<X509 *> all;
     BIO *bio = memory_with(pem);
-    while (X509 *one = PEM_read_bio_X509(bio, nullptr, nullptr, nullptr))
-        all.push_back(one);
-    BIO_free(bio);
-    ERR_clear_error();
-    return all;
-}
-
-// The first certificate is the server's, the others go with it.
-static void set_identity(SSL_CTX *ctx, const node_tls &settings)
-{
-    const std::vector<X509 *> chain = certificates_in(settings.chain);
-    for (std::size_t i = 0; i < chain.size(); i++) {
-        if (i == 0)
-            SSL_CTX_use_certificate(ctx, chain[i]);
-        else
-            SSL_CTX_add1_chain_cert(ctx, chain[i]);
-        X509_free(chain[i]);
-    }
-    BIO *bio = memory_with(settings.key);
-    EVP_PKEY *key = PEM_read_bio_PrivateKey(bio, nullptr, nullptr, nullptr);
-    if (SSL_CTX_use_PrivateKey(ctx, key) != 1) {
-        std::fputs("scripted server: no certificate and key for TLS\n", stderr);
-        std::abort();
-    }
-    EVP_PKEY_free(key);
-    BIO_free(bio);
-}
-
-static void demand_certificate(SSL_CTX *ctx, const bytes &issuers)
-{
-    for (X509 *one : certificates_in(issuers)) {
-        X509_STORE_add_cert(SSL_CTX_get_cert_store(ctx), one);
-        SSL_CTX_add_client_CA(ctx, one);
+    while (X509 *one = PEM_read_bio_X509(bio, nullptr, nullptr, nullptr)) {
+        take(one);
         X509_free(one);
     }
-    SSL_CTX_set_verify(ctx, SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr);
+    BIO_free(bio);
+    ERR_clear_error();
 }
 
 tls_session tls_accept(const node_tls &settings)
@@ -62,19 +32,29 @@ tls_session tls_accept(const node_tls &settings)
     SSL_CTX_set_security_level(ctx, 0);
     SSL_CTX_set_min_proto_version(ctx, settings.version);
     SSL_CTX_set_max_proto_version(ctx, settings.version);
-    set_identity(ctx, settings);
-    if (!settings.client_issuers.empty())
-        demand_certificate(ctx, settings.client_issuers);
+    // The first certificate is the server's, the others go with it.
+    each_certificate(settings.chain, [ctx](X509 *one) {
+        if (SSL_CTX_get0_certificate(ctx) == nullptr)
+            SSL_CTX_use_certificate(ctx, one);
+        else
+            SSL_CTX_add1_chain_cert(ctx, one);
+    });
+    BIO *bio = memory_with(settings.key);
+    EVP_PKEY *key = PEM_read_bio_PrivateKey(bio, nullptr, nullptr, nullptr);
+    if (SSL_CTX_use_PrivateKey(ctx, key) != 1) {
+        std::fputs("scripted server: no certificate and key for TLS\n", stderr);
+        std::abort();
+    }
+    EVP_PKEY_free(key);
+    BIO_free(bio);
+    each_certificate(settings.client_issuers, [ctx](X509 *one) {
+        X509_STORE_add_cert(SSL_CTX_get_cert_store(ctx), one);
+        SSL_CTX_add_client_CA(ctx, one);
+        SSL_CTX_set_verify(ctx, SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr);
+    });
     tls_session session(SSL_new(ctx), SSL_free);
     SSL_CTX_free(ctx);
-    SSL_set_bio(session.get(), BIO_new(BIO_s_mem()), BIO_new(BIO_s_mem()));
-    SSL_set_accept_state(session.get());
     return session;
-}
-
-void tls_feed(SSL *ssl, std::string_view data)
-{
-    BIO_write(SSL_get_rbio(ssl), data.data(), static_cast<int>(data.size()));
 }
 
 bytes tls_take(SSL *ssl)

@@ -11,8 +11,6 @@ using tls_session = std::unique_ptr<SSL, decltype(&SSL_free)>;
 
 // A session by these settings that waits for its client.
 tls_session tls_accept(const node_tls &settings);
-// Hands over bytes that came in.
-void tls_feed(SSL *ssl, std::string_view data);
 // Takes what is to go out.
 bytes tls_take(SSL *ssl);
 // What goes out for this data.

@@ -108,10 +108,8 @@ TEST(catalog, queries_are_what_the_arguments_ask_for)
          {tables_query + in_ks2}},
         {"tables", nullptr, {none, none, none, {",,VIEW,TABLE"}}, both},
         {"tables", nullptr, {none, none, none, {"SYNONYM,tables"}}, none_asked},
-        {"tables", nullptr, {none, none, none, {"x", 0}}, both},
         // The schema is the keyspace everywhere else.
         {"columns", nullptr, {{"c"}, none, none, none}, {tables_query}},
-        {"columns", "ks1", {{"c"}, {"ks2"}, {"%"}, none}, {tables_query + in_ks2}},
         {"columns", "ks1", {{"c"}, {"%"}, {"o'x"}, none},
          {tables_query + " WHERE table_name='o'x'" + and_ks1 + filtering}},
         {"rowid", "ks1", {none, {""}, {"t"}}, {tables_query + of_t + and_ks1 + filtering}},
@@ -122,8 +120,6 @@ TEST(catalog, queries_are_what_the_arguments_ask_for)
         {"keys", nullptr, {{nullptr, 2}, {"ks2"}, none},
          {tables_query + " WHERE keyspace_name='ks'" + filtering}},
         {"keys", nullptr, {{nullptr, 99}, {"ks2x", 3}, none}, {tables_query + in_ks2}},
-        {"keys", nullptr, {{}, {"ks2x", 3}, none}, {tables_query + in_ks2}},
-        {"keys", nullptr, {{nullptr, 99}, {"ks2"}, none}, {tables_query + in_ks2}},
         {"indexes", "ks1", {none, {"%"}, {"t"}},
          {indexes_query + of_t + " AND keyspace_name='%'" + filtering},
          {"CASSANDRA|%|t" + of_no_index}},
@@ -249,8 +245,6 @@ TEST(catalog, failures_are_told_and_the_connection_serves_on)
          {refused}, {}},
         {"tables", {{tables_query, with_warnings(two, {"slow"})}}, SQL_ERROR, {"01000 slow"}, {}},
         {"keys", {{tables_query, two}, {of_t, column}, {of_u, refusal}}, SQL_ERROR, {refused}, {}},
-        {"keys", {{tables_query, first_page}, {tables_query, refusal, "p"}}, SQL_ERROR,
-         {refused}, {}},
         {"keys", {{tables_query, text_rows({{"ks", ""}})}}, SQL_ERROR, {}, {}},
         {"columns", {{tables_query, text_rows({{"ks", "t"}})},
                      {of_t, text_rows({{"d", "partition_key", "double"}, {"w", "regular", "timestamp"}})}},
@@ -305,31 +299,20 @@ TEST(catalog, unread_rows_occupy_the_connection)
     // A text that failed to be prepared: the catalog's result has nothing to do with it.
     EXPECT_STMT(SQL_ERROR, wire->stmt, prepare(wire->stmt, "gone"));
     // Whether each occupies at all, and its columns.
-    struct {
-        const char *function;
-        bool occupies;
-        int columns;
-    } const functions[] = {
-        {"tables", true, 5},
-        {"columns", true, 18},
-        {"keys", true, 6},
-        {"rowid", true, 8},
-        {"rowver", true, 8},
-        {"indexes", true, 13},
-        {"foreign", false, 14},
-        {"procedures", true, 8},
-        {"procedure columns", true, 19},
-        {"table privileges", true, 7},
-        {"column privileges", true, 8},
-        {"types", false, 19},
+    // clang-format off
+    const std::tuple<const char *, bool, int> functions[] = {
+        {"tables", true, 5}, {"columns", true, 18}, {"keys", true, 6},
+        {"rowid", true, 8}, {"rowver", true, 8}, {"indexes", true, 13},
+        {"foreign", false, 14}, {"procedures", true, 8}, {"procedure columns", true, 19},
+        {"table privileges", true, 7}, {"column privileges", true, 8}, {"types", false, 19},
     };
-    for (const auto &f : functions) {
-        SCOPED_TRACE(f.function);
+    // clang-format on
+    for (const auto &[function, occupies, columns] : functions) {
+        SCOPED_TRACE(function);
         for (const bool wide : {false, true}) {
-            EXPECT_STMT(SQL_SUCCESS, wire->stmt,
-                        call(f.function, wire->stmt, {{}, {}, {"t"}}, wide));
-            EXPECT_EQ(column_count(wire->stmt), f.columns);
-            EXPECT_EQ(is_busy(), f.occupies);
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, call(function, wire->stmt, {{}, {}, {"t"}}, wide));
+            EXPECT_EQ(column_count(wire->stmt), columns);
+            EXPECT_EQ(is_busy(), occupies);
             // The ANSI form's rows are read to their end, the wide form's are closed.
             if (!wide)
                 fetch_all(wire->stmt);
@@ -337,16 +320,12 @@ TEST(catalog, unread_rows_occupy_the_connection)
                 SQLFreeStmt(wire->stmt, SQL_CLOSE);
             EXPECT_FALSE(is_busy());
         }
-        EXPECT_EQ(call(f.function, nullptr, {}), SQL_INVALID_HANDLE);
+        EXPECT_EQ(call(function, nullptr, {}), SQL_INVALID_HANDLE);
     }
     // The statement itself is closed by its next call.
     for (const char *next : {"tables", "keys"})
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, call(next, wire->stmt, {{}, {}, {"t"}}));
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
     EXPECT_FALSE(is_busy());
-    SQLCHAR name[32] = "";
-    EXPECT_STMT(SQL_SUCCESS, wire->stmt, call("procedure columns", wire->stmt, {}));
-    SQLDescribeCol(wire->stmt, 19, name, sizeof name, nullptr, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_STREQ(reinterpret_cast<char *>(name), "IS_NULABLE");
     SQLFreeHandle(SQL_HANDLE_STMT, other);
 }

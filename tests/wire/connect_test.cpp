@@ -1,6 +1,4 @@
-// Reaching a server: lists with dead entries, and a peer that goes away in the middle.
-#include <csignal>
-
+// Reaching a server: lists with dead entries.
 #include "tests/wire/wire_support.h"
 
 // A port on which nobody listens: it was free a moment ago.
@@ -54,30 +52,4 @@ TEST(servers, only_the_last_failure_of_a_list_is_told)
         EXPECT_EQ(conn_records(wire->conn),
                   record_list{"08001 Client unable to establish connection: " + failure});
     }
-}
-
-static volatile std::sig_atomic_t pipe_signals;
-
-static void count_pipe_signal(int)
-{
-    pipe_signals = pipe_signals + 1;
-}
-
-TEST(servers, dead_peer_is_an_error_for_each_request_and_never_a_signal)
-{
-    struct sigaction counting = {}, before = {}, after = {};
-    counting.sa_handler = count_pipe_signal;
-    sigaction(SIGPIPE, &counting, &before);
-    for (const node_ending ending : {CLOSE, RESET}) {
-        const wire_ptr wire = wire_logged_on();
-        run_query(wire, "select 1", no_answer(ending), SQL_ERROR);
-        EXPECT_EQ(stmt_records(wire->stmt), record_list{link_failure + "failed to return packet"});
-        // The system notices a closed peer at the second send at the latest.
-        for (int i = 0; i < 3; i++)
-            EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "select 1"));
-        EXPECT_EQ(stmt_records(wire->stmt), record_list{link_failure + "failed to send packet"});
-    }
-    sigaction(SIGPIPE, &before, &after);
-    EXPECT_EQ(pipe_signals, 0);
-    EXPECT_EQ(after.sa_handler, count_pipe_signal);
 }

@@ -8,9 +8,11 @@ static void attempt(const wire_ptr &wire, SQLRETURN wanted, const std::string &s
                     const std::vector<node_frame> &replies, bool lz4 = false,
                     const bytes &user = "u", const bytes &password = "p")
 {
-    const std::pair<int, bytes> requests[] = {{NODE_OPTIONS, ""},
-                                              {NODE_STARTUP, startup_body(lz4)},
-                                              {NODE_AUTH_RESPONSE, auth_body(user, password)}};
+    const bytes zero(1, '\0');  // SASL PLAIN (RFC 4616)
+    const std::pair<int, bytes> requests[] = {
+        {NODE_OPTIONS, ""},
+        {NODE_STARTUP, startup_body(lz4)},
+        {NODE_AUTH_RESPONSE, wire_long_string(zero + user + zero + password)}};
     for (std::size_t i = 0; i < replies.size(); i++)
         node_expect(wire->node.get(), {requests[i].first, requests[i].second, {replies[i]}});
     EXPECT_CONN(wanted, wire->conn, wire_connect(wire.get(), settings));
@@ -103,10 +105,11 @@ TEST(logon, keyspace_is_selected_in_double_quotes)
     for (const bool refused : {false, true}) {
         const wire_ptr wire = wire_open();
         expect_logon(wire->node.get(), {.lz4 = !refused});
-        node_expect(wire->node.get(), {NODE_QUERY,
-                                       use_body("MixedCase"),
-                                       {refused ? error_frame(0x2200, "Keyspace does not exist")
-                                                : set_keyspace_frame("MixedCase")}});
+        node_expect(wire->node.get(),
+                    {NODE_QUERY,
+                     wire_long_string("USE \"MixedCase\";") + be16(CONSISTENCY_ONE) + be8(0),
+                     {refused ? error_frame(0x2200, "Keyspace does not exist")
+                              : set_keyspace_frame("MixedCase")}});
         EXPECT_CONN(refused ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->conn,
                     wire_connect(wire.get(), "KEYSPACE=MixedCase"));
         EXPECT_EQ(conn_records(wire->conn), record_list());

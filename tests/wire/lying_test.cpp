@@ -8,7 +8,8 @@ static const node_columns mixed = {
     {"t", type_of(NODE_VARCHAR)},
     {"m", type_map(type_of(NODE_INT), type_of(NODE_VARCHAR))},
     {"d", type_of(NODE_DECIMAL)},
-    {"u", type_udt("ks", "u", {{"f", type_of(NODE_UUID)}})},
+    {"u", type_of(NODE_UDT) + wire_string("ks") + wire_string("u") + be16(1) + wire_string("f") +
+              type_of(NODE_UUID)},
 };
 
 static node_frame mixed_rows()
@@ -101,9 +102,6 @@ TEST(lies, counts_and_lengths_beyond_the_body)
 {
     const node_columns one = {{"n", type_of(NODE_INT)}};
     const std::vector<node_row> row = {{be32(1)}};
-    bytes deep = type_of(NODE_INT);
-    for (int i = 0; i < 5000; i++)
-        deep = type_list(deep);
     node_frame negative = rows_frame(one, {}, {.row_count = 1});
     negative.body += be32(INT32_MIN);
     const std::string broken = "SQL_ERROR: " + bad_end;
@@ -113,10 +111,8 @@ TEST(lies, counts_and_lengths_beyond_the_body)
         SQLRETURN code;  // of the execution
         row_list rows;
     } cases[] = {
-        {"negative columns", rows_frame(one, row, {.column_count = -1}), SQL_ERROR, {}},
         {"too many columns", rows_frame(one, row, {.column_count = 65536}), SQL_ERROR, {}},
         {"most columns", rows_frame(one, {}, {.column_count = 65535}), SQL_SUCCESS, {}},
-        {"five thousand lists", rows_frame({{"d", deep}}, {{"x"}}), SQL_ERROR, {}},
         {"negative rows", rows_frame(one, row, {.row_count = -1}), SQL_SUCCESS, {}},
         {"most rows", rows_frame(one, row, {.row_count = INT32_MAX}), SQL_SUCCESS, {"1", broken}},
         {"too few rows", rows_frame(one, {row[0], row[0]}, {.row_count = 1}), SQL_SUCCESS, {"1"}},

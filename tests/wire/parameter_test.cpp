@@ -143,3 +143,186 @@ TEST(parameter_failures, nothing_is_sent_and_the_statement_goes_on)
         }
     }
 }
+
+// ---- Values at execution ------------------------------------------------------------------------
+
+static constexpr char INSERT_FOUR[] = "insert into t (a, b, c, d) values (?, ?, ?, ?)";
+static constexpr char SELECT_ONE[] = "select a from t where k = ?";
+
+static void put(SQLHSTMT stmt, const bytes &chunk)
+{
+    const exact_block memory(chunk);
+    EXPECT_STMT(SQL_SUCCESS, stmt, SQLPutData(stmt, memory.at, static_cast<SQLLEN>(chunk.size())));
+}
+
+// SQLParamData asks for the next value, by this token, which need not be aligned.
+static void expect_asked(SQLHSTMT stmt, const void *token)
+{
+    const exact_block given(bytes(sizeof token, '\0'));
+    EXPECT_STMT(SQL_NEED_DATA, stmt,
+                SQLParamData(stmt, static_cast<SQLPOINTER *>(static_cast<void *>(given.at))));
+    EXPECT_EQ(bytes(given.at, sizeof token), image(token));
+}
+
+// Prepares the text where the run is a prepared one, and runs it up to the pause. The server would
+// complain of a request in it.
+static void run_to_pause(const wire_session *wire, bool prepared, const bytes &sql)
+{
+    if (prepared)
+        prepare_now(wire, sql);
+    EXPECT_STMT(SQL_NEED_DATA, wire->stmt, execute(wire, prepared, sql));
+}
+
+// The same with a single parameter, a text whose token is its indicator; up to its first chunk.
+static void run_to_chunk(const wire_session *wire, bool prepared, const bytes &sql, SQLLEN *at_exec,
+                         const bytes &chunk)
+{
+    *at_exec = SQL_DATA_AT_EXEC;
+    bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, at_exec, at_exec);
+    run_to_pause(wire, prepared, sql);
+    expect_asked(wire->stmt, at_exec);
+    put(wire->stmt, chunk);
+}
+
+static bytes one_value(std::string_view text)
+{
+    return counted({wire_bytes(bytes(text))});
+}
+
+TEST(data_at_execution_requests, values_are_asked_for_in_order_and_sent_in_one_request)
+{
+    for (const bool prepared : {false, true}) {
+        const wire_ptr wire = wire_logged_on({.lz4 = prepared});
+        const bytes large = pattern(300000);
+        SQLINTEGER number = 5;
+        SQLLEN at_exec = SQL_DATA_AT_EXEC, with_length = SQL_LEN_DATA_AT_EXEC(300000), plain = 0;
+        int tokens[2] = {};
+        bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &tokens[0], &at_exec);
+        bind(wire->stmt, 2, SQL_C_SLONG, SQL_INTEGER, &number, &plain);
+        bind(wire->stmt, 3, SQL_C_BINARY, SQL_LONGVARBINARY, &tokens[1], &with_length);
+        bind(wire->stmt, 4, SQL_C_CHAR, SQL_VARCHAR, nullptr, &at_exec);
+        run_to_pause(wire.get(), prepared, INSERT_FOUR);
+        expect_asked(wire->stmt, &tokens[0]);
+        put(wire->stmt, "one chunk");
+        expect_asked(wire->stmt, &tokens[1]);
+        for (std::size_t at = 0; at < large.size(); at += 70001)
+            put(wire->stmt, large.substr(at, 70001));
+        number = 6;  // read when the request is built
+        expect_asked(wire->stmt, nullptr);
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLPutData(wire->stmt, nullptr, SQL_NULL_DATA));
+        const std::vector<bytes> values = {wire_bytes("one chunk"), int_value(6), wire_bytes(large),
+                                           wire_bytes(std::nullopt)};
+        // The code and the records of the last call are those of the execution.
+        expect_values(wire.get(), prepared, INSERT_FOUR, counted(values),
+                      prepared ? error_frame(0x2200, "no table")
+                               : with_warnings(void_frame(), {"slow"}));
+        EXPECT_STMT(prepared ? SQL_ERROR : SQL_SUCCESS_WITH_INFO, wire->stmt,
+                    SQLParamData(wire->stmt, nullptr));
+        EXPECT_EQ(
+            stmt_records(wire->stmt),
+            record_list{prepared ? link_failure + "error code 8704 'no table'" : "01000 slow"});
+    }
+}
+
+// Only the first execution pauses: the next one finds the chunks of the first and sends them at
+// once, or an empty value for a new binding, and a new SQLPrepare does not bring the pause back:
+// applications take a new statement. A direct execution starts over, and so its values are asked
+// for again, behind the chunks that are there.
+TEST(data_at_execution_requests, chunks_stay_for_the_next_execution)
+{
+    const wire_ptr wire = wire_logged_on();
+    const auto expect_run = [&](bool prepared, std::string_view text, bool paused) {
+        expect_values(wire.get(), prepared, INSERT_ONE, one_value(text));
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                    paused ? SQLParamData(wire->stmt, nullptr) : SQLExecute(wire->stmt));
+    };
+    SQLLEN at_exec;
+    run_to_chunk(wire.get(), true, INSERT_ONE, &at_exec, "kept");
+    expect_run(true, "kept", true);
+    expect_run(true, "kept", false);
+    run_to_pause(wire.get(), false, INSERT_ONE);
+    expect_asked(wire->stmt, &at_exec);
+    put(wire->stmt, " and more");
+    expect_run(false, "kept and more", true);
+    run_to_chunk(wire.get(), false, INSERT_ONE, &at_exec, "new");
+    expect_run(false, "new", true);
+    for (int i = 0; i < 2; i++) {
+        if (i == 0)
+            prepare_now(wire.get(), INSERT_ONE);
+        bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &at_exec, &at_exec);
+        expect_run(true, "", false);
+    }
+}
+
+// An array that has grown since the last execution is checked at the set where that one ended. If
+// the pause comes there, only the sets from it on are sent.
+TEST(data_at_execution_requests, pause_of_a_later_execution_sends_the_sets_from_there_on)
+{
+    const wire_ptr wire = wire_logged_on();
+    const auto sets = bind_sets(wire->stmt, "abc");
+    sets->lengths[1] = SQL_DATA_AT_EXEC;
+    SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(1), 0);
+    prepare_now(wire.get(), INSERT_TWO);
+    expect_values(wire.get(), true, INSERT_TWO, sets->values[0]);
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
+
+    SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(3), 0);
+    EXPECT_STMT(SQL_NEED_DATA, wire->stmt, SQLExecute(wire->stmt));
+    expect_asked(wire->stmt, sets->texts.data());
+    put(wire->stmt, "late");
+    expect_values(wire.get(), true, INSERT_TWO,
+                  counted({int_value(sets->numbers[1]), wire_bytes("late")}));
+    expect_values(wire.get(), true, INSERT_TWO, sets->values[2]);
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
+}
+
+// The check looks at the first set; a value at execution in it serves every set that asks for one.
+TEST(data_at_execution_requests, arrays_take_the_value_in_each_set_that_asks)
+{
+    for (const bool prepared : {false, true}) {
+        const wire_ptr wire = wire_logged_on();
+        const auto sets = bind_sets(wire->stmt, "abc");
+        sets->lengths[0] = sets->lengths[2] = SQL_DATA_AT_EXEC;
+        run_to_pause(wire.get(), prepared, INSERT_TWO);
+        EXPECT_EQ(sets->processed, unknown_count);
+        expect_asked(wire->stmt, sets->texts.data());
+        put(wire->stmt, "long");
+        for (const std::size_t set : {0, 2})
+            sets->values[set] = counted({int_value(sets->numbers[set]), wire_bytes("long")});
+        for (std::size_t set = prepared ? 0 : 2; set < 3; set++)
+            expect_values(wire.get(), prepared, INSERT_TWO, sets->values[set]);
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
+        EXPECT_EQ(sets->processed, 3u);
+        EXPECT_EQ(sets->status, std::vector<SQLUSMALLINT>(3, SQL_PARAM_SUCCESS));
+    }
+}
+
+// This road keeps no text for further pages: the request for one has none, and the server's refusal
+// stands behind the fetch that asked. Asking for the columns in the pause prepares the text: the
+// execution goes on as a direct one, its further pages as those of the prepared one.
+TEST(data_at_execution_requests, direct_select_has_one_page_unless_its_columns_were_asked_for)
+{
+    const bytes values = one_value("k");
+    for (const bool asked : {false, true}) {
+        const wire_ptr wire = wire_logged_on();
+        SQLLEN at_exec;
+        run_to_chunk(wire.get(), false, SELECT_ONE, &at_exec, "k");
+        if (asked) {
+            expect_prepare(wire->node.get(), SELECT_ONE,
+                           {prepared_frame("ID", {}, {{"a", type_of(NODE_VARCHAR)}})});
+            for (int i = 0; i < 2; i++)  // prepared once
+                EXPECT_EQ(column_count(wire->stmt), 1);
+        }
+        expect_values(wire.get(), false, SELECT_ONE, values, text_page({"x"}, "more"));
+        expect_values(wire.get(), asked, "", values,
+                      asked ? text_page({"y"}) : error_frame(0x2000, "no text"), "more");
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+        SQLFetch(wire->stmt);
+        record_list seen = stmt_records(wire->stmt);
+        if (asked)
+            seen.push_back(cell_text(wire->stmt, 1));
+        EXPECT_EQ(seen, record_list{asked ? "y" : link_failure + "error code 8192 'no text'"});
+        EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
+    }
+}

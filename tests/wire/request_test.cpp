@@ -56,7 +56,8 @@ TEST(pages, each_state_asks_for_the_next_page)
             wire_logged_on({.lz4 = prepared}, prepared ? "Consistency=local_one" : "");
         scripted_node *const node = wire->node.get();
         const int opcode = prepared ? NODE_EXECUTE : NODE_QUERY;
-        const bytes first = prepared ? execute_body(id, 10) : query_body("q");
+        const bytes head = prepared ? wire_short_bytes(id) : wire_long_string("q");
+        const bytes first = head + page_tail({}, consistency);
         if (prepared) {
             expect_prepare(node, "q", {prepared_frame(id, {}, one_text)});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, "q;"));
@@ -64,8 +65,7 @@ TEST(pages, each_state_asks_for_the_next_page)
         bytes body = first;
         for (const auto &[texts, next] : pages) {
             node_expect(node, {opcode, body, {text_page(texts, next, prepared && body != first)}});
-            body = (prepared ? wire_short_bytes(id) : wire_long_string("q")) +
-                   next_page_tail(next, consistency);
+            body = head + page_tail(next, consistency);
         }
         EXPECT_STMT(SQL_SUCCESS, wire->stmt,
                     prepared ? SQLExecute(wire->stmt) : exec(wire->stmt, "q;"));
