@@ -371,7 +371,7 @@ static inline SQL_DATE_STRUCT date_from_days(std::int64_t days)
 }
 
 // Milliseconds since 1970. Divisions truncate, so the parts of a time before 1970 come out negative
-// and are not carried into the day before: on purpose, readers of such values undo it themselves.
+// and are not carried into the day before, on purpose.
 static SQLRETURN decode_timestamp(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
     cass_data_storage *cell = &field->data_storage;

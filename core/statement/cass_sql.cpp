@@ -90,7 +90,7 @@ static void reset_trackers(sql_scan *scan)
 }
 
 // Whether a keyword may begin at the scan's place. Index 0 never counts as a word start, and index
-// 1 always does, whatever stands in front: the offsets in the log have always been so.
+// 1 always does, whatever stands in front; the offsets in the log are meant so.
 static bool at_word_start(const sql_scan *scan)
 {
     if (scan->at <= 1)

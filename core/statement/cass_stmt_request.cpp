@@ -49,7 +49,7 @@ static bool keep_values(cass_stmt *stmt, const cass_packet *packet, std::int32_t
         cass_post_error(&stmt->head, STATE_HY001, 0, nullptr);
         return false;
     }
-    // Of values that are not needed again too: readers of the log know how long they were.
+    // Of values that are not needed again too: it tells how long they were.
     CASS_LOG(&stmt->head, LOG_DETAIL, "Parameter Buffer saved %d bytes",
              pkt_position(packet) - position);
     return true;
