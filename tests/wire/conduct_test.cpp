@@ -97,12 +97,14 @@ TEST(conduct, values_and_page_sizes_of_requests)
     // text that is no address.
     const wire_ptr wire = wire_logged_on({}, "Standard=Yes");
     wide.pop_back();
+    std::u16string second_halves = u"\xDE00\xDE00";
     const struct {
         SQLSMALLINT c_type;
         void *data;
         int column;
         std::string state;
     } refused[] = {{SQL_C_WCHAR, wide.data(), NODE_VARCHAR, "22018"},
+                   {SQL_C_WCHAR, second_halves.data(), NODE_VARCHAR, "22018"},
                    {SQL_C_SLONG, &number, NODE_TINYINT, "22003"},
                    {SQL_C_CHAR, decimal, NODE_VARINT, "22001"},
                    {SQL_C_CHAR, decimal, NODE_INET, "22018"}};
