@@ -62,8 +62,9 @@ static bool pages_are_small(const cass_conn *conn)
 
 static std::int32_t page_size(const cass_conn *conn)
 {
-    if (conn->settings.page_size > 0)
-        return conn->settings.page_size;
+    const std::int32_t set = shared_get(&conn->settings.page_size);
+    if (set > 0)
+        return set;
     return pages_are_small(conn) ? PAGE_SIZE : LARGE_PAGE_SIZE;
 }
 

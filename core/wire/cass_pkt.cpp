@@ -215,7 +215,7 @@ static bool read_exactly(frame_reader *reader, unsigned char *target, std::int32
     while (count > 0) {
         std::int32_t got = 0;
         const std::int32_t result =
-            conn_read(conn, target, count, &got, conn->settings.read_timeout);
+            conn_read(conn, target, count, &got, shared_get(&conn->settings.read_timeout));
         if (result < 1)
             return fail(reader, result == CONN_TIMED_OUT ? EXCHANGE_TIMED_OUT : EXCHANGE_BROKEN);
         target += got;
