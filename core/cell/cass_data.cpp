@@ -340,8 +340,11 @@ static bool ard_type_reads_column_in_front(const cass_conn *conn)
     return settle(*request, named, code);
 }
 
-SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
-                   const cass_field *afields)
+// Inlined into SQLGetData's road; rows of bound columns call it.
+[[gnu::always_inline]] static inline SQLRETURN get_cell(cell_request *request,
+                                                        std::int32_t target_type,
+                                                        cass_field *fields,
+                                                        const cass_field *afields)
 {
     if (request->field->data_storage.finished != 0 && request->column != 0)
         return SQL_NO_DATA;
@@ -350,6 +353,12 @@ SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *
     if (target_type == SQL_C_DEFAULT) [[unlikely]]
         target_type = default_target(request->stmt, request->field->consise_type);
     return convert_and_settle(request, target_type);
+}
+
+SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
+                   const cass_field *afields)
+{
+    return get_cell(request, target_type, fields, afields);
 }
 
 void cell_log_request(const cell_request &request, std::int32_t target_type,
@@ -393,5 +402,5 @@ SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_
         cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
         return SQL_ERROR;
     }
-    return cell_get(&request, target_type, fields, afields);
+    return get_cell(&request, target_type, fields, afields);
 }
