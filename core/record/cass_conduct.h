@@ -23,7 +23,7 @@ struct cass_conduct {
     // which is no UTF-8. 0: a pair is one character, and a half alone is refused by 22018.
     bool pairs_go_out_as_halves;
     // The unscaled value of a negative decimal is one byte's two's complement at its end: a carry
-    // is lost, and -256 goes out as -512, as stored data was written. 0: the carry is carried.
+    // is lost, and -256 goes out as -512. 0: the carry is carried.
     bool negative_decimal_loses_carry;
     // A whole number of one byte goes out as eight where the target is binary. 0: as one.
     bool byte_goes_out_as_eight;
