@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 
+#include "support/bigint.h"
 #include "support/jdn_l.h"
 #include "support/numeric.h"
 #include "support/numtext.h"
@@ -162,4 +163,30 @@ TEST(numtext, doubles_equal_printf)
     for (int exponent = -8; exponent <= 20; exponent++)
         for (const double factor : {1.0, 0.99999999999999989, -9.9999995})
             expect_as_printf(factor * std::pow(10, exponent));
+}
+
+TEST(bigint, both_ways_are_exact_and_short)
+{
+    const auto expect = [](const std::string &bytes, const std::string &digits) {
+        const auto *head = reinterpret_cast<const unsigned char *>(bytes.data());
+        EXPECT_EQ(held_text(bigint_to_digits(head, bytes.size())).get(), digits);
+        const bool negative = digits[0] == '-';
+        std::size_t length;
+        const held_bytes back(bigint_from_digits(digits.data() + negative, digits.size() - negative,
+                                                 negative, &length));
+        EXPECT_EQ(std::string(reinterpret_cast<char *>(back.get()), length), bytes) << digits;
+    };
+    for (int value = -32768; value < 32768; value++) {
+        std::string bytes = {static_cast<char>(value >> 8), static_cast<char>(value)};
+        if (value >= -128 && value < 128)
+            bytes.erase(0, 1);
+        expect(bytes, std::to_string(value));
+    }
+    expect("\xFF" + std::string(8, '\0'), "-18446744073709551616");
+    expect("\x7F" + std::string(16, '\xFF'), "43556142965880123323311949751266331066367");
+    const held_bytes ones(static_cast<unsigned char *>(
+        std::memset(std::malloc(BIGINT_MOST_BYTES), 0x55, BIGINT_MOST_BYTES)));
+    const held_text digits(bigint_to_digits(ones.get(), BIGINT_MOST_BYTES));
+    expect(std::string(BIGINT_MOST_BYTES, 0x55), digits.get());
+    EXPECT_STREQ(held_text(bigint_to_digits(nullptr, 0)).get(), "0");
 }
