@@ -1,4 +1,5 @@
-// SQLCancel: the protocol has no cancel, so that nothing stops.
+// SQLCancel: the protocol has no cancel, so that nothing stops at the server.
+#include "core/statement/cass_cancel.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "odbc/entry_frame.h"
 
@@ -22,6 +23,7 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLCancel(SQLHSTMT statement_handle)
     CASS_LOG(&stmt->head, LOG_ENTRY, "SQLCancel: statement_handle=%p", statement_handle);
     CASS_LOG(&stmt->head, LOG_DETAIL, "current_packet=%p, async_op=%d",
              static_cast<void *>(shared_get(&stmt->page.current_packet)), stmt->async_op);
+    cass_cancel(stmt);
     SQLRETURN code = SQL_SUCCESS;
     if (shared_get(&stmt->prepared) && cancelling_a_prepared_statement_fails(stmt_conn(stmt)))
         code = static_cast<SQLRETURN>(send_reset(stmt));

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/catalog/cass_clist.h"
+#include "core/net/cass_conn.h"
 #include "odbc/cass_conn_attrs.h"
 
 static constexpr char log_source[] = "SQLGetConnectAttrWide.c";
@@ -34,6 +35,18 @@ static SQLRETURN give_catalog(cass_conn *conn, const char *name, const attr_targ
     return SQL_SUCCESS_WITH_INFO;
 }
 
+static bool a_connection_is_dead_when_closed(const cass_conn *conn)
+{
+    return conn->conduct->a_connection_is_dead_when_closed;
+}
+
+static bool is_dead(const cass_conn *conn)
+{
+    if (!conn->connected || a_connection_is_dead_when_closed(conn))
+        return !conn->connected;
+    return shared_get(&conn->socket_dead) != 0 || !conn_peer_is_there(conn);
+}
+
 static bool foreign_attributes_read_as_success(const cass_conn *conn)
 {
     return conn->conduct->foreign_attributes_read_as_success;
@@ -49,7 +62,7 @@ SQLRETURN read_connect_attr(cass_conn *conn, const char *name, SQLINTEGER attrib
     case GET_ZERO:
         return give_integer(target, 0);
     case GET_DEAD:
-        return give_integer(target, conn->connected ? SQL_CD_FALSE : SQL_CD_TRUE);
+        return give_integer(target, is_dead(conn) ? SQL_CD_TRUE : SQL_CD_FALSE);
     case GET_CATALOG:
         return give_catalog(conn, name, target);
     case GET_NO_TYPE:

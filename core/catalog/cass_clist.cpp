@@ -91,6 +91,8 @@ held_inner catalog_run(cass_stmt *stmt, catalog_query query, SQLRETURN *code)
 {
     held_inner inner(cass_alloc_throwaway_stmt(stmt_conn(stmt)));
     SQLRETURN outcome = SQL_ERROR;
+    if (inner != nullptr)
+        inner->served = stmt;
     if (inner != nullptr && query.text != nullptr)
         outcome = cass_exec_direct(inner.get(), query.text.release(), OP_CATALOG);
     if (code != nullptr)

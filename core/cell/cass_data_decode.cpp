@@ -53,7 +53,7 @@ int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
 [[gnu::cold, gnu::noinline]] static SQLRETURN cell_broken(cass_stmt *stmt)
 {
     CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: unexpected end of packet");
-    cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected end of packet");
+    cass_post_error(&stmt->head, cass_malformed_state(stmt), 0, "unexpected end of packet");
     return give_up_rows(stmt);
 }
 
@@ -200,8 +200,8 @@ static SQLRETURN decode_inet(cass_stmt *stmt, cass_packet *packet, cass_field *f
     if (length != 0 && length != 4 && length != 16) {
         CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: unexpected inet type length %d",
                  static_cast<int>(length));
-        cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected inet type length %d",
-                        static_cast<int>(length));
+        cass_post_error(&stmt->head, cass_malformed_state(stmt), 0,
+                        "unexpected inet type length %d", static_cast<int>(length));
         return SQL_ERROR;
     }
     char text[40];

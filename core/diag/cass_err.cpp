@@ -104,6 +104,7 @@ static constexpr cass_sqlstate state_table[] = {
     {"22005", "Conversion not allowed for the given type field"},
     {"3F000", "Invalid schema name"},
     {"22000", "Data exception"},
+    {"08003", "Connection not open"},
 };
 static_assert(std::size(state_table) == STATE_ROWS);
 
@@ -186,6 +187,16 @@ void cass_post_error_at(cass_handle *handle, cass_state_row row, std::int32_t na
     va_start(arguments, format);
     post_record(handle, row, native, place, format, arguments);
     va_end(arguments);
+}
+
+static bool malformed_replies_are_link_failures(const cass_conn *conn)
+{
+    return conn->conduct->malformed_replies_are_link_failures;
+}
+
+cass_state_row cass_malformed_state(const cass_stmt *stmt)
+{
+    return malformed_replies_are_link_failures(stmt_conn(stmt)) ? STATE_08S01 : STATE_HY000;
 }
 
 int cass_post_no_memory(cass_handle *handle, const char *source, const char *who, int code,

@@ -91,6 +91,7 @@ enum cass_state_row {
     STATE_22005,
     STATE_3F000,
     STATE_22000,
+    STATE_08003,
     STATE_ROWS
 };
 
@@ -136,6 +137,10 @@ inline void cass_post_error_column(cass_handle *handle, cass_state_row row, std:
 // `no_memory`. Gives `code`, what the caller returns then.
 int cass_post_no_memory(cass_handle *handle, const char *source, const char *who,
                         int code = SQL_ERROR, int line = __builtin_LINE());
+
+// The state of a reply that makes no sense, and of a request that no frame can hold: both leave the
+// connection as it is.
+cass_state_row cass_malformed_state(const cass_stmt *stmt);
 
 // Releases all records, whatever the list holds.
 void cass_diag_release(cass_handle *handle);

@@ -135,6 +135,7 @@ static void cass_default_conn_attrs(cass_conn *conn)
 static void default_session(cass_conn *conn)
 {
     conn->socket = -1;
+    conn->wake_fd = -1;
     shared_put(&conn->settings.string_len, DEFAULT_STRING_LEN);
     shared_put(&conn->settings.binary_len, DEFAULT_BINARY_LEN);
     std::strcpy(conn->cql_version, UNKNOWN_CQL_VERSION);

@@ -4,6 +4,7 @@
 #include "core/net/cass_conn.h"
 
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -28,27 +29,29 @@ const char *cass_os_error_text(int error_number, cass_os_error_room *room)
     return strerror_r(error_number, room->data(), room->size());
 }
 
-static std::int64_t monotonic_ms()
+std::int64_t cass_monotonic_ms()
 {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
-int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms)
+int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms,
+                     std::int32_t wake_fd)
 {
-    const std::int64_t deadline = timeout_ms < 0 ? 0 : monotonic_ms() + timeout_ms;
+    const std::int64_t deadline = timeout_ms < 0 ? 0 : cass_monotonic_ms() + timeout_ms;
     for (;;) {
         int wait = -1;
         if (timeout_ms >= 0) {
-            const std::int64_t left = deadline - monotonic_ms();
+            const std::int64_t left = deadline - cass_monotonic_ms();
             wait = static_cast<int>(std::clamp<std::int64_t>(left, 0, INT_MAX));
         }
-        pollfd entry = {.fd = socket, .events = events, .revents = 0};
-        const int ready = poll(&entry, 1, wait);
+        pollfd entries[] = {{.fd = socket, .events = events, .revents = 0},
+                            {.fd = wake_fd, .events = POLLIN, .revents = 0}};
+        const int ready = poll(entries, wake_fd < 0 ? 1 : 2, wait);
         if (ready > 0)
-            return 1;
-        if (ready == 0 && monotonic_ms() >= deadline)
+            return entries[0].revents != 0 ? 1 : CONN_WOKEN;
+        if (ready == 0 && cass_monotonic_ms() >= deadline)
             return 0;
         if (ready < 0 && errno != EINTR)
             return -1;
@@ -57,10 +60,43 @@ int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms)
 
 int cass_close_socket(cass_conn *conn)
 {
-    if (conn->socket >= 0)
-        close(conn->socket);
-    conn->socket = -1;
+    for (std::int32_t *descriptor : {&conn->socket, &conn->wake_fd}) {
+        if (*descriptor >= 0)
+            close(*descriptor);
+        *descriptor = -1;
+    }
     return 0;
+}
+
+static bool cancelling_waits_for_the_reply(const cass_conn *conn)
+{
+    return conn->conduct->cancelling_waits_for_the_reply;
+}
+
+void conn_make_wakeable(cass_conn *conn)
+{
+    if (conn->wake_fd < 0 && !cancelling_waits_for_the_reply(conn))
+        conn->wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+}
+
+void conn_wake(const cass_conn *conn)
+{
+    if (conn->wake_fd >= 0)
+        eventfd_write(conn->wake_fd, 1);
+}
+
+void conn_slept_on(const cass_conn *conn)
+{
+    eventfd_t times;
+    if (conn->wake_fd >= 0)
+        eventfd_read(conn->wake_fd, &times);
+}
+
+bool conn_peer_is_there(const cass_conn *conn)
+{
+    // Bytes that wait to be read are no sign of its end, but may stand in front of it.
+    pollfd entry = {.fd = conn->socket, .events = POLLRDHUP, .revents = 0};
+    return conn->socket >= 0 && poll(&entry, 1, 0) >= 0 && entry.revents == 0;
 }
 
 static bool would_block(int error)
@@ -134,12 +170,15 @@ static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t cou
                                  std::int32_t timeout_ms)
 {
     const bool timed = timeout_ms >= 1;
-    bool must_wait = timed;
+    bool must_wait = timed || conn->wake_fd >= 0;
     if (timed)
         CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %u msec", timeout_ms);
     for (;;) {
         if (must_wait) {
-            const int ready = cass_wait_socket(conn->socket, POLLIN, timed ? timeout_ms : NO_LIMIT);
+            const int ready = cass_wait_socket(conn->socket, POLLIN, timed ? timeout_ms : NO_LIMIT,
+                                               conn->wake_fd);
+            if (ready == CONN_WOKEN)
+                return ready;
             if (ready == 0) {
                 CASS_LOG(&conn->head, LOG_DETAIL, "Timeout");
                 return CONN_TIMED_OUT;
@@ -172,7 +211,7 @@ static std::int32_t read_tls(cass_conn *conn, void *buffer, std::int32_t count,
                              std::int32_t *read_count, std::int32_t timeout_ms, int dump)
 {
     const int got = cass_ssl_read(conn, buffer, count, timeout_ms);
-    if (got == CONN_TIMED_OUT)
+    if (got == CONN_TIMED_OUT || got == CONN_WOKEN)
         return got;
     if (got < 0) {
         CASS_LOG(&conn->head, LOG_ERROR, "conn_read_raw: read failed");

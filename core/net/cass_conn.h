@@ -18,10 +18,12 @@ int cass_close_socket(cass_conn *conn);
 std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count);
 // Result of a read that ran into its time-out.
 constexpr std::int32_t CONN_TIMED_OUT = -2;
+// Result of a read that was woken by conn_wake before anything came.
+constexpr std::int32_t CONN_WOKEN = -3;
 
 // Reads at most `count` bytes with one receive; the same number in *read_count. -1 with 08S01
-// posted (a closed peer too), -2 on time-out without a record, 0 only from TLS at the end of its
-// stream. timeout_ms below 1: waits without limit.
+// posted (a closed peer too), -2 on time-out and -3 when woken, both without a record, 0 only from
+// TLS at the end of its stream. timeout_ms below 1: waits without limit.
 std::int32_t conn_read(cass_conn *conn, void *buffer, std::int32_t count, std::int32_t *read_count,
                        std::int32_t timeout_ms);
 // The same, with the log dump of the bytes read on or off.
@@ -30,7 +32,23 @@ std::int32_t conn_read_raw(cass_conn *conn, void *buffer, std::int32_t count,
 
 // Waits until the socket is ready for `events` (POLLIN, POLLOUT), through interruptions by signals.
 // 1 when ready or broken, 0 on time-out, -1 with errno set. timeout_ms below 0: without limit.
-int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms);
+// wake_fd: a second descriptor whose readiness ends the wait, which then gives CONN_WOKEN; -1:
+// none.
+int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms,
+                     std::int32_t wake_fd = -1);
+
+// Milliseconds of a clock that never goes back.
+std::int64_t cass_monotonic_ms();
+
+// Makes the connection's wake_fd where the conduct lets reads be woken. Without one (no descriptor
+// is left) they cannot.
+void conn_make_wakeable(cass_conn *conn);
+// Wakes the thread that waits in a read of this connection, or that will wait next.
+void conn_wake(const cass_conn *conn);
+// Takes back what conn_wake has set.
+void conn_slept_on(const cass_conn *conn);
+// Whether the peer is still there, as far as the system knows; nothing is sent or read.
+bool conn_peer_is_there(const cass_conn *conn);
 
 // The system's text for an error number, constant or in the caller's room.
 using cass_os_error_room = std::array<char, 1024>;

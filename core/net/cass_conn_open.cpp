@@ -130,7 +130,8 @@ static bool make_socket(cass_conn *conn, int family)
         cass_post_error(&conn->head, STATE_08001, error, "Failed to create socket");
         return false;
     }
-    conn->socket_dead = 0;
+    shared_put(&conn->socket_dead, 0);
+    conn->late = {};
     return true;
 }
 

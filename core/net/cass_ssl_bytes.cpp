@@ -25,13 +25,13 @@ static int write_quietly(BIO *bio, const char *bytes, int count)
     return sent;
 }
 
-// A read with a time-out never waits here: the session may need several receives for one record.
+// A read that can be ended never waits here: the session may need several receives for one record.
 static int receive(BIO *bio, char *bytes, int count)
 {
     const auto *info = static_cast<const ssl_info *>(BIO_get_app_data(bio));
     int socket = -1;
     BIO_get_fd(bio, &socket);
-    if (info->timed && cass_wait_socket(socket, POLLIN, 0) == 0) {
+    if (info->waits_outside && cass_wait_socket(socket, POLLIN, 0) == 0) {
         BIO_clear_retry_flags(bio);
         BIO_set_retry_read(bio);
         return -1;
@@ -54,9 +54,9 @@ BIO_METHOD *cass_ssl_socket_method()
 }
 
 // Repeats the call while the session waits for the socket. What the last call gave, with errno as
-// the header says, or CONN_TIMED_OUT.
+// the header says, CONN_TIMED_OUT or CONN_WOKEN.
 template <typename Call>
-static int transfer(const cass_conn *conn, std::int64_t timeout_ms, Call call)
+static int transfer(const cass_conn *conn, std::int64_t timeout_ms, std::int32_t wake_fd, Call call)
 {
     SSL *ssl = conn->ssl->ssl;
     for (;;) {
@@ -69,11 +69,11 @@ static int transfer(const cass_conn *conn, std::int64_t timeout_ms, Call call)
         const int status = SSL_get_error(ssl, result);
         if (status == SSL_ERROR_WANT_READ || status == SSL_ERROR_WANT_WRITE) {
             const short events = status == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT;
-            const int ready = cass_wait_socket(conn->socket, events, timeout_ms);
+            const int ready = cass_wait_socket(conn->socket, events, timeout_ms, wake_fd);
             if (ready == 1)
                 continue;
-            if (ready == 0)
-                return CONN_TIMED_OUT;
+            if (ready == 0 || ready == CONN_WOKEN)
+                return ready == 0 ? CONN_TIMED_OUT : CONN_WOKEN;
         }
         ERR_clear_error();
         errno = status == SSL_ERROR_SYSCALL ? error : 0;
@@ -83,12 +83,13 @@ static int transfer(const cass_conn *conn, std::int64_t timeout_ms, Call call)
 
 int cass_ssl_read(cass_conn *conn, void *buffer, int count, std::int32_t timeout_ms)
 {
-    conn->ssl->timed = timeout_ms >= 1;
-    const std::int64_t limit = conn->ssl->timed ? timeout_ms : NO_LIMIT;
-    return transfer(conn, limit, [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
+    const std::int64_t limit = timeout_ms >= 1 ? timeout_ms : NO_LIMIT;
+    conn->ssl->waits_outside = timeout_ms >= 1 || conn->wake_fd >= 0;
+    return transfer(conn, limit, conn->wake_fd,
+                    [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
 }
 
 int cass_ssl_write(cass_conn *conn, const void *buffer, int count)
 {
-    return transfer(conn, NO_LIMIT, [&](SSL *ssl) { return SSL_write(ssl, buffer, count); });
+    return transfer(conn, NO_LIMIT, -1, [&](SSL *ssl) { return SSL_write(ssl, buffer, count); });
 }

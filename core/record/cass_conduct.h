@@ -44,6 +44,19 @@ struct cass_conduct {
     bool options_mark_nothing_rebound;
     // A page has 100 rows. 0: 5000.
     bool pages_are_small;
+    // A request waits for its reply whatever SQLCancel of another thread says. 0: it ends.
+    bool cancelling_waits_for_the_reply;
+    // SQL_ATTR_QUERY_TIMEOUT and SQL_ATTR_CONNECTION_TIMEOUT are stored only. 0: they end a
+    // request.
+    bool time_out_attributes_are_kept_only;
+    // Whatever frame comes next is the reply, and a request that ran into its time-out ends the
+    // connection. 0: a reply has its request's stream number; one that comes late is dropped.
+    bool any_frame_is_the_reply;
+    // SQL_ATTR_CONNECTION_DEAD tells whether the application has disconnected. 0: whether the
+    // connection broke or the peer has closed it, too.
+    bool a_connection_is_dead_when_closed;
+    // A connection that broke is tried again by each request. 0: it refuses them, by 08003.
+    bool broken_connections_are_tried;
 
     // Cells and rows.
 
@@ -94,6 +107,9 @@ struct cass_conduct {
     // Every error of the server is 08S01, with its code in the message. 0: a state by the code and
     // the text, and the code as native error.
     bool server_errors_are_link_failures;
+    // A reply that makes no sense is 08S01, and so is a request that no frame can hold. 0: HY000,
+    // as the connection goes on.
+    bool malformed_replies_are_link_failures;
     // A second record, HY000, follows HY092 when an unknown statement attribute is read.
     bool an_unknown_attribute_is_told_twice;
     // A number above the markers fails and hands out what a record says of it.

@@ -153,12 +153,26 @@ inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
     &cass_settings::read_timeout,
 };
 
+// Requests that were given up before their replies came: the frames that are dropped when they do.
+constexpr std::int32_t MOST_LATE_REPLIES = 1024;
+constexpr std::int32_t FRAME_HEADER_SIZE = 9;  // native protocol v4, section 2
+
+struct cass_late_replies {
+    std::int16_t stream;                      // of the next request
+    std::int16_t streams[MOST_LATE_REPLIES];  // of replies that are still to come
+    std::int32_t count;
+    std::int32_t header_read;                 // bytes of a frame that was left in its header
+    unsigned char header[FRAME_HEADER_SIZE];  // those
+    std::int32_t body_left;                   // bytes to come of a frame left in its body
+};
+
 struct cass_conn {
     cass_handle head;             // parent: cass_env
     const cass_conduct *conduct;  // never null
 
     // Transport.
     std::int32_t socket;      // -1: none
+    std::int32_t wake_fd;     // an eventfd that wakes the thread which waits for a reply; -1: none
     std::int32_t odbc_level;  // 2 or 3
     std::int32_t connecting;
     std::int32_t connected;
@@ -196,6 +210,8 @@ struct cass_conn {
     unsigned char *compressed;      // block for compressed bodies, kept between frames
     std::size_t compressed_capacity;
     std::size_t recent_need;  // largest frame of late, in bytes; decays frame by frame
+    cass_late_replies late;
+    std::int32_t socket_dead;  // the connection broke: nothing goes over it any more
 
     // Attributes.
     std::int32_t autocommit;
@@ -218,7 +234,6 @@ struct cass_conn {
 
     // Kept by name, nothing uses them.
     std::int32_t random_start;
-    std::int32_t socket_dead;
     // Kept by name, nothing sets them: what asks for them finds 0.
     std::int32_t async_count;
     std::int32_t in_transaction;
@@ -330,8 +345,13 @@ struct cass_desc {
     cass_lock api_lock;
 };
 
+// Whether a call of a statement is under way that SQLCancel of another thread can end.
+enum cass_call_state : std::int32_t { CALL_NONE = 0, CALL_RUNNING, CALL_CANCELLED };
+
 struct cass_stmt {
-    cass_handle head;  // parent: cass_conn
+    cass_handle head;   // parent: cass_conn
+    cass_stmt *served;  // of an inner statement: the one whose call it serves; else null
+    cass_call_state call_state;
 
     // Current descriptors; ARD and APD may be the application's.
     cass_desc *ird;
@@ -412,6 +432,18 @@ inline cass_conn *stmt_conn(const cass_stmt *stmt)
 inline cass_conn *desc_conn(const cass_desc *desc)
 {
     return reinterpret_cast<cass_conn *>(desc->head.parent);
+}
+
+// The statement that the application knows: it is cancelled, and its time-out counts.
+inline cass_stmt *stmt_called(cass_stmt *stmt)
+{
+    return stmt->served != nullptr ? stmt->served : stmt;
+}
+
+// SQLCancel has ended the call that the statement is in.
+inline bool stmt_is_cancelled(cass_stmt *stmt)
+{
+    return shared_get(&stmt_called(stmt)->call_state) == CALL_CANCELLED;
 }
 
 // From any handle to its connection or environment, by the tag; null for a null handle, an unknown

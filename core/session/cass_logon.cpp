@@ -286,6 +286,7 @@ static int cass_establish_connection(cass_conn *conn)
     // What an earlier attempt negotiated does not hold for this server.
     conn->lz4_offered = 0;
     conn->compression = COMPRESSION_NONE;
+    conn_make_wakeable(conn);
     // "Optional" is as compulsory as "yes".
     if (conn->settings.encrypt != 0 && cass_ssl_start(conn) != 0)
         return -1;

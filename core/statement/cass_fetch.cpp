@@ -79,7 +79,7 @@ static SQLRETURN type_without_decoder(cass_stmt *stmt, cass_packet *packet, std:
     if (cass_take_cell_length(stmt, packet) != SQL_SUCCESS)
         return SQL_ERROR;
     CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: type not supported %d", cql_type);
-    cass_post_error(&stmt->head, STATE_08S01, 0, "type not supported %d", cql_type);
+    cass_post_error(&stmt->head, cass_malformed_state(stmt), 0, "type not supported %d", cql_type);
     return SQL_ERROR;
 }
 

@@ -8,18 +8,42 @@
 #include "core/diag/cass_err.h"
 #include "core/handle/cass_handle.h"
 #include "core/log/cass_log.h"
+#include "core/statement/cass_cancel.h"
 #include "core/statement/cass_pkt_result.h"
 #include "core/statement/cass_stmt.h"
 
 static constexpr char log_source[] = "cass_pkt.c";
 
+static bool broken_connections_are_tried(const cass_conn *conn)
+{
+    return conn->conduct->broken_connections_are_tried;
+}
+
+static cass_exchange_failure why_not_sent(cass_conn *conn, const cass_packet *request)
+{
+    switch (request->failed) {
+    case PACKET_NO_MEMORY:
+        return EXCHANGE_NO_MEMORY_TO_SEND;
+    case PACKET_TOO_LONG:
+        return EXCHANGE_TOO_LONG;
+    default:
+        shared_put(&conn->socket_dead, 1);
+        return EXCHANGE_NOT_SENT;
+    }
+}
+
 cass_packet *cass_exchange(cass_conn *conn, cass_packet *request, cass_exchange_failure *failure)
 {
     const cass_cancel_guard whole;
     const cass_lock_guard hold(&conn->exchange_lock);
-    if (cass_send_packet(request->owner, request) >= 0)
+    if (conn->socket_dead && !broken_connections_are_tried(conn))
+        *failure = EXCHANGE_DEAD;
+    else if (stmt_is_cancelled(request->owner))
+        *failure = EXCHANGE_CANCELLED;
+    else if (cass_send_packet(request->owner, request) >= 0)
         return cass_read_packet(request->owner, failure);
-    *failure = request->failed == PACKET_NO_MEMORY ? EXCHANGE_NO_MEMORY_TO_SEND : EXCHANGE_NOT_SENT;
+    else
+        *failure = why_not_sent(conn, request);
     return nullptr;
 }
 
@@ -40,13 +64,26 @@ static void post_no_reply(cass_stmt *stmt, cass_exchange_failure failure, const 
     case EXCHANGE_NO_MEMORY_TO_SEND:
         cass_post_no_memory(&stmt->head, log_source, who);
         break;
+    case EXCHANGE_DEAD:
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: the connection is broken", who);
+        cass_post_error(&stmt->head, STATE_08003, 0, "the connection is broken");
+        break;
+    case EXCHANGE_TOO_LONG:
     case EXCHANGE_NOT_SENT:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to send packet", who);
-        cass_post_error(&stmt->head, STATE_08S01, 0, "failed to send packet");
+        cass_post_error(&stmt->head,
+                        failure == EXCHANGE_TOO_LONG ? cass_malformed_state(stmt) : STATE_08S01, 0,
+                        "failed to send packet");
+        break;
+    case EXCHANGE_CANCELLED:
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: cancelled", who);
+        cass_post_error(&stmt->head, STATE_HY008, 0, nullptr);
         break;
     case EXCHANGE_TIMED_OUT:
+    case EXCHANGE_CONNECTION_TIMED_OUT:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: timeout reading packet", who);
-        cass_post_error(&stmt->head, STATE_HYT00, 0, nullptr);
+        cass_post_error(&stmt->head, failure == EXCHANGE_TIMED_OUT ? STATE_HYT00 : STATE_HYT01, 0,
+                        nullptr);
         break;
     default:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: failed to return packet", who);
@@ -127,7 +164,8 @@ static cass_packet *request_result(cass_stmt *stmt, cass_packet *request, const 
 {
     cass_exchange_failure failure;
     *warned = false;
-    held_packet reply(cass_exchange(stmt_conn(stmt), request, &failure));
+    held_packet reply(
+        cass_cancellable(stmt, [&] { return cass_exchange(stmt_conn(stmt), request, &failure); }));
     if (reply == nullptr) {
         post_no_reply(stmt, failure, who);
         return nullptr;
@@ -139,7 +177,8 @@ static cass_packet *request_result(cass_stmt *stmt, cass_packet *request, const 
     if (pkt_opcode(reply.get()) != OPCODE_RESULT) {
         const int opcode = pkt_opcode(reply.get());
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: unexpected packet type %d", who, opcode);
-        cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected packet type %d", opcode);
+        cass_post_error(&stmt->head, cass_malformed_state(stmt), 0, "unexpected packet type %d",
+                        opcode);
         return nullptr;
     }
     if (pkt_has_warning(reply.get())) {
@@ -199,7 +238,7 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
         const char *name = result_kind_name(kind);
         CASS_LOG(&stmt->head, LOG_ERROR,
                  "prepare_stmt: unexpected packet kind %s, expected KIND_PREPARED", name);
-        cass_post_error(&stmt->head, STATE_08S01, 0,
+        cass_post_error(&stmt->head, cass_malformed_state(stmt), 0,
                         "unexpected packet kind %s, expected KIND_PREPARED", name);
         return -1;
     }

@@ -86,7 +86,7 @@ static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
         cass_post_no_memory(&stmt->head, log_source, "decode_result_packet");
     } else {
         CASS_LOG(&stmt->head, LOG_ERROR, "decode_result_packet: unexpected end of packet");
-        cass_post_error(&stmt->head, STATE_08S01, 0, "unexpected end of packet");
+        cass_post_error(&stmt->head, cass_malformed_state(stmt), 0, "unexpected end of packet");
     }
     cass_desc_clear_fields(desc);
     desc->found_count = 0;
@@ -146,7 +146,7 @@ static void pass_unknown_type(cass_stmt *stmt, cass_packet *packet, std::int32_t
     if (packet->unknown_types++ >= UNKNOWN_TYPE_RECORDS)
         return;
     CASS_LOG(&stmt->head, LOG_ERROR, "decode_metadata: type not supported %d", option_id);
-    cass_post_error(&stmt->head, STATE_08S01, 0, "type not supported %d", option_id);
+    cass_post_error(&stmt->head, cass_malformed_state(stmt), 0, "type not supported %d", option_id);
 }
 
 // One record for all the columns that pass_unknown_type was silent about.
@@ -157,7 +157,8 @@ static void post_unknown_types(cass_stmt *stmt, const cass_packet *packet)
         return;
     CASS_LOG(&stmt->head, LOG_ERROR, "decode_metadata: types of %d more columns not supported",
              more);
-    cass_post_error(&stmt->head, STATE_08S01, 0, "types of %d more columns not supported", more);
+    cass_post_error(&stmt->head, cass_malformed_state(stmt), 0,
+                    "types of %d more columns not supported", more);
 }
 
 // Reads one column specification into its record. 0, or -1 after giving up.

@@ -5,6 +5,7 @@
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
 #include "core/parameter/cass_param.h"
+#include "core/statement/cass_cancel.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "core/statement/cass_sql.h"
 #include "core/statement/cass_stmt.h"
@@ -102,11 +103,13 @@ static bool markers_go_out_unprepared(const cass_conn *conn)
 // types its markers are.
 static SQLRETURN prepare_and_execute(cass_stmt *stmt)
 {
-    const int prepared = prepare_stmt(stmt, stmt->sql_text);
-    if (prepared < 0)
-        return SQL_ERROR;
-    const SQLRETURN code = cass_execute(stmt);
-    return code == SQL_SUCCESS && prepared == 1 ? SQL_SUCCESS_WITH_INFO : code;
+    return cass_cancellable(stmt, [stmt]() -> SQLRETURN {
+        const int prepared = prepare_stmt(stmt, stmt->sql_text);
+        if (prepared < 0)
+            return SQL_ERROR;
+        const SQLRETURN code = cass_execute(stmt);
+        return code == SQL_SUCCESS && prepared == 1 ? SQL_SUCCESS_WITH_INFO : code;
+    });
 }
 
 SQLRETURN cass_exec_direct(cass_stmt *stmt, cass_string *text, std::int32_t operation)

@@ -4,6 +4,7 @@
 #include "core/local/cass_internalrs.h"
 #include "core/log/cass_log.h"
 #include "core/parameter/cass_param.h"
+#include "core/statement/cass_cancel.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "core/statement/cass_stmt.h"
 
@@ -151,7 +152,7 @@ static bool data_is_awaited_in_first_run_only(const cass_conn *conn)
     return conn->conduct->data_is_awaited_in_first_run_only;
 }
 
-SQLRETURN cass_execute(cass_stmt *stmt)
+static SQLRETURN execute(cass_stmt *stmt)
 {
     cass_free_internal_rs(stmt, stmt->internal_rs);
     if (!stmt->prepared) {
@@ -179,13 +180,19 @@ SQLRETURN cass_execute(cass_stmt *stmt)
     return run_and_keep_tally(stmt, plain_road, {}, SQL_SUCCESS);
 }
 
+SQLRETURN cass_execute(cass_stmt *stmt)
+{
+    return cass_cancellable(stmt, [stmt] { return execute(stmt); });
+}
+
 SQLRETURN cass_dae_execute(cass_stmt *stmt)
 {
     stmt->ird = stmt->implicit_ird;
     CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): statement prepared");
     // It counts on from what the execution before has left.
     const set_tally before = {stmt->ok_count, stmt->info_count, stmt->error_count};
-    const SQLRETURN code = run_and_keep_tally(stmt, dae_road, before, SQL_ERROR);
+    const SQLRETURN code = cass_cancellable(
+        stmt, [&] { return run_and_keep_tally(stmt, dae_road, before, SQL_ERROR); });
     CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): return value=%d",
                 static_cast<int>(code));
     return code;

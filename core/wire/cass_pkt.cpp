@@ -98,7 +98,7 @@ cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int3
     if (packet->opcode != OPCODE_ERROR) {
         CASS_LOG(&stmt->head, LOG_ERROR, "Invalid opcode passed to decode_error_packet, %x",
                  packet->opcode);
-        cass_post_error(&stmt->head, STATE_08S01, 0,
+        cass_post_error(&stmt->head, cass_malformed_state(stmt), 0,
                         "Invalid opcode passed to decode_error_packet, %x", packet->opcode);
         return nullptr;
     }

@@ -36,7 +36,6 @@ enum : std::int32_t {
     COMPRESSION_LZ4 = 2,
 };
 
-constexpr std::int32_t FRAME_HEADER_SIZE = 9;
 constexpr std::uint8_t PROTOCOL_VERSION = 4;
 
 // Why a frame cannot be sent.
@@ -71,9 +70,13 @@ enum cass_exchange_failure : std::int32_t {
     EXCHANGE_WHOLE = 0,
     EXCHANGE_NOT_SENT,
     EXCHANGE_NO_MEMORY_TO_SEND,  // nothing posted yet
-    EXCHANGE_TIMED_OUT,          // nothing posted yet
-    EXCHANGE_BROKEN,             // the stream ended or is out of step, or the frame is a lie
-    EXCHANGE_NO_MEMORY_TO_READ,  // HY001 posted
+    EXCHANGE_TOO_LONG,           // the request outgrew its frame; nothing posted yet
+    EXCHANGE_DEAD,               // the connection broke earlier; nothing posted yet
+    EXCHANGE_CANCELLED,          // nothing posted yet, as with the next two
+    EXCHANGE_TIMED_OUT,
+    EXCHANGE_CONNECTION_TIMED_OUT,  // by SQL_ATTR_CONNECTION_TIMEOUT
+    EXCHANGE_BROKEN,                // the stream ended or is out of step, or the frame is a lie
+    EXCHANGE_NO_MEMORY_TO_READ,     // HY001 posted
 };
 
 // ---- Construction and transfer -----------------------------------------------------------------
@@ -86,10 +89,11 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
 // uncompressed frame, or a negative value (write failed and posted by conn_write, frame marked
 // `failed`, compression failed).
 std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet);
-// Reads one frame, restored to its uncompressed form. Null with *failure telling why: a failed read
+// Reads the reply, restored to its uncompressed form. Null with *failure telling why: a failed read
 // is posted on the connection by conn_read, exhaustion as HY001 on the statement. A read that ends
 // before the frame's last byte leaves the stream out of step: the socket is shut down, and the next
-// request fails at once.
+// request fails at once. Where the conduct any_frame_is_the_reply says so, a request that was
+// cancelled or timed out leaves the connection in use, and its reply is dropped when it comes.
 cass_packet *cass_read_packet(cass_stmt *stmt, cass_exchange_failure *failure);
 void cass_packet_ref(cass_packet *packet);
 // Drops one reference; at zero the block goes back to the connection's spare slot or the heap. Null

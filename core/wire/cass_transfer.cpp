@@ -70,8 +70,10 @@ static std::int32_t send_compressed(cass_packet *packet)
 {
     cass_conn *conn = packet->conn;
     const int bound = LZ4_compressBound(packet->length);
-    if (bound < 1)
+    if (bound < 1) {
+        packet->failed = PACKET_TOO_LONG;
         return -1;
+    }
     const std::size_t needed = static_cast<std::size_t>(bound) + LZ4_START;
     if (!reserve_block(&conn->compressed, &conn->compressed_capacity, needed, 0)) {
         packet->failed = PACKET_NO_MEMORY;
@@ -100,6 +102,8 @@ std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet)
         packet->opcode == OPCODE_STARTUP ? COMPRESSION_NONE : stmt_conn(stmt)->compression;
     if (packet->failed)
         return -1;
+    packet->stream = stmt_conn(stmt)->late.stream;
+    store_be16(packet->frame + 2, static_cast<std::uint16_t>(packet->stream));
     if (packet->length > 0 && mode == COMPRESSION_SNAPPY)
         return -1;
     if (packet->length > 0 && mode == COMPRESSION_LZ4)
@@ -114,7 +118,78 @@ std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet)
 struct frame_reader {
     cass_stmt *stmt;
     cass_exchange_failure failure;
+    std::int64_t deadline;   // on the monotonic clock, milliseconds; 0: none
+    std::int32_t body_left;  // bytes of the frame's body that were not read
+    std::int16_t stream;     // of the frame whose body is being read
+    bool in_body;
 };
+
+// How long a receive may take, and what has failed when nothing came.
+constexpr std::int32_t TIME_IS_UP = -1;
+
+struct receive_limit {
+    std::int32_t milliseconds;  // 0: without limit
+    cass_exchange_failure failure;
+};
+
+static bool time_out_attributes_are_kept_only(const cass_conn *conn)
+{
+    return conn->conduct->time_out_attributes_are_kept_only;
+}
+
+static bool any_frame_is_the_reply(const cass_conn *conn)
+{
+    return conn->conduct->any_frame_is_the_reply;
+}
+
+// Milliseconds of an attribute's seconds, at most what a wait can take.
+static std::int32_t milliseconds_of(SQLULEN seconds)
+{
+    return static_cast<std::int32_t>(std::min<SQLULEN>(seconds, INT32_MAX / 1000) * 1000);
+}
+
+static frame_reader reader_of(cass_stmt *stmt)
+{
+    const SQLULEN seconds = time_out_attributes_are_kept_only(stmt_conn(stmt))
+                                ? 0
+                                : stmt_called(stmt)->attrs.query_timeout;
+    return {.stmt = stmt,
+            .failure = EXCHANGE_WHOLE,
+            .deadline = seconds > 0 ? cass_monotonic_ms() + milliseconds_of(seconds) : 0,
+            .body_left = 0,
+            .stream = 0,
+            .in_body = false};
+}
+
+// ReadTimeout counts where the statement has no time-out of its own, and the connection's beside
+// either.
+static receive_limit limit_of(const frame_reader *reader)
+{
+    const cass_conn *conn = stmt_conn(reader->stmt);
+    receive_limit limit = {shared_get(&conn->settings.read_timeout), EXCHANGE_TIMED_OUT};
+    if (time_out_attributes_are_kept_only(conn))
+        return limit;
+    if (reader->deadline != 0) {
+        const std::int64_t left = reader->deadline - cass_monotonic_ms();
+        limit.milliseconds = left > 0 ? static_cast<std::int32_t>(left) : TIME_IS_UP;
+    }
+    const std::int32_t all = milliseconds_of(shared_get(&conn->attr_connection_timeout));
+    if (all > 0 && (limit.milliseconds == 0 || all < limit.milliseconds))
+        limit = {all, EXCHANGE_CONNECTION_TIMED_OUT};
+    return limit;
+}
+
+// Why a receive gave nothing; EXCHANGE_WHOLE when it was woken for another statement's sake.
+static cass_exchange_failure failure_of(const frame_reader *reader, std::int32_t result,
+                                        const receive_limit &limit)
+{
+    if (result == CONN_TIMED_OUT)
+        return limit.failure;
+    if (result != CONN_WOKEN)
+        return EXCHANGE_BROKEN;
+    conn_slept_on(stmt_conn(reader->stmt));
+    return stmt_is_cancelled(reader->stmt) ? EXCHANGE_CANCELLED : EXCHANGE_WHOLE;
+}
 
 static bool fail(frame_reader *reader, cass_exchange_failure failure)
 {
@@ -130,12 +205,22 @@ static bool read_exactly(frame_reader *reader, unsigned char *target, std::int32
     cass_conn *conn = stmt_conn(reader->stmt);
     while (count > 0) {
         std::int32_t got = 0;
-        const std::int32_t result =
-            conn_read(conn, target, count, &got, shared_get(&conn->settings.read_timeout));
-        if (result < 1)
-            return fail(reader, result == CONN_TIMED_OUT ? EXCHANGE_TIMED_OUT : EXCHANGE_BROKEN);
+        const receive_limit limit = limit_of(reader);
+        if (limit.milliseconds == TIME_IS_UP)
+            return fail(reader, limit.failure);
+        const std::int32_t result = conn_read(conn, target, count, &got, limit.milliseconds);
+        if (result < 1) {
+            const cass_exchange_failure failure = failure_of(reader, result, limit);
+            if (failure != EXCHANGE_WHOLE)
+                return fail(reader, failure);
+            continue;
+        }
         target += got;
         count -= got;
+        if (reader->in_body)
+            reader->body_left -= got;
+        else
+            conn->late.header_read += got;
     }
     return true;
 }
@@ -232,13 +317,17 @@ static bool is_compressed(const cass_packet *packet)
     return packet->length > 0 && (packet->flags & FRAME_COMPRESSED) != 0;
 }
 
-// A frame as it stands on the wire, its header into `header` and its body into the packet or, when
-// compressed, into the connection's block. Null when that ended before the frame's last byte.
-static cass_packet *read_frame(frame_reader *reader, unsigned char *header)
+// A frame as it stands on the wire, its header into the connection's and its body into the packet
+// or, when compressed, into the connection's block. Null when that ended before the frame's last
+// byte; a header is read on from where an earlier request was left in it.
+static cass_packet *read_frame(frame_reader *reader)
 {
-    if (!read_exactly(reader, header, FRAME_HEADER_SIZE))
+    cass_late_replies *late = &stmt_conn(reader->stmt)->late;
+    if (!read_exactly(reader, late->header + late->header_read,
+                      FRAME_HEADER_SIZE - late->header_read))
         return nullptr;
-    held_packet packet(new_reply(reader->stmt, header));
+    late->header_read = 0;
+    held_packet packet(new_reply(reader->stmt, late->header));
     if (packet == nullptr) {
         fail(reader, EXCHANGE_NO_MEMORY_TO_READ);
         return nullptr;
@@ -247,35 +336,128 @@ static cass_packet *read_frame(frame_reader *reader, unsigned char *header)
         fail(reader, EXCHANGE_BROKEN);
         return nullptr;
     }
+    reader->in_body = true;
+    reader->body_left = packet->length;
+    reader->stream = packet->stream;
     const bool whole = is_compressed(packet.get()) ? read_compressed(reader, packet.get())
                                                    : read_plain(reader, packet.get());
-    return whole ? packet.release() : nullptr;
+    if (!whole)
+        return nullptr;
+    reader->in_body = false;
+    return packet.release();
 }
 
 // The stream stands inside a frame, whose rest would be taken for the next reply.
-static void leave_stream(const cass_conn *conn)
+static void leave_stream(cass_conn *conn)
 {
+    shared_put(&conn->socket_dead, 1);
+    conn->late.header_read = 0;
     shutdown(conn->socket, SHUT_RDWR);
 }
 
-// Version and stream of a reply are kept but not checked: one request is in flight at a time, and
-// whatever comes back is its reply.
+// ---- Late replies ------------------------------------------------------------------------------
+
+static std::int16_t *find_late(cass_late_replies *late, std::int16_t stream)
+{
+    std::int16_t *end = late->streams + late->count;
+    std::int16_t *found = std::find(late->streams, end, stream);
+    return found == end ? nullptr : found;
+}
+
+// The reply of an earlier request has come. False for one that nobody waits for.
+static bool take_late(cass_late_replies *late, std::int16_t stream)
+{
+    std::int16_t *found = find_late(late, stream);
+    if (found == nullptr)
+        return false;
+    *found = late->streams[--late->count];
+    return true;
+}
+
+// Gives the request up whose reply did not come: the next one has another stream number. False when
+// the connection is as good as broken, after too many of them.
+static bool give_request_up(cass_late_replies *late, const frame_reader &reader)
+{
+    if (reader.in_body)
+        late->body_left = reader.body_left;
+    if (!reader.in_body || reader.stream != late->stream) {
+        if (late->count == MOST_LATE_REPLIES)
+            return false;
+        late->streams[late->count++] = late->stream;
+    }
+    do
+        late->stream = static_cast<std::int16_t>((late->stream + 1) & INT16_MAX);
+    while (find_late(late, late->stream) != nullptr);
+    return true;
+}
+
+// Drops what is to come of the frame that an earlier request was left in.
+static bool drop_body(frame_reader *reader, cass_late_replies *late)
+{
+    unsigned char dropped[4096];
+    reader->in_body = true;
+    reader->body_left = late->body_left;
+    while (reader->body_left > 0) {
+        const auto step = std::min(reader->body_left, std::int32_t{sizeof dropped});
+        if (!read_exactly(reader, dropped, step))
+            return false;
+    }
+    reader->in_body = false;
+    late->body_left = 0;
+    return true;
+}
+
+// The frame that answers the request. By default the next one: its version and stream are not
+// looked at, as one request is in flight at a time. Null with the failure in the reader.
+static cass_packet *read_reply(frame_reader *reader)
+{
+    cass_conn *conn = stmt_conn(reader->stmt);
+    if (any_frame_is_the_reply(conn))
+        return read_frame(reader);
+    cass_late_replies *late = &conn->late;
+    if (late->body_left > 0 && !drop_body(reader, late))
+        return nullptr;
+    for (;;) {
+        held_packet packet(read_frame(reader));
+        if (packet == nullptr || packet->stream == late->stream)
+            return packet.release();
+        if (!take_late(late, packet->stream)) {
+            fail(reader, EXCHANGE_BROKEN);
+            return nullptr;
+        }
+        CASS_LOG(&reader->stmt->head, LOG_DETAIL, "late reply of stream %d dropped",
+                 packet->stream);
+    }
+}
+
+// A request that was cancelled or timed out leaves the stream in step, where replies are told by
+// their stream numbers.
+static bool leaves_in_step(cass_conn *conn, const frame_reader &reader)
+{
+    const bool given_up = reader.failure == EXCHANGE_CANCELLED ||
+                          reader.failure == EXCHANGE_TIMED_OUT ||
+                          reader.failure == EXCHANGE_CONNECTION_TIMED_OUT;
+    return given_up && !any_frame_is_the_reply(conn) && give_request_up(&conn->late, reader);
+}
+
 cass_packet *cass_read_packet(cass_stmt *stmt, cass_exchange_failure *failure)
 {
-    unsigned char header[FRAME_HEADER_SIZE];
-    frame_reader reader = {.stmt = stmt, .failure = EXCHANGE_WHOLE};
+    frame_reader reader = reader_of(stmt);
     cass_conn *conn = stmt_conn(stmt);
-    held_packet packet(read_frame(&reader, header));
-    if (packet == nullptr)
+    held_packet packet(read_reply(&reader));
+    if (packet == nullptr && !leaves_in_step(conn, reader))
         leave_stream(conn);
     const bool good =
         packet != nullptr && (!is_compressed(packet.get()) || restore_body(&reader, packet.get()));
     trim_block(conn, &conn->compressed, &conn->compressed_capacity);
     *failure = reader.failure;
-    if (!good)
+    if (!good) {
+        if (reader.failure == EXCHANGE_BROKEN && !any_frame_is_the_reply(conn))
+            leave_stream(conn);
         return nullptr;
+    }
     packet->body = packet->frame + FRAME_HEADER_SIZE;
-    std::memcpy(packet->frame, header, FRAME_HEADER_SIZE);
+    std::memcpy(packet->frame, conn->late.header, FRAME_HEADER_SIZE);
     CASS_LOG_PACKET(&stmt->head, packet->frame, packet->length + FRAME_HEADER_SIZE,
                     "Packet recieved length=%d, version=%x, flags=%x, stream=%d, opcode=%x, "
                     "compression=%d",

@@ -147,7 +147,7 @@ bytes frame_on_wire(const node_frame &frame, bool lz4, int stream)
     const bytes wire = be8(frame.version) + be8(frame.flags | (compress ? FLAG_COMPRESSED : 0)) +
                        be16(frame.stream.value_or(stream)) + be8(frame.opcode) + be32(body.size()) +
                        body;
-    return wire.substr(0, frame.cut.value_or(wire.size()));
+    return wire.substr(0, frame.cut.value_or(wire.size())).substr(frame.skip);
 }
 
 std::optional<bytes> lz4_restore(std::string_view compressed)

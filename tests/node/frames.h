@@ -70,6 +70,7 @@ struct node_frame {
     std::optional<int> stream = {};  // nothing: the request's
     node_compression compression = COMPRESS_AS_NEGOTIATED;
     std::optional<std::size_t> cut = {};  // only so many bytes are sent
+    std::size_t skip = 0;                 // so many at its head have been sent before
     node_ending ending = KEEP_OPEN;       // what happens to the connection afterwards
     bool slowly = false;                  // one byte at a time
 };

@@ -33,6 +33,7 @@ struct scripted_node {
     int listener;
     int port;
     std::atomic<bool> stopping;
+    std::atomic<int> stream;                   // of requests
     std::vector<node_connection> connections;  // the thread's own
     std::thread thread;
 
@@ -153,12 +154,12 @@ static bool read_request(scripted_node *node, const node_connection &from, node_
 static void check_header(scripted_node *node, bool lz4, const node_request &request)
 {
     const int flags = lz4 && !request.body.empty() ? FLAG_COMPRESSED : 0;
-    if (request.version == 4 && request.stream == 0 && request.flags == flags)
+    if (request.version == 4 && request.stream == node->stream && request.flags == flags)
         return;
     complain(node, "opcode " + std::to_string(request.opcode) + " has version, flags, stream " +
                        std::to_string(request.version) + ", " + std::to_string(request.flags) +
                        ", " + std::to_string(request.stream) + "; expected 4, " +
-                       std::to_string(flags) + ", 0");
+                       std::to_string(flags) + ", " + std::to_string(node->stream));
 }
 
 // The frames that answer a request, by the next step or what stands for one.
@@ -309,6 +310,11 @@ void node_expect(scripted_node *node, node_step step)
 {
     const std::lock_guard hold(node->lock);
     node->script.push_back(std::move(step));
+}
+
+void node_expect_stream(scripted_node *node, int stream)
+{
+    node->stream = stream;
 }
 
 void node_answer_rest(scripted_node *node, node_responder responder)

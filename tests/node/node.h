@@ -2,7 +2,7 @@
 // test's process, and works through a list of steps, each a request that must come and the frames
 // that answer it. Whatever the driver sends beside the script is a complaint, which the test reads
 // at its end; so is a step that nobody asked for, and a request whose version is not 4, whose
-// stream is not 0, or that is not compressed exactly as negotiated. Complaints show both sides.
+// stream is not the one told, or that is not compressed exactly as negotiated. Complaints show both sides.
 //
 //     const node_ptr node = node_start();
 //     expect_logon(node.get());
@@ -50,6 +50,8 @@ std::string node_address(const scripted_node *node);
 
 // Adds a step to the script, also while the server is at work.
 void node_expect(scripted_node *node, node_step step);
+// The stream number of requests from now on; 0 until then.
+void node_expect_stream(scripted_node *node, int stream);
 // Answers requests that come when the script is at its end; without it they are complaints and get
 // an ERROR frame.
 using node_responder = std::function<std::vector<node_frame>(const node_request &)>;
