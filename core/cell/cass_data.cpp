@@ -319,21 +319,21 @@ static bool ard_type_reads_column_in_front(const cass_conn *conn)
 // SQL_ARD_TYPE: the type of the column's ARD record. By default it reads the column in front of the
 // one named, for column 1 the bookmark record; this is deliberate. The column named is settled too,
 // by what came of the other.
-[[gnu::noinline]] static SQLRETURN get_by_ard(cell_request *request, cass_field *fields,
-                                              const cass_field *afields)
+[[gnu::noinline]] static SQLRETURN get_by_ard(cell_request *request)
 {
     if (request->column == 0)
         return no_such_target(*request, SQL_ARD_TYPE);
-    if (afields == nullptr || request->column > request->stmt->ard->field_count)
+    const cass_desc *ard = request->stmt->ard;
+    if (request->column > ard->field_count)
         return SQL_NO_DATA;
 
-    const std::int32_t target_type = afields[request->column - 1].consise_type;
+    const std::int32_t target_type = ard->fields[request->column - 1].consise_type;
     if (!ard_type_reads_column_in_front(stmt_conn(request->stmt)))
         return convert_and_settle(request, target_type);
 
     cass_data_storage *named = &request->field->data_storage;
     request->column -= 1;
-    request->field = record_of(request->stmt, request->column, fields);
+    request->field = record_of(request->stmt, request->column, request->stmt->ird->fields);
     SQLRETURN code = SQL_NO_DATA;
     if (request->column == 0 || request->field->data_storage.finished == 0)
         code = convert_and_settle(request, target_type);
@@ -342,23 +342,20 @@ static bool ard_type_reads_column_in_front(const cass_conn *conn)
 
 // Inlined into SQLGetData's road; rows of bound columns call it.
 [[gnu::always_inline]] static inline SQLRETURN get_cell(cell_request *request,
-                                                        std::int32_t target_type,
-                                                        cass_field *fields,
-                                                        const cass_field *afields)
+                                                        std::int32_t target_type)
 {
     if (request->field->data_storage.finished != 0 && request->column != 0)
         return SQL_NO_DATA;
     if (target_type == SQL_ARD_TYPE) [[unlikely]]
-        return get_by_ard(request, fields, afields);
+        return get_by_ard(request);
     if (target_type == SQL_C_DEFAULT) [[unlikely]]
         target_type = default_target(request->stmt, request->field->consise_type);
     return convert_and_settle(request, target_type);
 }
 
-SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
-                   const cass_field *afields)
+SQLRETURN cell_get(cell_request *request, std::int32_t target_type)
 {
-    return get_cell(request, target_type, fields, afields);
+    return get_cell(request, target_type);
 }
 
 void cell_log_request(const cell_request &request, std::int32_t target_type,
@@ -382,14 +379,16 @@ SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_
                         void *target_value, SQLLEN buffer_length, void *strlen_or_ind,
                         void *oct_ptr, cass_field *fields, cass_field *afields)
 {
+    cass_field *field = record_of(stmt, column_number, fields);
+    void *octets = oct_ptr == strlen_or_ind ? nullptr : oct_ptr;
     cell_request request = {
         .stmt = stmt,
-        .field = record_of(stmt, column_number, fields),
+        .field = field,
         .member = nullptr,
         .target = target_value,
         .buffer_length = buffer_length,
         .indicator = strlen_or_ind,
-        .octets = oct_ptr == strlen_or_ind ? nullptr : oct_ptr,
+        .octets = octets,
         .column = column_number,
         .logged = cass_log_is_on(&stmt->head),
         .bound = false,
@@ -402,5 +401,5 @@ SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_
         cass_post_error(&stmt->head, STATE_07009, 0, nullptr);
         return SQL_ERROR;
     }
-    return get_cell(&request, target_type, fields, afields);
+    return get_cell(&request, target_type);
 }

@@ -21,8 +21,8 @@ SQLRETURN cass_take_cell_length(cass_stmt *stmt, cass_packet *packet);
 int cass_storage_reserve(cass_data_storage *storage, std::int32_t length);
 
 // Converts the cell of a column (from 1; 0 is the bookmark record) to a C type. `buffer_length` in
-// bytes. Outputs may be null; application memory is only touched by memcpy. `fields` are the
-// records of the IRD, `afields` those of the ARD or null. Diagnostics carry the column number.
+// bytes. Outputs may be null; application memory is only touched by memcpy. `fields` and
+// `afields` are the records of the statement's IRD and ARD. Diagnostics carry the column number.
 // SQL_NO_DATA for a column that has been delivered.
 SQLRETURN cass_get_data(cass_stmt *stmt, SQLUSMALLINT column_number, std::int32_t target_type,
                         void *target_value, SQLLEN buffer_length, void *strlen_or_ind,

@@ -36,10 +36,9 @@ struct cell_request {
     bool bound;            // of a bound column: nothing reads on where it was cut
 };
 
-// A request whose record is known: cass_get_data behind its own log records. Resolves the target
-// type and finds the member; settles whether the column is delivered.
-SQLRETURN cell_get(cell_request *request, std::int32_t target_type, cass_field *fields,
-                   const cass_field *afields);
+// A request whose record of the statement's IRD is known: cass_get_data behind its own log records.
+// Resolves the target type and finds the member; settles whether the column is delivered.
+SQLRETURN cell_get(cell_request *request, std::int32_t target_type);
 // The log records of a call of cass_get_data, for whoever calls cell_get with the log on.
 [[gnu::cold]] void cell_log_request(const cell_request &request, std::int32_t target_type,
                                     const cass_field *fields, const cass_field *afields);

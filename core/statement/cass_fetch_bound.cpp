@@ -161,7 +161,7 @@ static inline SQLRETURN transfer_column(cell_request *request, const row_place &
     if (lands_nowhere(*request))
         return SQL_NO_DATA;
 
-    const SQLRETURN code = cell_get(request, record->consise_type, place.fields, place.afields);
+    const SQLRETURN code = cell_get(request, record->consise_type);
     if (request->logged) [[unlikely]]
         CASS_LOG(&request->stmt->head, LOG_DETAIL, "getting data returns %d",
                  static_cast<int>(code));
