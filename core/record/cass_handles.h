@@ -282,7 +282,7 @@ struct cass_field {
     cass_data_storage data_storage;
     cass_cell_decoder decode;     // chosen with the column's type; null: it has none
     std::int32_t cql_type;        // option id of the native protocol
-    cass_type_option *type_tree;  // owned: of a nested type; null where it was not kept
+    cass_type_option *type_tree;  // owned: of a nested or custom type; null where it was not kept
 
     std::int32_t consise_type;  // SQL_DESC_CONCISE_TYPE; the C type in ARD and APD
     std::int32_t target_type;   // APD: the SQL type given to SQLBindParameter; ARD: the C type

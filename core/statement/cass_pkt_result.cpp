@@ -181,7 +181,9 @@ static int decode_column(cass_stmt *stmt, cass_packet *packet, cass_desc *desc, 
     if (code != 0)
         pass_unknown_type(stmt, packet, option->option_id);
     desc->fields[index].from_spec = code == 0;
-    if (cql_type_is_nested(option->option_id) && packet->kept_types <= KEPT_TYPES - types) {
+    const bool composed =
+        cql_type_is_nested(option->option_id) || cql_type_meant(option.get()) != option.get();
+    if (composed && packet->kept_types <= KEPT_TYPES - types) {
         packet->kept_types += types;
         desc->fields[index].type_tree = option.release();
     }

@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 
+#include "core/wire/cql_class.h"
+
 constexpr int TYPE_LEVELS = 64;
 constexpr int TYPE_NODES = 1024;  // types of one tree that are kept
 
@@ -38,6 +40,8 @@ constexpr type_name CQL_TYPE_NAMES[] = {
     {CQL_SET, "SET"},
     {CQL_UDT, "UDT"},
     {CQL_TUPLE, "TUPLE"},
+    {CQL_DURATION, "DURATION"},
+    {CQL_VECTOR, "VECTOR"},
 };
 
 const char *cql_type_name(std::int32_t option_id)
@@ -100,6 +104,29 @@ static void *grow_members(void *members, std::int32_t count, std::size_t size)
     return std::realloc(members, room * size);
 }
 
+cass_type_field *type_option_add_field(cass_type_option *option)
+{
+    void *grown = grow_members(option->fields, option->field_count, sizeof(cass_type_field));
+    if (grown == nullptr)
+        return nullptr;
+    option->fields = static_cast<cass_type_field *>(grown);
+    cass_type_field *field = &option->fields[option->field_count++];
+    *field = {};
+    return field;
+}
+
+cass_type_option **type_option_add_member(cass_type_option *option)
+{
+    void *grown =
+        grow_members(option->tuple_types, option->tuple_count, sizeof(cass_type_option *));
+    if (grown == nullptr)
+        return nullptr;
+    option->tuple_types = static_cast<cass_type_option **>(grown);
+    cass_type_option **member = &option->tuple_types[option->tuple_count++];
+    *member = nullptr;
+    return member;
+}
+
 static cass_string *decode_name(type_reader *tree)
 {
     cass_string *name = pkt_get_string(tree->packet);
@@ -138,13 +165,11 @@ static void decode_udt(type_reader *tree, cass_type_option *option, int level)
     option->udt_name = decode_name(tree);
     const std::int32_t count = pkt_get_count(tree->packet);
     while (tree->room > 0 && is_member_due(tree, option->field_count, count)) {
-        void *grown = grow_members(option->fields, option->field_count, sizeof(cass_type_field));
-        if (grown == nullptr) {
+        cass_type_field *field = type_option_add_field(option);
+        if (field == nullptr) {
             tree->state = TREE_NO_MEMORY;
             return;
         }
-        option->fields = static_cast<cass_type_field *>(grown);
-        cass_type_field *field = &option->fields[option->field_count++];
         field->name = decode_name(tree);
         field->type = decode_option(tree, level + 1);
     }
@@ -155,14 +180,12 @@ static void decode_tuple(type_reader *tree, cass_type_option *option, int level)
 {
     const std::int32_t count = pkt_get_count(tree->packet);
     while (tree->room > 0 && is_member_due(tree, option->tuple_count, count)) {
-        void *grown =
-            grow_members(option->tuple_types, option->tuple_count, sizeof(cass_type_option *));
-        if (grown == nullptr) {
+        cass_type_option **member = type_option_add_member(option);
+        if (member == nullptr) {
             tree->state = TREE_NO_MEMORY;
             return;
         }
-        option->tuple_types = static_cast<cass_type_option **>(grown);
-        option->tuple_types[option->tuple_count++] = decode_option(tree, level + 1);
+        *member = decode_option(tree, level + 1);
     }
     pass_members(tree, level, false, count - option->tuple_count);
 }
@@ -204,6 +227,15 @@ static void pass_option(type_reader *tree, int level)
     }
 }
 
+static void decode_custom(type_reader *tree, cass_type_option *option, int level)
+{
+    option->custom_name = decode_name(tree);
+    if (tree->state == TREE_WHOLE &&
+        !type_option_from_class(option->custom_name, TYPE_LEVELS - level, &tree->room,
+                                &option->element))
+        tree->state = TREE_NO_MEMORY;
+}
+
 // One node and what is below it. Null with tree->state telling why, or without room for it.
 static cass_type_option *decode_option(type_reader *tree, int level)
 {
@@ -222,7 +254,7 @@ static cass_type_option *decode_option(type_reader *tree, int level)
     option->option_id = pkt_get_short(tree->packet);
     switch (option->option_id) {
     case CQL_CUSTOM:
-        option->custom_name = decode_name(tree);
+        decode_custom(tree, option.get(), level);
         break;
     case CQL_MAP:
         option->element = decode_option(tree, level + 1);

@@ -34,6 +34,9 @@ enum : std::int32_t {
     CQL_SET = 34,
     CQL_UDT = 48,
     CQL_TUPLE = 49,
+    // Beyond what the two bytes of an option id hold: types that the server tells as CUSTOM.
+    CQL_DURATION = 0x10000,
+    CQL_VECTOR = 0x10001,
 };
 
 // The day number that a `date` has on 1 January 1970.
@@ -51,14 +54,16 @@ struct cass_type_field {
 struct cass_type_option {
     std::int32_t option_id;
     cass_string *custom_name;
-    cass_type_option *element;  // LIST, SET; key of MAP
-    cass_type_option *value;    // value of MAP
+    // LIST, SET, VECTOR; key of MAP; of CUSTOM what its class stands for, null where nobody knows.
+    cass_type_option *element;
+    cass_type_option *value;  // value of MAP
     cass_string *udt_keyspace;
     cass_string *udt_name;
     std::int32_t field_count;
     cass_type_field *fields;
     std::int32_t tuple_count;
     cass_type_option **tuple_types;
+    std::int32_t vector_size;  // elements of a VECTOR, at least 1
 };
 
 // Name for logs and messages; "UNKNOWN" for others.
@@ -66,6 +71,12 @@ const char *cql_type_name(std::int32_t option_id);
 
 // Whether types of this id have types below them.
 bool cql_type_is_nested(std::int32_t option_id);
+// The type itself, or what the class of a CUSTOM stands for. Null gives null.
+inline const cass_type_option *cql_type_meant(const cass_type_option *option)
+{
+    const bool custom = option != nullptr && option->option_id == CQL_CUSTOM;
+    return custom && option->element != nullptr ? option->element : option;
+}
 
 // A type tree of at most 64 levels, *types of them, or null: deeper, or with -1 in *types, out of
 // memory. The tree holds the first 1024 types; the others are passed over, and their branches are
@@ -74,6 +85,9 @@ bool cql_type_is_nested(std::int32_t option_id);
 cass_type_option *decode_type_option(cass_packet *packet, std::int32_t *types);
 // Null is accepted.
 void free_type_option(cass_type_option *option);
+// One member more of a UDT and of a TUPLE, empty. Null when memory ran out.
+cass_type_field *type_option_add_field(cass_type_option *option);
+cass_type_option **type_option_add_member(cass_type_option *option);
 
 using held_option = held<cass_type_option, &free_type_option>;
 

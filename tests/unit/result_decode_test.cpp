@@ -169,6 +169,82 @@ TEST(result, a_type_of_many_members_is_read_to_its_end_and_kept_in_part)
     }
 }
 
+// What a tree says, in the order in which CQL writes it.
+static std::string tree_text(const cass_type_option *option)
+{
+    option = cql_type_meant(option);
+    if (option == nullptr)
+        return "-";
+    std::string all = cql_type_name(option->option_id);
+    if (option->element != nullptr)
+        all += "<" + tree_text(option->element);
+    if (option->value != nullptr)
+        all += "," + tree_text(option->value);
+    if (option->vector_size != 0)
+        all += "," + std::to_string(option->vector_size);
+    if (option->element != nullptr)
+        all += ">";
+    for (std::int32_t i = 0; i < option->tuple_count; i++)
+        all += "|" + tree_text(option->tuple_types[i]);
+    for (std::int32_t i = 0; i < option->field_count; i++)
+        all += "|" + text_of(option->fields[i].name) + ":" + tree_text(option->fields[i].type);
+    return option->udt_name == nullptr ? all : all + "@" + text_of(option->udt_name);
+}
+
+TEST(result, types_that_only_a_class_text_names)
+{
+    const std::string package = "org.apache.cassandra.db.marshal.";
+    std::string deep = "Int32Type", too_deep, wide = "TupleType(Int32Type";
+    for (int i = 0; i < 61; i++)
+        deep = "FrozenType(" + deep + ")";
+    too_deep = "ReversedType(FrozenType(" + deep + "))";
+    for (int i = 0; i < 1024; i++)
+        wide += ",Int32Type";
+    const std::pair<std::string, std::string> cases[] = {
+        {package + "DurationType", "DURATION"},
+        {package + "VectorType(" + package + "FloatType , 3)", "VECTOR<FLOAT,3>"},
+        {"VectorType(ListType(UTF8Type),2147483647)", "VECTOR<LIST<VARCHAR>,2147483647>"},
+        {"ReversedType(MapType( TimeUUIDType,FrozenType(SetType(DateType)) ) )",
+         "MAP<TIMEUUID,SET<TIMESTAMP>>"},
+        {"UserType(ks,61646472,6e:TupleType(ShortType,DurationType),c3a9:IntegerType)",
+         "UDT|n:TUPLE|SMALLINT|DURATION|\xC3\xA9:VARINT@addr"},
+        {deep, "INT"},
+        // No types: they stay what the server called them.
+        {too_deep, "CUSTOM"},
+        {wide + ")", "CUSTOM"},
+        {package + "Unheard", "CUSTOM"},
+        {"", "CUSTOM"},
+        {"Int32Type)", "CUSTOM"},
+        {"Int32Type Int32Type", "CUSTOM"},
+        {"ListType", "CUSTOM"},
+        {"ListType()", "CUSTOM"},
+        {"MapType(Int32Type)", "CUSTOM"},
+        {"VectorType(FloatType,0)", "CUSTOM"},
+        {"VectorType(FloatType,2147483648)", "CUSTOM"},
+        {"VectorType(FloatType,99999999999999999999)", "CUSTOM"},
+        {"VectorType(FloatType,-1)", "CUSTOM"},
+        {"UserType(ks,616,6e:Int32Type)", "CUSTOM"},
+        {"UserType(ks,6x,6e:Int32Type)", "CUSTOM"},
+        {"UserType(ks,61,6e Int32Type)", "CUSTOM"},
+        {std::string(65535, '('), "CUSTOM"},
+    };
+    session s;
+    for (const auto &[name, wanted] : cases) {
+        const held_packet packet(
+            packet_of(s.stmt, OPCODE_RESULT, type(CQL_LIST) + type(CQL_CUSTOM) + str(name)));
+        std::int32_t types = -1;
+        const held_option option(decode_type_option(packet.get(), &types));
+        ASSERT_NE(option, nullptr) << name;
+        EXPECT_EQ(tree_text(option.get()), "LIST<" + wanted + ">") << name.substr(0, 80);
+        EXPECT_EQ(pkt_remaining(packet.get()), 0);
+    }
+    // The column keeps the tree, and is described as before.
+    const std::string vector = package + "VectorType(" + package + "FloatType , 3)";
+    decode(s, rows(metadata(GLOBAL, 1, columns({{"v", type(CQL_CUSTOM) + str(vector)}}))));
+    EXPECT_EQ(tree_text(s.stmt->ird->fields[0].type_tree), "VECTOR<FLOAT,3>");
+    EXPECT_EQ(text_of(s.stmt->ird->fields[0].custom_type_name), vector);
+}
+
 // ---- Pages of one result ------------------------------------------------------------------------
 
 TEST(result, columns_are_built_again_after_any_change)
