@@ -17,6 +17,7 @@
 #include "core/net/cass_conn_shared.h"
 #include "core/net/cass_ssl.h"
 #include "core/wire/cass_pkt.h"
+#include "core/wire/cass_prepared.h"
 
 constexpr std::int32_t NUMBER_TEXT_DIGITS = 7;  // significant digits of floats and doubles as text
 constexpr char UNKNOWN_CQL_VERSION[] = "0.0.0";
@@ -199,6 +200,7 @@ static void free_settings(cass_conn *conn)
     for (cass_string *cass_settings::*text : cass_setting_texts)
         free_string(&(conn->settings.*text));
     free_string(&conn->current_keyspace);
+    cass_prepared_forget_all(conn);
     cass_forget_bundle(conn);
 }
 
@@ -346,7 +348,8 @@ static void destroy_stmt(cass_stmt *stmt)
     for (cass_desc *desc :
          {stmt->implicit_ird, stmt->implicit_ipd, stmt->implicit_ard, stmt->implicit_apd})
         destroy_desc(desc);
-    for (cass_string *text : {stmt->sql_text, stmt->query_text, stmt->exec_name, stmt->cursor_name})
+    for (cass_string *text : {stmt->sql_text, stmt->query_text, stmt->exec_name, stmt->cursor_name,
+                              stmt->prepare_warning})
         cass_string_free(text);
     std::free(stmt->prepared_id);
     cass_page_end(&stmt->page);

@@ -34,6 +34,15 @@ struct cass_conduct {
     bool chunks_outlive_their_run;
     // A set of an array that failed is information when another one succeeded. 0: it is an error.
     bool failed_set_is_information;
+    // Each PREPARE goes out. 0: not one of a text that the connection has prepared before.
+    bool each_prepare_goes_out;
+    // The server's word that it does not know a prepared statement any more is an error like
+    // another. 0: the statement is prepared and executed again, once.
+    bool a_forgotten_statement_is_an_error;
+    // A warning of the server that comes with PREPARE is posted there. 0: by the first execution.
+    bool a_warning_comes_with_its_prepare;
+    // A reply without rows leaves the columns and the rows of the statement's result before it.
+    bool a_reply_without_rows_leaves_columns;
     // Installing an APD takes the statement's link from the current ARD.
     bool a_new_apd_unlinks_the_ard;
     // Taking back a binding that was there gives SQL_ERROR without a record.

@@ -166,6 +166,17 @@ struct cass_late_replies {
     std::int32_t body_left;                   // bytes to come of a frame left in its body
 };
 
+// A prepared statement that the connection has had: see core/wire/cass_prepared.h.
+constexpr std::int32_t MOST_PREPARED = 256;
+
+struct cass_prepared {
+    cass_string *keyspace;  // that was in use; null: none
+    cass_string *text;
+    unsigned char *reply;
+    std::int32_t reply_length;
+    std::uint32_t used;  // the higher the later
+};
+
 struct cass_conn {
     cass_handle head;             // parent: cass_env
     const cass_conduct *conduct;  // never null
@@ -197,8 +208,10 @@ struct cass_conn {
     std::int32_t round_robin_port;
 
     // Session.
-    cass_string *current_keyspace;  // last keyspace that the server reported
-    char cql_version[64];           // last CQL_VERSION of SUPPORTED, "0.0.0" before
+    cass_string *current_keyspace;   // last keyspace that the server reported
+    std::int32_t keyspace_changes;   // replies that changed it, counted as they come
+    std::int32_t keyspace_known_at;  // which of them current_keyspace is from
+    char cql_version[64];            // last CQL_VERSION of SUPPORTED, "0.0.0" before
     std::int32_t snappy_offered;
     std::int32_t lz4_offered;
     std::int32_t compression;       // 0 none, 1 snappy (never), 2 lz4
@@ -211,6 +224,9 @@ struct cass_conn {
     std::size_t compressed_capacity;
     std::size_t recent_need;  // largest frame of late, in bytes; decays frame by frame
     cass_late_replies late;
+    cass_prepared *prepared;  // MOST_PREPARED of them, or null
+    std::int32_t prepared_count;
+    std::uint32_t prepared_uses;
     std::int32_t socket_dead;  // the connection broke: nothing goes over it any more
 
     // Attributes.
@@ -379,6 +395,7 @@ struct cass_stmt {
     std::int32_t prepared;
     std::int32_t executed;
     std::int32_t params_rebound;
+    cass_string *prepare_warning;  // that came with its PREPARE, for the first execution
     unsigned char *prepared_id;
     std::int32_t prepared_id_len;
     unsigned char *param_buffer;  // encoded values of the last request, repeated for next pages

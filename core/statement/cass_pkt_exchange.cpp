@@ -5,12 +5,16 @@
 // end, the next request fails in its turn.
 #include "core/statement/cass_pkt_exchange.h"
 
+#include <algorithm>
+
 #include "core/diag/cass_err.h"
 #include "core/handle/cass_handle.h"
 #include "core/log/cass_log.h"
 #include "core/statement/cass_cancel.h"
 #include "core/statement/cass_pkt_result.h"
 #include "core/statement/cass_stmt.h"
+#include "core/wire/cass_prepared.h"
+#include "core/wire/cql_errors.h"
 
 static constexpr char log_source[] = "cass_pkt.c";
 
@@ -32,6 +36,34 @@ static cass_exchange_failure why_not_sent(cass_conn *conn, const cass_packet *re
     }
 }
 
+// The kind of a RESULT, its read position as it was; 0 for other frames. `warnings`: it is at the
+// warnings, if there are any.
+static std::int32_t peek_kind(cass_packet *packet, bool warnings)
+{
+    if (pkt_opcode(packet) != OPCODE_RESULT)
+        return 0;
+    const std::int32_t start = packet->read_pos;
+    for (std::int32_t left = warnings && pkt_has_warning(packet) ? pkt_get_count(packet) : 0;
+         left > 0 && pkt_has_more(packet); left--)
+        packet->read_pos += std::min(
+            std::int32_t{static_cast<std::uint16_t>(pkt_get_short(packet))}, pkt_remaining(packet));
+    const std::int32_t kind = pkt_get_int(packet);
+    packet->read_pos = start;
+    packet->ran_short = 0;
+    return kind;
+}
+
+static cass_packet *read_packet(cass_conn *conn, cass_stmt *stmt, cass_exchange_failure *failure)
+{
+    cass_packet *reply = cass_read_packet(stmt, failure);
+    if (reply == nullptr)
+        return nullptr;
+    if (peek_kind(reply, true) == KIND_SET_KEYSPACE)
+        conn->keyspace_changes++;
+    reply->keyspace_changes = conn->keyspace_changes;
+    return reply;
+}
+
 cass_packet *cass_exchange(cass_conn *conn, cass_packet *request, cass_exchange_failure *failure)
 {
     const cass_cancel_guard whole;
@@ -41,7 +73,7 @@ cass_packet *cass_exchange(cass_conn *conn, cass_packet *request, cass_exchange_
     else if (stmt_is_cancelled(request->owner))
         *failure = EXCHANGE_CANCELLED;
     else if (cass_send_packet(request->owner, request) >= 0)
-        return cass_read_packet(request->owner, failure);
+        return read_packet(conn, request->owner, failure);
     else
         *failure = why_not_sent(conn, request);
     return nullptr;
@@ -91,49 +123,6 @@ static void post_no_reply(cass_stmt *stmt, cass_exchange_failure failure, const 
     }
 }
 
-// The state of a server's error (native protocol v4, section 9), by its code and, where one code
-// serves many, by words of its text: the first row that fits.
-struct server_state {
-    std::int32_t code;
-    const char *words;  // null: any text
-    cass_state_row state;
-    bool missing;  // only of a text that says that something does not exist
-};
-
-static constexpr server_state server_states[] = {
-    {0x0100, nullptr, STATE_28000, false},               // bad credentials
-    {0x1100, nullptr, STATE_HYT00, false},               // write time-out
-    {0x1200, nullptr, STATE_HYT00, false},               // read time-out
-    {0x2000, nullptr, STATE_42000, false},               // syntax
-    {0x2100, nullptr, STATE_42000, false},               // unauthorised
-    {0x2200, "unconfigured table", STATE_42S02, false},  // invalid, as the rows that follow
-    {0x2200, "Undefined column name", STATE_42S22, false},
-    {0x2200, "Unknown identifier", STATE_42S22, false},
-    {0x2200, "No keyspace has been specified", STATE_3F000, false},
-    {0x2200, "eyspace", STATE_3F000, true},
-    {0x2200, "able", STATE_42S02, true},
-    {0x2200, "nvalid ", STATE_22000, false},
-    {0x2200, nullptr, STATE_42000, false},
-    {0x2300, nullptr, STATE_42000, false},  // configuration
-    {0x2400, nullptr, STATE_42S01, false},  // already exists
-};
-
-static bool says_missing(const char *text)
-{
-    return std::strstr(text, "does not exist") != nullptr ||
-           std::strstr(text, "doesn't exist") != nullptr;
-}
-
-static cass_state_row state_of(std::int32_t code, const char *text)
-{
-    for (const server_state &row : server_states) {
-        if (row.code == code && (row.words == nullptr || std::strstr(text, row.words) != nullptr) &&
-            (!row.missing || says_missing(text)))
-            return row.state;
-    }
-    return STATE_HY000;
-}
-
 static bool server_errors_are_link_failures(const cass_conn *conn)
 {
     return conn->conduct->server_errors_are_link_failures;
@@ -154,42 +143,66 @@ static void post_server_error(cass_stmt *stmt, cass_packet *reply, const char *w
     if (text == nullptr)
         cass_post_no_memory(&stmt->head, log_source, who);
     else
-        cass_post_error(&stmt->head, state_of(code, text.get()), code, "%S", message.get());
+        cass_post_error(&stmt->head, cass_server_state(code, text.get()), code, "%S",
+                        message.get());
 }
 
-// The RESULT that answers the request, its position behind the warnings. *warned: a warning was
-// posted. Null with the failure posted.
-static cass_packet *request_result(cass_stmt *stmt, cass_packet *request, const char *who,
-                                   bool *warned)
+static bool a_forgotten_statement_is_an_error(const cass_conn *conn)
+{
+    return conn->conduct->a_forgotten_statement_is_an_error;
+}
+
+// The frame says that the server knows the prepared statement no more. Its read position stays.
+static bool says_forgotten(cass_stmt *stmt, cass_packet *reply)
+{
+    if (pkt_opcode(reply) != OPCODE_ERROR)
+        return false;
+    const std::int32_t start = reply->read_pos;
+    std::int32_t code = 0;
+    const held_string message(cass_server_error(stmt, reply, &code));
+    reply->read_pos = start;
+    return message != nullptr && code == CQL_UNPREPARED;
+}
+
+// The frame that answers the request, or null with the failure posted.
+static cass_packet *request_reply(cass_stmt *stmt, cass_packet *request, const char *who)
 {
     cass_exchange_failure failure;
-    *warned = false;
-    held_packet reply(
-        cass_cancellable(stmt, [&] { return cass_exchange(stmt_conn(stmt), request, &failure); }));
-    if (reply == nullptr) {
+    cass_packet *reply =
+        cass_cancellable(stmt, [&] { return cass_exchange(stmt_conn(stmt), request, &failure); });
+    if (reply == nullptr)
         post_no_reply(stmt, failure, who);
-        return nullptr;
+    return reply;
+}
+
+// Whether the reply is a RESULT, its position then behind the warnings, which go to *warning. The
+// failure is posted.
+static bool is_result(cass_stmt *stmt, cass_packet *reply, const char *who, held_string *warning)
+{
+    if (pkt_opcode(reply) == OPCODE_ERROR) {
+        post_server_error(stmt, reply, who);
+        return false;
     }
-    if (pkt_opcode(reply.get()) == OPCODE_ERROR) {
-        post_server_error(stmt, reply.get(), who);
-        return nullptr;
-    }
-    if (pkt_opcode(reply.get()) != OPCODE_RESULT) {
-        const int opcode = pkt_opcode(reply.get());
+    if (pkt_opcode(reply) != OPCODE_RESULT) {
+        const int opcode = pkt_opcode(reply);
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: unexpected packet type %d", who, opcode);
         cass_post_error(&stmt->head, cass_malformed_state(stmt), 0, "unexpected packet type %d",
                         opcode);
-        return nullptr;
+        return false;
     }
-    if (pkt_has_warning(reply.get())) {
-        const held_string warning(decode_warnings(stmt, reply.get()));
-        if (warning == nullptr)
-            return nullptr;
-        CASS_LOG(&stmt->head, LOG_DETAIL, "%s: warning '%S'", who, warning.get());
-        cass_post_error(&stmt->head, STATE_01000, 0, "%S", warning.get());
-        *warned = true;
-    }
-    return reply.release();
+    if (!pkt_has_warning(reply))
+        return true;
+    warning->reset(decode_warnings(stmt, reply));
+    if (*warning == nullptr)
+        return false;
+    CASS_LOG(&stmt->head, LOG_DETAIL, "%s: warning '%S'", who, warning->get());
+    return true;
+}
+
+static void post_warning(cass_stmt *stmt, const cass_string *warning)
+{
+    if (warning != nullptr)
+        cass_post_error(&stmt->head, STATE_01000, 0, "%S", warning);
 }
 
 std::int32_t cass_take_result(cass_stmt *stmt, cass_packet *packet)
@@ -201,19 +214,86 @@ std::int32_t cass_take_result(cass_stmt *stmt, cass_packet *packet)
     return kind;
 }
 
-int send_and_execute(cass_stmt *stmt, cass_packet *packet)
+// Sends a request whose RESULT goes to the statement, and gives its kind. 0, 1 or -1, or
+// STATEMENT_FORGOTTEN where that mends something.
+static int send_request(cass_stmt *stmt, cass_packet *packet, bool mends, std::int32_t *kind)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "send_and_execute:");
-    bool warned;
-    const held_packet reply(request_result(stmt, packet, "send_and_execute", &warned));
+    const held_packet reply(request_reply(stmt, packet, "send_and_execute"));
     if (reply == nullptr)
         return -1;
+    if (mends && says_forgotten(stmt, reply.get()))
+        return STATEMENT_FORGOTTEN;
+    held_string warning;
+    if (!is_result(stmt, reply.get(), "send_and_execute", &warning))
+        return -1;
+    post_warning(stmt, warning.get());
     // A kind that is not known is a result without rows; only a malformed one fails.
-    if (cass_take_result(stmt, reply.get()) == RESULT_MALFORMED)
+    *kind = cass_take_result(stmt, reply.get());
+    if (*kind == RESULT_MALFORMED)
         return -1;
     stmt->more_results = 0;
     stmt->executed = 1;
-    return warned ? 1 : 0;
+    return warning != nullptr ? 1 : 0;
+}
+
+static bool a_reply_without_rows_leaves_columns(const cass_conn *conn)
+{
+    return conn->conduct->a_reply_without_rows_leaves_columns;
+}
+
+// The same for an execution: what the statement had before is over.
+static int send_execution(cass_stmt *stmt, cass_packet *packet, bool mends)
+{
+    std::int32_t kind = 0;
+    const int code = send_request(stmt, packet, mends, &kind);
+    if (code >= 0 && kind != KIND_ROWS && !a_reply_without_rows_leaves_columns(stmt_conn(stmt))) {
+        cass_page_abandon(&stmt->page);
+        cass_close_result(stmt);
+    }
+    return code;
+}
+
+int send_and_execute(cass_stmt *stmt, cass_packet *packet)
+{
+    return send_execution(stmt, packet, false);
+}
+
+int send_prepared(cass_stmt *stmt, cass_packet *packet)
+{
+    return send_execution(stmt, packet, !a_forgotten_statement_is_an_error(stmt_conn(stmt)));
+}
+
+static bool each_prepare_goes_out(const cass_conn *conn)
+{
+    return conn->conduct->each_prepare_goes_out;
+}
+
+static bool a_warning_comes_with_its_prepare(const cass_conn *conn)
+{
+    return conn->conduct->a_warning_comes_with_its_prepare;
+}
+
+// The RESULT of the text's PREPARE, its position behind the warnings. Null with the failure posted.
+static cass_packet *request_prepared(cass_stmt *stmt, const cass_string *text, held_string *warning)
+{
+    cass_conn *conn = stmt_conn(stmt);
+    const bool kept = !each_prepare_goes_out(conn);
+    if (cass_packet *known = kept ? cass_prepared_find(stmt, text) : nullptr) {
+        CASS_LOG(&stmt->head, LOG_DETAIL, "prepare_stmt: prepared before");
+        return known;
+    }
+    const held_packet request(
+        cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_PREPARE, nullptr));
+    if (request == nullptr)
+        return nullptr;
+    pkt_put_long_string(request.get(), text);
+    held_packet reply(request_reply(stmt, request.get(), "prepare_stmt"));
+    if (reply == nullptr || !is_result(stmt, reply.get(), "prepare_stmt", warning))
+        return nullptr;
+    if (kept && peek_kind(reply.get(), false) == KIND_PREPARED)
+        cass_prepared_keep(conn, text, reply.get());
+    return reply.release();
 }
 
 int prepare_stmt(cass_stmt *stmt, const cass_string *text)
@@ -223,14 +303,15 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
         CASS_LOG(&stmt->head, LOG_DETAIL, "prepare_stmt: no work to do");
         return 0;
     }
-    held_packet request(cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_PREPARE, nullptr));
-    if (request == nullptr)
-        return -1;
-    pkt_put_long_string(request.get(), text);
-    bool warned;
-    const held_packet reply(request_result(stmt, request.get(), "prepare_stmt", &warned));
+    held_string warning;
+    const held_packet reply(request_prepared(stmt, text, &warning));
     if (reply == nullptr)
         return -1;
+    if (!a_warning_comes_with_its_prepare(stmt_conn(stmt))) {
+        cass_string_free(stmt->prepare_warning);
+        stmt->prepare_warning = warning.release();
+    }
+    post_warning(stmt, warning.get());
     const std::int32_t kind = cass_take_result(stmt, reply.get());
     if (kind == RESULT_MALFORMED)
         return -1;
@@ -243,7 +324,30 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
         return -1;
     }
     shared_put(&stmt->prepared, 1);
-    return warned ? 1 : 0;
+    return warning != nullptr ? 1 : 0;
+}
+
+int prepare_again(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_DETAIL, "prepare_again: the server has forgotten the statement");
+    cass_prepared_forget(stmt_conn(stmt), stmt->sql_text);
+    // The paging state is of the result in work, which goes on.
+    const cass_page page = stmt->page;
+    stmt->page.paging_state = nullptr;
+    const int code = prepare_stmt(stmt, stmt->sql_text);
+    cass_page_end(&stmt->page);
+    stmt->page.paging_state = page.paging_state;
+    stmt->page.paging_state_len = page.paging_state_len;
+    return code;
+}
+
+SQLRETURN post_prepare_warning(cass_stmt *stmt, SQLRETURN code)
+{
+    if (stmt->prepare_warning == nullptr || code == SQL_NEED_DATA)
+        return code;
+    post_warning(stmt, stmt->prepare_warning);
+    free_string(&stmt->prepare_warning);
+    return code == SQL_SUCCESS ? SQL_SUCCESS_WITH_INFO : code;
 }
 
 // Runs a statement of the driver's own; rows and diagnostics are dropped. As set_current_keyspace.
@@ -271,8 +375,17 @@ static int execute_query(cass_conn *conn, const cass_string *sql)
 int cass_fetch_next_page(cass_stmt *stmt)
 {
     stmt->no_memory = 0;
-    const held_packet request(create_fetch_next(stmt));
-    return request == nullptr ? -1 : send_and_execute(stmt, request.get());
+    const bool mends = stmt->prepared && !a_forgotten_statement_is_an_error(stmt_conn(stmt));
+    int code = STATEMENT_FORGOTTEN;
+    for (int again = 0; again < 2 && code == STATEMENT_FORGOTTEN; again++) {
+        if (again > 0 && prepare_again(stmt) < 0)
+            return -1;
+        const held_packet request(create_fetch_next(stmt));
+        std::int32_t kind = 0;
+        code =
+            request == nullptr ? -1 : send_request(stmt, request.get(), mends && again == 0, &kind);
+    }
+    return code;
 }
 
 int set_current_keyspace(cass_conn *conn, const cass_string *keyspace)

@@ -17,7 +17,18 @@ cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_
 std::int32_t cass_take_result(cass_stmt *stmt, cass_packet *packet);
 // Sends the frame and decodes the RESULT onto the statement. The caller keeps its reference.
 int send_and_execute(cass_stmt *stmt, cass_packet *packet);
-// Prepares `text` on the server: prepared id, IPD and IRD of the statement. A null text is no work.
+// The same for the request of a prepared statement. STATEMENT_FORGOTTEN, with nothing posted, where
+// the server knows it no more and the conduct wants it to be prepared again.
+constexpr int STATEMENT_FORGOTTEN = -2;
+int send_prepared(cass_stmt *stmt, cass_packet *packet);
+// Prepares a statement that the server has forgotten; a result that is being read goes on. As
+// prepare_stmt.
+int prepare_again(cass_stmt *stmt);
+// Posts the warning that came with the statement's PREPARE, if none of its executions has. The code
+// of the execution with it.
+SQLRETURN post_prepare_warning(cass_stmt *stmt, SQLRETURN code);
+// Prepares `text` on the server, or takes what the connection has kept of an earlier time: prepared
+// id, IPD and IRD of the statement. A null text is no work.
 int prepare_stmt(cass_stmt *stmt, const cass_string *text);
 // Requests the next page of the statement's result. A reply without rows installs none. A failure
 // for want of memory leaves the statement's no_memory set.

@@ -10,6 +10,7 @@
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
 #include "core/statement/cass_column_reuse.h"
+#include "core/wire/cass_prepared.h"
 
 static constexpr char log_source[] = "cass_pkt.c";
 
@@ -314,7 +315,7 @@ static void decode_set_keyspace(cass_stmt *stmt, cass_packet *packet)
     CASS_LOG(&stmt->head, LOG_DETAIL, "Set Keyspace Result");
     cass_string *keyspace = pkt_get_string(packet);
     CASS_LOG(&stmt->head, LOG_DETAIL, "change keyspace to: %S", keyspace);
-    cass_set_conn_text(conn, &conn->current_keyspace, keyspace);
+    cass_set_keyspace(conn, keyspace, packet->keyspace_changes);
 }
 
 static bool decode_prepared(cass_stmt *stmt, cass_packet *packet)
@@ -331,12 +332,13 @@ static bool decode_prepared(cass_stmt *stmt, cass_packet *packet)
     return decode_prepared_metadata(stmt, packet) == 0 && decode_metadata(stmt, packet) == 0;
 }
 
-// A change of the schema is told and has no effect on the driver's state. The layout is decided by
-// the target alone: functions and aggregates are read as a table is, their argument types not at
-// all.
+// A change of the schema is told. The layout is decided by the target alone:
+// functions and aggregates are read as a table is, their argument types not at all.
 static void decode_schema_change(cass_stmt *stmt, cass_packet *packet)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "Schema Change Result");
+    // What was prepared may mean something else now.
+    cass_prepared_forget_all(stmt_conn(stmt));
     const held_string change(pkt_get_string(packet));
     const held_string target(pkt_get_string(packet));
     CASS_LOG(&stmt->head, LOG_DETAIL, "change_type: %S", change.get());

@@ -48,6 +48,8 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
         shared_put(&stmt->prepared, 0);
         free_string(&stmt->sql_text);
     }
+    if (unprepare)
+        free_string(&stmt->prepare_warning);
     cass_page_end(&stmt->page);
     free_bytes(&stmt->param_buffer, &stmt->param_buffer_len);
     cass_free_internal_rs(stmt, stmt->internal_rs);

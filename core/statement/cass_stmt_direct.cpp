@@ -104,11 +104,7 @@ static bool markers_go_out_unprepared(const cass_conn *conn)
 static SQLRETURN prepare_and_execute(cass_stmt *stmt)
 {
     return cass_cancellable(stmt, [stmt]() -> SQLRETURN {
-        const int prepared = prepare_stmt(stmt, stmt->sql_text);
-        if (prepared < 0)
-            return SQL_ERROR;
-        const SQLRETURN code = cass_execute(stmt);
-        return code == SQL_SUCCESS && prepared == 1 ? SQL_SUCCESS_WITH_INFO : code;
+        return prepare_stmt(stmt, stmt->sql_text) < 0 ? SQL_ERROR : cass_execute(stmt);
     });
 }
 

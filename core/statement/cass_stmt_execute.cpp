@@ -96,10 +96,19 @@ static bool finish_set(cass_stmt *stmt, const prepared_road &road, SQLRETURN cod
 
 static bool run_set(cass_stmt *stmt, const prepared_road &road, set_tally *tally)
 {
-    const held_packet request = start_set(stmt, road);
-    return request != nullptr &&
-           finish_set(stmt, road, static_cast<SQLRETURN>(send_and_execute(stmt, request.get())),
-                      tally);
+    held_packet request = start_set(stmt, road);
+    if (request == nullptr)
+        return false;
+    int code = send_prepared(stmt, request.get());
+    if (code == STATEMENT_FORGOTTEN) {
+        code = prepare_again(stmt);
+        request = code < 0 ? nullptr : start_set(stmt, road);
+        if (code >= 0 && request == nullptr)
+            return false;
+        if (request != nullptr)
+            code = send_and_execute(stmt, request.get());
+    }
+    return finish_set(stmt, road, static_cast<SQLRETURN>(code), tally);
 }
 
 static bool failed_set_is_information(const cass_conn *conn)
@@ -182,7 +191,7 @@ static SQLRETURN execute(cass_stmt *stmt)
 
 SQLRETURN cass_execute(cass_stmt *stmt)
 {
-    return cass_cancellable(stmt, [stmt] { return execute(stmt); });
+    return cass_cancellable(stmt, [stmt] { return post_prepare_warning(stmt, execute(stmt)); });
 }
 
 SQLRETURN cass_dae_execute(cass_stmt *stmt)
@@ -191,8 +200,9 @@ SQLRETURN cass_dae_execute(cass_stmt *stmt)
     CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): statement prepared");
     // It counts on from what the execution before has left.
     const set_tally before = {stmt->ok_count, stmt->info_count, stmt->error_count};
-    const SQLRETURN code = cass_cancellable(
-        stmt, [&] { return run_and_keep_tally(stmt, dae_road, before, SQL_ERROR); });
+    const SQLRETURN code = cass_cancellable(stmt, [&] {
+        return post_prepare_warning(stmt, run_and_keep_tally(stmt, dae_road, before, SQL_ERROR));
+    });
     CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): return value=%d",
                 static_cast<int>(code));
     return code;

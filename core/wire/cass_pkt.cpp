@@ -64,16 +64,14 @@ void cass_packet_drop_spare(cass_conn *conn)
     conn->recent_need = 0;
 }
 
-cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t flags,
-                             std::int16_t stream, std::uint8_t opcode, cass_handle *failure_handle)
+static cass_packet *make_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t flags,
+                                std::int16_t stream, std::uint8_t opcode)
 {
     auto *packet = static_cast<cass_packet *>(std::calloc(1, sizeof(cass_packet)));
     if (packet != nullptr)
         packet->frame = static_cast<unsigned char *>(std::malloc(REQUEST_CAPACITY));
     if (packet == nullptr || packet->frame == nullptr) {
         free_packet(packet);
-        cass_post_no_memory(failure_handle != nullptr ? failure_handle : &stmt->head, log_source,
-                            "cass_new_packet");
         return nullptr;
     }
     packet->conn = stmt_conn(stmt);
@@ -90,6 +88,25 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
     store_be16(packet->frame + 2, static_cast<std::uint16_t>(stream));
     packet->frame[4] = opcode;
     return packet;
+}
+
+cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t flags,
+                             std::int16_t stream, std::uint8_t opcode, cass_handle *failure_handle)
+{
+    cass_packet *packet = make_packet(stmt, version, flags, stream, opcode);
+    if (packet == nullptr)
+        cass_post_no_memory(failure_handle != nullptr ? failure_handle : &stmt->head, log_source,
+                            "cass_new_packet");
+    return packet;
+}
+
+cass_packet *cass_packet_from_body(cass_stmt *stmt, std::uint8_t opcode, const unsigned char *body,
+                                   std::int32_t length)
+{
+    held_packet packet(make_packet(stmt, PROTOCOL_VERSION, 0, 0, opcode));
+    if (packet == nullptr || pkt_put_bytes(packet.get(), body, length) < 0)
+        return nullptr;
+    return packet.release();
 }
 
 cass_string *decode_error_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *code)

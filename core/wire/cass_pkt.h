@@ -57,12 +57,13 @@ struct cass_packet {
     std::int32_t write_pos;
     std::int32_t read_pos;  // never past length
     std::int32_t refs;
-    std::size_t capacity;        // bytes allocated at frame
-    std::int32_t ran_short;      // a reader found fewer bytes than it was to read
-    std::int32_t failed;         // not 0: a writer could not append; the frame must not be sent
-    std::int32_t reply;          // read from the server: its block serves a later reply
-    std::int32_t unknown_types;  // columns in it whose type nobody knows
-    std::int32_t kept_types;     // types in the trees that its columns keep
+    std::size_t capacity;           // bytes allocated at frame
+    std::int32_t ran_short;         // a reader found fewer bytes than it was to read
+    std::int32_t failed;            // not 0: a writer could not append; the frame must not be sent
+    std::int32_t reply;             // read from the server: its block serves a later reply
+    std::int32_t unknown_types;     // columns in it whose type nobody knows
+    std::int32_t kept_types;        // types in the trees that its columns keep
+    std::int32_t keyspace_changes;  // of the connection when it came
 };
 
 // Why a request has no reply.
@@ -85,6 +86,10 @@ enum cass_exchange_failure : std::int32_t {
 // that is null.
 cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t flags,
                              std::int16_t stream, std::uint8_t opcode, cass_handle *failure_handle);
+// A reply with a copy of this body, as if it had been read. Null when memory ran out, with nothing
+// posted.
+cass_packet *cass_packet_from_body(cass_stmt *stmt, std::uint8_t opcode, const unsigned char *body,
+                                   std::int32_t length);
 // Sends the frame, compressed when lz4 is in force and the body is not empty. Bytes of the
 // uncompressed frame, or a negative value (write failed and posted by conn_write, frame marked
 // `failed`, compression failed).

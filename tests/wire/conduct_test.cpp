@@ -77,20 +77,22 @@ TEST(conduct, values_and_page_sizes_of_requests)
     };
     for (const bool standard : {false, true}) {
         const wire_ptr wire = wire_logged_on({}, standard ? "Standard=Yes" : "");
+        std::string sql = INSERT_ONE;  // another one for each row: none is prepared twice
         for (const auto &row : cases) {
             SCOPED_TRACE(row.value[standard]);
+            sql += "x";
             bind(wire->stmt, 1, row.c_type, row.sql_type, row.data, row.indicator, 0, 5, 2);
             if (standard)
-                expect_prepare(wire->node.get(), INSERT_ONE,
+                expect_prepare(wire->node.get(), sql,
                                {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
-            node_expect(
-                wire->node.get(),
-                {.opcode = standard ? NODE_EXECUTE : NODE_QUERY,
-                 .body = (standard ? wire_short_bytes("ID") : wire_long_string(INSERT_ONE)) +
-                         be16(CONSISTENCY_ONE) + be8(5) + counted({from_hex(row.value[standard])}) +
-                         be32(standard ? 5000 : 100),
-                 .replies = {void_frame()}});
-            EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, INSERT_ONE));
+            node_expect(wire->node.get(),
+                        {.opcode = standard ? NODE_EXECUTE : NODE_QUERY,
+                         .body = (standard ? wire_short_bytes("ID") : wire_long_string(sql)) +
+                                 be16(CONSISTENCY_ONE) + be8(5) +
+                                 counted({from_hex(row.value[standard])}) +
+                                 be32(standard ? 5000 : 100),
+                         .replies = {void_frame()}});
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, sql));
         }
     }
     // What does not fit the column is refused before it goes out: half a pair, a large number, a
@@ -108,12 +110,14 @@ TEST(conduct, values_and_page_sizes_of_requests)
                    {SQL_C_SLONG, &number, NODE_TINYINT, "22003"},
                    {SQL_C_CHAR, decimal, NODE_VARINT, "22001"},
                    {SQL_C_CHAR, decimal, NODE_INET, "22018"}};
+    std::string sql = INSERT_ONE;
     for (const auto &row : refused) {
+        sql += "x";
         bind(wire->stmt, 1, row.c_type, SQL_VARCHAR, row.data,
              row.c_type == SQL_C_SLONG ? nullptr : &whole);
-        expect_prepare(wire->node.get(), INSERT_ONE,
+        expect_prepare(wire->node.get(), sql,
                        {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
-        EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, INSERT_ONE));
+        EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, sql));
         EXPECT_EQ(stmt_records(wire->stmt).at(0).substr(0, 5), row.state);
     }
 }
