@@ -1,14 +1,29 @@
 // SQLNativeSql in both forms.
 #include "odbc/SQLNativeSqlWide.h"
 
+#include "core/statement/cass_sql_text.h"
+
+static bool native_sql_repeats_the_text(const cass_conn *conn)
+{
+    return conn->conduct->native_sql_repeats_the_text;
+}
+
 static SQLRETURN native_sql(cass_conn *conn, const entry_point &entry, const text_argument &given,
                             const native_sql_target &target)
 {
-    const held_string text(cass_string_from_argument(given));
+    held_string text(cass_string_from_argument(given));
     if (text == nullptr) {
         ENTRY_LOG(&conn->head, entry, LOG_ERROR, "%s: failed to create string", entry.name);
         cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
         return SQL_ERROR;
+    }
+    if (!native_sql_repeats_the_text(conn)) {
+        cass_sql_facts facts;
+        text.reset(cass_translate_sql(text.get(), &facts));
+        if (text == nullptr) {
+            cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+            return SQL_ERROR;
+        }
     }
     const bool cut = text_form_out(text.get(), target.form, target.buffer, target.size);
     cass_store(target.length, static_cast<SQLINTEGER>(cass_string_length(text.get())));

@@ -3,6 +3,8 @@
 const cass_conduct default_conduct = {
     // Statements and parameters.
     .text_goes_out_by_low_bytes = true,
+    .escapes_are_blanked = true,
+    .native_sql_repeats_the_text = true,
     .null_indicator_leaves_value_out = true,
     .binding_decides_encoding = true,
     .markers_go_out_unprepared = true,

@@ -11,6 +11,11 @@ struct cass_conduct {
     // Of a text only the low byte of each unit goes out: ANSI calls hand over bytes, which reach
     // the server unchanged. 0: bytes as they stand, and UTF-16 as UTF-8.
     bool text_goes_out_by_low_bytes;
+    // Escapes of ODBC are blanked out by a simple rule, and markers counted in comments too. 0: the
+    // text is read as CQL, and escapes become literals.
+    bool escapes_are_blanked;
+    // SQLNativeSql gives the text as it is. 0: as it would be sent.
+    bool native_sql_repeats_the_text;
     // A parameter whose indicator is SQL_NULL_DATA writes no value at all, and the count in front
     // stays: the server refuses the request. 0: a null is written.
     bool null_indicator_leaves_value_out;

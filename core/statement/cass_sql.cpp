@@ -6,11 +6,10 @@
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
+#include "core/statement/cass_sql_text.h"
 #include "support/ascii.h"
 
 static constexpr char log_source[] = "cass_sql.c";
-
-static constexpr int VERB_ROOM = 64;  // bytes, with the terminator
 
 struct keyword {
     const char *word;
@@ -60,7 +59,7 @@ struct sql_scan {
     std::int32_t escape_at;    // output index behind the blanks that are known to follow it
     bool verb_open;
     int verb_len;
-    char verb[VERB_ROOM];
+    char verb[SQL_VERB_ROOM];
     std::int32_t param_count;
     std::int32_t params_before_where;
     keyword_tracker trackers[KEYWORDS];
@@ -134,7 +133,7 @@ static void feed_trackers(sql_scan *scan, SQLWCHAR unit)
 
 static void collect_verb(sql_scan *scan, SQLWCHAR unit)
 {
-    if (scan->verb_len == VERB_ROOM - 1 || unit > 0x80 || ascii_is_space(unit))
+    if (scan->verb_len == SQL_VERB_ROOM - 1 || unit > 0x80 || ascii_is_space(unit))
         scan->verb_open = false;
     else
         scan->verb[scan->verb_len++] = static_cast<char>(unit);
@@ -382,6 +381,37 @@ static cass_string *no_memory(cass_stmt *stmt)
     return nullptr;
 }
 
+static bool escapes_are_blanked(const cass_conn *conn)
+{
+    return conn->conduct->escapes_are_blanked;
+}
+
+// The output of the scan, or of the translation that stands in its place. Null when memory ran out.
+static cass_string *process(cass_stmt *stmt, sql_scan *scan, const cass_string *text)
+{
+    if (!escapes_are_blanked(stmt_conn(stmt))) {
+        cass_sql_facts facts;
+        cass_string *output = cass_translate_sql(text, &facts);
+        scan->param_count = facts.markers;
+        std::memcpy(scan->verb, facts.verb, sizeof scan->verb);
+        scan->out = output == nullptr ? nullptr : output->text;
+        scan->written = cass_string_length(output);
+        return output;
+    }
+    scan->end = cass_string_length(text);
+    scan->in = scan->end > 0 ? text->text : nullptr;
+    trim(scan);
+    // The output never grows.
+    cass_string *output = cass_string_alloc(scan->end - scan->at);
+    if (output == nullptr)
+        return nullptr;
+    output->form = text == nullptr ? TEXT_BYTES : text->form;
+    scan->out = output->text;
+    scan_text(stmt, scan);
+    output->length = scan->written;
+    return output;
+}
+
 cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "at start of cass_process_sql input string '%S'", text);
@@ -389,22 +419,13 @@ cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text)
     stmt->select_has_params = 0;
 
     sql_scan scan = {};
-    scan.end = cass_string_length(text);
-    scan.in = scan.end > 0 ? text->text : nullptr;
     scan.verb_open = true;
     scan.escape_at = 1;
     for (keyword_tracker &tracker : scan.trackers)
         tracker.offset = -1;
-    trim(&scan);
-
-    // The output never grows.
-    cass_string *output = cass_string_alloc(scan.end - scan.at);
+    cass_string *output = process(stmt, &scan, text);
     if (output == nullptr)
         return no_memory(stmt);
-    output->form = text == nullptr ? TEXT_BYTES : text->form;
-    scan.out = output->text;
-    scan_text(stmt, &scan);
-    output->length = scan.written;
     store_scan(stmt, &scan);
     if (store_verb(stmt, &scan, output))
         return output;

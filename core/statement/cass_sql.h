@@ -16,9 +16,10 @@ enum : std::int32_t {
     VERB_EXEC = 7,
 };
 
-// Trims the text, drops byte-order marks, blanks out simple escape sequences, and counts parameter
-// markers into found_param_count; notes verb and keyword offsets. A new text that the caller owns;
-// the input is not consumed. Null with HY001 "failed processing SQL" posted when memory ran out.
+// Trims the text, drops byte-order marks, blanks out simple escape sequences or translates them,
+// and counts parameter markers into found_param_count; notes verb and keyword offsets. A new text
+// that the caller owns; the input is not consumed. Null with HY001 "failed processing SQL" posted
+// when memory ran out.
 cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text);
 
 #endif

@@ -115,3 +115,49 @@ TEST_F(rewriter, notes_for_the_log)
         EXPECT_EQ(notes_of(stmt), c.notes) << testing::PrintToString(c.text);
     }
 }
+
+// ---- Read as CQL --------------------------------------------------------------------------------
+
+TEST_F(rewriter, escapes_become_cql)
+{
+    static constexpr struct {
+        const char16_t *text, *output;
+        int markers;
+    } cases[] = {
+        // clang-format off
+        {u"\xFEFF \xFEFF a ; ;\n", u"a", 0}, {u" \t ", u"", 0}, {u"", u"", 0}, {u" ;;; ", u"", 0},
+        {u"a;b; \x0000", u"a;b", 0}, {u"? /* ? ' */ ?", nullptr, 2}, {u"? // ' ?\n?", nullptr, 2},
+        {u"? -- ' ?\r?", nullptr, 2}, {u"'it''s ?' ? \"a\"\"?\" $$ ? ' $ $$ ?", nullptr, 2},
+        {u"[?, ?]", nullptr, 2}, {u"'open ?", nullptr, 0}, {u"$$ open ?", nullptr, 0},
+        {u"/* open ?;", nullptr, 0}, {u"'\xFEFF;'; ", u"'\xFEFF;'", 0},
+        {u"a -- b;", u"a -- b;\n", 0}, {u"a // b \n", u"a // b \n", 0}, {u"--", u"--\n", 0},
+        {u"a -- b\n; ", u"a -- b\n", 0},
+        // Literals.
+        {u"{d '2001-02-03'}", u"'2001-02-03'", 0}, {u"{ D  '2001-02-03' }", u"'2001-02-03'", 0},
+        {u"{t'10:11:12'}", u"'10:11:12'", 0}, {u"{guid '6F9619FF'}", u"6F9619FF", 0},
+        {u"{ts'2001-02-03 4:5:6'}", u"'2001-02-03 4:5:6+0000'", 0},
+        {u"{TS '2001-02-03 4:5:6.789'};", u"'2001-02-03 4:5:6.789+0000'", 0},
+        {u"{ts '2001-02-03T04:05:06Z'}", u"'2001-02-03T04:05:06Z'", 0},
+        {u"{ts '2001-02-03 04:05-01'}", u"'2001-02-03 04:05-01'", 0},
+        {u"{ts'2001-02-03'}{ts'2001-02-03'}", u"'2001-02-03+0000''2001-02-03+0000'", 0},
+        // Words, with escapes and literals of CQL inside.
+        {u"select {fn now()}, {FN f({fn g(?)}, {'a': {1}}, '}')} x",
+         u"select  now(),  f( g(?), {'a': {1}}, '}') x", 1},
+        {u"{oj a}{call b}{escape '!'}", u" a b '!'", 0},
+        // None of them.
+        {u"{d: 'x', fn : 1, ts:2}", nullptr, 0}, {u"{fn: now()}", nullptr, 0},
+        {u"{'d ': 'x'}", nullptr, 0}, {u"{date '2001-02-03'}", nullptr, 0},
+        {u"{d 'a' 'b'} {ts ?} {d '}", nullptr, 1}, {u"} {fn a", u"}  a", 0}, {u"{", nullptr, 0},
+        {u"{d", nullptr, 0}, {u"{ts '", nullptr, 0}, {u"'{fn x}' {{}}", nullptr, 0},
+        // clang-format on
+    };
+    conn->conduct = &standard_conduct;
+    for (const auto &row : cases) {
+        EXPECT_EQ(process(stmt, row.text), row.output == nullptr ? row.text : row.output);
+        EXPECT_EQ(stmt->found_param_count, row.markers) << testing::PrintToString(row.text);
+    }
+    process(stmt, u"/* a */ -- b\n Insert into");
+    EXPECT_EQ(stmt->verb_code, VERB_I);
+    process(stmt, u"selecT");
+    EXPECT_EQ(stmt->verb_code, VERB_SELECT);
+}

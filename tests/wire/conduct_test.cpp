@@ -328,3 +328,18 @@ TEST(conduct, descriptions_and_times)
         EXPECT_EQ(size, standard ? 4000u : 256u);
     }
 }
+
+TEST(conduct, native_sql)
+{
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        SQLCHAR text[64];
+        SQLINTEGER length = -1;
+        EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                    SQLNativeSql(wire->conn, odbc_text("{d '2001-02-03'} ;"), SQL_NTS, text,
+                                 sizeof text, &length));
+        const std::string wanted = standard ? "'2001-02-03'" : "{d '2001-02-03'} ;";
+        EXPECT_EQ(reinterpret_cast<char *>(text), wanted);
+        EXPECT_EQ(length, static_cast<SQLINTEGER>(wanted.size()));
+    }
+}
