@@ -7,6 +7,21 @@ static constexpr char log_source[] = "SQLEndTran.c";
 static constexpr entry_point entry = {
     .name = "SQLEndTran", .source = log_source, .exit_format = EXIT_BY_NAME};
 
+static bool a_rollback_is_a_commit(const cass_conn *conn)
+{
+    return conn->conduct->a_rollback_is_a_commit;
+}
+
+static SQLRETURN roll_back(cass_conn *conn)
+{
+    const auto code = static_cast<SQLRETURN>(cass_rollback(conn));
+    if (code != SQL_SUCCESS || a_rollback_is_a_commit(conn))
+        return code;
+    cass_post_error(&conn->head, STATE_01000, 0,
+                    "the server has no transactions: what was written stays");
+    return SQL_SUCCESS_WITH_INFO;
+}
+
 static SQLRETURN end_transaction(cass_conn *conn, SQLSMALLINT completion_type)
 {
     const cass_lock_guard guard(&conn->api_lock);
@@ -21,7 +36,7 @@ static SQLRETURN end_transaction(cass_conn *conn, SQLSMALLINT completion_type)
     if (completion_type == SQL_COMMIT)
         return static_cast<SQLRETURN>(cass_commit(conn));
     if (completion_type == SQL_ROLLBACK)
-        return static_cast<SQLRETURN>(cass_rollback(conn));
+        return roll_back(conn);
     CASS_LOG(&conn->head, LOG_ERROR, "completion type not SQL_COMMIT/SQL_ROLLBACK");
     cass_post_error(&conn->head, STATE_HY000, 0, nullptr);
     return SQL_ERROR;

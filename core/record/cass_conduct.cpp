@@ -80,6 +80,9 @@ const cass_conduct default_conduct = {
     .catalog_results_occupy_the_connection = true,
     .unknown_information_is_optional = true,
     // Session.
+    .credentials_are_of_latin_1 = true,
+    .logon_errors_are_general = true,
+    .a_rollback_is_a_commit = true,
     .an_exact_output_string_is_whole = true,
 };
 

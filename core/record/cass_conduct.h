@@ -188,6 +188,13 @@ struct cass_conduct {
 
     // Session.
 
+    // User and password of an ANSI connection string, or of a file, are read as Latin-1. 0: as UTF-8.
+    bool credentials_are_of_latin_1;
+    // What fails while a session starts is HY000. 0: 28000 for refused credentials, 08004 for another
+    // word of the server, 08001 for none and HYT00 for none in time.
+    bool logon_errors_are_general;
+    // A rollback is a success without a word, as a commit is. 0: with a record 01000.
+    bool a_rollback_is_a_commit;
     // An output string that fits but for its terminator loses its last semicolon and is not cut.
     bool an_exact_output_string_is_whole;
 };

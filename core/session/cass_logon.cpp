@@ -15,6 +15,7 @@
 #include "core/session/cass_settings.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "core/wire/cass_pkt.h"
+#include "core/wire/cql_errors.h"
 
 static constexpr char log_source[] = "cass_logon.c";
 
@@ -30,6 +31,22 @@ static_assert(PASSWORD_AUTHENTICATOR[0] == AUTHENTICATOR_SIZE - 1);
 
 // ---- Replies of the handshake ------------------------------------------------------------------
 
+static bool logon_errors_are_general(const cass_conn *conn)
+{
+    return conn->conduct->logon_errors_are_general;
+}
+
+static bool timed_out(cass_exchange_failure failure)
+{
+    return failure == EXCHANGE_TIMED_OUT || failure == EXCHANGE_CONNECTION_TIMED_OUT;
+}
+
+// HY000, or what a failure of the session's start is.
+static cass_state_row logon_state(const cass_conn *conn, cass_state_row row)
+{
+    return logon_errors_are_general(conn) ? STATE_HY000 : row;
+}
+
 static int no_reply(cass_conn *conn, cass_exchange_failure failure, const char *who)
 {
     switch (failure) {
@@ -38,11 +55,13 @@ static int no_reply(cass_conn *conn, cass_exchange_failure failure, const char *
         return cass_post_no_memory(&conn->head, log_source, who);
     case EXCHANGE_NOT_SENT:
         CASS_LOG(&conn->head, LOG_ERROR, "cass_establish_connection: failed to send a packet");
-        cass_post_error(&conn->head, STATE_HY000, 0, "failed to send a packet");
+        cass_post_error(&conn->head, logon_state(conn, STATE_08001), 0, "failed to send a packet");
         return -1;
     default:
         CASS_LOG(&conn->head, LOG_ERROR, "%s: failed to return a packet", who);
-        cass_post_error(&conn->head, STATE_HY000, 0, "failed to return a packet");
+        cass_post_error(&conn->head,
+                        logon_state(conn, timed_out(failure) ? STATE_HYT00 : STATE_08001), 0,
+                        "failed to return a packet");
         return -1;
     }
 }
@@ -54,7 +73,12 @@ static int server_error(cass_conn *conn, cass_stmt *stmt, cass_packet *reply, co
     if (message == nullptr)
         return cass_post_no_memory(&conn->head, log_source, who);
     CASS_LOG(&conn->head, LOG_ERROR, "%s: error code %d, '%S'", who, code, message.get());
-    cass_post_error(&conn->head, STATE_HY000, 0, "error code %d, '%S'", code, message.get());
+    const cass_state_row row =
+        logon_state(conn, code == CQL_BAD_CREDENTIALS ? STATE_28000 : STATE_08004);
+    if (row == STATE_HY000)
+        cass_post_error(&conn->head, row, 0, "error code %d, '%S'", code, message.get());
+    else
+        cass_post_error(&conn->head, row, code, "%S", message.get());
     return -1;
 }
 
@@ -153,11 +177,24 @@ static int cass_send_auth(cass_conn *conn, const char *user, const char *passwor
     return 0;
 }
 
+static bool credentials_are_of_latin_1(const cass_conn *conn)
+{
+    return conn->conduct->credentials_are_of_latin_1;
+}
+
+// UTF-8. Null for null, and when memory ran out.
+static char *credential_bytes(const cass_conn *conn, const cass_string *text)
+{
+    std::int32_t count;
+    return credentials_are_of_latin_1(conn) ? cass_string_to_utf8(text)
+                                            : cass_string_to_bytes(text, &count);
+}
+
 // Encodes the credentials that are set and hands them to whoever sends them.
 static int send_credentials(cass_conn *conn, int (*send)(cass_conn *, const char *, const char *))
 {
-    const held_text user(cass_string_to_utf8(conn->settings.user));
-    const held_text password(cass_string_to_utf8(conn->settings.password));
+    const held_text user(credential_bytes(conn, conn->settings.user));
+    const held_text password(credential_bytes(conn, conn->settings.password));
     if ((conn->settings.user != nullptr && user == nullptr) ||
         (conn->settings.password != nullptr && password == nullptr))
         return cass_post_no_memory(&conn->head, log_source, "send_credentials");

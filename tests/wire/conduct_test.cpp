@@ -329,6 +329,21 @@ TEST(conduct, descriptions_and_times)
     }
 }
 
+TEST(conduct, rollbacks)
+{
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        const auto end = [&](SQLSMALLINT how) {
+            return SQLEndTran(SQL_HANDLE_DBC, wire->conn, how);
+        };
+        EXPECT_EQ(end(SQL_ROLLBACK), SQL_SUCCESS);
+        SQLSetConnectAttr(wire->conn, SQL_ATTR_AUTOCOMMIT, nullptr, 0);
+        EXPECT_EQ(end(SQL_COMMIT), SQL_SUCCESS);
+        EXPECT_EQ(end(SQL_ROLLBACK), standard ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS);
+        EXPECT_EQ(conn_records(wire->conn).size(), standard ? 1u : 0u);
+    }
+}
+
 TEST(conduct, native_sql)
 {
     for (const bool standard : {false, true}) {

@@ -50,6 +50,7 @@ TEST(logon, password_is_sent_as_one_plain_token)
         {"PWD=alone", "", "alone", {.opcode = NODE_AUTH_CHALLENGE, .body = wire_bytes("more")}},
         {"UID=u;PWD={a;b=c}", "u", "{a;b=c}", auth_success_frame()},
         {"UID=J\xF6rg;PWD=\xA3", "J\xC3\xB6rg", "\xC2\xA3", auth_success_frame()},
+        {"Standard=Yes;UID=J\xC3\xB6rg;PWD=p", "J\xC3\xB6rg", "p", auth_success_frame()},
     };
     const wire_ptr wire = wire_open();
     for (bool lz4 = false; const auto &c : cases) {
@@ -93,6 +94,16 @@ TEST(logon, failures_are_told_and_leave_the_handle_usable)
     for (const auto &[replies, records] : cases) {
         attempt(wire, SQL_ERROR, "UID=u;PWD=p", replies);
         EXPECT_EQ(conn_records(wire->conn), records);
+    }
+    // Standard=Yes tells them apart.
+    const std::pair<std::vector<node_frame>, std::string> told[] = {
+        {{options, startup, error_frame(0x100, "no")}, "28000 Invalid authorization: no"},
+        {{error_frame(0x1001, "hot")}, "08004 Server rejected the connection: hot"},
+        {{cut_off(options, 30)}, "08S01 Communication link failure: read failed (peer shutdown)"},
+    };
+    for (const auto &[replies, record] : told) {
+        attempt(wire, SQL_ERROR, "Standard=Yes;UID=u;PWD=p", replies);
+        EXPECT_EQ(conn_records(wire->conn).at(0), record);
     }
     expect_logon(wire->node.get());
     attempt(wire, SQL_SUCCESS, "", {});
