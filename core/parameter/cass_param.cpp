@@ -1,16 +1,13 @@
 // Parameters: from the application's bindings to values in a request body. This room finds the
 // elements of the set in work, checks that all markers are bound, and hands each value to the
-// writer of its target type.
-//
-// The SQL type of the binding chooses the form on the wire. What the column really is, only the
-// server knows: it refuses what does not fit.
+// writer of its target type: by the SQL type of the binding, where the server refuses what does not
+// fit its column, or by the type that the server has told of the marker.
 #include "core/parameter/cass_param.h"
 
 #include <cstdlib>
 
 #include "core/describe/cass_field.h"
 #include "core/parameter/cass_param_internal.h"
-#include "core/wire/cql_type.h"
 
 static constexpr char log_source[] = "cass_param.c";
 
@@ -316,52 +313,25 @@ static param_writer writer_for(std::int32_t target)
     }
 }
 
-// How a value is written for a column of the server.
-struct column_writer {
-    std::int32_t cql_type;
-    std::int32_t target;
-    param_writer writer;
-};
-
-static constexpr column_writer column_writers[] = {
-    {CQL_ASCII, SQL_VARCHAR, param_put_text},
-    {CQL_BIGINT, SQL_BIGINT, param_put_bigint},
-    {CQL_BLOB, SQL_VARBINARY, param_put_binary},
-    {CQL_BOOLEAN, SQL_BIT, param_put_integer},
-    {CQL_COUNTER, SQL_BIGINT, param_put_bigint},
-    {CQL_DECIMAL, SQL_DECIMAL, param_put_decimal},
-    {CQL_DOUBLE, SQL_DOUBLE, param_put_double},
-    {CQL_FLOAT, SQL_REAL, param_put_float},
-    {CQL_INT, SQL_INTEGER, param_put_integer},
-    {CQL_TIMESTAMP, SQL_TYPE_TIMESTAMP, param_put_timestamp},
-    {CQL_UUID, SQL_GUID, param_put_guid},
-    {CQL_VARCHAR, SQL_VARCHAR, param_put_text},
-    {CQL_VARINT, SQL_DECIMAL, param_put_varint},
-    {CQL_TIMEUUID, SQL_GUID, param_put_guid},
-    {CQL_INET, SQL_VARBINARY, param_put_inet},
-    {CQL_DATE, SQL_TYPE_DATE, param_put_date},
-    {CQL_TIME, SQL_TYPE_TIME, param_put_time},
-    {CQL_SMALLINT, SQL_SMALLINT, param_put_integer},
-    {CQL_TINYINT, SQL_TINYINT, param_put_integer},
-};
-
 static bool binding_decides_encoding(const cass_conn *conn)
 {
     return conn->conduct->binding_decides_encoding;
 }
 
-// The writer for the column that the server has described for the marker; null where the binding
-// decides.
-static const column_writer *column_writer_for(const cass_stmt *stmt, std::int32_t index)
+// The type that the server has told of the marker, in *plain where it is no tree; null where the
+// binding decides.
+static const cass_type_option *column_type_of(const cass_stmt *stmt, std::int32_t index,
+                                              cass_type_option *plain)
 {
-    if (binding_decides_encoding(stmt_conn(stmt)) || index >= stmt->implicit_ipd->field_count ||
+    const cass_desc *markers = stmt->implicit_ipd;
+    if (binding_decides_encoding(stmt_conn(stmt)) || index >= markers->field_count ||
         !stmt->prepared)
         return nullptr;
-    for (const column_writer &row : column_writers) {
-        if (row.cql_type == stmt->implicit_ipd->fields[index].cql_type)
-            return &row;
-    }
-    return nullptr;
+    const cass_field *marker = &markers->fields[index];
+    *plain = {};
+    plain->option_id = marker->cql_type;
+    const cass_type_option *type = marker->type_tree != nullptr ? marker->type_tree : plain;
+    return param_has_writer(cql_type_meant(type)) ? cql_type_meant(type) : nullptr;
 }
 
 // ---- Checking ----------------------------------------------------------------------------------
@@ -453,9 +423,10 @@ static int append_value(cass_param *param, cass_packet *packet)
     else if (param->data == nullptr)
         return param_fail(param, STATE_HY009, "no data pointer");
 
-    if (const column_writer *column = column_writer_for(param->stmt, param->index)) {
+    cass_type_option plain;
+    if (const cass_type_option *type = column_type_of(param->stmt, param->index, &plain)) {
         param->by_column = true;
-        const int code = column->writer(param, packet, column->target);
+        const int code = param_put_typed(param, packet, type);
         std::free(param->owned);
         return code;
     }

@@ -1,7 +1,5 @@
 // Parameters of the NUMERIC and DECIMAL targets, sent as CQL decimals: a scale and an unscaled
 // value in two's complement.
-#include <charconv>
-#include <cmath>
 #include <cstring>
 
 #include "core/parameter/cass_param_internal.h"
@@ -92,13 +90,11 @@ static int numeric_from_text(cass_param *param, SQL_NUMERIC_STRUCT *value, bool 
     char *text = trim_blanks(param->scratch);
     if (!is_decimal_text(text))
         return param_fail(param, STATE_22018, "invalid numeric text");
-    if (!param->by_column && has_too_many_digits(param))
+    if (has_too_many_digits(param))
         return param_fail(param, STATE_22003, OUT_OF_RANGE);
-    if (!param->by_column)
-        fit_decimals(text, param->scale);
+    fit_decimals(text, param->scale);
     // Each decimal of the text raises the scale, so that it starts at 0.
-    return cass_numeric_from_text(text, value, param->by_column ? MAX_DIGITS : param->precision,
-                                  0) != 0
+    return cass_numeric_from_text(text, value, param->precision, 0) != 0
                ? param_fail(param, STATE_22003, OUT_OF_RANGE)
                : 0;
 }
@@ -120,33 +116,11 @@ static int numeric_from_unsigned(cass_param *param, std::uint64_t integer,
     return cass_numeric_from_text(param->scratch, value, param->precision, param->scale);
 }
 
-// The number that its shortest text says, which a float has of its own.
-static int numeric_from_real(cass_param *param, double real, SQL_NUMERIC_STRUCT *value)
-{
-    char *end = param->scratch + sizeof param->scratch - 1;
-    const std::to_chars_result text =
-        param->c_type.size == sizeof(SQLREAL)
-            ? std::to_chars(param->scratch, end, static_cast<float>(real), std::chars_format::fixed)
-            : std::to_chars(param->scratch, end, real, std::chars_format::fixed);
-    if (!std::isfinite(real) || text.ec != std::errc())
-        return param_fail(param, STATE_22003, OUT_OF_RANGE);
-    *text.ptr = '\0';
-    return cass_numeric_from_text(param->scratch, value, MAX_DIGITS, 0) != 0
-               ? param_fail(param, STATE_22003, OUT_OF_RANGE)
-               : 0;
-}
-
 static int numeric_from_number(cass_param *param, SQL_NUMERIC_STRUCT *value)
 {
     param_value source;
     if (param_read_value(param, &source) != 0)
         return 1;
-    if (param->by_column) {
-        param->precision = MAX_DIGITS;
-        param->scale = 0;
-        if (param->c_type.kind == KIND_REAL)
-            return numeric_from_real(param, source.real, value);
-    }
     if (has_too_many_digits(param))
         return param_fail(param, STATE_22003, OUT_OF_RANGE);
     int code = 0;
@@ -244,33 +218,5 @@ int param_put_decimal(cass_param *param, cass_packet *packet, std::int32_t)
     unsigned char out[4 + 1 + SQL_MAX_NUMERIC_LEN];
     store_be32(out, static_cast<std::uint32_t>(std::int32_t{value.scale}));
     pkt_put_long_bytes(packet, out, 4 + unscaled_bytes(stmt_conn(param->stmt), &value, out + 4));
-    return 0;
-}
-
-// The whole part. False when a fraction that is not 0 went.
-static bool cut_fraction(SQL_NUMERIC_STRUCT *value)
-{
-    char text[NUMERIC_TEXT_ROOM];
-    cass_numeric_format(value, text);
-    char *point = std::strchr(text, '.');
-    if (point != nullptr)
-        *point = '\0';
-    cass_numeric_from_text(text, value, MAX_DIGITS, 0);
-    return point == nullptr;
-}
-
-int param_put_varint(cass_param *param, cass_packet *packet, std::int32_t)
-{
-    SQL_NUMERIC_STRUCT value;
-    std::int32_t length;
-    if (get_numeric_from_param(param, &value, &length) != 0)
-        return 1;
-    if (length < 0)
-        return param_put_null(packet);
-    const bool text = param->c_type.kind == KIND_TEXT || param->c_type.kind == KIND_WIDE;
-    if (value.scale != 0 && !cut_fraction(&value) && text)
-        return param_fail(param, STATE_22001, "a fraction in a whole number");
-    unsigned char out[1 + SQL_MAX_NUMERIC_LEN];
-    pkt_put_long_bytes(packet, out, unscaled_bytes(stmt_conn(param->stmt), &value, out));
     return 0;
 }

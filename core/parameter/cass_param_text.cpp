@@ -1,7 +1,5 @@
-// Parameters of the text, binary and guid targets, and how long a text or binary source is. Narrow
-// text goes out byte for byte, wide text unit by unit as UTF-8.
-#include <arpa/inet.h>
-
+// Parameters of the text targets, and how long a text or binary source is. Narrow text goes out
+// byte for byte, wide text unit by unit as UTF-8.
 #include <cstdlib>
 
 #include "core/parameter/cass_param_internal.h"
@@ -10,9 +8,6 @@
 #include "support/structtext.h"
 
 static constexpr char log_source[] = "cass_param.c";
-
-// Results below this stay in the scratch buffer.
-static constexpr std::int64_t HEX_SCRATCH = 128;
 
 // ---- Lengths -----------------------------------------------------------------------------------
 
@@ -55,8 +50,7 @@ static int param_text_units(const cass_param *param, int unit_size, std::int64_t
     return 0;
 }
 
-// Bytes of a text source that goes out whole, -1 for a null.
-static int text_length(const cass_param *param, int unit_size, std::int32_t *length)
+int param_text_length(const cass_param *param, int unit_size, std::int32_t *length)
 {
     const std::int64_t limit = INT32_MAX / unit_size;
     std::int64_t units = 0;
@@ -85,13 +79,12 @@ int param_narrow_text(cass_param *param, bool *null)
     return 0;
 }
 
-// Length of a binary source, -1 for a null. 07006 without one.
-static int param_binary_length(const cass_param *param, std::int64_t *length)
+int param_binary_length(const cass_param *param, std::int64_t *length)
 {
     if (!param->has_length)
         return param_fail(param, STATE_07006, "no length of binary data");
     std::int32_t bytes = 0;
-    const int code = text_length(param, 1, &bytes);
+    const int code = param_text_length(param, 1, &bytes);
     *length = bytes;
     return code;
 }
@@ -110,6 +103,32 @@ int param_copy_image(const cass_param *param, void *value, std::size_t size, con
         return param_fail(param, STATE_22003);
     }
     std::memcpy(value, param->data, size);
+    return 0;
+}
+
+int param_settle_length(cass_param *param, bool *null)
+{
+    const param_kind kind = param->c_type.kind;
+    const int unit_size = kind == KIND_WIDE ? sizeof(SQLWCHAR) : 1;
+    std::int32_t length = 0;
+    if (param_load_joined(param, &length) != 0)
+        return 1;
+    if (length == 0 && kind == KIND_BINARY && !param->has_length)
+        return param_fail(param, STATE_07006, "no length of binary data");
+    if (length == 0 && param_text_length(param, unit_size, &length) != 0)
+        return 1;
+    *null = length < 0;
+    // Clients that count the terminator mean the text in front of it.
+    const int units = length / unit_size;
+    if (units > 0 && kind == KIND_TEXT && param->data[units - 1] == 0)
+        length -= unit_size;
+    if (units > 0 && kind == KIND_WIDE && cass_wide_unit(param->data, units - 1) == 0)
+        length -= unit_size;
+    param->at_exec = false;
+    param->has_length = true;
+    param->length = length;
+    if (param->data == nullptr)
+        param->data = reinterpret_cast<unsigned char *>(param->scratch);
     return 0;
 }
 
@@ -196,11 +215,11 @@ static int get_char_from_param(cass_param *param, const unsigned char **text, st
     case KIND_WIDE:
         *wide = true;
         *text = param->data;
-        return text_length(param, sizeof(SQLWCHAR), length);
+        return param_text_length(param, sizeof(SQLWCHAR), length);
     case KIND_TEXT:
     case KIND_DEFAULT:
         *text = param->data;
-        return text_length(param, 1, length);
+        return param_text_length(param, 1, length);
     case KIND_BINARY: {
         std::int64_t bytes = 0;
         const int code = param_binary_length(param, &bytes);
@@ -217,6 +236,8 @@ static bool pairs_go_out_as_halves(const cass_conn *conn)
 {
     return conn->conduct->pairs_go_out_as_halves;
 }
+
+static constexpr char HALF_A_PAIR[] = "half a surrogate pair";
 
 // The UTF-8 of the character at unit *at of `units`, which moves behind it: bytes at `out`, or 0
 // for half a surrogate pair where halves do not go out.
@@ -243,7 +264,7 @@ static int put_wide(const cass_param *param, cass_packet *packet, const unsigned
     for (std::int64_t at = 0; at < units;) {
         const int bytes = next_character(text, units, &at, halves, block);
         if (bytes == 0)
-            return param_fail(param, STATE_22018, "half a surrogate pair");
+            return param_fail(param, STATE_22018, HALF_A_PAIR);
         size += bytes;
     }
     if (size > INT32_MAX)
@@ -261,6 +282,48 @@ static int put_wide(const cass_param *param, cass_packet *packet, const unsigned
     return 0;
 }
 
+int param_own_text(cass_param *param)
+{
+    const bool wide = param->c_type.kind == KIND_WIDE;
+    const std::int64_t units =
+        wide ? param->length / std::int64_t{sizeof(SQLWCHAR)} : param->length;
+    const std::int64_t room = wide ? units * 3 : units;
+    auto *out = reinterpret_cast<unsigned char *>(param->scratch);
+    if (room > static_cast<std::int64_t>(sizeof param->scratch)) {
+        out = static_cast<unsigned char *>(std::malloc(static_cast<std::size_t>(room)));
+        if (out == nullptr)
+            return param_fail(param, STATE_HY001, "no memory for the text");
+    }
+    const unsigned char *text = param->data;
+    void *joined = param->owned;
+    if (out != reinterpret_cast<unsigned char *>(param->scratch))
+        param->owned = out;
+    std::int64_t size = 0;
+    bool whole = true;
+    if (wide) {
+        for (std::int64_t at = 0; whole && at < units;) {
+            const int bytes = next_character(text, units, &at, false, out + size);
+            size += bytes;
+            whole = bytes > 0;
+        }
+    } else {
+        std::memmove(out, text, static_cast<std::size_t>(units));
+        size = units;
+    }
+    if (param->owned != joined)
+        std::free(joined);
+    if (!whole)
+        return param_fail(param, STATE_22018, HALF_A_PAIR);
+    for (; size > 0 && ascii_is_space(*out); size--)
+        out++;
+    while (size > 0 && ascii_is_space(out[size - 1]))
+        size--;
+    param->data = out;
+    param->length = size;
+    param->c_type = {KIND_TEXT, 0};
+    return 0;
+}
+
 int param_put_text(cass_param *param, cass_packet *packet, std::int32_t)
 {
     const unsigned char *text;
@@ -273,211 +336,5 @@ int param_put_text(cass_param *param, cass_packet *packet, std::int32_t)
     if (wide)
         return put_wide(param, packet, text, length / static_cast<int>(sizeof(SQLWCHAR)));
     pkt_put_long_bytes(packet, text, length);
-    return 0;
-}
-
-// ---- Binary ------------------------------------------------------------------------------------
-
-// A unit that is no hexadecimal digit counts as 0.
-static unsigned hex_value(SQLWCHAR unit)
-{
-    if (ascii_is_digit(unit))
-        return unit - '0';
-    const unsigned lower = unit | 0x20u;
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 0;
-}
-
-static SQLWCHAR text_unit(const cass_param *param, std::int64_t index)
-{
-    return param->c_type.kind == KIND_WIDE ? cass_wide_unit(param->data, index)
-                                           : param->data[index];
-}
-
-// Hexadecimal text, two digits a byte; a digit left over at the end is dropped.
-static int binary_from_text(cass_param *param, const unsigned char **bytes, std::int32_t *length)
-{
-    const int unit_size = param->c_type.kind == KIND_WIDE ? sizeof(SQLWCHAR) : 1;
-    if (text_length(param, unit_size, length) != 0)
-        return 1;
-    if (*length < 0)
-        return 0;
-    const std::int64_t units = *length / unit_size;
-    std::int64_t at = 0;
-    if (units >= 2 && text_unit(param, 0) == '0' && (text_unit(param, 1) | 0x20) == 'x')
-        at = 2;
-    auto *out = reinterpret_cast<unsigned char *>(param->scratch);
-    unsigned char *block = nullptr;
-    if (units / 2 >= HEX_SCRATCH) {
-        block = static_cast<unsigned char *>(std::malloc(static_cast<std::size_t>(units / 2)));
-        out = block;
-        if (block == nullptr) {
-            CASS_LOG(&param->stmt->head, LOG_ERROR,
-                     "get_binary_from_param: failed to allocate memory for param %d",
-                     param_number(param));
-            cass_post_error_column(&param->stmt->head, STATE_HY001, 0, param_number(param),
-                                   "Failed to allocate memory");
-            return 1;
-        }
-    }
-    *bytes = out;
-    for (; at + 1 < units; at += 2)
-        *out++ = static_cast<unsigned char>(hex_value(text_unit(param, at)) << 4 |
-                                            hex_value(text_unit(param, at + 1)));
-    *length = static_cast<std::int32_t>(out - *bytes);
-    if (block != nullptr) {
-        std::free(param->owned);  // the joined chunks that were read
-        param->owned = block;
-    }
-    return 0;
-}
-
-static bool byte_goes_out_as_eight(const cass_conn *conn)
-{
-    return conn->conduct->byte_goes_out_as_eight;
-}
-
-static int get_binary_from_param(cass_param *param, const unsigned char **bytes,
-                                 std::int32_t *length)
-{
-    *bytes = reinterpret_cast<const unsigned char *>(param->scratch);
-    if (param_load_joined(param, length) != 0)
-        return 1;
-    if (*length < 0 || (param->at_exec && param->length == 0))
-        return 0;
-    switch (param->c_type.kind) {
-    case KIND_SIGNED:
-    case KIND_UNSIGNED:
-    case KIND_BIT:
-    case KIND_REAL:
-        // As they lie in memory. The one byte of eight comes first.
-        std::memset(param->scratch, 0, 8);
-        *length = param->c_type.size;
-        if (*length == 1 && byte_goes_out_as_eight(stmt_conn(param->stmt)))
-            *length = 8;
-        return param_copy_fixed(param, param->scratch, param->c_type.size);
-    case KIND_GUID:
-    case KIND_TIMESTAMP:
-        *length = param->c_type.size;
-        return param_copy_fixed(param, param->scratch, param->c_type.size);
-    case KIND_TEXT:
-    case KIND_WIDE:
-        return binary_from_text(param, bytes, length);
-    case KIND_BINARY:
-    case KIND_DEFAULT: {
-        std::int64_t size = 0;
-        const int code = param_binary_length(param, &size);
-        *bytes = param->data;
-        *length = static_cast<std::int32_t>(size);
-        return code;
-    }
-    default:
-        return param_fail_source(param, "get_binary_from_param");
-    }
-}
-
-int param_put_binary(cass_param *param, cass_packet *packet, std::int32_t)
-{
-    const unsigned char *bytes;
-    std::int32_t length;
-    if (get_binary_from_param(param, &bytes, &length) != 0)
-        return 1;
-    if (length < 0)
-        return param_put_null(packet);
-    pkt_put_long_bytes(packet, bytes, length);
-    return 0;
-}
-
-int param_put_inet(cass_param *param, cass_packet *packet, std::int32_t target)
-{
-    if (param->c_type.kind != KIND_TEXT && param->c_type.kind != KIND_WIDE)
-        return param_put_binary(param, packet, target);
-    if (!param_load_first(param))
-        return param_put_null(packet);
-    bool null = false;
-    if (param_narrow_text(param, &null) != 0)
-        return 1;
-    if (null)
-        return param_put_null(packet);
-    unsigned char address[16];
-    if (inet_pton(AF_INET, param->scratch, address) == 1)
-        pkt_put_long_bytes(packet, address, 4);
-    else if (inet_pton(AF_INET6, param->scratch, address) == 1)
-        pkt_put_long_bytes(packet, address, 16);
-    else
-        return param_fail(param, STATE_22018, "invalid address");
-    return 0;
-}
-
-// ---- Guid --------------------------------------------------------------------------------------
-
-// "XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX", a brace in front passed over, what follows ignored. False
-// when a digit or a hyphen is missing.
-static bool parse_guid(const char *text, unsigned char *bytes)
-{
-    if (*text == '{')
-        text++;
-    for (int i = 0; i < 16; i++) {
-        if ((i == 4 || i == 6 || i == 8 || i == 10) && *text++ != '-')
-            return false;
-        unsigned value = 0;
-        for (int digit = 0; digit < 2; digit++, text++) {
-            const auto unit = static_cast<unsigned char>(*text);
-            const bool is_hex = hex_value(unit) != 0 || unit == '0';
-            if (!is_hex)
-                return false;
-            value = value << 4 | hex_value(unit);
-        }
-        bytes[i] = static_cast<unsigned char>(value);
-    }
-    return true;
-}
-
-static int get_guid_from_param(cass_param *param, SQLGUID *value, std::int32_t *length)
-{
-    *length = -1;
-    if (!param_load_first(param))
-        return 0;
-    bool null = false;
-    switch (param->c_type.kind) {
-    case KIND_GUID:
-        if (param_copy_fixed(param, value, sizeof *value) != 0)
-            return 1;
-        break;
-    case KIND_BINARY:
-        if (param_copy_image(param, value, sizeof *value, "Incorrect length for SQLGUID image %d",
-                             &null) != 0)
-            return 1;
-        break;
-    case KIND_TEXT:
-    case KIND_WIDE: {
-        unsigned char bytes[16];
-        if (param_narrow_text(param, &null) != 0)
-            return 1;
-        if (null)
-            break;
-        if (!parse_guid(param->scratch, bytes))
-            return param_fail(param, STATE_22018, "invalid guid text");
-        guid_from_bytes(value, bytes);
-        break;
-    }
-    default:
-        return param_fail_source(param, "get_guid_from_param");
-    }
-    if (!null)
-        *length = sizeof *value;
-    return 0;
-}
-
-int param_put_guid(cass_param *param, cass_packet *packet, std::int32_t)
-{
-    SQLGUID value;
-    std::int32_t length;
-    if (get_guid_from_param(param, &value, &length) != 0)
-        return 1;
-    if (length < 0)
-        return param_put_null(packet);
-    unsigned char out[16];
-    guid_to_bytes(value, out);
-    pkt_put_long_bytes(packet, out, sizeof out);
     return 0;
 }
