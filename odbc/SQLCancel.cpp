@@ -1,6 +1,7 @@
 // SQLCancel: the protocol has no cancel, so that nothing stops at the server.
 #include "core/statement/cass_cancel.h"
 #include "core/statement/cass_pkt_exchange.h"
+#include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
 static constexpr char log_source[] = "SQLCancel.c";
@@ -15,9 +16,10 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLCancel(SQLHSTMT statement_handle)
     auto *stmt = static_cast<cass_stmt *>(statement_handle);
     if (stmt == nullptr)
         return SQL_INVALID_HANDLE;
-    // Called while another thread is inside the statement: its diagnostics are left alone then.
+    // Called while another thread is inside the statement: its records are left alone then.
     if (cass_lock_try_enter(&stmt->api_lock)) {
         cass_diag_clear(&stmt->head);
+        cass_end_pause(stmt);
         cass_lock_leave(&stmt->api_lock);
     }
     CASS_LOG(&stmt->head, LOG_ENTRY, "SQLCancel: statement_handle=%p", statement_handle);

@@ -16,22 +16,31 @@ static SQLRETURN name_parameter(cass_stmt *stmt, std::int32_t index, SQLPOINTER 
     return SQL_NEED_DATA;
 }
 
+// The parameter at which the pause has begun.
+static SQLRETURN name_first(cass_stmt *stmt, SQLPOINTER *value)
+{
+    stmt->current_dae_first = 0;
+    if (stmt->current_dae_param < stmt->apd->field_count)
+        return name_parameter(stmt, stmt->current_dae_param, value);
+    // The bindings were dropped in the pause.
+    CASS_LOG(&stmt->head, LOG_ERROR, "SQLParamData: parameter is not bound");
+    cass_post_error(&stmt->head, STATE_HY010, 0, nullptr);
+    return SQL_ERROR;
+}
+
 static SQLRETURN param_data(cass_stmt *stmt, SQLPOINTER *value)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "SQLParamData: current_dae_param=%d",
              stmt->current_dae_param);
     CASS_LOG(&stmt->head, LOG_DETAIL, "current_dae_op=%d", stmt->current_dae_op);
     CASS_LOG(&stmt->head, LOG_DETAIL, "current_dae_first=%d", stmt->current_dae_first);
-    if (stmt->current_dae_first) {
-        stmt->current_dae_first = 0;
-        if (stmt->current_dae_param >= stmt->apd->field_count) {
-            // The bindings were dropped in the pause.
-            CASS_LOG(&stmt->head, LOG_ERROR, "SQLParamData: parameter is not bound");
-            cass_post_error(&stmt->head, STATE_HY010, 0, nullptr);
-            return SQL_ERROR;
-        }
-        return name_parameter(stmt, stmt->current_dae_param, value);
+    if (!cass_pause_is_open(stmt)) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "SQLParamData: no data is awaited");
+        cass_post_error(&stmt->head, STATE_HY010, 0, nullptr);
+        return SQL_ERROR;
     }
+    if (stmt->current_dae_first)
+        return name_first(stmt, value);
     // All bound parameters are asked, those without a marker too.
     const std::int32_t bound = stmt->apd->field_count;
     for (std::int32_t index = stmt->current_dae_param + 1; index < bound; index++) {
@@ -44,7 +53,10 @@ static SQLRETURN param_data(cass_stmt *stmt, SQLPOINTER *value)
         CASS_LOG(&stmt->head, LOG_DETAIL, "data at execute param %d", index);
         return name_parameter(stmt, index, value);
     }
-    return stmt->current_dae_op == OP_EXECUTE ? cass_dae_execute(stmt) : cass_dae_exec_direct(stmt);
+    const SQLRETURN code =
+        stmt->current_dae_op == OP_EXECUTE ? cass_dae_execute(stmt) : cass_dae_exec_direct(stmt);
+    // The next set of an array awaits its data.
+    return code == SQL_NEED_DATA ? name_first(stmt, value) : code;
 }
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLParamData(SQLHSTMT statement_handle, SQLPOINTER *value)

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/parameter/cass_param.h"
 #include "core/statement/cass_stmt.h"
 #include "odbc/entry_frame.h"
 
@@ -16,9 +17,8 @@ static SQLRETURN fail(cass_stmt *stmt, cass_state_row row, const char *log_text)
     return SQL_ERROR;
 }
 
-// A chunk with a copy of the bytes, if it has any; null when memory ran out. A negative length,
-// SQL_NTS among them, is not measured: it makes the value a null when it is encoded. Applications
-// give the length of their text.
+// A chunk with a copy of the bytes, if it has any; null when memory ran out. A negative length
+// makes the value a null when it is encoded.
 static cass_put_chunk *make_chunk(const void *data, SQLLEN length)
 {
     auto *chunk = static_cast<cass_put_chunk *>(std::calloc(1, sizeof(cass_put_chunk)));
@@ -36,6 +36,34 @@ static cass_put_chunk *make_chunk(const void *data, SQLLEN length)
     return chunk;
 }
 
+static bool chunks_are_not_judged(const cass_conn *conn)
+{
+    return conn->conduct->chunks_are_not_judged;
+}
+
+// Bytes of what the application points to, by the parameter's C type; SQL_NULL_DATA stays. False
+// for a length that is none.
+static bool measure_chunk(const cass_field *field, const void *data, SQLLEN *length)
+{
+    const cass_c_size size = cass_c_type_size(field->consise_type);
+    if (*length == SQL_NULL_DATA)
+        return true;
+    if (size.fixed != 0)
+        *length = size.fixed;
+    if (*length == SQL_NTS && data != nullptr && field->consise_type != SQL_C_BINARY)
+        *length = size.unit == 1
+                      ? static_cast<SQLLEN>(std::strlen(static_cast<const char *>(data)))
+                      : cass_wide_length(static_cast<const SQLWCHAR *>(data)) * size.unit;
+    return *length >= 0;
+}
+
+// A null is a value by itself.
+static bool joins_a_null(const cass_field *field, SQLLEN length)
+{
+    return field->put_data != nullptr &&
+           (length == SQL_NULL_DATA || field->put_data_tail->length == SQL_NULL_DATA);
+}
+
 static SQLRETURN put_data(cass_stmt *stmt, const void *data, SQLLEN length)
 {
     if (stmt->current_dae_op != OP_EXEC_DIRECT && stmt->current_dae_op != OP_EXECUTE) {
@@ -46,6 +74,13 @@ static SQLRETURN put_data(cass_stmt *stmt, const void *data, SQLLEN length)
     }
     if (stmt->current_dae_param >= stmt->apd->field_count)
         return fail(stmt, STATE_HY010, "parameter is not bound");
+    cass_field *field = &stmt->apd->fields[stmt->current_dae_param];
+    if (!chunks_are_not_judged(stmt_conn(stmt))) {
+        if (!measure_chunk(field, data, &length))
+            return fail(stmt, STATE_HY090, "invalid length");
+        if (joins_a_null(field, length))
+            return fail(stmt, STATE_HY020, "a null beside other data");
+    }
     if (length > INT32_MAX)
         return fail(stmt, STATE_HY090, "invalid length");
     if (length >= 1 && data == nullptr)
@@ -54,7 +89,6 @@ static SQLRETURN put_data(cass_stmt *stmt, const void *data, SQLLEN length)
     cass_put_chunk *chunk = make_chunk(data, length);
     if (chunk == nullptr)
         return fail(stmt, STATE_HY001, "no memory for the chunk");
-    cass_field *field = &stmt->apd->fields[stmt->current_dae_param];
     if (field->put_data == nullptr)
         field->put_data = chunk;
     else

@@ -105,6 +105,7 @@ static constexpr cass_sqlstate state_table[] = {
     {"3F000", "Invalid schema name"},
     {"22000", "Data exception"},
     {"08003", "Connection not open"},
+    {"07S01", "Invalid use of default parameter"},
 };
 static_assert(std::size(state_table) == STATE_ROWS);
 
@@ -245,6 +246,16 @@ std::int32_t cass_diag_count(cass_handle *handle)
          record = record->next)
         count++;
     return count;
+}
+
+void cass_diag_name_row(cass_handle *handle, std::int32_t row)
+{
+    const cass_lock_guard hold(&cass_diag_lock);
+    cass_diag_record *record = handle->diag_records;
+    for (; record != nullptr; record = record->next) {
+        if (record->row_number == DIAG_NO_PLACE.row)
+            record->row_number = row;
+    }
 }
 
 void cass_diag_copy(cass_handle *handle, const cass_diag_record *record)

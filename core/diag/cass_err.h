@@ -92,6 +92,7 @@ enum cass_state_row {
     STATE_3F000,
     STATE_22000,
     STATE_08003,
+    STATE_07S01,
     STATE_ROWS
 };
 
@@ -159,6 +160,8 @@ extern cass_lock cass_diag_lock;
 // Record of 1-based number, or null. The pointer is good until the list changes: hold the lock.
 cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number);
 std::int32_t cass_diag_count(cass_handle *handle);
+// Gives the records that name no row this one.
+void cass_diag_name_row(cass_handle *handle, std::int32_t row);
 // Inserts a deep copy by the ordering rule.
 void cass_diag_copy(cass_handle *handle, const cass_diag_record *record);
 

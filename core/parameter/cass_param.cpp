@@ -228,6 +228,20 @@ static param_c_type describe_c_type(std::int32_t c_type)
     }
 }
 
+cass_c_size cass_c_type_size(std::int32_t c_type)
+{
+    const param_c_type type = describe_c_type(c_type);
+    switch (type.kind) {
+    case KIND_TEXT:
+    case KIND_BINARY:
+        return {.fixed = 0, .unit = 1};
+    case KIND_WIDE:
+        return {.fixed = 0, .unit = sizeof(SQLWCHAR)};
+    default:
+        return {.fixed = type.size, .unit = 0};
+    }
+}
+
 // SQL type of a record that was bound without one.
 static std::int32_t default_target(std::int32_t c_type, bool odbc2)
 {
@@ -336,12 +350,7 @@ static const cass_type_option *column_type_of(const cass_stmt *stmt, std::int32_
 
 // ---- Checking ----------------------------------------------------------------------------------
 
-static bool chunks_outlive_their_run(const cass_conn *conn)
-{
-    return conn->conduct->chunks_outlive_their_run;
-}
-
-int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
+int cass_check_bound(cass_stmt *stmt, int silent)
 {
     const std::int32_t markers = stmt->found_param_count;
     const cass_desc *apd = stmt->apd;
@@ -364,6 +373,18 @@ int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
             cass_post_error_column(&stmt->head, STATE_07002, 0, index + 1, nullptr);
         return -1;
     }
+    return 0;
+}
+
+static bool chunks_outlive_their_run(const cass_conn *conn)
+{
+    return conn->conduct->chunks_outlive_their_run;
+}
+
+int cass_await_data(cass_stmt *stmt, std::int32_t operation)
+{
+    const std::int32_t markers = stmt->found_param_count;
+    cass_desc *apd = stmt->apd;
     if (!chunks_outlive_their_run(stmt_conn(stmt))) {
         for (std::int32_t index = 0; index < apd->field_count; index++)
             cass_field_free_put_data(&apd->fields[index]);
@@ -378,6 +399,12 @@ int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
         return SQL_NEED_DATA;
     }
     return 0;
+}
+
+int cass_check_params(cass_stmt *stmt, int silent, std::int32_t operation)
+{
+    const int bound = cass_check_bound(stmt, silent);
+    return bound != 0 ? bound : cass_await_data(stmt, operation);
 }
 
 // ---- Encoding ----------------------------------------------------------------------------------
@@ -451,6 +478,11 @@ static bool null_indicator_leaves_value_out(const cass_conn *conn)
     return conn->conduct->null_indicator_leaves_value_out;
 }
 
+static bool a_default_parameter_is_a_length(const cass_conn *conn)
+{
+    return conn->conduct->a_default_parameter_is_a_length;
+}
+
 int cass_append_params(cass_stmt *stmt, cass_packet *packet)
 {
     const std::int32_t markers = stmt->found_param_count;
@@ -473,6 +505,9 @@ int cass_append_params(cass_stmt *stmt, cass_packet *packet)
                 param_put_null(packet);
             continue;
         }
+        if (has_indicator && indicator == SQL_DEFAULT_PARAM &&
+            !a_default_parameter_is_a_length(stmt_conn(stmt)))
+            return param_fail(&param, STATE_07S01, "no default parameters");
         CASS_LOG(&stmt->head, LOG_DETAIL, "cass_append_params, add param %d of %d",
                  param_number(&param), markers);
         describe_param(&param, &set, has_indicator ? &indicator : nullptr);

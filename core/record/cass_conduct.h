@@ -33,11 +33,12 @@ struct cass_conduct {
     // A whole number of one byte goes out as eight where the target is binary. 0: as one.
     bool byte_goes_out_as_eight;
     // A prepared execution looks for data at execution at the set where the run before has ended,
-    // so that it pauses in the first run alone. 0: at the first set, in every run.
+    // so that it pauses in the first run alone. 0: at every set of every run.
     bool data_is_awaited_in_first_run_only;
     // Chunks of data at execution stay until their parameter is bound anew. 0: until the next run.
     bool chunks_outlive_their_run;
-    // A set of an array that failed is information when another one succeeded. 0: it is an error.
+    // A set of an array that failed is information when another one succeeded. 0: it is an error,
+    // and the records name their sets.
     bool failed_set_is_information;
     // Each PREPARE goes out. 0: not one of a text that the connection has prepared before.
     bool each_prepare_goes_out;
@@ -48,6 +49,19 @@ struct cass_conduct {
     bool a_warning_comes_with_its_prepare;
     // A reply without rows leaves the columns and the rows of the statement's result before it.
     bool a_reply_without_rows_leaves_columns;
+    // A set whose values cannot be encoded ends an execution, and one behind a broken connection is
+    // tried. 0: a set fails alone; behind a broken connection or SQLCancel none is tried.
+    bool a_faulty_set_ends_the_array;
+    // The status of a set that the operation array leaves out stays as it is. 0: SQL_PARAM_UNUSED.
+    bool skipped_sets_keep_their_status;
+    // SQLPutData takes any negative length for a null, beside other data too. 0: SQL_NTS is
+    // measured, a fixed type has its own size, and a null stands alone.
+    bool chunks_are_not_judged;
+    // A pause for data at execution never ends: data is taken behind its run, and SQLCancel leaves
+    // it open. 0: either ends it.
+    bool a_pause_stays_open;
+    // SQL_DEFAULT_PARAM is a length like another. 0: 07S01, as CQL has no default parameters.
+    bool a_default_parameter_is_a_length;
     // Installing an APD takes the statement's link from the current ARD.
     bool a_new_apd_unlinks_the_ard;
     // Taking back a binding that was there gives SQL_ERROR without a record.

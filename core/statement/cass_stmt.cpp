@@ -91,6 +91,26 @@ SQLRETURN cass_check_cursor_change(cass_stmt *stmt, SQLRETURN code)
     return SQL_SUCCESS_WITH_INFO;
 }
 
+static bool a_pause_stays_open(const cass_conn *conn)
+{
+    return conn->conduct->a_pause_stays_open;
+}
+
+bool cass_pause_is_open(const cass_stmt *stmt)
+{
+    return stmt->current_dae_op != 0 || a_pause_stays_open(stmt_conn(stmt));
+}
+
+void cass_end_pause(cass_stmt *stmt)
+{
+    if (stmt->current_dae_op == 0 || a_pause_stays_open(stmt_conn(stmt)))
+        return;
+    stmt->current_dae_op = 0;
+    stmt->current_dae_first = 0;
+    for (std::int32_t index = 0; index < stmt->apd->field_count; index++)
+        cass_field_free_put_data(&stmt->apd->fields[index]);
+}
+
 bool cass_param_set_skipped(const cass_stmt *stmt)
 {
     if (stmt->apd->array_status_ptr == nullptr)

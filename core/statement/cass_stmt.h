@@ -27,6 +27,10 @@ SQLRETURN cass_execute(cass_stmt *stmt);
 // What SQLParamData runs once all data at execution is there: the rest of either.
 SQLRETURN cass_dae_exec_direct(cass_stmt *stmt);
 SQLRETURN cass_dae_execute(cass_stmt *stmt);
+// Whether the statement waits for data at execution, or takes it as if it did.
+bool cass_pause_is_open(const cass_stmt *stmt);
+// Ends the pause, and drops the data that has come.
+void cass_end_pause(cass_stmt *stmt);
 // A statement that is described before it was prepared is prepared now. 0, 1 for a
 // warning of the server, or -1; both with records on the statement.
 int cass_prepare_if_needed(cass_stmt *stmt);

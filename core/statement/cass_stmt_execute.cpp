@@ -74,6 +74,11 @@ static void count_outcome(cass_stmt *stmt, SQLRETURN code, set_tally *tally)
     cass_store_param_status(stmt, status);
 }
 
+static bool failed_set_is_information(const cass_conn *conn)
+{
+    return conn->conduct->failed_set_is_information;
+}
+
 // Takes the code of the set in work. False ends the whole execution: an array has one result. A set
 // that the server refuses is only counted.
 static bool finish_set(cass_stmt *stmt, const prepared_road &road, SQLRETURN code, set_tally *tally)
@@ -85,6 +90,8 @@ static bool finish_set(cass_stmt *stmt, const prepared_road &road, SQLRETURN cod
         return false;
     }
     count_outcome(stmt, code, tally);
+    if (code != SQL_SUCCESS && !failed_set_is_information(stmt_conn(stmt)))
+        cass_diag_name_row(&stmt->head, stmt->param_row + 1);
     if (road.row_count != nullptr) {
         CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.row_count,
                     static_cast<int>(stmt->row_count));
@@ -94,26 +101,53 @@ static bool finish_set(cass_stmt *stmt, const prepared_road &road, SQLRETURN cod
     return true;
 }
 
+static bool a_faulty_set_ends_the_array(const cass_conn *conn)
+{
+    return conn->conduct->a_faulty_set_ends_the_array;
+}
+
 static bool run_set(cass_stmt *stmt, const prepared_road &road, set_tally *tally)
 {
     held_packet request = start_set(stmt, road);
-    if (request == nullptr)
-        return false;
-    int code = send_prepared(stmt, request.get());
+    int code = request == nullptr ? SQL_ERROR : send_prepared(stmt, request.get());
     if (code == STATEMENT_FORGOTTEN) {
-        code = prepare_again(stmt);
-        request = code < 0 ? nullptr : start_set(stmt, road);
-        if (code >= 0 && request == nullptr)
-            return false;
-        if (request != nullptr)
-            code = send_and_execute(stmt, request.get());
+        request = prepare_again(stmt) < 0 ? nullptr : start_set(stmt, road);
+        code = request == nullptr ? SQL_ERROR : send_and_execute(stmt, request.get());
     }
+    if (request == nullptr && a_faulty_set_ends_the_array(stmt_conn(stmt)))
+        return false;
     return finish_set(stmt, road, static_cast<SQLRETURN>(code), tally);
 }
 
-static bool failed_set_is_information(const cass_conn *conn)
+// No set behind the one that ran can succeed.
+static bool sets_are_over(cass_stmt *stmt)
 {
-    return conn->conduct->failed_set_is_information;
+    const cass_conn *conn = stmt_conn(stmt);
+    return !a_faulty_set_ends_the_array(conn) &&
+           (shared_get(&conn->socket_dead) != 0 || stmt_is_cancelled(stmt));
+}
+
+static bool skipped_sets_keep_their_status(const cass_conn *conn)
+{
+    return conn->conduct->skipped_sets_keep_their_status;
+}
+
+static void leave_set_out(cass_stmt *stmt)
+{
+    if (!skipped_sets_keep_their_status(stmt_conn(stmt)))
+        cass_store_param_status(stmt, SQL_PARAM_UNUSED);
+}
+
+static bool data_is_awaited_in_first_run_only(const cass_conn *conn)
+{
+    return conn->conduct->data_is_awaited_in_first_run_only;
+}
+
+// Pauses at the set in work where it has data at execution.
+static bool awaits_data(cass_stmt *stmt)
+{
+    return !data_is_awaited_in_first_run_only(stmt_conn(stmt)) &&
+           cass_await_data(stmt, OP_EXECUTE) == SQL_NEED_DATA;
 }
 
 // The code of an execution from its tally; `otherwise` when no set ran.
@@ -126,18 +160,30 @@ static SQLRETURN execution_code(const cass_conn *conn, const set_tally &tally, S
     return tally.error > 0 ? SQL_ERROR : otherwise;
 }
 
-// Runs the sets from param_row on, counting on from what the tally holds.
-static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, set_tally *tally,
-                          SQLRETURN otherwise)
+// Runs the sets from param_row on, counting on from what the tally holds; the data at execution of
+// the first of them is there when `gathered`. SQL_NEED_DATA stops at a set that awaits its own.
+static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, bool gathered,
+                          set_tally *tally, SQLRETURN otherwise)
 {
     const SQLULEN sets = stmt->apd->array_size;
+    bool over = false;
     for (SQLULEN set = static_cast<std::uint32_t>(stmt->param_row); set < sets; ++set) {
         stmt->param_row = static_cast<std::int32_t>(set);
         CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.each_set, static_cast<int>(set + 1),
                     static_cast<int>(sets));
         cass_store_params_processed(stmt, set + 1);
-        if (!cass_param_set_skipped(stmt) && !run_set(stmt, road, tally))
-            return SQL_ERROR;
+        if (cass_param_set_skipped(stmt)) {
+            leave_set_out(stmt);
+        } else if (over) {
+            count_outcome(stmt, SQL_ERROR, tally);
+        } else if (!gathered && awaits_data(stmt)) {
+            return SQL_NEED_DATA;
+        } else {
+            if (!run_set(stmt, road, tally))
+                return SQL_ERROR;
+            over = sets_are_over(stmt);
+        }
+        gathered = false;
         stmt->param_row = static_cast<std::int32_t>(set + 1);
     }
     CASS_LOG_AS(&stmt->head, road.source, LOG_DETAIL, road.counts, tally->ok, tally->info,
@@ -146,19 +192,21 @@ static SQLRETURN run_sets(cass_stmt *stmt, const prepared_road &road, set_tally 
 }
 
 // The same, with the tally kept on the statement for what may go on behind a pause for data.
-static SQLRETURN run_and_keep_tally(cass_stmt *stmt, const prepared_road &road, set_tally tally,
-                                    SQLRETURN otherwise)
+static SQLRETURN run_and_keep_tally(cass_stmt *stmt, const prepared_road &road, bool gathered,
+                                    set_tally tally, SQLRETURN otherwise)
 {
-    const SQLRETURN code = run_sets(stmt, road, &tally, otherwise);
+    const SQLRETURN code = run_sets(stmt, road, gathered, &tally, otherwise);
     stmt->ok_count = tally.ok;
     stmt->info_count = tally.info;
     stmt->error_count = tally.error;
     return code;
 }
 
-static bool data_is_awaited_in_first_run_only(const cass_conn *conn)
+static int check_params(cass_stmt *stmt)
 {
-    return conn->conduct->data_is_awaited_in_first_run_only;
+    if (data_is_awaited_in_first_run_only(stmt_conn(stmt)))
+        return cass_check_params(stmt, 0, OP_EXECUTE);
+    return cass_check_bound(stmt, 0);
 }
 
 static SQLRETURN execute(cass_stmt *stmt)
@@ -175,9 +223,7 @@ static SQLRETURN execute(cass_stmt *stmt)
     }
     cass_string_free(stmt->query_text);
     stmt->query_text = nullptr;
-    if (!data_is_awaited_in_first_run_only(stmt_conn(stmt)))
-        stmt->param_row = 0;
-    const int checked = cass_check_params(stmt, 0, OP_EXECUTE);
+    const int checked = check_params(stmt);
     if (checked != 0)
         return static_cast<SQLRETURN>(checked);
 
@@ -186,7 +232,7 @@ static SQLRETURN execute(cass_stmt *stmt)
     CASS_LOG(&stmt->head, LOG_DETAIL, "SQLExecute: statement prepared");
     stmt->total_row_count = -1;
     stmt->param_row = 0;
-    return run_and_keep_tally(stmt, plain_road, {}, SQL_SUCCESS);
+    return run_and_keep_tally(stmt, plain_road, false, {}, SQL_SUCCESS);
 }
 
 SQLRETURN cass_execute(cass_stmt *stmt)
@@ -201,8 +247,11 @@ SQLRETURN cass_dae_execute(cass_stmt *stmt)
     // It counts on from what the execution before has left.
     const set_tally before = {stmt->ok_count, stmt->info_count, stmt->error_count};
     const SQLRETURN code = cass_cancellable(stmt, [&] {
-        return post_prepare_warning(stmt, run_and_keep_tally(stmt, dae_road, before, SQL_ERROR));
+        return post_prepare_warning(stmt,
+                                    run_and_keep_tally(stmt, dae_road, true, before, SQL_ERROR));
     });
+    if (code != SQL_NEED_DATA)
+        cass_end_pause(stmt);
     CASS_LOG_AS(&stmt->head, dae_road.source, LOG_DETAIL, "SQLExecute(DAE): return value=%d",
                 static_cast<int>(code));
     return code;
