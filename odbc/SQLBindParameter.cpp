@@ -105,6 +105,11 @@ static bool expand(cass_desc *desc, std::int32_t count)
     return desc->field_count >= count || cass_desc_resize(desc, count) == 0;
 }
 
+static bool sizes_of_a_binding_are_judged(const cass_conn *conn)
+{
+    return conn->conduct->sizes_of_a_binding_are_judged;
+}
+
 // What a record takes from the call. What was stored stays when a later check fails.
 static SQLRETURN bind_field(cass_stmt *stmt, cass_field *field, const parameter_binding *binding)
 {
@@ -125,7 +130,8 @@ static SQLRETURN bind_field(cass_stmt *stmt, cass_field *field, const parameter_
     field->consise_type = c_type;
     if (cass_update_desc_type(&stmt->head, field, DESC_FROM_CONCISE_TYPE) != 0)
         return SQL_ERROR;
-    if ((binding->sql_type == SQL_NUMERIC || binding->sql_type == SQL_DECIMAL) &&
+    const bool judged = sizes_of_a_binding_are_judged(stmt_conn(stmt));
+    if (judged && (binding->sql_type == SQL_NUMERIC || binding->sql_type == SQL_DECIMAL) &&
         binding->column_size == 0)
         return fail(stmt, STATE_HY104, "BindParameter: invalid precision");
 
@@ -138,7 +144,10 @@ static SQLRETURN bind_field(cass_stmt *stmt, cass_field *field, const parameter_
     field->data_ptr = binding->data;
     field->indicator_ptr = binding->length_or_indicator;
     field->octet_length_ptr = binding->length_or_indicator;
-    return cass_field_check(&stmt->head, field) == 0 ? SQL_SUCCESS : SQL_ERROR;
+    if (!judged && field->octet_length < 0)
+        return fail(stmt, STATE_HY090, "SQLBindParameter: invalid buffer length");
+    const auto check = judged ? cass_field_check : cass_field_check_types;
+    return check(&stmt->head, field) == 0 ? SQL_SUCCESS : SQL_ERROR;
 }
 
 static SQLRETURN bind_parameter(cass_stmt *stmt, const parameter_binding *binding)

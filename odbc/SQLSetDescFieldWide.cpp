@@ -191,6 +191,22 @@ static SQLRETURN apply(const set_call &call, cass_field *field)
     }
 }
 
+static bool a_set_field_drops_the_indicator(const cass_conn *conn)
+{
+    return conn->conduct->a_set_field_drops_the_indicator;
+}
+
+// The buffers belong to a description that is about to change.
+static void unbind_record(const set_call &call, cass_field *field)
+{
+    field->data_ptr = nullptr;
+    // In an ARD they are what a fetch still writes to.
+    if (call.role != ROLE_ARD && !a_set_field_drops_the_indicator(desc_conn(call.desc)))
+        return;
+    field->indicator_ptr = nullptr;
+    field->octet_length_ptr = nullptr;
+}
+
 static bool keeps_binding(SQLSMALLINT id)
 {
     return id == SQL_DESC_DATA_PTR || id == SQL_DESC_INDICATOR_PTR ||
@@ -211,13 +227,9 @@ static SQLRETURN set_desc_field(const set_call &call, SQLSMALLINT rec, SQLSMALLI
         return expand_failed(call);
 
     cass_field *field = rec == 0 ? &desc->bookmark_field : &desc->fields[rec - 1];
-    // Setting any other field unbinds the record, even one that turns out not to exist: the buffers
-    // belong to the description that is now changing.
-    if (!keeps_binding(field_identifier)) {
-        field->data_ptr = nullptr;
-        field->indicator_ptr = nullptr;
-        field->octet_length_ptr = nullptr;
-    }
+    // Setting any other field unbinds the record, even one that turns out not to exist.
+    if (!keeps_binding(field_identifier))
+        unbind_record(call, field);
     return call.row != nullptr ? apply(call, field) : refuse(call, STATE_HY091, "unexpected field");
 }
 

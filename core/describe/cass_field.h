@@ -42,7 +42,9 @@ enum : int {
 // Brings consise_type, type and datetime_interval_code in step from the one that `mode` names and
 // refills the defaults that follow. 0, or -1 with HY021 or HY003 posted on `handle`.
 int cass_update_desc_type(cass_handle *handle, cass_field *field, int mode);
-// Consistency of a record about to be used. 0, or -1 with HY021 posted.
+// Consistency of a record about to be used: of its types, and of them and its sizes. 0, or -1 with
+// HY021 posted.
+int cass_field_check_types(cass_handle *handle, const cass_field *field);
 int cass_field_check(cass_handle *handle, const cass_field *field);
 
 // C type in which a SQL type is bound by default.

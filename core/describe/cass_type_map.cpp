@@ -414,14 +414,20 @@ static const char *size_complaint(const cass_field *field)
     return field->octet_length < 0 ? "Negative octet length value" : nullptr;
 }
 
+int cass_field_check_types(cass_handle *handle, const cass_field *field)
+{
+    if (types_consistent(field))
+        return 0;
+    CASS_LOG(handle, LOG_ERROR, "cass_field_check: inconsistent types %d and %d",
+             field->consise_type, field->type);
+    cass_post_error(handle, STATE_HY021, 0, nullptr);
+    return -1;
+}
+
 int cass_field_check(cass_handle *handle, const cass_field *field)
 {
-    if (!types_consistent(field)) {
-        CASS_LOG(handle, LOG_ERROR, "cass_field_check: inconsistent types %d and %d",
-                 field->consise_type, field->type);
-        cass_post_error(handle, STATE_HY021, 0, nullptr);
+    if (cass_field_check_types(handle, field) != 0)
         return -1;
-    }
     if (const char *complaint = size_complaint(field)) {
         CASS_LOG(handle, LOG_ERROR, "cass_field_check: %s", complaint);
         cass_post_error(handle, STATE_HY021, 0, complaint);

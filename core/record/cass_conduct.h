@@ -60,6 +60,11 @@ struct cass_conduct {
     // A pause for data at execution never ends: data is taken behind its run, and SQLCancel leaves
     // it open. 0: either ends it.
     bool a_pause_stays_open;
+    // SQLBindParameter refuses sizes and digits that no decimal has, by HY104 and HY021. 0: it takes
+    // any, as the column decides.
+    bool sizes_of_a_binding_are_judged;
+    // Setting a field of an APD's record takes its indicator away with its buffer. 0: the buffer.
+    bool a_set_field_drops_the_indicator;
     // SQL_DEFAULT_PARAM is a length like another. 0: 07S01, as CQL has no default parameters.
     bool a_default_parameter_is_a_length;
     // Installing an APD takes the statement's link from the current ARD.

@@ -47,6 +47,32 @@ TEST(parameter_bind, bad_arguments_are_refused)
 }
 // clang-format on
 
+// Sizes and digits do not matter where the column decides, and an indicator that was set before the
+// type of a record stays with it.
+TEST(parameter_bind, sizes_do_not_matter_where_the_column_decides)
+{
+    for (const bool standard : {false, true}) {
+        session s;
+        s.conn->conduct = standard ? &standard_conduct : &default_conduct;
+        const std::tuple<SQLSMALLINT, SQLULEN, SQLSMALLINT> cases[] = {
+            {SQL_C_CHAR, 0, 0}, {SQL_C_NUMERIC, 38, -4}, {SQL_C_CHAR, 0xFFFFFFFE, 127}};
+        for (const auto &[c_type, size, digits] : cases)
+            EXPECT_EQ(standard ? SQL_SUCCESS : SQL_ERROR,
+                      bind(s.stmt, 1, c_type, size == 0 ? SQL_DECIMAL : SQL_VARCHAR, &s, nullptr, 0,
+                           size, digits));
+        EXPECT_EQ(SQL_ERROR, bind(s.stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &s, nullptr, -7));
+        SQLLEN indicator = SQL_NULL_DATA;
+        for (cass_desc *desc : {s.stmt->apd, s.stmt->ard}) {
+            SQLSetDescField(desc, 1, SQL_DESC_INDICATOR_PTR, &indicator, 0);
+            SQLSetDescField(desc, 1, SQL_DESC_DATA_PTR, &s, 0);
+            SQLSetDescField(desc, 1, SQL_DESC_TYPE, reinterpret_cast<void *>(SQL_C_NUMERIC), 0);
+            EXPECT_EQ(desc->fields[0].data_ptr, nullptr);
+            EXPECT_EQ(desc->fields[0].indicator_ptr,
+                      standard && desc == s.stmt->apd ? &indicator : nullptr);
+        }
+    }
+}
+
 // The work is done although the code says otherwise.
 TEST(parameter_bind, unbinding_from_the_end_shrinks_the_list)
 {
