@@ -41,12 +41,6 @@ static bool is_integer(const cass_param *param)
     return kind == KIND_SIGNED || kind == KIND_UNSIGNED || kind == KIND_BIT;
 }
 
-// A settled text lies in the parameter's own memory.
-static char *own_text(const cass_param *param)
-{
-    return const_cast<char *>(param_text(param).data());
-}
-
 // ---- Digits ------------------------------------------------------------------------------------
 
 // "[sign]digits" to the end of the text, held within SCALE_LIMIT.
@@ -147,8 +141,9 @@ static int read_number(cass_param *param, exact_number *number)
     case KIND_NUMERIC:
         return digits_of_number(param, number);
     case KIND_TEXT:
-        return read_digits(own_text(param), param_text(param).size(), number) ? 0
-                                                                              : no_number(param);
+        return read_digits(param_own_characters(param), param_text(param).size(), number)
+                   ? 0
+                   : no_number(param);
     default:
         return param_fail_source(param, "read_number");
     }
@@ -363,7 +358,7 @@ template <typename Real>
 static int read_real(cass_param *param, Real *value)
 {
     if (param_is_text(param))
-        return real_from_text(param, own_text(param), param_text(param).size(), value);
+        return real_from_text(param, param_own_characters(param), param_text(param).size(), value);
     if (param->c_type.kind == KIND_NUMERIC) {
         exact_number number;
         if (digits_of_number(param, &number) != 0)

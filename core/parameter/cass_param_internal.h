@@ -146,11 +146,20 @@ int typed_put_real(cass_param *param, cass_packet *packet, const cass_type_optio
 int typed_put_date(cass_param *param, cass_packet *packet, const cass_type_option *type);
 int typed_put_time(cass_param *param, cass_packet *packet, const cass_type_option *type);
 int typed_put_timestamp(cass_param *param, cass_packet *packet, const cass_type_option *type);
+int typed_put_duration(cass_param *param, cass_packet *packet, const cass_type_option *type);
+// A literal of a nested type. 07006 where a type in it is not known.
+int typed_put_literal(cass_param *param, cass_packet *packet, const cass_type_option *type);
 
 // The text of a settled source.
 inline std::string_view param_text(const cass_param *param)
 {
     return {reinterpret_cast<const char *>(param->data), static_cast<std::size_t>(param->length)};
+}
+
+// The same, to be changed: it lies in memory of the parameter's own.
+inline char *param_own_characters(const cass_param *param)
+{
+    return const_cast<char *>(param_text(param).data());
 }
 
 inline bool param_is_text(const cass_param *param)

@@ -43,6 +43,13 @@ static constexpr typed_row typed_rows[] = {
     {CQL_TIME, 8, {KIND_TIME, sizeof(SQL_TIME_STRUCT)}, typed_put_time},
     {CQL_SMALLINT, 2, {KIND_SIGNED, 2}, typed_put_integer},
     {CQL_TINYINT, 1, {KIND_SIGNED, 1}, typed_put_integer},
+    {CQL_LIST, 0, {KIND_TEXT, 0}, typed_put_literal},
+    {CQL_MAP, 0, {KIND_TEXT, 0}, typed_put_literal},
+    {CQL_SET, 0, {KIND_TEXT, 0}, typed_put_literal},
+    {CQL_UDT, 0, {KIND_TEXT, 0}, typed_put_literal},
+    {CQL_TUPLE, 0, {KIND_TEXT, 0}, typed_put_literal},
+    {CQL_DURATION, 0, {KIND_TEXT, 0}, typed_put_duration},
+    {CQL_VECTOR, 0, {KIND_TEXT, 0}, typed_put_literal},
 };
 
 static const typed_row *find_row(const cass_type_option *type)

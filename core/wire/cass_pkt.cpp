@@ -190,6 +190,27 @@ std::int32_t pkt_put_int(cass_packet *packet, std::int32_t value)
     return 4;
 }
 
+void pkt_set_int(cass_packet *packet, std::int32_t position, std::int32_t value)
+{
+    if (!packet->failed)
+        store_be32(packet->body + position, static_cast<std::uint32_t>(value));
+}
+
+void pkt_replace_int(cass_packet *packet, std::int32_t position, const void *bytes,
+                     std::int32_t count)
+{
+    constexpr std::int32_t int_size = 4;
+    const std::int32_t end = packet->write_pos;
+    if (packet->failed || (count > int_size && append(packet, count - int_size) == nullptr))
+        return;
+    unsigned char *place = packet->body + position;
+    std::memmove(place + count, place + int_size,
+                 static_cast<std::size_t>(end - position - int_size));
+    std::memcpy(place, bytes, static_cast<std::size_t>(count));
+    packet->write_pos = end + count - int_size;
+    packet->length = packet->write_pos;
+}
+
 std::int32_t pkt_put_long(cass_packet *packet, std::int64_t value)
 {
     unsigned char *place = append(packet, 8);

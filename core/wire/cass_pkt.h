@@ -132,6 +132,12 @@ std::int32_t pkt_put_long_string(cass_packet *packet, const cass_string *text);
 std::int32_t pkt_put_short_bytes(cass_packet *packet, const void *bytes, std::int32_t count);
 std::int32_t pkt_put_long_bytes(cass_packet *packet, const void *bytes, std::int32_t count);
 
+// Four bytes that were written at `position` become the number, and `count` other bytes stand in
+// place of such four, with what is behind them moved. Nothing in a frame that takes no more.
+void pkt_set_int(cass_packet *packet, std::int32_t position, std::int32_t value);
+void pkt_replace_int(cass_packet *packet, std::int32_t position, const void *bytes,
+                     std::int32_t count);
+
 inline std::int32_t pkt_position(const cass_packet *packet)
 {
     return packet->write_pos;

@@ -58,6 +58,33 @@ bool cql_type_is_nested(std::int32_t option_id)
     return option_id >= CQL_LIST && option_id <= CQL_TUPLE;
 }
 
+std::int64_t cql_element_size(const cass_type_option *type)
+{
+    type = cql_type_meant(type);
+    if (type == nullptr)
+        return 0;
+    switch (type->option_id) {
+    case CQL_BOOLEAN:
+        return 1;
+    case CQL_INT:
+    case CQL_FLOAT:
+        return 4;
+    case CQL_BIGINT:
+    case CQL_DOUBLE:
+    case CQL_TIMESTAMP:
+        return 8;
+    case CQL_UUID:
+    case CQL_TIMEUUID:
+        return 16;
+    case CQL_VECTOR: {
+        const std::int64_t size = cql_element_size(type->element);
+        return size <= INT32_MAX ? size * type->vector_size : size;  // larger than any value
+    }
+    default:
+        return 0;
+    }
+}
+
 enum tree_state {
     TREE_WHOLE,
     TREE_TOO_DEEP,

@@ -78,6 +78,10 @@ inline const cass_type_option *cql_type_meant(const cass_type_option *option)
     return custom && option->element != nullptr ? option->element : option;
 }
 
+// Bytes of each element of this type in a vector; 0: they differ, or the server says so, and each
+// has its length in front.
+std::int64_t cql_element_size(const cass_type_option *type);
+
 // A type tree of at most 64 levels, *types of them, or null: deeper, or with -1 in *types, out of
 // memory. The tree holds the first 1024 types; the others are passed over, and their branches are
 // null. Members that a short body does not have are left out, and the counts are those of the
