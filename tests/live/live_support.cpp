@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "tests/node/certificates.h"
 
@@ -14,8 +13,7 @@
 // the end, so that a leak report can name its functions.
 static std::string shipped_odbcinst()
 {
-    std::ifstream file(VHCASS_ODBCINST_TEMPLATE);
-    const std::string text((std::istreambuf_iterator<char>(file)), {});
+    const std::string text = file_content(VHCASS_ODBCINST_TEMPLATE);
     const std::string path = std::filesystem::path(VHCASS_LIBRARY).parent_path();
     return replaced(replaced(text, "@path@", path), "Driver =", "DontDLClose = 1\nDriver=");
 }

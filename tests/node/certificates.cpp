@@ -113,3 +113,9 @@ std::string file_folder::add(const std::string &name, const std::string &content
     std::ofstream(path + "/" + name) << content;
     return path + "/" + name;
 }
+
+std::string file_content(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}

@@ -40,5 +40,7 @@ struct file_folder {
     // The path of a new file with this content.
     std::string add(const std::string &name, const std::string &content) const;
 };
+// Empty when there is no such file.
+std::string file_content(const std::string &path);
 
 #endif

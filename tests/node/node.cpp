@@ -81,11 +81,13 @@ static bool receive(const node_connection &from, void *buffer, std::size_t count
 }
 
 // A peer that has gone is no complaint: tests let the driver hang up in mid-reply.
-static void transmit(int socket, std::string_view data, bool slowly)
+static void transmit(const node_connection &to, std::string_view data, bool slowly)
 {
     while (!data.empty()) {
         const std::size_t piece = slowly ? 1 : data.size();
-        const ssize_t sent = send(socket, data.data(), piece, MSG_NOSIGNAL);
+        const ssize_t sent = to.tls != nullptr
+                                 ? SSL_write(to.tls.get(), data.data(), static_cast<int>(piece))
+                                 : send(to.socket, data.data(), piece, MSG_NOSIGNAL);
         if (sent <= 0)
             return;
         data.remove_prefix(static_cast<std::size_t>(sent));
@@ -98,16 +100,11 @@ static void transmit(int socket, std::string_view data, bool slowly)
 // TLS ends with its own farewell, unless the connection is reset.
 static void hang_up(const node_connection &connection, bool reset)
 {
-    const int socket = connection.socket;
-    if (connection.tls != nullptr && !reset) {
+    if (connection.tls != nullptr && !reset)
         SSL_shutdown(connection.tls.get());
-        transmit(socket, tls_take(connection.tls.get()), false);
-    }
-    if (reset) {
-        const linger at_once = {.l_onoff = 1, .l_linger = 0};
-        setsockopt(socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
-    }
-    close(socket);
+    const linger at_once = {.l_onoff = reset, .l_linger = 0};
+    setsockopt(connection.socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    close(connection.socket);
 }
 
 static void answer_http(scripted_node *node, const node_connection &from)
@@ -117,7 +114,7 @@ static void answer_http(scripted_node *node, const node_connection &from)
         request += byte;
     const std::lock_guard hold(node->lock);
     node->http_request = request;
-    transmit(from.socket, tls_encrypt(from.tls.get(), node->tls->http), false);
+    transmit(from, node->tls->http, false);
 }
 
 // One request, restored. False when the connection is at its end.
@@ -195,10 +192,7 @@ static bool serve(scripted_node *node, node_connection *connection)
     if (request.opcode == NODE_STARTUP)
         connection->lz4 = request.body == startup_body(true);
     for (const node_frame &reply : answers_to(node, request)) {
-        const bytes frame = frame_on_wire(reply, connection->lz4, request.stream);
-        SSL *const tls = connection->tls.get();
-        transmit(connection->socket, tls != nullptr ? tls_encrypt(tls, frame) : frame,
-                 reply.slowly);
+        transmit(*connection, frame_on_wire(reply, connection->lz4, request.stream), reply.slowly);
         if (reply.ending != KEEP_OPEN) {
             hang_up(*connection, reply.ending == RESET);
             return false;
@@ -214,7 +208,6 @@ static bool shake_hands(scripted_node *node, const node_connection &with)
     SSL_set_fd(tls, with.socket);
     if (SSL_accept(tls) != 1)
         return false;
-    SSL_set0_wbio(tls, BIO_new(BIO_s_mem()));
     const char *name = SSL_get_servername(tls, TLSEXT_NAMETYPE_host_name);
     const std::lock_guard hold(node->lock);
     node->tls_names.push_back(name != nullptr ? name : "");
@@ -247,7 +240,7 @@ static void take_connection(scripted_node *node)
 
 static void run(scripted_node *node)
 {
-    // A handshake may find that its peer has gone.
+    // A peer that speaks TLS may have gone.
     sigset_t pipe_signal;
     sigemptyset(&pipe_signal);
     sigaddset(&pipe_signal, SIGPIPE);
@@ -373,6 +366,13 @@ node_frame stock_supported(bool lz4)
         options.push_back({"COMPRESSION", {"snappy", "lz4"}});
     options.push_back({"CQL_VERSION", {"3.4.7"}});
     return supported_frame(options);
+}
+
+node_frame stock_answer(const node_request &request, bool lz4)
+{
+    return request.opcode == NODE_OPTIONS   ? stock_supported(lz4)
+           : request.opcode == NODE_STARTUP ? ready_frame()
+                                            : void_frame();
 }
 
 void expect_logon(scripted_node *node, const node_logon &logon)

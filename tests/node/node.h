@@ -84,6 +84,8 @@ struct node_logon {
 void expect_logon(scripted_node *node, const node_logon &logon = {});
 // SUPPORTED as a server of today gives it.
 node_frame stock_supported(bool lz4);
+// To the requests of a logon what lets it pass, to all others a result of nothing.
+node_frame stock_answer(const node_request &request, bool lz4 = false);
 
 inline void expect_query(scripted_node *node, std::string_view sql, std::vector<node_frame> replies)
 {

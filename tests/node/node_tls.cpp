@@ -56,17 +56,3 @@ tls_session tls_accept(const node_tls &settings)
     SSL_CTX_free(ctx);
     return session;
 }
-
-bytes tls_take(SSL *ssl)
-{
-    bytes data(BIO_ctrl_pending(SSL_get_wbio(ssl)), '\0');
-    BIO_read(SSL_get_wbio(ssl), data.data(), static_cast<int>(data.size()));
-    return data;
-}
-
-bytes tls_encrypt(SSL *ssl, std::string_view data)
-{
-    if (!data.empty())
-        SSL_write(ssl, data.data(), static_cast<int>(data.size()));
-    return tls_take(ssl);
-}

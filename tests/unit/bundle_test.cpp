@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 
 #include "core/session/cass_bundle.h"
 #include "odbc/SQLConnectWide.h"
@@ -89,7 +88,7 @@ TEST_F(bundle, that_is_broken_is_told_and_keeps_what_was_taken)
     write_bundle(path, {{"config", "{}"}});
     EXPECT_EQ(told(path), none + error + "zip_fopen( \"config.json\" ) fails: 'No such file'\n");
     EXPECT_EQ(told("/no/such"), none + error + "Failed to open bundle '/no/such'\n");
-    std::ofstream(path) << "no zip";
+    folder.add("bundle.zip", "no zip");
     EXPECT_EQ(told(path), none + error + "Failed to open bundle '" + path +
                               "' zerror=19 'The file specified by fd is not a zip archive.'\n");
 }
@@ -97,19 +96,18 @@ TEST_F(bundle, that_is_broken_is_told_and_keeps_what_was_taken)
 TEST_F(bundle, with_any_byte_cut_off_or_changed_does_no_harm)
 {
     write_bundle(path, {{"config.json", locations}, {"ca", locations}, {"d/c", ""}, {"key", "k"}});
-    std::ifstream file(path);
-    const std::string whole((std::istreambuf_iterator<char>(file)), {});
+    const std::string whole = file_content(path);
     const auto open_files = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     };
     EXPECT_EQ(told(path), "db Ks 1 1 2 1 0\n");
     const auto files = open_files();
     for (std::size_t i = 1; i < whole.size(); i++) {
-        std::ofstream(path, std::ios::trunc) << whole.substr(0, i);
+        folder.add("bundle.zip", whole.substr(0, i));
         EXPECT_NE(told(path).find("HY000"), std::string::npos) << i;
         std::string changed = whole;
         changed[i] = static_cast<char>(~changed[i]);
-        std::ofstream(path, std::ios::trunc) << changed;
+        folder.add("bundle.zip", changed);
         const std::string lines = told(path);
         EXPECT_LE(std::count(lines.begin(), lines.end(), '\n'), 2) << i;
     }

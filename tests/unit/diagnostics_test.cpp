@@ -1,7 +1,6 @@
 // Diagnostic records as an application reads them: order, messages, and every buffer size on the
 // way out, in both forms.
 #include <sstream>
-#include <thread>
 
 #include "tests/unit/handles.h"
 
@@ -103,20 +102,4 @@ TEST_F(diagnostics, fields_of_a_record_and_of_its_handle)
         EXPECT_EQ(field(conn, SQL_DIAG_CLASS_ORIGIN) + field(conn, SQL_DIAG_SUBCLASS_ORIGIN),
                   wanted);
     }
-}
-
-// A reader on another thread meets whole records while the list is changed under it.
-TEST_F(diagnostics, a_list_may_be_read_while_another_thread_changes_it)
-{
-    std::thread writer([&] {
-        for (int i = 0; i < 2000; i++) {
-            cass_post_error(&conn->head, STATE_08S01, i, "read failed");
-            cass_diag_clear(&conn->head);
-        }
-    });
-    for (int i = 0; i < 2000; i++) {
-        const std::string read = message(1);
-        EXPECT_TRUE(read == "(none)" || read.starts_with(PREFIX)) << read;
-    }
-    writer.join();
 }

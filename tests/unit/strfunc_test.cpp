@@ -1,20 +1,6 @@
-// The driver's text and its edges: what null and empty mean, and encodings good and malformed.
+// The driver's text and its edges: encodings good and malformed, parts, and numbers.
 #include "support/ascii.h"
 #include "tests/unit/handles.h"
-
-TEST(strfunc, null_and_empty_arguments)
-{
-    static constexpr SQLCHAR empty[] = {0};
-    for (cass_string *null :
-         {cass_string_from_ansi(nullptr, SQL_NTS), cass_string_from_wide(nullptr, 3),
-          cass_string_from_utf8(nullptr, 3, 1), cass_string_copy(nullptr),
-          cass_string_alloc(std::int64_t{1} << 31)})
-        EXPECT_EQ(null, nullptr);
-    for (cass_string *string :
-         {cass_string_from_ansi(empty, SQL_NTS), cass_string_from_ansi(empty, -7),
-          cass_string_from_cstr(nullptr), cass_string_from_bytes(nullptr, 9)})
-        EXPECT_EQ(units_of(own(string).get()), u"");
-}
 
 TEST(strfunc, utf8_with_the_masks_of_the_driver)
 {

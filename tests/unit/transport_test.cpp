@@ -5,14 +5,12 @@
 #include <netinet/in.h>
 #include <signal.h>
 
-#include <atomic>
 #include <chrono>
 #include <thread>
 
 #include "core/net/cass_conn.h"
 #include "core/session/cass_logon.h"
 #include "core/statement/cass_pkt_exchange.h"
-#include "odbc/entry_frame.h"
 #include "tests/unit/handles.h"
 
 // ---- Bytes --------------------------------------------------------------------------------------
@@ -92,47 +90,6 @@ TEST(open_servers, that_stay_silent_end_in_a_time_out)
 }
 
 // ---- Two threads on one connection --------------------------------------------------------------
-
-TEST(exchange, statements_of_two_threads_never_read_each_others_replies)
-{
-    session s;
-    // The peer answers each request with an ERROR that repeats the request's body.
-    std::thread peer([&] {
-        char frame[12];
-        while (recv(s.peer, frame, sizeof frame, MSG_WAITALL) == sizeof frame)
-            say(s, reply(OPCODE_ERROR, be32(1) + str({frame + 9, 3})));
-    });
-    std::atomic<int> wrong = 0;
-    const auto work = [&](cass_stmt *stmt, const std::string &name) {
-        for (int i = 0; i < 2000; i++) {
-            const held_packet packet(packet_of(stmt, OPCODE_QUERY, name));
-            send_and_execute(stmt, packet.get());
-            wrong += records(&stmt->head) !=
-                     "08S01|Communication link failure: error code 1 '" + name + "'\n";
-            cass_diag_clear(&stmt->head);
-        }
-    };
-    std::thread other(work, cass_alloc_stmt(s.conn), "two");
-    work(s.stmt, "one");
-    other.join();
-    shutdown(s.conn->socket, SHUT_RDWR);
-    peer.join();
-    EXPECT_EQ(wrong, 0);
-}
-
-// Nothing stops the end of a thread, but it leaves no lock behind.
-TEST(entry_frame, thread_that_ends_within_a_call_leaves_the_handle_free)
-{
-    session s;
-    std::thread([&] {
-        static constexpr entry_point entry = {.name = "SQLFetch", .source = "SQLFetch.c"};
-        enter_stmt(
-            s.stmt, entry, [](cass_stmt *) {},
-            [](cass_stmt *) -> SQLRETURN { pthread_exit(nullptr); });
-    }).join();
-    ASSERT_EQ(cass_lock_try_enter(&s.stmt->api_lock), 1);
-    cass_lock_leave(&s.stmt->api_lock);
-}
 
 // The connect takes a second, as the server's queue is full. The request comes meanwhile.
 TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)

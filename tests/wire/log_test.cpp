@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <regex>
 #include <sstream>
@@ -17,13 +16,6 @@ namespace fs = std::filesystem;
 struct log_folder : ::testing::Test {
     const file_folder folder;
     const std::string file = folder.path + "/driver.log";
-
-    static std::string content(const std::string &path)
-    {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
-    }
 };
 
 // A record: "SQLFetch.c:13 (STMT) ENTRY SQLFetch: statement_handle=0x...".
@@ -188,7 +180,7 @@ TEST_F(log_folder, every_function_names_its_arguments_and_its_result)
         SCOPED_TRACE(row.function);
         fs::remove(file);
         const SQLRETURN code = row.call(arguments);
-        const row_list records = records_of(arguments.names(content(file)));
+        const row_list records = records_of(arguments.names(file_content(file)));
         ASSERT_FALSE(records.empty());
         const row_list told = told_before_postings(records);
         EXPECT_EQ(std::ranges::count(told, "nothing"), 0);
@@ -229,7 +221,7 @@ TEST_F(log_folder, the_setting_chooses_the_kinds)
         fs::remove(file);
         const wire_ptr wire = wire_logged_on({}, "LOGGING=" + word + ";LOGFILE=" + file);
         run_query(wire, "select 1", error_frame(0x2200, "no"), SQL_ERROR);
-        const std::string log = content(file);
+        const std::string log = file_content(file);
         EXPECT_EQ(kinds_in(log), kinds);
         EXPECT_EQ(log.find("Start of log dump") != std::string::npos, dumped);
     }
@@ -254,7 +246,7 @@ TEST_F(log_folder, each_failure_of_a_connect_or_a_reply_is_recorded_before_it_is
     };
     for (const auto &[server, failures] : connects) {
         wire_driver_connect(wire->conn, "SERVER=" + server + settings);
-        EXPECT_EQ(told_before_postings(records_of(content(file))), failures);
+        EXPECT_EQ(told_before_postings(records_of(file_content(file))), failures);
         fs::remove(file);
     }
     wire = wire_logged_on({}, settings);
@@ -273,7 +265,7 @@ TEST_F(log_folder, each_failure_of_a_connect_or_a_reply_is_recorded_before_it_is
         expect_query(wire->node.get(), "q", {reply});
         exec(wire->stmt, "q");
         SQLFetch(wire->stmt);
-        EXPECT_EQ(told_before_postings(records_of(content(file))), failures);
+        EXPECT_EQ(told_before_postings(records_of(file_content(file))), failures);
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
     }
 }
@@ -304,7 +296,7 @@ TEST_F(log_folder, frames_are_dumped_in_both_directions)
     run_query(wire, "select v from t", reply);
     EXPECT_EQ(fetch_all(wire->stmt), row_list{text});
 
-    const std::string log = content(file);
+    const std::string log = file_content(file);
     EXPECT_EQ(kinds_in(log), "PKTDUMP");
     const auto request = [](int opcode, const bytes &body) {
         return frame_on_wire({.opcode = opcode, .body = body, .version = 4}, false, 0);
@@ -336,5 +328,5 @@ TEST_F(log_folder, goes_where_the_settings_say)
     std::snprintf(own_name, sizeof own_name, ".%08X.%08X", static_cast<unsigned>(getpid()),
                   static_cast<unsigned>(gettid()));
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.path), {}), 1);
-    EXPECT_NE(kinds_in(content(file + own_name)), "");
+    EXPECT_NE(kinds_in(file_content(file + own_name)), "");
 }

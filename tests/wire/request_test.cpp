@@ -40,6 +40,14 @@ TEST(requests, failed_preparation_is_tried_again_when_columns_are_asked_for)
     EXPECT_STMT(SQL_SUCCESS_WITH_INFO, wire->stmt, SQLNumResultCols(wire->stmt, &count));
     EXPECT_EQ(count, 1);
     EXPECT_EQ(stmt_records(wire->stmt), record_list{"01000 slow"});
+    // One that the server no longer knows is not prepared again behind the application.
+    for (int i = 0; i < 2; i++) {
+        const bytes body = wire_short_bytes("id") + page_tail();
+        node_expect(wire->node.get(), {NODE_EXECUTE, body, {error_frame(0x2500, "unknown")}});
+        EXPECT_STMT(SQL_ERROR, wire->stmt, SQLExecute(wire->stmt));
+        EXPECT_EQ(stmt_records(wire->stmt),
+                  record_list{link_failure + "error code 9472 'unknown'"});
+    }
 }
 
 // Empty pages may stand anywhere, later ones may leave out the columns; each page's state asks for

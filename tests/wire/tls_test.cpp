@@ -4,7 +4,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "tests/bundle_file.h"
@@ -43,9 +42,7 @@ static record_list tls_records(SQLHDBC conn)
 static record_list attempt(const wire_ptr &wire, const std::string &settings)
 {
     node_answer_rest(wire->node.get(), [](const node_request &request) {
-        return std::vector{request.opcode == NODE_OPTIONS   ? stock_supported(false)
-                           : request.opcode == NODE_STARTUP ? ready_frame()
-                                                            : void_frame()};
+        return std::vector{stock_answer(request)};
     });
     const SQLRETURN code = wire_connect(wire.get(), "Encrypt=yes;" + settings);
     const record_list list = tls_records(wire->conn);
@@ -104,8 +101,7 @@ TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
         EXPECT_EQ(attempt(wire, settings), c.fault.empty() ? record_list() : refusal);
         EXPECT_EQ(attempt(wire, settings + ";TrustServerCertificate=yes"),
                   c.forgiven ? record_list() : refusal);
-        std::ifstream file(log);
-        const std::string logged(std::istreambuf_iterator<char>(file), {});
+        const std::string logged = file_content(log);
         const auto tells = [&](const std::string &text) {
             return logged.find(text) < logged.size();
         };
@@ -300,7 +296,7 @@ TEST(tls_session, carries_megabytes_both_ways)
     got.pop_back();
     EXPECT_TRUE(got == blob);
     SQLCloseCursor(wire->stmt);
-    // A record that comes byte by byte.
+    // In records of one byte.
     frame = rows_frame({{"b", type_of(NODE_VARCHAR)}}, {{"slow"}, {"row"}});
     frame.slowly = true;
     run_query(wire, "slow", frame);
