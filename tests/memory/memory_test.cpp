@@ -202,12 +202,6 @@ static std::string run(const scenario &steps, application app, const allocation_
 
 // ---- The server ---------------------------------------------------------------------------------
 
-static node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {})
-{
-    return rows_frame(node_columns(rows.front().size(), {"c", type_of(NODE_VARCHAR)}), rows,
-                      options);
-}
-
 static const node_columns several = {
     {"a", type_of(NODE_INT)},     {"t", type_of(NODE_VARCHAR)},        {"b", type_of(NODE_BLOB)},
     {"d", type_of(NODE_DECIMAL)}, {"l", type_list(type_of(NODE_INT))}, {"i", type_of(NODE_INET)}};

@@ -99,6 +99,12 @@ node_frame rows_frame(const node_columns &columns, const std::vector<node_row> &
     return result_frame(2, body);
 }
 
+node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options)
+{
+    const std::size_t count = rows.empty() ? 2 : rows.front().size();
+    return rows_frame(node_columns(count, {"c", type_of(NODE_VARCHAR)}), rows, options);
+}
+
 node_frame prepared_frame(std::string_view id, const node_columns &parameters,
                           const node_columns &columns)
 {

@@ -84,6 +84,8 @@ node_frame error_frame(std::uint32_t code, std::string_view message, const bytes
 node_frame void_frame();
 node_frame rows_frame(const node_columns &columns, const std::vector<node_row> &rows,
                       const node_metadata &options = {});
+// Of text columns, two where there are no rows.
+node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {});
 node_frame set_keyspace_frame(std::string_view keyspace);
 // `parameters` are the bound columns, `columns` those of the result.
 node_frame prepared_frame(std::string_view id, const node_columns &parameters,

@@ -1,6 +1,5 @@
 // RESULT frames onto a statement: descriptions of columns, those that cannot be, and those that are
 // used again.
-#include <random>
 #include <vector>
 
 #include "core/describe/cass_field.h"
@@ -98,29 +97,6 @@ TEST(result, counts_and_trees_that_cannot_be_leave_no_columns)
         const std::string parameters = meta.substr(0, 8) + be32(0) + meta.substr(8);
         EXPECT_EQ(decode(s, be32(KIND_PREPARED) + str("id") + parameters), RESULT_MALFORMED);
         EXPECT_EQ(s.stmt->ipd->field_count, 0);
-    }
-}
-
-TEST(result, cut_or_garbled_anywhere_never_leaves_the_frame)
-{
-    const std::string marker = be32(0) + be32(1) + be32(2) + be16(0) + be16(1) + str("k") +
-                               str("t") + str("p") + type(CQL_TUPLE) + be16(2) + type(1) + udt;
-    const std::string bodies[] = {
-        be32(KIND_PREPARED) + str("id") + marker +
-            metadata(GLOBAL | MORE_PAGES, 1, columns({{"a", nested(5)}}), "state"),
-        be32(KIND_SCHEMA_CHANGE) + str("X") + str("TYPE") + str("k") + be16(0) + be16(1) + be16(0)};
-    std::minstd_rand random(1);
-    session s;
-    for (const std::string &body : bodies) {
-        for (std::size_t cut = 0; cut < body.size(); cut++)
-            decode(s, body.substr(0, cut));
-        for (int i = 0; i < 100; i++) {
-            std::string garbled = body;
-            for (int k = 0; k < 3; k++)
-                garbled[4 + random() % (body.size() - 4)] = static_cast<char>(random() >> 8);
-            decode(s, garbled);
-            cass_diag_clear(&s.stmt->head);
-        }
     }
 }
 

@@ -19,13 +19,18 @@ struct settings : stmt_fixture {
     // The installer library remembers values by section and key for some time, whatever file they
     // came from: no two cases use one section name.
     void write_ini(const std::string &content) { folder.add("user.ini", content); }
-    // Another connection, so that nothing of an earlier case is left.
+    // Another connection for each reading, so that nothing of an earlier one is left.
     void renew()
     {
         cass_free_conn(conn, 0);
         conn = cass_alloc_conn(env, 3);
     }
     void read_dsn(const char *dsn, const char *user = nullptr, const char *password = nullptr)
+    {
+        renew();
+        read_dsn_too(dsn, user, password);
+    }
+    void read_dsn_too(const char *dsn, const char *user, const char *password)
     {
         const auto text = [](const char *bytes) {
             return own(bytes == nullptr ? nullptr : cass_string_from_cstr(bytes));
@@ -34,6 +39,7 @@ struct settings : stmt_fixture {
     }
     void parse(const std::string &text)
     {
+        renew();
         cass_parse_connect_string(conn, own(cass_string_from_cstr(text.c_str())).get());
     }
     std::string out_string() { return text_of(own(cass_build_out_string(conn)).get()); }
@@ -72,17 +78,14 @@ TEST_F(settings, every_key_reaches_its_field_on_all_roads)
               "SOKEEPALIVE=16\nAstra=Yes\nConsistency=each_quorum\nStringLen=17\nBinaryLen=18\n");
     parse("DSN=all");
     EXPECT_EQ(all(), every_setting);
-    renew();
     read_dsn("all");
     EXPECT_EQ(all(), every_setting);
     EXPECT_EQ(text_of(conn->settings.dsn), "all");
-    renew();
     parse("Driver={x};uid=u;PWD=p;SERVER=s;Bundle=b;keySpace=k;ENTROPY=e;PrivateKeyFile=pk;"
           "CertificateFile=cf;PublicKeyFile=pf;LOGFILE=/dev/null;Logging=0x4;Port=11;astra_port=12;"
           "IPv6=yes;logontimeout=13;connectiontimeout=14;ENCRYPT=True;trustservercertificate=yes;"
           "rcvbuffer=15;sokeepalive=16;ASTRA=YES;CONSISTENCY=7;STRINGLEN=17;BINARYLEN=18");
     EXPECT_EQ(all(), every_setting);
-    renew();
     parse(";;;=x;nokey;UNKNOWN=1;AstraPort=4;SecureConnectionBundlePath=b");
     cass_parse_connect_string(conn, nullptr);
     EXPECT_EQ(all(), no_setting);
@@ -114,13 +117,10 @@ TEST_F(settings, words_mean_what_their_road_says)
             const auto field = fields.find(row.pair.substr(0, row.pair.find('=')));
             return field == fields.end() ? conn->head.log_mask : conn->settings.*field->second;
         };
-        renew();
         read_dsn(dsn.c_str());
         EXPECT_EQ(value(), row.by_connect) << row.pair;
-        renew();
         parse(row.pair);
         EXPECT_EQ(value(), row.by_string) << row.pair;
-        renew();
         parse("DSN=" + dsn);
         EXPECT_EQ(value(), row.by_section) << row.pair;
     }
@@ -136,7 +136,6 @@ TEST_F(settings, a_connection_string_is_cut_by_its_separators_outside_braces_onl
         {" UID=a;UID =b; PORT=5;PWD= p ", "(null)  p  0"},
     };
     for (const auto &[text, read] : cases) {
-        renew();
         parse(text);
         EXPECT_EQ(text_of(conn->settings.user) + " " + text_of(conn->settings.password) + " " +
                       std::to_string(conn->settings.port),
@@ -153,27 +152,24 @@ TEST_F(settings, what_is_given_wins_over_the_section_key_by_key)
     parse("DSN=one;DSN=two;SERVER=mine;UID=;PORT=0;ipv6=no;LOGFILE=/dev/full");
     EXPECT_EQ(all(), " p1 mine - - - - - - /dev/full 4 0 0 0 0 0 0 0 0 0 0 2 256 1024");
     // A negative number other than -1 has been given, and is then absent.
-    renew();
     parse("DSN=one;PORT=-1;CONSISTENCY=-4");
     EXPECT_EQ(all(), "u1 p1 s1 - - - - - - /dev/null 4 1 0 1 0 0 0 0 0 0 0 1 256 1024");
     // Arguments of the call.
-    read_dsn("one", "", "mine");
+    read_dsn_too("one", "", "mine");
     EXPECT_EQ(text_of(conn->settings.user) + text_of(conn->settings.password), "mine");
     // Without an address nothing is kept; without a section there is nothing.
     for (const char *name : {"bare", "", "missing", static_cast<const char *>(nullptr)}) {
-        renew();
         read_dsn(name, "me", "secret");
         EXPECT_EQ(all(), no_setting) << (name == nullptr ? "(null)" : name);
     }
     // An ANSI application's UTF-8, and the character itself, as the wide form brings it.
     for (const char *name : {"M\xC3\xBCller", "M\xFCller"}) {
-        renew();
         read_dsn(name);
         EXPECT_EQ(text_of(conn->settings.server), "s");
     }
     // What a second connect finds from the first: a section leaves more behind than a string.
     parse("SERVER=s;UID=u;PORT=5;CONSISTENCY=5;SOKEEPALIVE=7;PrivateKeyFile=pk;ENTROPY=e");
-    read_dsn("c");
+    read_dsn_too("c", nullptr, nullptr);
     EXPECT_EQ(all(), "- - t - - - pk - -  0 0 0 0 0 0 0 0 0 7 0 1 256 1024");
 }
 
@@ -187,7 +183,6 @@ TEST_F(settings, over_long_values_are_cut)
     read_dsn("long");
     EXPECT_TRUE(text_of(conn->settings.server) == cut && conn->settings.log_file == cut);
     EXPECT_EQ(conn->settings.port, 0);  // the list of keys ends before it
-    renew();
     parse("LOGFILE=" + value + ";PWD=" + value);
     EXPECT_TRUE(text_of(conn->settings.password) == value && conn->settings.log_file == cut);
 }

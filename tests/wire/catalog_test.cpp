@@ -4,13 +4,6 @@
 
 #include "tests/wire/wire_support.h"
 
-// Rows of text columns; a cell without a value is null.
-static node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {})
-{
-    const std::size_t count = rows.empty() ? 2 : rows.front().size();
-    return rows_frame(node_columns(count, {"c", type_of(NODE_VARCHAR)}), rows, options);
-}
-
 // ---- Arguments ---------------------------------------------------------------------------------
 
 // A text with a length of its own, or a null pointer.

@@ -74,28 +74,38 @@ TEST(lies, short_body_ends_the_result)
     }
 }
 
-TEST(lies, any_byte_may_be_wrong)
+// To a query and to a preparation alike; -1 is the end of the body.
+TEST(lies, any_byte_may_be_wrong_or_missing)
 {
     const wire_ptr wire = wire_logged_on();
+    const node_column odd = {"o", type_of(NODE_TUPLE) + be16(2) + type_of(NODE_INT) +
+                                      type_of(NODE_SET) + type_of(NODE_CUSTOM) + wire_string("x")};
+    const bytes bodies[] = {mixed_rows().body, prepared_frame("id", {odd}, mixed).body,
+                            be32(5) + wire_string("CREATED") + wire_string("FUNCTION") +
+                                wire_string("ks") + wire_string("f") + be16(1) +
+                                wire_string("int")};
     // A page that is asked for by a wrong flag gets a refusal.
     node_answer_rest(wire->node.get(), [](const node_request &) {
         return std::vector<node_frame>{error_frame(0x2200, "no such page")};
     });
-    const bytes whole = mixed_rows().body;
-    for (std::size_t at = 0; at < whole.size(); at++) {
-        SCOPED_TRACE(at);
-        for (const unsigned char value : {0x00, 0x01, 0x05, 0x22, 0x7F, 0x80, 0xFF}) {
-            bytes body = whole;
-            body[at] = static_cast<char>(value);
-            expect_query(wire->node.get(), "q", {result_of(body)});
-            exec(wire->stmt, "q");
-            // Of thousands of columns the first ones.
-            for (int row = 0; row < 5 && SQL_SUCCEEDED(SQLFetch(wire->stmt)); row++)
-                for (int column = 1; column <= std::min(column_count(wire->stmt), 50); column++)
-                    cell_text(wire->stmt, column);
-            expect_in_step(wire);
+    for (const bytes &whole : bodies)
+        for (std::size_t at = 0; at < whole.size(); at++) {
+            SCOPED_TRACE(at);
+            for (const int value : {-1, 0x00, 0x01, 0x05, 0x22, 0x7F, 0x80, 0xFF}) {
+                bytes body = whole.substr(0, value < 0 ? at : bytes::npos);
+                if (value >= 0)
+                    body[at] = static_cast<char>(value);
+                expect_query(wire->node.get(), "q", {result_of(body)});
+                exec(wire->stmt, "q");
+                // Of thousands of columns the first ones.
+                for (int row = 0; row < 5 && SQL_SUCCEEDED(SQLFetch(wire->stmt)); row++)
+                    for (int column = 1; column <= std::min(column_count(wire->stmt), 50); column++)
+                        cell_text(wire->stmt, column);
+                expect_prepare(wire->node.get(), "q", {result_of(body)});
+                prepare(wire->stmt, "q");
+                expect_in_step(wire);
+            }
         }
-    }
 }
 
 TEST(lies, counts_and_lengths_beyond_the_body)

@@ -9,9 +9,6 @@
 
 #include "tests/wire/wire_support.h"
 
-static const node_columns text_columns(6, {"c", type_of(NODE_VARCHAR)});
-static const node_row text_row(6, "k");
-
 // A server that knows every request of these tests: USE, anything of the catalog, and statements
 // whose result is one row, of 7, or of 8 when they were prepared.
 static std::vector<node_frame> answer(const node_request &request)
@@ -27,7 +24,7 @@ static std::vector<node_frame> answer(const node_request &request)
     if (sql.starts_with("USE"))
         return {set_keyspace_frame(sql.substr(4, 20))};
     if (sql.find("system_schema") != std::string::npos)
-        return {rows_frame(text_columns, {text_row, text_row})};
+        return {text_rows({2, node_row(6, "k")})};
     return {rows_frame(column, {{be32(7)}})};
 }
 
