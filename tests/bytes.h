@@ -53,6 +53,14 @@ inline std::string to_hex(std::string_view value)
     return out;
 }
 
+// The text with `value` at every place of `mark`, which does not stand in the value.
+inline std::string replaced(std::string text, std::string_view mark, std::string_view value)
+{
+    for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at))
+        text.replace(at, mark.size(), value);
+    return text;
+}
+
 // `length` bytes in which no stretch repeats another nearby: "0123456789abc..." shifted in each
 // round, so that a lost, doubled or swapped piece shows.
 inline std::string pattern(int length)

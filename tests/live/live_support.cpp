@@ -116,13 +116,6 @@ void expect_alive(SQLHDBC conn)
 
 // ---- Calls --------------------------------------------------------------------------------------
 
-std::string replaced(std::string text, const std::string &mark, const std::string &value)
-{
-    for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at))
-        text.replace(at, mark.size(), value);
-    return text;
-}
-
 void run(SQLHSTMT stmt, const std::string &sql)
 {
     EXPECT_TRUE(SQL_SUCCEEDED(exec(stmt, sql)))

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "tests/bytes.h"
 #include "tests/handle_calls.h"
 
 // ---- Nodes and data sources ---------------------------------------------------------------------
@@ -63,9 +64,6 @@ SQLHSTMT new_stmt(const live_session *live);
 void expect_alive(SQLHDBC conn);
 
 // ---- Calls --------------------------------------------------------------------------------------
-
-// The text with `value` at every place of `mark`, which does not stand in the value.
-std::string replaced(std::string text, const std::string &mark, const std::string &value);
 
 // Executes a text whose result is of no interest. A server's warning is let pass.
 void run(SQLHSTMT stmt, const std::string &sql);

@@ -60,8 +60,7 @@ struct walk_arguments {
         const auto name = [&](const void *address, const std::string &label) {
             std::ostringstream form;
             form << address;
-            for (std::size_t at; (at = text.find(form.str())) != std::string::npos;)
-                text.replace(at, form.str().size(), label);
+            text = replaced(text, form.str(), label);
         };
         name(st, "st"), name(db, "db"), name(ds, "ds");
         for (int i = 0; i < 10; i++)
