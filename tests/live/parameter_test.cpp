@@ -7,37 +7,6 @@
 
 static constexpr char invalid[] = "08S01 error code 8704 ";  // the server's refusal of a value
 
-// Names of tables are written with the keyspace: the server warns of prepared statements that
-// depend on a USE.
-struct live_parameters : live_test {
-    std::string table;  // "keyspace.t", with a column of every type
-
-    void make_table(const std::string &keyspace)
-    {
-        table = keyspace + ".t";
-        make_keyspace(stmt, keyspace);
-        run(stmt, "CREATE TYPE " + keyspace + ".pair (a int, b text)");
-        run(stmt, "CREATE TABLE " + table +
-                      " (k int PRIMARY KEY, c_ascii ascii, c_bigint bigint, c_blob blob, "
-                      "c_boolean boolean, c_date date, c_decimal decimal, c_double double, "
-                      "c_duration duration, c_float float, c_inet inet, c_int int, "
-                      "c_list list<int>, c_map map<text, int>, c_set set<text>, "
-                      "c_smallint smallint, c_text text, c_time time, c_timestamp timestamp, "
-                      "c_timeuuid timeuuid, c_tinyint tinyint, c_tuple tuple<int, text>, "
-                      "c_udt frozen<pair>, c_uuid uuid, c_varint varint, "
-                      "c_vector vector<float, 3>)");
-    }
-};
-
-// 38 nines.
-static SQL_NUMERIC_STRUCT nines_numeric(int scale, int sign)
-{
-    SQL_NUMERIC_STRUCT value = numeric(0, scale, sign);
-    const std::string magnitude = from_hex("ffffffff3f228a097ac4865aa84c3b4b");
-    std::memcpy(value.val, magnitude.data(), magnitude.size());
-    return value;
-}
-
 // ---- Writing and looking ------------------------------------------------------------------------
 
 enum read_back { SAME, OTHER };  // read back in the same C type it is the same memory, or not
@@ -59,7 +28,9 @@ static void expect_back(SQLHSTMT stmt, const app_value &from)
     EXPECT_EQ(buffer.substr(skip), from.memory.substr(skip));
 }
 
-struct live_parameter_values : live_parameters {
+struct live_parameters : live_test {
+    // With the keyspace: the server warns of prepared statements that depend on a USE.
+    const std::string table = "live_param_values.t";
     SQLINTEGER key = 0;
 
     // One value, into a row of its own.
@@ -112,9 +83,16 @@ struct live_parameter_values : live_parameters {
 };
 
 // clang-format off
-TEST_F(live_parameter_values, reach_a_column_of_every_type)
+TEST_F(live_parameters, reach_a_column_of_every_type)
 {
-    make_table("live_param_values");
+    make_keyspace(stmt, "live_param_values");
+    run(stmt, "CREATE TYPE live_param_values.pair (a int, b text)");
+    run(stmt, "CREATE TABLE " + table + " (k int PRIMARY KEY, c_ascii ascii, c_bigint bigint, "
+        "c_blob blob, c_boolean boolean, c_date date, c_decimal decimal, c_double double, "
+        "c_duration duration, c_float float, c_inet inet, c_int int, c_list list<int>, "
+        "c_map map<text, int>, c_set set<text>, c_smallint smallint, c_text text, c_time time, "
+        "c_timestamp timestamp, c_timeuuid timeuuid, c_tinyint tinyint, c_tuple tuple<int, text>, "
+        "c_udt frozen<pair>, c_uuid uuid, c_varint varint, c_vector vector<float, 3>)");
     const std::string nines(38, '9');
     const SQLGUID guid = {0xA0EEBC99, 0x9C0B, 0x4EF8, {0xBB, 0x6D, 0x6B, 0xB9, 0xBD, 0x38, 10, 17}};
     const std::string guid_json = "a0eebc99-9c0b-4ef8-bb6d-6bb9bd380a11",
@@ -126,8 +104,9 @@ TEST_F(live_parameter_values, reach_a_column_of_every_type)
     write("c_bigint", SQL_BIGINT, {INT64_MIN, "-9223372036854775808"});
     write("c_double", SQL_DOUBLE, {4.9e-324, "4.9E-324"});
     write("c_float", SQL_REAL, {3.4028235e38f, "3.4028235E38"});
-    write("c_decimal", SQL_DECIMAL, {nines_numeric(10, 0), "-" + nines.substr(10) + "." +
-        nines.substr(28)});
+    write("c_decimal", SQL_DECIMAL,
+        {{SQL_C_NUMERIC, from_hex("260a00 ffffffff3f228a097ac4865aa84c3b4b")},  // of scale 10
+         "-" + nines.substr(10) + "." + nines.substr(28)});
     // A negative magnitude whose low byte is 0 is sent wrong: the carry stops there.
     write("c_decimal", SQL_DECIMAL, {numeric(256, 2, 0), "-5.12", OTHER});
     write("c_date", SQL_TYPE_DATE, {SQL_DATE_STRUCT{1582, 10, 14}, "1582-10-14"});
@@ -179,7 +158,7 @@ TEST_F(live_parameter_values, reach_a_column_of_every_type)
 
 TEST_F(live_parameters, further_pages_come_by_the_values_of_the_first)
 {
-    make_table("live_param_pages");
+    make_keyspace(stmt, "live_param_pages");
     run(stmt, "CREATE TABLE live_param_pages.many (p text, n int, PRIMARY KEY (p, n))");
     change_rows(stmt, "INSERT INTO live_param_pages.many (p, n) VALUES ('key', {n})", 0, 250);
     row_list expected;

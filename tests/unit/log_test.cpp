@@ -78,15 +78,12 @@ TEST(log_format, what_is_too_long_ends_in_dots)
 {
     const auto plain = [](int count) { return std::string(static_cast<unsigned>(count), 'x'); };
     const std::string text = plain(200);
-    EXPECT_EQ(formatted(100, "%s", plain(80).c_str()), plain(80));
     EXPECT_EQ(formatted(100, "%q", text.c_str(), 78), "'" + plain(78) + "'[78]");
     EXPECT_EQ(formatted(100, "%q", text.c_str(), 79), "'" + plain(79) + "...'[79]");
     // An escaped byte counts four of the eighty, although it is printed in ten.
     EXPECT_EQ(formatted(300, "%s", ("\xE9\xE9" + plain(300)).c_str()),
               "\\xFFFFFFE9\\xFFFFFFE9" + plain(272) + "...");
     // An escape is begun where it fits with the terminator.
-    EXPECT_EQ(formatted(41, "%s", "\xE9\xE9\xE9\xE9"),
-              "\\xFFFFFFE9\\xFFFFFFE9\\xFFFFFFE9\\xFFFFFFE9");
     EXPECT_EQ(formatted(40, "%s", "\xE9\xE9\xE9\xE9"), "\\xFFFFFFE9\\xFFFFFFE9\\xFFFFFFE9...");
     // 40 or less behind it marks even a text that did fit.
     const owned_string string = own(cass_string_from_cstr(text.c_str()));

@@ -272,13 +272,8 @@ TEST(tls_handshake, other_versions_are_refused)
 
 static wire_ptr logged_on_by_tls()
 {
-    wire_ptr wire = wire_open();
-    node_use_tls(wire->node.get(), tls_of(make_certificate({})));
-    expect_logon(wire->node.get());
-    EXPECT_CONN(SQL_SUCCESS, wire->conn,
-                wire_connect(wire.get(), "Encrypt=yes;TrustServerCertificate=yes"));
-    wire->stmt = wire_new_stmt(wire.get());
-    return wire;
+    const node_tls tls = tls_of(make_certificate({}));
+    return wire_logged_on({}, "Encrypt=yes;TrustServerCertificate=yes", &tls);
 }
 
 TEST(tls_session, carries_megabytes_both_ways)

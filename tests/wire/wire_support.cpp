@@ -46,9 +46,11 @@ SQLHSTMT wire_new_stmt(const wire_session *wire)
     return stmt;
 }
 
-wire_ptr wire_logged_on(const node_logon &logon, const std::string &more)
+wire_ptr wire_logged_on(const node_logon &logon, const std::string &more, const node_tls *tls)
 {
     wire_ptr wire = wire_open();
+    if (tls != nullptr)
+        node_use_tls(wire->node.get(), *tls);
     expect_logon(wire->node.get(), logon);
     EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire.get(), more));
     wire->stmt = wire_new_stmt(wire.get());

@@ -28,7 +28,8 @@ SQLRETURN wire_connect(const wire_session *wire, const std::string &more = {});
 SQLRETURN wire_driver_connect(SQLHDBC conn, const std::string &settings,
                               std::string *out = nullptr);
 // All of it, with a first statement. The connection is in step with the script.
-wire_ptr wire_logged_on(const node_logon &logon = {}, const std::string &more = {});
+wire_ptr wire_logged_on(const node_logon &logon = {}, const std::string &more = {},
+                        const node_tls *tls = nullptr);
 SQLHSTMT wire_new_stmt(const wire_session *wire);
 
 // Executes `sql` on the first statement: one QUERY frame, this reply, this code.
