@@ -483,26 +483,24 @@ static const scenario tables = within({
 });
 static const scenario columns = within({
     LISTED(SQLColumns(s.stmt, nullptr, 0, words("ks"), NTS, words("%"), NTS, words("v"), NTS)),
+    LISTED(
+        SQLStatistics(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS, SQL_INDEX_ALL, SQL_QUICK)),
 });
 static const scenario keys = within({
     LISTED(SQLPrimaryKeys(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS)),
     LISTED(SQLSpecialColumns(s.stmt, SQL_BEST_ROWID, nullptr, 0, words("ks"), NTS, words("t"), NTS,
                              SQL_SCOPE_SESSION, SQL_NULLABLE)),
 });
-static const scenario indexes = within({
-    LISTED(
-        SQLStatistics(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS, SQL_INDEX_ALL, SQL_QUICK)),
-});
-static const scenario no_rows = within({
+static const scenario local = within({
     LISTED(SQLForeignKeys(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS, nullptr, 0, nullptr, 0,
                           nullptr, 0)),
     {"columns", SQL_HANDLE_STMT, describe},
+    LISTED(SQLGetTypeInfo(s.stmt, SQL_ALL_TYPES)),
     LISTED(SQLProcedures(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS)),
     LISTED(SQLProcedureColumns(s.stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0)),
     LISTED(SQLTablePrivileges(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS)),
     LISTED(SQLColumnPrivileges(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS, nullptr, 0)),
 });
-static const scenario types = within({LISTED(SQLGetTypeInfo(s.stmt, SQL_ALL_TYPES))});
 
 // What is told of a failure, and of the connection, and what descriptors keep.
 static const scenario telling = within({
@@ -630,8 +628,7 @@ INSTANTIATE_TEST_SUITE_P(
              "[memory]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
         road{"statements", statements, there}, road{"lz4", statements, there, true},
         road{"parameters", parameters, there}, road{"tables", tables, there},
-        road{"columns", columns, there}, road{"keys", keys, there}, road{"indexes", indexes, there},
-        road{"no_rows", no_rows, there}, road{"types", types, there},
+        road{"columns", columns, there}, road{"keys", keys, there}, road{"local", local, there},
         road{"telling", telling, there},
         // A record's own allocations are many, and a handshake takes long.
         road{"logged", session_by(by_string), "LogFile={folder}/log;Logging=yes;" + there, false,

@@ -109,11 +109,6 @@ TEST(tls_session, hostile_server_ends_neither_the_process_nor_the_order_of_bytes
          frame.substr(9)},
         {[&](SSL *ssl) {
              say_by_tls(ssl, head);
-             SSL_shutdown(ssl);
-         },
-         ""},
-        {[&](SSL *ssl) {
-             say_by_tls(ssl, head);
              send(SSL_get_fd(ssl), frame.data(), frame.size(), 0);
          },
          "08S01|Communication link failure: read failed\n"},
