@@ -651,7 +651,7 @@ TEST(pages, are_given_back_when_they_are_read)
         return std::vector{request.opcode == NODE_QUERY
                                ? rows_frame(several, std::vector(100, several_cells(1, "one")),
                                             {.paging_state = "p"})
-                               : stock_answer(request)};
+                               : stock_answer(request, true)};
     });
     application s = {.connection = "SERVER=" + node_address(node.get())};
     for (const step &one : {make_env, odbc3, make_conn, by_string, make_stmt})

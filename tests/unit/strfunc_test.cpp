@@ -1,5 +1,4 @@
-// The driver's text and its edges: encodings good and malformed, parts, and numbers.
-#include "support/ascii.h"
+// The driver's text and its edges: encodings good and malformed, parts and sums.
 #include "tests/unit/handles.h"
 
 TEST(strfunc, utf8_with_the_masks_of_the_driver)
@@ -35,18 +34,6 @@ TEST(strfunc, utf8_with_the_masks_of_the_driver)
     EXPECT_STREQ(held_text(cass_string_to_bytes(plain.get(), &count)).get(), "\xC3\xA9");
 }
 
-TEST(strfunc, comparison_knows_no_case_of_ascii)
-{
-    // clang-format off
-    static constexpr struct { const char16_t *left; const char *right; int order; } orders[] = {
-        {u"ABC", "abc", 0}, {u"ab", "abc", -1}, {u"abcd", "abc", 1}, {u"b", "A", 1},
-        {u"\x161", "A", 0}, {u"\xE9", "a", -1}, {u"\xE9", "\xC9", 1},
-    };
-    // clang-format on
-    for (const auto &o : orders)
-        EXPECT_EQ(cass_string_compare_cstr(string_of(o.left).get(), o.right), o.order) << o.right;
-}
-
 TEST(strfunc, parts_sums_and_format)
 {
     const owned_string text = string_of(u"abcdef");
@@ -62,19 +49,4 @@ TEST(strfunc, parts_sums_and_format)
     const std::string piece(1023, 'p');  // the seams of the growing buffer
     const char *p = piece.c_str();
     EXPECT_EQ(text_of(own(cass_string_format("%s%s%s", p, p, p)).get()), piece + piece + piece);
-}
-
-TEST(ascii, numbers_as_in_the_c_locale)
-{
-    for (const char *text :
-         {"", "42x", " \t\n+7", "-2147483648", "4294967296", "- 5", "017", "08", "0X1fg", "0x",
-          "9223372036854775807", "9223372036854775808", "-9223372036854775809", "-0x10"}) {
-        const auto any_base = static_cast<int>(std::strtol(text, nullptr, 0));
-        EXPECT_EQ(ascii_to_int(text), static_cast<int>(std::strtol(text, nullptr, 10))) << text;
-        EXPECT_EQ(ascii_to_int_any_base(text), any_base) << text;
-    }
-    EXPECT_EQ(ascii_to_double(" -1.25e2x"), -125.0);
-    EXPECT_EQ(ascii_casecmp("SeRver", "server"), 0);
-    EXPECT_LT(ascii_casecmp("ab", "ABC"), 0);
-    EXPECT_GT(ascii_casecmp("\xE9", "z"), 0);
 }

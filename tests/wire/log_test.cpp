@@ -142,6 +142,9 @@ static const walk_row walk[] = {
     CALL("connection_handle=db, window_handle=&1, in_connection_string='PWD=p'[SQL_NTS], out_connection_string=&2, buffer_length=20, "
         "string_length2_ptr=&3, driver_completion=0.", SQLDriverConnect, a.db, a[1], ansi("PWD=p"), SQL_NTS, a[2], 20, a[3], SQL_DRIVER_NOPROMPT),
     CALL_AS("SQLDriverConnect", "connection_handle=db", SQLDriverConnectW, a.db, nullptr, wide(u"PWD"), 3, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT),
+    // Refused by the text, and by a port on which nobody listens.
+    CALL("connection_handle=db", SQLDriverConnect, a.db, nullptr, ansi("SERVER=:x"), SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT),
+    CALL("connection_handle=db", SQLDriverConnect, a.db, nullptr, ansi("SERVER=127.0.0.1:1"), SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT),
     CALL_AS("SQLFreeHandle", "input_handle=db", SQLFreeConnect, a.db),
 };
 // clang-format on
@@ -200,27 +203,9 @@ TEST_F(log_folder, every_function_names_its_arguments_and_its_result)
 
 // ---- Failures -----------------------------------------------------------------------------------
 
-TEST_F(log_folder, each_failure_of_a_connect_or_a_reply_is_recorded_before_it_is_posted)
+TEST_F(log_folder, each_failure_of_a_reply_is_recorded_before_it_is_posted)
 {
-    const std::string settings = ";LOGGING=12;LOGFILE=" + file;
-    wire_ptr wire = wire_open();
-    const std::string here = node_address(wire->node.get());
-    const std::string dead = std::to_string(node_port(node_start().get()));
-    node_answer_rest(wire->node.get(),
-                     [](const node_request &) { return std::vector{no_answer()}; });
-    const std::pair<std::string, row_list> connects[] = {
-        {":x", {"cass_open_ipv4: Failed to extract numeric port from 'x'"}},
-        {"127.0.0.1:" + dead, {"cass_open_ipv4: OS Error: 'Connection refused'"}},
-        {here,
-         {"conn_read_raw: read failed (peer shutdown)",
-          "cass_establish_connection: failed to return a packet"}},
-    };
-    for (const auto &[server, failures] : connects) {
-        wire_driver_connect(wire->conn, "SERVER=" + server + settings);
-        EXPECT_EQ(told_before_postings(records_of(file_content(file))), failures);
-        fs::remove(file);
-    }
-    wire = wire_logged_on({}, settings);
+    const wire_ptr wire = wire_logged_on({}, "LOGGING=12;LOGFILE=" + file);
     const auto row_of = [](int type, const bytes &cell) {
         return rows_frame({{"a", type_of(type)}}, {{cell}});
     };
@@ -230,6 +215,9 @@ TEST_F(log_folder, each_failure_of_a_connect_or_a_reply_is_recorded_before_it_is
         {row_of(NODE_INT, "abc"), {"fetch_data_row: unexpected end of packet"}},
         {{.opcode = NODE_RESULT, .body = be32(2) + be32(0) + be32(-1)},
          {"decode_result_packet: unexpected end of packet"}},
+        {no_answer(),
+         {"conn_read_raw: read failed (peer shutdown)",
+          "send_and_execute: failed to return packet"}},
     };
     for (const auto &[reply, failures] : replies) {
         fs::remove(file);

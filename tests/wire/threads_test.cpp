@@ -24,7 +24,7 @@ static std::vector<node_frame> answer(const node_request &request)
     if (sql.starts_with("USE"))
         return {set_keyspace_frame(sql.substr(4, 20))};
     if (sql.find("system_schema") != std::string::npos)
-        return {text_rows({2, node_row(6, "k")})};
+        return {text_rows(std::vector(2, node_row(6, "k")))};
     return {rows_frame(column, {{be32(7)}})};
 }
 
