@@ -123,23 +123,17 @@ TEST(catalog, queries_are_what_the_arguments_ask_for)
          {"CASSANDRA|NULL|t" + of_no_index}},
         // clang-format on
     };
-    for (const bool wide : {false, true}) {
-        for (const char *current : {static_cast<const char *>(nullptr), "ks1"}) {
+    for (const auto &c : cases)
+        for (const bool wide : {false, true}) {
+            SCOPED_TRACE(std::to_string(&c - cases) + " " + c.function + (wide ? "W" : ""));
             const wire_ptr wire = wire_logged_on();
-            if (current != nullptr)
-                run_query(wire, "use ks1", set_keyspace_frame(current));
-            for (int number = 0; const auto &c : cases) {
-                SCOPED_TRACE(std::to_string(number++) + " " + c.function + (wide ? "W" : ""));
-                if ((c.current == nullptr) != (current == nullptr))
-                    continue;
-                for (const std::string &query : c.queries)
-                    expect_query(wire->node.get(), query, {text_rows({})});
-                EXPECT_STMT(SQL_SUCCESS, wire->stmt,
-                            call(c.function, wire->stmt, c.arguments, wide));
-                EXPECT_EQ(fetch_all(wire->stmt), c.rows);
-            }
+            if (c.current != nullptr)
+                run_query(wire, "use ks1", set_keyspace_frame(c.current));
+            for (const std::string &query : c.queries)
+                expect_query(wire->node.get(), query, {text_rows({})});
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, call(c.function, wire->stmt, c.arguments, wide));
+            EXPECT_EQ(fetch_all(wire->stmt), c.rows);
         }
-    }
 }
 
 // ---- Rows --------------------------------------------------------------------------------------
