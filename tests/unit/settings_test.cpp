@@ -101,7 +101,7 @@ TEST_F(settings, words_mean_what_their_road_says)
     // Read by SQLConnect, from a connection string, from the section that a string names.
     static const struct { std::string pair; int by_connect, by_string, by_section; } cases[] = {
         {"Logging=OnError", 95, 95, 0}, {"Logging=error", 95, 0, 95}, {"Logging=010", 8, 8, 8},
-        {"Logging=process", 63, 63, 63}, {"Logging=0x14", 20, 20, 20}, {"Encrypt=TRUE", 1, 1, 1},
+        {"Logging=process", 63, 63, 63}, {"Logging=0X1fg", 31, 31, 31}, {"Encrypt=TRUE", 1, 1, 1},
         {"Encrypt=optional", 2, 0, 0}, {"Encrypt=2", 2, 0, 2}, {"ipv6=1", 1, 0, 1},
         {"Consistency=ANY", 0, 0, 0}, {"Consistency=most", 0, 0, 0}, {"Consistency=0x4", 0, 4, 4},
         {"Consistency=Local_Quorum", 6, 6, 6}, {"Consistency=-1", 1, 1, 1},
