@@ -10,6 +10,8 @@
 
 static constexpr char log_source[] = "cass_param.c";
 
+static constexpr std::uint64_t DAY_NANOSECONDS = 86'400'000'000'000;
+
 // A literal that is being written.
 struct literal_reader {
     const cass_param *param;
@@ -107,19 +109,10 @@ static int close_value(literal_reader *reader, std::int32_t start)
     return 0;
 }
 
-// A value that is no nested one goes the way of a parameter that is text.
-[[gnu::noinline]] static int put_scalar(literal_reader *reader, const cass_type_option *type)
+// A text goes the way of a parameter that is one.
+[[gnu::noinline]] static int put_text(const literal_reader *reader, std::string_view text,
+                                      const cass_type_option *type)
 {
-    std::string_view text;
-    if (take_mark(reader, '\'')) {
-        if (!take_quoted(reader, '\'', &text))
-            return malformed(reader);
-    } else {
-        text = peek_word(reader);
-        if (text.empty() || type->option_id == CQL_VARCHAR || type->option_id == CQL_ASCII)
-            return malformed(reader);
-        reader->at += text.size();
-    }
     cass_param scalar;
     scalar.stmt = reader->param->stmt;
     scalar.field = reader->param->field;
@@ -134,6 +127,50 @@ static int close_value(literal_reader *reader, std::int32_t start)
     const int code = param_put_typed(&scalar, reader->packet, type);
     std::free(scalar.owned);
     return code;
+}
+
+// Dates and times without quotes are numbers, as the server counts: days with 1 January 1970 in the
+// middle, nanoseconds of the day, milliseconds since 1970.
+static int put_count(const literal_reader *reader, std::string_view text, std::int32_t option_id)
+{
+    cass_packet *packet = reader->packet;
+    const std::int32_t start = pkt_position(packet);
+    cass_type_option number = {};
+    number.option_id = CQL_BIGINT;
+    if (put_text(reader, text, &number) != 0)
+        return 1;
+    if (packet->failed)
+        return 0;
+    const std::uint64_t count = load_be64(packet->body + start + 4);
+    const bool date = option_id == CQL_DATE;
+    if ((date && count > UINT32_MAX) || (option_id == CQL_TIME && count >= DAY_NANOSECONDS))
+        return param_fail(reader->param, STATE_22003, "date or time out of range");
+    if (date) {
+        pkt_set_int(packet, start, 4);
+        pkt_replace_int(packet, start + 4, packet->body, 0);
+    }
+    return 0;
+}
+
+// A value that is no nested one: in quotes, or a word where the type is no text.
+static int put_scalar(literal_reader *reader, const cass_type_option *type)
+{
+    std::string_view text;
+    if (take_mark(reader, '\''))
+        return take_quoted(reader, '\'', &text) ? put_text(reader, text, type) : malformed(reader);
+    text = peek_word(reader);
+    reader->at += text.size();
+    switch (type->option_id) {
+    case CQL_ASCII:
+    case CQL_VARCHAR:
+        return malformed(reader);
+    case CQL_DATE:
+    case CQL_TIME:
+    case CQL_TIMESTAMP:
+        return put_count(reader, text, type->option_id);
+    default:
+        return text.empty() ? malformed(reader) : put_text(reader, text, type);
+    }
 }
 
 // ---- Collections -------------------------------------------------------------------------------

@@ -65,6 +65,12 @@ TEST(parameter_literal, collections)
         "00000001 00000001 61 0000000e 00000002 00000001 01 00000001 00"}, {"{'a'}", unreadable},
         {"{'a': }", unreadable}, {"{null: []}", unreadable}, {"{'a': null}", unreadable}});
     check("ListType(TimestampType)", {{"['1970-01-01T00:00:00.001Z']", "00000001 00000008 0000000000000001"}});
+    check("ListType(TimestampType)", {{"[-1]", "00000001 00000008 ffffffffffffffff"},
+        {"[1970-01-01]", unreadable}});
+    check("ListType(SimpleDateType)", {{"[0, '1970-01-01', 4294967295]", "00000003 00000004 00000000 00000004 80000000 00000004 ffffffff"},
+        {"[-1]", overflow}, {"[4294967296]", overflow}, {"[]", "00000000"}, {"[1,]", unreadable}});
+    check("ListType(TimeType)", {{"[86399999999999]", "00000001 00000008 00004e94914effff"},
+        {"[86400000000000]", overflow}});
     check("ListType(BytesType)", {{"[0xCAFE, '']", "00000002 00000002 cafe 00000000"},
         {"[0xc]", unreadable}});
     check("ListType(UUIDType)", {{"[00000001-0002-0003-090a-0b0c0d0e0fff]", "00000001 00000010 0000000100020003090a0b0c0d0e0fff"}});
