@@ -3,6 +3,7 @@
 #include "support/numtext.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 #include "support/ascii.h"
@@ -67,6 +68,35 @@ int text_from_double(char *out, double value, int significant_digits)
     for (char *at = out; at != result.ptr; at++)
         *at = static_cast<char>(ascii_to_upper(static_cast<unsigned char>(*at)));
     return static_cast<int>(result.ptr - out);
+}
+
+template <typename Real>
+static int shortest(char *out, Real value)
+{
+    if (!std::isfinite(value)) {
+        const char *name = std::isnan(value) ? "NaN" : value < 0 ? "-Infinity" : "Infinity";
+        std::memcpy(out, name, std::strlen(name));
+        return static_cast<int>(std::strlen(name));
+    }
+    char *end = std::to_chars(out, out + 32, value, std::chars_format::scientific).ptr;
+    char *mark = static_cast<char *>(std::memchr(out, 'e', static_cast<std::size_t>(end - out)));
+    int exponent = 0;
+    std::from_chars(mark + 2, end, exponent);
+    if (mark[1] == '-' ? exponent <= 4 : exponent < 16)
+        end = std::to_chars(out, out + 32, value, std::chars_format::fixed).ptr;
+    else
+        *mark = 'E';
+    return static_cast<int>(end - out);
+}
+
+int text_shortest(char *out, double value)
+{
+    return shortest(out, value);
+}
+
+int text_shortest(char *out, float value)
+{
+    return shortest(out, value);
 }
 
 void text_padded(char *out, std::uint32_t value, int width)

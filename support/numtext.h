@@ -11,6 +11,10 @@ int text_from_int64(char *out, std::int64_t value);
 int text_from_uint64(char *out, std::uint64_t value);
 // "%.*G" with 1 to 17 significant digits, infinities and NaN included ("INF", "-NAN"): at most 32.
 int text_from_double(char *out, double value, int significant_digits);
+// The shortest digits that read back as the same number, without an exponent from 0.0001 on and
+// below 10^16 ("0.1", "1.5E+20"); "NaN", "Infinity", "-Infinity". At most 32.
+int text_shortest(char *out, double value);
+int text_shortest(char *out, float value);
 // "%0*d" for 0 <= value < 10^width, width 1 to 9: exactly width characters.
 void text_padded(char *out, std::uint32_t value, int width);
 // 10^0 to 10^9.

@@ -219,6 +219,7 @@ SQLRETURN cell_not_convertible(const cell_request &request)
     case SQL_BINARY:
     case SQL_BIGINT:
     case SQL_GUID:
+    case CELL_WIRE:
         break;
     default:  // 0 before the first row, and on the bookmark record always
         CASS_LOG(&request.stmt->head, LOG_ERROR, "invalid get_%s on type %d",
@@ -258,7 +259,8 @@ static bool probe_uses_up_column(const cass_conn *conn)
 [[gnu::cold, gnu::noinline]] static SQLRETURN settle_other(const cell_request &request,
                                                            cass_data_storage *cell, int code)
 {
-    const bool in_pieces = cell->data_type == SQL_CHAR || cell->data_type == SQL_BINARY;
+    const bool in_pieces = cell->data_type == SQL_CHAR || cell->data_type == SQL_BINARY ||
+                           cell->data_type == CELL_WIRE;
     const bool stays_open = in_pieces ? code == SQL_SUCCESS_WITH_INFO
                                       : request.target == nullptr && SQL_SUCCEEDED(code) &&
                                             !probe_uses_up_column(stmt_conn(request.stmt));

@@ -13,6 +13,9 @@ constexpr SQLCHAR NUMERIC_TOO_LARGE = 255;
 // packet's position inside the row. A cell that leaves the frame or has a wrong length for its type
 // gives up the page and its paging state, so that the next fetch ends.
 cass_cell_decoder cass_cell_decoder_for(const cass_conn *conn, std::int32_t option_id);
+// Whether nested values, durations and vectors are read as literals of CQL, and a CUSTOM type by
+// what its class stands for; otherwise all of them are bytes.
+bool cass_cells_are_literals(const cass_conn *conn);
 // Takes the length of a cell and leaves its bytes. As a decoder.
 SQLRETURN cass_take_cell_length(cass_stmt *stmt, cass_packet *packet);
 

@@ -1,5 +1,6 @@
 // Cells as raw bytes, uuids and SQL_NUMERIC_STRUCT.
 #include "core/cell/cass_data_internal.h"
+#include "core/cell/cass_data_wire.h"
 #include "support/numeric.h"
 
 static bool exact_fit_counts_as_cut(const cass_conn *conn)
@@ -49,12 +50,22 @@ static SQLLEN stored_size(std::int32_t data_type)
     }
 }
 
+static SQLRETURN get_wire(const cell_request &request)
+{
+    cell_piece rest;
+    if (cell_wire_bytes(request, &rest) != SQL_SUCCESS)
+        return SQL_ERROR;
+    return cell_deliver(request, rest, bytes_rule);
+}
+
 SQLRETURN get_binary(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
     if (cell.data_type == SQL_CHAR || cell.data_type == SQL_BINARY)
         return cell_deliver(request, cell_rest(request, 1), bytes_rule);
 
+    if (cell.data_type == CELL_WIRE)
+        return get_wire(request);
     const SQLLEN size = stored_size(cell.data_type);
     if (size == 0)
         return cell_not_convertible(request);

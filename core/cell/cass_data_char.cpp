@@ -2,6 +2,7 @@
 // Text cells stay UTF-8. Text and binary cells can be read piece by piece; every other cell is
 // formatted whole, and what does not fit is lost.
 #include "core/cell/cass_data_internal.h"
+#include "core/cell/cass_data_wire.h"
 #include "support/numeric.h"
 
 // ---- Formatting --------------------------------------------------------------------------------
@@ -158,9 +159,24 @@ static constexpr cell_rule hexadecimal_rule = {
     .length_is_undoubled = hexadecimal_length_is_undoubled,
 };
 
-[[gnu::noinline]] static SQLRETURN get_characters(const cell_request &request)
+[[gnu::noinline]] static SQLRETURN get_characters(const cell_request &request,
+                                                  const cell_piece &rest)
 {
-    return cell_deliver(request, cell_rest(request, 1), character_rule);
+    return cell_deliver(request, rest, character_rule);
+}
+
+static bool is_cut_between_characters(const cell_request &request)
+{
+    return request.bound && !narrow_cut_splits_characters(stmt_conn(request.stmt));
+}
+
+[[gnu::noinline]] static SQLRETURN get_wire(const cell_request &request)
+{
+    cell_piece rest;
+    if (cell_wire_text(request, &rest) != SQL_SUCCESS)
+        return SQL_ERROR;
+    return is_cut_between_characters(request) ? get_characters(request, rest)
+                                              : cell_deliver(request, rest, text_rule);
 }
 
 // Apart from the text of other cells, which is the road of millions.
@@ -173,8 +189,8 @@ SQLRETURN get_char(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
     if (cell.data_type == SQL_CHAR)
-        return request.bound && !narrow_cut_splits_characters(stmt_conn(request.stmt))
-                   ? get_characters(request)
+        return is_cut_between_characters(request)
+                   ? get_characters(request, cell_rest(request, 1))
                    : cell_deliver(request, cell_rest(request, 1), text_rule);
     if (cell.data_type == SQL_BINARY)
         return get_hexadecimal(request);
@@ -183,6 +199,6 @@ SQLRETURN get_char(const cell_request &request)
     const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request)
                                                        : cell_format(request, text);
     if (length < 0) [[unlikely]]
-        return cell_not_convertible(request);
+        return cell.data_type == CELL_WIRE ? get_wire(request) : cell_not_convertible(request);
     return cell_deliver(request, cell_formatted(text, length), formatted_rule);
 }

@@ -2,10 +2,9 @@
 // protocol v4, section 6). A cell is a signed 32-bit length and that many bytes; a negative length
 // is SQL NULL. Decoders take exactly the announced length, never leave the frame, and allocate only
 // when a text or binary cell is longer than any before it in its column.
-#include <charconv>
-#include <cstdlib>
-
-#include "core/cell/cass_data.h"
+#include "core/cell/cass_data_take.h"
+#include "core/cell/cass_data_wire.h"
+#include "core/cell/cass_literal.h"
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/wire/cql_type.h"
@@ -15,149 +14,9 @@
 
 static constexpr char log_source[] = "cass_data.c";
 
-constexpr std::int32_t CELL_PREFIX = 4;  // bytes of a cell's length
 constexpr std::int32_t NUMERIC_PRECISION = 38;
 
-int cass_storage_reserve(cass_data_storage *storage, std::int32_t length)
-{
-    storage->alloc_length = 0;
-    storage->value.bytes = nullptr;
-    if (length <= 0)
-        return 0;
-    if (static_cast<std::uint32_t>(length) > storage->capacity) {
-        // A quarter in reserve, so that slowly growing cells do not ask for a block each.
-        const std::uint32_t room =
-            static_cast<std::uint32_t>(length) + static_cast<std::uint32_t>(length) / 4 + 16;
-        auto *buffer = static_cast<unsigned char *>(std::malloc(room));
-        if (buffer == nullptr)
-            return -1;
-        std::free(storage->buffer);
-        storage->buffer = buffer;
-        storage->capacity = room;
-    }
-    storage->alloc_length = length;
-    storage->value.bytes = storage->buffer;
-    return 0;
-}
-
-// ---- Cells that cannot be taken ----------------------------------------------------------------
-
-// Nothing behind a broken cell can be trusted: the page and the pages after it are given up, so
-// that the next fetch ends.
-[[gnu::cold, gnu::noinline]] static SQLRETURN give_up_rows(cass_stmt *stmt)
-{
-    cass_page_abandon(&stmt->page);
-    return SQL_ERROR;
-}
-
-[[gnu::cold, gnu::noinline]] static SQLRETURN cell_broken(cass_stmt *stmt)
-{
-    CASS_LOG(&stmt->head, LOG_ERROR, "fetch_data_row: unexpected end of packet");
-    cass_post_error(&stmt->head, cass_malformed_state(stmt), 0, "unexpected end of packet");
-    return give_up_rows(stmt);
-}
-
-[[gnu::cold, gnu::noinline]] static SQLRETURN cell_no_memory(cass_stmt *stmt)
-{
-    cass_post_no_memory(&stmt->head, log_source, "fetch_data_row");
-    return give_up_rows(stmt);
-}
-
-// ---- Taking a cell -----------------------------------------------------------------------------
-
-SQLRETURN cass_take_cell_length(cass_stmt *stmt, cass_packet *packet)
-{
-    if (pkt_remaining(packet) < CELL_PREFIX)
-        return cell_broken(stmt);
-    packet->read_pos += CELL_PREFIX;
-    return SQL_SUCCESS;
-}
-
-// A cell of a new row: not null, nothing of it delivered.
-static inline void begin_cell(cass_data_storage *cell, std::int32_t data_type)
-{
-    cell->data_type = data_type;
-    cell->isnull = 0;
-    cell->alloc_length = 0;
-    cell->offset = 0;
-    cell->finished = 0;
-}
-
-// The bytes of a cell that is exactly `width` long, consumed; null for every other cell.
-static inline const unsigned char *take_fixed(cass_packet *packet, std::int32_t width)
-{
-    const unsigned char *cell = packet->body + packet->read_pos;
-    if (pkt_remaining(packet) < CELL_PREFIX + width ||
-        load_be32(cell) != static_cast<std::uint32_t>(width)) [[unlikely]]
-        return nullptr;
-    packet->read_pos += CELL_PREFIX + width;
-    return cell + CELL_PREFIX;
-}
-
-// A cell that take_fixed refused. A length of 0 is how some clients write "empty" into a type that
-// has no empty value: it is delivered as SQL NULL.
-[[gnu::noinline]] static SQLRETURN take_null(cass_stmt *stmt, cass_packet *packet,
-                                             cass_data_storage *cell, std::int32_t data_type)
-{
-    if (pkt_remaining(packet) < CELL_PREFIX)
-        return cell_broken(stmt);
-    const auto length = static_cast<std::int32_t>(load_be32(packet->body + packet->read_pos));
-    if (length > 0)
-        return cell_broken(stmt);
-    packet->read_pos += CELL_PREFIX;
-    begin_cell(cell, data_type);
-    cell->isnull = 1;
-    return SQL_SUCCESS;
-}
-
-// The bytes of a cell of any length of at least `least`, consumed; null for every other cell.
-static inline const unsigned char *take_variable(cass_packet *packet, std::int32_t least,
-                                                 std::int32_t *length)
-{
-    const std::int32_t remaining = pkt_remaining(packet);
-    if (remaining < CELL_PREFIX) [[unlikely]]
-        return nullptr;
-    const unsigned char *cell = packet->body + packet->read_pos;
-    *length = static_cast<std::int32_t>(load_be32(cell));
-    if (*length < least || *length > remaining - CELL_PREFIX) [[unlikely]]
-        return nullptr;
-    packet->read_pos += CELL_PREFIX + *length;
-    return cell + CELL_PREFIX;
-}
-
-// A cell that take_variable refused when its least length was 0: NULL, or broken.
-[[gnu::noinline]] static SQLRETURN take_null_variable(cass_stmt *stmt, cass_packet *packet,
-                                                      cass_data_storage *cell,
-                                                      std::int32_t data_type)
-{
-    cell->alloc_length = 0;
-    cell->value.bytes = nullptr;
-    return take_null(stmt, packet, cell, data_type);
-}
-
 // ---- Text and binary ---------------------------------------------------------------------------
-
-static inline SQLRETURN decode_bytes(cass_stmt *stmt, cass_packet *packet, cass_field *field,
-                                     std::int32_t data_type)
-{
-    cass_data_storage *cell = &field->data_storage;
-    std::int32_t length = 0;
-    const unsigned char *bytes = take_variable(packet, 0, &length);
-    if (bytes == nullptr) [[unlikely]]
-        return take_null_variable(stmt, packet, cell, data_type);
-
-    begin_cell(cell, data_type);
-    if (length == 0 || static_cast<std::uint32_t>(length) > cell->capacity) [[unlikely]] {
-        if (cass_storage_reserve(cell, length) != 0)
-            return cell_no_memory(stmt);
-        if (length == 0)
-            return SQL_SUCCESS;
-    }
-    cell->alloc_length = length;
-    cell->value.bytes = cell->buffer;
-    std::memcpy(cell->buffer, bytes, static_cast<std::size_t>(length));
-    return SQL_SUCCESS;
-}
 
 static SQLRETURN decode_text(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
@@ -167,24 +26,6 @@ static SQLRETURN decode_text(cass_stmt *stmt, cass_packet *packet, cass_field *f
 static SQLRETURN decode_binary(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
     return decode_bytes(stmt, packet, field, SQL_BINARY);
-}
-
-// An address of 4 bytes in decimal, one of 16 in eight hexadecimal groups, with no run of zeros
-// left out. Characters, 39 at most.
-static int format_inet(char *out, const unsigned char *bytes, std::int32_t length)
-{
-    char *end = out;
-    for (int i = 0; i < 4 && length == 4; i++) {
-        if (i > 0)
-            *end++ = '.';
-        end += text_from_uint64(end, bytes[i]);
-    }
-    for (int i = 0; i < 8 && length == 16; i++) {
-        if (i > 0)
-            *end++ = ':';
-        end = std::to_chars(end, end + 4, load_be16(bytes + 2 * i), 16).ptr;
-    }
-    return static_cast<int>(end - out);
 }
 
 // Addresses are stored as text.
@@ -205,7 +46,7 @@ static SQLRETURN decode_inet(cass_stmt *stmt, cass_packet *packet, cass_field *f
         return SQL_ERROR;
     }
     char text[40];
-    const int characters = format_inet(text, bytes, length);
+    const int characters = cass_format_inet(text, bytes, length);
     if (cass_storage_reserve(cell, characters) != 0)
         return cell_no_memory(stmt);
     if (characters > 0)
@@ -476,6 +317,16 @@ static bool early_times_are_negative(const cass_conn *conn)
     return conn->conduct->early_times_are_negative;
 }
 
+static bool nested_values_are_bytes(const cass_conn *conn)
+{
+    return conn->conduct->nested_values_are_bytes;
+}
+
+bool cass_cells_are_literals(const cass_conn *conn)
+{
+    return !nested_values_are_bytes(conn);
+}
+
 cass_cell_decoder cass_cell_decoder_for(const cass_conn *conn, std::int32_t option_id)
 {
     switch (option_id) {
@@ -513,12 +364,15 @@ cass_cell_decoder cass_cell_decoder_for(const cass_conn *conn, std::int32_t opti
         return decode_smallint;
     case CQL_CUSTOM:
     case CQL_BLOB:
-    case CQL_LIST:  // collections, user types and tuples are delivered in their serialised form
+        return decode_binary;
+    case CQL_LIST:  // in their serialised form
     case CQL_MAP:
     case CQL_SET:
     case CQL_UDT:
     case CQL_TUPLE:
-        return decode_binary;
+    case CQL_DURATION:
+    case CQL_VECTOR:
+        return cass_cells_are_literals(conn) ? decode_wire : decode_binary;
     default:
         return nullptr;
     }

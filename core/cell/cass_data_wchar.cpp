@@ -2,6 +2,7 @@
 // purpose: a text or hexadecimal piece that fills the buffer has no terminator, timestamps choose
 // their form by the buffer's size, and binary digits are upper case.
 #include "core/cell/cass_data_internal.h"
+#include "core/cell/cass_data_wire.h"
 #include "support/strfunc.h"
 
 constexpr SQLLEN UNIT = sizeof(SQLWCHAR);
@@ -229,16 +230,25 @@ static bool wide_cells_have_no_pairs(const cass_conn *conn)
     return cell_deliver(request, rest, utf16_rule(request.bound ? put_bound : put_pieces));
 }
 
+static inline SQLRETURN get_text(const cell_request &request, cell_piece rest)
+{
+    if (!wide_cells_have_no_pairs(stmt_conn(request.stmt)))
+        return get_utf16(request, rest);
+    rest.units = count_units(rest.bytes, rest.count);
+    return cell_deliver(request, rest, text_rule);
+}
+
+[[gnu::noinline]] static SQLRETURN get_wire(const cell_request &request)
+{
+    cell_piece rest;
+    return cell_wire_text(request, &rest) == SQL_SUCCESS ? get_text(request, rest) : SQL_ERROR;
+}
+
 SQLRETURN get_wchar(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
-    if (cell.data_type == SQL_CHAR) {
-        cell_piece rest = cell_rest(request, 1);
-        if (!wide_cells_have_no_pairs(stmt_conn(request.stmt)))
-            return get_utf16(request, rest);
-        rest.units = count_units(rest.bytes, rest.count);
-        return cell_deliver(request, rest, text_rule);
-    }
+    if (cell.data_type == SQL_CHAR)
+        return get_text(request, cell_rest(request, 1));
     if (cell.data_type == SQL_BINARY)
         return cell_deliver(request, cell_rest(request, 2), hexadecimal_rule);
 
@@ -246,6 +256,6 @@ SQLRETURN get_wchar(const cell_request &request)
     const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request)
                                                        : cell_format(request, text);
     if (length < 0) [[unlikely]]
-        return cell_not_convertible(request);
+        return cell.data_type == CELL_WIRE ? get_wire(request) : cell_not_convertible(request);
     return cell_deliver(request, cell_formatted(text, length), formatted_rule);
 }

@@ -156,6 +156,37 @@ static constexpr column_row time_row = {
     .interval_code = SQL_CODE_TIME,
 };
 
+// Nested values that are read as text.
+static constexpr column_row literal_rows[] = {
+    // clang-format off
+    // option id   type verb disp prec sc len oct prefix  suffix local name   type name   srch rdx iv
+    {CQL_LIST,       -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "list",      "list",      2, 0, 0},
+    {CQL_MAP,        -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "map",       "map",       2, 0, 0},
+    {CQL_SET,        -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "set",       "set",       2, 0, 0},
+    {CQL_UDT,        -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "udt",       "udt",       2, 0, 0},
+    {CQL_TUPLE,      -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "tuple",     "tuple",     2, 0, 0},
+    {CQL_DURATION,   -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "duration",  "duration",  2, 0, 0},
+    {CQL_VECTOR,     -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "vector",    "vector",    2, 0, 0},
+    // clang-format on
+};
+
+// The row of the type; null for an unknown one.
+static const column_row *find_column_row(const cass_conn *conn, std::int32_t option_id,
+                                         bool literals)
+{
+    if (option_id == CQL_TIME && !time_is_a_timestamp(conn))
+        return &time_row;
+    for (const column_row &row : literal_rows) {
+        if (row.option_id == option_id && literals)
+            return &row;
+    }
+    for (const column_row &row : column_rows) {
+        if (row.option_id == option_id)
+            return &row;
+    }
+    return nullptr;
+}
+
 int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
                            const cass_string *keyspace, const cass_string *table,
                            const cass_string *name, const cass_type_option *option)
@@ -169,19 +200,19 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
     field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
     field->cql_type = option->option_id;
     field->catalog_name = nullptr;
-    field->decode = cass_cell_decoder_for(stmt_conn(stmt), option->option_id);
+    const cass_conn *conn = stmt_conn(stmt);
+    const bool literals = cass_cells_are_literals(conn);
+    const cass_type_option *told = literals ? cql_type_meant(option) : option;
+    field->decode = cass_cell_decoder_for(conn, told->option_id);
     if (!share_text(&field->keyspace_name, keyspace, desc->shared_keyspace) ||
         !share_text(&field->table_name, table, desc->shared_table) ||
         !copy_text(&field->column_name, name))
         return -1;
 
-    if (option->option_id == CQL_TIME && !time_is_a_timestamp(stmt_conn(stmt)))
-        return fill_column(stmt_conn(stmt), field, time_row, option) ? 0 : -1;
-    for (const column_row &row : column_rows) {
-        if (row.option_id == option->option_id)
-            return fill_column(stmt_conn(stmt), field, row, option) ? 0 : -1;
-    }
-    return -6;
+    const column_row *row = find_column_row(conn, told->option_id, literals);
+    if (row == nullptr)
+        return -6;
+    return fill_column(conn, field, *row, option) ? 0 : -1;
 }
 
 // ---- Defaults of a record by its concise type --------------------------------------------------

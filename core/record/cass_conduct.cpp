@@ -50,6 +50,7 @@ const cass_conduct default_conduct = {
     .local_row_is_transferred_twice = true,
     .uuid_arrays_are_spaced_by_length = true,
     .early_times_are_negative = true,
+    .nested_values_are_bytes = true,
     .a_refused_column_stays_bound = true,
     // Descriptions and diagnostics.
     .time_is_a_timestamp = true,

@@ -128,6 +128,9 @@ struct cass_conduct {
     // Parts of a timestamp before 1970 are those of a negative number. 0: they count up from
     // midnight.
     bool early_times_are_negative;
+    // Lists, sets, maps, tuples, user types, durations and vectors are described as binary and read
+    // as the wire's bytes. 0: as the text of a CQL literal.
+    bool nested_values_are_bytes;
     // A column whose record is found inconsistent keeps the pointers it was bound with.
     bool a_refused_column_stays_bound;
 

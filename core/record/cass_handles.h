@@ -264,11 +264,15 @@ struct cass_put_chunk {
 
 // The current row's cell of a column, by its ODBC SQL type number in data_type: SQL_CHAR and
 // SQL_BINARY use value.bytes, SQL_INTEGER integer, SQL_BIGINT bigint, SQL_FLOAT real, SQL_DOUBLE
-// dbl, SQL_DATE date, SQL_TIMESTAMP timestamp, SQL_GUID guid, SQL_NUMERIC numeric.
+// dbl, SQL_DATE date, SQL_TIMESTAMP timestamp, SQL_GUID guid, SQL_NUMERIC numeric. CELL_WIRE uses
+// wire: the server's bytes as they came, and their text behind them in the buffer.
+constexpr std::int32_t CELL_WIRE = 1000;
+constexpr std::int32_t NO_TEXT_YET = -1;
+
 struct cass_data_storage {
     std::int32_t data_type;     // 0 until the first row
     std::int32_t isnull;        // the cell is SQL NULL
-    std::int32_t alloc_length;  // bytes of a text or binary value
+    std::int32_t alloc_length;  // bytes of a text or binary value, or of the wire's
     std::int32_t offset;        // bytes of it already delivered
     std::int32_t finished;      // delivered: a further read gives SQL_NO_DATA
     std::uint32_t capacity;     // bytes that buffer has room for
@@ -282,6 +286,11 @@ struct cass_data_storage {
         SQL_TIMESTAMP_STRUCT timestamp;
         SQLGUID guid;
         SQL_NUMERIC_STRUCT numeric;  // precision 255: a value that 128 bits cannot hold
+        struct {
+            unsigned char *bytes;
+            std::int32_t text_length;  // or NO_TEXT_YET
+            std::int32_t as_text;      // what offset counts: the text's bytes, or the wire's
+        } wire;
     } value;
     unsigned char *buffer;  // owned; grows from row to row, given back between pages
 };
