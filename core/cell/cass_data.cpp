@@ -199,6 +199,12 @@ SQLRETURN cell_out_of_range(const cell_request &request, const char *words, int 
     return SQL_ERROR;
 }
 
+SQLRETURN cell_no_such_date(const cell_request &request)
+{
+    post_on_column(request, STATE_22008, "date out of range");
+    return SQL_ERROR;
+}
+
 SQLRETURN cell_not_numeric(const cell_request &request)
 {
     post_on_column(request, STATE_22018, "text that is no number");

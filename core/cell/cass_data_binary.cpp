@@ -82,10 +82,12 @@ SQLRETURN get_guid(const cell_request &request)
     return SQL_SUCCESS;
 }
 
-// Everything but a decimal goes through its text; the application's own precision and scale are not
-// asked for.
+// By default everything but a decimal goes through its text, and the application's own precision
+// and scale are not asked for.
 SQLRETURN get_numeric(const cell_request &request)
 {
+    if (cell_is_converted_exactly(request))
+        return cell_exact_numeric(request);
     const cass_data_storage &cell = request.field->data_storage;
     if (cell.data_type == SQL_NUMERIC) {
         cell_store_value(request, &cell.value.numeric, sizeof cell.value.numeric);

@@ -8,6 +8,7 @@
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/wire/cql_type.h"
+#include "support/civil.h"
 #include "support/jdn_l.h"
 #include "support/numtext.h"
 #include "support/structtext.h"
@@ -241,17 +242,14 @@ static SQLRETURN decode_timestamp(cass_stmt *stmt, cass_packet *packet, cass_fie
 // The same with the parts of the day counted up from midnight.
 static SQLRETURN decode_timestamp_up(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
-    constexpr std::int64_t day = 86'400'000;
     cass_data_storage *cell = &field->data_storage;
     const unsigned char *bytes = take_fixed(packet, 8);
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_TIMESTAMP);
     begin_cell(cell, SQL_TIMESTAMP);
 
-    const auto milliseconds = static_cast<std::int64_t>(load_be64(bytes));
-    const std::int64_t days = milliseconds / day - (milliseconds % day < 0 ? 1 : 0);
-    const auto rest = static_cast<std::uint32_t>(milliseconds - days * day);
-    const SQL_DATE_STRUCT date = date_from_days(days);
+    std::uint32_t rest;
+    const SQL_DATE_STRUCT date = date_from_days(cql_timestamp_days(bytes, &rest));
     cell->value.timestamp = {
         .year = date.year,
         .month = date.month,
@@ -271,7 +269,7 @@ static SQLRETURN decode_date(cass_stmt *stmt, cass_packet *packet, cass_field *f
     if (bytes == nullptr) [[unlikely]]
         return take_null(stmt, packet, cell, SQL_DATE);
     begin_cell(cell, SQL_DATE);
-    cell->value.date = date_from_days(static_cast<std::int64_t>(load_be32(bytes)) - CQL_DATE_EPOCH);
+    cell->value.date = date_from_days(cql_date_days(bytes));
     return SQL_SUCCESS;
 }
 
@@ -310,11 +308,77 @@ static SQLRETURN decode_uuid(cass_stmt *stmt, cass_packet *packet, cass_field *f
     return SQL_SUCCESS;
 }
 
+// ---- Values that may be larger than a struct ---------------------------------------------------
+
+// The bytes of the cell ahead if it is one of `width` bytes; null for every other.
+static inline const unsigned char *peek_fixed(const cass_packet *packet, std::int32_t width)
+{
+    const unsigned char *cell = packet->body + packet->read_pos;
+    const bool whole = pkt_remaining(packet) >= CELL_PREFIX + width &&
+                       load_be32(cell) == static_cast<std::uint32_t>(width);
+    return whole ? cell + CELL_PREFIX : nullptr;
+}
+
+static inline bool is_common_day(std::int64_t days)
+{
+    return days >= FIRST_COMMON_DAY && days <= LAST_COMMON_DAY;
+}
+
+// What a row before has left may be read behind the last one: never an address.
+static inline void forget_wire(cass_data_storage *cell)
+{
+    if (cell->data_type == CELL_WIRE)
+        cell->value = {};
+}
+
+static SQLRETURN decode_any_date(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    const unsigned char *bytes = peek_fixed(packet, 4);
+    if (bytes != nullptr && !is_common_day(cql_date_days(bytes))) [[unlikely]]
+        return decode_wire(stmt, packet, field);
+    forget_wire(&field->data_storage);
+    return decode_date(stmt, packet, field);
+}
+
+static SQLRETURN decode_any_timestamp(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    const unsigned char *bytes = peek_fixed(packet, 8);
+    std::uint32_t rest;
+    if (bytes != nullptr && !is_common_day(cql_timestamp_days(bytes, &rest))) [[unlikely]]
+        return decode_wire(stmt, packet, field);
+    forget_wire(&field->data_storage);
+    return decode_timestamp_up(stmt, packet, field);
+}
+
+static SQLRETURN decode_any_decimal(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    cass_data_storage *cell = &field->data_storage;
+    const std::int32_t start = packet->read_pos;
+    forget_wire(cell);
+    const SQLRETURN code = field->cql_type == CQL_VARINT ? decode_varint(stmt, packet, field)
+                                                         : decode_decimal(stmt, packet, field);
+    if (code != SQL_SUCCESS || cell->isnull != 0)
+        return code;
+    const SQL_NUMERIC_STRUCT &numeric = cell->value.numeric;
+    const bool scale_fits =
+        field->cql_type == CQL_VARINT ||
+        static_cast<std::int32_t>(load_be32(packet->body + start + CELL_PREFIX)) == numeric.scale;
+    if (scale_fits && numeric.precision != NUMERIC_TOO_LARGE) [[likely]]
+        return SQL_SUCCESS;
+    packet->read_pos = start;
+    return decode_wire(stmt, packet, field);
+}
+
 // ---- The table ---------------------------------------------------------------------------------
 
 static bool early_times_are_negative(const cass_conn *conn)
 {
     return conn->conduct->early_times_are_negative;
+}
+
+static bool large_values_are_lost(const cass_conn *conn)
+{
+    return conn->conduct->large_values_are_lost;
 }
 
 static bool nested_values_are_bytes(const cass_conn *conn)
@@ -340,7 +404,7 @@ cass_cell_decoder cass_cell_decoder_for(const cass_conn *conn, std::int32_t opti
     case CQL_TINYINT:
         return decode_one_byte;
     case CQL_DECIMAL:
-        return decode_decimal;
+        return large_values_are_lost(conn) ? decode_decimal : decode_any_decimal;
     case CQL_DOUBLE:
         return decode_double;
     case CQL_FLOAT:
@@ -348,16 +412,18 @@ cass_cell_decoder cass_cell_decoder_for(const cass_conn *conn, std::int32_t opti
     case CQL_INT:
         return decode_int;
     case CQL_TIMESTAMP:
-        return early_times_are_negative(conn) ? decode_timestamp : decode_timestamp_up;
+        if (early_times_are_negative(conn))
+            return decode_timestamp;
+        return large_values_are_lost(conn) ? decode_timestamp_up : decode_any_timestamp;
     case CQL_UUID:
     case CQL_TIMEUUID:
         return decode_uuid;
     case CQL_VARINT:
-        return decode_varint;
+        return large_values_are_lost(conn) ? decode_varint : decode_any_decimal;
     case CQL_INET:
         return decode_inet;
     case CQL_DATE:
-        return decode_date;
+        return large_values_are_lost(conn) ? decode_date : decode_any_date;
     case CQL_TIME:
         return decode_time;
     case CQL_SMALLINT:

@@ -104,6 +104,8 @@ SQLRETURN cell_is_null(const cell_request &request);
 // value.
 [[gnu::cold]] SQLRETURN cell_out_of_range(const cell_request &request, const char *words,
                                           int value);
+// 22008, SQL_ERROR.
+[[gnu::cold]] SQLRETURN cell_no_such_date(const cell_request &request);
 // 22018, SQL_ERROR.
 [[gnu::cold]] SQLRETURN cell_not_numeric(const cell_request &request);
 // 07006, SQL_ERROR; a storage type that no decoder makes has its own words in the log.
@@ -228,6 +230,19 @@ struct cell_number {
     int digits;      // digits counted
     bool fraction;   // some of them behind the point
 };
+
+// ---- Exact numbers -----------------------------------------------------------------------------
+
+// Whether numbers of texts, decimals and numerics are converted by the functions below. These post
+// what goes wrong: 22018 for a text that is no number, 22003 for what the target cannot hold.
+bool cell_is_converted_exactly(const cell_request &request);
+// The whole part of a number from -least to most, and whether there is more of it.
+SQLRETURN cell_exact_integer(const cell_request &request, std::uint64_t most, std::uint64_t least,
+                             std::int64_t *value, bool *fraction);
+SQLRETURN cell_exact_double(const cell_request &request, double *value);
+// Stores the numeric, in the precision and scale that the application has set or the column has;
+// 01S07 where digits are lost behind them.
+SQLRETURN cell_exact_numeric(const cell_request &request);
 
 // Scans the request's text cell. False when it is no plain decimal number.
 bool cell_scan_number(const cell_request &request, cell_number *number);

@@ -179,8 +179,23 @@ static SQLRETURN integer_from_parsed(const cell_request &request, const integer_
     return code;
 }
 
+// The largest that an integer holds is what floating values saturate to.
+static SQLRETURN integer_exactly(const cell_request &request, const integer_rules &rules)
+{
+    const auto most = static_cast<std::uint64_t>(rules.largest);
+    const std::uint64_t least = rules.real.low < 0 ? most + 1 : 0;
+    std::int64_t value;
+    bool fraction;
+    if (cell_exact_integer(request, most, least, &value, &fraction) != SQL_SUCCESS)
+        return SQL_ERROR;
+    store_integer(request, rules.size, value);
+    return fraction ? cell_fraction_lost(request) : SQL_SUCCESS;
+}
+
 static SQLRETURN integer_from_text(const cell_request &request, const integer_rules &rules)
 {
+    if (cell_is_converted_exactly(request))
+        return integer_exactly(request, rules);
     cell_number number;
     if (!cell_scan_number(request, &number))
         return cell_not_numeric(request);
@@ -189,6 +204,8 @@ static SQLRETURN integer_from_text(const cell_request &request, const integer_ru
 
 static SQLRETURN integer_from_numeric(const cell_request &request, const integer_rules &rules)
 {
+    if (cell_is_converted_exactly(request))
+        return integer_exactly(request, rules);
     const SQL_NUMERIC_STRUCT &numeric = request.field->data_storage.value.numeric;
     char text[NUMERIC_TEXT_ROOM];
     cass_numeric_format(&numeric, text);
@@ -212,12 +229,18 @@ static SQLRETURN integer_from_floating(const cell_request &request, const intege
     return std::trunc(value) == value ? SQL_SUCCESS : cell_fraction_lost(request);
 }
 
-static inline SQLRETURN integer_from_integer(const cell_request &request,
-                                             const integer_rules &rules, std::int64_t value,
-                                             const integer_range &range)
+[[gnu::always_inline]] static inline SQLRETURN integer_from_integer(const cell_request &request,
+                                                                    const integer_rules &rules,
+                                                                    std::int64_t value,
+                                                                    const integer_range &range)
 {
     if (outside(range, value)) [[unlikely]]
         return cell_out_of_range(request, rules.integer_words, static_cast<int>(value));
+    // Untested by default: the bits of a negative number pass into an unsigned one.
+    if (rules.real.low == 0 && value < 0) [[unlikely]] {
+        if (cell_is_converted_exactly(request))
+            return cell_out_of_range(request, rules.integer_words, static_cast<int>(value));
+    }
     store_integer(request, rules.size, value);
     return SQL_SUCCESS;
 }
@@ -241,6 +264,8 @@ static inline SQLRETURN integer_from_integer(const cell_request &request,
                                      rules.real);
     case SQL_DOUBLE:
         return integer_from_floating(request, rules, cell.value.dbl, rules.dbl);
+    case CELL_WIRE:
+        return integer_exactly(request, rules);
     default:
         return cell_not_convertible(request);
     }
@@ -311,18 +336,24 @@ static SQLRETURN floating_value(const cell_request &request, double *value)
         *value = static_cast<double>(cell.value.bigint);
         return SQL_SUCCESS;
     case SQL_NUMERIC: {
+        if (cell_is_converted_exactly(request))
+            return cell_exact_double(request, value);
         char text[NUMERIC_TEXT_ROOM];
         cass_numeric_format(&cell.value.numeric, text);
         *value = ascii_to_double(text);
         return SQL_SUCCESS;
     }
     case SQL_CHAR: {
+        if (cell_is_converted_exactly(request))
+            return cell_exact_double(request, value);
         cell_number number;
         if (!cell_scan_number(request, &number))
             return cell_not_numeric(request);
         *value = ascii_to_double(number.text);
         return SQL_SUCCESS;
     }
+    case CELL_WIRE:
+        return cell_exact_double(request, value);
     default:
         return cell_not_convertible(request);
     }
@@ -341,8 +372,12 @@ SQLRETURN get_float(const cell_request &request)
 {
     double value = 0;
     const SQLRETURN code = floating_value(request, &value);
-    const float narrowed = static_cast<float>(value);  // out of range: an infinity, untested
-    if (code == SQL_SUCCESS) [[likely]]
-        cell_store_value(request, &narrowed, sizeof narrowed);
-    return code;
+    const float narrowed = static_cast<float>(value);
+    if (code != SQL_SUCCESS) [[unlikely]]
+        return code;
+    // Out of range: by default an infinity.
+    if (std::isinf(narrowed) && !std::isinf(value) && cell_is_converted_exactly(request))
+        return cell_out_of_range(request, nullptr, 0);
+    cell_store_value(request, &narrowed, sizeof narrowed);
+    return SQL_SUCCESS;
 }

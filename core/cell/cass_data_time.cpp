@@ -1,5 +1,6 @@
 // Cells as dates, times and timestamps.
 #include "core/cell/cass_data_internal.h"
+#include "core/cell/cass_data_wire.h"
 #include "support/ascii.h"
 
 SQLRETURN get_timestamp(const cell_request &request)
@@ -12,8 +13,8 @@ SQLRETURN get_timestamp(const cell_request &request)
         timestamp.year = cell.value.date.year;
         timestamp.month = cell.value.date.month;
         timestamp.day = cell.value.date.day;
-    } else {
-        return cell_not_convertible(request);
+    } else if (cell_wire_timestamp(request, true, &timestamp) != SQL_SUCCESS) {
+        return SQL_ERROR;
     }
     cell_store_value(request, &timestamp, sizeof timestamp);
     return SQL_SUCCESS;
@@ -26,10 +27,12 @@ SQLRETURN get_date(const cell_request &request)
         cell_store_value(request, &cell.value.date, sizeof cell.value.date);
         return SQL_SUCCESS;
     }
-    if (cell.data_type != SQL_TIMESTAMP)
-        return cell_not_convertible(request);
+    SQL_TIMESTAMP_STRUCT timestamp;
+    if (cell.data_type == SQL_TIMESTAMP)
+        timestamp = cell.value.timestamp;
+    else if (cell_wire_timestamp(request, true, &timestamp) != SQL_SUCCESS)
+        return SQL_ERROR;
 
-    const SQL_TIMESTAMP_STRUCT &timestamp = cell.value.timestamp;
     const SQL_DATE_STRUCT date = {
         .year = timestamp.year, .month = timestamp.month, .day = timestamp.day};
     cell_store_value(request, &date, sizeof date);
@@ -77,8 +80,11 @@ static SQL_TIME_STRUCT time_from_text(const cass_data_storage &cell)
 SQLRETURN get_timep(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
-    if (cell.data_type == SQL_TIMESTAMP) {
-        const SQL_TIMESTAMP_STRUCT &timestamp = cell.value.timestamp;
+    if (cell.data_type == SQL_TIMESTAMP || cell.data_type == CELL_WIRE) {
+        SQL_TIMESTAMP_STRUCT timestamp = cell.value.timestamp;
+        if (cell.data_type == CELL_WIRE &&
+            cell_wire_timestamp(request, false, &timestamp) != SQL_SUCCESS)
+            return SQL_ERROR;
         const SQL_TIME_STRUCT time = {
             .hour = timestamp.hour, .minute = timestamp.minute, .second = timestamp.second};
         cell_store_value(request, &time, sizeof time);

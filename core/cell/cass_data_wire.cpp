@@ -6,6 +6,7 @@
 
 #include "core/cell/cass_data_take.h"
 #include "core/cell/cass_literal.h"
+#include "support/civil.h"
 
 static constexpr char log_source[] = "cass_data.c";
 
@@ -68,6 +69,12 @@ static SQLRETURN make_text(const cell_request &request)
     return SQL_SUCCESS;
 }
 
+static SQLRETURN with_text(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    return cell.value.wire.text_length == NO_TEXT_YET ? make_text(request) : SQL_SUCCESS;
+}
+
 static void read_as(cass_data_storage *cell, bool text)
 {
     if ((cell->value.wire.as_text != 0) != text)
@@ -81,7 +88,7 @@ SQLRETURN cell_wire_text(const cell_request &request, cell_piece *rest)
     *rest = {};
     if (cell->alloc_length == 0)  // behind the last row
         return SQL_SUCCESS;
-    if (cell->value.wire.text_length == NO_TEXT_YET && make_text(request) != SQL_SUCCESS)
+    if (with_text(request) != SQL_SUCCESS)
         return SQL_ERROR;
     read_as(cell, true);
     const SQLLEN left = cell->value.wire.text_length - cell->offset;
@@ -92,8 +99,62 @@ SQLRETURN cell_wire_text(const cell_request &request, cell_piece *rest)
 SQLRETURN cell_wire_bytes(const cell_request &request, cell_piece *rest)
 {
     cass_data_storage *cell = &request.field->data_storage;
+    switch (request.field->cql_type) {
+    case CQL_DECIMAL:
+    case CQL_VARINT:
+        return cell_out_of_range(request, nullptr, 0);
+    case CQL_DATE:
+    case CQL_TIMESTAMP:
+        return cell_no_such_date(request);
+    default:
+        break;
+    }
     read_as(cell, false);
     const SQLLEN left = cell->alloc_length - cell->offset;
     *rest = {cell->buffer + cell->offset, left, left};
+    return SQL_SUCCESS;
+}
+
+SQLRETURN cell_wire_number(const cell_request &request, std::string_view *text)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    const std::int32_t type = request.field->cql_type;
+    if (type != CQL_DECIMAL && type != CQL_VARINT)
+        return cell_not_convertible(request);
+    *text = {};
+    if (cell.alloc_length == 0)
+        return SQL_SUCCESS;
+    if (with_text(request) != SQL_SUCCESS)
+        return SQL_ERROR;
+    *text = {reinterpret_cast<const char *>(cell.buffer) + cell.alloc_length,
+             static_cast<std::size_t>(cell.value.wire.text_length)};
+    return SQL_SUCCESS;
+}
+
+SQLRETURN cell_wire_timestamp(const cell_request &request, bool with_date,
+                              SQL_TIMESTAMP_STRUCT *timestamp)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    const std::int32_t type = cell.data_type == CELL_WIRE ? request.field->cql_type : CQL_CUSTOM;
+    std::uint32_t of_day = 0;
+    std::int64_t days = 0;
+    if (type == CQL_DATE && cell.alloc_length == 4 && with_date)
+        days = cql_date_days(cell.buffer);
+    else if (type == CQL_TIMESTAMP && cell.alloc_length == 8)
+        days = cql_timestamp_days(cell.buffer, &of_day);
+    else
+        return cell_not_convertible(request);
+    const civil_date date = civil_from_days(days);
+    if (with_date && (date.year < INT16_MIN || date.year > INT16_MAX))
+        return cell_no_such_date(request);
+    *timestamp = {
+        .year = static_cast<SQLSMALLINT>(date.year),
+        .month = static_cast<SQLUSMALLINT>(date.month),
+        .day = static_cast<SQLUSMALLINT>(date.day),
+        .hour = static_cast<SQLUSMALLINT>(of_day / 3'600'000),
+        .minute = static_cast<SQLUSMALLINT>(of_day / 60'000 % 60),
+        .second = static_cast<SQLUSMALLINT>(of_day / 1000 % 60),
+        .fraction = of_day % 1000 * 1'000'000,
+    };
     return SQL_SUCCESS;
 }

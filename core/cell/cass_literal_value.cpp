@@ -145,7 +145,6 @@ static bool put_decimal(growing_text *out, const unsigned char *bytes, std::int3
 
 // ---- Dates and times ---------------------------------------------------------------------------
 
-constexpr std::int64_t DAY_MILLISECONDS = 86'400'000;
 constexpr std::int64_t DAY_NANOSECONDS = 86'400'000'000'000;
 
 static bool is_common_day(std::int64_t day)
@@ -153,23 +152,22 @@ static bool is_common_day(std::int64_t day)
     return day >= FIRST_COMMON_DAY && day <= LAST_COMMON_DAY;
 }
 
-static void put_date(growing_text *out, std::uint32_t number, bool inside)
+static void put_date(growing_text *out, const unsigned char *bytes, bool inside)
 {
-    const std::int64_t day = static_cast<std::int64_t>(number) - CQL_DATE_EPOCH;
+    const std::int64_t day = cql_date_days(bytes);
     char text[32];
     if (inside && !is_common_day(day))
-        return put_number(out, number);
+        return put_number(out, load_be32(bytes));
     put_text(out, text_of(text, text_from_civil(text, civil_from_days(day))), inside);
 }
 
 // The milliseconds always inside, otherwise where there are any.
-static void put_timestamp(growing_text *out, std::int64_t milliseconds, bool inside)
+static void put_timestamp(growing_text *out, const unsigned char *bytes, bool inside)
 {
-    const std::int64_t day =
-        milliseconds / DAY_MILLISECONDS - (milliseconds % DAY_MILLISECONDS < 0 ? 1 : 0);
-    const auto rest = static_cast<std::uint32_t>(milliseconds - day * DAY_MILLISECONDS);
+    std::uint32_t rest;
+    const std::int64_t day = cql_timestamp_days(bytes, &rest);
     if (inside && !is_common_day(day))
-        return put_number(out, milliseconds);
+        return put_number(out, static_cast<std::int64_t>(load_be64(bytes)));
     char text[48];
     char *end = text + text_from_civil(text, civil_from_days(day));
     *end++ = inside ? 'T' : ' ';
@@ -340,13 +338,13 @@ bool cass_put_plain_value(growing_text *out, std::int32_t option_id, const unsig
     case CQL_VARINT:
         return put_decimal(out, bytes, length, 0);
     case CQL_DATE:
-        put_date(out, load_be32(bytes), inside);
+        put_date(out, bytes, inside);
         return true;
     case CQL_TIME:
         put_time(out, whole_number(bytes, 8), inside);
         return true;
     case CQL_TIMESTAMP:
-        put_timestamp(out, whole_number(bytes, 8), inside);
+        put_timestamp(out, bytes, inside);
         return true;
     case CQL_UUID:
     case CQL_TIMEUUID:

@@ -106,6 +106,7 @@ static constexpr cass_sqlstate state_table[] = {
     {"22000", "Data exception"},
     {"08003", "Connection not open"},
     {"07S01", "Invalid use of default parameter"},
+    {"22008", "Datetime field overflow"},
 };
 static_assert(std::size(state_table) == STATE_ROWS);
 

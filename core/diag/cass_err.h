@@ -93,6 +93,7 @@ enum cass_state_row {
     STATE_22000,
     STATE_08003,
     STATE_07S01,
+    STATE_22008,
     STATE_ROWS
 };
 

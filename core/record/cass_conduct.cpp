@@ -51,6 +51,8 @@ const cass_conduct default_conduct = {
     .uuid_arrays_are_spaced_by_length = true,
     .early_times_are_negative = true,
     .nested_values_are_bytes = true,
+    .large_values_are_lost = true,
+    .numbers_are_converted_loosely = true,
     .a_refused_column_stays_bound = true,
     // Descriptions and diagnostics.
     .time_is_a_timestamp = true,

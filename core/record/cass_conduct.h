@@ -131,6 +131,15 @@ struct cass_conduct {
     // Lists, sets, maps, tuples, user types, durations and vectors are described as binary and read
     // as the wire's bytes. 0: as the text of a CQL literal.
     bool nested_values_are_bytes;
+    // A decimal or varint beyond 128 bits is out of range for every target, of a scale the low byte
+    // counts, and the year of a date or timestamp is cut to 16 bits. 0: such a value is read as
+    // text, exactly, and out of range for a target that cannot hold it.
+    bool large_values_are_lost;
+    // A number is converted by the form of its source: no exponent in a text, any scale is a
+    // fraction, a negative one passes into 32 and 64 bits without sign, SQL_C_NUMERIC keeps the
+    // scale of the source. 0: by its value, into the precision and scale that the application has
+    // set.
+    bool numbers_are_converted_loosely;
     // A column whose record is found inconsistent keeps the pointers it was bound with.
     bool a_refused_column_stays_bound;
 

@@ -42,6 +42,21 @@ enum : std::int32_t {
 // The day number that a `date` has on 1 January 1970.
 constexpr std::int64_t CQL_DATE_EPOCH = std::int64_t{1} << 31;
 
+// The days since 1 January 1970 of a `date`, and of a `timestamp` with the milliseconds of its day.
+inline std::int64_t cql_date_days(const unsigned char *bytes)
+{
+    return static_cast<std::int64_t>(load_be32(bytes)) - CQL_DATE_EPOCH;
+}
+
+inline std::int64_t cql_timestamp_days(const unsigned char *bytes, std::uint32_t *of_day)
+{
+    constexpr std::int64_t day = 86'400'000;
+    const auto milliseconds = static_cast<std::int64_t>(load_be64(bytes));
+    const std::int64_t days = milliseconds / day - (milliseconds % day < 0 ? 1 : 0);
+    *of_day = static_cast<std::uint32_t>(milliseconds - days * day);
+    return days;
+}
+
 struct cass_type_option;
 
 // A field of a user-defined type.
