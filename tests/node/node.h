@@ -2,7 +2,8 @@
 // test's process, and works through a list of steps, each a request that must come and the frames
 // that answer it. Whatever the driver sends beside the script is a complaint, which the test reads
 // at its end; so is a step that nobody asked for, and a request whose version is not 4, whose
-// stream is not the one told, or that is not compressed exactly as negotiated. Complaints show both sides.
+// stream is not the one told, or that is not compressed exactly as negotiated. Complaints show both
+// sides.
 //
 //     const node_ptr node = node_start();
 //     expect_logon(node.get());
