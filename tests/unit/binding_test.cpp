@@ -53,6 +53,8 @@ TEST(binding, what_is_refused)
         const auto *record = column == 0 ? &ard->bookmark_field : &ard->fields[column - 1];
         EXPECT_EQ(bound ? at : nullptr, record->data_ptr) << type;
     }
+    EXPECT_EQ(SQL_SUCCESS, bind_column(rig, 0, SQL_C_BOOKMARK, nullptr));
+    EXPECT_EQ(nullptr, rig->stmt->ard->bookmark_field.data_ptr);
 }
 
 TEST(binding, a_cut_column_does_not_stop_the_others_and_an_error_does)

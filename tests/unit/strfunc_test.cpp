@@ -42,6 +42,8 @@ TEST(strfunc, parts_sums_and_format)
     };
     EXPECT_EQ(part(0, -1) + part(2, 2) + part(4, 9) + part(5, 0x7FFFFFFF), "abcdefcdeff");
     EXPECT_EQ(part(6, 1) + part(99, -1) + part(1, 0), "");
+    EXPECT_EQ(cass_string_from_utf8(nullptr, 3, 1), nullptr);
+    EXPECT_EQ(cass_string_alloc(std::int64_t{1} << 31), nullptr);
     cass_string_append(text.get(), text.get());  // to itself
     const owned_string formatted = own(
         cass_string_format("%S|%S|%s|%d|%l", text.get(), nullptr, "b\xE9", -2147483647 - 1, 42));

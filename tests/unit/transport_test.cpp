@@ -11,6 +11,7 @@
 #include "core/net/cass_conn.h"
 #include "core/session/cass_logon.h"
 #include "core/statement/cass_pkt_exchange.h"
+#include "odbc/entry_frame.h"
 #include "tests/unit/handles.h"
 
 // ---- Bytes --------------------------------------------------------------------------------------
@@ -90,6 +91,20 @@ TEST(open_servers, that_stay_silent_end_in_a_time_out)
 }
 
 // ---- Two threads on one connection --------------------------------------------------------------
+
+// Nothing stops the end of a thread, but it leaves no lock behind.
+TEST(entry_frame, thread_that_ends_within_a_call_leaves_the_handle_free)
+{
+    session s;
+    std::thread([&] {
+        static constexpr entry_point entry = {.name = "SQLFetch", .source = "SQLFetch.c"};
+        enter_stmt(
+            s.stmt, entry, [](cass_stmt *) {},
+            [](cass_stmt *) -> SQLRETURN { pthread_exit(nullptr); });
+    }).join();
+    ASSERT_EQ(cass_lock_try_enter(&s.stmt->api_lock), 1);
+    cass_lock_leave(&s.stmt->api_lock);
+}
 
 // The connect takes a second, as the server's queue is full. The request comes meanwhile.
 TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)
