@@ -69,13 +69,6 @@ void catalog_free_inner(cass_stmt *inner)
     cass_free_throwaway_stmt(inner);
 }
 
-static void copy_records(cass_stmt *stmt, cass_stmt *inner)
-{
-    const std::int32_t count = cass_diag_count(&inner->head);
-    for (std::int32_t number = 1; number <= count; ++number)
-        cass_diag_copy(&stmt->head, cass_diag_get(&inner->head, number));
-}
-
 static bool a_warning_fails_the_catalog(const cass_conn *conn)
 {
     return conn->conduct->a_warning_fails_the_catalog;
@@ -98,7 +91,7 @@ held_inner catalog_run(cass_stmt *stmt, catalog_query query, SQLRETURN *code)
     if (code != nullptr)
         *code = outcome;
     if (!has_rows(stmt_conn(stmt), outcome) && inner != nullptr) {
-        copy_records(stmt, inner.get());
+        cass_diag_copy_all(&stmt->head, &inner->head);
         inner.reset();
     }
     return inner;
@@ -111,7 +104,7 @@ int catalog_next_row(cass_stmt *stmt, cass_stmt *inner)
     // A page that did not come leaves an emptied row that counts as fetched; that row is none of
     // the catalog's. The records do not tell: they may have found no memory.
     if (code == SQL_ERROR || inner->page.page_failed) {
-        copy_records(stmt, inner);
+        cass_diag_copy_all(&stmt->head, &inner->head);
         return -1;
     }
     return code == SQL_SUCCESS ? 1 : 0;

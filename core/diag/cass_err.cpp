@@ -271,3 +271,11 @@ void cass_diag_copy(cass_handle *handle, const cass_diag_record *record)
     copy->text = cass_string_copy(record->text);
     insert_record(handle, copy);
 }
+
+void cass_diag_copy_all(cass_handle *handle, cass_handle *from)
+{
+    const cass_lock_guard hold(&cass_diag_lock);
+    for (const cass_diag_record *record = from->diag_records; record != nullptr;
+         record = record->next)
+        cass_diag_copy(handle, record);
+}

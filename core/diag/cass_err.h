@@ -163,6 +163,8 @@ cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number);
 std::int32_t cass_diag_count(cass_handle *handle);
 // Gives the records that name no row this one.
 void cass_diag_name_row(cass_handle *handle, std::int32_t row);
+// Inserts a deep copy of all records of another handle by the ordering rule.
+void cass_diag_copy_all(cass_handle *handle, cass_handle *from);
 // Inserts a deep copy by the ordering rule.
 void cass_diag_copy(cass_handle *handle, const cass_diag_record *record);
 

@@ -92,6 +92,7 @@ const cass_conduct default_conduct = {
     // Session.
     .credentials_are_of_latin_1 = true,
     .logon_errors_are_general = true,
+    .a_refused_keyspace_is_information = true,
     .a_rollback_is_a_commit = true,
     .an_exact_output_string_is_whole = true,
 };

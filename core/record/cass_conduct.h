@@ -60,8 +60,8 @@ struct cass_conduct {
     // A pause for data at execution never ends: data is taken behind its run, and SQLCancel leaves
     // it open. 0: either ends it.
     bool a_pause_stays_open;
-    // SQLBindParameter refuses sizes and digits that no decimal has, by HY104 and HY021. 0: it takes
-    // any, as the column decides.
+    // SQLBindParameter refuses sizes and digits that no decimal has, by HY104 and HY021. 0: it
+    // takes any, as the column decides.
     bool sizes_of_a_binding_are_judged;
     // Setting a field of an APD's record takes its indicator away with its buffer. 0: the buffer.
     bool a_set_field_drops_the_indicator;
@@ -219,11 +219,15 @@ struct cass_conduct {
 
     // Session.
 
-    // User and password of an ANSI connection string, or of a file, are read as Latin-1. 0: as UTF-8.
+    // User and password of an ANSI connection string, or of a file, are read as Latin-1. 0: as
+    // UTF-8.
     bool credentials_are_of_latin_1;
-    // What fails while a session starts is HY000. 0: 28000 for refused credentials, 08004 for another
-    // word of the server, 08001 for none and HYT00 for none in time.
+    // What fails while a session starts is HY000. 0: 28000 for refused credentials, 08004 for
+    // another word of the server, 08001 for none and HYT00 for none in time.
     bool logon_errors_are_general;
+    // A keyspace that the server refuses gives SQL_SUCCESS_WITH_INFO without a record and without a
+    // session. 0: an error, with the server's words.
+    bool a_refused_keyspace_is_information;
     // A rollback is a success without a word, as a commit is. 0: with a record 01000.
     bool a_rollback_is_a_commit;
     // An output string that fits but for its terminator loses its last semicolon and is not cut.

@@ -337,7 +337,7 @@ static int cass_establish_connection(cass_conn *conn)
     // ends the session and reports success with information, without a record: Driver Managers take
     // such a connection as made, and its next request fails.
     const int used = cass_use_keyspace(conn);
-    if (used == QUERY_NO_MEMORY)
+    if (used == QUERY_POSTED)
         return -1;
     return used == 0 || used == 1 ? 0 : 1;
 }

@@ -350,6 +350,11 @@ SQLRETURN post_prepare_warning(cass_stmt *stmt, SQLRETURN code)
     return code == SQL_SUCCESS ? SQL_SUCCESS_WITH_INFO : code;
 }
 
+static bool a_refused_keyspace_is_information(const cass_conn *conn)
+{
+    return conn->conduct->a_refused_keyspace_is_information;
+}
+
 // Runs a statement of the driver's own; rows and diagnostics are dropped. As set_current_keyspace.
 static int execute_query(cass_conn *conn, const cass_string *sql)
 {
@@ -357,19 +362,22 @@ static int execute_query(cass_conn *conn, const cass_string *sql)
     CASS_LOG(&conn->head, LOG_DETAIL, "sql: '%S'", sql);
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
-        return cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_NO_MEMORY);
+        return cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_POSTED);
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_QUERY, &conn->head));
     if (request == nullptr)
-        return QUERY_NO_MEMORY;
+        return QUERY_POSTED;
     pkt_put_long_string(request.get(), sql);
     pkt_put_short(request.get(),
                   static_cast<std::int16_t>(shared_get(&conn->settings.consistency)));
     pkt_put_byte(request.get(), 0);
     const int code = send_and_execute(stmt.get(), request.get());
-    return code < 0 && stmt->no_memory
-               ? cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_NO_MEMORY)
-               : code;
+    if (code < 0 && stmt->no_memory)
+        return cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_POSTED);
+    if (code >= 0 || a_refused_keyspace_is_information(conn))
+        return code;
+    cass_diag_copy_all(&conn->head, &stmt->head);
+    return QUERY_POSTED;
 }
 
 int cass_fetch_next_page(cass_stmt *stmt)
@@ -394,8 +402,7 @@ int set_current_keyspace(cass_conn *conn, const cass_string *keyspace)
     CASS_LOG(&conn->head, LOG_DETAIL, "keyspace: '%S'", keyspace);
     const held_string sql(cass_string_format("USE \"%S\";", keyspace));
     if (sql == nullptr)
-        return cass_post_no_memory(&conn->head, log_source, "set_current_keyspace",
-                                   QUERY_NO_MEMORY);
+        return cass_post_no_memory(&conn->head, log_source, "set_current_keyspace", QUERY_POSTED);
     return execute_query(conn, sql.get());
 }
 

@@ -35,8 +35,9 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text);
 int cass_fetch_next_page(cass_stmt *stmt);
 
 // USE of the keyspace, in double quotes. What send_and_execute gives, with the diagnostics dropped,
-// or QUERY_NO_MEMORY with HY001 posted on the connection.
-constexpr int QUERY_NO_MEMORY = -2;
+// or QUERY_POSTED with the failure posted on the connection: HY001, or what the server has refused
+// where the conduct tells of it.
+constexpr int QUERY_POSTED = -2;
 int set_current_keyspace(cass_conn *conn, const cass_string *keyspace);
 
 // A statement has one result set, and there is no cancel on the wire: always -1, nothing posted.

@@ -131,6 +131,16 @@ TEST(logon, keyspace_is_selected_in_double_quotes)
         EXPECT_EQ(stmt_records(wire->stmt),
                   refused ? record_list{link_failure + "failed to send packet"} : record_list());
     }
+    // Standard=Yes says so.
+    const wire_ptr wire = wire_open();
+    expect_logon(wire->node.get());
+    node_expect(wire->node.get(),
+                {NODE_QUERY,
+                 wire_long_string("USE \"nope\";") + be16(CONSISTENCY_ONE) + be8(0),
+                 {error_frame(0x2200, "Keyspace 'nope' does not exist")}});
+    EXPECT_CONN(SQL_ERROR, wire->conn, wire_connect(wire.get(), "Standard=Yes;KEYSPACE=nope"));
+    EXPECT_EQ(conn_records(wire->conn),
+              record_list{"3F000 Invalid schema name: Keyspace 'nope' does not exist"});
 }
 
 // Bodies that end early although the frame is whole, and counts that promise more than there is.
