@@ -111,6 +111,11 @@ int param_settle_length(cass_param *param, bool *null)
     const param_kind kind = param->c_type.kind;
     const int unit_size = kind == KIND_WIDE ? sizeof(SQLWCHAR) : 1;
     std::int32_t length = 0;
+    // ODBC 3.8, SQLBindParameter: text without an indicator ends with its terminator.
+    if (kind != KIND_BINARY && !param->has_length && param->field->octet_length <= 0) {
+        param->has_length = true;
+        param->length = SQL_NTS;
+    }
     if (param_load_joined(param, &length) != 0)
         return 1;
     if (length == 0 && kind == KIND_BINARY && !param->has_length)

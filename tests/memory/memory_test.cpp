@@ -25,6 +25,7 @@ struct application {
     char bound[4][64] = {};
     SQLLEN lengths[4] = {};
     SQLINTEGER numbers[2] = {3, 4};
+    double ratio = 0.1;
     SQLLEN at_exec = SQL_DATA_AT_EXEC;
     SQLPOINTER token = nullptr;
     // Where calls put what they tell; it is taken behind each of them.
@@ -232,6 +233,7 @@ static node_frame answer_to(const bytes &body)
         {"refused", error_frame(0x2200, "no such thing")},
         {"insert", void_frame()},
         {"INS", void_frame()},
+        {"TYP", void_frame()},
     };
     for (const auto &[word, frame] : answers)
         if (has(word))
@@ -242,6 +244,9 @@ static node_frame answer_to(const bytes &body)
                             more);
     return has("warned") ? with_warnings(rows, {"slow", "and long"}) : rows;
 }
+
+static const bytes list_of_types =
+    "ListType(UserType(ks,75,6e:IntegerType,76:VectorType(UTF8Type , 2),64:DurationType))";
 
 static std::vector<node_frame> respond(const node_request &request, bool lz4)
 {
@@ -255,6 +260,13 @@ static std::vector<node_frame> respond(const node_request &request, bool lz4)
     case NODE_PREPARE:
         if (request.body.find("refused") != bytes::npos)
             return {error_frame(0x2000, "no such word")};
+        if (request.body.find("typed") != bytes::npos)
+            return {prepared_frame("TYP",
+                                   {{"v", type_of(NODE_VARINT)},
+                                    {"d", type_of(NODE_DECIMAL)},
+                                    {"l", type_of(NODE_CUSTOM) + wire_string(list_of_types)},
+                                    {"t", type_of(NODE_VARCHAR)}},
+                                   {})};
         if (request.body.find("insert") != bytes::npos)
             return {prepared_frame("INS", {{"a", type_of(NODE_INT)}, {"t", type_of(NODE_VARCHAR)}},
                                    {})};
@@ -474,6 +486,26 @@ static const scenario parameters = within({
     STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
 });
 
+// Of the server's types, longer than what goes without a block of its own.
+static const std::string long_number(300, '7');
+static const std::u16string wide_number(300, u'8');
+static const std::string long_literal =
+    "[{n: " + long_number + ", v: ['a', '" + std::string(300, 'b') + "']}, {d: 1mo2d}]";
+
+static const scenario typed = within({
+    STMT(SQLPrepare(s.stmt, words("typed ? ? ? ?"), SQL_NTS)),
+    STMT(bind(s.stmt, 1, SQL_C_WCHAR, SQL_WVARCHAR, odbc_wide(wide_number), nullptr, 600)),
+    STMT(bind(s.stmt, 2, SQL_C_CHAR, SQL_VARCHAR, &s.at_exec, &s.at_exec)),
+    STMT(bind(s.stmt, 3, SQL_C_CHAR, SQL_VARCHAR, odbc_text(long_literal), nullptr, 2000)),
+    STMT(bind(s.stmt, 4, SQL_C_DOUBLE, SQL_DOUBLE, &s.ratio)),
+    STMT(SQLExecute(s.stmt)),
+    STMT(SQLParamData(s.stmt, &s.token)),
+    STMT(SQLPutData(s.stmt, odbc_text(long_number), SQL_NTS)),
+    STMT(SQLPutData(s.stmt, words("e-5"), 3)),
+    STMT(SQLParamData(s.stmt, &s.token)),
+    STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
+});
+
 #define LISTED(...) CALL(SQL_HANDLE_STMT, NO_RECORD, __VA_ARGS__), rows
 
 static const scenario tables = within({
@@ -627,9 +659,10 @@ INSTANTIATE_TEST_SUITE_P(
         road{"data_source", session_by(by_name),
              "[memory]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
         road{"statements", statements, there}, road{"lz4", statements, there, true},
-        road{"parameters", parameters, there}, road{"tables", tables, there},
-        road{"columns", columns, there}, road{"keys", keys, there}, road{"local", local, there},
-        road{"telling", telling, there},
+        road{"parameters", parameters, there}, road{"typed", typed, there + "Standard=Yes"},
+        road{"typed_numbers", typed, there + "Standard=Yes", false, false, 0, 0, 1, true},
+        road{"tables", tables, there}, road{"columns", columns, there}, road{"keys", keys, there},
+        road{"local", local, there}, road{"telling", telling, there},
         // A record's own allocations are many, and a handshake takes long.
         road{"logged", session_by(by_string), "LogFile={folder}/log;Logging=yes;" + there, false,
              false, 7, 31},

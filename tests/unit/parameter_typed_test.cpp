@@ -1,6 +1,7 @@
 // From (C type, value) to the bytes of a column's type, or the state of the refusal.
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "core/describe/cass_field.h"
 #include "core/wire/cql_type.h"
@@ -150,3 +151,21 @@ TEST(parameter_typed, dates_and_times)
         {binary("12345678"), "3132333435363738"}});
 }
 // clang-format on
+
+// A buffer of no size told, and one of a size, both without an indicator.
+TEST(parameter_typed, text_without_an_indicator_ends_with_its_terminator)
+{
+    session s;
+    describe_marker(s, CQL_VARCHAR);
+    const std::string text(5000, 'x');
+    const exact_block narrow(text + std::string(1, '\0')), wide(std::string("\x42\0\0\0", 4)),
+        sized("ab");
+    const std::tuple<SQLSMALLINT, void *, SQLLEN, std::string> cases[] = {
+        {SQL_C_CHAR, narrow.at, 0, to_hex(text)},
+        {SQL_C_WCHAR, wide.at, 0, "42"},
+        {SQL_C_CHAR, sized.at, 2, "6162"}};
+    for (const auto &[c_type, data, size, wanted] : cases) {
+        bind(s.stmt, 1, c_type, SQL_VARCHAR, data, nullptr, size);
+        EXPECT_EQ(encode(s), on_wire(wanted));
+    }
+}
