@@ -176,7 +176,8 @@ TEST(result, types_that_only_a_class_text_names)
     too_deep = "ReversedType(FrozenType(" + deep + "))";
     for (int i = 0; i < 1024; i++)
         wide += ",Int32Type";
-    const std::pair<std::string, std::string> cases[] = {
+    // clang-format off
+    std::vector<std::pair<std::string, std::string>> cases = {
         {package + "DurationType", "DURATION"},
         {package + "VectorType(" + package + "FloatType , 3)", "VECTOR<FLOAT,3>"},
         {"VectorType(ListType(UTF8Type),2147483647)", "VECTOR<LIST<VARCHAR>,2147483647>"},
@@ -184,26 +185,16 @@ TEST(result, types_that_only_a_class_text_names)
          "MAP<TIMEUUID,SET<TIMESTAMP>>"},
         {"UserType(ks,61646472,6e:TupleType(ShortType,DurationType),c3a9:IntegerType)",
          "UDT|n:TUPLE|SMALLINT|DURATION|\xC3\xA9:VARINT@addr"},
-        {deep, "INT"},
-        // No types: they stay what the server called them.
-        {too_deep, "CUSTOM"},
-        {wide + ")", "CUSTOM"},
-        {package + "Unheard", "CUSTOM"},
-        {"", "CUSTOM"},
-        {"Int32Type)", "CUSTOM"},
-        {"Int32Type Int32Type", "CUSTOM"},
-        {"ListType", "CUSTOM"},
-        {"ListType()", "CUSTOM"},
-        {"MapType(Int32Type)", "CUSTOM"},
-        {"VectorType(FloatType,0)", "CUSTOM"},
-        {"VectorType(FloatType,2147483648)", "CUSTOM"},
-        {"VectorType(FloatType,99999999999999999999)", "CUSTOM"},
-        {"VectorType(FloatType,-1)", "CUSTOM"},
-        {"UserType(ks,616,6e:Int32Type)", "CUSTOM"},
-        {"UserType(ks,6x,6e:Int32Type)", "CUSTOM"},
-        {"UserType(ks,61,6e Int32Type)", "CUSTOM"},
-        {std::string(65535, '('), "CUSTOM"},
-    };
+        {deep, "INT"}};
+    // No types: they stay what the server called them.
+    for (const std::string &name : std::initializer_list<std::string>{
+        too_deep, wide + ")", package + "Unheard", "", "Int32Type)", "Int32Type Int32Type",
+        "ListType", "ListType()", "MapType(Int32Type)", "VectorType(FloatType,0)",
+        "VectorType(FloatType,2147483648)", "VectorType(FloatType,99999999999999999999)",
+        "VectorType(FloatType,-1)", "UserType(ks,616,6e:Int32Type)",
+        "UserType(ks,6x,6e:Int32Type)", "UserType(ks,61,6e Int32Type)", std::string(65535, '(')})
+        cases.emplace_back(name, "CUSTOM");
+    // clang-format on
     session s;
     for (const auto &[name, wanted] : cases) {
         const held_packet packet(

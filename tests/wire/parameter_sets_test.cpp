@@ -40,18 +40,17 @@ static record_list places(SQLHSTMT stmt)
 TEST(parameter_sets, each_one_fails_alone_and_is_told_by_its_number)
 {
     const std::vector<node_frame> refused = {void_frame(), error_frame(0x2200, "no")};
+    // clang-format off
     const std::tuple<bytes, std::vector<node_frame>, SQLRETURN, std::vector<SQLUSMALLINT>,
                      record_list>
         cases[] = {
             {"1x3", {void_frame(), void_frame()}, SQL_ERROR, {0, 5, 0}, {"22018 2 2"}},
             {"d2x4", refused, SQL_ERROR, {5, 0, 5, 5}, {"42000 4 -1", "22018 3 2", "07S01 1 2"}},
-            {"-2-",
-             {with_warnings(void_frame(), {"slow"})},
-             SQL_SUCCESS_WITH_INFO,
-             {7, 6, 7},
+            {"-2-", {with_warnings(void_frame(), {"slow"})}, SQL_SUCCESS_WITH_INFO, {7, 6, 7},
              {"01000 2 -1"}},
             {"---", {}, SQL_SUCCESS, {7, 7, 7}, {}},
             {"12-4", {void_frame(), no_answer(RESET)}, SQL_ERROR, {0, 5, 7, 5}, {"08S01 2 -1"}}};
+    // clang-format on
     for (const auto &[texts, replies, code, status, records] : cases) {
         for (const bool prepared : {false, true}) {
             SCOPED_TRACE(texts);
