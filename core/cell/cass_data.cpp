@@ -184,6 +184,24 @@ SQLRETURN cell_truncated(const cell_request &request)
     return SQL_SUCCESS_WITH_INFO;
 }
 
+static bool a_piece_may_be_empty(const cass_conn *conn)
+{
+    return conn->conduct->a_piece_may_be_empty;
+}
+
+static bool is_text_target(const cell_request &request)
+{
+    return request.member == &char_member || request.member == &wchar_member;
+}
+
+SQLRETURN cell_cut(const cell_request &request, SQLLEN used)
+{
+    if (used > 0 || !is_text_target(request) || a_piece_may_be_empty(stmt_conn(request.stmt)))
+        return cell_truncated(request);
+    post_on_column(request, STATE_HY090, "no room for a character");
+    return SQL_ERROR;
+}
+
 SQLRETURN cell_fraction_lost(const cell_request &request)
 {
     post_on_column(request, STATE_01S07, "fraction truncated");
@@ -261,15 +279,47 @@ static bool probe_uses_up_column(const cass_conn *conn)
     return conn->conduct->probe_uses_up_column;
 }
 
+static bool formatted_text_is_cut(const cass_conn *conn)
+{
+    return conn->conduct->formatted_text_is_cut;
+}
+
+bool cell_loses_rest(const cell_request &request)
+{
+    return formatted_text_is_cut(stmt_conn(request.stmt));
+}
+
+static bool a_failed_read_uses_up_column(const cass_conn *conn)
+{
+    return conn->conduct->a_failed_read_uses_up_column;
+}
+
+static bool a_read_needs_no_buffer(const cass_conn *conn)
+{
+    return conn->conduct->a_read_needs_no_buffer;
+}
+
+static bool is_read_in_pieces(const cell_request &request, const cass_data_storage &cell)
+{
+    return cell.data_type == SQL_CHAR || cell.data_type == SQL_BINARY ||
+           cell.data_type == CELL_WIRE || (is_text_target(request) && !cell_loses_rest(request));
+}
+
 // A read that is no plain success. Text and binary stay open while pieces remain.
 [[gnu::cold, gnu::noinline]] static SQLRETURN settle_other(const cell_request &request,
                                                            cass_data_storage *cell, int code)
 {
-    const bool in_pieces = cell->data_type == SQL_CHAR || cell->data_type == SQL_BINARY ||
-                           cell->data_type == CELL_WIRE;
-    const bool stays_open = in_pieces ? code == SQL_SUCCESS_WITH_INFO
-                                      : request.target == nullptr && SQL_SUCCEEDED(code) &&
-                                            !probe_uses_up_column(stmt_conn(request.stmt));
+    if (request.target == nullptr && !request.bound && code != SQL_ERROR &&
+        !a_read_needs_no_buffer(stmt_conn(request.stmt))) {
+        post_on_column(request, STATE_HY009, "no buffer");
+        code = SQL_ERROR;
+    }
+    const bool in_pieces = is_read_in_pieces(request, *cell);
+    bool stays_open = in_pieces ? code == SQL_SUCCESS_WITH_INFO
+                                : request.target == nullptr && SQL_SUCCEEDED(code) &&
+                                      !probe_uses_up_column(stmt_conn(request.stmt));
+    if (code == SQL_ERROR)
+        stays_open = !a_failed_read_uses_up_column(stmt_conn(request.stmt));
     if (!stays_open)
         cell->finished = 1;
     // A probe for the length ends quietly.
@@ -292,10 +342,8 @@ static inline SQLRETURN settle(const cell_request &request, cass_data_storage *c
 {
     cass_data_storage *cell = &request->field->data_storage;
     request->member = member_for(target_type);
-    if (request->member == nullptr) [[unlikely]] {
-        cell->finished = 1;
-        return no_such_target(*request, target_type);
-    }
+    if (request->member == nullptr) [[unlikely]]
+        return settle_other(*request, cell, no_such_target(*request, target_type));
     if (request->logged) [[unlikely]]
         CASS_LOG(&request->stmt->head, LOG_DETAIL, "getting %s from %d", request->member->word,
                  static_cast<int>(cell->data_type));
@@ -312,11 +360,10 @@ static inline SQLRETURN settle(const cell_request &request, cass_data_storage *c
 // Record of a column, 0 being the bookmark record; null for one that the IRD does not have.
 static inline cass_field *record_of(cass_stmt *stmt, std::int32_t column, cass_field *fields)
 {
-    if (column == 0) [[unlikely]]
-        return &stmt->ird->bookmark_field;
-    if (column > stmt->ird->field_count) [[unlikely]]
-        return nullptr;
-    return fields + (column - 1);
+    const auto index = static_cast<std::uint32_t>(column - 1);
+    if (index < static_cast<std::uint32_t>(stmt->ird->field_count)) [[likely]]
+        return fields + index;
+    return column == 0 ? &stmt->ird->bookmark_field : nullptr;
 }
 
 static bool ard_type_reads_column_in_front(const cass_conn *conn)

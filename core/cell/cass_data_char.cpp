@@ -1,6 +1,8 @@
 // Cells as ANSI text, and the text forms of numbers, dates and uuids that the wide target shares.
 // Text cells stay UTF-8. Text and binary cells can be read piece by piece; every other cell is
 // formatted whole, and what does not fit is lost.
+#include <string_view>
+
 #include "core/cell/cass_data_internal.h"
 #include "core/cell/cass_data_wire.h"
 #include "support/numeric.h"
@@ -70,9 +72,14 @@ int cell_format(const cell_request &request, char *out)
                    ? text_from_uint64(out, static_cast<std::uint64_t>(cell.value.bigint))
                    : text_from_int64(out, cell.value.bigint);
     case SQL_FLOAT:
-        return text_from_double(out, static_cast<double>(cell.value.real), conn->float_precision);
+        return conn->float_precision == SHORTEST_DIGITS
+                   ? text_shortest(out, cell.value.real)
+                   : text_from_double(out, static_cast<double>(cell.value.real),
+                                      conn->float_precision);
     case SQL_DOUBLE:
-        return text_from_double(out, cell.value.dbl, conn->double_precision);
+        return conn->double_precision == SHORTEST_DIGITS
+                   ? text_shortest(out, cell.value.dbl)
+                   : text_from_double(out, cell.value.dbl, conn->double_precision);
     case SQL_NUMERIC:
         return format_numeric(out, cell.value.numeric);
     case SQL_DATE:
@@ -98,7 +105,7 @@ int cell_format_time(char *out, const SQL_TIMESTAMP_STRUCT &time)
 
 // Digits behind the point of a timestamp as ANSI text: those that the column's scale names, none
 // when there is no fraction.
-static int format_timestamp(char *out, const cell_request &request)
+int cell_format_timestamp(char *out, const cell_request &request)
 {
     const cass_field *field = request.field;
     const SQL_TIMESTAMP_STRUCT &timestamp = field->data_storage.value.timestamp;
@@ -185,6 +192,33 @@ static bool is_cut_between_characters(const cell_request &request)
     return cell_deliver(request, cell_rest(request, 2), hexadecimal_rule);
 }
 
+cell_piece cell_formatted_rest(const cell_request &request, const char *text, int length)
+{
+    const std::int32_t read = request.field->data_storage.offset;
+    const int offset = read < length ? read : length;
+    return cell_formatted(text + offset, length - offset);
+}
+
+bool cell_is_cut_too_short(const cell_request &request, const char *text, int length, SQLLEN unit)
+{
+    if (!request.bound || request.target == nullptr || request.buffer_length < 1)
+        return false;
+    const std::string_view all(text, static_cast<std::size_t>(length));
+    const bool has_exponent = all.find('E') != std::string_view::npos;
+    const std::size_t whole = has_exponent ? all.size() : all.substr(0, all.find('.')).size();
+    return request.buffer_length / unit < static_cast<SQLLEN>(whole) + 1;
+}
+
+[[gnu::noinline]] static SQLRETURN get_split(const cell_request &request, const char *text,
+                                             int length)
+{
+    if (cell_loses_rest(request))
+        return cell_deliver(request, cell_formatted(text, length), formatted_rule);
+    if (cell_is_cut_too_short(request, text, length, 1))
+        return cell_out_of_range(request, nullptr, 0);
+    return cell_deliver(request, cell_formatted_rest(request, text, length), text_rule);
+}
+
 SQLRETURN get_char(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
@@ -196,9 +230,12 @@ SQLRETURN get_char(const cell_request &request)
         return get_hexadecimal(request);
 
     char text[CELL_TEXT_ROOM];
-    const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request)
+    const int length = cell.data_type == SQL_TIMESTAMP ? cell_format_timestamp(text, request)
                                                        : cell_format(request, text);
     if (length < 0) [[unlikely]]
         return cell.data_type == CELL_WIRE ? get_wire(request) : cell_not_convertible(request);
-    return cell_deliver(request, cell_formatted(text, length), formatted_rule);
+    const cell_piece piece = cell_formatted(text, length);
+    if (cell_is_split(request, piece, formatted_rule)) [[unlikely]]
+        return get_split(request, text, length);
+    return cell_deliver(request, piece, formatted_rule);
 }

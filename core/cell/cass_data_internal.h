@@ -73,6 +73,8 @@ inline bool cell_is_time(const cell_request &request)
     const std::int32_t type = request.field->consise_type;
     return type == SQL_TYPE_TIME || type == SQL_TIME;
 }
+// Characters of a timestamp or time as ANSI text has it.
+int cell_format_timestamp(char *out, const cell_request &request);
 // "HH:MM:SS", with nine digits of the second where it has a fraction. Characters.
 int cell_format_time(char *out, const SQL_TIMESTAMP_STRUCT &time);
 
@@ -96,6 +98,9 @@ inline void cell_store_value(const cell_request &request, const void *value, std
 // SQL NULL: SQL_NULL_DATA through the indicator and 0 through the octet length; SQL_SUCCESS.
 // Without an indicator 22002 and SQL_SUCCESS_WITH_INFO.
 SQLRETURN cell_is_null(const cell_request &request);
+// A piece that was cut and has taken `used` bytes of the cell: 01004 and SQL_SUCCESS_WITH_INFO, or
+// HY090 and SQL_ERROR for a text buffer that had room for none.
+[[gnu::cold]] SQLRETURN cell_cut(const cell_request &request, SQLLEN used);
 // 01004, SQL_SUCCESS_WITH_INFO.
 [[gnu::cold]] SQLRETURN cell_truncated(const cell_request &request);
 // 01S07, SQL_SUCCESS_WITH_INFO; the column is closed.
@@ -190,7 +195,7 @@ inline SQLLEN cell_length_told(const cell_request &request, const cell_piece &pi
         return SQL_SUCCESS;
     if (rule.last_byte_cleared)
         target[request.buffer_length - 1] = 0;
-    return cell_truncated(request);
+    return cell_cut(request, used);
 }
 
 // What is left of a text or binary cell, for a target that takes `units_per_byte` for each byte.
@@ -223,6 +228,21 @@ constexpr int CELL_TEXT_ROOM = 256;
 // Text of a fixed-width cell other than a timestamp, without a terminator: characters, or -1 for a
 // storage type that has none. Decimals are padded with zeros to their scale.
 int cell_format(const cell_request &request, char *out);
+
+// Whether a formatted cell cannot be handed over whole and at once.
+inline bool cell_is_split(const cell_request &request, const cell_piece &piece,
+                          const cell_rule &rule)
+{
+    return request.field->data_storage.offset != 0 ||
+           rule.unit * piece.units + rule.unit > request.buffer_length;
+}
+// Of such a cell, whether what its buffer does not take is lost; otherwise what is left of it,
+// where a piece may end in it.
+bool cell_loses_rest(const cell_request &request);
+cell_piece cell_formatted_rest(const cell_request &request, const char *text, int length);
+// Whether a bound column's buffer, in units of `unit` bytes, cannot hold what must not be cut: all
+// but the fraction of a number or a second.
+bool cell_is_cut_too_short(const cell_request &request, const char *text, int length, SQLLEN unit);
 
 // What a scan of a text cell for a number found.
 struct cell_number {

@@ -203,6 +203,11 @@ static constexpr cell_rule formatted_rule = {
     .piecewise = false,
 };
 
+static bool wide_timestamps_follow_the_buffer(const cass_conn *conn)
+{
+    return conn->conduct->wide_timestamps_follow_the_buffer;
+}
+
 // A buffer of 23 bytes or more gets milliseconds, also when there are none. The divisor turns
 // 999,999,999 nanoseconds into 1000, on purpose.
 static int format_timestamp(char *out, const cell_request &request)
@@ -210,6 +215,8 @@ static int format_timestamp(char *out, const cell_request &request)
     const SQL_TIMESTAMP_STRUCT &timestamp = request.field->data_storage.value.timestamp;
     if (cell_is_time(request))
         return cell_format_time(out, timestamp);
+    if (!wide_timestamps_follow_the_buffer(stmt_conn(request.stmt)))
+        return cell_format_timestamp(out, request);
     if (request.buffer_length < 23)
         return text_from_timestamp(out, timestamp, 0, 0);
     return text_from_timestamp(out, timestamp, timestamp.fraction / 999999, 3);
@@ -244,6 +251,23 @@ static inline SQLRETURN get_text(const cell_request &request, cell_piece rest)
     return cell_wire_text(request, &rest) == SQL_SUCCESS ? get_text(request, rest) : SQL_ERROR;
 }
 
+// Half a unit is no room for a terminator here.
+static constexpr cell_rule formatted_piece_rule = {
+    .write = put_formatted,
+    .unit = UNIT,
+    .margin = UNIT,
+};
+
+[[gnu::noinline]] static SQLRETURN get_split(const cell_request &request, const char *text,
+                                             int length)
+{
+    if (cell_loses_rest(request))
+        return cell_deliver(request, cell_formatted(text, length), formatted_rule);
+    if (cell_is_cut_too_short(request, text, length, UNIT))
+        return cell_out_of_range(request, nullptr, 0);
+    return cell_deliver(request, cell_formatted_rest(request, text, length), formatted_piece_rule);
+}
+
 SQLRETURN get_wchar(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
@@ -257,5 +281,8 @@ SQLRETURN get_wchar(const cell_request &request)
                                                        : cell_format(request, text);
     if (length < 0) [[unlikely]]
         return cell.data_type == CELL_WIRE ? get_wire(request) : cell_not_convertible(request);
-    return cell_deliver(request, cell_formatted(text, length), formatted_rule);
+    const cell_piece piece = cell_formatted(text, length);
+    if (cell_is_split(request, piece, formatted_rule)) [[unlikely]]
+        return get_split(request, text, length);
+    return cell_deliver(request, piece, formatted_rule);
 }

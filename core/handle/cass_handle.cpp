@@ -19,7 +19,6 @@
 #include "core/wire/cass_pkt.h"
 #include "core/wire/cass_prepared.h"
 
-constexpr std::int32_t NUMBER_TEXT_DIGITS = 7;  // significant digits of floats and doubles as text
 constexpr char UNKNOWN_CQL_VERSION[] = "0.0.0";
 
 template <typename Record>

@@ -53,6 +53,13 @@ const cass_conduct default_conduct = {
     .nested_values_are_bytes = true,
     .large_values_are_lost = true,
     .numbers_are_converted_loosely = true,
+    .floating_text_is_rounded = true,
+    .formatted_text_is_cut = true,
+    .a_piece_may_be_empty = true,
+    .a_failed_read_uses_up_column = true,
+    .a_read_needs_no_buffer = true,
+    .bound_cells_are_used_up = true,
+    .wide_timestamps_follow_the_buffer = true,
     .a_refused_column_stays_bound = true,
     // Descriptions and diagnostics.
     .time_is_a_timestamp = true,

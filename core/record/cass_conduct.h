@@ -140,6 +140,22 @@ struct cass_conduct {
     // scale of the source. 0: by its value, into the precision and scale that the application has
     // set.
     bool numbers_are_converted_loosely;
+    // A float or double as text has seven significant digits. 0: as many as it takes to read the
+    // same number back.
+    bool floating_text_is_rounded;
+    // Text of a value of a fixed size that its buffer cannot take is cut and lost. 0: SQLGetData
+    // reads it in pieces, and of a bound number the fraction alone can be cut.
+    bool formatted_text_is_cut;
+    // A buffer that has no room for one character takes nothing, and counts as cut. 0: HY090.
+    bool a_piece_may_be_empty;
+    // A read that fails uses its column up.
+    bool a_failed_read_uses_up_column;
+    // SQLGetData without a buffer tells the length. 0: HY009.
+    bool a_read_needs_no_buffer;
+    // SQLGetData goes on where a bound column has ended. 0: it begins at the head.
+    bool bound_cells_are_used_up;
+    // A wide timestamp has milliseconds where its buffer has 23 bytes. 0: where there are any.
+    bool wide_timestamps_follow_the_buffer;
     // A column whose record is found inconsistent keeps the pointers it was bound with.
     bool a_refused_column_stays_bound;
 

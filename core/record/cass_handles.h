@@ -91,6 +91,9 @@ constexpr std::int32_t MOST_PAGE_ROWS = 100'000;
 constexpr std::int32_t DEFAULT_STRING_LEN = 256;
 constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
 constexpr std::int32_t UNSIZED_COLUMN_LEN = 4000;  // of both, where columns are not short
+// Significant digits of floats and doubles as text; 0: the shortest that read back the same.
+constexpr std::int32_t NUMBER_TEXT_DIGITS = 7;
+constexpr std::int32_t SHORTEST_DIGITS = 0;
 // Both user and password, where a server demands them and neither is set.
 constexpr char FALLBACK_CREDENTIAL[] = "guestuser";
 

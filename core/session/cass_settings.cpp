@@ -126,12 +126,20 @@ static void clear_settings(cass_conn *conn, settings_road entry)
     }
 }
 
+static bool floating_text_is_rounded(const cass_conn *conn)
+{
+    return conn->conduct->floating_text_is_rounded;
+}
+
 // Written only when it changes: statements of other threads may be waiting for the session.
 void cass_choose_conduct(cass_conn *conn)
 {
     const cass_conduct *chosen = conn->settings.standard > 0 ? &standard_conduct : &default_conduct;
-    if (conn->conduct != chosen)
-        conn->conduct = chosen;
+    if (conn->conduct == chosen)
+        return;
+    conn->conduct = chosen;
+    conn->float_precision = floating_text_is_rounded(conn) ? NUMBER_TEXT_DIGITS : SHORTEST_DIGITS;
+    conn->double_precision = conn->float_precision;
 }
 
 static bool unsized_columns_are_short(const cass_conn *conn)

@@ -210,6 +210,20 @@ static SQLRETURN transfer_row(cass_stmt *stmt)
     return result;
 }
 
+static bool bound_cells_are_used_up(const cass_conn *conn)
+{
+    return conn->conduct->bound_cells_are_used_up;
+}
+
+// SQLGetData begins at their heads.
+static void rewind_cells(cass_desc *ird)
+{
+    for (std::int32_t index = 0; index < ird->field_count; index++) {
+        ird->fields[index].data_storage.offset = 0;
+        ird->fields[index].data_storage.finished = 0;
+    }
+}
+
 SQLRETURN transfer_bound_columns(cass_stmt *stmt, int)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns");
@@ -220,6 +234,8 @@ SQLRETURN transfer_bound_columns(cass_stmt *stmt, int)
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns, ard count=%d, %d",
              static_cast<int>(stmt->ard->field_count), static_cast<int>(stmt->ird->field_count));
     const SQLRETURN result = transfer_row(stmt);
+    if (!bound_cells_are_used_up(stmt_conn(stmt)))
+        rewind_cells(stmt->ird);
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns, return=%r",
              static_cast<int>(result));
     return result;
