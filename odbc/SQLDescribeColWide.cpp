@@ -35,6 +35,9 @@ bool describe_text_out(const cass_string *text, text_form form, void *buffer, st
 const cass_string *describe_text(const cass_field *field, described_text kind, std::size_t offset,
                                  cass_constant_text *made)
 {
+    const bool names_type = offset == offsetof(cass_field, type_name) || kind == TEXT_LOCAL_NAME;
+    if (kind != TEXT_OWNED && names_type && field->full_type_name != nullptr)
+        return field->full_type_name;
     if (kind == TEXT_LOCAL_NAME && field->custom_type_name != nullptr)
         return field->custom_type_name;
     const auto *member = reinterpret_cast<const unsigned char *>(field) + offset;
@@ -69,8 +72,7 @@ const cass_field *describe_column(const cass_stmt *stmt, SQLUSMALLINT column_num
     return &stmt->ird->fields[column_number - 1];
 }
 
-// The size that an application lays its buffers out by: a decision of its own, not the stored size.
-static SQLULEN column_size_of(const cass_field *field)
+SQLULEN describe_size(const cass_field *field)
 {
     switch (field->consise_type) {
     case SQL_BIT:
@@ -124,7 +126,7 @@ static SQLRETURN describe_col(cass_stmt *stmt, const entry_point &entry, text_fo
     }
     cass_store(out.name_length, cass_small_length(length));
     cass_store(out.data_type, static_cast<SQLSMALLINT>(field->consise_type));
-    cass_store(out.column_size, column_size_of(field));
+    cass_store(out.column_size, describe_size(field));
     cass_store(out.decimal_digits, static_cast<SQLSMALLINT>(field->scale));
     cass_store(out.nullable, static_cast<SQLSMALLINT>(field->nullable));
     return code;

@@ -1,6 +1,6 @@
 // SQLDescribeParam: a parameter described, by the server's metadata or by what is bound to it.
 #include "core/diag/cass_text_out.h"
-#include "odbc/entry_frame.h"
+#include "odbc/SQLDescribeColWide.h"
 
 static constexpr char log_source[] = "SQLDescribeParam.c";
 static constexpr entry_point entry = {
@@ -38,6 +38,11 @@ static bool a_surplus_parameter_is_described(const cass_conn *conn)
     return conn->conduct->a_surplus_parameter_is_described;
 }
 
+static bool parameters_have_display_sizes(const cass_conn *conn)
+{
+    return conn->conduct->parameters_have_display_sizes;
+}
+
 static SQLRETURN describe_param(cass_stmt *stmt, SQLUSMALLINT number, SQLSMALLINT *sql_type,
                                 SQLULEN *size, SQLSMALLINT *scale, SQLSMALLINT *nullable)
 {
@@ -59,7 +64,8 @@ static SQLRETURN describe_param(cass_stmt *stmt, SQLUSMALLINT number, SQLSMALLIN
         return SQL_ERROR;
     }
     cass_store(sql_type, static_cast<SQLSMALLINT>(field->consise_type));
-    cass_store(size, parameter_size_of(field));
+    cass_store(size, parameters_have_display_sizes(stmt_conn(stmt)) ? parameter_size_of(field)
+                                                                    : describe_size(field));
     cass_store(scale, static_cast<SQLSMALLINT>(field->scale));
     cass_store(nullable, static_cast<SQLSMALLINT>(field->nullable));
     return code;

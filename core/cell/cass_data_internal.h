@@ -8,6 +8,7 @@
 #include "core/diag/cass_err.h"
 #include "core/diag/cass_text_out.h"
 #include "core/log/cass_log.h"
+#include "core/wire/cql_type.h"
 #include "support/numtext.h"
 #include "support/structtext.h"
 
@@ -71,7 +72,8 @@ SQLRETURN get_guid(const cell_request &request);
 inline bool cell_is_time(const cell_request &request)
 {
     const std::int32_t type = request.field->consise_type;
-    return type == SQL_TYPE_TIME || type == SQL_TIME;
+    return type == SQL_TYPE_TIME || type == SQL_TIME ||
+           (type == SQL_WVARCHAR && request.field->cql_type == CQL_TIME);
 }
 // Characters of a timestamp or time as ANSI text has it.
 int cell_format_timestamp(char *out, const cell_request &request);

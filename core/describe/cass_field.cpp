@@ -34,7 +34,7 @@ void cass_field_clear(cass_field *field)
 {
     cass_string **const texts[] = {
         &field->catalog_name, &field->keyspace_name,    &field->table_name,
-        &field->column_name,  &field->custom_type_name,
+        &field->column_name,  &field->custom_type_name, &field->full_type_name,
     };
     for (cass_string **text : texts) {
         cass_string_free(*text);

@@ -34,6 +34,9 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
                            const cass_string *keyspace, const cass_string *table,
                            const cass_string *name, const cass_type_option *option);
 
+// Tells of a described parameter that it is for a column of the partition key.
+void cass_field_is_key(const cass_conn *conn, cass_field *field);
+
 enum : int {
     DESC_FROM_CONCISE_TYPE = 0,
     DESC_FROM_INTERVAL_CODE = 1,

@@ -1,219 +1,16 @@
-// How a Cassandra type looks to an ODBC application: the description of a column by its CQL type,
-// the defaults that follow from a record's concise type, and which type numbers are accepted where.
-// Every decision is a row of a table here; odd rows are deliberate.
+// Types by their numbers and names: the defaults that follow from a record's concise type, which
+// type numbers are accepted where, and the type of a name. Every decision is a row of a table here;
+// odd rows are deliberate.
 #include <cstring>
 #include <span>
 
-#include "core/cell/cass_data.h"
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 
 static constexpr char log_source[] = "cass_type_map.c";
 
-// ---- Columns by CQL type -----------------------------------------------------------------------
-
-// Sizes that a connection's settings give.
-enum : std::int32_t {
-    STRING_LEN = -1,
-    BINARY_LEN = -2,
-};
-
-struct column_row {
-    std::int32_t option_id;
-    std::int32_t sql_type;  // concise type of an ODBC 3 application
-    std::int32_t type;      // verbose type
-    std::int32_t display_size;
-    std::int32_t precision;
-    std::int32_t scale;
-    std::int32_t length;
-    std::int32_t octet_length;
-    const char *literal_prefix;
-    const char *literal_suffix;
-    const char *local_type_name;  // null: the class name of a custom type
-    const char *type_name;
-    std::int32_t searchable;
-    std::int32_t num_prec_radix;
-    std::int32_t interval_code;  // 0: no datetime type, and the interval fields stay as they are
-};
-
-constexpr std::int32_t S = STRING_LEN;
-constexpr std::int32_t B = BINARY_LEN;
 constexpr const char *NO = nullptr;
-
-// Meant as it stands: int reports a precision of 7 and upper-case names, decimal is named "varint"
-// and has a scale of 15, boolean has a length of 3, time is a timestamp, timeuuid is named "uuid",
-// text is never one of the wide types, and collections, user types and tuples are binary.
-// clang-format off
-static constexpr column_row column_rows[] = {
-    // option id   type verb disp prec sc len oct prefix  suffix local name   type name srch rdx iv
-    {CQL_CUSTOM,     -3,  -3,  B,  B,  0,  B,  B, "0x",    NO,   NO,          "BINARY",    2, 0, 0},
-    {CQL_ASCII,      12,  12,  S,  S,  0,  S,  S, "'",     "'",  "ascii",     "ascii",     3, 0, 0},
-    {CQL_BIGINT,     -5,  -5, 20, 19,  0, 20,  8, NO,      NO,   "bigint",    "bigint",    2, 0, 0},
-    {CQL_BLOB,       -3,  -3,  B,  B,  0,  B,  B, "0x",    NO,   "blob",      "BINARY",    2, 0, 0},
-    {CQL_BOOLEAN,    -7,  -7,  1,  1,  0,  3,  1, NO,      NO,   "boolean",   "bit",       2, 0, 0},
-    {CQL_COUNTER,    -5,  -5, 20, 19,  0, 20,  8, NO,      NO,   "counter",   "counter",   2, 0, 0},
-    {CQL_DECIMAL,     2,   2, 38, 38, 15, 38,  S, NO,      NO,   "varint",    "varint",    3, 0, 0},
-    {CQL_DOUBLE,      8,   8, 24, 53,  0, 53,  8, NO,      NO,   "double",    "double",    2, 2, 0},
-    {CQL_FLOAT,       7,   7, 14, 24,  0, 24,  4, NO,      NO,   "float",     "float",     2, 2, 0},
-    {CQL_INT,         4,   4,  8,  7,  0,  7,  4, NO,      NO,   "INT",       "INT",       2, 0, 0},
-    {CQL_TIMESTAMP,  93,   9, 23,  3,  3, 23, 16, "{ts '", "'}", "TIMESTAMP", "TIMESTAMP", 3, 0, 3},
-    {CQL_UUID,      -11, -11, 36, 36,  0, 36, 16, NO,      NO,   "uuid",      "uuid",      3, 0, 0},
-    {CQL_VARCHAR,    12,  12,  S,  S,  0,  S,  S, "'",     "'",  "varchar",   "varchar",   3, 0, 0},
-    {CQL_VARINT,      2,   2, 38, 38,  0, 38,  S, NO,      NO,   "varint",    "varint",    3, 0, 0},
-    {CQL_TIMEUUID,  -11, -11, 36, 36,  0, 36, 16, NO,      NO,   "uuid",      "uuid",      3, 0, 0},
-    {CQL_INET,       12,  12, 39, 39,  0, 39,  S, "'",     "'",  "inet",      "inet",      3, 0, 0},
-    {CQL_DATE,       91,   9, 10,  0,  0,  6,  6, "{d '",  "'}", "date",      "date",      3, 0, 1},
-    {CQL_TIME,       93,   9, 29,  9,  9, 29, 16, "{ts '", "'}", "TIME",      "TIME",      3, 0, 3},
-    {CQL_SMALLINT,    5,   5,  6,  5,  0,  5,  2, NO,      NO,   "smallint",  "smallint",  2, 0, 0},
-    {CQL_TINYINT,    -6,  -6,  4,  3,  0,  3,  1, NO,      NO,   "tinyint",   "tinyint",   2, 0, 0},
-    {CQL_LIST,       -3,  -3,  B,  B,  0,  B,  B, "0x",    NO,   "list",      "BINARY",    2, 0, 0},
-    {CQL_MAP,        -3,  -3,  B,  B,  0,  B,  B, "0x",    NO,   "map",       "BINARY",    2, 0, 0},
-    {CQL_SET,        -3,  -3,  B,  B,  0,  B,  B, "0x",    NO,   "set",       "BINARY",    2, 0, 0},
-    {CQL_UDT,        -3,  -3,  B,  B,  0,  B,  B, "0x",    NO,   "udt",       "BINARY",    2, 0, 0},
-    {CQL_TUPLE,      -3,  -3,  B,  B,  0,  B,  B, "0x",    NO,   "tuple",     "BINARY",    2, 0, 0},
-};
-// clang-format on
-
-static std::int32_t configured_size(const cass_conn *conn, std::int32_t size)
-{
-    if (size == STRING_LEN)
-        return shared_get(&conn->settings.string_len);
-    if (size == BINARY_LEN)
-        return shared_get(&conn->settings.binary_len);
-    return size;
-}
-
-// Copies into the unset text of a fresh record, null for null. False when memory ran out.
-static bool copy_text(cass_string **text, const cass_string *value)
-{
-    *text = cass_string_copy(value);
-    return value == nullptr || *text != nullptr;
-}
-
-// The same, borrowing the text if the descriptor holds it for all its columns.
-static bool share_text(cass_string **text, const cass_string *value, const cass_string *shared)
-{
-    if (value == nullptr || value != shared || value->length == 0)
-        return copy_text(text, value);
-    *text = cass_string_wrap(value->text, value->length);
-    return *text != nullptr;
-}
-
-static bool is_odbc2(const cass_conn *conn)
-{
-    return conn_env(conn)->odbc_version == SQL_OV_ODBC2;
-}
-
-// False when memory ran out.
-static bool fill_column(const cass_conn *conn, cass_field *field, const column_row &row,
-                        const cass_type_option *option)
-{
-    field->consise_type = row.interval_code != 0 && is_odbc2(conn)
-                              ? SQL_DATE + row.interval_code - SQL_CODE_DATE
-                              : row.sql_type;
-    field->type = row.type;
-    field->display_size = configured_size(conn, row.display_size);
-    field->precision = configured_size(conn, row.precision);
-    field->scale = row.scale;
-    field->length = configured_size(conn, row.length);
-    field->octet_length = configured_size(conn, row.octet_length);
-    field->searchable = row.searchable;
-    field->num_prec_radix = row.num_prec_radix;
-    if (row.interval_code != 0) {
-        field->datetime_interval_code = row.interval_code;
-        field->datetime_interval_precision = row.scale;  // digits of the second, both
-    }
-    field->literal_prefix = row.literal_prefix;
-    field->literal_suffix = row.literal_suffix;
-    field->type_name = row.type_name;
-    field->local_type_name = row.local_type_name;
-    return row.local_type_name != nullptr ||
-           copy_text(&field->custom_type_name, option->custom_name);
-}
-
-static bool time_is_a_timestamp(const cass_conn *conn)
-{
-    return conn->conduct->time_is_a_timestamp;
-}
-
-// In place of the table's: nanoseconds since midnight, in text with nine digits.
-static constexpr column_row time_row = {
-    .option_id = CQL_TIME,
-    .sql_type = SQL_TYPE_TIME,
-    .type = SQL_DATETIME,
-    .display_size = 18,
-    .precision = 9,
-    .scale = 9,
-    .length = 18,
-    .octet_length = sizeof(SQL_TIME_STRUCT),
-    .literal_prefix = "'",
-    .literal_suffix = "'",
-    .local_type_name = "time",
-    .type_name = "time",
-    .searchable = SQL_PRED_SEARCHABLE,
-    .num_prec_radix = 0,
-    .interval_code = SQL_CODE_TIME,
-};
-
-// Nested values that are read as text.
-static constexpr column_row literal_rows[] = {
-    // clang-format off
-    // option id   type verb disp prec sc len oct prefix  suffix local name   type name   srch rdx iv
-    {CQL_LIST,       -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "list",      "list",      2, 0, 0},
-    {CQL_MAP,        -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "map",       "map",       2, 0, 0},
-    {CQL_SET,        -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "set",       "set",       2, 0, 0},
-    {CQL_UDT,        -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "udt",       "udt",       2, 0, 0},
-    {CQL_TUPLE,      -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "tuple",     "tuple",     2, 0, 0},
-    {CQL_DURATION,   -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "duration",  "duration",  2, 0, 0},
-    {CQL_VECTOR,     -9,  -9,  S,  S,  0,  S,  S, NO,      NO,   "vector",    "vector",    2, 0, 0},
-    // clang-format on
-};
-
-// The row of the type; null for an unknown one.
-static const column_row *find_column_row(const cass_conn *conn, std::int32_t option_id,
-                                         bool literals)
-{
-    if (option_id == CQL_TIME && !time_is_a_timestamp(conn))
-        return &time_row;
-    for (const column_row &row : literal_rows) {
-        if (row.option_id == option_id && literals)
-            return &row;
-    }
-    for (const column_row &row : column_rows) {
-        if (row.option_id == option_id)
-            return &row;
-    }
-    return nullptr;
-}
-
-int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
-                           const cass_string *keyspace, const cass_string *table,
-                           const cass_string *name, const cass_type_option *option)
-{
-    cass_field *field = &desc->fields[index];
-    field->searchable = SQL_PRED_SEARCHABLE;
-    field->unsigned_attr = 0;
-    field->auto_unique = 0;
-    field->case_sensitive = 0;
-    field->nullable = SQL_NULLABLE_UNKNOWN;  // the protocol does not tell
-    field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
-    field->cql_type = option->option_id;
-    field->catalog_name = nullptr;
-    const cass_conn *conn = stmt_conn(stmt);
-    const bool literals = cass_cells_are_literals(conn);
-    const cass_type_option *told = literals ? cql_type_meant(option) : option;
-    field->decode = cass_cell_decoder_for(conn, told->option_id);
-    if (!share_text(&field->keyspace_name, keyspace, desc->shared_keyspace) ||
-        !share_text(&field->table_name, table, desc->shared_table) ||
-        !copy_text(&field->column_name, name))
-        return -1;
-
-    const column_row *row = find_column_row(conn, told->option_id, literals);
-    if (row == nullptr)
-        return -6;
-    return fill_column(conn, field, *row, option) ? 0 : -1;
-}
 
 // ---- Defaults of a record by its concise type --------------------------------------------------
 
@@ -329,8 +126,8 @@ static SQLLEN display_size_of(std::int32_t concise_type, SQLLEN octet_length)
 static void name_type(cass_field *field, const char *name, const char *literal_prefix,
                       const char *literal_suffix)
 {
-    cass_string_free(field->custom_type_name);
-    field->custom_type_name = nullptr;
+    free_string(&field->custom_type_name);
+    free_string(&field->full_type_name);
     field->literal_prefix = literal_prefix;
     field->literal_suffix = literal_suffix;
     field->local_type_name = name;
@@ -524,6 +321,11 @@ std::int32_t cass_default_c_type(std::int32_t sql_type, int numeric_as_char, int
 }
 
 // ---- SQL types by the name of a CQL type -------------------------------------------------------
+
+static bool is_odbc2(const cass_conn *conn)
+{
+    return conn_env(conn)->odbc_version == SQL_OV_ODBC2;
+}
 
 struct type_name_row {
     const char *name;

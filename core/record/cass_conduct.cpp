@@ -62,7 +62,8 @@ const cass_conduct default_conduct = {
     .wide_timestamps_follow_the_buffer = true,
     .a_refused_column_stays_bound = true,
     // Descriptions and diagnostics.
-    .time_is_a_timestamp = true,
+    .descriptions_are_approximate = true,
+    .parameters_have_display_sizes = true,
     .unsized_columns_are_short = true,
     .server_errors_are_link_failures = true,
     .malformed_replies_are_link_failures = true,

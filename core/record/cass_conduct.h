@@ -161,8 +161,12 @@ struct cass_conduct {
 
     // Descriptions and diagnostics.
 
-    // A column of times is a timestamp without a date. 0: a time.
-    bool time_is_a_timestamp;
+    // Descriptions of columns and parameters have some digits, names and literals of others: int 7
+    // digits, decimal the name varint, time a timestamp; text is narrow, nullability not known. 0:
+    // as the types are, text is wide, and a nested type has its whole name.
+    bool descriptions_are_approximate;
+    // The size of a parameter is the width of its text. 0: that of a column of its type.
+    bool parameters_have_display_sizes;
     // Text and binary columns have a size of 256 and 1024 where no setting says another. 0: 4000.
     bool unsized_columns_are_short;
     // Every error of the server is 08S01, with its code in the message. 0: a state by the code and

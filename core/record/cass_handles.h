@@ -126,6 +126,8 @@ struct cass_settings {
     std::int32_t read_timeout;  // of each receive of a reply, milliseconds; 0: without limit
     std::int32_t string_len;    // column size of text columns
     std::int32_t binary_len;    // column size of binary columns
+    std::int32_t long_text;     // 1: text and blob are long types, where descriptions are exact
+    std::int32_t plain_types;   // 1: uuid, time and blob are text
     char log_file[512];         // empty: standard error
 };
 
@@ -154,6 +156,8 @@ inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
     &cass_settings::standard,
     &cass_settings::page_size,
     &cass_settings::read_timeout,
+    &cass_settings::long_text,
+    &cass_settings::plain_types,
 };
 
 // Requests that were given up before their replies came: the frames that are dropped when they do.
@@ -344,6 +348,7 @@ struct cass_field {
     cass_string *table_name;
     cass_string *column_name;
     cass_string *custom_type_name;  // local type name of a custom type: its class
+    cass_string *full_type_name;    // of a nested type where it is told, in place of the next two
     const char *literal_prefix;     // constants, as are the next three; null: none
     const char *literal_suffix;
     const char *local_type_name;  // null beside a custom_type_name

@@ -110,6 +110,10 @@ static constexpr setting rows[] = {
                out_number(22, "PageSize=%d;", BESIDE_BUNDLE)),
     number_row(SETTING_TIME, "ReadTimeout", "ReadTimeout", &cass_settings::read_timeout,
                out_number(23, "ReadTimeout=%d;", BESIDE_BUNDLE)),
+    number_row(SETTING_SWITCH, "LongText", "LongText", &cass_settings::long_text,
+               out_number(24, "LongText=Yes;", BESIDE_BUNDLE)),
+    number_row(SETTING_SWITCH, "PlainTypes", "PlainTypes", &cass_settings::plain_types,
+               out_number(25, "PlainTypes=Yes;", BESIDE_BUNDLE)),
 };
 
 const std::span<const setting> settings_table(rows);

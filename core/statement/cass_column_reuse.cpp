@@ -11,7 +11,9 @@ column_shape column_shape_of(const cass_stmt *stmt, bool global, std::int32_t co
             .global = global,
             .odbc_version = conn_env(conn)->odbc_version,
             .string_len = shared_get(&conn->settings.string_len),
-            .binary_len = shared_get(&conn->settings.binary_len)};
+            .binary_len = shared_get(&conn->settings.binary_len),
+            .long_text = shared_get(&conn->settings.long_text),
+            .plain_types = shared_get(&conn->settings.plain_types)};
 }
 
 // Whether the records hold what the next bytes of the body would make of them.

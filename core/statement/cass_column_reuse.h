@@ -19,6 +19,8 @@ struct column_shape {
     std::int32_t odbc_version;
     std::int32_t string_len;
     std::int32_t binary_len;
+    std::int32_t long_text;
+    std::int32_t plain_types;
 };
 static_assert(std::has_unique_object_representations_v<column_shape>, "compared as bytes");
 

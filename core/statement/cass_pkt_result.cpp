@@ -285,13 +285,22 @@ static int decode_prepared_metadata(cass_stmt *stmt, cass_packet *packet)
     CASS_LOG(&stmt->head, LOG_DETAIL, "flags: %x", flags);
     CASS_LOG(&stmt->head, LOG_DETAIL, "column_count: %d", count);
     CASS_LOG(&stmt->head, LOG_DETAIL, "pk_count: %d", pk_count);
+    const std::int32_t keys = packet->read_pos;
     for (std::int32_t i = 0; i < pk_count && pkt_has_more(packet); i++) {
         const std::int16_t index = pkt_get_short(packet);
         CASS_LOG(&stmt->head, LOG_DETAIL, "pk_index[ %d ]: %d", i, index);
     }
     // Even where the application has installed a parameter descriptor of its own.
     stmt->ipd = stmt->implicit_ipd;
-    return decode_columns(stmt, packet, stmt->ipd, flags, count, false);
+    const std::int32_t keys_end = packet->read_pos;
+    if (decode_columns(stmt, packet, stmt->ipd, flags, count, false) != 0)
+        return -1;
+    for (std::int32_t at = keys; at + 2 <= keys_end; at += 2) {
+        const std::int32_t index = load_be16(packet->body + at);
+        if (index < stmt->ipd->field_count)
+            cass_field_is_key(stmt_conn(stmt), &stmt->ipd->fields[index]);
+    }
+    return 0;
 }
 
 // ---- The five kinds ----------------------------------------------------------------------------
