@@ -1,5 +1,5 @@
 // Statement attributes set. The four cursor properties are kept in step with each other, but no
-// cursor attribute changes how rows are fetched; values are not checked.
+// cursor attribute changes how rows are fetched.
 #include "odbc/SQLSetStmtAttrWide.h"
 
 #include <cstring>
@@ -138,6 +138,30 @@ static bool a_new_apd_unlinks_the_ard(const cass_conn *conn)
     return conn->conduct->a_new_apd_unlinks_the_ard;
 }
 
+static bool cursor_attributes_are_kept_only(const cass_conn *conn)
+{
+    return conn->conduct->cursor_attributes_are_kept_only;
+}
+
+// Puts the cursor that there is in place of one that was asked for: forward-only and read-only.
+static SQLRETURN grant_cursor(cass_stmt *stmt, const entry_point &entry)
+{
+    cass_stmt_attrs *attrs = &stmt->attrs;
+    const bool granted = attrs->cursor_type == SQL_CURSOR_FORWARD_ONLY &&
+                         attrs->cursor_scrollable == SQL_NONSCROLLABLE &&
+                         attrs->cursor_sensitivity != SQL_SENSITIVE &&
+                         attrs->concurrency <= SQL_CONCUR_READ_ONLY;
+    if (granted || cursor_attributes_are_kept_only(stmt_conn(stmt)))
+        return SQL_SUCCESS;
+    attrs->cursor_type = SQL_CURSOR_FORWARD_ONLY;
+    attrs->cursor_scrollable = SQL_NONSCROLLABLE;
+    attrs->cursor_sensitivity = SQL_UNSPECIFIED;
+    attrs->concurrency = SQL_CONCUR_READ_ONLY;
+    ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: cursor type changed", entry.name);
+    cass_post_error(&stmt->head, STATE_01S02, 0, nullptr);
+    return SQL_SUCCESS_WITH_INFO;
+}
+
 static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINTEGER attribute,
                                void *value)
 {
@@ -160,7 +184,7 @@ static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINT
     default:
         if (stmt_attr_apply(stmt, attr, reinterpret_cast<SQLULEN>(value)) && stmt->prepared)
             stmt->params_rebound = 1;
-        return SQL_SUCCESS;
+        return grant_cursor(stmt, entry);
     }
 }
 

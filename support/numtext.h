@@ -21,8 +21,8 @@ void text_padded(char *out, std::uint32_t value, int width);
 inline constexpr std::uint32_t powers_of_ten[] = {1,      10,      100,      1000,      10000,
                                                   100000, 1000000, 10000000, 100000000, 1000000000};
 // Two hexadecimal digits of a byte, lower or upper case by the row of sixteen digits.
-constexpr char HEX_LOWER[] = "0123456789abcdef";
-constexpr char HEX_UPPER[] = "0123456789ABCDEF";
+inline constexpr char HEX_LOWER[] = "0123456789abcdef";
+inline constexpr char HEX_UPPER[] = "0123456789ABCDEF";
 
 inline void text_hex(char *out, unsigned char byte, const char *digits)
 {

@@ -153,11 +153,12 @@ static SQLLEN put_second_half(unsigned char *target, const cell_piece &piece, SQ
     return 2 + put_pieces(target + UNIT, rest, units - 1);
 }
 
+template <const char *letters>
 static SQLLEN put_hexadecimal(unsigned char *target, const cell_piece &piece, SQLLEN units)
 {
     for (SQLLEN i = 0; i < units / 2; i++) {
         char digits[2];
-        text_hex(digits, piece.bytes[i], HEX_UPPER);
+        text_hex(digits, piece.bytes[i], letters);
         put_unit(target, 2 * i, static_cast<SQLWCHAR>(digits[0]));
         put_unit(target, 2 * i + 1, static_cast<SQLWCHAR>(digits[1]));
     }
@@ -187,13 +188,15 @@ static constexpr cell_rule utf16_rule(SQLLEN (*write)(unsigned char *, const cel
     return {
         .write = write, .unit = UNIT, .margin = UNIT, .cut_fills_buffer = wide_cut_fills_buffer};
 }
-static constexpr cell_rule hexadecimal_rule = {
-    .write = put_hexadecimal,
-    .unit = UNIT,
-    .group = 2,
-    .margin = UNIT,
-    .cut_fills_buffer = wide_cut_fills_buffer,
-};
+static constexpr cell_rule hexadecimal_rule(SQLLEN (*write)(unsigned char *, const cell_piece &,
+                                                            SQLLEN))
+{
+    return {.write = write,
+            .unit = UNIT,
+            .group = 2,
+            .margin = UNIT,
+            .cut_fills_buffer = wide_cut_fills_buffer};
+}
 // Half a unit behind the value counts as room for the terminator, which is then left out: in a
 // buffer of an odd size, on purpose.
 static constexpr cell_rule formatted_rule = {
@@ -202,6 +205,19 @@ static constexpr cell_rule formatted_rule = {
     .margin = 1,
     .piecewise = false,
 };
+
+static bool wide_hexadecimal_is_upper_case(const cass_conn *conn)
+{
+    return conn->conduct->wide_hexadecimal_is_upper_case;
+}
+
+[[gnu::noinline]] static SQLRETURN get_hexadecimal(const cell_request &request)
+{
+    const cell_piece rest = cell_rest(request, 2);
+    return wide_hexadecimal_is_upper_case(stmt_conn(request.stmt))
+               ? cell_deliver(request, rest, hexadecimal_rule(put_hexadecimal<HEX_UPPER>))
+               : cell_deliver(request, rest, hexadecimal_rule(put_hexadecimal<HEX_LOWER>));
+}
 
 static bool wide_timestamps_follow_the_buffer(const cass_conn *conn)
 {
@@ -274,7 +290,7 @@ SQLRETURN get_wchar(const cell_request &request)
     if (cell.data_type == SQL_CHAR)
         return get_text(request, cell_rest(request, 1));
     if (cell.data_type == SQL_BINARY)
-        return cell_deliver(request, cell_rest(request, 2), hexadecimal_rule);
+        return get_hexadecimal(request);
 
     char text[CELL_TEXT_ROOM];
     const int length = cell.data_type == SQL_TIMESTAMP ? format_timestamp(text, request)

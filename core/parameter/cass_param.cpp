@@ -447,11 +447,14 @@ static int append_value(cass_param *param, cass_packet *packet)
     if (param->at_exec)
         CASS_LOG(&param->stmt->head, LOG_DETAIL, "data at exec parameter found (%d,%d)",
                  param_number(param), param->field->consise_type);
-    else if (param->data == nullptr)
-        return param_fail(param, STATE_HY009, "no data pointer");
-
     cass_type_option plain;
-    if (const cass_type_option *type = column_type_of(param->stmt, param->index, &plain)) {
+    const cass_type_option *type = column_type_of(param->stmt, param->index, &plain);
+    // Where the column decides, an empty text or binary needs no pointer.
+    const bool empty =
+        type != nullptr && param->has_length && param->length == 0 && param->c_type.size == 0;
+    if (!param->at_exec && param->data == nullptr && !empty)
+        return param_fail(param, STATE_HY009, "no data pointer");
+    if (type != nullptr) {
         param->by_column = true;
         const int code = param_put_typed(param, packet, type);
         std::free(param->owned);

@@ -28,6 +28,7 @@ const cass_conduct default_conduct = {
     .a_new_apd_unlinks_the_ard = true,
     .unbinding_a_parameter_fails = true,
     .cancelling_a_prepared_statement_fails = true,
+    .cursor_attributes_are_kept_only = true,
     .options_mark_nothing_rebound = true,
     .pages_are_small = true,
     .cancelling_waits_for_the_reply = true,
@@ -59,6 +60,7 @@ const cass_conduct default_conduct = {
     .a_failed_read_uses_up_column = true,
     .a_read_needs_no_buffer = true,
     .bound_cells_are_used_up = true,
+    .wide_hexadecimal_is_upper_case = true,
     .wide_timestamps_follow_the_buffer = true,
     .a_refused_column_stays_bound = true,
     // Descriptions and diagnostics.

@@ -73,6 +73,9 @@ struct cass_conduct {
     bool unbinding_a_parameter_fails;
     // SQLCancel of a prepared statement gives SQL_ERROR without a record.
     bool cancelling_a_prepared_statement_fails;
+    // Cursor attributes are stored and read back, and rows come forward only all the same. 0: what
+    // there is no cursor for becomes forward-only and read-only, with 01S02.
+    bool cursor_attributes_are_kept_only;
     // SQLSetStmtOption with a new rowset size does not mark a prepared statement as rebound.
     bool options_mark_nothing_rebound;
     // A page has 100 rows. 0: 5000.
@@ -154,6 +157,8 @@ struct cass_conduct {
     bool a_read_needs_no_buffer;
     // SQLGetData goes on where a bound column has ended. 0: it begins at the head.
     bool bound_cells_are_used_up;
+    // Hexadecimal digits have upper-case letters in wide text. 0: lower-case, as in ANSI text.
+    bool wide_hexadecimal_is_upper_case;
     // A wide timestamp has milliseconds where its buffer has 23 bytes. 0: where there are any.
     bool wide_timestamps_follow_the_buffer;
     // A column whose record is found inconsistent keeps the pointers it was bound with.

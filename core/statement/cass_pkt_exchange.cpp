@@ -343,11 +343,11 @@ int prepare_again(cass_stmt *stmt)
 
 SQLRETURN post_prepare_warning(cass_stmt *stmt, SQLRETURN code)
 {
-    if (stmt->prepare_warning == nullptr || code == SQL_NEED_DATA)
+    if (stmt->prepare_warning == nullptr || !SQL_SUCCEEDED(code))
         return code;
     post_warning(stmt, stmt->prepare_warning);
     free_string(&stmt->prepare_warning);
-    return code == SQL_SUCCESS ? SQL_SUCCESS_WITH_INFO : code;
+    return SQL_SUCCESS_WITH_INFO;
 }
 
 static bool a_refused_keyspace_is_information(const cass_conn *conn)

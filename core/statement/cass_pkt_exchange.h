@@ -24,8 +24,8 @@ int send_prepared(cass_stmt *stmt, cass_packet *packet);
 // Prepares a statement that the server has forgotten; a result that is being read goes on. As
 // prepare_stmt.
 int prepare_again(cass_stmt *stmt);
-// Posts the warning that came with the statement's PREPARE, if none of its executions has. The code
-// of the execution with it.
+// Posts the warning that came with the statement's PREPARE with its first execution that succeeds:
+// some clients read the last record of one that failed. The code of the execution with it.
 SQLRETURN post_prepare_warning(cass_stmt *stmt, SQLRETURN code);
 // Prepares `text` on the server, or takes what the connection has kept of an earlier time: prepared
 // id, IPD and IRD of the statement. A null text is no work.

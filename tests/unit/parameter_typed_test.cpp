@@ -169,3 +169,15 @@ TEST(parameter_typed, text_without_an_indicator_ends_with_its_terminator)
         EXPECT_EQ(encode(s), on_wire(wanted));
     }
 }
+
+// Some clients bind what is empty without a pointer; other values need one.
+TEST(parameter_typed, empty_values_need_no_pointer)
+{
+    for (const SQLSMALLINT c_type : {SQL_C_CHAR, SQL_C_WCHAR, SQL_C_BINARY, SQL_C_SLONG}) {
+        session s;
+        describe_marker(s, CQL_BLOB);
+        SQLLEN size = 0;
+        bind(s.stmt, 1, c_type, SQL_VARBINARY, nullptr, &size);
+        EXPECT_EQ(encode(s), c_type == SQL_C_SLONG ? "HY009@1" : on_wire("")) << c_type;
+    }
+}

@@ -363,3 +363,25 @@ TEST(conduct, native_sql)
         EXPECT_EQ(length, static_cast<SQLINTEGER>(wanted.size()));
     }
 }
+
+TEST(conduct, cursors_that_are_granted)
+{
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        const std::pair<SQLINTEGER, SQLULEN> asked[] = {
+            {SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_STATIC},
+            {SQL_ATTR_CURSOR_SCROLLABLE, SQL_SCROLLABLE},
+            {SQL_ATTR_CONCURRENCY, SQL_CONCUR_LOCK},
+            {SQL_ATTR_CURSOR_SENSITIVITY, SQL_SENSITIVE}};
+        for (const auto &[attribute, value] : asked) {
+            EXPECT_STMT(standard ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->stmt,
+                        SQLSetStmtAttr(wire->stmt, attribute, odbc_number(value), 0));
+            SQLULEN type = 99;
+            SQLGetStmtAttr(wire->stmt, SQL_ATTR_CURSOR_TYPE, &type, 0, nullptr);
+            EXPECT_EQ(type == SQL_CURSOR_FORWARD_ONLY, standard) << attribute;
+        }
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                    SQLSetStmtAttr(wire->stmt, SQL_ATTR_CURSOR_TYPE,
+                                   odbc_number(SQL_CURSOR_FORWARD_ONLY), 0));
+    }
+}
