@@ -80,6 +80,8 @@ static SQLRETURN put_data(cass_stmt *stmt, const void *data, SQLLEN length)
             return fail(stmt, STATE_HY090, "invalid length");
         if (joins_a_null(field, length))
             return fail(stmt, STATE_HY020, "a null beside other data");
+        if (field->put_data != nullptr && cass_c_type_size(field->consise_type).fixed != 0)
+            return fail(stmt, STATE_HY019, "a fixed type in pieces");
     }
     if (length > INT32_MAX)
         return fail(stmt, STATE_HY090, "invalid length");

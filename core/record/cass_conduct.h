@@ -55,7 +55,7 @@ struct cass_conduct {
     // The status of a set that the operation array leaves out stays as it is. 0: SQL_PARAM_UNUSED.
     bool skipped_sets_keep_their_status;
     // SQLPutData takes any negative length for a null, beside other data too. 0: SQL_NTS is
-    // measured, a fixed type has its own size, and a null stands alone.
+    // measured, a fixed type has its own size and one chunk, and a null stands alone.
     bool chunks_are_not_judged;
     // A pause for data at execution never ends: data is taken behind its run, and SQLCancel leaves
     // it open. 0: either ends it.

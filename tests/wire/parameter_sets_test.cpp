@@ -142,6 +142,7 @@ TEST(parameter_sets, pieces_and_a_pause_that_is_cancelled)
                    {SQL_C_CHAR, {{nullptr, SQL_NULL_DATA}}, "NULL"},
                    {SQL_C_CHAR, {{"a", 1}, {nullptr, SQL_NULL_DATA}}, "HY020 0 -1"},
                    {SQL_C_CHAR, {{nullptr, SQL_NULL_DATA}, {"a", 1}}, "HY020 0 -1"},
+                   {SQL_C_SLONG, {{&number, 4}, {&number, 4}}, "HY019 0 -1"},
                    {SQL_C_CHAR, {{"a", -7}}, "HY090 0 -1"},
                    {SQL_C_BINARY, {{"a", SQL_NTS}}, "HY090 0 -1"}};
     SQLLEN at_exec = SQL_DATA_AT_EXEC;
