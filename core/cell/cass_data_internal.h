@@ -72,6 +72,8 @@ SQLRETURN get_guid(const cell_request &request);
 inline bool cell_is_time(const cell_request &request)
 {
     const std::int32_t type = request.field->consise_type;
+    if (type == SQL_TYPE_TIMESTAMP) [[likely]]
+        return false;
     return type == SQL_TYPE_TIME || type == SQL_TIME ||
            (type == SQL_WVARCHAR && request.field->cql_type == CQL_TIME);
 }
