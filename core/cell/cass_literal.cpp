@@ -88,6 +88,8 @@ static constexpr std::string_view reserved_words[] = {
     "update", "use",         "using",  "view",         "where",    "with",
 };
 
+static_assert(std::ranges::is_sorted(reserved_words));
+
 static bool is_plain_name(std::string_view name)
 {
     if (name.empty() || name[0] < 'a' || name[0] > 'z')

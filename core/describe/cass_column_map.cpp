@@ -196,7 +196,8 @@ const char *cass_plain_type_name(std::int32_t option_id)
     return nullptr;
 }
 
-// Settings that describe some types as others; null where they say nothing of this one.
+// What settings describe some types as, in place of their rows; `exact_only` where descriptions are
+// exact.
 struct changed_row {
     std::int32_t cass_settings::*setting;
     bool exact_only;

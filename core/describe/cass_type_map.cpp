@@ -322,11 +322,6 @@ std::int32_t cass_default_c_type(std::int32_t sql_type, int numeric_as_char, int
 
 // ---- SQL types by the name of a CQL type -------------------------------------------------------
 
-static bool is_odbc2(const cass_conn *conn)
-{
-    return conn_env(conn)->odbc_version == SQL_OV_ODBC2;
-}
-
 struct type_name_row {
     const char *name;
     std::int32_t sql_type;
@@ -381,7 +376,7 @@ std::int32_t cass_sql_type_from_name(const cass_conn *conn, const cass_string *n
             continue;
         *size = row.size;
         *scale = row.scale;
-        return is_odbc2(conn) ? row.odbc2_type : row.sql_type;
+        return conn_env(conn)->odbc_version == SQL_OV_ODBC2 ? row.odbc2_type : row.sql_type;
     }
     return SQL_VARBINARY;  // collections, user types, and whatever the server invents
 }
