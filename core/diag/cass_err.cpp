@@ -219,13 +219,44 @@ void cass_diag_release(cass_handle *handle)
     __atomic_store_n(&handle->diag_records, static_cast<cass_diag_record *>(nullptr),
                      __ATOMIC_RELAXED);
     cass_lock_leave(&cass_diag_lock);
-    while (record != nullptr) {
-        cass_diag_record *next = record->next;
-        cass_string_free(record->state);
-        cass_string_free(record->text);
-        std::free(record);
-        record = next;
+    cass_diag_free_list(&record);
+}
+
+void cass_diag_free_list(cass_diag_record **list)
+{
+    while (*list != nullptr) {
+        cass_diag_record *next = (*list)->next;
+        cass_string_free((*list)->state);
+        cass_string_free((*list)->text);
+        std::free(*list);
+        *list = next;
     }
+}
+
+void cass_diag_take_without_row(cass_handle *handle, cass_diag_record **list)
+{
+    cass_diag_free_list(list);
+    const cass_lock_guard hold(&cass_diag_lock);
+    cass_diag_record **link = &handle->diag_records;
+    while (*link != nullptr) {
+        cass_diag_record *record = *link;
+        if (record->row_number != DIAG_NO_PLACE.row) {
+            link = &record->next;
+            continue;
+        }
+        __atomic_store_n(link, record->next, __ATOMIC_RELAXED);
+        record->next = nullptr;
+        *list = record;
+        list = &record->next;
+    }
+}
+
+void cass_diag_give_back(cass_handle *handle, cass_diag_record **list)
+{
+    cass_diag_release(handle);
+    const cass_lock_guard hold(&cass_diag_lock);
+    __atomic_store_n(&handle->diag_records, *list, __ATOMIC_RELAXED);
+    *list = nullptr;
 }
 
 cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number)

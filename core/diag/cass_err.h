@@ -161,6 +161,11 @@ extern cass_lock cass_diag_lock;
 // Record of 1-based number, or null. The pointer is good until the list changes: hold the lock.
 cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number);
 std::int32_t cass_diag_count(cass_handle *handle);
+// Moves the records that name no row into a list of their own, in place of what is in it; the list
+// becomes those of the handle again, in place of its own; the list is freed.
+void cass_diag_take_without_row(cass_handle *handle, cass_diag_record **list);
+void cass_diag_give_back(cass_handle *handle, cass_diag_record **list);
+void cass_diag_free_list(cass_diag_record **list);
 // Gives the records that name no row this one.
 void cass_diag_name_row(cass_handle *handle, std::int32_t row);
 // Inserts a deep copy of all records of another handle by the ordering rule.

@@ -354,6 +354,7 @@ static void destroy_stmt(cass_stmt *stmt)
     cass_page_end(&stmt->page);
     std::free(stmt->param_buffer);
     std::free(stmt->meta_bytes);
+    cass_diag_free_list(&stmt->kept_records);
     cass_diag_clear(&stmt->head);
     cass_lock_destroy(&stmt->api_lock);
     stmt->head.handle_tag = 0;

@@ -118,8 +118,10 @@ struct cass_conduct {
     bool ard_type_reads_column_in_front;
     // Blanks behind a number in a text decide how much of it is taken. 0: they are passed over.
     bool blanks_cut_number;
-    // A rowset of several rows that delivered any is a success, whatever its last row was. 0: a
-    // success with info when a row was cut or ended the rowset by an error.
+    // A rowset of several rows that delivered any is a success, whatever its last row was, which
+    // ends it by an error. 0: a row that fails does so alone, the rowset is a success with info
+    // when a row was cut or failed, with records that name it, and a page that does not come is
+    // told by the next fetch.
     bool rowset_of_several_is_success;
     // A next page that did not come leaves an emptied row, which is transferred. 0: an error.
     bool lost_page_leaves_emptied_row;

@@ -431,7 +431,8 @@ struct cass_stmt {
     std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's
     cass_internal_rs *internal_rs;
     std::int32_t data_waiting;
-    SQLULEN rowset_position;  // row of the rowset in work, from 0
+    SQLULEN rowset_position;         // row of the rowset in work, from 0
+    cass_diag_record *kept_records;  // of a page that did not come, for the next fetch
 
     cass_stmt_attrs attrs;
     void *fetch_bookmark_ptr;

@@ -188,11 +188,11 @@ static bool lost_page_leaves_emptied_row(const cass_conn *conn)
 }
 
 // One row into the IRD and from there into the bound columns.
-static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt)
+static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt, bool *page_failed)
 {
-    bool page_failed = false;
+    *page_failed = false;
     SQLRETURN code =
-        stmt->internal_rs != nullptr ? fetch_local_row(stmt) : cass_fetch_row(stmt, &page_failed);
+        stmt->internal_rs != nullptr ? fetch_local_row(stmt) : cass_fetch_row(stmt, page_failed);
     CASS_LOG(&stmt->head, LOG_DETAIL, "fetch returned %d", static_cast<int>(code));
     if (code == SQL_NO_DATA) {
         stmt->data_waiting = 0;
@@ -202,11 +202,33 @@ static SQLRETURN fetch_row_and_transfer(cass_stmt *stmt)
     // A row whose cell cannot be decoded is an error. A next page that did not come leaves its
     // record, and the emptied row is transferred: the verdict of that decides.
     if (code == SQL_ERROR && !has_local_row(stmt) &&
-        !(page_failed && lost_page_leaves_emptied_row(stmt_conn(stmt))))
+        !(*page_failed && lost_page_leaves_emptied_row(stmt_conn(stmt))))
         return code;
     code = transfer_bound_columns(stmt, 1);
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns returns %r", static_cast<int>(code));
     return code;
+}
+
+static SQLUSMALLINT row_status(SQLRETURN code)
+{
+    if (code == SQL_SUCCESS)
+        return SQL_ROW_SUCCESS;
+    return code == SQL_SUCCESS_WITH_INFO ? SQL_ROW_SUCCESS_WITH_INFO : SQL_ROW_ERROR;
+}
+
+// A page that did not come ends a rowset whose rows so far are good: its records, which name no
+// row, wait for the next fetch.
+static void keep_records(cass_stmt *stmt)
+{
+    cass_diag_take_without_row(&stmt->head, &stmt->kept_records);
+}
+
+static bool tell_kept_records(cass_stmt *stmt)
+{
+    if (stmt->kept_records == nullptr)
+        return false;
+    cass_diag_give_back(&stmt->head, &stmt->kept_records);
+    return true;
 }
 
 static bool rowset_of_several_is_success(const cass_conn *conn)
@@ -223,28 +245,38 @@ static SQLRETURN fetch_rowset(cass_stmt *stmt)
     store_rows_fetched(out, 0);
     CASS_LOG(&stmt->head, LOG_DETAIL, "array_size=%d", static_cast<int>(array_size));
 
+    // Where rows stand by themselves one that fails does so alone, and its records name it.
+    const bool alone = !rowset_of_several_is_success(stmt_conn(stmt));
     SQLRETURN code = SQL_ERROR;
-    SQLULEN rows = 0;
-    bool any_cut = false;
+    SQLULEN rows = 0, good_rows = 0;
+    bool any_told = false, page_failed = false;
     for (; rows < array_size; ++rows) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "fetching row %d of %d", static_cast<int>(rows),
                  static_cast<int>(array_size));
         stmt->rowset_position = rows;
-        code = fetch_row_and_transfer(stmt);
-        if (!SQL_SUCCEEDED(code))
+        code = fetch_row_and_transfer(stmt, &page_failed);
+        if (!SQL_SUCCEEDED(code) && (!alone || code == SQL_NO_DATA || page_failed))
             break;
-        any_cut |= code == SQL_SUCCESS_WITH_INFO;
-        store_status(out, rows, code == SQL_SUCCESS ? SQL_ROW_SUCCESS : SQL_ROW_SUCCESS_WITH_INFO);
+        good_rows += SQL_SUCCEEDED(code) ? 1 : 0;
+        any_told |= code != SQL_SUCCESS;
+        if (alone && code != SQL_SUCCESS)
+            cass_diag_name_row(&stmt->head, static_cast<std::int32_t>(rows + 1));
+        store_status(out, rows, row_status(code));
         store_rows_fetched(out, rows + 1);
     }
+    const bool rest_failed = code == SQL_ERROR && !(alone && rows > 0);
     for (SQLULEN row = rows; row < array_size; ++row)
-        store_status(out, row, code == SQL_ERROR ? SQL_ROW_ERROR : SQL_ROW_NOROW);
+        store_status(out, row, rest_failed ? SQL_ROW_ERROR : SQL_ROW_NOROW);
     if (rows < 1 || array_size < 2)
         return code;
     // The status array and the records tell of truncation and errors.
-    if (rowset_of_several_is_success(stmt_conn(stmt)))
+    if (!alone)
         return SQL_SUCCESS;
-    return any_cut || code == SQL_ERROR ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+    if (page_failed)
+        keep_records(stmt);
+    if (good_rows == 0)
+        return SQL_ERROR;
+    return any_told ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
 SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
@@ -267,7 +299,7 @@ SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
         cass_post_error(&stmt->head, STATE_HY107, 0, nullptr);
         return SQL_ERROR;
     }
-    const SQLRETURN code = fetch_rowset(stmt);
+    const SQLRETURN code = tell_kept_records(stmt) ? SQL_ERROR : fetch_rowset(stmt);
     CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: return value=%d", static_cast<int>(code));
     return code;
 }

@@ -48,6 +48,7 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
         shared_put(&stmt->prepared, 0);
         free_string(&stmt->sql_text);
     }
+    cass_diag_free_list(&stmt->kept_records);
     if (unprepare)
         free_string(&stmt->prepare_warning);
     cass_page_end(&stmt->page);

@@ -385,3 +385,39 @@ TEST(conduct, cursors_that_are_granted)
                                    odbc_number(SQL_CURSOR_FORWARD_ONLY), 0));
     }
 }
+
+// Texts as numbers, two rows to a page: one is none, and the page behind the first fails.
+TEST(conduct, rows_that_fail_in_a_rowset)
+{
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        SQLINTEGER numbers[3] = {};
+        SQLUSMALLINT status[3] = {9, 9, 9};
+        SQLULEN rows = 9;
+        SQLSetStmtAttr(wire->stmt, SQL_ATTR_ROW_ARRAY_SIZE, odbc_number(3), 0);
+        SQLSetStmtAttr(wire->stmt, SQL_ATTR_ROW_STATUS_PTR, status, 0);
+        SQLSetStmtAttr(wire->stmt, SQL_ATTR_ROWS_FETCHED_PTR, &rows, 0);
+        run_query(wire, "q", text_page({"1", "x", "3"}));
+        SQLBindCol(wire->stmt, 1, SQL_C_SLONG, numbers, 0, nullptr);
+        EXPECT_STMT(standard ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->stmt,
+                    SQLFetch(wire->stmt));
+        EXPECT_EQ(rows, standard ? 3u : 1u);
+        EXPECT_EQ(status[1], SQL_ROW_ERROR);
+        EXPECT_EQ(status[2], standard ? SQL_ROW_SUCCESS : SQL_ROW_ERROR);
+        SQLLEN row = 9;
+        SQLGetDiagField(SQL_HANDLE_STMT, wire->stmt, 1, SQL_DIAG_ROW_NUMBER, &row, 0, nullptr);
+        EXPECT_EQ(row, standard ? 2 : 0);
+        SQLFreeStmt(wire->stmt, SQL_CLOSE);
+
+        run_query(wire, "q", text_page({"1", "2"}, "state"));
+        expect_next_query(wire->node.get(), "q", "state", {error_frame(0x1200, "late")});
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+        if (!standard)
+            continue;
+        EXPECT_EQ(rows, 2u);
+        EXPECT_EQ(status[2], SQL_ROW_NOROW);
+        EXPECT_STMT(SQL_ERROR, wire->stmt, SQLFetch(wire->stmt));
+        EXPECT_TRUE(stmt_records(wire->stmt).at(0).starts_with("HYT00"));
+        EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
+    }
+}
