@@ -110,7 +110,7 @@ static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_co
     const catalog_number ordinal =
         catalog_number_text(column->ordinal + (ordinals_count_from_zero(conn) ? 0 : 1));
     const char *const values[] = {
-        CATALOG_NAME,
+        catalog_name(stmt_conn(stmt)),
         table->keyspace,
         table->table,
         column->name,

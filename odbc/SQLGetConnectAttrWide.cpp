@@ -22,11 +22,12 @@ static SQLRETURN give_integer(const attr_target &target, SQLUINTEGER number)
     return give_number(target, &number, sizeof number);
 }
 
-// The name of the one catalog, whatever an application has set.
+// The name of the one catalog, whatever an application has set; empty where there is none.
 static SQLRETURN give_catalog(cass_conn *conn, const char *name, const attr_target &target)
 {
     cass_constant_text made;
-    const cass_string *catalog = cass_constant_string(CATALOG_NAME, &made);
+    const char *text = catalog_name(conn);
+    const cass_string *catalog = cass_constant_string(text != nullptr ? text : "", &made);
     cass_store(target.length, static_cast<SQLINTEGER>(text_form_length(catalog, target.form)));
     if (!text_form_out(catalog, target.form, target.value, target.size))
         return SQL_SUCCESS;

@@ -3,11 +3,14 @@
 // driver can do.
 #include "odbc/SQLGetInfoWide.h"
 
+#include <algorithm>
+#include <span>
+
 #include "core/net/cass_conn_shared.h"
 
 static constexpr char log_source[] = "SQLGetInfoWide.c";
 
-// 16 and 32 are integers of that width; the others are texts, the last four of the connection.
+// 16 and 32 are integers of that width; the others are texts, the last ones of the connection.
 enum info_kind {
     INFO_16,
     INFO_32,
@@ -16,6 +19,8 @@ enum info_kind {
     INFO_KEYSPACE,
     INFO_CQL_VERSION,
     INFO_UNSET,
+    INFO_USER,
+    INFO_SERVER,
 };
 
 struct info_row {
@@ -226,13 +231,131 @@ static constexpr info_row info_table[] = {
     {65003, INFO_32, 127},
 };
 
-static const info_row *find_row(SQLUSMALLINT info_type)
+// Reserved in CQL and not in ODBC.
+static constexpr char words_of_cql[] =
+    "ALLOW,APPLY,BATCH,COLUMNFAMILY,ENTRIES,IF,INFINITY,KEYSPACE,LIMIT,MATERIALIZED,MODIFY,NAN,"
+    "NORECURSIVE,RENAME,REPLACE,TOKEN,TRUNCATE,UNLOGGED,USE";
+
+// In place of the rows above where the answers are to be true: CQL has one table in a SELECT, no
+// transactions, no procedures, and no functions that ODBC has names for. 0 is "no limit", too.
+static constexpr info_row true_table[] = {
+    {SQL_SERVER_NAME, INFO_SERVER},
+    {SQL_USER_NAME, INFO_USER},
+    {SQL_ODBC_API_CONFORMANCE, INFO_16, SQL_OAC_LEVEL1},
+    {SQL_ODBC_INTERFACE_CONFORMANCE, INFO_32, SQL_OIC_CORE},
+    {SQL_ACCESSIBLE_PROCEDURES, INFO_TEXT, 0, "N"},
+    {SQL_PROCEDURES, INFO_TEXT, 0, "N"},
+    {SQL_PROCEDURE_TERM, INFO_TEXT, 0, ""},
+    {SQL_DEFAULT_TXN_ISOLATION, INFO_32, 0},
+    {SQL_TXN_ISOLATION_OPTION, INFO_32, 0},
+    {SQL_MULTIPLE_ACTIVE_TXN, INFO_TEXT, 0, "N"},
+    {SQL_MULT_RESULT_SETS, INFO_TEXT, 0, "N"},
+    {SQL_BATCH_ROW_COUNT, INFO_32, 0},
+    {SQL_BATCH_SUPPORT, INFO_32, 0},
+    {SQL_PARAM_ARRAY_ROW_COUNTS, INFO_32, SQL_PARC_NO_BATCH},
+    {SQL_PARAM_ARRAY_SELECTS, INFO_32, SQL_PAS_NO_SELECT},
+    {SQL_EXPRESSIONS_IN_ORDERBY, INFO_TEXT, 0, "N"},
+    {SQL_IDENTIFIER_CASE, INFO_16, SQL_IC_LOWER},
+    {SQL_QUOTED_IDENTIFIER_CASE, INFO_16, SQL_IC_SENSITIVE},
+    {SQL_SPECIAL_CHARACTERS, INFO_TEXT, 0, ""},
+    {SQL_KEYWORDS, INFO_TEXT, 0, words_of_cql},
+    {SQL_CATALOG_NAME_SEPARATOR, INFO_TEXT, 0, ""},
+    {SQL_CATALOG_TERM, INFO_TEXT, 0, ""},
+    {SQL_CATALOG_LOCATION, INFO_16, 0},
+    {SQL_SCHEMA_USAGE, INFO_32,
+     SQL_SU_DML_STATEMENTS | SQL_SU_TABLE_DEFINITION | SQL_SU_INDEX_DEFINITION |
+         SQL_SU_PRIVILEGE_DEFINITION},
+    {SQL_OUTER_JOINS, INFO_TEXT, 0, "N"},
+    {SQL_OJ_CAPABILITIES, INFO_32, 0},
+    {SQL_SQL92_RELATIONAL_JOIN_OPERATORS, INFO_32, 0},
+    {SQL_CORRELATION_NAME, INFO_16, SQL_CN_NONE},
+    {SQL_SUBQUERIES, INFO_32, 0},
+    {SQL_UNION, INFO_32, 0},
+    {SQL_SQL92_PREDICATES, INFO_32, SQL_SP_IN | SQL_SP_COMPARISON},
+    {SQL_SQL92_ROW_VALUE_CONSTRUCTOR, INFO_32, 0},
+    {SQL_SQL92_STRING_FUNCTIONS, INFO_32, 0},
+    {SQL_SQL92_VALUE_EXPRESSIONS, INFO_32, SQL_SVE_CAST},
+    {SQL_SQL92_GRANT, INFO_32, 0},
+    {SQL_SQL92_REVOKE, INFO_32, 0},
+    {SQL_AGGREGATE_FUNCTIONS, INFO_32,
+     SQL_AF_AVG | SQL_AF_COUNT | SQL_AF_MAX | SQL_AF_MIN | SQL_AF_SUM},
+    {SQL_NUMERIC_FUNCTIONS, INFO_32, 0},
+    {SQL_STRING_FUNCTIONS, INFO_32, 0},
+    {SQL_SYSTEM_FUNCTIONS, INFO_32, 0},
+    {SQL_TIMEDATE_FUNCTIONS, INFO_32, 0},
+    {SQL_TIMEDATE_ADD_INTERVALS, INFO_32, 0},
+    {SQL_TIMEDATE_DIFF_INTERVALS, INFO_32, 0},
+    {SQL_CONVERT_FUNCTIONS, INFO_32, 0},
+    {SQL_CONVERT_BIGINT, INFO_32, 0},
+    {SQL_CONVERT_BINARY, INFO_32, 0},
+    {SQL_CONVERT_BIT, INFO_32, 0},
+    {SQL_CONVERT_CHAR, INFO_32, 0},
+    {SQL_CONVERT_DECIMAL, INFO_32, 0},
+    {SQL_CONVERT_FLOAT, INFO_32, 0},
+    {SQL_CONVERT_GUID, INFO_32, 0},
+    {SQL_CONVERT_INTEGER, INFO_32, 0},
+    {SQL_CONVERT_LONGVARBINARY, INFO_32, 0},
+    {SQL_CONVERT_LONGVARCHAR, INFO_32, 0},
+    {SQL_CONVERT_NUMERIC, INFO_32, 0},
+    {SQL_CONVERT_REAL, INFO_32, 0},
+    {SQL_CONVERT_SMALLINT, INFO_32, 0},
+    {SQL_CONVERT_TIMESTAMP, INFO_32, 0},
+    {SQL_CONVERT_TINYINT, INFO_32, 0},
+    {SQL_CONVERT_VARBINARY, INFO_32, 0},
+    {SQL_CONVERT_VARCHAR, INFO_32, 0},
+    {SQL_CONVERT_WCHAR, INFO_32, 0},
+    {SQL_CONVERT_WLONGVARCHAR, INFO_32, 0},
+    {SQL_CONVERT_WVARCHAR, INFO_32, 0},
+    {SQL_INTEGRITY, INFO_TEXT, 0, "N"},
+    {SQL_NON_NULLABLE_COLUMNS, INFO_16, SQL_NNC_NULL},
+    {SQL_ALTER_TABLE, INFO_32, SQL_AT_ADD_COLUMN_SINGLE | SQL_AT_DROP_COLUMN},
+    {SQL_CREATE_SCHEMA, INFO_32, 0},
+    {SQL_CREATE_VIEW, INFO_32, 0},
+    {SQL_DROP_VIEW, INFO_32, 0},
+    {SQL_INDEX_KEYWORDS, INFO_32, 0},
+    {SQL_LIKE_ESCAPE_CLAUSE, INFO_TEXT, 0, "N"},
+    {SQL_NEED_LONG_DATA_LEN, INFO_TEXT, 0, "N"},
+    {SQL_BOOKMARK_PERSISTENCE, INFO_32, 0},
+    {SQL_SCROLL_CONCURRENCY, INFO_32, SQL_SCCO_READ_ONLY},
+    {SQL_CURSOR_SENSITIVITY, INFO_32, SQL_UNSPECIFIED},
+    {SQL_ASYNC_MODE, INFO_32, SQL_AM_NONE},
+    {SQL_MAX_ASYNC_CONCURRENT_STATEMENTS, INFO_32, 0},
+    {SQL_COLLATION_SEQ, INFO_TEXT, 0, "UTF-8"},
+    {SQL_MAX_TABLES_IN_SELECT, INFO_16, 1},
+    {SQL_MAX_COLUMN_NAME_LEN, INFO_16, 0},
+    {SQL_MAX_CURSOR_NAME_LEN, INFO_16, 0},
+    {SQL_MAX_SCHEMA_NAME_LEN, INFO_16, 0},
+    {SQL_MAX_PROCEDURE_NAME_LEN, INFO_16, 0},
+    {SQL_MAX_CATALOG_NAME_LEN, INFO_16, 0},
+    {SQL_MAX_TABLE_NAME_LEN, INFO_16, 0},
+    {SQL_MAX_USER_NAME_LEN, INFO_16, 0},
+    {SQL_MAX_IDENTIFIER_LEN, INFO_16, 0},
+    {SQL_MAX_COLUMNS_IN_INDEX, INFO_16, 0},
+    {SQL_MAX_COLUMNS_IN_SELECT, INFO_16, 0},
+    {SQL_MAX_COLUMNS_IN_TABLE, INFO_16, 0},
+    {SQL_MAX_INDEX_SIZE, INFO_32, 0},
+    {SQL_MAX_ROW_SIZE, INFO_32, 0},
+    {SQL_MAX_STATEMENT_LEN, INFO_32, 0},
+    {SQL_MAX_CHAR_LITERAL_LEN, INFO_32, 0},
+    {SQL_MAX_BINARY_LITERAL_LEN, INFO_32, 0},
+};
+
+static bool information_is_approximate(const cass_conn *conn)
 {
-    for (const info_row &row : info_table) {
-        if (row.type == info_type)
-            return &row;
-    }
-    return nullptr;
+    return conn->conduct->information_is_approximate;
+}
+
+static const info_row *find_in(std::span<const info_row> table, SQLUSMALLINT info_type)
+{
+    const auto row = std::ranges::find(table, info_type, &info_row::type);
+    return row == table.end() ? nullptr : &*row;
+}
+
+static const info_row *find_row(const cass_conn *conn, SQLUSMALLINT info_type)
+{
+    const info_row *row =
+        information_is_approximate(conn) ? nullptr : find_in(true_table, info_type);
+    return row != nullptr ? row : find_in(info_table, info_type);
 }
 
 static SQLRETURN answer_number(const info_row *row, const info_target &target)
@@ -247,13 +370,13 @@ static SQLRETURN answer_number(const info_row *row, const info_target &target)
     return SQL_SUCCESS;
 }
 
-// Delivers a text, which may be null: then nothing is written but the length 0.
 static SQLRETURN answer_text(cass_conn *conn, const entry_point &entry, const cass_string *text,
                              const info_target &target)
 {
     // The ANSI length counts units, not the bytes of the encoded text.
     cass_store(target.length, cass_small_length(text_form_length(text, target.form)));
-    if (text == nullptr || target.value == nullptr)
+    // Of a text that is not set nothing is written but the length 0, or it is empty.
+    if (target.value == nullptr || (text == nullptr && information_is_approximate(conn)))
         return SQL_SUCCESS;
     // Without room for the terminator even an empty text counts as cut.
     if (!text_form_out(text, target.form, target.value, target.size) &&
@@ -297,7 +420,7 @@ static bool unknown_information_is_optional(const cass_conn *conn)
 static SQLRETURN get_info(cass_conn *conn, const entry_point &entry, SQLUSMALLINT info_type,
                           const info_target &target)
 {
-    const info_row *row = find_row(info_type);
+    const info_row *row = find_row(conn, info_type);
     if (row == nullptr) {
         CASS_LOG(&conn->head, LOG_ERROR, "%s: unexpected info_type %d", entry.name,
                  static_cast<int>(info_type));
@@ -319,6 +442,10 @@ static SQLRETURN get_info(cass_conn *conn, const entry_point &entry, SQLUSMALLIN
         return answer_text(conn, entry, conn->settings.dsn, target);
     case INFO_KEYSPACE:
         return answer_keyspace(conn, entry, target);
+    case INFO_USER:
+        return answer_text(conn, entry, conn->settings.user, target);
+    case INFO_SERVER:
+        return answer_text(conn, entry, conn->settings.server, target);
     case INFO_UNSET:
         break;
     }

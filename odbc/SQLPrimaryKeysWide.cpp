@@ -90,8 +90,12 @@ static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cas
             if (!is_listed(conn, column))
                 continue;
             const catalog_number sequence = catalog_number_text(key_sequence(conn, entry, column));
-            const char *const values[] = {CATALOG_NAME, entry->keyspace, entry->table,
-                                          column->name, sequence.text,   nullptr};
+            const char *const values[] = {catalog_name(stmt_conn(stmt)),
+                                          entry->keyspace,
+                                          entry->table,
+                                          column->name,
+                                          sequence.text,
+                                          nullptr};
             if (cass_insert_internal_row(stmt, values) != 0)
                 return SQL_ERROR;
         }

@@ -37,9 +37,19 @@ static constexpr std::int32_t index_sort_keys[] = {4, 7, 5, 6, 8, 0};
 static int add_row(cass_stmt *stmt, const char *keyspace, const char *table, const char *non_unique,
                    const char *index, const char *type, const char *position, const char *column)
 {
-    const char *const values[] = {CATALOG_NAME, keyspace, table,    non_unique, nullptr,
-                                  index,        type,     position, column,     nullptr,
-                                  nullptr,      nullptr,  nullptr};
+    const char *const values[] = {catalog_name(stmt_conn(stmt)),
+                                  keyspace,
+                                  table,
+                                  non_unique,
+                                  nullptr,
+                                  index,
+                                  type,
+                                  position,
+                                  column,
+                                  nullptr,
+                                  nullptr,
+                                  nullptr,
+                                  nullptr};
     static_assert(std::size(values) == std::size(index_columns));
     return cass_insert_internal_row(stmt, values);
 }

@@ -56,6 +56,13 @@ static SQLRETURN list_types(cass_stmt *stmt)
     return SQL_SUCCESS;
 }
 
+static SQLRETURN list_catalogs(cass_stmt *stmt)
+{
+    const char *name = catalog_name(stmt_conn(stmt));
+    return name == nullptr || add_row(stmt, name, nullptr, nullptr, nullptr) == 0 ? SQL_SUCCESS
+                                                                                  : SQL_ERROR;
+}
+
 static SQLRETURN list_keyspaces(cass_stmt *stmt)
 {
     const held_inner inner =
@@ -66,7 +73,7 @@ static SQLRETURN list_keyspaces(cass_stmt *stmt)
     while ((row = catalog_next_row(stmt, inner.get())) == 1) {
         char keyspace[CATALOG_NAME_SIZE];
         const char *name = catalog_cell(inner.get(), 1, keyspace, sizeof keyspace);
-        if (add_row(stmt, CATALOG_NAME, name, nullptr, nullptr) != 0)
+        if (add_row(stmt, catalog_name(stmt_conn(stmt)), name, nullptr, nullptr) != 0)
             return SQL_ERROR;
     }
     return row == 0 ? SQL_SUCCESS : SQL_ERROR;
@@ -171,7 +178,7 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
         char table[CATALOG_NAME_SIZE];
         const char *keyspace_name = catalog_cell(inner.get(), 1, keyspace, sizeof keyspace);
         const char *table_name = catalog_cell(inner.get(), 2, table, sizeof table);
-        if (add_row(stmt, CATALOG_NAME, keyspace_name, table_name,
+        if (add_row(stmt, catalog_name(stmt_conn(stmt)), keyspace_name, table_name,
                     told_type(stmt_conn(stmt), wanted)) != 0)
             return SQL_ERROR;
     }
@@ -208,8 +215,7 @@ static SQLRETURN tables(cass_stmt *stmt, const tables_call &call)
         code = list_types(stmt);
     } else if (is_percent(call.catalog, texts.catalog.get()) && no_schema && no_table) {
         occupies = false;
-        code =
-            add_row(stmt, CATALOG_NAME, nullptr, nullptr, nullptr) == 0 ? SQL_SUCCESS : SQL_ERROR;
+        code = list_catalogs(stmt);
     } else if (no_catalog && is_percent(call.schema, texts.schema.get()) && no_table) {
         code = list_keyspaces(stmt);
     } else {

@@ -15,6 +15,16 @@
 // Every inner query carries the function number of SQLTables, whichever function runs it.
 constexpr std::int32_t OP_CATALOG = 54;
 
+static bool there_is_a_catalog(const cass_conn *conn)
+{
+    return conn->conduct->there_is_a_catalog;
+}
+
+const char *catalog_name(const cass_conn *conn)
+{
+    return there_is_a_catalog(conn) ? "CASSANDRA" : nullptr;
+}
+
 // ---- Arguments ---------------------------------------------------------------------------------
 
 bool catalog_text_is(const cass_string *text, const char *word)

@@ -9,7 +9,8 @@
 #include "core/local/cass_internalrs.h"
 #include "core/wire/cass_pkt.h"
 
-constexpr char CATALOG_NAME[] = "CASSANDRA";
+// The catalog that every table is in; null where the conduct knows none.
+const char *catalog_name(const cass_conn *conn);
 // Room for a name with its terminator: longer names are cut.
 constexpr int CATALOG_NAME_SIZE = 65;
 

@@ -98,6 +98,8 @@ const cass_conduct default_conduct = {
     .any_schema_filters_statistics = true,
     .a_warning_fails_the_catalog = true,
     .catalog_results_occupy_the_connection = true,
+    .information_is_approximate = true,
+    .there_is_a_catalog = true,
     .unknown_information_is_optional = true,
     // Session.
     .credentials_are_of_latin_1 = true,

@@ -151,7 +151,8 @@ static bool read_request(scripted_node *node, const node_connection &from, node_
 static void check_header(scripted_node *node, bool lz4, const node_request &request)
 {
     const int flags = lz4 && !request.body.empty() ? FLAG_COMPRESSED : 0;
-    if (request.version == 4 && request.stream == node->stream && request.flags == flags)
+    if (request.version == 4 && (request.stream == node->stream || node->stream == ANY_STREAM) &&
+        request.flags == flags)
         return;
     complain(node, "opcode " + std::to_string(request.opcode) + " has version, flags, stream " +
                        std::to_string(request.version) + ", " + std::to_string(request.flags) +

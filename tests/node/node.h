@@ -51,7 +51,8 @@ std::string node_address(const scripted_node *node);
 
 // Adds a step to the script, also while the server is at work.
 void node_expect(scripted_node *node, node_step step);
-// The stream number of requests from now on; 0 until then.
+// The stream number of requests from now on, or ANY_STREAM; 0 until then.
+constexpr int ANY_STREAM = -1;
 void node_expect_stream(scripted_node *node, int stream);
 // Answers requests that come when the script is at its end; without it they are complaints and get
 // an ERROR frame.

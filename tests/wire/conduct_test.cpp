@@ -421,3 +421,29 @@ TEST(conduct, rows_that_fail_in_a_rowset)
         EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
     }
 }
+
+TEST(conduct, information_and_catalogs)
+{
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = logged_on(standard);
+        SQLUINTEGER number = 99;
+        SQLGetInfo(wire->conn, SQL_SUBQUERIES, &number, sizeof number, nullptr);
+        EXPECT_EQ(number, standard ? 0u : 31u);
+        char text[16] = "?";
+        SQLSMALLINT length = 99;
+        EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                    SQLGetInfo(wire->conn, SQL_USER_NAME, text, sizeof text, &length));
+        EXPECT_EQ(std::string(text), standard ? "" : "?");
+        SQLGetInfo(wire->conn, SQL_SERVER_NAME, text, sizeof text, &length);
+        EXPECT_TRUE(std::string(text).starts_with(standard ? "127.0.0.1:" : "Apache Cassandr"));
+        SQLINTEGER units = 99;
+        EXPECT_CONN(
+            SQL_SUCCESS, wire->conn,
+            SQLGetConnectAttr(wire->conn, SQL_ATTR_CURRENT_CATALOG, text, sizeof text, &units));
+        EXPECT_EQ(std::string(text), standard ? "" : "CASSANDRA");
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt,
+                    SQLTables(wire->stmt, odbc_text("%"), 1, odbc_text(""), 0, odbc_text(""), 0,
+                              nullptr, 0));
+        EXPECT_EQ(SQLFetch(wire->stmt), standard ? SQL_NO_DATA : SQL_SUCCESS);
+    }
+}
