@@ -135,7 +135,6 @@ static void cass_default_conn_attrs(cass_conn *conn)
 static void default_session(cass_conn *conn)
 {
     conn->socket = -1;
-    conn->wake_fd = -1;
     shared_put(&conn->settings.string_len, DEFAULT_STRING_LEN);
     shared_put(&conn->settings.binary_len, DEFAULT_BINARY_LEN);
     std::strcpy(conn->cql_version, UNKNOWN_CQL_VERSION);
@@ -150,6 +149,7 @@ cass_conn *cass_alloc_conn(cass_env *env, int level)
     conn->head.parent = &env->head;
     conn->head.log_mask = env->head.log_mask;
     conn->conduct = &default_conduct;
+    conn->wake_fd = -1;
     conn->odbc_level = env->odbc_version == SQL_OV_ODBC2 ? 2 : level;
     conn->settings.metadata_port = DEFAULT_METADATA_PORT;
     conn->settings.consistency = DEFAULT_CONSISTENCY;
@@ -258,6 +258,8 @@ void cass_free_conn(cass_conn *conn, int list_locked)
     cass_diag_clear(&conn->head);
     cass_logout(conn);
     cass_packet_drop_spare(conn);
+    if (conn->wake_fd >= 0)
+        close(conn->wake_fd);
     cass_log_forget_conn(conn);
     free_settings(conn);
     for (cass_lock *lock :

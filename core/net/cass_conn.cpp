@@ -60,11 +60,9 @@ int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms,
 
 int cass_close_socket(cass_conn *conn)
 {
-    for (std::int32_t *descriptor : {&conn->socket, &conn->wake_fd}) {
-        if (*descriptor >= 0)
-            close(*descriptor);
-        *descriptor = -1;
-    }
+    if (conn->socket >= 0)
+        close(conn->socket);
+    conn->socket = -1;
     return 0;
 }
 
@@ -73,23 +71,28 @@ static bool cancelling_waits_for_the_reply(const cass_conn *conn)
     return conn->conduct->cancelling_waits_for_the_reply;
 }
 
+// It stays as long as the connection's record: a thread that wakes another must never write to a
+// descriptor that has become somebody else's.
 void conn_make_wakeable(cass_conn *conn)
 {
     if (conn->wake_fd < 0 && !cancelling_waits_for_the_reply(conn))
-        conn->wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        shared_put(&conn->wake_fd, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+}
+
+std::int32_t conn_wake_fd(const cass_conn *conn)
+{
+    return cancelling_waits_for_the_reply(conn) ? -1 : shared_get(&conn->wake_fd);
 }
 
 void conn_wake(const cass_conn *conn)
 {
-    if (conn->wake_fd >= 0)
-        eventfd_write(conn->wake_fd, 1);
+    eventfd_write(conn_wake_fd(conn), 1);
 }
 
 void conn_slept_on(const cass_conn *conn)
 {
     eventfd_t times;
-    if (conn->wake_fd >= 0)
-        eventfd_read(conn->wake_fd, &times);
+    eventfd_read(conn_wake_fd(conn), &times);
 }
 
 bool conn_peer_is_there(const cass_conn *conn)
@@ -170,13 +173,14 @@ static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t cou
                                  std::int32_t timeout_ms)
 {
     const bool timed = timeout_ms >= 1;
-    bool must_wait = timed || conn->wake_fd >= 0;
+    const std::int32_t wake_fd = conn_wake_fd(conn);
+    bool must_wait = timed || wake_fd >= 0;
     if (timed)
         CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %u msec", timeout_ms);
     for (;;) {
         if (must_wait) {
-            const int ready = cass_wait_socket(conn->socket, POLLIN, timed ? timeout_ms : NO_LIMIT,
-                                               conn->wake_fd);
+            const int ready =
+                cass_wait_socket(conn->socket, POLLIN, timed ? timeout_ms : NO_LIMIT, wake_fd);
             if (ready == CONN_WOKEN)
                 return ready;
             if (ready == 0) {

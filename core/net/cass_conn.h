@@ -43,6 +43,8 @@ std::int64_t cass_monotonic_ms();
 // Makes the connection's wake_fd where the conduct lets reads be woken. Without one (no descriptor
 // is left) they cannot.
 void conn_make_wakeable(cass_conn *conn);
+// Whose readiness wakes a read; -1: nothing does.
+std::int32_t conn_wake_fd(const cass_conn *conn);
 // Wakes the thread that waits in a read of this connection, or that will wait next.
 void conn_wake(const cass_conn *conn);
 // Takes back what conn_wake has set.

@@ -84,9 +84,9 @@ static int transfer(const cass_conn *conn, std::int64_t timeout_ms, std::int32_t
 int cass_ssl_read(cass_conn *conn, void *buffer, int count, std::int32_t timeout_ms)
 {
     const std::int64_t limit = timeout_ms >= 1 ? timeout_ms : NO_LIMIT;
-    conn->ssl->waits_outside = timeout_ms >= 1 || conn->wake_fd >= 0;
-    return transfer(conn, limit, conn->wake_fd,
-                    [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
+    const std::int32_t wake_fd = conn_wake_fd(conn);
+    conn->ssl->waits_outside = timeout_ms >= 1 || wake_fd >= 0;
+    return transfer(conn, limit, wake_fd, [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
 }
 
 int cass_ssl_write(cass_conn *conn, const void *buffer, int count)

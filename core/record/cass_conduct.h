@@ -241,8 +241,8 @@ struct cass_conduct {
     bool a_warning_fails_the_catalog;
     // Other statements are refused until a catalog result was read.
     bool catalog_results_occupy_the_connection;
-    // SQLGetInfo claims what its first applications wanted to hear, joins and functions among it, and
-    // a text that is not set is left unwritten. 0: what there is.
+    // SQLGetInfo claims what its first applications wanted to hear, joins and functions among it,
+    // and a text that is not set is left unwritten. 0: what there is.
     bool information_is_approximate;
     // There is a catalog CASSANDRA. 0: there are none.
     bool there_is_a_catalog;

@@ -21,6 +21,6 @@ void cass_call_end(cass_stmt *stmt)
 void cass_cancel(cass_stmt *stmt)
 {
     const cass_conn *conn = stmt_conn(stmt);
-    if (conn->wake_fd >= 0 && swap_state(stmt, CALL_RUNNING, CALL_CANCELLED))
+    if (conn_wake_fd(conn) >= 0 && swap_state(stmt, CALL_RUNNING, CALL_CANCELLED))
         conn_wake(conn);
 }
