@@ -395,12 +395,20 @@ static bool ard_type_reads_column_in_front(const cass_conn *conn)
     return settle(*request, named, code);
 }
 
+[[gnu::cold, gnu::noinline]] static SQLRETURN no_more_data(const cell_request &request)
+{
+    if (request.field->data_storage.finished != CELL_OF_ROWSET)
+        return SQL_NO_DATA;
+    post_on_column(request, STATE_HYC00, "no single row");
+    return SQL_ERROR;
+}
+
 // Inlined into SQLGetData's road; rows of bound columns call it.
 [[gnu::always_inline]] static inline SQLRETURN get_cell(cell_request *request,
                                                         std::int32_t target_type)
 {
     if (request->field->data_storage.finished != 0 && request->column != 0)
-        return SQL_NO_DATA;
+        return no_more_data(*request);
     if (target_type == SQL_ARD_TYPE) [[unlikely]]
         return get_by_ard(request);
     if (target_type == SQL_C_DEFAULT) [[unlikely]]

@@ -47,6 +47,7 @@ const cass_conduct default_conduct = {
     .ard_type_reads_column_in_front = true,
     .blanks_cut_number = true,
     .rowset_of_several_is_success = true,
+    .data_is_read_behind_a_rowset = true,
     .lost_page_leaves_emptied_row = true,
     .local_row_is_transferred_twice = true,
     .uuid_arrays_are_spaced_by_length = true,

@@ -123,6 +123,8 @@ struct cass_conduct {
     // when a row was cut or failed, with records that name it, and a page that does not come is
     // told by the next fetch.
     bool rowset_of_several_is_success;
+    // SQLGetData behind a rowset of several rows reads its last row, or an emptied one. 0: HYC00.
+    bool data_is_read_behind_a_rowset;
     // A next page that did not come leaves an emptied row, which is transferred. 0: an error.
     bool lost_page_leaves_emptied_row;
     // A row of a local result is transferred twice: a bound text that is cut gets its next piece

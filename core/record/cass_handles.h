@@ -269,6 +269,9 @@ struct cass_put_chunk {
     cass_put_chunk *next;
 };
 
+// In `finished`: the cell is of the last row of a rowset, which is none that SQLGetData may mean.
+constexpr std::int32_t CELL_OF_ROWSET = 2;
+
 // The current row's cell of a column, by its ODBC SQL type number in data_type: SQL_CHAR and
 // SQL_BINARY use value.bytes, SQL_INTEGER integer, SQL_BIGINT bigint, SQL_FLOAT real, SQL_DOUBLE
 // dbl, SQL_DATE date, SQL_TIMESTAMP timestamp, SQL_GUID guid, SQL_NUMERIC numeric. CELL_WIRE uses
@@ -281,7 +284,7 @@ struct cass_data_storage {
     std::int32_t isnull;        // the cell is SQL NULL
     std::int32_t alloc_length;  // bytes of a text or binary value, or of the wire's
     std::int32_t offset;        // bytes of it already delivered
-    std::int32_t finished;      // delivered: a further read gives SQL_NO_DATA
+    std::int32_t finished;      // not 0: a further read gives SQL_NO_DATA, or HYC00
     std::uint32_t capacity;     // bytes that buffer has room for
     union {
         unsigned char *bytes;  // null when alloc_length is 0, else buffer; not terminated

@@ -236,6 +236,20 @@ static bool rowset_of_several_is_success(const cass_conn *conn)
     return conn->conduct->rowset_of_several_is_success;
 }
 
+static bool data_is_read_behind_a_rowset(const cass_conn *conn)
+{
+    return conn->conduct->data_is_read_behind_a_rowset;
+}
+
+// SQLGetData cannot be told which row of several it should read.
+static void close_cells(cass_stmt *stmt)
+{
+    if (data_is_read_behind_a_rowset(stmt_conn(stmt)))
+        return;
+    for (std::int32_t column = 0; column < stmt->ird->field_count; column++)
+        stmt->ird->fields[column].data_storage.finished = CELL_OF_ROWSET;
+}
+
 static SQLRETURN fetch_rowset(cass_stmt *stmt)
 {
     const rowset_outputs out = {stmt->ird->array_status_ptr, stmt->ird->rows_processed_ptr};
@@ -269,6 +283,7 @@ static SQLRETURN fetch_rowset(cass_stmt *stmt)
         store_status(out, row, rest_failed ? SQL_ROW_ERROR : SQL_ROW_NOROW);
     if (rows < 1 || array_size < 2)
         return code;
+    close_cells(stmt);
     // The status array and the records tell of truncation and errors.
     if (!alone)
         return SQL_SUCCESS;

@@ -407,6 +407,8 @@ TEST(conduct, rows_that_fail_in_a_rowset)
         SQLLEN row = 9;
         SQLGetDiagField(SQL_HANDLE_STMT, wire->stmt, 1, SQL_DIAG_ROW_NUMBER, &row, 0, nullptr);
         EXPECT_EQ(row, standard ? 2 : 0);
+        EXPECT_EQ(SQLGetData(wire->stmt, 1, SQL_C_SLONG, numbers, 0, nullptr),
+                  standard ? SQL_ERROR : SQL_NO_DATA);
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
 
         run_query(wire, "q", text_page({"1", "2"}, "state"));
