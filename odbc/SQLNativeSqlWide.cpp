@@ -1,7 +1,7 @@
 // SQLNativeSql in both forms.
 #include "odbc/SQLNativeSqlWide.h"
 
-#include "core/statement/cass_sql_text.h"
+#include "core/statement/cass_sql.h"
 
 static bool native_sql_repeats_the_text(const cass_conn *conn)
 {
@@ -19,7 +19,7 @@ static SQLRETURN native_sql(cass_conn *conn, const entry_point &entry, const tex
     }
     if (!native_sql_repeats_the_text(conn)) {
         cass_sql_facts facts;
-        text.reset(cass_translate_sql(text.get(), &facts));
+        text.reset(cass_text_for_server(conn, text.get(), &facts));
         if (text == nullptr) {
             cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
             return SQL_ERROR;

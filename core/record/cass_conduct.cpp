@@ -4,6 +4,7 @@ const cass_conduct default_conduct = {
     // Statements and parameters.
     .text_goes_out_by_low_bytes = true,
     .escapes_are_blanked = true,
+    .a_select_needs_a_table = true,
     .native_sql_repeats_the_text = true,
     .null_indicator_leaves_value_out = true,
     .binding_decides_encoding = true,

@@ -14,6 +14,8 @@ struct cass_conduct {
     // Escapes of ODBC are blanked out by a simple rule, and markers counted in comments too. 0: the
     // text is read as CQL, and escapes become literals.
     bool escapes_are_blanked;
+    // A SELECT without a table goes out and is refused. 0: that of one literal asks the server for it.
+    bool a_select_needs_a_table;
     // SQLNativeSql gives the text as it is. 0: as it would be sent.
     bool native_sql_repeats_the_text;
     // A parameter whose indicator is SQL_NULL_DATA writes no value at all, and the count in front

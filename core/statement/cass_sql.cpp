@@ -6,7 +6,7 @@
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
-#include "core/statement/cass_sql_text.h"
+#include "core/statement/cass_sql_probe.h"
 #include "support/ascii.h"
 
 static constexpr char log_source[] = "cass_sql.c";
@@ -381,6 +381,23 @@ static cass_string *no_memory(cass_stmt *stmt)
     return nullptr;
 }
 
+static bool a_select_needs_a_table(const cass_conn *conn)
+{
+    return conn->conduct->a_select_needs_a_table;
+}
+
+cass_string *cass_text_for_server(const cass_conn *conn, const cass_string *text,
+                                  cass_sql_facts *facts)
+{
+    held_string translated(cass_translate_sql(text, facts));
+    if (translated == nullptr || a_select_needs_a_table(conn))
+        return translated.release();
+    cass_string *probe;
+    if (!cass_translate_probe(translated.get(), &probe))
+        return nullptr;
+    return probe != nullptr ? probe : translated.release();
+}
+
 static bool escapes_are_blanked(const cass_conn *conn)
 {
     return conn->conduct->escapes_are_blanked;
@@ -391,7 +408,7 @@ static cass_string *process(cass_stmt *stmt, sql_scan *scan, const cass_string *
 {
     if (!escapes_are_blanked(stmt_conn(stmt))) {
         cass_sql_facts facts;
-        cass_string *output = cass_translate_sql(text, &facts);
+        cass_string *output = cass_text_for_server(stmt_conn(stmt), text, &facts);
         scan->param_count = facts.markers;
         std::memcpy(scan->verb, facts.verb, sizeof scan->verb);
         scan->out = output == nullptr ? nullptr : output->text;

@@ -2,6 +2,7 @@
 #ifndef CORE_STATEMENT_CASS_SQL_H
 #define CORE_STATEMENT_CASS_SQL_H
 
+#include "core/statement/cass_sql_text.h"
 #include "core/record/cass_handles.h"
 
 // Verb codes left on the statement for the log.
@@ -21,5 +22,10 @@ enum : std::int32_t {
 // that the caller owns; the input is not consumed. Null with HY001 "failed processing SQL" posted
 // when memory ran out.
 cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text);
+
+// The text as it would be sent where it is read as CQL, and what is in it. A new text that the
+// caller owns, or null when memory ran out.
+cass_string *cass_text_for_server(const cass_conn *conn, const cass_string *text,
+                                  cass_sql_facts *facts);
 
 #endif

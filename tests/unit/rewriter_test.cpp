@@ -161,3 +161,34 @@ TEST_F(rewriter, escapes_become_cql)
     process(stmt, u"selecT");
     EXPECT_EQ(stmt->verb_code, VERB_SELECT);
 }
+
+TEST_F(rewriter, selects_without_a_table)
+{
+    static constexpr std::pair<const char16_t *, const char16_t *> cases[] = {
+        {u"Select 1;", u"SELECT (int)1 AS \"1\" FROM system.local"},
+        {u"select -2147483648 as x", u"SELECT (bigint)-2147483648 AS x FROM system.local"},
+        {u"select 9223372036854775808",
+         u"SELECT (varint)9223372036854775808 AS \"9223372036854775808\" FROM system.local"},
+        {u"select 1.5 \"A b\"", u"SELECT (double)1.5 AS \"A b\" FROM system.local"},
+        {u"select 'it''s \"q\"'",
+         u"SELECT (text)'it''s \"q\"' AS \"'it''s \"\"q\"\"'\" FROM system.local"},
+        {u"select TRUE t", u"SELECT (boolean)TRUE AS t FROM system.local"},
+        {u"select 1 from t", nullptr},
+        {u"select a", nullptr},
+        {u"select 1, 2", nullptr},
+        {u"select 1x", nullptr},
+        {u"select 1 as", nullptr},
+        {u"select 'a", nullptr},
+        {u"select", nullptr},
+        {u"select ", u"select"},
+        {u"select 1.", nullptr},
+        {u"select -", nullptr},
+        {u"select 1 2", nullptr},
+        {u"select 1 a b", nullptr},
+        {u"selects 1", nullptr},
+        {u"select '\x17C'", nullptr},
+        {u"select 1 as \"x", nullptr}};
+    conn->conduct = &standard_conduct;
+    for (const auto &[text, output] : cases)
+        EXPECT_EQ(process(stmt, text), output == nullptr ? text : output);
+}
