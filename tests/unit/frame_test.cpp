@@ -99,3 +99,29 @@ TEST(frame, block_of_a_finished_reply_serves_the_next_one_until_it_is_much_too_l
         cass_packet_unref(read_body(100));
     EXPECT_LE(s.conn->spare_packet->capacity, 65536u);
 }
+
+// A reply that does not come in time is waited for no more, until there are 1,024 of them: then the
+// connection counts as broken.
+TEST(frame, replies_that_never_come)
+{
+    session s(true);
+    s.conn->conduct = &standard_conduct;
+    s.conn->settings.read_timeout = 1;
+    cass_late_replies *late = &s.conn->late;
+    for (int i = 0; i < MOST_LATE_REPLIES; i++) {
+        EXPECT_EQ(late->count, i);
+        EXPECT_EQ(s.conn->socket_dead, 0);
+        cass_exchange_failure failure;
+        EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
+        EXPECT_EQ(failure, EXCHANGE_TIMED_OUT);
+    }
+    late->stream = INT16_MAX;  // the numbers begin again, and pass over those still out
+    late->streams[7] = 20'000;
+    late->count--;
+    cass_exchange_failure failure;
+    EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
+    EXPECT_EQ(late->stream, 7);
+    EXPECT_EQ(s.conn->socket_dead, 0);
+    EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
+    EXPECT_EQ(s.conn->socket_dead, 1);
+}

@@ -270,10 +270,36 @@ TEST(tls_handshake, other_versions_are_refused)
 
 // ---- Sessions ----------------------------------------------------------------------------------
 
-static wire_ptr logged_on_by_tls()
+static wire_ptr logged_on_by_tls(const std::string &more = "")
 {
     const node_tls tls = tls_of(make_certificate({}));
-    return wire_logged_on({}, "Encrypt=yes;TrustServerCertificate=yes", &tls);
+    return wire_logged_on({}, "Encrypt=yes;TrustServerCertificate=yes;" + more, &tls);
+}
+
+// A time-out and SQLCancel end a request whose reply has come in part, and the session goes on.
+TEST(tls_session, requests_that_end_early)
+{
+    const wire_ptr wire = logged_on_by_tls("Standard=Yes;PageSize=100;ReadTimeout=300");
+    for (const bool cancelled : {false, true}) {
+        node_frame late = text_page({bytes(40'000, 'x')});
+        late.stream = cancelled;
+        late.cut = 30'000;
+        expect_query(wire->node.get(), "late", {late});
+        const std::jthread other([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            if (cancelled)
+                SQLCancel(wire->stmt);
+        });
+        EXPECT_EQ(exec(wire->stmt, "late"), SQL_ERROR);
+        EXPECT_EQ(stmt_records(wire->stmt).at(0).substr(0, 5), cancelled ? "HY008" : "HYT00");
+        node_expect_stream(wire->node.get(), cancelled + 1);
+        late.cut.reset();
+        late.skip = 30'000;
+        expect_query(wire->node.get(), "q", {late, text_page({"mine"})});
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+        EXPECT_EQ(fetch_all(wire->stmt), row_list{"mine"});
+        SQLFreeStmt(wire->stmt, SQL_CLOSE);
+    }
 }
 
 TEST(tls_session, carries_megabytes_both_ways)
