@@ -431,6 +431,9 @@ TEST(conduct, information_and_catalogs)
         SQLUINTEGER number = 99;
         SQLGetInfo(wire->conn, SQL_SUBQUERIES, &number, sizeof number, nullptr);
         EXPECT_EQ(number, standard ? 0u : 31u);
+        // Qt takes a driver without this bit for one of narrow text.
+        SQLGetInfo(wire->conn, SQL_CONVERT_CHAR, &number, sizeof number, nullptr);
+        EXPECT_NE(number & SQL_CVT_WCHAR, 0u);
         char text[16] = "?";
         SQLSMALLINT length = 99;
         EXPECT_CONN(SQL_SUCCESS, wire->conn,
