@@ -1,6 +1,7 @@
 // The columns of tables, as the list of tables has them: key columns first, the others by name.
 #include "odbc/SQLColumnsWide.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "core/statement/cass_stmt.h"
@@ -31,10 +32,15 @@ static constexpr cass_internal_column column_columns[] = {
 static constexpr cass_internal_columns column_result = {std::size(column_columns), column_columns};
 static constexpr std::int32_t column_sort_keys[] = {1, 2, 3, 17, 0};
 
+static bool is_time(std::int32_t sql_type)
+{
+    return sql_type == SQL_TIME || sql_type == SQL_TYPE_TIME;
+}
+
 static bool is_datetime(std::int32_t sql_type)
 {
     return sql_type == SQL_DATE || sql_type == SQL_TIMESTAMP || sql_type == SQL_TYPE_DATE ||
-           sql_type == SQL_TYPE_TIMESTAMP;
+           sql_type == SQL_TYPE_TIMESTAMP || is_time(sql_type);
 }
 
 static bool integers_have_no_radix(const cass_conn *conn)
@@ -57,8 +63,8 @@ static bool tells_digits(const cass_conn *conn, std::int32_t sql_type)
 {
     if (sql_type == SQL_NUMERIC)
         return true;
-    const bool counts =
-        is_integer(sql_type) || sql_type == SQL_TIMESTAMP || sql_type == SQL_TYPE_TIMESTAMP;
+    const bool counts = is_integer(sql_type) || is_time(sql_type) || sql_type == SQL_TIMESTAMP ||
+                        sql_type == SQL_TYPE_TIMESTAMP;
     return counts && !only_decimals_have_digits(conn);
 }
 
@@ -88,12 +94,16 @@ static std::int32_t datetime_subcode(const cass_conn *conn, std::int32_t sql_typ
 {
     if (a_datetime_subcode_is_the_type(conn))
         return sql_type;
+    if (is_time(sql_type))
+        return SQL_CODE_TIME;
     return sql_type == SQL_DATE || sql_type == SQL_TYPE_DATE ? SQL_CODE_DATE : SQL_CODE_TIMESTAMP;
 }
 
 static bool tells_octet_length(const cass_conn *conn, std::int32_t sql_type)
 {
-    return sql_type == SQL_VARCHAR || sql_type == SQL_VARBINARY ||
+    static constexpr SQLSMALLINT sized[] = {SQL_VARCHAR,      SQL_VARBINARY,   SQL_WVARCHAR,
+                                            SQL_WLONGVARCHAR, SQL_LONGVARCHAR, SQL_LONGVARBINARY};
+    return std::ranges::find(sized, sql_type) != std::end(sized) ||
            all_types_tell_octet_lengths(conn);
 }
 

@@ -72,35 +72,6 @@ const cass_field *describe_column(const cass_stmt *stmt, SQLUSMALLINT column_num
     return &stmt->ird->fields[column_number - 1];
 }
 
-SQLULEN describe_size(const cass_field *field)
-{
-    switch (field->consise_type) {
-    case SQL_BIT:
-        return 1;
-    case SQL_TINYINT:
-        return 3;
-    case SQL_BIGINT:
-        return 19;
-    case SQL_INTEGER:
-        return 10;
-    case SQL_SMALLINT:
-        return 5;
-    case SQL_FLOAT:
-    case SQL_DOUBLE:
-        return 15;
-    case SQL_REAL:
-        return 7;
-    case SQL_BINARY:
-    case SQL_VARBINARY:
-    case SQL_LONGVARBINARY:
-    case SQL_NUMERIC:
-    case SQL_DECIMAL:
-        return static_cast<SQLULEN>(field->precision);
-    default:
-        return static_cast<SQLULEN>(field->display_size);
-    }
-}
-
 static SQLRETURN describe_col(cass_stmt *stmt, const entry_point &entry, text_form form,
                               SQLUSMALLINT column_number, const describe_outputs &out)
 {
@@ -126,7 +97,7 @@ static SQLRETURN describe_col(cass_stmt *stmt, const entry_point &entry, text_fo
     }
     cass_store(out.name_length, cass_small_length(length));
     cass_store(out.data_type, static_cast<SQLSMALLINT>(field->consise_type));
-    cass_store(out.column_size, describe_size(field));
+    cass_store(out.column_size, cass_field_size(field));
     cass_store(out.decimal_digits, static_cast<SQLSMALLINT>(field->scale));
     cass_store(out.nullable, static_cast<SQLSMALLINT>(field->nullable));
     return code;

@@ -22,9 +22,6 @@ bool describe_has_result(cass_stmt *stmt, const entry_point &entry);
 // when bookmarks are in use; null for any other number, with nothing posted.
 const cass_field *describe_column(const cass_stmt *stmt, SQLUSMALLINT column_number);
 
-// The size that an application lays its buffers out by: a decision of its own, not the stored size.
-SQLULEN describe_size(const cass_field *field);
-
 // Where SQLDescribeCol stores; any of the pointers may be null.
 struct describe_outputs {
     void *name;

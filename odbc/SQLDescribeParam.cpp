@@ -1,4 +1,5 @@
 // SQLDescribeParam: a parameter described, by the server's metadata or by what is bound to it.
+#include "core/describe/cass_field.h"
 #include "core/diag/cass_text_out.h"
 #include "odbc/SQLDescribeColWide.h"
 
@@ -65,7 +66,7 @@ static SQLRETURN describe_param(cass_stmt *stmt, SQLUSMALLINT number, SQLSMALLIN
     }
     cass_store(sql_type, static_cast<SQLSMALLINT>(field->consise_type));
     cass_store(size, parameters_have_display_sizes(stmt_conn(stmt)) ? parameter_size_of(field)
-                                                                    : describe_size(field));
+                                                                    : cass_field_size(field));
     cass_store(scale, static_cast<SQLSMALLINT>(field->scale));
     cass_store(nullable, static_cast<SQLSMALLINT>(field->nullable));
     return code;

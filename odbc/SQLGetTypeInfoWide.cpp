@@ -1,9 +1,12 @@
-// The types of Cassandra, under their CQL names, from a constant table that needs no server. It is
-// a list of its own: sizes and type numbers differ from what result columns and SQLColumns report.
+// The types of Cassandra, under their CQL names, from a constant table that needs no server. By
+// default it is a list of its own: sizes and type numbers differ from what result columns and
+// SQLColumns report.
 #include "odbc/SQLGetTypeInfoWide.h"
 
+#include <algorithm>
 #include <iterator>
 
+#include "core/describe/cass_field.h"
 #include "core/statement/cass_stmt.h"
 
 // clang-format off
@@ -143,11 +146,116 @@ static bool has_two_levels(type_index row)
     return row == TYPE_DATE || row == TYPE_TIME || row == TYPE_TIMESTAMP;
 }
 
+// ---- By the descriptions of columns --------------------------------------------------------------
+
+// In place of the rows above where columns are described exactly: a type by its CQL name, and other
+// type numbers by which it can be asked for. Of equal numbers the first row is the one to take.
+struct told_type {
+    const char *name;
+    SQLSMALLINT data_type;  // 0: that of a column
+};
+
+static constexpr told_type told_types[] = {
+    {"uuid", 0},
+    {"timeuuid", 0},
+    {"text", SQL_WLONGVARCHAR},
+    {"text", SQL_WVARCHAR},
+    {"varchar", SQL_WVARCHAR},
+    {"boolean", 0},
+    {"tinyint", 0},
+    {"bigint", 0},
+    {"counter", 0},
+    {"blob", SQL_LONGVARBINARY},
+    {"blob", SQL_VARBINARY},
+    {"text", SQL_LONGVARCHAR},
+    {"ascii", SQL_LONGVARCHAR},
+    {"decimal", 0},
+    {"varint", 0},
+    {"decimal", SQL_DECIMAL},
+    {"int", 0},
+    {"smallint", 0},
+    {"double", SQL_FLOAT},
+    {"float", 0},
+    {"double", 0},
+    {"text", SQL_VARCHAR},
+    {"ascii", SQL_VARCHAR},
+    {"inet", SQL_VARCHAR},
+    {"date", 0},
+    {"time", 0},
+    {"timestamp", 0},
+};
+
+static bool is_text(std::int32_t sql_type)
+{
+    static constexpr SQLSMALLINT texts[] = {SQL_WLONGVARCHAR, SQL_WVARCHAR, SQL_LONGVARCHAR,
+                                            SQL_VARCHAR};
+    return std::ranges::find(texts, sql_type) != std::end(texts);
+}
+
+static int insert_told(cass_stmt *stmt, const char *name, const cass_field &told,
+                       std::int32_t sql_type)
+{
+    const bool number = told.num_prec_radix != 0;
+    const bool decimal = sql_type == SQL_NUMERIC || sql_type == SQL_DECIMAL;
+    const bool datetime = told.type == SQL_DATETIME;
+    const catalog_number type = catalog_number_text(sql_type);
+    const catalog_number size =
+        catalog_number_text(static_cast<std::int32_t>(cass_field_size(&told)));
+    const catalog_number searchable =
+        catalog_number_text(is_text(sql_type) ? SQL_SEARCHABLE : SQL_PRED_BASIC);
+    const catalog_number scale = catalog_number_text(told.scale);
+    const catalog_number verbose = catalog_number_text(datetime ? SQL_DATETIME : sql_type);
+    const catalog_number subcode = catalog_number_text(told.datetime_interval_code);
+    const catalog_number radix = catalog_number_text(told.num_prec_radix);
+    const bool digits = decimal || (datetime && told.scale != 0);
+    const char *const cells[] = {
+        name,
+        type.text,
+        size.text,
+        told.literal_prefix,
+        told.literal_suffix,
+        nullptr,
+        "1",
+        told.case_sensitive != 0 ? "1" : "0",
+        searchable.text,
+        number ? "0" : nullptr,
+        "0",
+        number ? "0" : nullptr,
+        name,
+        digits ? (datetime ? scale.text : "0") : nullptr,
+        digits ? scale.text : nullptr,
+        verbose.text,
+        datetime ? subcode.text : nullptr,
+        number ? radix.text : nullptr,
+        nullptr,
+    };
+    static_assert(std::size(cells) == std::size(type_columns));
+    return cass_insert_internal_row(stmt, cells);
+}
+
+// 1: rows, 0: columns are not described exactly, -1: no memory.
+static int insert_told_types(cass_stmt *stmt, SQLSMALLINT data_type)
+{
+    for (const told_type &row : told_types) {
+        cass_field told;
+        if (!cass_field_of_type_name(stmt_conn(stmt), row.name, &told))
+            return 0;
+        const std::int32_t sql_type = row.data_type != 0 ? row.data_type : told.consise_type;
+        if ((data_type == SQL_ALL_TYPES || data_type == sql_type) &&
+            insert_told(stmt, row.name, told, sql_type) != 0)
+            return -1;
+    }
+    return 1;
+}
+
 static SQLRETURN get_type_info(cass_stmt *stmt, SQLSMALLINT data_type)
 {
     cass_close_for_catalog(stmt);
     if (cass_create_internal_rs(stmt, &type_result, type_sort_keys) != 0)
         return SQL_ERROR;
+    const int told = insert_told_types(stmt, data_type);
+    if (told != 0)
+        return catalog_finish(stmt, told < 0 ? SQL_ERROR : SQL_SUCCESS, false);
     const int odbc3 = stmt_conn(stmt)->odbc_level == 3;
     for (const type_answer &answer : type_answers) {
         if (answer.data_type != data_type)

@@ -76,8 +76,10 @@ struct cass_column_entry {
     std::int32_t is_key;
     std::int32_t key_seq;  // place in a table-level key list, from 0
     std::int32_t sql_type;
-    std::int32_t size;    // digits of a numeric, fraction digits of a time; else 0
-    std::int32_t digits;  // scale
+    std::int32_t size;       // digits of a numeric, fraction digits of a time; else 0
+    std::int32_t digits;     // scale
+    std::int32_t told_size;  // COLUMN_SIZE as SQLDescribeCol tells it; 0: that of the catalog's own
+    std::int32_t told_bytes;  // BUFFER_LENGTH likewise
     cass_column_entry *next;
 };
 

@@ -99,17 +99,27 @@ static std::int32_t sized(const cass_conn *conn, const cass_column_entry *column
 
 std::int32_t cass_catalog_column_size(const cass_conn *conn, const cass_column_entry *column)
 {
-    return sized(conn, column, &type_size_row::column_size);
+    return column->told_size != 0 ? column->told_size
+                                  : sized(conn, column, &type_size_row::column_size);
 }
 
 std::int32_t cass_catalog_buffer_length(const cass_conn *conn, const cass_column_entry *column)
 {
-    return sized(conn, column, &type_size_row::buffer_length);
+    return column->told_bytes != 0 ? column->told_bytes
+                                   : sized(conn, column, &type_size_row::buffer_length);
 }
 
 // Sets sql_type, size and digits from type_name. False when memory ran out.
 static bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column)
 {
+    cass_field told;
+    if (cass_field_of_type_name(conn, column->type_name, &told)) {
+        column->sql_type = told.consise_type;
+        column->digits = told.scale;
+        column->told_size = static_cast<std::int32_t>(cass_field_size(&told));
+        column->told_bytes = static_cast<std::int32_t>(told.octet_length);
+        return true;
+    }
     const held_string name(cass_string_from_cstr(column->type_name));
     if (name == nullptr)
         return false;

@@ -1,6 +1,7 @@
 // How a Cassandra type looks to an ODBC application: the description of a column by its CQL type.
 // Every decision is a row of a table here; odd rows are deliberate.
 #include <span>
+#include <string_view>
 
 #include "core/cell/cass_data.h"
 #include "core/describe/cass_field.h"
@@ -252,12 +253,16 @@ static bool find_column_row(const cass_conn *conn, std::int32_t option_id, colum
     return false;
 }
 
+static bool is_case_sensitive(std::int32_t option_id)
+{
+    return option_id == CQL_ASCII || option_id == CQL_VARCHAR || has_types_below(option_id);
+}
+
 // What the exact descriptions say beside their rows. False when memory ran out.
 static bool fill_exactly(cass_field *field, const cass_type_option *told)
 {
     field->nullable = SQL_NULLABLE;
-    field->case_sensitive = told->option_id == CQL_ASCII || told->option_id == CQL_VARCHAR ||
-                            has_types_below(told->option_id);
+    field->case_sensitive = is_case_sensitive(told->option_id);
     if (!has_types_below(told->option_id))
         return true;
     field->full_type_name = cass_full_type_name(told);
@@ -292,6 +297,62 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
     if (!fill_column(conn, field, row, option))
         return -1;
     return descriptions_are_approximate(conn) || fill_exactly(field, told) ? 0 : -1;
+}
+
+// The protocol's id of a type by its name; of all nested types and user types that of one.
+static std::int32_t option_of_name(std::string_view name)
+{
+    if (name.starts_with('\''))
+        return CQL_CUSTOM;
+    if (name == "varchar")
+        return CQL_VARCHAR;
+    for (const column_row &row : exact_rows) {
+        if (row.local_type_name != nullptr && row.local_type_name == name)
+            return row.option_id;
+    }
+    return CQL_UDT;
+}
+
+bool cass_field_of_type_name(const cass_conn *conn, const char *name, cass_field *field)
+{
+    const std::int32_t option_id = option_of_name(name);
+    column_row row;
+    if (descriptions_are_approximate(conn) || !find_column_row(conn, option_id, &row))
+        return false;
+    const cass_type_option plain = {};
+    *field = {};
+    field->cql_type = option_id;
+    field->case_sensitive = is_case_sensitive(option_id);
+    return fill_column(conn, field, row, &plain);
+}
+
+SQLULEN cass_field_size(const cass_field *field)
+{
+    switch (field->consise_type) {
+    case SQL_BIT:
+        return 1;
+    case SQL_TINYINT:
+        return 3;
+    case SQL_BIGINT:
+        return 19;
+    case SQL_INTEGER:
+        return 10;
+    case SQL_SMALLINT:
+        return 5;
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+        return 15;
+    case SQL_REAL:
+        return 7;
+    case SQL_BINARY:
+    case SQL_VARBINARY:
+    case SQL_LONGVARBINARY:
+    case SQL_NUMERIC:
+    case SQL_DECIMAL:
+        return static_cast<SQLULEN>(field->precision);
+    default:
+        return static_cast<SQLULEN>(field->display_size);
+    }
 }
 
 void cass_field_is_key(const cass_conn *conn, cass_field *field)

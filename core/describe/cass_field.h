@@ -34,6 +34,13 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
                            const cass_string *keyspace, const cass_string *table,
                            const cass_string *name, const cass_type_option *option);
 
+// The description of a column by its CQL type as system_schema spells it, "map<text, int>", where
+// descriptions are exact. A record that owns nothing. False, with nothing written, where they are
+// not.
+bool cass_field_of_type_name(const cass_conn *conn, const char *name, cass_field *field);
+// The size that an application lays its buffers out by, in characters, digits, or bytes of binary:
+// a decision of its own, not the stored size.
+SQLULEN cass_field_size(const cass_field *field);
 // Tells of a described parameter that it is for a column of the partition key.
 void cass_field_is_key(const cass_conn *conn, cass_field *field);
 

@@ -6,8 +6,6 @@
 #include "core/parameter/cass_param_vint.h"
 #include "support/ascii.h"
 
-static constexpr char log_source[] = "cass_param.c";
-
 enum duration_part { PART_MONTHS, PART_DAYS, PART_NANOSECONDS, PARTS };
 
 struct duration_unit {

@@ -12,8 +12,6 @@
 #include "support/bigint.h"
 #include "support/numtext.h"
 
-static constexpr char log_source[] = "cass_param.c";
-
 // sign digits * 10^-scale. No zeros in front: 0 has no digits.
 struct exact_number {
     bool negative;

@@ -7,8 +7,6 @@
 #include "support/ascii.h"
 #include "support/numtext.h"
 
-static constexpr char log_source[] = "cass_param.c";
-
 static constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 static constexpr std::int64_t DAY_SECONDS = 86'400;
 

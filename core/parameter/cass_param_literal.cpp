@@ -8,8 +8,6 @@
 #include "core/parameter/cass_param_vint.h"
 #include "support/ascii.h"
 
-static constexpr char log_source[] = "cass_param.c";
-
 static constexpr std::uint64_t DAY_NANOSECONDS = 86'400'000'000'000;
 
 // A literal that is being written.

@@ -7,8 +7,6 @@
 
 #include "core/parameter/cass_param_internal.h"
 
-static constexpr char log_source[] = "cass_param.c";
-
 static int put_text(cass_param *param, cass_packet *packet, const cass_type_option *type);
 static int put_blob(cass_param *param, cass_packet *packet, const cass_type_option *type);
 static int put_uuid(cass_param *param, cass_packet *packet, const cass_type_option *type);

@@ -133,3 +133,32 @@ TEST(descriptions, parameters_as_columns_are)
         EXPECT_EQ(nullable[1], standard ? SQL_NULLABLE : SQL_NULLABLE_UNKNOWN);
     }
 }
+
+// Types as columns are described, the one to take first; by default a list of its own.
+TEST(descriptions, type_information)
+{
+    const struct {
+        SQLSMALLINT asked;
+        std::string row[2];  // name, type and size; empty: none
+    } cases[] = {{SQL_WVARCHAR, {"", "text|-9|4000"}},
+                 {SQL_WLONGVARCHAR, {"", "text|-10|4000"}},
+                 {SQL_VARCHAR, {"varchar|12|255", "text|12|4000"}},
+                 {SQL_TYPE_TIME, {"", "time|92|18"}},
+                 {SQL_TYPE_TIMESTAMP, {"timestamp|93|26", "timestamp|93|23"}},
+                 {SQL_NUMERIC, {"decimal|3|38", "decimal|2|38"}},
+                 {SQL_INTEGER, {"int|4|10", "int|4|10"}}};
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = wire_logged_on({}, standard ? "Standard=Yes" : "");
+        for (const auto &[asked, row] : cases) {
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLGetTypeInfo(wire->stmt, asked));
+            if (row[standard].empty()) {
+                EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
+                continue;
+            }
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+            EXPECT_EQ(cell_text(wire->stmt, 1) + "|" + cell_text(wire->stmt, 2) + "|" +
+                          cell_text(wire->stmt, 3),
+                      row[standard]);
+        }
+    }
+}
