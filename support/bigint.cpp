@@ -43,9 +43,14 @@ char *bigint_to_digits(const unsigned char *bytes, std::size_t count)
 unsigned char *bigint_from_digits(const char *digits, std::size_t count, bool negative,
                                   std::size_t *length)
 {
-    const held_text terminated(strndup(digits, count));
+    const held_text terminated(static_cast<char *>(std::malloc(count + 1)));
+    if (terminated == nullptr)
+        return nullptr;
+    if (count > 0)
+        std::memcpy(terminated.get(), digits, count);
+    terminated.get()[count] = '\0';
     BIGNUM *read = nullptr;
-    if (terminated == nullptr || (count > 0 && BN_dec2bn(&read, terminated.get()) == 0))
+    if (count > 0 && BN_dec2bn(&read, terminated.get()) == 0)
         return nullptr;
     const held_number number(count > 0 ? read : BN_new());
     if (number == nullptr)
