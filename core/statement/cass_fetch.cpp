@@ -250,6 +250,42 @@ static void close_cells(cass_stmt *stmt)
         stmt->ird->fields[column].data_storage.finished = CELL_OF_ROWSET;
 }
 
+// What a rowset has met beside rows that simply came.
+struct rowset_tally {
+    SQLULEN failed_rows;
+    bool told;         // a row was cut or failed
+    bool page_failed;  // the rowset ends since a next page did not come
+};
+
+// A row that did not simply come. Where rows stand by themselves one that fails does so alone, and
+// its records name it. False when the rowset ends in front of it.
+[[gnu::cold, gnu::noinline]] static bool goes_on(cass_stmt *stmt, SQLRETURN code, SQLULEN row,
+                                                 rowset_tally *tally)
+{
+    const bool alone = !rowset_of_several_is_success(stmt_conn(stmt));
+    if (!SQL_SUCCEEDED(code) && (!alone || code == SQL_NO_DATA || tally->page_failed))
+        return false;
+    tally->failed_rows += SQL_SUCCEEDED(code) ? 0 : 1;
+    tally->told = true;
+    if (alone)
+        cass_diag_name_row(&stmt->head, static_cast<std::int32_t>(row + 1));
+    return true;
+}
+
+// The code of a rowset of several rows of which some came.
+static SQLRETURN rowset_code(cass_stmt *stmt, SQLULEN rows, const rowset_tally &tally)
+{
+    close_cells(stmt);
+    // The status array and the records tell of truncation and errors.
+    if (rowset_of_several_is_success(stmt_conn(stmt)))
+        return SQL_SUCCESS;
+    if (tally.page_failed)
+        keep_records(stmt);
+    if (tally.failed_rows == rows)
+        return SQL_ERROR;
+    return tally.told ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+}
+
 static SQLRETURN fetch_rowset(cass_stmt *stmt)
 {
     const rowset_outputs out = {stmt->ird->array_status_ptr, stmt->ird->rows_processed_ptr};
@@ -259,39 +295,26 @@ static SQLRETURN fetch_rowset(cass_stmt *stmt)
     store_rows_fetched(out, 0);
     CASS_LOG(&stmt->head, LOG_DETAIL, "array_size=%d", static_cast<int>(array_size));
 
-    // Where rows stand by themselves one that fails does so alone, and its records name it.
-    const bool alone = !rowset_of_several_is_success(stmt_conn(stmt));
     SQLRETURN code = SQL_ERROR;
-    SQLULEN rows = 0, good_rows = 0;
-    bool any_told = false, page_failed = false;
+    SQLULEN rows = 0;
+    rowset_tally tally = {};
     for (; rows < array_size; ++rows) {
         CASS_LOG(&stmt->head, LOG_DETAIL, "fetching row %d of %d", static_cast<int>(rows),
                  static_cast<int>(array_size));
         stmt->rowset_position = rows;
-        code = fetch_row_and_transfer(stmt, &page_failed);
-        if (!SQL_SUCCEEDED(code) && (!alone || code == SQL_NO_DATA || page_failed))
+        code = fetch_row_and_transfer(stmt, &tally.page_failed);
+        if (code != SQL_SUCCESS && !goes_on(stmt, code, rows, &tally)) [[unlikely]]
             break;
-        good_rows += SQL_SUCCEEDED(code) ? 1 : 0;
-        any_told |= code != SQL_SUCCESS;
-        if (alone && code != SQL_SUCCESS)
-            cass_diag_name_row(&stmt->head, static_cast<std::int32_t>(rows + 1));
         store_status(out, rows, row_status(code));
         store_rows_fetched(out, rows + 1);
     }
-    const bool rest_failed = code == SQL_ERROR && !(alone && rows > 0);
-    for (SQLULEN row = rows; row < array_size; ++row)
-        store_status(out, row, rest_failed ? SQL_ROW_ERROR : SQL_ROW_NOROW);
-    if (rows < 1 || array_size < 2)
-        return code;
-    close_cells(stmt);
-    // The status array and the records tell of truncation and errors.
-    if (!alone)
-        return SQL_SUCCESS;
-    if (page_failed)
-        keep_records(stmt);
-    if (good_rows == 0)
-        return SQL_ERROR;
-    return any_told ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+    if (rows < array_size) {
+        const bool rest_failed =
+            code == SQL_ERROR && (rows == 0 || rowset_of_several_is_success(stmt_conn(stmt)));
+        for (SQLULEN row = rows; row < array_size; ++row)
+            store_status(out, row, rest_failed ? SQL_ROW_ERROR : SQL_ROW_NOROW);
+    }
+    return rows < 1 || array_size < 2 ? code : rowset_code(stmt, rows, tally);
 }
 
 SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
