@@ -237,5 +237,5 @@ SQLRETURN get_char(const cell_request &request)
     const cell_piece piece = cell_formatted(text, length);
     if (cell_is_split(request, piece, formatted_rule)) [[unlikely]]
         return get_split(request, text, length);
-    return cell_deliver(request, piece, formatted_rule);
+    return cell_deliver_whole(request, piece, formatted_rule);
 }

@@ -237,8 +237,18 @@ int cell_format(const cell_request &request, char *out);
 inline bool cell_is_split(const cell_request &request, const cell_piece &piece,
                           const cell_rule &rule)
 {
-    return request.field->data_storage.offset != 0 ||
+    return request.field->data_storage.offset != 0 || request.target == nullptr ||
            rule.unit * piece.units + rule.unit > request.buffer_length;
+}
+// Delivers one that can, as cell_deliver would.
+[[gnu::always_inline]] inline SQLRETURN
+cell_deliver_whole(const cell_request &request, const cell_piece &piece, const cell_rule &rule)
+{
+    auto *target = static_cast<unsigned char *>(request.target);
+    cell_store_length(request, rule.unit * piece.units);
+    rule.write(target, piece, piece.units);
+    std::memset(target + rule.unit * piece.units, 0, static_cast<std::size_t>(rule.unit));
+    return SQL_SUCCESS;
 }
 // Of such a cell, whether what its buffer does not take is lost; otherwise what is left of it,
 // where a piece may end in it.
