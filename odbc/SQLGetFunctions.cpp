@@ -1,4 +1,5 @@
 // SQLGetFunctions: which functions the driver claims.
+#include <algorithm>
 #include <cstring>
 
 #include "odbc/entry_frame.h"
@@ -6,8 +7,7 @@
 static constexpr char log_source[] = "SQLGetFunctions.c";
 static constexpr entry_point entry = {.name = "SQLGetFunctions", .source = log_source};
 
-// The Driver Manager calls nothing that is not claimed here. Ten of these are not exported: it maps
-// most of them onto other calls.
+// The Driver Manager calls nothing that is not claimed here.
 static constexpr SQLUSMALLINT claimed_functions[] = {
     SQL_API_SQLALLOCHANDLE,      SQL_API_SQLBINDCOL,          SQL_API_SQLBROWSECONNECT,
     SQL_API_SQLBINDPARAMETER,    SQL_API_SQLBULKOPERATIONS,   SQL_API_SQLCANCEL,
@@ -36,47 +36,61 @@ static constexpr SQLUSMALLINT claimed_functions[] = {
     SQL_API_SQLSETSCROLLOPTIONS, SQL_API_SQLSETSTMTOPTION,    SQL_API_SQLTRANSACT,
 };
 
+// Of these, what is not exported: the Driver Manager maps most of it onto other calls.
+static constexpr SQLUSMALLINT not_exported[] = {
+    SQL_API_SQLBROWSECONNECT, SQL_API_SQLBULKOPERATIONS, SQL_API_SQLCOPYDESC,
+    SQL_API_SQLSETPOS,        SQL_API_SQLBINDPARAM,      SQL_API_SQLERROR,
+    SQL_API_SQLPARAMOPTIONS,  SQL_API_SQLSETPARAM,       SQL_API_SQLSETSCROLLOPTIONS,
+    SQL_API_SQLTRANSACT,
+};
+
 static constexpr int ODBC2_CODES = 100;  // size of the word array of SQL_API_ALL_FUNCTIONS
 
-static bool is_claimed(SQLUSMALLINT code)
+static bool functions_not_exported_are_claimed(const cass_conn *conn)
 {
-    for (const SQLUSMALLINT claimed : claimed_functions) {
-        if (claimed == code)
-            return true;
-    }
-    return false;
+    return conn->conduct->functions_not_exported_are_claimed;
+}
+
+static bool is_claimed(const cass_conn *conn, SQLUSMALLINT code)
+{
+    return std::ranges::count(claimed_functions, code) > 0 &&
+           (functions_not_exported_are_claimed(conn) ||
+            std::ranges::count(not_exported, code) == 0);
 }
 
 // One bit for each code.
-static void answer_odbc3(SQLUSMALLINT *supported)
+static void answer_odbc3(const cass_conn *conn, SQLUSMALLINT *supported)
 {
     SQLUSMALLINT words[SQL_API_ODBC3_ALL_FUNCTIONS_SIZE] = {};
-    for (const SQLUSMALLINT code : claimed_functions)
-        words[code >> 4] = static_cast<SQLUSMALLINT>(words[code >> 4] | 1 << (code & 15));
+    for (const SQLUSMALLINT code : claimed_functions) {
+        if (is_claimed(conn, code))
+            words[code >> 4] = static_cast<SQLUSMALLINT>(words[code >> 4] | 1 << (code & 15));
+    }
     std::memcpy(supported, words, sizeof words);
 }
 
 // One word for each code below 100.
-static void answer_odbc2(SQLUSMALLINT *supported)
+static void answer_odbc2(const cass_conn *conn, SQLUSMALLINT *supported)
 {
     SQLUSMALLINT words[ODBC2_CODES] = {};
     for (const SQLUSMALLINT code : claimed_functions) {
-        if (code < ODBC2_CODES)
+        if (code < ODBC2_CODES && is_claimed(conn, code))
             words[code] = SQL_TRUE;
     }
     std::memcpy(supported, words, sizeof words);
 }
 
-static SQLRETURN get_functions(SQLUSMALLINT function_id, SQLUSMALLINT *supported)
+static SQLRETURN get_functions(const cass_conn *conn, SQLUSMALLINT function_id,
+                               SQLUSMALLINT *supported)
 {
     if (supported == nullptr)
         return SQL_SUCCESS;
     if (function_id == SQL_API_ODBC3_ALL_FUNCTIONS) {
-        answer_odbc3(supported);
+        answer_odbc3(conn, supported);
     } else if (function_id == SQL_API_ALL_FUNCTIONS) {
-        answer_odbc2(supported);
+        answer_odbc2(conn, supported);
     } else {
-        const SQLUSMALLINT answer = is_claimed(function_id) ? SQL_TRUE : SQL_FALSE;
+        const SQLUSMALLINT answer = is_claimed(conn, function_id) ? SQL_TRUE : SQL_FALSE;
         std::memcpy(supported, &answer, sizeof answer);
     }
     return SQL_SUCCESS;
@@ -93,5 +107,5 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetFunctions(SQLHDBC connection_handle, SQLUS
                      static_cast<void *>(conn), static_cast<int>(function_id),
                      static_cast<void *>(supported));
         },
-        [&](cass_conn *) { return get_functions(function_id, supported); });
+        [&](cass_conn *conn) { return get_functions(conn, function_id, supported); });
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <span>
 
+#include "core/catalog/cass_release.h"
 #include "core/net/cass_conn_shared.h"
 
 static constexpr char log_source[] = "SQLGetInfoWide.c";
@@ -21,6 +22,7 @@ enum info_kind {
     INFO_UNSET,
     INFO_USER,
     INFO_SERVER,
+    INFO_RELEASE,
 };
 
 struct info_row {
@@ -241,6 +243,8 @@ static constexpr char words_of_cql[] =
 static constexpr info_row true_table[] = {
     {SQL_SERVER_NAME, INFO_SERVER},
     {SQL_USER_NAME, INFO_USER},
+    {SQL_DBMS_VER, INFO_RELEASE},
+    {SQL_SEARCH_PATTERN_ESCAPE, INFO_TEXT, 0, "\\"},
     {SQL_ODBC_API_CONFORMANCE, INFO_16, SQL_OAC_LEVEL1},
     {SQL_ODBC_INTERFACE_CONFORMANCE, INFO_32, SQL_OIC_CORE},
     {SQL_ACCESSIBLE_PROCEDURES, INFO_TEXT, 0, "N"},
@@ -413,6 +417,14 @@ static SQLRETURN answer_own_text(cass_conn *conn, const entry_point &entry, cons
     return text != nullptr ? answer_text(conn, entry, text.get(), target) : no_text(conn, entry);
 }
 
+static SQLRETURN answer_release(cass_conn *conn, const entry_point &entry,
+                                const info_target &target)
+{
+    char release[RELEASE_ROOM];
+    return cass_server_release(conn, release) == 0 ? answer_own_text(conn, entry, release, target)
+                                                   : SQL_ERROR;
+}
+
 static bool unknown_information_is_optional(const cass_conn *conn)
 {
     return conn->conduct->unknown_information_is_optional;
@@ -447,6 +459,8 @@ static SQLRETURN get_info(cass_conn *conn, const entry_point &entry, SQLUSMALLIN
         return answer_text(conn, entry, conn->settings.user, target);
     case INFO_SERVER:
         return answer_text(conn, entry, conn->settings.server, target);
+    case INFO_RELEASE:
+        return answer_release(conn, entry, target);
     case INFO_UNSET:
         break;
     }

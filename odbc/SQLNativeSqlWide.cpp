@@ -2,6 +2,7 @@
 #include "odbc/SQLNativeSqlWide.h"
 
 #include "core/statement/cass_sql.h"
+#include "core/statement/cass_sql_filter.h"
 
 static bool native_sql_repeats_the_text(const cass_conn *conn)
 {
@@ -20,10 +21,10 @@ static SQLRETURN native_sql(cass_conn *conn, const entry_point &entry, const tex
     if (!native_sql_repeats_the_text(conn)) {
         cass_sql_facts facts;
         text.reset(cass_text_for_server(conn, text.get(), &facts));
-        if (text == nullptr) {
-            cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
-            return SQL_ERROR;
-        }
+    }
+    if (text == nullptr || !cass_allow_filtering(conn, &text)) {
+        cass_post_error(&conn->head, STATE_HY001, 0, nullptr);
+        return SQL_ERROR;
     }
     const bool cut = text_form_out(text.get(), target.form, target.buffer, target.size);
     cass_store(target.length, static_cast<SQLINTEGER>(cass_string_length(text.get())));

@@ -100,6 +100,7 @@ const cass_conduct default_conduct = {
     .any_schema_filters_statistics = true,
     .a_warning_fails_the_catalog = true,
     .catalog_results_occupy_the_connection = true,
+    .functions_not_exported_are_claimed = true,
     .information_is_approximate = true,
     .there_is_a_catalog = true,
     .unknown_information_is_optional = true,

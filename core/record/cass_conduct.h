@@ -14,7 +14,8 @@ struct cass_conduct {
     // Escapes of ODBC are blanked out by a simple rule, and markers counted in comments too. 0: the
     // text is read as CQL, and escapes become literals.
     bool escapes_are_blanked;
-    // A SELECT without a table goes out and is refused. 0: that of one literal asks the server for it.
+    // A SELECT without a table goes out and is refused. 0: that of one literal asks the server for
+    // it.
     bool a_select_needs_a_table;
     // SQLNativeSql gives the text as it is. 0: as it would be sent.
     bool native_sql_repeats_the_text;
@@ -245,6 +246,8 @@ struct cass_conduct {
     bool a_warning_fails_the_catalog;
     // Other statements are refused until a catalog result was read.
     bool catalog_results_occupy_the_connection;
+    // SQLGetFunctions claims ten functions that the library does not export. 0: what it exports.
+    bool functions_not_exported_are_claimed;
     // SQLGetInfo claims what its first applications wanted to hear, joins and functions among it,
     // and a text that is not set is left unwritten. 0: what there is.
     bool information_is_approximate;

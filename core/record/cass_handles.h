@@ -120,15 +120,16 @@ struct cass_settings {
     std::int32_t connection_timeout;  // milliseconds; stored only
     std::int32_t rcvbuffer;
     std::int32_t keepalive;
-    std::int32_t consistency;   // native protocol consistency code
-    std::int32_t standard;      // 1: the connection follows standard_conduct
-    std::int32_t page_size;     // rows; 0: what the conduct says
-    std::int32_t read_timeout;  // of each receive of a reply, milliseconds; 0: without limit
-    std::int32_t string_len;    // column size of text columns
-    std::int32_t binary_len;    // column size of binary columns
-    std::int32_t long_text;     // 1: text and blob are long types, where descriptions are exact
-    std::int32_t plain_types;   // 1: uuid, time and blob are text
-    char log_file[512];         // empty: standard error
+    std::int32_t consistency;      // native protocol consistency code
+    std::int32_t standard;         // 1: the connection follows standard_conduct
+    std::int32_t page_size;        // rows; 0: what the conduct says
+    std::int32_t read_timeout;     // of each receive of a reply, milliseconds; 0: without limit
+    std::int32_t string_len;       // column size of text columns
+    std::int32_t binary_len;       // column size of binary columns
+    std::int32_t long_text;        // 1: text and blob are long types, where descriptions are exact
+    std::int32_t plain_types;      // 1: uuid, time and blob are text
+    std::int32_t allow_filtering;  // 1: a SELECT with a WHERE allows filtering
+    char log_file[512];            // empty: standard error
 };
 
 // The texts, which the record owns, and the numbers that disconnecting sets to 0. The others stay.
@@ -158,6 +159,7 @@ inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
     &cass_settings::read_timeout,
     &cass_settings::long_text,
     &cass_settings::plain_types,
+    &cass_settings::allow_filtering,
 };
 
 // Requests that were given up before their replies came: the frames that are dropped when they do.

@@ -114,6 +114,8 @@ static constexpr setting rows[] = {
                out_number(24, "LongText=Yes;", BESIDE_BUNDLE)),
     number_row(SETTING_SWITCH, "PlainTypes", "PlainTypes", &cass_settings::plain_types,
                out_number(25, "PlainTypes=Yes;", BESIDE_BUNDLE)),
+    number_row(SETTING_SWITCH, "AllowFiltering", "AllowFiltering", &cass_settings::allow_filtering,
+               out_number(26, "AllowFiltering=Yes;", BESIDE_BUNDLE)),
 };
 
 const std::span<const setting> settings_table(rows);

@@ -6,6 +6,7 @@
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
+#include "core/statement/cass_sql_filter.h"
 #include "core/statement/cass_sql_probe.h"
 #include "support/ascii.h"
 
@@ -411,8 +412,6 @@ static cass_string *process(cass_stmt *stmt, sql_scan *scan, const cass_string *
         cass_string *output = cass_text_for_server(stmt_conn(stmt), text, &facts);
         scan->param_count = facts.markers;
         std::memcpy(scan->verb, facts.verb, sizeof scan->verb);
-        scan->out = output == nullptr ? nullptr : output->text;
-        scan->written = cass_string_length(output);
         return output;
     }
     scan->end = cass_string_length(text);
@@ -440,12 +439,13 @@ cass_string *cass_process_sql(cass_stmt *stmt, const cass_string *text)
     scan.escape_at = 1;
     for (keyword_tracker &tracker : scan.trackers)
         tracker.offset = -1;
-    cass_string *output = process(stmt, &scan, text);
-    if (output == nullptr)
+    held_string output(process(stmt, &scan, text));
+    // The driver's own queries say themselves what they allow.
+    if (output == nullptr ||
+        (stmt->served == nullptr && !cass_allow_filtering(stmt_conn(stmt), &output)))
         return no_memory(stmt);
+    scan.out = output->text;
+    scan.written = output->length;
     store_scan(stmt, &scan);
-    if (store_verb(stmt, &scan, output))
-        return output;
-    cass_string_free(output);
-    return no_memory(stmt);
+    return store_verb(stmt, &scan, output.get()) ? output.release() : no_memory(stmt);
 }

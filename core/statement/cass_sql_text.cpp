@@ -6,7 +6,7 @@
 #include "support/ascii.h"
 
 struct text_scan {
-    const SQLWCHAR *in;
+    sql_units in;
     std::int32_t at, end;
     SQLWCHAR *out;
     std::int32_t written;
@@ -21,25 +21,91 @@ struct text_scan {
 
 // ---- Looking and copying -----------------------------------------------------------------------
 
-static SQLWCHAR unit_at(const text_scan *scan, std::int32_t index)
+static SQLWCHAR unit_at(sql_units in, std::int32_t index)
 {
-    return index < scan->end ? scan->in[index] : 0;
+    return static_cast<std::size_t>(index) < in.size() ? in[static_cast<std::size_t>(index)] : 0;
 }
 
-static bool stands_at(const text_scan *scan, std::int32_t index, const char *word)
+static bool stands_at(sql_units in, std::int32_t index, const char *word)
 {
     for (; *word != 0; word++, index++) {
-        if (unit_at(scan, index) != static_cast<unsigned char>(*word))
+        if (unit_at(in, index) != static_cast<unsigned char>(*word))
             return false;
     }
     return true;
 }
 
-static std::int32_t behind_blanks(const text_scan *scan, std::int32_t index)
+static std::int32_t behind_blanks(sql_units in, std::int32_t index)
 {
-    while (index < scan->end && ascii_is_space(scan->in[index]))
+    while (ascii_is_space(unit_at(in, index)))
         index++;
     return index;
+}
+
+// The index behind the next `closing` from `from` on, or the end of the text.
+static std::int32_t behind(sql_units in, std::int32_t from, const char *closing)
+{
+    const auto end = static_cast<std::int32_t>(in.size());
+    for (std::int32_t index = from; index < end; index++) {
+        if (stands_at(in, index, closing))
+            return index + static_cast<std::int32_t>(std::strlen(closing));
+    }
+    return end;
+}
+
+// The index behind the line that it is in.
+static std::int32_t behind_line(sql_units in, std::int32_t index)
+{
+    const auto end = static_cast<std::int32_t>(in.size());
+    while (index < end && unit_at(in, index) != '\r' && unit_at(in, index) != '\n')
+        index++;
+    return index < end ? index + 1 : end;
+}
+
+struct enclosed_row {
+    const char *opening;
+    const char *closing;  // null: the end of the line
+    sql_token_kind kind;
+};
+
+static constexpr enclosed_row enclosed[] = {
+    {"'", "'", SQL_TOKEN_QUOTED},       {"\"", "\"", SQL_TOKEN_QUOTED},
+    {"$$", "$$", SQL_TOKEN_QUOTED},     {"/*", "*/", SQL_TOKEN_COMMENT},
+    {"--", nullptr, SQL_TOKEN_COMMENT}, {"//", nullptr, SQL_TOKEN_COMMENT},
+};
+
+static bool in_word(SQLWCHAR unit)
+{
+    return unit > 0x7F || unit == '_' || ascii_is_digit(unit) ||
+           (ascii_to_lower(static_cast<unsigned char>(unit)) >= 'a' &&
+            ascii_to_lower(static_cast<unsigned char>(unit)) <= 'z');
+}
+
+// The row of what begins at the index; null where nothing of the kind does.
+static const enclosed_row *enclosed_at(sql_units in, std::int32_t index)
+{
+    for (const enclosed_row &row : enclosed) {
+        if (stands_at(in, index, row.opening))
+            return &row;
+    }
+    return nullptr;
+}
+
+static std::int32_t behind_enclosed(sql_units in, std::int32_t index, const enclosed_row *row)
+{
+    const std::int32_t inside = index + static_cast<std::int32_t>(std::strlen(row->opening));
+    return row->closing != nullptr ? behind(in, inside, row->closing) : behind_line(in, inside);
+}
+
+sql_token cass_sql_token_at(sql_units in, std::int32_t at)
+{
+    const enclosed_row *row = enclosed_at(in, at);
+    if (row != nullptr)
+        return {row->kind, behind_enclosed(in, at, row)};
+    std::int32_t end = at;
+    while (in_word(unit_at(in, end)))
+        end++;
+    return end > at ? sql_token{SQL_TOKEN_WORD, end} : sql_token{SQL_TOKEN_SIGN, at + 1};
 }
 
 static void put(text_scan *scan, SQLWCHAR unit)
@@ -51,18 +117,8 @@ static void put(text_scan *scan, SQLWCHAR unit)
 static void copy_to(text_scan *scan, std::int32_t end)
 {
     while (scan->at < end)
-        put(scan, scan->in[scan->at++]);
+        put(scan, unit_at(scan->in, scan->at++));
     scan->significant = scan->written;
-}
-
-// The index behind the next `closing` from `from` on, or the end of the text.
-static std::int32_t behind(const text_scan *scan, std::int32_t from, const char *closing)
-{
-    for (std::int32_t index = from; index < scan->end; index++) {
-        if (stands_at(scan, index, closing))
-            return index + static_cast<std::int32_t>(std::strlen(closing));
-    }
-    return scan->end;
 }
 
 // ---- Escapes -----------------------------------------------------------------------------------
@@ -90,14 +146,14 @@ static const escape_row *escape_at(const text_scan *scan, std::int32_t index, st
     for (const escape_row &row : escapes) {
         *end = index;
         const char *letter = row.word;
-        while (*letter != 0 && unit_at(scan, *end) < 0x80 &&
-               ascii_to_lower(static_cast<unsigned char>(unit_at(scan, *end))) == *letter) {
+        while (*letter != 0 && unit_at(scan->in, *end) < 0x80 &&
+               ascii_to_lower(static_cast<unsigned char>(unit_at(scan->in, *end))) == *letter) {
             letter++;
             ++*end;
         }
-        const SQLWCHAR next = unit_at(scan, *end);
+        const SQLWCHAR next = unit_at(scan->in, *end);
         if (*letter == 0 && (ascii_is_space(next) || next == '\'') &&
-            unit_at(scan, behind_blanks(scan, *end)) != ':')
+            unit_at(scan->in, behind_blanks(scan->in, *end)) != ':')
             return &row;
     }
     return nullptr;
@@ -108,7 +164,7 @@ static bool has_no_zone(const text_scan *scan, std::int32_t quote)
 {
     constexpr std::int32_t date_units = 10;
     for (std::int32_t index = quote - 1; index > scan->at + date_units; index--) {
-        const SQLWCHAR unit = scan->in[index];
+        const SQLWCHAR unit = unit_at(scan->in, index);
         if (unit == 'Z' || unit == 'z' || unit == '+' || unit == '-')
             return false;
     }
@@ -119,11 +175,11 @@ static bool has_no_zone(const text_scan *scan, std::int32_t quote)
 // closing brace.
 static bool put_literal(text_scan *scan, std::int32_t start, escape_kind kind)
 {
-    if (unit_at(scan, start) != '\'')
+    if (unit_at(scan->in, start) != '\'')
         return false;
-    const std::int32_t end = behind(scan, start + 1, "'");
-    const std::int32_t brace = behind_blanks(scan, end);
-    if (unit_at(scan, brace) != '}')
+    const std::int32_t end = behind(scan->in, start + 1, "'");
+    const std::int32_t brace = behind_blanks(scan->in, end);
+    if (unit_at(scan->in, brace) != '}')
         return false;
     scan->at = kind == ESCAPE_BARE ? start + 1 : start;
     const bool utc = kind == ESCAPE_TIMESTAMP && has_no_zone(scan, end - 1);
@@ -140,9 +196,9 @@ static bool put_literal(text_scan *scan, std::int32_t start, escape_kind kind)
 static void scan_opening_brace(text_scan *scan)
 {
     std::int32_t end;
-    const escape_row *row = escape_at(scan, behind_blanks(scan, scan->at + 1), &end);
+    const escape_row *row = escape_at(scan, behind_blanks(scan->in, scan->at + 1), &end);
     if (row != nullptr && row->kind != ESCAPE_WORDS &&
-        put_literal(scan, behind_blanks(scan, end), row->kind))
+        put_literal(scan, behind_blanks(scan->in, end), row->kind))
         return;
     const bool words = row != nullptr && row->kind == ESCAPE_WORDS;
     scan->braces[scan->depth++] = words;
@@ -162,13 +218,11 @@ static void scan_closing_brace(text_scan *scan)
 
 // ---- The scan ----------------------------------------------------------------------------------
 
-static void scan_line_comment(text_scan *scan)
+static void scan_enclosed(text_scan *scan, const enclosed_row *row)
 {
-    std::int32_t end = scan->at;
-    while (end < scan->end && scan->in[end] != '\r' && scan->in[end] != '\n')
-        end++;
-    scan->in_line_comment = end == scan->end;
-    copy_to(scan, end < scan->end ? end + 1 : end);
+    copy_to(scan, behind_enclosed(scan->in, scan->at, row));
+    const SQLWCHAR last = unit_at(scan->in, scan->at - 1);
+    scan->in_line_comment = row->closing == nullptr && last != '\r' && last != '\n';
 }
 
 static void collect_verb(text_scan *scan, SQLWCHAR unit)
@@ -198,17 +252,10 @@ static void scan_plain(text_scan *scan, SQLWCHAR unit)
 static void scan_text(text_scan *scan)
 {
     while (scan->at < scan->end) {
-        const SQLWCHAR unit = scan->in[scan->at];
-        if (unit == '\'')
-            copy_to(scan, behind(scan, scan->at + 1, "'"));
-        else if (unit == '"')
-            copy_to(scan, behind(scan, scan->at + 1, "\""));
-        else if (stands_at(scan, scan->at, "$$"))
-            copy_to(scan, behind(scan, scan->at + 2, "$$"));
-        else if (stands_at(scan, scan->at, "/*"))
-            copy_to(scan, behind(scan, scan->at + 2, "*/"));
-        else if (stands_at(scan, scan->at, "--") || stands_at(scan, scan->at, "//"))
-            scan_line_comment(scan);
+        const enclosed_row *row = enclosed_at(scan->in, scan->at);
+        const SQLWCHAR unit = unit_at(scan->in, scan->at);
+        if (row != nullptr)
+            scan_enclosed(scan, row);
         else if (unit == '{')
             scan_opening_brace(scan);
         else if (unit == '}')
@@ -223,10 +270,10 @@ static void pass_head(text_scan *scan)
 {
     for (;;) {
         const std::int32_t before = scan->at;
-        scan->at = behind_blanks(scan, scan->at);
-        if (unit_at(scan, scan->at) == 0xFEFF)
+        scan->at = behind_blanks(scan->in, scan->at);
+        if (unit_at(scan->in, scan->at) == 0xFEFF)
             scan->at++;
-        else if (stands_at(scan, scan->at, "\xEF\xBB\xBF"))
+        else if (stands_at(scan->in, scan->at, "\xEF\xBB\xBF"))
             scan->at += 3;
         if (scan->at == before)
             return;
@@ -237,15 +284,15 @@ cass_string *cass_translate_sql(const cass_string *text, cass_sql_facts *facts)
 {
     *facts = {};
     text_scan scan = {};
-    scan.end = cass_string_length(text);
-    scan.in = scan.end > 0 ? text->text : nullptr;
+    scan.in = cass_sql_units(text);
+    scan.end = static_cast<std::int32_t>(scan.in.size());
     scan.facts = facts;
     scan.verb_open = true;
     pass_head(&scan);
 
     std::int32_t braces = 0;
     for (std::int32_t index = scan.at; index < scan.end; index++)
-        braces += scan.in[index] == '{';
+        braces += unit_at(scan.in, index) == '{';
     // A timestamp gets a zone of five units for what it loses, of four at least; a comment at the
     // end its line end.
     held_string output(cass_string_alloc(std::int64_t{scan.end} - scan.at + braces + 1));

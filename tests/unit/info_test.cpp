@@ -36,4 +36,11 @@ TEST_F(info, the_three_forms_of_get_functions_agree)
     EXPECT_EQ(claimed, 74);
     EXPECT_TRUE(words[SQL_API_SQLSETPOS] == 1 && words[SQL_API_SQLDATASOURCES] == 0);
     EXPECT_EQ(SQLGetFunctions(conn, SQL_API_ALL_FUNCTIONS, nullptr), SQL_SUCCESS);
+    // The ten that the library does not export.
+    conn->conduct = &standard_conduct;
+    ASSERT_EQ(SQLGetFunctions(conn, SQL_API_ODBC3_ALL_FUNCTIONS, bits), SQL_SUCCESS);
+    int told = 0;
+    for (SQLUSMALLINT code = 1; code < 4000; code++)
+        told += SQL_FUNC_EXISTS(bits, code);
+    EXPECT_TRUE(told == 64 && !SQL_FUNC_EXISTS(bits, SQL_API_SQLSETPOS));
 }

@@ -192,3 +192,36 @@ TEST_F(rewriter, selects_without_a_table)
     for (const auto &[text, output] : cases)
         EXPECT_EQ(process(stmt, text), output == nullptr ? text : output);
 }
+
+// Behind "|" what is added; a text without one stays.
+TEST_F(rewriter, filtering_is_allowed)
+{
+    static constexpr const char16_t *texts[] = {
+        u"select a from t where b=1|",
+        u"SELECT a FROM t\nWHERE b='allow filtering' LIMIT 2|",
+        u"/* select */ Select * from t where \"allow\"=1| -- allow filtering\n/**/",
+        u"select a from t",
+        u"select 'where' from t",
+        u"select \"where\" from t -- where\n/**/",
+        u"select a from t where b=1 allow  /* x */ Filtering",
+        u"update t set a=1 where b=2",
+        u"(select a from t where b=1)",
+        u"select a from t where allow=1|",
+        u"select wherever from t",
+        u"",
+        u"select a from t where b=$$ ;$$|",
+        u"select a from t where b='\xE9'|"};
+    for (const bool standard : {false, true}) {
+        conn->conduct = standard ? &standard_conduct : &default_conduct;
+        for (const char16_t *row : texts) {
+            const std::u16string text = row;
+            std::u16string in = text, out = text;
+            for (const char16_t *mark = u"|"; in.find(mark) != in.npos; in.erase(in.find(mark), 1))
+                out.replace(out.find(mark), 1, u" ALLOW FILTERING");
+            for (const bool allowed : {false, true}) {
+                conn->settings.allow_filtering = allowed;
+                EXPECT_EQ(process(stmt, in), allowed ? out : in) << standard;
+            }
+        }
+    }
+}

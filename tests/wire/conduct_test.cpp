@@ -255,13 +255,15 @@ TEST(conduct, output_string_tells_what_was_set)
     expect_logon(wire->node.get());
     std::string out;
     const std::string settings = "SERVER=127.0.0.1:" + std::to_string(node_port(wire->node.get()));
-    EXPECT_CONN(
-        SQL_SUCCESS, wire->conn,
-        wire_driver_connect(
-            wire->conn,
-            settings + ";PageSize=7;Standard=yes;ReadTimeout=9000;PlainTypes=yes;LongText=yes",
-            &out));
-    EXPECT_NE(out.find("Standard=Yes;PageSize=7;ReadTimeout=9000;LongText=Yes;PlainTypes=Yes;"),
+    EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                wire_driver_connect(
+                    wire->conn,
+                    settings +
+                        ";PageSize=7;Standard=yes;ReadTimeout=9000;PlainTypes=yes;LongText=yes;"
+                        "AllowFiltering=yes",
+                    &out));
+    EXPECT_NE(out.find("Standard=Yes;PageSize=7;ReadTimeout=9000;LongText=Yes;PlainTypes=Yes;"
+                       "AllowFiltering=Yes;"),
               std::string::npos)
         << out;
 }
