@@ -13,7 +13,9 @@
 // the end, so that a leak report can name its functions.
 static std::string shipped_odbcinst()
 {
-    const std::string text = file_content(VHCASS_ODBCINST_TEMPLATE);
+    const std::string folder = VHCASS_PACKAGING;
+    const std::string text =
+        file_content(folder + "/odbcinst.ini") + file_content(folder + "/odbcinst-completed.ini");
     const std::string path = std::filesystem::path(VHCASS_LIBRARY).parent_path();
     return replaced(replaced(text, "@path@", path), "Driver =", "DontDLClose = 1\nDriver=");
 }
