@@ -6,7 +6,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
+#include <string_view>
 
 #include "core/log/cass_log.h"
 
@@ -268,6 +270,28 @@ cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number)
     for (std::int32_t i = 1; i < number && record != nullptr; i++)
         record = record->next;
     return record;
+}
+
+static bool text_has_at(const cass_string *text, std::int32_t at, std::string_view piece)
+{
+    if (at + static_cast<std::int64_t>(piece.size()) > text->length)
+        return false;
+    return std::equal(piece.begin(), piece.end(), text->text + at);
+}
+
+std::int32_t cass_diag_detail(const cass_diag_record *record)
+{
+    constexpr std::int32_t words = sizeof MESSAGE_PREFIX - 1;
+    if (cass_string_length(record->text) < words)
+        return 0;
+    for (const cass_sqlstate &row : state_table) {
+        if (row.text == nullptr || cass_string_compare_cstr(record->state, row.state) != 0)
+            continue;
+        const auto detail = static_cast<std::int32_t>(words + std::strlen(row.text));
+        if (text_has_at(record->text, words, row.text) && text_has_at(record->text, detail, ": "))
+            return detail + 2;
+    }
+    return words;
 }
 
 std::int32_t cass_diag_count(cass_handle *handle)

@@ -160,6 +160,9 @@ extern cass_lock cass_diag_lock;
 
 // Record of 1-based number, or null. The pointer is good until the list changes: hold the lock.
 cass_diag_record *cass_diag_get(cass_handle *handle, std::int32_t number);
+// Where in a record's text the part begins that was posted with it, behind the driver's name and the
+// words of the state; of one that has no such part, where those words begin.
+std::int32_t cass_diag_detail(const cass_diag_record *record);
 std::int32_t cass_diag_count(cass_handle *handle);
 // Moves the records that name no row into a list of their own, in place of what is in it; the list
 // becomes those of the handle again, in place of its own; the list is freed.

@@ -182,6 +182,7 @@ void cass_free_contact_points(cass_conn *conn)
     conn->contact_points = nullptr;
     conn->contact_sockets = nullptr;
     conn->contact_count = 0;
+    conn->contact_used = 0;
     conn->round_robin_port = 0;
     free_string(&conn->region);
 }
@@ -199,6 +200,7 @@ static void free_settings(cass_conn *conn)
     for (cass_string *cass_settings::*text : cass_setting_texts)
         free_string(&(conn->settings.*text));
     free_string(&conn->current_keyspace);
+    free_string(&conn->host);
     cass_prepared_forget_all(conn);
     cass_forget_bundle(conn);
 }

@@ -228,12 +228,25 @@ static std::int32_t read_tls(cass_conn *conn, void *buffer, std::int32_t count,
     return got;
 }
 
+// The shorter of the time-out and what the attempt to start a session has left; 0 when that is up.
+static std::int32_t within_attempt(const cass_conn *conn, std::int32_t timeout_ms)
+{
+    const std::int64_t left = std::max<std::int64_t>(conn->attempt_ends - cass_monotonic_ms(), 0);
+    return static_cast<std::int32_t>(
+        std::min<std::int64_t>(left, timeout_ms >= 1 ? timeout_ms : INT_MAX));
+}
+
 std::int32_t conn_read_raw(cass_conn *conn, void *buffer, std::int32_t count,
                            std::int32_t *read_count, std::int32_t timeout_ms, int dump)
 {
     *read_count = 0;
     if (count < 1)
         return 0;
+    if (conn->attempt_ends != 0) [[unlikely]] {
+        timeout_ms = within_attempt(conn, timeout_ms);
+        if (timeout_ms == 0)
+            return CONN_TIMED_OUT;
+    }
     if (through_tls(conn)) [[unlikely]]
         return read_tls(conn, buffer, count, read_count, timeout_ms, dump);
     const std::int32_t got = receive_once(conn, buffer, count, timeout_ms);

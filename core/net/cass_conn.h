@@ -2,6 +2,8 @@
 #ifndef CORE_NET_CASS_CONN_H
 #define CORE_NET_CASS_CONN_H
 
+#include <sys/socket.h>
+
 #include <array>
 
 #include "core/record/cass_handles.h"
@@ -11,6 +13,9 @@
 // attempt's negative result with its diagnostics posted on the connection (those of earlier servers
 // are dropped). None is open before, and the caller holds exchange_lock.
 int cass_open_servers(cass_conn *conn, const cass_string *servers, std::int32_t port);
+// Opens one address, within attempt_ends. 0 with `socket` open; -3 with 08001 or HYT00 posted. None
+// is open before, and the caller holds exchange_lock.
+int cass_open_address(cass_conn *conn, const sockaddr *address, socklen_t size);
 // Closes `socket` if there is one. 0.
 int cass_close_socket(cass_conn *conn);
 
@@ -23,7 +28,8 @@ constexpr std::int32_t CONN_WOKEN = -3;
 
 // Reads at most `count` bytes with one receive; the same number in *read_count. -1 with 08S01
 // posted (a closed peer too), -2 on time-out and -3 when woken, both without a record, 0 only from
-// TLS at the end of its stream. timeout_ms below 1: waits without limit.
+// TLS at the end of its stream. timeout_ms below 1: waits without limit. While a session starts no
+// read waits beyond attempt_ends.
 std::int32_t conn_read(cass_conn *conn, void *buffer, std::int32_t count, std::int32_t *read_count,
                        std::int32_t timeout_ms);
 // The same, with the log dump of the bytes read on or off.

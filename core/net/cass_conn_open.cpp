@@ -1,6 +1,5 @@
 // From the text of the server setting to an open socket: the list of servers, one server over IPv4
-// or IPv6, and the connect with or without a time-out. Failover happens here only: once a session
-// stands a broken socket is an error, never a reconnect.
+// or IPv6, and the connect with or without a time-out.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netdb.h>
@@ -23,6 +22,7 @@
 static constexpr char log_source[] = "cass_conn.c";
 
 constexpr int OPEN_FAILED = -3;
+constexpr std::int64_t NO_LIMIT = -1;
 
 // For the log.
 static const char *opener(const cass_conn *conn)
@@ -80,17 +80,10 @@ static int connect_blocking(cass_conn *conn, const sockaddr *address, socklen_t 
     return error == 0 ? 0 : os_error(conn, error);
 }
 
-static int connect_timed(cass_conn *conn, const sockaddr *address, socklen_t size)
+// `late`: what is told when the time runs out.
+static int connect_timed(cass_conn *conn, const sockaddr *address, socklen_t size,
+                         std::int64_t timeout_ms, cass_state_row late)
 {
-    std::int64_t timeout_ms;
-    if (conn->ms_timeout > 0) {
-        timeout_ms = conn->ms_timeout;
-        CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %u msec", conn->ms_timeout);
-    } else {
-        timeout_ms = static_cast<std::int64_t>(conn->login_timeout) * 1000;
-        CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %d sec",
-                 static_cast<int>(conn->login_timeout));
-    }
     set_blocking(conn, false);
     // A connect that succeeds at once leaves the socket non-blocking: reads and writes wait by
     // poll.
@@ -103,7 +96,7 @@ static int connect_timed(cass_conn *conn, const sockaddr *address, socklen_t siz
     const int error = await_connect(conn, timeout_ms, &timed_out);
     if (timed_out) {
         CASS_LOG(&conn->head, LOG_ERROR, "Timeout on connecting");
-        cass_post_error(&conn->head, STATE_HYT01, 0, nullptr);
+        cass_post_error(&conn->head, late, 0, nullptr);
         cass_close_socket(conn);
         return OPEN_FAILED;
     }
@@ -115,8 +108,17 @@ static int connect_timed(cass_conn *conn, const sockaddr *address, socklen_t siz
 
 static int connect_socket(cass_conn *conn, const sockaddr *address, socklen_t size)
 {
-    const bool timed = conn->login_timeout > 0 || conn->ms_timeout >= 1;
-    return timed ? connect_timed(conn, address, size) : connect_blocking(conn, address, size);
+    if (conn->ms_timeout > 0) {
+        CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %u msec", conn->ms_timeout);
+        return connect_timed(conn, address, size, conn->ms_timeout, STATE_HYT01);
+    }
+    if (conn->login_timeout > 0) {
+        CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %d sec",
+                 static_cast<int>(conn->login_timeout));
+        return connect_timed(conn, address, size, std::int64_t{conn->login_timeout} * 1000,
+                             STATE_HYT01);
+    }
+    return connect_blocking(conn, address, size);
 }
 
 static bool make_socket(cass_conn *conn, int family)
@@ -145,6 +147,18 @@ static void set_socket_options(cass_conn *conn)
     if (conn->settings.keepalive != 0 &&
         setsockopt(conn->socket, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) == -1)
         CASS_LOG(&conn->head, LOG_DETAIL, "setting SO_KEEPALIVE - FAILED!!!");
+}
+
+int cass_open_address(cass_conn *conn, const sockaddr *address, socklen_t size)
+{
+    if (!make_socket(conn, address->sa_family))
+        return OPEN_FAILED;
+    set_socket_options(conn);
+    const std::int64_t left =
+        conn->attempt_ends == 0
+            ? NO_LIMIT
+            : std::max<std::int64_t>(conn->attempt_ends - cass_monotonic_ms(), 0);
+    return connect_timed(conn, address, size, left, STATE_HYT00);
 }
 
 // ---- One server --------------------------------------------------------------------------------

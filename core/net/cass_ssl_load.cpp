@@ -186,12 +186,13 @@ static int load_part(cass_conn *conn, SSL *ssl, const own_part &part)
 
 // ---- The server's name -------------------------------------------------------------------------
 
-// The first contact point of the metadata service, else the server text as it stands, with its port
-// suffix and whatever else is in it.
+// The contact point of the metadata service, else the host, else the server text as it stands, with
+// its port suffix and whatever else is in it.
 static int set_server_name(cass_conn *conn, SSL *ssl)
 {
     const bool by_contact = conn->contact_points != nullptr && conn->contact_count > 0;
-    const cass_string *name = by_contact ? conn->contact_points[0] : conn->settings.server;
+    const cass_string *host = conn->host != nullptr ? conn->host : conn->settings.server;
+    const cass_string *name = by_contact ? conn->contact_points[conn->contact_used] : host;
     if (name == nullptr)
         return 0;
     const held_text text(cass_string_to_ascii(name));

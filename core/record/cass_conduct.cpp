@@ -108,6 +108,10 @@ const cass_conduct default_conduct = {
     .credentials_are_of_latin_1 = true,
     .logon_errors_are_general = true,
     .a_refused_keyspace_is_information = true,
+    .only_sockets_are_walked = true,
+    .a_login_is_timed_to_the_socket = true,
+    .one_authenticator_is_answered = true,
+    .a_login_is_invented = true,
     .a_rollback_is_a_commit = true,
     .an_exact_output_string_is_whole = true,
 };

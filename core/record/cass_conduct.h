@@ -267,6 +267,19 @@ struct cass_conduct {
     // A keyspace that the server refuses gives SQL_SUCCESS_WITH_INFO without a record and without a
     // session. 0: an error, with the server's words.
     bool a_refused_keyspace_is_information;
+    // Of a list of servers the first whose socket opens gets the session, of a name the first
+    // address is tried, and a failure is told of the last server alone. 0: the first whose session
+    // stands, over all addresses, and a failure names each of them.
+    bool only_sockets_are_walked;
+    // The login time-out covers the TCP connect of each server, by HYT01. 0: the whole call, of
+    // which each address has an equal share, by HYT00.
+    bool a_login_is_timed_to_the_socket;
+    // One class of authenticator is answered, and whatever comes back but an error is a success.
+    // 0: any class gets user and password, and a challenge that asks for anything else is refused.
+    bool one_authenticator_is_answered;
+    // A server that asks for credentials where none are set gets a login of the driver's own. 0:
+    // 28000.
+    bool a_login_is_invented;
     // A rollback is a success without a word, as a commit is. 0: with a record 01000.
     bool a_rollback_is_a_commit;
     // An output string that fits but for its terminator loses its last semicolon and is not cut.

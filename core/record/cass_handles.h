@@ -129,6 +129,7 @@ struct cass_settings {
     std::int32_t long_text;        // 1: text and blob are long types, where descriptions are exact
     std::int32_t plain_types;      // 1: uuid, time and blob are text
     std::int32_t allow_filtering;  // 1: a SELECT with a WHERE allows filtering
+    std::int32_t load_balance;     // 1: the list of servers is walked from a random one on
     char log_file[512];            // empty: standard error
 };
 
@@ -160,6 +161,7 @@ inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
     &cass_settings::long_text,
     &cass_settings::plain_types,
     &cass_settings::allow_filtering,
+    &cass_settings::load_balance,
 };
 
 // Requests that were given up before their replies came: the frames that are dropped when they do.
@@ -198,6 +200,11 @@ struct cass_conn {
     std::int32_t connected;
     std::int32_t ms_timeout;  // connect time-out in force, milliseconds
 
+    // While a session starts, by the monotonic clock in milliseconds; 0: without limit.
+    std::int64_t logon_ends;    // of the whole call
+    std::int64_t attempt_ends;  // of the address in work: no read waits longer
+    cass_string *host;          // of the server in use, without its port; null: the setting's
+
     cass_settings settings;
 
     // TLS.
@@ -213,6 +220,7 @@ struct cass_conn {
     cass_string **contact_points;
     std::int32_t *contact_sockets;
     std::int32_t contact_count;
+    std::int32_t contact_used;  // index of the one that the session goes to
     cass_string *region;
     std::int32_t round_robin_port;
 

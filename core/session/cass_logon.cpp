@@ -4,15 +4,18 @@
 #include "core/session/cass_logon.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "core/diag/cass_err.h"
 #include "core/handle/cass_handle.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn.h"
+#include "core/net/cass_conn_shared.h"
 #include "core/net/cass_ssl.h"
 #include "core/session/cass_astra.h"
 #include "core/session/cass_bundle.h"
 #include "core/session/cass_settings.h"
+#include "core/session/cass_walk.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "core/wire/cass_pkt.h"
 #include "core/wire/cql_errors.h"
@@ -150,6 +153,50 @@ static bool put_plain_token(cass_conn *conn, cass_packet *packet, const char *us
     return false;
 }
 
+static bool one_authenticator_is_answered(const cass_conn *conn)
+{
+    return conn->conduct->one_authenticator_is_answered;
+}
+
+static int refuse_authenticator(cass_conn *conn, cass_state_row row, const char *text)
+{
+    CASS_LOG(&conn->head, LOG_ERROR, "authenticate: %s", text);
+    cass_post_error(&conn->head, row, 0, "%s", text);
+    return -1;
+}
+
+// The server's answer to the token. Null with a diagnostic.
+static cass_packet *send_token(cass_conn *conn, cass_stmt *stmt, const char *user,
+                               const char *password)
+{
+    const held_packet request(
+        cass_new_packet(stmt, PROTOCOL_VERSION, 0, 0, OPCODE_AUTH_RESPONSE, &conn->head));
+    if (request == nullptr)
+        return nullptr;
+    if (!put_plain_token(conn, request.get(), user != nullptr ? user : "",
+                         password != nullptr ? password : ""))
+        return nullptr;
+    cass_exchange_failure failure;
+    held_packet reply(cass_exchange(conn, request.get(), &failure));
+    if (reply == nullptr) {
+        no_reply(conn, failure, "authenticate");
+        return nullptr;
+    }
+    if (pkt_opcode(reply.get()) == OPCODE_ERROR) {
+        server_error(conn, stmt, reply.get(), "authenticate");
+        return nullptr;
+    }
+    return reply.release();
+}
+
+// The challenge of authenticators that speak of the mechanism first and want the token behind it.
+static bool asks_for_token(const cass_packet *reply)
+{
+    static constexpr std::string_view plain_start("\0\0\0\x0BPLAIN-START", 15);
+    const auto *body = reinterpret_cast<const char *>(reply->body) + reply->read_pos;
+    return std::string_view(body, static_cast<std::size_t>(pkt_remaining(reply))) == plain_start;
+}
+
 // Sends the SASL PLAIN token and reads the server's verdict. Texts are UTF-8; both null: the
 // fallback pair. 0, or -1 with a diagnostic.
 static int cass_send_auth(cass_conn *conn, const char *user, const char *password)
@@ -160,21 +207,26 @@ static int cass_send_auth(cass_conn *conn, const char *user, const char *passwor
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
         return cass_post_no_memory(&conn->head, log_source, "cass_send_auth");
-    const held_packet request(
-        cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_AUTH_RESPONSE, &conn->head));
-    if (request == nullptr)
-        return -1;
-    if (!put_plain_token(conn, request.get(), user != nullptr ? user : "",
-                         password != nullptr ? password : ""))
-        return -1;
-    cass_exchange_failure failure;
-    const held_packet reply(cass_exchange(conn, request.get(), &failure));
+    held_packet reply(send_token(conn, stmt.get(), user, password));
     if (reply == nullptr)
-        return no_reply(conn, failure, "authenticate");
-    if (pkt_opcode(reply.get()) == OPCODE_ERROR)
-        return server_error(conn, stmt.get(), reply.get(), "authenticate");
+        return -1;
     // One round of SASL: whatever else comes, AUTH_SUCCESS as a rule, ends it.
-    return 0;
+    if (one_authenticator_is_answered(conn))
+        return 0;
+    if (pkt_opcode(reply.get()) == OPCODE_AUTH_CHALLENGE && asks_for_token(reply.get())) {
+        reply.reset(send_token(conn, stmt.get(), user, password));
+        if (reply == nullptr)
+            return -1;
+    }
+    switch (pkt_opcode(reply.get())) {
+    case OPCODE_AUTH_SUCCESS:
+        return 0;
+    case OPCODE_AUTH_CHALLENGE:
+        return refuse_authenticator(conn, STATE_08004,
+                                    "the server asks for more than a user and a password");
+    default:
+        return unexpected_reply(conn, reply.get());
+    }
 }
 
 static bool credentials_are_of_latin_1(const cass_conn *conn)
@@ -190,22 +242,24 @@ static char *credential_bytes(const cass_conn *conn, const cass_string *text)
                                             : cass_string_to_bytes(text, &count);
 }
 
+static bool a_login_is_invented(const cass_conn *conn)
+{
+    return conn->conduct->a_login_is_invented;
+}
+
 // Encodes the credentials that are set and hands them to whoever sends them.
 static int send_credentials(cass_conn *conn, int (*send)(cass_conn *, const char *, const char *))
 {
+    if (cass_string_length(conn->settings.user) == 0 && !a_login_is_invented(conn))
+        return refuse_authenticator(conn, STATE_28000,
+                                    "the server asks for a user and a password: set UID and PWD, "
+                                    "in a data source User and Password");
     const held_text user(credential_bytes(conn, conn->settings.user));
     const held_text password(credential_bytes(conn, conn->settings.password));
     if ((conn->settings.user != nullptr && user == nullptr) ||
         (conn->settings.password != nullptr && password == nullptr))
         return cass_post_no_memory(&conn->head, log_source, "send_credentials");
     return send(conn, user.get(), password.get());
-}
-
-static int refuse_authenticator(cass_conn *conn, const char *text)
-{
-    CASS_LOG(&conn->head, LOG_ERROR, "authenticate: %s", text);
-    cass_post_error(&conn->head, STATE_HY000, 0, "%s", text);
-    return -1;
 }
 
 // Answers an AUTHENTICATE body. 0, or -1 with a diagnostic.
@@ -216,13 +270,14 @@ static int authenticate(cass_conn *conn, const unsigned char *body, std::int32_t
     if (length > 0)
         CASS_LOG_PACKET(&conn->head, body, length, "AUTHENTICATE Payload");
     if (length < 2)
-        return refuse_authenticator(conn, "short SASL packet");
-    if (body[0] != 0)
-        return refuse_authenticator(conn, "unexpected SASL packet prefix");
-    if (length <= AUTHENTICATOR_SIZE ||
-        std::memcmp(body + 1, PASSWORD_AUTHENTICATOR, AUTHENTICATOR_SIZE) != 0)
-        return refuse_authenticator(conn, "unexpected SASL authenticator");
-
+        return refuse_authenticator(conn, STATE_HY000, "short SASL packet");
+    if (one_authenticator_is_answered(conn)) {
+        if (body[0] != 0)
+            return refuse_authenticator(conn, STATE_HY000, "unexpected SASL packet prefix");
+        if (length <= AUTHENTICATOR_SIZE ||
+            std::memcmp(body + 1, PASSWORD_AUTHENTICATOR, AUTHENTICATOR_SIZE) != 0)
+            return refuse_authenticator(conn, STATE_HY000, "unexpected SASL authenticator");
+    }
     return send_credentials(conn, cass_send_auth);
 }
 
@@ -351,6 +406,17 @@ static int no_server(cass_conn *conn)
     return -1;
 }
 
+static bool only_sockets_are_walked(const cass_conn *conn)
+{
+    return conn->conduct->only_sockets_are_walked;
+}
+
+static int start_metadata(cass_conn *conn)
+{
+    const int code = cass_ssl_start(conn);
+    return code != 0 ? code : send_credentials(conn, astra_comms);
+}
+
 // Asks the metadata service in a session of its own, always over TLS. 0, or a negative value.
 static int ask_metadata_service(cass_conn *conn)
 {
@@ -358,41 +424,64 @@ static int ask_metadata_service(cass_conn *conn)
         return no_server(conn);
     // TLS would ask for a node that an earlier attempt was told of.
     cass_free_contact_points(conn);
-    if (cass_open_servers(conn, conn->settings.server, conn->settings.metadata_port) != 0)
-        return -1;
-    int code = cass_ssl_start(conn);
-    if (code == 0)
-        code = send_credentials(conn, astra_comms);
-    cass_logout(conn);
+    int code;
+    if (!only_sockets_are_walked(conn))
+        code = cass_walk_servers(conn, conn->settings.metadata_port, start_metadata);
+    else if (cass_open_servers(conn, conn->settings.server, conn->settings.metadata_port) != 0)
+        code = -1;
+    else
+        code = start_metadata(conn);
+    cass_leave_socket(conn);
     return code;
 }
 
-// Opens a socket to the first server that answers. 0, or -1 with a diagnostic.
-static int cass_single_connect(cass_conn *conn, [[maybe_unused]] int flag)
+// From known settings to a session, over the first server that opens or the first that starts one.
+// 0, 1 (USE failed) or a negative value.
+static int open_session(cass_conn *conn)
 {
-    conn->connecting = 1;
-    conn->connected = 0;
+    if (conn->settings.astra && ask_metadata_service(conn) != 0)
+        return -1;
     if (conn->settings.server == nullptr)
         return no_server(conn);
-    return cass_open_servers(conn, conn->settings.server, conn->settings.port) == 0 ? 0 : -1;
+    if (!only_sockets_are_walked(conn))
+        return cass_walk_servers(conn, conn->settings.port, cass_establish_connection);
+    if (cass_open_servers(conn, conn->settings.server, conn->settings.port) != 0)
+        return -1;
+    return cass_establish_connection(conn);
 }
 
-SQLRETURN cass_connect(cass_conn *conn, int flag)
+static bool a_login_is_timed_to_the_socket(const cass_conn *conn)
+{
+    return conn->conduct->a_login_is_timed_to_the_socket;
+}
+
+// Settles until when the session is to stand. The attribute wins over the setting.
+static void limit_logon(cass_conn *conn)
+{
+    const std::int64_t seconds = conn->login_timeout;
+    if (a_login_is_timed_to_the_socket(conn)) {
+        if (seconds == 0 && conn->settings.logon_timeout != 0)
+            conn->ms_timeout = conn->settings.logon_timeout;
+        return;
+    }
+    const std::int64_t limit = seconds > 0 ? seconds * 1000 : conn->settings.logon_timeout;
+    conn->logon_ends = limit > 0 ? cass_monotonic_ms() + limit : 0;
+}
+
+SQLRETURN cass_connect(cass_conn *conn, [[maybe_unused]] int flag)
 {
     cass_choose_conduct(conn);
-    if (conn->login_timeout == 0 && conn->settings.logon_timeout != 0)
-        conn->ms_timeout = conn->settings.logon_timeout;
+    limit_logon(conn);
     if (conn->settings.bundle_path != nullptr && cass_read_bundle(conn) != 0)
         return SQL_ERROR;
     // A caller without a Driver Manager may have a session already.
     cass_logout(conn);
     // Another thread's request waits until the session stands: it would go out in clear before.
     const cass_lock_guard hold(&conn->exchange_lock);
-    if (conn->settings.astra && ask_metadata_service(conn) != 0)
-        return SQL_ERROR;
-    int code = cass_single_connect(conn, flag);
-    if (code == 0)
-        code = cass_establish_connection(conn);
+    cass_set_conn_text(conn, &conn->host, nullptr);
+    conn->connecting = 1;
+    const int code = open_session(conn);
+    conn->logon_ends = 0;
     if (code != 0) {
         cass_logout(conn);
         return static_cast<SQLRETURN>(code);

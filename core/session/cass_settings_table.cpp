@@ -116,6 +116,8 @@ static constexpr setting rows[] = {
                out_number(25, "PlainTypes=Yes;", BESIDE_BUNDLE)),
     number_row(SETTING_SWITCH, "AllowFiltering", "AllowFiltering", &cass_settings::allow_filtering,
                out_number(26, "AllowFiltering=Yes;", BESIDE_BUNDLE)),
+    number_row(SETTING_SWITCH, "LoadBalance", "LoadBalance", &cass_settings::load_balance,
+               out_number(27, "LoadBalance=Yes;", BESIDE_BUNDLE)),
 };
 
 const std::span<const setting> settings_table(rows);

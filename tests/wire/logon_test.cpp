@@ -95,16 +95,35 @@ TEST(logon, failures_are_told_and_leave_the_handle_usable)
         attempt(wire, SQL_ERROR, "UID=u;PWD=p", replies);
         EXPECT_EQ(conn_records(wire->conn), records);
     }
-    // Standard=Yes tells them apart.
+    // Standard=Yes tells them apart, and answers any class of authenticator.
+    const std::string server = node_address(wire->node.get()) + ": ";
+    const node_frame other = authenticate_frame("com.example.Other");
     const std::pair<std::vector<node_frame>, std::string> told[] = {
         {{options, startup, error_frame(0x100, "no")}, "28000 Invalid authorization: no"},
-        {{error_frame(0x1001, "hot")}, "08004 Server rejected the connection: hot"},
-        {{cut_off(options, 30)}, "08S01 Communication link failure: read failed (peer shutdown)"},
+        {{error_frame(0x1001, "hot")}, "08004 Server rejected the connection: " + server + "hot"},
+        {{cut_off(options, 30)},
+         "08001 Client unable to establish connection: " + server +
+             "read failed (peer shutdown), failed to return a packet"},
+        {{options, other, {.opcode = NODE_AUTH_CHALLENGE, .body = wire_bytes("MD5")}},
+         "08004 Server rejected the connection: " + server +
+             "the server asks for more than a user and a password"},
     };
     for (const auto &[replies, record] : told) {
         attempt(wire, SQL_ERROR, "Standard=Yes;UID=u;PWD=p", replies);
-        EXPECT_EQ(conn_records(wire->conn).at(0), record);
+        EXPECT_EQ(conn_records(wire->conn), record_list{record});
     }
+    attempt(wire, SQL_ERROR, "Standard=Yes;PWD=p", {options, other});
+    EXPECT_EQ(conn_records(wire->conn).at(0).substr(0, 5), "28000");
+    attempt(wire, SQL_SUCCESS, "Standard=Yes;UID=u;PWD=p", {options, other, auth_success_frame()});
+    // One that asks for the mechanism's start before it takes the token.
+    const bytes token = wire_long_string(bytes("\0u\0p", 4));
+    const node_frame challenge = {.opcode = NODE_AUTH_CHALLENGE, .body = wire_bytes("PLAIN-START")};
+    for (const node_step &step : {node_step{NODE_OPTIONS, "", {options}},
+                                  {NODE_STARTUP, startup_body(false), {other}},
+                                  {NODE_AUTH_RESPONSE, token, {challenge}},
+                                  {NODE_AUTH_RESPONSE, token, {auth_success_frame()}}})
+        node_expect(wire->node.get(), step);
+    attempt(wire, SQL_SUCCESS, "Standard=Yes;UID=u;PWD=p", {});
     expect_logon(wire->node.get());
     attempt(wire, SQL_SUCCESS, "", {});
 }
