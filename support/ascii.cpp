@@ -18,8 +18,7 @@ int ascii_casecmp(const char *left, const char *right)
     }
 }
 
-// Value of a digit or letter, 36 for anything else.
-static unsigned digit_value(char character)
+unsigned ascii_digit_value(char character)
 {
     const unsigned char byte = ascii_to_lower(static_cast<unsigned char>(character));
     if (ascii_is_digit(byte))
@@ -33,7 +32,7 @@ static unsigned base_by_prefix(const char **text)
     const char *at = *text;
     if (at[0] != '0')
         return 10;
-    if ((at[1] == 'x' || at[1] == 'X') && digit_value(at[2]) < 16) {
+    if ((at[1] == 'x' || at[1] == 'X') && ascii_digit_value(at[2]) < 16) {
         *text = at + 2;
         return 16;
     }
@@ -53,7 +52,8 @@ static ascii_number parse_int64(const char *text, bool any_base, std::int64_t *n
 
     ascii_number result = ASCII_NO_DIGITS;
     std::uint64_t value = 0;
-    for (unsigned digit = digit_value(*text); digit < base; digit = digit_value(*++text)) {
+    for (unsigned digit = ascii_digit_value(*text); digit < base;
+         digit = ascii_digit_value(*++text)) {
         const bool fits = value <= (limit - digit) / base;  // never again after an overflow
         value = fits ? value * base + digit : limit;
         result = fits ? ASCII_NUMBER : ASCII_OVERFLOW;

@@ -30,6 +30,9 @@ inline unsigned char ascii_to_upper(unsigned char byte)
     return byte >= 'a' && byte <= 'z' ? static_cast<unsigned char>(byte - 32) : byte;
 }
 
+// Value of a digit or a letter in whatever base has it, 36 for anything else.
+unsigned ascii_digit_value(char character);
+
 // Compare without regard to ASCII case; below 0, 0 or above 0.
 int ascii_casecmp(const char *left, const char *right);
 

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "support/ascii.h"
 #include "support/numtext.h"
 
 static inline void put_two_digits(char *out, unsigned value)
@@ -63,4 +64,24 @@ int text_from_guid(char *out, const SQLGUID &guid)
         text_hex(out + places[i], bytes[i], HEX_UPPER);
     out[8] = out[13] = out[18] = out[23] = '-';
     return 36;
+}
+
+bool guid_from_text(std::string_view text, SQLGUID *guid)
+{
+    static constexpr std::string_view form = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+    if (text.size() != form.size())
+        return false;
+    unsigned char bytes[16] = {};
+    int digits = 0;
+    for (std::size_t i = 0; i < form.size(); i++) {
+        if (form[i] == '-' && text[i] == '-')
+            continue;
+        const unsigned value = ascii_digit_value(text[i]);
+        if (form[i] == '-' || value > 15)
+            return false;
+        bytes[digits / 2] = static_cast<unsigned char>(bytes[digits / 2] << 4 | value);
+        digits++;
+    }
+    guid_from_bytes(guid, bytes);
+    return true;
 }

@@ -7,6 +7,7 @@
 #include <sqlext.h>
 
 #include <cstdint>
+#include <string_view>
 
 #include "support/bigendian.h"
 
@@ -22,6 +23,8 @@ int text_from_timestamp(char *out, const SQL_TIMESTAMP_STRUCT &timestamp, std::u
                         int digits);
 // "XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX".
 int text_from_guid(char *out, const SQLGUID &guid);
+// Reads that text, in digits of either case. False for any other.
+bool guid_from_text(std::string_view text, SQLGUID *guid);
 
 // The 16 bytes in the order of the text.
 inline void guid_from_bytes(SQLGUID *guid, const unsigned char *bytes)

@@ -5,6 +5,8 @@
 
 #include <array>
 
+#include "support/ascii.h"
+
 static constexpr char log_source[] = "cass_data.c";
 
 // Four words differ from the member's own, on purpose.
@@ -225,8 +227,26 @@ SQLRETURN cell_no_such_date(const cell_request &request)
 
 SQLRETURN cell_not_numeric(const cell_request &request)
 {
-    post_on_column(request, STATE_22018, "text that is no number");
+    return cell_not_read(request, "text that is no number");
+}
+
+SQLRETURN cell_not_read(const cell_request &request, const char *words)
+{
+    post_on_column(request, STATE_22018, words);
     return SQL_ERROR;
+}
+
+std::string_view cell_trimmed_text(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    const auto *bytes = reinterpret_cast<const char *>(cell.value.bytes);
+    std::string_view text(bytes,
+                          bytes == nullptr ? 0 : static_cast<std::size_t>(cell.alloc_length));
+    while (!text.empty() && ascii_is_space(static_cast<unsigned char>(text.front())))
+        text.remove_prefix(1);
+    while (!text.empty() && ascii_is_space(static_cast<unsigned char>(text.back())))
+        text.remove_suffix(1);
+    return text;
 }
 
 SQLRETURN cell_not_convertible(const cell_request &request)

@@ -73,9 +73,25 @@ SQLRETURN get_binary(const cell_request &request)
     return cell_deliver(request, {image, size, size}, image_rule);
 }
 
+static bool no_text_is_a_guid(const cass_conn *conn)
+{
+    return conn->conduct->no_text_is_a_guid;
+}
+
+[[gnu::cold]] static SQLRETURN guid_of_text(const cell_request &request)
+{
+    SQLGUID guid;
+    if (!guid_from_text(cell_trimmed_text(request), &guid))
+        return cell_not_read(request, "text that is no guid");
+    cell_store_value(request, &guid, sizeof guid);
+    return SQL_SUCCESS;
+}
+
 SQLRETURN get_guid(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type == SQL_CHAR && !no_text_is_a_guid(stmt_conn(request.stmt)))
+        return guid_of_text(request);
     if (cell.data_type != SQL_GUID)
         return cell_not_convertible(request);
     cell_store_value(request, &cell.value.guid, sizeof cell.value.guid);

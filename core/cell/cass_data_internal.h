@@ -4,6 +4,8 @@
 #ifndef CORE_CELL_CASS_DATA_INTERNAL_H
 #define CORE_CELL_CASS_DATA_INTERNAL_H
 
+#include <string_view>
+
 #include "core/cell/cass_data.h"
 #include "core/diag/cass_err.h"
 #include "core/diag/cass_text_out.h"
@@ -97,6 +99,9 @@ inline void cell_store_value(const cell_request &request, const void *value, std
         std::memcpy(request.target, value, size);
 }
 
+// A text cell without the blanks round it, as it was sent: ASCII and UTF-8.
+std::string_view cell_trimmed_text(const cell_request &request);
+
 // ---- Shared outcomes, out of line: none of them is on the hot road -----------------------------
 
 // SQL NULL: SQL_NULL_DATA through the indicator and 0 through the octet length; SQL_SUCCESS.
@@ -117,6 +122,7 @@ SQLRETURN cell_is_null(const cell_request &request);
 [[gnu::cold]] SQLRETURN cell_no_such_date(const cell_request &request);
 // 22018, SQL_ERROR.
 [[gnu::cold]] SQLRETURN cell_not_numeric(const cell_request &request);
+[[gnu::cold]] SQLRETURN cell_not_read(const cell_request &request, const char *words);
 // 07006, SQL_ERROR; a storage type that no decoder makes has its own words in the log.
 [[gnu::cold]] SQLRETURN cell_not_convertible(const cell_request &request);
 

@@ -150,6 +150,11 @@ struct cass_conduct {
     // scale of the source. 0: by its value, into the precision and scale that the application has
     // set.
     bool numbers_are_converted_loosely;
+    // Any text is a time, whose missing parts are 0, and none a date or timestamp. 0: ISO 8601 is
+    // read, and 22018 told of another text.
+    bool any_text_is_a_time;
+    // A text is not read as a guid. 0: the text of one is.
+    bool no_text_is_a_guid;
     // A float or double as text has seven significant digits. 0: as many as it takes to read the
     // same number back.
     bool floating_text_is_rounded;

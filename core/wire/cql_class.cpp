@@ -111,15 +111,6 @@ static std::string_view take_word(class_reader *reader)
     return word;
 }
 
-static unsigned hex_digit(char digit)
-{
-    const auto unit = static_cast<unsigned char>(digit);
-    if (ascii_is_digit(unit))
-        return unit - '0';
-    const unsigned lower = ascii_to_lower(unit);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 16;
-}
-
 // A text of bytes; null with the state telling why.
 static cass_string *take_text(class_reader *reader, bool hexadecimal)
 {
@@ -134,7 +125,7 @@ static cass_string *take_text(class_reader *reader, bool hexadecimal)
     text->length /= 2;
     for (std::int32_t i = 0; i < text->length; i++) {
         const std::size_t at = static_cast<std::size_t>(i) * 2;
-        const unsigned high = hex_digit(word[at]), low = hex_digit(word[at + 1]);
+        const unsigned high = ascii_digit_value(word[at]), low = ascii_digit_value(word[at + 1]);
         if (high > 15 || low > 15)
             fail(reader, CLASS_UNKNOWN);
         text->text[i] = static_cast<SQLWCHAR>(high << 4 | low);

@@ -112,6 +112,17 @@ TEST(exact_cells, each_target_holds_what_it_can)
         {real(-0.25), numeric(25, 2, 0, 38), none}, {real(1e300), numeric(0, 0), range},
         {real(double{NAN}), numeric(0, 0), range}, {text("1e3"), numeric(1000, 0, 1, 38), none},
         {text("-0"), numeric(0, 0, 1, 38), none},
+        // Texts of dates, times and guids.
+        {text(" 2024-02-29 "), date{2024, 2, 29}, none}, {text("2024-02-30"), date{}, bad},
+        {text("2024-02-29T23:30:00-01:00"), stamp{2024, 3, 1, 0, 30, 0, 0}, none},
+        {text("-0001-12-31 00:00:00.5"), stamp{-1, 12, 31, 0, 0, 0, 500'000'000}, none},
+        {text("2024-02-29 00:00:01"), date{2024, 2, 29}, cut}, {text("32768-01-01"), stamp{}, era},
+        {text("01:02:03"), time{1, 2, 3}, none}, {text("01:02:03"), stamp{}, bad},
+        {text("x"), time{}, bad}, {text(""), time{}, bad}, {text("2024-02-29"), time{}, bad},
+        {text("2024-02-29 01:02:03.5"), time{1, 2, 3}, cut},
+        {text("01020304-0506-0708-090a-0B0C0D0E0F10"),
+         SQLGUID{0x01020304, 0x0506, 0x0708, {9, 10, 11, 12, 13, 14, 15, 16}}, none},
+        {text("01020304-0506-0708-090a-0B0C0D0E0F1g"), SQLGUID{}, bad}, {text(""), SQLGUID{}, bad},
     };
     // clang-format on
     for (const auto &[from, value, states] : cases) {
