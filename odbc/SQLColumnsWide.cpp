@@ -1,9 +1,9 @@
 // The columns of tables, as the list of tables has them: key columns first, the others by name.
 #include "odbc/SQLColumnsWide.h"
 
-#include <algorithm>
 #include <iterator>
 
+#include "core/catalog/cass_schema_rows.h"
 #include "core/statement/cass_stmt.h"
 
 // The flags of nullability are the table's own and do not match what the columns get.
@@ -32,79 +32,17 @@ static constexpr cass_internal_column column_columns[] = {
 static constexpr cass_internal_columns column_result = {std::size(column_columns), column_columns};
 static constexpr std::int32_t column_sort_keys[] = {1, 2, 3, 17, 0};
 
-static bool is_time(std::int32_t sql_type)
-{
-    return sql_type == SQL_TIME || sql_type == SQL_TYPE_TIME;
-}
-
 static bool is_datetime(std::int32_t sql_type)
 {
     return sql_type == SQL_DATE || sql_type == SQL_TIMESTAMP || sql_type == SQL_TYPE_DATE ||
-           sql_type == SQL_TYPE_TIMESTAMP || is_time(sql_type);
+           sql_type == SQL_TYPE_TIMESTAMP;
 }
 
-static bool integers_have_no_radix(const cass_conn *conn)
-{
-    return conn->conduct->integers_have_no_radix;
-}
-
-static bool only_decimals_have_digits(const cass_conn *conn)
-{
-    return conn->conduct->only_decimals_have_digits;
-}
-
-static bool is_integer(std::int32_t sql_type)
-{
-    return sql_type == SQL_TINYINT || sql_type == SQL_SMALLINT || sql_type == SQL_INTEGER ||
-           sql_type == SQL_BIGINT;
-}
-
-static bool tells_digits(const cass_conn *conn, std::int32_t sql_type)
+static const char *radix(std::int32_t sql_type)
 {
     if (sql_type == SQL_NUMERIC)
-        return true;
-    const bool counts = is_integer(sql_type) || is_time(sql_type) || sql_type == SQL_TIMESTAMP ||
-                        sql_type == SQL_TYPE_TIMESTAMP;
-    return counts && !only_decimals_have_digits(conn);
-}
-
-static const char *radix(const cass_conn *conn, std::int32_t sql_type)
-{
-    if (sql_type == SQL_NUMERIC || (is_integer(sql_type) && !integers_have_no_radix(conn)))
         return "10";
     return sql_type == SQL_REAL || sql_type == SQL_DOUBLE ? "2" : nullptr;
-}
-
-static bool ordinals_count_from_zero(const cass_conn *conn)
-{
-    return conn->conduct->ordinals_count_from_zero;
-}
-
-static bool a_datetime_subcode_is_the_type(const cass_conn *conn)
-{
-    return conn->conduct->a_datetime_subcode_is_the_type;
-}
-
-static bool all_types_tell_octet_lengths(const cass_conn *conn)
-{
-    return conn->conduct->all_types_tell_octet_lengths;
-}
-
-static std::int32_t datetime_subcode(const cass_conn *conn, std::int32_t sql_type)
-{
-    if (a_datetime_subcode_is_the_type(conn))
-        return sql_type;
-    if (is_time(sql_type))
-        return SQL_CODE_TIME;
-    return sql_type == SQL_DATE || sql_type == SQL_TYPE_DATE ? SQL_CODE_DATE : SQL_CODE_TIMESTAMP;
-}
-
-static bool tells_octet_length(const cass_conn *conn, std::int32_t sql_type)
-{
-    static constexpr SQLSMALLINT sized[] = {SQL_VARCHAR,      SQL_VARBINARY,   SQL_WVARCHAR,
-                                            SQL_WLONGVARCHAR, SQL_LONGVARCHAR, SQL_LONGVARBINARY};
-    return std::ranges::find(sized, sql_type) != std::end(sized) ||
-           all_types_tell_octet_lengths(conn);
 }
 
 static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_column_entry *column)
@@ -116,11 +54,9 @@ static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_co
     const catalog_number bytes = catalog_number_text(cass_catalog_buffer_length(conn, column));
     const catalog_number digits = catalog_number_text(column->digits);
     const catalog_number verbose = catalog_number_text(is_datetime(type) ? SQL_DATETIME : type);
-    const catalog_number subcode = catalog_number_text(datetime_subcode(conn, type));
-    const catalog_number ordinal =
-        catalog_number_text(column->ordinal + (ordinals_count_from_zero(conn) ? 0 : 1));
+    const catalog_number ordinal = catalog_number_text(column->ordinal);
     const char *const values[] = {
-        catalog_name(stmt_conn(stmt)),
+        catalog_name(conn),
         table->keyspace,
         table->table,
         column->name,
@@ -128,14 +64,14 @@ static int add_row(cass_stmt *stmt, const cass_table_entry *table, const cass_co
         column->type_name,
         size.text,
         bytes.text,
-        tells_digits(conn, type) ? digits.text : nullptr,
-        radix(conn, type),
+        type == SQL_NUMERIC ? digits.text : nullptr,
+        radix(type),
         column->is_key ? "0" : "1",
         nullptr,
         nullptr,
         verbose.text,
-        is_datetime(type) ? subcode.text : nullptr,
-        tells_octet_length(conn, type) ? bytes.text : nullptr,
+        is_datetime(type) ? data_type.text : nullptr,  // the type again, in place of a subcode
+        bytes.text,
         ordinal.text,
         column->is_key ? "NO" : "YES",
     };
@@ -165,6 +101,8 @@ static SQLRETURN list_columns(cass_stmt *stmt, const cass_string *schema, const 
 static SQLRETURN columns(cass_stmt *stmt, const columns_call &call)
 {
     cass_close_for_catalog(stmt);
+    if (catalog_follows_odbc(stmt_conn(stmt)))
+        return odbc_columns(stmt, {call.catalog, call.schema, call.table, call.column});
     held_string schema;
     held_string table;
     held_string column;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "core/catalog/cass_schema_rows.h"
 #include "core/statement/cass_stmt.h"
 
 // clang-format off
@@ -20,18 +21,10 @@ static constexpr cass_internal_column key_columns[] = {
 static constexpr cass_internal_columns key_result = {std::size(key_columns), key_columns};
 static constexpr std::int32_t key_sort_keys[] = {1, 2, 3, 5, 0};
 
-static bool the_schema_is_measured_by_the_catalog(const cass_conn *conn)
-{
-    return conn->conduct->the_schema_is_measured_by_the_catalog;
-}
-
 // The schema measured with the length of the catalog: a null catalog of length 0 gives the current
 // keyspace. Never past the schema's own length or terminator, where it has them.
-static text_argument measured_schema(const cass_conn *conn, const text_argument &catalog,
-                                     text_argument schema)
+static text_argument measured_schema(const text_argument &catalog, text_argument schema)
 {
-    if (!the_schema_is_measured_by_the_catalog(conn))
-        return schema;
     const bool terminated = schema.length == SQL_NTS;
     const std::int64_t room = terminated ? INT16_MAX : std::max<std::int64_t>(schema.length, 0);
     const std::int64_t wanted =
@@ -49,47 +42,17 @@ static text_argument measured_schema(const cass_conn *conn, const text_argument 
     return schema;
 }
 
-static bool the_key_is_not_counted(const cass_conn *conn)
-{
-    return conn->conduct->the_key_is_not_counted;
-}
-
-static bool clustering_columns_are_no_key(const cass_conn *conn)
-{
-    return conn->conduct->clustering_columns_are_no_key;
-}
-
-static bool is_listed(const cass_conn *conn, const cass_column_entry *column)
-{
-    return column->is_key ||
-           (column->kind == COLUMN_CLUSTERING && !clustering_columns_are_no_key(conn));
-}
-
-// KEY_SEQ: clustering columns are counted on behind the partition key.
-static std::int32_t key_sequence(const cass_conn *conn, const cass_table_entry *entry,
-                                 const cass_column_entry *column)
-{
-    if (the_key_is_not_counted(conn))
-        return column->key_seq + 1;
-    std::int32_t sequence = column->position + 1;
-    if (column->kind == COLUMN_CLUSTERING)
-        for (const cass_column_entry *other = entry->columns; other != nullptr; other = other->next)
-            sequence += other->kind == COLUMN_PARTITION_KEY ? 1 : 0;
-    return sequence;
-}
-
 static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
 {
-    const cass_conn *conn = stmt_conn(stmt);
     held_tables tables;
     if (cass_list_tables(stmt, schema, table, &tables) != 0)
         return SQL_ERROR;
     for (const cass_table_entry *entry = tables.get(); entry != nullptr; entry = entry->next) {
         for (const cass_column_entry *column = entry->columns; column != nullptr;
              column = column->next) {
-            if (!is_listed(conn, column))
+            if (!column->is_key)
                 continue;
-            const catalog_number sequence = catalog_number_text(key_sequence(conn, entry, column));
+            const catalog_number sequence = catalog_number_text(column->key_seq + 1);
             const char *const values[] = {catalog_name(stmt_conn(stmt)),
                                           entry->keyspace,
                                           entry->table,
@@ -106,10 +69,11 @@ static SQLRETURN list_keys(cass_stmt *stmt, const cass_string *schema, const cas
 static SQLRETURN primary_keys(cass_stmt *stmt, const primary_keys_call &call)
 {
     cass_close_for_catalog(stmt);
+    if (catalog_follows_odbc(stmt_conn(stmt)))
+        return odbc_primary_keys(stmt, {call.catalog, call.schema, call.table, {}});
     held_string schema;
     held_string table;
-    if (!cass_string_take_argument(measured_schema(stmt_conn(stmt), call.catalog, call.schema),
-                                   &schema) ||
+    if (!cass_string_take_argument(measured_schema(call.catalog, call.schema), &schema) ||
         !cass_string_take_argument(call.table, &table) ||
         cass_create_internal_rs(stmt, &key_result, key_sort_keys) != 0)
         return SQL_ERROR;

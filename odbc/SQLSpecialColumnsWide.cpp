@@ -3,6 +3,7 @@
 
 #include <iterator>
 
+#include "core/catalog/cass_schema_rows.h"
 #include "core/statement/cass_stmt.h"
 
 // clang-format off
@@ -20,11 +21,6 @@ static constexpr cass_internal_column row_columns[] = {
 static constexpr cass_internal_columns special_result = {std::size(row_columns), row_columns};
 static constexpr std::int32_t special_sort_keys[] = {1, 2, 0};
 
-static bool the_scope_is_the_type(const cass_conn *conn)
-{
-    return conn->conduct->the_scope_is_the_type;
-}
-
 static int add_row(cass_stmt *stmt, const cass_column_entry *column)
 {
     const cass_conn *conn = stmt_conn(stmt);
@@ -32,16 +28,10 @@ static int add_row(cass_stmt *stmt, const cass_column_entry *column)
     const catalog_number size = catalog_number_text(cass_catalog_column_size(conn, column));
     const catalog_number bytes = catalog_number_text(cass_catalog_buffer_length(conn, column));
     const catalog_number digits = catalog_number_text(column->digits);
-    const catalog_number scope =
-        catalog_number_text(the_scope_is_the_type(conn) ? column->sql_type : SQL_SCOPE_SESSION);
     const char *const values[] = {
-        scope.text,
-        column->name,
-        data_type.text,
-        column->type_name,
-        size.text,
-        bytes.text,
-        column->sql_type == SQL_NUMERIC ? digits.text : nullptr,
+        data_type.text,  // in place of a scope
+        column->name,   data_type.text, column->type_name,
+        size.text,      bytes.text,     column->sql_type == SQL_NUMERIC ? digits.text : nullptr,
         nullptr,
     };
     static_assert(std::size(values) == std::size(row_columns));
@@ -65,6 +55,9 @@ static SQLRETURN list_row_identifiers(cass_stmt *stmt, const cass_string *schema
 static SQLRETURN special_columns(cass_stmt *stmt, const special_columns_call &call)
 {
     cass_close_for_catalog(stmt);
+    if (catalog_follows_odbc(stmt_conn(stmt)))
+        return odbc_special_columns(stmt, {call.catalog, call.schema, call.table, {}},
+                                    call.identifier_type);
     held_string schema;
     held_string table;
     if (!cass_string_take_argument(call.schema, &schema) ||

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "core/cell/cass_data.h"
+#include "core/catalog/cass_schema_rows.h"
 #include "core/statement/cass_stmt.h"
 
 static constexpr char log_source[] = "SQLStatisticsWide.c";
@@ -142,18 +143,11 @@ static SQLRETURN add_index(cass_stmt *stmt, cass_stmt *inner)
     return add_options(stmt, entry, {options, size}) == 0 ? SQL_SUCCESS : SQL_ERROR;
 }
 
-static bool any_schema_filters_statistics(const cass_conn *conn)
-{
-    return conn->conduct->any_schema_filters_statistics;
-}
-
 static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const cass_string *table)
 {
     catalog_query query = catalog_select(
         "select keyspace_name, table_name, index_name, kind, options from system_schema.indexes");
     catalog_where(&query, "table_name=", table);
-    if (!any_schema_filters_statistics(stmt_conn(stmt)) && !catalog_is_filter(schema))
-        schema = nullptr;
     held_string current;
     if (schema == nullptr && !catalog_current_keyspace(stmt, &current))
         return SQL_ERROR;
@@ -184,6 +178,8 @@ static SQLRETURN list_indexes(cass_stmt *stmt, const cass_string *schema, const 
 static SQLRETURN statistics(cass_stmt *stmt, const statistics_call &call)
 {
     cass_close_for_catalog(stmt);
+    if (catalog_follows_odbc(stmt_conn(stmt)))
+        return odbc_statistics(stmt, {call.catalog, call.schema, call.table, {}}, call.unique);
     held_string schema;
     held_string table;
     if (!cass_string_take_argument(call.schema, &schema) ||

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <iterator>
 
+#include "core/catalog/cass_schema_rows.h"
 #include "core/statement/cass_stmt.h"
 
 // clang-format off
@@ -86,7 +87,7 @@ struct listing {
     const char *quoted_word;
     const char *select;
     const char *name_condition;
-    const char *other_word;  // that its rows may be told with
+    const char *told_word;  // that its rows have
 };
 
 static constexpr listing listings[] = {
@@ -96,33 +97,8 @@ static constexpr listing listings[] = {
      "view_name=", "VIEWS"},
 };
 
-static bool views_are_told_as_views(const cass_conn *conn)
-{
-    return conn->conduct->views_are_told_as_views;
-}
-
-// TABLE_TYPE of a listing's rows.
-static const char *told_type(const cass_conn *conn, const listing &told)
-{
-    return views_are_told_as_views(conn) ? told.other_word : told.word;
-}
-
-static bool table_types_are_not_trimmed(const cass_conn *conn)
-{
-    return conn->conduct->table_types_are_not_trimmed;
-}
-
-static cass_string trimmed(cass_string item)
-{
-    for (; item.length > 0 && item.text[0] == ' '; item.text++)
-        item.length--;
-    while (item.length > 0 && item.text[item.length - 1] == ' ')
-        item.length--;
-    return item;
-}
-
 // Whether a comma-separated list of types has the listing's word. An unknown one is passed over.
-static bool is_wanted(const cass_conn *conn, const listing &wanted, const cass_string *types)
+static bool is_wanted(const listing &wanted, const cass_string *types)
 {
     if (!catalog_is_filter(types))
         return true;
@@ -130,28 +106,13 @@ static bool is_wanted(const cass_conn *conn, const listing &wanted, const cass_s
     for (std::int32_t start = 0; start < length;) {
         std::int32_t end = length;
         cass_string_find_char(start, types, ',', &end);
-        cass_string item = {
+        const cass_string item = {
             .text = types->text + start, .length = end - start, .borrowed = 1, .form = types->form};
-        if (!table_types_are_not_trimmed(conn))
-            item = trimmed(item);
         if (catalog_text_is(&item, wanted.word) || catalog_text_is(&item, wanted.quoted_word))
             return true;
         start = end + 1;
     }
     return false;
-}
-
-static bool the_catalog_argument_is_the_keyspace(const cass_conn *conn)
-{
-    return conn->conduct->the_catalog_argument_is_the_keyspace;
-}
-
-// The keyspace that the arguments name, or null. A catalog's "%" is one: no keyspace has that name.
-static const cass_string *named_keyspace(const cass_conn *conn, const table_arguments &arguments)
-{
-    if (the_catalog_argument_is_the_keyspace(conn))
-        return cass_string_length(arguments.catalog.get()) > 0 ? arguments.catalog.get() : nullptr;
-    return catalog_is_filter(arguments.schema.get()) ? arguments.schema.get() : nullptr;
 }
 
 static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_arguments &arguments)
@@ -162,9 +123,9 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
     held_string current;
     if (!catalog_current_keyspace(stmt, &current))
         return SQL_ERROR;
-    const cass_string *named = named_keyspace(stmt_conn(stmt), arguments);
-    if (named != nullptr)
-        catalog_where(&query, "keyspace_name=", named);
+    // Of the catalog argument "%" is a keyspace too, and none has that name.
+    if (cass_string_length(arguments.catalog.get()) > 0)
+        catalog_where(&query, "keyspace_name=", arguments.catalog.get());
     else if (current != nullptr)
         catalog_where(&query, "keyspace_name = ", current.get());
     catalog_allow_filtering(&query);
@@ -179,7 +140,7 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
         const char *keyspace_name = catalog_cell(inner.get(), 1, keyspace, sizeof keyspace);
         const char *table_name = catalog_cell(inner.get(), 2, table, sizeof table);
         if (add_row(stmt, catalog_name(stmt_conn(stmt)), keyspace_name, table_name,
-                    told_type(stmt_conn(stmt), wanted)) != 0)
+                    wanted.told_word) != 0)
             return SQL_ERROR;
     }
     return row == 0 ? SQL_SUCCESS : SQL_ERROR;
@@ -188,7 +149,7 @@ static SQLRETURN list_one(cass_stmt *stmt, const listing &wanted, const table_ar
 static SQLRETURN list_tables(cass_stmt *stmt, const table_arguments &arguments)
 {
     for (const listing &wanted : listings)
-        if (is_wanted(stmt_conn(stmt), wanted, arguments.type.get()) &&
+        if (is_wanted(wanted, arguments.type.get()) &&
             list_one(stmt, wanted, arguments) != SQL_SUCCESS)
             return SQL_ERROR;
     return SQL_SUCCESS;
@@ -197,6 +158,8 @@ static SQLRETURN list_tables(cass_stmt *stmt, const table_arguments &arguments)
 static SQLRETURN tables(cass_stmt *stmt, const tables_call &call)
 {
     cass_close_for_catalog(stmt);
+    if (catalog_follows_odbc(stmt_conn(stmt)))
+        return odbc_tables(stmt, {call.catalog, call.schema, call.table, {}}, call.type);
     table_arguments texts;
     if (!cass_string_take_argument(call.catalog, &texts.catalog) ||
         !cass_string_take_argument(call.schema, &texts.schema) ||

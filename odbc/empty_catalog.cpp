@@ -3,6 +3,8 @@
 
 #include <iterator>
 
+#include "core/catalog/cass_catalog_shapes.h"
+#include "core/catalog/cass_schema_rows.h"
 #include "core/statement/cass_stmt.h"
 
 // clang-format off
@@ -88,12 +90,14 @@ const empty_set foreign_keys_set = {
     .entry_format = "%s: statement_handle=%p, pk_catalog_name=%A, pk_schema_name=%A, "
                     "pk_table_name=%A, fk_catalog_name=%A, fk_schema_name=%A, fk_table_name=%A",
     .result = {std::size(foreign_keys_columns), foreign_keys_columns},
+    .odbc_result = &foreign_keys_shape,
     .sort_keys = foreign_keys_sort_keys,
     .occupies_connection = false,
 };
 const empty_set procedures_set = {
     .entry_format = "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, proc_name=%A",
     .result = {std::size(procedures_columns), procedures_columns},
+    .odbc_result = &procedures_shape,
     .sort_keys = procedures_sort_keys,
     .occupies_connection = true,
 };
@@ -101,12 +105,14 @@ const empty_set procedure_columns_set = {
     .entry_format = "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, proc_name=%A, "
                     "column_name=%A",
     .result = {std::size(procedure_columns_columns), procedure_columns_columns},
+    .odbc_result = &procedure_columns_shape,
     .sort_keys = procedure_columns_sort_keys,
     .occupies_connection = true,
 };
 const empty_set table_privileges_set = {
     .entry_format = "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, table_name=%A",
     .result = {std::size(table_privileges_columns), table_privileges_columns},
+    .odbc_result = &table_privileges_shape,
     .sort_keys = table_privileges_sort_keys,
     .occupies_connection = true,
 };
@@ -114,6 +120,7 @@ const empty_set column_privileges_set = {
     .entry_format = "%s: statement_handle=%p, catalog_name=%A, schema_name=%A, table_name=%A, "
                     "column_name=%A",
     .result = {std::size(column_privileges_columns), column_privileges_columns},
+    .odbc_result = &column_privileges_shape,
     .sort_keys = column_privileges_sort_keys,
     .occupies_connection = true,
 };
@@ -121,6 +128,8 @@ const empty_set column_privileges_set = {
 static SQLRETURN empty_catalog(cass_stmt *stmt, const empty_set &set)
 {
     cass_close_for_catalog(stmt);
+    if (catalog_follows_odbc(stmt_conn(stmt)))
+        return odbc_empty(stmt, *set.odbc_result);
     if (cass_create_internal_rs(stmt, &set.result, set.sort_keys) != 0)
         return SQL_ERROR;
     return catalog_finish(stmt, SQL_SUCCESS, set.occupies_connection);

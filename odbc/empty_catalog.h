@@ -13,6 +13,7 @@ struct empty_call {
 struct empty_set {
     const char *entry_format;  // of the name, the statement and the texts
     cass_internal_columns result;
+    const cass_internal_columns *odbc_result;  // where the catalog follows ODBC
     const std::int32_t *sort_keys;
     bool occupies_connection;  // until its end was fetched, as any catalog result
 };

@@ -15,6 +15,16 @@
 // Every inner query carries the function number of SQLTables, whichever function runs it.
 constexpr std::int32_t OP_CATALOG = 54;
 
+static bool the_catalog_has_its_own_rules(const cass_conn *conn)
+{
+    return conn->conduct->the_catalog_has_its_own_rules;
+}
+
+bool catalog_follows_odbc(const cass_conn *conn)
+{
+    return !the_catalog_has_its_own_rules(conn);
+}
+
 static bool there_is_a_catalog(const cass_conn *conn)
 {
     return conn->conduct->there_is_a_catalog;
@@ -79,28 +89,29 @@ void catalog_free_inner(cass_stmt *inner)
     cass_free_throwaway_stmt(inner);
 }
 
-static bool a_warning_fails_the_catalog(const cass_conn *conn)
+held_inner catalog_start(cass_stmt *stmt, catalog_query query, SQLRETURN *code)
 {
-    return conn->conduct->a_warning_fails_the_catalog;
-}
-
-static bool has_rows(const cass_conn *conn, SQLRETURN outcome)
-{
-    return outcome == SQL_SUCCESS ||
-           (outcome == SQL_SUCCESS_WITH_INFO && !a_warning_fails_the_catalog(conn));
+    held_inner inner(cass_alloc_throwaway_stmt(stmt_conn(stmt)));
+    *code = SQL_ERROR;
+    if (inner != nullptr) {
+        inner->served = stmt;
+        // Whatever the application's statements begin with: all rows are read, one after another.
+        inner->attrs.cursor_type = SQL_CURSOR_FORWARD_ONLY;
+        inner->attrs.max_rows = 0;
+        inner->attrs.max_length = 0;
+    }
+    if (inner != nullptr && query.text != nullptr)
+        *code = cass_exec_direct(inner.get(), query.text.release(), OP_CATALOG);
+    return inner;
 }
 
 held_inner catalog_run(cass_stmt *stmt, catalog_query query, SQLRETURN *code)
 {
-    held_inner inner(cass_alloc_throwaway_stmt(stmt_conn(stmt)));
-    SQLRETURN outcome = SQL_ERROR;
-    if (inner != nullptr)
-        inner->served = stmt;
-    if (inner != nullptr && query.text != nullptr)
-        outcome = cass_exec_direct(inner.get(), query.text.release(), OP_CATALOG);
+    SQLRETURN outcome;
+    held_inner inner = catalog_start(stmt, std::move(query), &outcome);
     if (code != nullptr)
         *code = outcome;
-    if (!has_rows(stmt_conn(stmt), outcome) && inner != nullptr) {
+    if (inner != nullptr && outcome != SQL_SUCCESS) {
         cass_diag_copy_all(&stmt->head, &inner->head);
         inner.reset();
     }
@@ -136,14 +147,9 @@ catalog_number catalog_number_text(std::int32_t value)
     return number;
 }
 
-static bool catalog_results_occupy_the_connection(const cass_conn *conn)
-{
-    return conn->conduct->catalog_results_occupy_the_connection;
-}
-
 SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies)
 {
-    if (code == SQL_SUCCESS && occupies && catalog_results_occupy_the_connection(stmt_conn(stmt)))
+    if (code == SQL_SUCCESS && occupies)
         cass_set_busy(stmt_conn(stmt), {.busy = 1, .stmt = nullptr});
     if (code != SQL_SUCCESS && stmt->internal_rs != nullptr)
         stmt->internal_rs->exhausted = 1;

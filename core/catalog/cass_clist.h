@@ -1,14 +1,18 @@
-// What the catalog functions share: their arguments, the driver's own queries over system_schema
-// and their rows, and the list of tables with their columns.
+// What the catalog functions share: the driver's own queries over the schema and their rows; and,
+// by the rules of their own that they have by default, their arguments and the list of tables with
+// their columns.
 //
-// The ODBC catalog is one constant word; the ODBC schema is the keyspace. Nothing is matched as a
-// pattern: a value is compared for equality, "%" or an empty value is no filter.
+// By these rules the ODBC catalog is one constant word; the ODBC schema is the keyspace. Nothing is
+// matched as a pattern: a value is compared for equality, "%" or an empty value is no filter.
 #ifndef CORE_CATALOG_CASS_CLIST_H
 #define CORE_CATALOG_CASS_CLIST_H
 
 #include "core/local/cass_internalrs.h"
 #include "core/wire/cass_pkt.h"
 
+// Whether the connection's catalog functions follow ODBC (core/catalog/cass_schema_rows.h), and not
+// the rules here.
+bool catalog_follows_odbc(const cass_conn *conn);
 // The catalog that every table is in; null where the conduct knows none.
 const char *catalog_name(const cass_conn *conn);
 // Room for a name with its terminator: longer names are cut.
@@ -42,9 +46,12 @@ void catalog_allow_filtering(catalog_query *query);
 void catalog_free_inner(cass_stmt *inner);
 using held_inner = held<cass_stmt, &catalog_free_inner>;
 
-// Runs a query, which it consumes, on an inner statement of the same connection. Null with the
-// inner statement's records copied to `stmt` for any outcome but SQL_SUCCESS, and with none when
-// memory ran out; *code, where given, tells the outcome.
+// Runs a query, which it consumes, on an inner statement of the same connection; *code tells the
+// outcome, and the inner statement has its records. Null when memory ran out.
+held_inner catalog_start(cass_stmt *stmt, catalog_query query, SQLRETURN *code);
+// The same by the driver's own rules, to which a warning is a failure. Null with the inner
+// statement's records copied to `stmt` for any outcome but SQL_SUCCESS, and with none when memory
+// ran out; *code, where given, tells the outcome.
 held_inner catalog_run(cass_stmt *stmt, catalog_query query, SQLRETURN *code = nullptr);
 // Steps to the next row: 1, 0 at the end, or -1 with the records of a failed page copied to `stmt`.
 int catalog_next_row(cass_stmt *stmt, cass_stmt *inner);
@@ -59,27 +66,15 @@ SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies);
 
 // ---- Tables and their columns ------------------------------------------------------------------
 
-// The part of a column in its table, as system_schema tells it.
-enum cass_column_kind : std::int32_t {
-    COLUMN_REGULAR,  // and whatever else the server may tell
-    COLUMN_PARTITION_KEY,
-    COLUMN_CLUSTERING,
-    COLUMN_STATIC,
-};
-
 struct cass_column_entry {
     char *name;
-    char *type_name;  // as the server spells it
-    cass_column_kind kind;
-    std::int32_t position;  // in the partition key or among the clustering columns, from 0; else -1
-    std::int32_t ordinal;   // position in the final list, from 0
+    char *type_name;       // as the server spells it
+    std::int32_t ordinal;  // position in the final list, from 0
     std::int32_t is_key;
     std::int32_t key_seq;  // place in a table-level key list, from 0
     std::int32_t sql_type;
-    std::int32_t size;       // digits of a numeric, fraction digits of a time; else 0
-    std::int32_t digits;     // scale
-    std::int32_t told_size;  // COLUMN_SIZE as SQLDescribeCol tells it; 0: that of the catalog's own
-    std::int32_t told_bytes;  // BUFFER_LENGTH likewise
+    std::int32_t size;    // digits of a numeric, fraction digits of a time; else 0
+    std::int32_t digits;  // scale
     cass_column_entry *next;
 };
 
@@ -87,8 +82,6 @@ struct cass_table_entry {
     char *keyspace;
     char *table;
     char *create_sql;
-    std::int32_t view;  // 1: a materialized view; 0 until the list also reads system_schema.views
-    char *comment;      // null until the list also asks for the tables' comments
     cass_column_entry *columns;
     cass_table_entry *next;
 };

@@ -6,7 +6,6 @@
 #include <iterator>
 #include <new>
 #include <string>
-#include <unordered_map>
 
 #include "core/catalog/cass_clist.h"
 #include "core/describe/cass_field.h"
@@ -40,7 +39,6 @@ void cass_free_tables(cass_table_entry *tables)
         std::free(tables->keyspace);
         std::free(tables->table);
         std::free(tables->create_sql);
-        std::free(tables->comment);
         std::free(tables);
         tables = next;
     }
@@ -99,27 +97,17 @@ static std::int32_t sized(const cass_conn *conn, const cass_column_entry *column
 
 std::int32_t cass_catalog_column_size(const cass_conn *conn, const cass_column_entry *column)
 {
-    return column->told_size != 0 ? column->told_size
-                                  : sized(conn, column, &type_size_row::column_size);
+    return sized(conn, column, &type_size_row::column_size);
 }
 
 std::int32_t cass_catalog_buffer_length(const cass_conn *conn, const cass_column_entry *column)
 {
-    return column->told_bytes != 0 ? column->told_bytes
-                                   : sized(conn, column, &type_size_row::buffer_length);
+    return sized(conn, column, &type_size_row::buffer_length);
 }
 
 // Sets sql_type, size and digits from type_name. False when memory ran out.
 static bool cass_catalog_type(const cass_conn *conn, cass_column_entry *column)
 {
-    cass_field told;
-    if (cass_field_of_type_name(conn, column->type_name, &told)) {
-        column->sql_type = told.consise_type;
-        column->digits = told.scale;
-        column->told_size = static_cast<std::int32_t>(cass_field_size(&told));
-        column->told_bytes = static_cast<std::int32_t>(told.octet_length);
-        return true;
-    }
     const held_string name(cass_string_from_cstr(column->type_name));
     if (name == nullptr)
         return false;
@@ -235,7 +223,6 @@ static void add_column(table_parse *parse)
     column->name = strdup(parse->word.c_str());
     column->type_name = strdup(parse->type_name.c_str());
     column->is_key = parse->is_key;
-    column->position = -1;
     parse->no_memory = column->name == nullptr || column->type_name == nullptr ||
                        !cass_catalog_type(parse->conn, column);
     if (parse->no_memory)
@@ -359,46 +346,9 @@ static catalog_query columns_query(const cass_table_entry *entry)
     return query;
 }
 
-// What the rows tell of columns beside the text, by name.
-struct column_place {
-    cass_column_kind kind;
-    std::int32_t position;
-};
-using column_places = std::unordered_map<std::string, column_place>;
-
-static cass_column_kind column_kind(const char *kind)
-{
-    if (std::strcmp(kind, "partition_key") == 0)
-        return COLUMN_PARTITION_KEY;
-    if (std::strcmp(kind, "clustering") == 0)
-        return COLUMN_CLUSTERING;
-    return std::strcmp(kind, "static") == 0 ? COLUMN_STATIC : COLUMN_REGULAR;
-}
-
-// The position of a row's column, straight from its cell; -1 if it is no number.
-static std::int32_t column_position(const cass_stmt *inner)
-{
-    constexpr std::int32_t column = 5;
-    if (cass_stmt_column_count(inner->ird) < column)
-        return -1;
-    const cass_data_storage &cell = inner->ird->fields[column - 1].data_storage;
-    return cell.data_type == SQL_INTEGER && !cell.isnull ? cell.value.integer : -1;
-}
-
-static void place_columns(cass_table_entry *entry, const column_places &places)
-{
-    for (cass_column_entry *column = entry->columns; column != nullptr; column = column->next) {
-        const auto place = places.find(column->name);
-        if (place == places.end())
-            continue;
-        column->kind = place->second.kind;
-        column->position = place->second.position;
-    }
-}
-
-// The rows of an inner statement as text, and what else they tell. False when a page failed.
+// The rows of an inner statement as text. False when a page failed.
 static bool write_create_sql(cass_stmt *stmt, cass_stmt *inner, const cass_table_entry *entry,
-                             std::string *sql, column_places *places)
+                             std::string *sql)
 {
     *sql = "create table ";
     if (entry->keyspace != nullptr)
@@ -415,11 +365,9 @@ static bool write_create_sql(cass_stmt *stmt, cass_stmt *inner, const cass_table
         if (!first)
             *sql += ",\n";
         *sql += std::string("\"") + name + "\" " + type;
-        const column_place place = {column_kind(kind), column_position(inner)};
         // Clustering columns get no mark: only the partition key counts as the key.
-        if (place.kind == COLUMN_PARTITION_KEY)
+        if (std::strcmp(kind, "partition_key") == 0)
             *sql += " PRIMARY KEY";
-        (*places)[name] = place;
     }
     *sql += " )";
     return row == 0;
@@ -441,16 +389,12 @@ static int extract_table(cass_stmt *stmt, cass_table_entry *entry)
     if (inner == nullptr)
         return code == SQL_ERROR ? -1 : 0;  // a table that comes with a warning has no columns
     std::string sql;
-    column_places places;
-    if (!write_create_sql(stmt, inner.get(), entry, &sql, &places))
+    if (!write_create_sql(stmt, inner.get(), entry, &sql))
         return -1;
     entry->create_sql = strdup(sql.c_str());
     if (entry->create_sql == nullptr)
         return -1;
-    if (cass_parse_create_sql(stmt_conn(stmt), entry) != 0)
-        return -1;
-    place_columns(entry, places);
-    return 0;
+    return cass_parse_create_sql(stmt_conn(stmt), entry);
 }
 
 // Reads each table's columns, key columns first, with their kinds and positions. 0, or -1 with

@@ -236,6 +236,21 @@ int cass_insert_internal_row(cass_stmt *stmt, const char *const *values)
     return 0;
 }
 
+void cass_widen_internal_columns(cass_stmt *stmt)
+{
+    const cass_internal_rs *rs = stmt->internal_rs;
+    for (std::int32_t i = 0; i < rs->columns->count; i++) {
+        cass_field *field = &stmt->ird->fields[i];
+        std::size_t longest = 0;
+        for (const cass_internal_row *row = rs->head; row != nullptr; row = row->next)
+            if (field->consise_type == SQL_VARCHAR && row->values[i] != nullptr)
+                longest = std::max(longest, std::strlen(row->values[i]));
+        if (longest > static_cast<std::size_t>(field->length))
+            describe_varchar(field,
+                             static_cast<std::int32_t>(std::min<std::size_t>(longest, INT32_MAX)));
+    }
+}
+
 // ---- Fetching ----------------------------------------------------------------------------------
 
 // The column's cell, from the row's text or null. 0, or -1 when memory ran out.

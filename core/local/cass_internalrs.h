@@ -46,6 +46,9 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
 // Adds a row at its sorted place, behind rows of equal keys. One NUL-terminated text for each
 // column, copied; null for SQL NULL. 0, or -1 with HY001 or HY000 (no result) posted.
 int cass_insert_internal_row(cass_stmt *stmt, const char *const *values);
+// Describes each text column whose texts are longer than its size as wide as the longest of them:
+// applications make their buffers by it.
+void cass_widen_internal_columns(cass_stmt *stmt);
 // The next row into the IRD. SQL_SUCCESS, or SQL_NO_DATA at the end. SQL_ERROR with HY001 and
 // `row_lost` set when memory ran out: the row is the next one still, and the cells behind the
 // failure are those of the row before. Only SQL_FETCH_NEXT is served.

@@ -221,36 +221,10 @@ struct cass_conduct {
 
     // Catalog and information.
 
-    // SQLTables filters by keyspace with its catalog argument, "%" included.
-    bool the_catalog_argument_is_the_keyspace;
-    // TABLE_TYPE of a view is VIEWS.
-    bool views_are_told_as_views;
-    // Blanks in a list of table types belong to the types.
-    bool table_types_are_not_trimmed;
-    // ORDINAL_POSITION of the first column is 0.
-    bool ordinals_count_from_zero;
-    // SQL_DATETIME_SUB of SQLColumns is the concise type.
-    bool a_datetime_subcode_is_the_type;
-    // CHAR_OCTET_LENGTH of SQLColumns is told for all types.
-    bool all_types_tell_octet_lengths;
-    // NUM_PREC_RADIX of SQLColumns is null for integers.
-    bool integers_have_no_radix;
-    // DECIMAL_DIGITS of SQLColumns is null for integers, times and timestamps.
-    bool only_decimals_have_digits;
-    // KEY_SEQ is 1 for every column of a partition key.
-    bool the_key_is_not_counted;
-    // SQLPrimaryKeys lists the columns of the partition key alone.
-    bool clustering_columns_are_no_key;
-    // SQLPrimaryKeys reads as much of the schema as the length of the catalog says.
-    bool the_schema_is_measured_by_the_catalog;
-    // SCOPE of SQLSpecialColumns is the SQL type of the column.
-    bool the_scope_is_the_type;
-    // SQLStatistics filters by an empty schema and by "%" as by any other.
-    bool any_schema_filters_statistics;
-    // A server's warning fails the catalog function that met it.
-    bool a_warning_fails_the_catalog;
-    // Other statements are refused until a catalog result was read.
-    bool catalog_results_occupy_the_connection;
+    // The catalog functions have rules of their own: arguments are conditions of the driver's
+    // queries, which the server compares, rows and columns have an order and names of their own,
+    // and other statements wait until they were read. 0: those of ODBC, names are compared here.
+    bool the_catalog_has_its_own_rules;
     // SQLGetFunctions claims ten functions that the library does not export. 0: what it exports.
     bool functions_not_exported_are_claimed;
     // SQLGetInfo claims what its first applications wanted to hear, joins and functions among it,

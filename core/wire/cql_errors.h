@@ -5,6 +5,8 @@
 #include "core/diag/cass_err.h"
 
 constexpr std::int32_t CQL_BAD_CREDENTIALS = 0x0100;
+constexpr std::int32_t CQL_UNAUTHORIZED = 0x2100;
+constexpr std::int32_t CQL_INVALID = 0x2200;
 constexpr std::int32_t CQL_UNPREPARED = 0x2500;
 
 // The SQLSTATE of an error, by its code and, where one code serves many, by words of its text.

@@ -221,7 +221,14 @@ static node_frame answer_to(const bytes &body)
         be32(2) + wire_bytes("target") + wire_bytes("v") + wire_bytes("x") + wire_bytes("y");
     node_columns index(5, {"c", type_of(NODE_VARCHAR)});
     index.back().type = type_map(type_of(NODE_VARCHAR), type_of(NODE_VARCHAR));
+    node_columns parts(6, {"c", type_of(NODE_VARCHAR)});
+    parts.back().type = type_of(NODE_INT);
     const std::pair<const char *, node_frame> answers[] = {
+        {"system_virtual", error_frame(0x2200, "no such keyspace")},
+        {"type, kind", rows_frame(parts, {{"ks", "t", "v", "map<text, int>", "regular", be32(0)},
+                                          {"ks", "t", "id", "int", "partition_key", be32(0)}})},
+        {"index_name, options",
+         rows_frame({index.end() - 4, index.end()}, {{"ks", "t", "by_v", options}})},
         {"system_schema.tables", text_rows({{"ks", second ? "u" : "t"}}, more)},
         {"system_schema.views", text_rows({{"ks", "view"}})},
         {"system_schema.keyspaces", text_rows({{"ks"}, {"system"}})},
@@ -663,7 +670,10 @@ INSTANTIATE_TEST_SUITE_P(
         road{"typed", typed, there + "Standard=Yes"},
         road{"typed_numbers", typed, there + "Standard=Yes", false, false, 0, 0, 1, true},
         road{"tables", tables, there}, road{"columns", columns, there}, road{"keys", keys, there},
-        road{"local", local, there}, road{"telling", telling, there},
+        road{"odbc_tables", tables, there + "Standard=Yes"},
+        road{"odbc_columns", columns, there + "Standard=Yes"},
+        road{"odbc_keys", keys, there + "Standard=Yes"}, road{"local", local, there},
+        road{"telling", telling, there},
         // A record's own allocations are many, and a handshake takes long.
         road{"logged", session_by(by_string), "LogFile={folder}/log;Logging=yes;" + there, false,
              false, 7, 31},

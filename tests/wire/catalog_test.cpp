@@ -316,3 +316,158 @@ TEST(catalog, unread_rows_occupy_the_connection)
     EXPECT_FALSE(is_busy());
     SQLFreeHandle(SQL_HANDLE_STMT, other);
 }
+
+// ---- By the rules of ODBC ------------------------------------------------------------------------
+
+// What the server has, whatever a query's conditions are.
+static std::vector<node_frame> schema_answer(std::string_view sql, bool has_virtual)
+{
+    const auto of = [&](std::string_view table) {
+        return sql.find(" FROM " + std::string(table)) != std::string_view::npos;
+    };
+    const auto column = [](const bytes &table, const bytes &name, const bytes &type,
+                           const bytes &kind, int position) {
+        return node_row{"ks1", table, name, type, kind, be32(static_cast<unsigned>(position))};
+    };
+    const bytes text = type_of(NODE_VARCHAR), options = type_map(text, text);
+    node_columns tables(3, {"c", text}), columns(5, {"c", text}), indexes(3, {"c", text});
+    tables.push_back({"flags", be16(NODE_SET) + text});
+    columns.push_back({"position", type_of(NODE_INT)});
+    indexes.push_back({"options", options});
+    const bytes compound = be32(1) + wire_bytes("compound"), long_name(200, 'n');
+    if (of("system_virtual_schema.") && !has_virtual)
+        return {error_frame(0x2200, "keyspace system_virtual_schema does not exist")};
+    if (of("system_virtual_schema.tables"))
+        return {text_rows({{"system_views", "s_t", "told"}})};
+    if (of("system_virtual_schema.keyspaces"))
+        return {text_rows({{"system_views"}})};
+    if (of("system_schema.keyspaces"))
+        return {text_rows({{"ks1"}, {"ks2"}, {"Ks"}})};
+    if (of("system_schema.tables"))
+        return {rows_frame(tables, {{"system", "t", "", compound},
+                                    {"ks2", "t", "", compound},
+                                    {"ks1", "t_x", long_name, compound},
+                                    {"ks1", "old", "", std::nullopt}})};
+    if (of("system_schema.views"))
+        return {text_rows({{"ks1", "t", "seen"}})};
+    if (of("system_schema.columns"))
+        return {rows_frame(columns, {column("t_x", "b", "text", "regular", -1),
+                                     column("t_x", "Z", "int", "regular", -1),
+                                     column("t_x", "s", "set<text>", "static", -1),
+                                     column("t_x", "c", "timestamp", "clustering", 0),
+                                     column("t_x", "k2", "decimal", "partition_key", 1),
+                                     column("t_x", "k1", "int", "partition_key", 0),
+                                     column("old", "column1", "text", "clustering", 0),
+                                     column("old", "value", "blob", "regular", -1),
+                                     column("old", "d", "date", "static", -1),
+                                     column("old", "k", "uuid", "partition_key", 0),
+                                     column("nobody", "x", "int", "regular", -1)})};
+    if (of("system_schema.indexes"))
+        return {rows_frame(
+            indexes, {{"ks1", "t_x", "i2",
+                       options_of({{"class_name", "x"}, {"target", "values(\"a, \"\"(b\")"}})},
+                      {"ks1", "t_x", "i1", options_of({{"target", "\"B\",c"}})},
+                      {"ks1", "t_x", "i3", be32(0x7FFFFFFF) + be32(0xFFFFFFFF)},
+                      {"ks1", "old", "i0", std::nullopt}})};
+    return {};
+}
+
+TEST(catalog, by_the_rules_of_odbc_names_are_compared_here)
+{
+    const std::string tables =
+        "SELECT keyspace_name, table_name, comment, flags FROM system_schema.tables";
+    const std::string views = "SELECT keyspace_name, view_name, comment FROM system_schema.views";
+    const std::string virtuals =
+        "SELECT keyspace_name, table_name, comment FROM system_virtual_schema.tables";
+    const std::string columns = "SELECT keyspace_name, table_name, column_name, type, kind, "
+                                "position FROM system_schema.columns";
+    const std::string indexes =
+        "SELECT keyspace_name, table_name, index_name, options FROM system_schema.indexes";
+    const std::string in_ks1 = " WHERE keyspace_name='ks1'", t_x = " AND table_name='t_x'";
+    const std::string long_name(200, 'n'), null_row = "NULL|NULL|NULL";
+    const std::string of_t_x = "NULL|ks1|t_x|", index = of_t_x + "1|NULL|";
+    const row_list any = {"-"}, everything = {tables, views, virtuals};
+    const row_list keys = {of_t_x + "k1|1|NULL", of_t_x + "k2|2|NULL", of_t_x + "c|3|NULL"};
+    struct {
+        const char *function;
+        std::vector<argument> arguments;
+        row_list rows;
+        row_list queries;  // any: of no interest
+        bool identifiers = false;
+        const char *current = nullptr;
+        bool has_virtual = true;
+    } const cases[] = {
+        // clang-format off
+        {"tables", {}, {"NULL|system|t|SYSTEM TABLE|", "NULL|system_views|s_t|SYSTEM TABLE|told",
+                        "NULL|ks1|old|TABLE|", "NULL|ks1|t_x|TABLE|" + long_name, "NULL|ks2|t|TABLE|",
+                        "NULL|ks1|t|VIEW|seen"}, everything},
+        {"tables", {{}, {}, {}, {" view , 'SYSTEM TABLE',X"}},
+         {"NULL|system|t|SYSTEM TABLE|", "NULL|ks1|t|VIEW|seen"}, everything, false, "ks1", false},
+        {"tables", {{}, {"ks_"}, {"t%x"}, {"TABLE"}}, {"NULL|ks1|t_x|TABLE|" + long_name}, {tables}},
+        {"tables", {{}, {"ks1"}, {"t\\_x"}, {"TABLE"}}, {"NULL|ks1|t_x|TABLE|" + long_name},
+         {tables + in_ks1 + t_x}},
+        {"tables", {{}, {"KS1"}, {}, {"VIEW"}}, {}, {views + " WHERE keyspace_name='KS1'"}},
+        {"tables", {{}, {" \"ks1\" "}, {"T_X  "}, {"TABLE"}}, {"NULL|ks1|t_x|TABLE|" + long_name},
+         {tables + in_ks1 + t_x}, true},
+        // A catalog, no name, and what cannot be one.
+        {"tables", {{"c"}, {"ks1"}, {}, {}}, {}, {}},
+        {"tables", {{"%"}, {""}, {"old"}, {}}, {"NULL|ks1|old|TABLE|"}, any},
+        {"tables", {{}, {}, {""}, {}}, {}, {}},
+        {"columns", {{}, {"k's"}, {}, {}}, {}, {}},
+        {"keys", {{}, {"%"}, {"t_x"}}, {}, {}},
+        // The enumerations, with null pointers as the Driver Manager hands them on.
+        {"tables", {none, none, none, {"%"}},
+         {null_row + "|SYSTEM TABLE|NULL", null_row + "|TABLE|NULL", null_row + "|VIEW|NULL"}, {}},
+        {"tables", {{"%"}, none, {""}, none}, {}, {}, true},
+        {"tables", {none, {"%"}, none, none},
+         {"NULL|Ks|" + null_row, "NULL|ks1|" + null_row, "NULL|ks2|" + null_row, "NULL|system_views|" + null_row}, any},
+        // In the order of SELECT *, with what each type is described as.
+        {"columns", {{}, {"ks1"}, {"t\\_x"}, {}},
+         {of_t_x + "k1|4|int|10|4|0|10|0|NULL|NULL|4|NULL|NULL|1|NO",
+          of_t_x + "k2|2|decimal|38|40|15|10|0|NULL|NULL|2|NULL|NULL|2|NO",
+          of_t_x + "c|93|timestamp|23|16|3|NULL|0|NULL|NULL|9|3|NULL|3|NO",
+          of_t_x + "s|-9|set<text>|4000|8000|NULL|NULL|1|NULL|NULL|-9|NULL|8000|4|YES",
+          of_t_x + "Z|4|int|10|4|0|10|1|NULL|NULL|4|NULL|NULL|5|YES",
+          of_t_x + "b|-9|text|4000|8000|NULL|NULL|1|NULL|NULL|-9|NULL|8000|6|YES"},
+         {tables + in_ks1 + t_x, views + in_ks1 + " AND view_name='t_x'", columns + in_ks1 + t_x}},
+        {"columns", {{}, {}, {"old"}, {"_"}},
+         {"NULL|ks1|old|k|-11|uuid|36|16|NULL|NULL|0|NULL|NULL|-11|NULL|NULL|1|NO",
+          "NULL|ks1|old|d|91|date|10|6|NULL|NULL|1|NULL|NULL|9|1|NULL|2|YES"},
+         {tables, views, virtuals, columns + in_ks1 + " AND table_name='old'"}},
+        {"keys", {{}, none, {"t_x"}}, keys, any},
+        {"rowid", {{}, none, {"t_x"}}, {"2|k1|4|int|10|4|0|1", "2|k2|2|decimal|38|40|15|1", "2|c|93|timestamp|23|16|3|1"}, any},
+        {"rowid", {{}, none, {"t"}}, {},
+         {tables, views, virtuals, columns + " WHERE keyspace_name='ks2' AND table_name='t'"}, false, "ks2"},
+        {"rowver", {{}, none, {"t_x"}}, {}, {}},
+        {"indexes", {{}, {"ks1"}, {"t_x"}},
+         {of_t_x + "NULL|NULL|NULL|0" + nulls(6), index + "i1|3|1|B" + nulls(4), index + "i1|3|2|c" + nulls(4),
+          index + "i2|3|1|a, \"(b" + nulls(4), index + "i3|3|1|" + nulls(4)},
+         {tables + in_ks1 + t_x, views + in_ks1 + " AND view_name='t_x'", indexes + in_ks1 + t_x}},
+        {"indexes", {{}, {}, {"nosuch"}}, {}, everything},
+        // What must be given.
+        {"keys", {}, {"HY009 Invalid use of null pointer"}, {}},
+        {"columns", {none, none, {"t"}, {"c"}}, {"HY009 Invalid use of null pointer"}, {}, true},
+        // clang-format on
+    };
+    for (const auto &c : cases)
+        for (const bool wide : {false, true}) {
+            SCOPED_TRACE(std::to_string(&c - cases) + " " + c.function + (wide ? "W" : ""));
+            const wire_ptr wire = wire_logged_on({}, "PageSize=100;Standard=Yes");
+            if (c.current != nullptr)
+                run_query(wire, "use ks", set_keyspace_frame(c.current));
+            row_list queries;
+            node_answer_rest(wire->node.get(), [&](const node_request &request) {
+                queries.push_back(
+                    request.body.substr(4, request.body.size() - 4 - page_tail().size()));
+                return schema_answer(queries.back(), c.has_virtual);
+            });
+            if (c.identifiers)
+                SQLSetStmtAttr(wire->stmt, SQL_ATTR_METADATA_ID, odbc_number(SQL_TRUE), 0);
+            const bool good = SQL_SUCCEEDED(call(c.function, wire->stmt, c.arguments, wide));
+            EXPECT_EQ(good ? fetch_all(wire->stmt) : stmt_records(wire->stmt), c.rows);
+            EXPECT_EQ(node_finish(wire->node.get()), "");
+            if (c.queries != any) {
+                EXPECT_EQ(queries, c.queries);
+            }
+        }
+}
