@@ -156,11 +156,11 @@ struct told_type {
 };
 
 static constexpr told_type told_types[] = {
-    {"uuid", 0},
-    {"timeuuid", 0},
     {"text", SQL_WLONGVARCHAR},
     {"text", SQL_WVARCHAR},
     {"varchar", SQL_WVARCHAR},
+    {"uuid", 0},
+    {"timeuuid", 0},
     {"boolean", 0},
     {"tinyint", 0},
     {"bigint", 0},
@@ -192,6 +192,14 @@ static bool is_text(std::int32_t sql_type)
     return std::ranges::find(texts, sql_type) != std::end(texts);
 }
 
+// The size of bytes, where a setting describes columns of them as digits.
+static std::int32_t told_size(const cass_conn *conn, const cass_field &told, std::int32_t sql_type)
+{
+    const bool binary = sql_type == SQL_VARBINARY || sql_type == SQL_LONGVARBINARY;
+    return binary ? shared_get(&conn->settings.binary_len)
+                  : static_cast<std::int32_t>(cass_field_size(&told));
+}
+
 static int insert_told(cass_stmt *stmt, const char *name, const cass_field &told,
                        std::int32_t sql_type)
 {
@@ -199,8 +207,7 @@ static int insert_told(cass_stmt *stmt, const char *name, const cass_field &told
     const bool decimal = sql_type == SQL_NUMERIC || sql_type == SQL_DECIMAL;
     const bool datetime = told.type == SQL_DATETIME;
     const catalog_number type = catalog_number_text(sql_type);
-    const catalog_number size =
-        catalog_number_text(static_cast<std::int32_t>(cass_field_size(&told)));
+    const catalog_number size = catalog_number_text(told_size(stmt_conn(stmt), told, sql_type));
     const catalog_number searchable =
         catalog_number_text(is_text(sql_type) ? SQL_SEARCHABLE : SQL_PRED_BASIC);
     const catalog_number scale = catalog_number_text(told.scale);
@@ -233,6 +240,13 @@ static int insert_told(cass_stmt *stmt, const char *name, const cass_field &told
     return cass_insert_internal_row(stmt, cells);
 }
 
+// A date or time by its number in ODBC 3; either number is asked for on either level.
+static std::int32_t odbc3_type(std::int32_t sql_type)
+{
+    const bool old = sql_type >= SQL_DATE && sql_type <= SQL_TIMESTAMP;
+    return old ? sql_type - SQL_DATE + SQL_TYPE_DATE : sql_type;
+}
+
 // 1: rows, 0: columns are not described exactly, -1: no memory.
 static int insert_told_types(cass_stmt *stmt, SQLSMALLINT data_type)
 {
@@ -241,7 +255,7 @@ static int insert_told_types(cass_stmt *stmt, SQLSMALLINT data_type)
         if (!cass_field_of_type_name(stmt_conn(stmt), row.name, &told))
             return 0;
         const std::int32_t sql_type = row.data_type != 0 ? row.data_type : told.consise_type;
-        if ((data_type == SQL_ALL_TYPES || data_type == sql_type) &&
+        if ((data_type == SQL_ALL_TYPES || odbc3_type(data_type) == odbc3_type(sql_type)) &&
             insert_told(stmt, row.name, told, sql_type) != 0)
             return -1;
     }

@@ -145,6 +145,7 @@ TEST(descriptions, type_information)
                  {SQL_VARCHAR, {"varchar|12|255", "text|12|4000"}},
                  {SQL_TYPE_TIME, {"", "time|92|18"}},
                  {SQL_TYPE_TIMESTAMP, {"timestamp|93|26", "timestamp|93|23"}},
+                 {SQL_TIMESTAMP, {"timestamp|93|26", "timestamp|93|23"}},
                  {SQL_NUMERIC, {"decimal|3|38", "decimal|2|38"}},
                  {SQL_INTEGER, {"int|4|10", "int|4|10"}}};
     for (const bool standard : {false, true}) {
