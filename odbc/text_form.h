@@ -5,7 +5,7 @@
 #include "core/diag/cass_text_out.h"
 
 enum text_form {
-    TEXT_ANSI,        // UTF-8 out; the room counts bytes, the length code units
+    TEXT_ANSI,        // UTF-8 out; the room counts bytes, the length code units (cass_text_out.h)
     TEXT_WIDE_UNITS,  // room and length count code units
     TEXT_WIDE_BYTES,  // room and length count bytes
 };
@@ -18,6 +18,8 @@ inline bool is_wide(text_form form)
 // The full length of a text as its form counts it; null is empty.
 inline std::int64_t text_form_length(const cass_string *text, text_form form)
 {
+    if (form == TEXT_ANSI)
+        return cass_ansi_text_length(text);
     return form == TEXT_WIDE_BYTES ? cass_string_octets(text) : cass_string_length(text);
 }
 

@@ -307,6 +307,53 @@ int cass_string_compare(const cass_string *left, const cass_string *right)
     return compare_ends(i == left_length, i == right_length);
 }
 
+// Length of a sequence by its first byte; 0 for a continuation byte.
+static int sequence_length(unsigned first)
+{
+    return first < 0x80 ? 1 : first < 0xC0 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+}
+
+// The character that begins at a unit of bytes, and the units that it takes; 0 where there is none
+// in UTF-8.
+static std::int32_t character_at(const cass_string *bytes, std::int32_t at, std::uint32_t *point)
+{
+    static constexpr std::uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
+    const std::uint32_t first = bytes->text[at];
+    const std::int32_t size = sequence_length(first);
+    if (size == 0 || first > 0xF4 || size > bytes->length - at)
+        return 0;
+    *point = size == 1 ? first : first & (0x7Fu >> size);
+    for (std::int32_t i = 1; i < size; i++) {
+        if ((bytes->text[at + i] & 0xC0) != 0x80)
+            return 0;
+        *point = *point << 6 | (bytes->text[at + i] & 0x3Fu);
+    }
+    const bool surrogate = *point >= 0xD800 && *point < 0xE000;
+    return *point < least[size] || *point > 0x10FFFF || surrogate ? 0 : size;
+}
+
+cass_string *cass_string_decoded(const cass_string *string)
+{
+    held_string decoded(cass_string_copy(string));
+    if (decoded == nullptr)
+        return nullptr;
+    std::int32_t units = 0;
+    std::uint32_t point;
+    for (std::int32_t at = 0, size; at < string->length; at += size) {
+        size = character_at(string, at, &point);
+        if (size == 0)
+            return cass_string_copy(string);
+        if (size == 4)
+            decoded->text[units++] = static_cast<SQLWCHAR>(0xD7C0 + (point >> 10));
+        decoded->text[units++] =
+            static_cast<SQLWCHAR>(size == 4 ? 0xDC00 | (point & 0x3FF) : point);
+    }
+    if (units < string->length)
+        decoded->form = TEXT_DECODED;
+    decoded->length = units;
+    return decoded.release();
+}
+
 // ---- Leaving the form --------------------------------------------------------------------------
 
 char *cass_string_to_ascii(const cass_string *string)
@@ -349,6 +396,16 @@ int cass_utf8_put_pair(SQLWCHAR high, SQLWCHAR low, unsigned char *out)
     return 4;
 }
 
+int cass_utf8_put_character(const cass_string *string, std::int32_t *index, unsigned char *out)
+{
+    const SQLWCHAR unit = string->text[*index];
+    const SQLWCHAR next = *index + 1 < string->length ? string->text[*index + 1] : 0;
+    if (!cass_is_high_surrogate(unit) || !cass_is_low_surrogate(next))
+        return cass_utf8_put(unit, out);
+    ++*index;
+    return cass_utf8_put_pair(unit, next, out);
+}
+
 int cass_utf8_size(const unsigned char *bytes, std::int64_t available)
 {
     const int size = bytes[0] < 0xC0 ? 1 : bytes[0] < 0xE0 ? 2 : bytes[0] < 0xF0 ? 3 : 4;
@@ -370,13 +427,8 @@ char *cass_string_to_bytes(const cass_string *string, std::int32_t *count)
     if (bytes == nullptr)
         return nullptr;
     unsigned char *end = bytes;
-    for (std::int32_t i = 0; i < length; i++) {
-        const SQLWCHAR next = i + 1 < length ? string->text[i + 1] : 0;
-        if (cass_is_high_surrogate(string->text[i]) && cass_is_low_surrogate(next))
-            end += cass_utf8_put_pair(string->text[i++], next, end);
-        else
-            end += cass_utf8_put(string->text[i], end);
-    }
+    for (std::int32_t i = 0; i < length; i++)
+        end += cass_utf8_put_character(string, &i, end);
     *end = 0;
     *count = static_cast<std::int32_t>(end - bytes);
     return reinterpret_cast<char *>(bytes);
@@ -398,12 +450,6 @@ int cass_utf8_put(SQLWCHAR unit, unsigned char *out)
     out[1] = static_cast<unsigned char>(0x80 | (unit >> 6 & 0x3F));
     out[2] = last;
     return 3;
-}
-
-// Length of a sequence by its first byte; 0 for a continuation byte.
-static int sequence_length(unsigned first)
-{
-    return first < 0x80 ? 1 : first < 0xC0 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
 }
 
 int cass_utf8_get(const unsigned char *bytes, std::int64_t available, SQLWCHAR *unit)

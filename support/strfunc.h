@@ -18,7 +18,8 @@
 enum cass_text_form : std::int32_t {
     TEXT_BYTES =
         0,  // a byte each, of an encoding that nobody has looked at: ANSI calls, the server
-    TEXT_UTF16 = 1,  // UTF-16: wide calls
+    TEXT_UTF16 = 1,    // UTF-16: wide calls
+    TEXT_DECODED = 2,  // UTF-16 of what came as UTF-8: ANSI calls get those bytes, and their count
 };
 
 // A null cass_string pointer means "not set"; a record of length 0 is an empty text.
@@ -67,6 +68,9 @@ cass_string *cass_string_from_argument(const text_argument &argument);
 // decode not 0: UTF-8, count in bytes, one unit for each sequence (cass_utf8_get); 0: wide text,
 // count in units. A null pointer gives null.
 cass_string *cass_string_from_utf8(const void *text, std::int64_t count, int decode);
+// The characters of TEXT_BYTES in UTF-8, as TEXT_DECODED; a copy where the bytes are ASCII or no
+// UTF-8. Null gives null.
+cass_string *cass_string_decoded(const cass_string *string);
 // Deep copy. Null gives null.
 cass_string *cass_string_copy(const cass_string *string);
 // Units from `start` (clamped to the length) on; a count of -1 or past the end takes the rest.
@@ -127,6 +131,8 @@ inline bool cass_is_low_surrogate(SQLWCHAR unit)
 }
 // The four bytes of UTF-8 for a surrogate pair. 4.
 int cass_utf8_put_pair(SQLWCHAR high, SQLWCHAR low, unsigned char *out);
+// Bytes written for the character at the index, 1 to 4, which is then that of its last unit.
+int cass_utf8_put_character(const cass_string *string, std::int32_t *index, unsigned char *out);
 // Bytes of the UTF-8 character at the start of `available` (at least 1) bytes, by its first byte:
 // 1 to 4, never more than available.
 int cass_utf8_size(const unsigned char *bytes, std::int64_t available);

@@ -258,6 +258,15 @@ static bool is_case_sensitive(std::int32_t option_id)
     return option_id == CQL_ASCII || option_id == CQL_VARCHAR || has_types_below(option_id);
 }
 
+// A column's name; exactly in the characters that it has. False when memory ran out.
+static bool copy_name(const cass_conn *conn, cass_field *field, const cass_string *name)
+{
+    if (descriptions_are_approximate(conn))
+        return copy_text(&field->column_name, name);
+    field->column_name = cass_string_decoded(name);
+    return name == nullptr || field->column_name != nullptr;
+}
+
 // What the exact descriptions say beside their rows. False when memory ran out.
 static bool fill_exactly(cass_field *field, const cass_type_option *told)
 {
@@ -265,7 +274,8 @@ static bool fill_exactly(cass_field *field, const cass_type_option *told)
     field->case_sensitive = is_case_sensitive(told->option_id);
     if (!has_types_below(told->option_id))
         return true;
-    field->full_type_name = cass_full_type_name(told);
+    const held_string name(cass_full_type_name(told));
+    field->full_type_name = cass_string_decoded(name.get());
     return field->full_type_name != nullptr;
 }
 
@@ -287,8 +297,7 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
     const cass_type_option *told = literals ? cql_type_meant(option) : option;
     field->decode = cass_cell_decoder_for(conn, told->option_id);
     if (!share_text(&field->keyspace_name, keyspace, desc->shared_keyspace) ||
-        !share_text(&field->table_name, table, desc->shared_table) ||
-        !copy_text(&field->column_name, name))
+        !share_text(&field->table_name, table, desc->shared_table) || !copy_name(conn, field, name))
         return -1;
 
     column_row row;

@@ -5,16 +5,20 @@
 #include <cstring>
 
 // Encodes while the bytes still fit in front of the terminator. Text that is not plain ASCII is
-// longer in bytes than in units; what does not fit in bytes is cut too, in mid-sequence if need be.
+// longer in bytes than in units; what does not fit in bytes is cut too, in mid-sequence if need be,
+// but for a decoded text, which is cut between its characters.
 static std::int64_t encode_bounded(const cass_string *text, unsigned char *out, std::int64_t room,
                                    bool *whole)
 {
     std::int64_t used = 0;
     const std::int32_t units = cass_string_length(text);
     for (std::int32_t i = 0; i < units; i++) {
-        unsigned char sequence[3];
-        const std::int64_t bytes = cass_utf8_put(text->text[i], sequence);
-        const std::int64_t taken = bytes < room - used ? bytes : room - used;
+        unsigned char sequence[4];
+        const bool decoded = text->form == TEXT_DECODED;
+        const std::int64_t bytes = decoded ? cass_utf8_put_character(text, &i, sequence)
+                                           : cass_utf8_put(text->text[i], sequence);
+        const std::int64_t left = decoded ? 0 : room - used;
+        const std::int64_t taken = bytes <= room - used ? bytes : left;
         std::memcpy(out + used, sequence, static_cast<std::size_t>(taken));
         used += taken;
         if (taken < bytes) {
@@ -24,6 +28,18 @@ static std::int64_t encode_bounded(const cass_string *text, unsigned char *out, 
     }
     *whole = true;
     return used;
+}
+
+std::int64_t cass_ansi_text_length(const cass_string *text)
+{
+    const std::int32_t units = cass_string_length(text);
+    if (units == 0 || text->form != TEXT_DECODED)
+        return units;
+    std::int64_t bytes = 0;
+    unsigned char sequence[4];
+    for (std::int32_t i = 0; i < units; i++)
+        bytes += cass_utf8_put_character(text, &i, sequence);
+    return bytes;
 }
 
 bool cass_ansi_text_out(const cass_string *text, void *buffer, std::int64_t size)

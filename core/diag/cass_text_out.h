@@ -12,6 +12,8 @@
 // size below 1 writes nothing. True when cut; an empty or null text is never cut. A null buffer is
 // not written and not cut.
 bool cass_ansi_text_out(const cass_string *text, void *buffer, std::int64_t size);
+// Its length as the call tells it: in code units, of a decoded text in bytes.
+std::int64_t cass_ansi_text_length(const cass_string *text);
 // Wide result: the same in code units, `size` in units.
 bool cass_wide_text_out(const cass_string *text, SQLWCHAR *buffer, std::int64_t size);
 

@@ -91,6 +91,30 @@ TEST(descriptions, columns_by_their_types_and_by_settings)
     }
 }
 
+// What is no UTF-8 stands as it came.
+TEST(descriptions, names_of_any_characters)
+{
+    const std::string name = "gr\xC3\xB6\xF0\x9F\x98\x80 e";
+    const wire_ptr wire = wire_logged_on({}, "Standard=Yes;PageSize=100");
+    run_query(wire, "q",
+              rows_frame({{name, type_of(NODE_INT)}, {"a\xC0\x80", type_of(NODE_INT)}}, {}));
+    SQLSMALLINT length = 0;
+    for (const std::size_t room : {20, 6}) {
+        char text[20] = "";
+        SQLDescribeCol(wire->stmt, 1, reinterpret_cast<SQLCHAR *>(text),
+                       static_cast<SQLSMALLINT>(room), &length, nullptr, nullptr, nullptr, nullptr);
+        EXPECT_EQ(text, room == 20 ? name : name.substr(0, 4));
+        EXPECT_EQ(length, 10);
+    }
+    std::u16string wide(7, u'?');
+    for (const auto &[column, wanted] :
+         {std::pair(1, u"gr\u00F6\U0001F600 e"), std::pair(2, u"a\u00C0\u0080")}) {
+        SQLDescribeColW(wire->stmt, static_cast<SQLUSMALLINT>(column), odbc_wide(wide), 8, &length,
+                        nullptr, nullptr, nullptr, nullptr);
+        EXPECT_EQ(wide.substr(0, static_cast<std::size_t>(length)), wanted);
+    }
+}
+
 // As text with both conducts: a time without a date, digits.
 TEST(descriptions, plain_types_are_read_as_they_are_told)
 {
