@@ -151,3 +151,151 @@ TEST_F(live_catalog, keys_and_indexes)
                         "CASSANDRA|live_keys|keyed|1|keyed_sai|3|3|tx",
                         "CASSANDRA|live_keys|keyed|1|keyed_select|3|1|\"select\""}));
 }
+
+// ---- By the rules of ODBC ------------------------------------------------------------------------
+
+struct live_odbc_catalog : live_catalog {
+    void make_more()
+    {
+        make_tables("live_odbc");
+        const std::string hundred(100, 'c'), umlauts = hundred + "\xC3\xBC";
+        run(stmt, "ALTER TABLE every WITH comment = 'It''s \"every\" type'");
+        run(stmt, "CREATE TABLE " + std::string(48, 't') + " (" + hundred + " int PRIMARY KEY, \"" +
+                      umlauts + "\" text)");
+        run(stmt,
+            "CREATE TABLE \"Quotes\" (\"Pk\" int, \"C\" int, \"q\"\"'%_\" text, m map<text, int>, "
+            "\"F\" frozen<list<int>>, u addr, PRIMARY KEY (\"Pk\", \"C\"))");
+        run(stmt, "CREATE INDEX quotes_m ON \"Quotes\" (values(m))");
+        run(stmt, "CREATE INDEX quotes_f ON \"Quotes\" (full(\"F\"))");
+        // What a node may refuse.
+        exec(stmt, "CREATE CUSTOM INDEX keyed_sasi ON keyed (\"select\") USING "
+                   "'org.apache.cassandra.index.sasi.SASIIndex'");
+        exec(stmt, "CREATE MATERIALIZED VIEW \"View\" AS SELECT * FROM \"Quotes\" WHERE \"Pk\" IS "
+                   "NOT NULL "
+                   "AND \"C\" IS NOT NULL PRIMARY KEY (\"C\", \"Pk\")");
+    }
+
+    row_list told(const std::string &sql) { return query(conn, sql); }
+
+    SQLLEN number(SQLHSTMT described, SQLUSMALLINT column, SQLUSMALLINT attribute)
+    {
+        SQLLEN value = 0;
+        SQLColAttribute(described, column, attribute, nullptr, 0, nullptr, &value);
+        return value;
+    }
+
+    // The columns of SELECT * as they are described: name, type, size, bytes, digits, radix,
+    // verbose type, subcode, octets of text, position; 0 for what SQLColumns tells nothing of.
+    row_list described(const std::string &table)
+    {
+        const SQLHSTMT select = new_stmt(live.get());
+        EXPECT_STMT(SQL_SUCCESS, select, exec(select, "SELECT * FROM \"" + table + "\" LIMIT 1"));
+        row_list rows;
+        for (SQLUSMALLINT i = 1; i <= column_count(select); i++) {
+            SQLWCHAR name[300] = {};
+            SQLSMALLINT type = 0, digits = 0;
+            SQLULEN size = 0;
+            SQLDescribeColW(select, i, name, 300, nullptr, &type, &size, &digits, nullptr);
+            const SQLLEN octets = number(select, i, SQL_DESC_OCTET_LENGTH);
+            const bool datetime = number(select, i, SQL_DESC_TYPE) == SQL_DATETIME;
+            const bool sized = type == SQL_VARCHAR || type == SQL_WVARCHAR || type == SQL_VARBINARY;
+            std::string row;
+            for (const SQLWCHAR *unit = name; *unit != 0; unit++)  // none needs three bytes
+                row += *unit < 0x80 ? std::string(1, static_cast<char>(*unit))
+                                    : std::string{static_cast<char>(0xC0 | *unit >> 6),
+                                                  static_cast<char>(0x80 | (*unit & 0x3F))};
+            for (const SQLLEN value :
+                 {SQLLEN{type}, SQLLEN(size), octets, SQLLEN{digits},
+                  number(select, i, SQL_DESC_NUM_PREC_RADIX), number(select, i, SQL_DESC_TYPE),
+                  datetime ? SQLLEN{type - SQL_TYPE_DATE + SQL_CODE_DATE} : 0, sized ? octets : 0,
+                  SQLLEN{i}})
+                row += "|" + std::to_string(value);
+            rows.push_back(row);
+        }
+        SQLFreeHandle(SQL_HANDLE_STMT, select);
+        return rows;
+    }
+
+    static row_list nulls_as_zero(row_list rows)
+    {
+        for (std::string &row : rows)
+            row = replaced(row, "NULL", "0");
+        return rows;
+    }
+};
+
+TEST_F(live_odbc_catalog, a_walk_finds_what_the_schema_tells)
+{
+    make_more();
+    const std::string here = " WHERE keyspace_name = 'live_odbc'";
+    for (const bool wide : {false, true}) {
+        log_on(wide, "Standard=Yes;Keyspace=live_odbc");
+        row_list names;
+        row_list wanted;
+        for (const auto &[kind, from] :
+             {std::pair("TABLE", "table_name, comment FROM system_schema.tables"),
+              std::pair("VIEW", "view_name, comment FROM system_schema.views")})
+            for (const std::string &row : told(std::string("SELECT ") + from + here)) {
+                const std::size_t bar = row.find('|');
+                names.push_back(row.substr(0, bar));
+                wanted.push_back("NULL|live_odbc|" + row.substr(0, bar) + "|" + kind +
+                                 row.substr(bar));
+            }
+        EXPECT_GE(names.size(), 5u);
+        EXPECT_STMT(SQL_SUCCESS, stmt,
+                    SQLTables(stmt, nullptr, 0, ansi("live\\_odb_"), SQL_NTS, ansi("%"), SQL_NTS,
+                              nullptr, 0));
+        EXPECT_EQ(pick({1, 2, 3, 4, 5}), wanted);
+        for (const std::string &name : names) {
+            SCOPED_TRACE(name);
+            const std::string of = here + " AND table_name = '" + name + "'";
+            EXPECT_STMT(SQL_SUCCESS, stmt,
+                        SQLColumns(stmt, nullptr, 0, odbc_text(keyspace), SQL_NTS, odbc_text(name),
+                                   SQL_NTS, nullptr, 0));
+            EXPECT_EQ(nulls_as_zero(pick({4, 5, 7, 8, 9, 10, 14, 15, 16, 17})), described(name));
+            // By name, as the server's rows are: SELECT * has another order.
+            EXPECT_STMT(SQL_SUCCESS, stmt,
+                        SQLColumns(stmt, nullptr, 0, odbc_text(keyspace), SQL_NTS, odbc_text(name),
+                                   SQL_NTS, nullptr, 0));
+            row_list types = pick({4, 6});
+            std::sort(types.begin(), types.end());
+            row_list schema = told("SELECT column_name, type FROM system_schema.columns" + of);
+            std::sort(schema.begin(), schema.end());
+            EXPECT_EQ(types, schema);
+
+            row_list keys;
+            for (const char *kind : {"partition_key", "clustering"})
+                for (int position = 0; position < 3; position++)
+                    for (const std::string &row :
+                         told("SELECT column_name FROM system_schema.columns" + of +
+                              " AND kind = '" + kind +
+                              "' AND position = " + std::to_string(position) + " ALLOW FILTERING"))
+                        keys.push_back(row);
+            EXPECT_STMT(SQL_SUCCESS, stmt,
+                        SQLSpecialColumns(stmt, SQL_BEST_ROWID, nullptr, 0, nullptr, 0,
+                                          odbc_text(name), SQL_NTS, SQL_SCOPE_SESSION,
+                                          SQL_NULLABLE));
+            EXPECT_EQ(pick({2}), keys);
+            for (std::size_t i = 0; i < keys.size(); i++)
+                keys[i] = "NULL|live_odbc|" + name + "|" + keys[i] + "|" + std::to_string(i + 1) +
+                          "|NULL";
+            EXPECT_STMT(SQL_SUCCESS, stmt,
+                        SQLPrimaryKeys(stmt, nullptr, 0, odbc_text(keyspace), SQL_NTS,
+                                       odbc_text(name), SQL_NTS));
+            EXPECT_EQ(pick({1, 2, 3, 4, 5, 6}), keys);
+
+            row_list indexes = told("SELECT index_name FROM system_schema.indexes" + of);
+            indexes.insert(indexes.begin(), "NULL");  // the table's row
+            EXPECT_STMT(SQL_SUCCESS, stmt,
+                        SQLStatistics(stmt, nullptr, 0, odbc_text(keyspace), SQL_NTS,
+                                      odbc_text(name), SQL_NTS, SQL_INDEX_ALL, SQL_QUICK));
+            EXPECT_EQ(pick({6}), indexes);
+        }
+        EXPECT_STMT(SQL_SUCCESS, stmt,
+                    SQLStatistics(stmt, nullptr, 0, odbc_text(keyspace), SQL_NTS, ansi("Quotes"),
+                                  SQL_NTS, SQL_INDEX_ALL, SQL_QUICK));
+        EXPECT_EQ(pick({6, 9}), (row_list{"NULL|NULL", "quotes_f|F", "quotes_m|m"}));
+        EXPECT_STMT(SQL_SUCCESS, stmt, columns("Quotes", "q\"'\\%\\_"));
+        EXPECT_EQ(pick({4, 6}), row_list{"q\"'%_|text"});
+    }
+}

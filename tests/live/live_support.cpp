@@ -141,11 +141,11 @@ void live_test::SetUp()
     log_on();
 }
 
-void live_test::log_on(bool is_wide)
+void live_test::log_on(bool is_wide, const std::string &more)
 {
     live = live_open();
     conn = live->conn;
-    EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings(), is_wide));
+    EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings() + more, is_wide));
     stmt = new_stmt(live.get());
 }
 

@@ -76,8 +76,8 @@ void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end);
 // A test with a session that is logged on to VHCASS_SERVER, skipped without one.
 struct live_test : ::testing::Test {
     void SetUp() override;
-    // Anew, instead of the session that there was.
-    void log_on(bool is_wide = false);
+    // Anew, instead of the session that there was; `more` are further settings.
+    void log_on(bool is_wide = false, const std::string &more = {});
     void use_keyspace(const std::string &name);  // a new one
 
     live_ptr live = {nullptr, live_close};
