@@ -53,7 +53,7 @@ const cass_string *describe_text(const cass_field *field, described_text kind, s
 
 bool describe_has_result(cass_stmt *stmt, const entry_point &entry)
 {
-    if (stmt->prepared || stmt->executed || stmt->internal_rs != nullptr)
+    if (stmt->prepared || stmt->executed || stmt->internal_rs != nullptr || stmt->cursor != nullptr)
         return true;
     CASS_LOG(&stmt->head, LOG_ERROR, "%s: no result set", entry.name);
     cass_post_error(&stmt->head, STATE_HY000, 0, nullptr);

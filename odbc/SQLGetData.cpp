@@ -33,7 +33,8 @@ VHCASS_EXPORT SQLRETURN SQL_API SQLGetData(SQLHSTMT statement_handle, SQLUSMALLI
             // empty cell is refused by its conversion.
             if (stmt->page.current_packet == nullptr && stmt->data_waiting == 0) {
                 CASS_LOG(&stmt->head, LOG_ERROR, "no current packet or cursor");
-                cass_post_error(&stmt->head, STATE_HY010, 0, nullptr);
+                cass_post_error(&stmt->head, stmt->cursor != nullptr ? STATE_24000 : STATE_HY010, 0,
+                                nullptr);
                 return SQL_ERROR;
             }
             if (column_number > cass_stmt_column_count(stmt->ird))

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/diag/cass_text_out.h"
+#include "core/statement/cass_scroll.h"
 
 static constexpr char log_source[] = "SQLGetStmtAttrWide.c";
 
@@ -30,8 +31,15 @@ unsigned char *stmt_attr_member(cass_stmt *stmt, const stmt_attr &attr)
     return static_cast<unsigned char *>(holder) + attr.offset;
 }
 
+SQLULEN stmt_row_number(const cass_stmt *stmt)
+{
+    return stmt->cursor != nullptr ? static_cast<SQLULEN>(cass_cursor_row(stmt->cursor)) : 0;
+}
+
 SQLULEN stmt_attr_value(cass_stmt *stmt, const stmt_attr &attr)
 {
+    if (attr.get == ATTR_ROW_NUMBER)
+        return stmt_row_number(stmt);
     if (attr.get != ATTR_STORED)
         return 0;
     const unsigned char *member = stmt_attr_member(stmt, attr);
@@ -62,6 +70,11 @@ static SQLRETURN get_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINT
         if (an_unknown_attribute_is_told_twice(stmt_conn(stmt)))
             cass_post_error(&stmt->head, STATE_HY000, 0,
                             "unexpected internal error in SQLGetStmtAttr, unknown type %d", 0);
+        return SQL_ERROR;
+    }
+    if (attr.get == ATTR_ROW_NUMBER && stmt->cursor != nullptr && stmt_row_number(stmt) == 0) {
+        CASS_LOG(&stmt->head, LOG_ERROR, "%s: on no row", entry.name);
+        cass_post_error(&stmt->head, STATE_24000, 0, nullptr);
         return SQL_ERROR;
     }
     cass_store(value, stmt_attr_value(stmt, attr));

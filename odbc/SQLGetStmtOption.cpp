@@ -8,6 +8,11 @@ static constexpr entry_point entry = {
 
 static SQLRETURN get_stmt_option(cass_stmt *stmt, SQLUSMALLINT option, void *value)
 {
+    const SQLULEN row = stmt_row_number(stmt);
+    if (option == SQL_GET_BOOKMARK && row > 0 && stmt->attrs.use_bookmarks != SQL_UB_OFF) {
+        cass_store(value, row);
+        return SQL_SUCCESS;
+    }
     if (option == SQL_GET_BOOKMARK) {
         CASS_LOG(&stmt->head, LOG_ERROR, "SQLGetStmtOption: no bookmarks");
         cass_post_error(&stmt->head, STATE_HY011, 0, nullptr);

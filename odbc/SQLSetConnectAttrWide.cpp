@@ -4,7 +4,9 @@
 
 #include <cstring>
 
+#include "core/handle/cass_cursor_kind.h"
 #include "core/handle/cass_handle.h"
+#include "core/net/cass_conn_shared.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "odbc/cass_conn_attrs.h"
 
@@ -70,12 +72,35 @@ static SQLRETURN set_catalog(cass_conn *conn, const set_attr_form &form, SQLPOIN
     return SQL_SUCCESS;
 }
 
+// One of the four that describe the cursor of statements to come.
+static SQLRETURN set_cursor(cass_conn *conn, const conn_attr *attr, SQLULEN value)
+{
+    if (!cass_cursors_scroll(conn))
+        return store_value(conn, attr, value);
+    cass_stmt_attrs attrs = cass_copy_stmt_defaults(conn);
+    const bool granted = cass_ask_for_cursor(&attrs, attr->id, value);
+    {
+        const cass_lock_guard hold(&conn->session_lock);
+        conn->stmt_defaults = attrs;
+    }
+    if (granted)
+        return SQL_SUCCESS;
+    cass_post_error(&conn->head, STATE_01S02, 0, nullptr);
+    return SQL_SUCCESS_WITH_INFO;
+}
+
 SQLRETURN store_connect_attr(cass_conn *conn, const set_attr_form &form, SQLINTEGER attribute,
                              SQLPOINTER value, SQLINTEGER string_length)
 {
     const conn_attr attr = find_conn_attr(attribute);
     const SQLULEN number = reinterpret_cast<SQLULEN>(value);
     const auto low = static_cast<std::uint32_t>(number);
+    cass_state_row state;
+    const attr_verdict verdict = judge_attr_value(conn, attr.values, number, &state);
+    if (verdict == VALUE_IS_REFUSED)
+        return refuse(conn, state);
+    if (verdict == VALUE_IS_DEFAULT && attr.set != SET_STORE)
+        return SQL_SUCCESS;
     switch (attr.set) {
     case SET_STORE:
         return store_value(conn, &attr, number);
@@ -98,6 +123,8 @@ SQLRETURN store_connect_attr(cass_conn *conn, const set_attr_form &form, SQLINTE
         if (low == 0)
             return store_value(conn, &attr, 0);
         break;
+    case SET_CURSOR:
+        return set_cursor(conn, &attr, number);
     case SET_METADATA: {
         const cass_lock_guard hold(&conn->session_lock);
         conn->stmt_defaults.metadata_id = low;

@@ -1,8 +1,10 @@
-// Statement attributes set. The four cursor properties are kept in step with each other, but no
-// cursor attribute changes how rows are fetched.
+// Statement attributes set. The four cursor properties are kept in step with each other; by default
+// none of them changes how rows are fetched.
 #include "odbc/SQLSetStmtAttrWide.h"
 
 #include <cstring>
+
+#include "core/handle/cass_cursor_kind.h"
 
 static constexpr char log_source[] = "SQLSetStmtAttrWide.c";
 
@@ -65,7 +67,8 @@ static bool store_value(cass_stmt *stmt, const stmt_attr &attr, SQLULEN value)
     return stmt_attr_value(stmt, attr) != before;
 }
 
-bool stmt_attr_apply(cass_stmt *stmt, const stmt_attr &attr, SQLULEN value)
+// Applies a row's rule but those of descriptors. True when a count took another value.
+static bool apply(cass_stmt *stmt, const stmt_attr &attr, SQLULEN value)
 {
     switch (attr.set) {
     case ATTR_STORE:
@@ -138,28 +141,39 @@ static bool a_new_apd_unlinks_the_ard(const cass_conn *conn)
     return conn->conduct->a_new_apd_unlinks_the_ard;
 }
 
-static bool cursor_attributes_are_kept_only(const cass_conn *conn)
+static bool is_of_cursor(const stmt_attr &attr)
 {
-    return conn->conduct->cursor_attributes_are_kept_only;
+    return attr.set == ATTR_SENSITIVITY || attr.set == ATTR_SCROLLABLE ||
+           attr.set == ATTR_CURSOR_TYPE || attr.set == ATTR_CONCURRENCY;
 }
 
-// Puts the cursor that there is in place of one that was asked for: forward-only and read-only.
-static SQLRETURN grant_cursor(cass_stmt *stmt, const entry_point &entry)
+// One of the four, where the cursor that they describe is real.
+static SQLRETURN ask_for_cursor(cass_stmt *stmt, const entry_point &entry, const stmt_attr &attr,
+                                SQLULEN value)
 {
-    cass_stmt_attrs *attrs = &stmt->attrs;
-    const bool granted = attrs->cursor_type == SQL_CURSOR_FORWARD_ONLY &&
-                         attrs->cursor_scrollable == SQL_NONSCROLLABLE &&
-                         attrs->cursor_sensitivity != SQL_SENSITIVE &&
-                         attrs->concurrency <= SQL_CONCUR_READ_ONLY;
-    if (granted || cursor_attributes_are_kept_only(stmt_conn(stmt)))
+    if (cass_ask_for_cursor(&stmt->attrs, attr.id, value))
         return SQL_SUCCESS;
-    attrs->cursor_type = SQL_CURSOR_FORWARD_ONLY;
-    attrs->cursor_scrollable = SQL_NONSCROLLABLE;
-    attrs->cursor_sensitivity = SQL_UNSPECIFIED;
-    attrs->concurrency = SQL_CONCUR_READ_ONLY;
     ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: cursor type changed", entry.name);
     cass_post_error(&stmt->head, STATE_01S02, 0, nullptr);
     return SQL_SUCCESS_WITH_INFO;
+}
+
+SQLRETURN stmt_attr_apply(cass_stmt *stmt, const entry_point &entry, const stmt_attr &attr,
+                          SQLULEN value, bool *rebinds)
+{
+    cass_state_row state;
+    *rebinds = false;
+    const cass_conn *conn = stmt_conn(stmt);
+    if (judge_attr_value(conn, attr.values, value, &state) == VALUE_IS_REFUSED) {
+        ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: unexpected value %d of attribute %d",
+                  entry.name, static_cast<int>(value), static_cast<int>(attr.id));
+        cass_post_error(&stmt->head, state, 0, nullptr);
+        return SQL_ERROR;
+    }
+    if (is_of_cursor(attr) && cass_cursors_scroll(conn))
+        return ask_for_cursor(stmt, entry, attr, value);
+    *rebinds = apply(stmt, attr, value) && stmt->prepared;
+    return SQL_SUCCESS;
 }
 
 static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINTEGER attribute,
@@ -182,10 +196,14 @@ static SQLRETURN set_stmt_attr(cass_stmt *stmt, const entry_point &entry, SQLINT
                             a_new_apd_unlinks_the_ard(stmt_conn(stmt)) ? stmt->ard : stmt->apd,
                             value);
     default:
-        if (stmt_attr_apply(stmt, attr, reinterpret_cast<SQLULEN>(value)) && stmt->prepared)
-            stmt->params_rebound = 1;
-        return grant_cursor(stmt, entry);
+        break;
     }
+    bool rebinds;
+    const SQLRETURN code =
+        stmt_attr_apply(stmt, entry, attr, reinterpret_cast<SQLULEN>(value), &rebinds);
+    if (rebinds)
+        stmt->params_rebound = 1;
+    return code;
 }
 
 SQLRETURN set_stmt_attr_entry(SQLHSTMT handle, const entry_point &entry, SQLINTEGER attribute,

@@ -4,8 +4,10 @@
 
 #include "odbc/SQLGetStmtAttrWide.h"
 
-// Applies a row's rule but those of descriptors. True when a count took another value.
-bool stmt_attr_apply(cass_stmt *stmt, const stmt_attr &attr, SQLULEN value);
+// Sets an attribute that is no descriptor; refusals and a cursor that is another one than was asked
+// for are posted. *rebinds tells whether a prepared statement has another rowset or set size now.
+SQLRETURN stmt_attr_apply(cass_stmt *stmt, const entry_point &entry, const stmt_attr &attr,
+                          SQLULEN value, bool *rebinds);
 
 SQLRETURN set_stmt_attr_entry(SQLHSTMT handle, const entry_point &entry, SQLINTEGER attribute,
                               void *value, SQLINTEGER string_length);

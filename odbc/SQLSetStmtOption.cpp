@@ -21,10 +21,11 @@ static SQLRETURN set_stmt_option(cass_stmt *stmt, SQLUSMALLINT option, SQLULEN v
         cass_post_error(&stmt->head, STATE_S1092, 0, nullptr);
         return SQL_ERROR;
     }
-    if (stmt_attr_apply(stmt, attr, value) && stmt->prepared &&
-        !options_mark_nothing_rebound(stmt_conn(stmt)))
+    bool rebinds;
+    const SQLRETURN code = stmt_attr_apply(stmt, entry, attr, value, &rebinds);
+    if (rebinds && !options_mark_nothing_rebound(stmt_conn(stmt)))
         stmt->params_rebound = 1;
-    return SQL_SUCCESS;
+    return code;
 }
 
 VHCASS_EXPORT SQLRETURN SQL_API SQLSetStmtOption(SQLHSTMT statement_handle, SQLUSMALLINT option,

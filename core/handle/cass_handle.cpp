@@ -11,7 +11,8 @@
 
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_err.h"
-#include "core/local/cass_internalrs.h"
+#include "core/handle/cass_cursor_kind.h"
+#include "core/local/cass_cursor.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn.h"
 #include "core/net/cass_conn_shared.h"
@@ -346,6 +347,7 @@ void cass_free_desc(cass_desc *desc, int list_locked)
 
 static void destroy_stmt(cass_stmt *stmt)
 {
+    cass_free_cursor(stmt);
     cass_packet_unref(stmt->page.current_packet);
     cass_free_internal_rs(stmt, stmt->internal_rs);
     for (cass_desc *desc :
@@ -378,6 +380,10 @@ cass_stmt *cass_alloc_throwaway_stmt(cass_conn *conn)
     stmt->head.parent = &conn->head;
     stmt->head.log_mask = shared_get(&conn->head.log_mask);
     stmt->attrs = cass_copy_stmt_defaults(conn);
+    // Limits and a cursor that scrolls are for the application's own results.
+    stmt->attrs.cursor_type = SQL_CURSOR_FORWARD_ONLY;
+    stmt->attrs.max_rows = 0;
+    stmt->attrs.max_length = 0;
     stmt->implicit_ird = stmt->ird = new_desc(conn, 1, 0, stmt);
     stmt->implicit_ipd = stmt->ipd = new_desc(conn, 1, 0, stmt);
     stmt->implicit_ard = stmt->ard = new_desc(conn, 1, 1, stmt);
@@ -396,6 +402,8 @@ cass_stmt *cass_alloc_stmt(cass_conn *conn)
     cass_stmt *stmt = cass_alloc_throwaway_stmt(conn);
     if (stmt == nullptr)
         return nullptr;
+    stmt->attrs = cass_copy_stmt_defaults(conn);
+    cass_settle_cursor(conn, &stmt->attrs);
     stmt->stmt_number = conn->next_stmt_number++;
     link_child(conn, &stmt->head);
     return stmt;

@@ -119,17 +119,23 @@ int cass_create_internal_rs(cass_stmt *stmt, const cass_internal_columns *column
     return cass_post_no_memory(&stmt->head, log_source, "cass_create_internal_rs");
 }
 
+static void free_rows(cass_internal_row *row)
+{
+    while (row != nullptr) {
+        cass_internal_row *next = row->next;
+        std::free(row);
+        row = next;
+    }
+}
+
 void cass_free_internal_rs(cass_stmt *stmt, cass_internal_rs *rs)
 {
     if (rs == nullptr)
         return;
     if (stmt->internal_rs == rs)
         stmt->internal_rs = nullptr;
-    for (cass_internal_row *row = rs->head; row != nullptr;) {
-        cass_internal_row *next = row->next;
-        std::free(row);
-        row = next;
-    }
+    free_rows(rs->head);
+    std::free(rs->index);
     std::free(rs->sort_keys);
     std::free(rs);
 }
@@ -249,6 +255,43 @@ void cass_widen_internal_columns(cass_stmt *stmt)
             describe_varchar(field,
                              static_cast<std::int32_t>(std::min<std::size_t>(longest, INT32_MAX)));
     }
+}
+
+void cass_limit_internal_rs(cass_internal_rs *rs, SQLULEN most)
+{
+    cass_internal_row *last = most > 0 ? rs->head : nullptr;
+    for (SQLULEN row = 1; row < most && last != nullptr; ++row)
+        last = last->next;
+    if (last == nullptr)
+        return;
+    free_rows(last->next);
+    last->next = nullptr;
+    rs->tail = last;
+}
+
+// ---- Rows by their numbers ---------------------------------------------------------------------
+
+std::int64_t cass_index_internal_rs(cass_internal_rs *rs)
+{
+    std::size_t count = 0;
+    for (const cass_internal_row *row = rs->head; row != nullptr; row = row->next)
+        ++count;
+    if (count == 0)
+        return 0;
+    rs->index = static_cast<cass_internal_row **>(std::malloc(count * sizeof(cass_internal_row *)));
+    if (rs->index == nullptr)
+        return -1;
+    std::size_t place = 0;
+    for (cass_internal_row *row = rs->head; row != nullptr; row = row->next)
+        rs->index[place++] = row;
+    return static_cast<std::int64_t>(count);
+}
+
+void cass_seek_internal_row(cass_internal_rs *rs, std::int64_t row)
+{
+    rs->at_start = row == 1;
+    rs->exhausted = 0;
+    rs->current = row == 1 ? nullptr : rs->index[row - 2];
 }
 
 // ---- Fetching ----------------------------------------------------------------------------------

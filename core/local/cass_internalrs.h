@@ -35,7 +35,8 @@ struct cass_internal_rs {
     std::int32_t *sort_keys;  // column indexes from 0, most significant first
     std::int32_t exhausted;
     std::int32_t at_start;
-    std::int32_t row_lost;  // 1: the row of the last fetch found no memory
+    std::int32_t row_lost;      // 1: the row of the last fetch found no memory
+    cass_internal_row **index;  // owned: the rows by their numbers; null until they are sought so
 };
 
 // Makes an empty result current on the statement and describes its columns in the automatic IRD.
@@ -53,6 +54,12 @@ void cass_widen_internal_columns(cass_stmt *stmt);
 // `row_lost` set when memory ran out: the row is the next one still, and the cells behind the
 // failure are those of the row before. Only SQL_FETCH_NEXT is served.
 SQLRETURN cass_fetch_internal_row(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset);
+// Drops the rows behind the first `most`.
+void cass_limit_internal_rs(cass_internal_rs *rs, SQLULEN most);
+// Numbers the rows of a result that is complete. How many there are, or -1 when memory ran out.
+std::int64_t cass_index_internal_rs(cass_internal_rs *rs);
+// Makes a row, from 1 to their number, the next one that is fetched.
+void cass_seek_internal_row(cass_internal_rs *rs, std::int64_t row);
 // Frees the result and unlinks it from the statement. Null is accepted.
 void cass_free_internal_rs(cass_stmt *stmt, cass_internal_rs *rs);
 

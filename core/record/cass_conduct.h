@@ -76,9 +76,16 @@ struct cass_conduct {
     bool unbinding_a_parameter_fails;
     // SQLCancel of a prepared statement gives SQL_ERROR without a record.
     bool cancelling_a_prepared_statement_fails;
-    // Cursor attributes are stored and read back, and rows come forward only all the same. 0: what
-    // there is no cursor for becomes forward-only and read-only, with 01S02.
+    // Cursor attributes are stored and read back, and rows come forward only all the same, without
+    // bookmarks. 0: a static cursor scrolls, and what there is no cursor for becomes static or
+    // read-only, with 01S02.
     bool cursor_attributes_are_kept_only;
+    // Attributes take any value, also those that nothing follows. 0: HY024 for what is no value of
+    // theirs, and HYC00 for asynchronous execution, simulated cursors, translation and enlisting in
+    // a transaction, but for their defaults.
+    bool attributes_take_any_value;
+    // SQL_ATTR_MAX_ROWS is stored only. 0: a result ends there, and no page asks for more.
+    bool row_limits_are_kept_only;
     // SQLSetStmtOption with a new rowset size does not mark a prepared statement as rebound.
     bool options_mark_nothing_rebound;
     // A page has 100 rows. 0: 5000.

@@ -33,6 +33,7 @@ struct cass_diag_record;
 struct cass_packet;
 struct cass_type_option;
 struct cass_internal_rs;
+struct cass_cursor;
 struct ssl_info;
 
 enum : std::int32_t {
@@ -88,6 +89,7 @@ constexpr std::int32_t DEFAULT_PORT = 9042;
 constexpr std::int32_t DEFAULT_METADATA_PORT = 29080;
 constexpr std::int32_t DEFAULT_CONSISTENCY = 1;  // ONE
 constexpr std::int32_t MOST_PAGE_ROWS = 100'000;
+constexpr std::int32_t DEFAULT_CURSOR_MEMORY = 256;  // MiB
 constexpr std::int32_t DEFAULT_STRING_LEN = 256;
 constexpr std::int32_t DEFAULT_BINARY_LEN = 1024;
 constexpr std::int32_t UNSIZED_COLUMN_LEN = 4000;  // of both, where columns are not short
@@ -124,6 +126,7 @@ struct cass_settings {
     std::int32_t standard;         // 1: the connection follows standard_conduct
     std::int32_t page_size;        // rows; 0: what the conduct says
     std::int32_t read_timeout;     // of each receive of a reply, milliseconds; 0: without limit
+    std::int32_t cursor_memory;    // MiB that the rows of a scrolling cursor may take; 0: the usual
     std::int32_t string_len;       // column size of text columns
     std::int32_t binary_len;       // column size of binary columns
     std::int32_t long_text;        // 1: text and blob are long types, where descriptions are exact
@@ -158,6 +161,7 @@ inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
     &cass_settings::standard,
     &cass_settings::page_size,
     &cass_settings::read_timeout,
+    &cass_settings::cursor_memory,
     &cass_settings::long_text,
     &cass_settings::plain_types,
     &cass_settings::allow_filtering,
@@ -443,6 +447,9 @@ struct cass_stmt {
     std::int32_t meta_length;
     std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's
     cass_internal_rs *internal_rs;
+    cass_cursor *cursor;  // owned: of a result that scrolls, whose page or local rows it holds
+    SQLULEN row_limit;    // rows of the result that are wanted; 0: all
+    SQLULEN rows_taken;   // of those that were asked for
     std::int32_t data_waiting;
     SQLULEN rowset_position;         // row of the rowset in work, from 0
     cass_diag_record *kept_records;  // of a page that did not come, for the next fetch

@@ -118,6 +118,8 @@ static constexpr setting rows[] = {
                out_number(26, "AllowFiltering=Yes;", BESIDE_BUNDLE)),
     number_row(SETTING_SWITCH, "LoadBalance", "LoadBalance", &cass_settings::load_balance,
                out_number(27, "LoadBalance=Yes;", BESIDE_BUNDLE)),
+    number_row(SETTING_NUMBER, "CursorMemory", "CursorMemory", &cass_settings::cursor_memory,
+               out_number(28, "CursorMemory=%d;", BESIDE_BUNDLE, 0, 1)),
 };
 
 const std::span<const setting> settings_table(rows);

@@ -16,12 +16,32 @@ column_shape column_shape_of(const cass_stmt *stmt, bool global, std::int32_t co
             .plain_types = shared_get(&conn->settings.plain_types)};
 }
 
+static std::int32_t kept_spec_length(const cass_stmt *stmt)
+{
+    return stmt->meta_length - static_cast<std::int32_t>(sizeof(column_shape));
+}
+
+bool pass_description(const cass_stmt *stmt, cass_packet *packet, const column_shape &shape)
+{
+    const std::int32_t spec = kept_spec_length(stmt);
+    if (stmt->meta_bytes == nullptr || spec > pkt_remaining(packet))
+        return false;
+    column_shape kept;
+    std::memcpy(&kept, stmt->meta_bytes, sizeof kept);
+    if (kept.count != shape.count || kept.global != shape.global ||
+        std::memcmp(stmt->meta_bytes + sizeof kept, packet->body + packet->read_pos,
+                    static_cast<std::size_t>(spec)) != 0)
+        return false;
+    packet->read_pos += spec;
+    return true;
+}
+
 // Whether the records hold what the next bytes of the body would make of them.
 static bool is_described(const cass_stmt *stmt, const cass_packet *packet,
                          const column_shape &shape)
 {
     const cass_desc *ird = stmt->implicit_ird;
-    const std::int32_t spec = stmt->meta_length - static_cast<std::int32_t>(sizeof shape);
+    const std::int32_t spec = kept_spec_length(stmt);
     if (stmt->meta_bytes == nullptr || cass_log_is_on(&stmt->head) || stmt->ird != ird ||
         !ird->found_valid || ird->found_count != shape.count || ird->field_count != shape.count ||
         spec > pkt_remaining(packet))
@@ -49,7 +69,7 @@ bool reuse_description(const cass_stmt *stmt, cass_packet *packet, const column_
         fresh.buffer = cell->buffer;
         *cell = fresh;
     }
-    packet->read_pos += stmt->meta_length - static_cast<std::int32_t>(sizeof(column_shape));
+    packet->read_pos += kept_spec_length(stmt);
     return true;
 }
 

@@ -30,6 +30,9 @@ column_shape column_shape_of(const cass_stmt *stmt, bool global, std::int32_t co
 // those of fresh records, but keep their buffers. False: it is to be decoded, as it is while the
 // statement logs.
 bool reuse_description(const cass_stmt *stmt, cass_packet *packet, const column_shape &shape);
+// Passes over the column spec at the read position, whatever the records hold by now. False when it
+// is not the one that is kept.
+bool pass_description(const cass_stmt *stmt, cass_packet *packet, const column_shape &shape);
 // Keeps the column spec from `start` to the read position. Without memory there is no copy, and
 // the next page is decoded. One that the body cut short is not kept either: it would pass for the
 // beginning of a whole one.

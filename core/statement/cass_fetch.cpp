@@ -12,6 +12,7 @@
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
 #include "core/statement/cass_pkt_exchange.h"
+#include "core/statement/cass_scroll.h"
 
 static constexpr char log_source[] = "cass_fetch.c";
 
@@ -106,6 +107,11 @@ static SQLRETURN decode_row(cass_stmt *stmt)
 SQLRETURN fetch_data_row(cass_stmt *stmt, bool *page_failed)
 {
     while (stmt->page.current_row_offset >= stmt->page.current_row_count) {
+        if (stmt->cursor != nullptr) {
+            if (cass_show_row(stmt))
+                break;
+            return SQL_NO_DATA;
+        }
         end_page(stmt);
         if (stmt->page.paging_state_len < 1)
             return SQL_NO_DATA;
@@ -241,10 +247,12 @@ static bool data_is_read_behind_a_rowset(const cass_conn *conn)
     return conn->conduct->data_is_read_behind_a_rowset;
 }
 
-// SQLGetData cannot be told which row of several it should read.
-static void close_cells(cass_stmt *stmt)
+// SQLGetData cannot be told which row of several it should read; a cursor that scrolls is on the
+// first one.
+static void close_cells(cass_stmt *stmt, bool first_failed)
 {
-    if (data_is_read_behind_a_rowset(stmt_conn(stmt)))
+    if (data_is_read_behind_a_rowset(stmt_conn(stmt)) ||
+        (stmt->cursor != nullptr && !first_failed && cass_return_to_start(stmt)))
         return;
     for (std::int32_t column = 0; column < stmt->ird->field_count; column++)
         stmt->ird->fields[column].data_storage.finished = CELL_OF_ROWSET;
@@ -255,6 +263,7 @@ struct rowset_tally {
     SQLULEN failed_rows;
     bool told;         // a row was cut or failed
     bool page_failed;  // the rowset ends since a next page did not come
+    bool first_failed;
 };
 
 // A row that did not simply come. Where rows stand by themselves one that fails does so alone, and
@@ -265,7 +274,12 @@ struct rowset_tally {
     const bool alone = !rowset_of_several_is_success(stmt_conn(stmt));
     if (!SQL_SUCCEEDED(code) && (!alone || code == SQL_NO_DATA || tally->page_failed))
         return false;
-    tally->failed_rows += SQL_SUCCEEDED(code) ? 0 : 1;
+    if (!SQL_SUCCEEDED(code)) {
+        tally->failed_rows += 1;
+        tally->first_failed |= row == 0;
+        if (stmt->cursor != nullptr)  // it may have ended inside its row: the next one is sought
+            stmt->page.current_row_offset = stmt->page.current_row_count;
+    }
     tally->told = true;
     if (alone)
         cass_diag_name_row(&stmt->head, static_cast<std::int32_t>(row + 1));
@@ -275,7 +289,7 @@ struct rowset_tally {
 // The code of a rowset of several rows of which some came.
 static SQLRETURN rowset_code(cass_stmt *stmt, SQLULEN rows, const rowset_tally &tally)
 {
-    close_cells(stmt);
+    close_cells(stmt, tally.first_failed);
     // The status array and the records tell of truncation and errors.
     if (rowset_of_several_is_success(stmt_conn(stmt)))
         return SQL_SUCCESS;
@@ -286,7 +300,7 @@ static SQLRETURN rowset_code(cass_stmt *stmt, SQLULEN rows, const rowset_tally &
     return tally.told ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
-static SQLRETURN fetch_rowset(cass_stmt *stmt)
+SQLRETURN fetch_rowset(cass_stmt *stmt)
 {
     const rowset_outputs out = {stmt->ird->array_status_ptr, stmt->ird->rows_processed_ptr};
     const SQLULEN array_size = stmt->ard->array_size;
@@ -317,14 +331,22 @@ static SQLRETURN fetch_rowset(cass_stmt *stmt)
     return rows < 1 || array_size < 2 ? code : rowset_code(stmt, rows, tally);
 }
 
+// The rows of a cursor are its own.
+[[gnu::cold, gnu::noinline]] static SQLRETURN fetch_elsewhere(cass_stmt *stmt, SQLSMALLINT mode,
+                                                              SQLLEN offset)
+{
+    if (stmt->cursor != nullptr)
+        return cass_scroll(stmt, mode, offset);
+    CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: No current resutset");
+    return SQL_NO_DATA;
+}
+
 SQLRETURN cass_fetch(cass_stmt *stmt, SQLSMALLINT mode, SQLLEN offset)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: statement_handle=%p, mode=%d, offset=%d",
              static_cast<void *>(stmt), mode, static_cast<int>(offset));
-    if (stmt->page.current_packet == nullptr && stmt->internal_rs == nullptr) {
-        CASS_LOG(&stmt->head, LOG_DETAIL, "cass_fetch: No current resutset");
-        return SQL_NO_DATA;
-    }
+    if (stmt->page.current_packet == nullptr && stmt->internal_rs == nullptr)
+        return fetch_elsewhere(stmt, mode, offset);
     if (mode != SQL_FETCH_NEXT) {
         CASS_LOG(&stmt->head, LOG_ERROR, "cass_fetch_row: fetch type out of range");
         cass_post_error(&stmt->head, STATE_HY106, 0, nullptr);

@@ -3,6 +3,7 @@
 // takes, so a cell that was cut here can be read on from there.
 #include "core/cell/cass_data_internal.h"
 #include "core/describe/cass_field.h"
+#include "core/handle/cass_cursor_kind.h"
 #include "core/statement/cass_fetch.h"
 
 static constexpr char log_source[] = "cass_fetch.c";
@@ -193,7 +194,8 @@ static SQLRETURN transfer_row(cass_stmt *stmt)
     request.logged = cass_log_is_on(&stmt->head);
     request.bound = true;
     SQLRETURN result = SQL_SUCCESS;
-    if (stmt->attrs.use_bookmarks != 0) [[unlikely]]
+    // Where cursors scroll, those of a rowset are moved behind its rows; others have none.
+    if (stmt->attrs.use_bookmarks != 0 && !cass_cursors_scroll(stmt_conn(stmt))) [[unlikely]]
         result = transfer_bookmark(&request, place);
     if (result == SQL_ERROR)
         return SQL_ERROR;
@@ -238,5 +240,35 @@ SQLRETURN transfer_bound_columns(cass_stmt *stmt, int)
         rewind_cells(stmt->ird);
     CASS_LOG(&stmt->head, LOG_DETAIL, "transfer_bound_columns, return=%r",
              static_cast<int>(result));
+    return result;
+}
+
+// ---- Bookmarks of a rowset ---------------------------------------------------------------------
+
+void set_bookmark(cass_stmt *stmt, std::int64_t row)
+{
+    cass_data_storage *cell = &stmt->ird->bookmark_field.data_storage;
+    cell->data_type = SQL_BIGINT;
+    cell->isnull = 0;
+    cell->offset = 0;
+    cell->value.bigint = row;
+}
+
+SQLRETURN transfer_bookmarks(cass_stmt *stmt, std::int64_t first, SQLULEN rows)
+{
+    if (stmt->attrs.use_bookmarks == SQL_UB_OFF || !is_bound(&stmt->ard->bookmark_field))
+        return SQL_SUCCESS;
+    SQLRETURN result = SQL_SUCCESS;
+    for (SQLULEN row = 0; row < rows && result != SQL_ERROR; ++row) {
+        stmt->rowset_position = row;
+        set_bookmark(stmt, first + static_cast<std::int64_t>(row));
+        cell_request request = {};
+        request.stmt = stmt;
+        request.logged = cass_log_is_on(&stmt->head);
+        request.bound = true;
+        const SQLRETURN code = transfer_bookmark(&request, place_of_row(stmt));
+        if (code != SQL_SUCCESS)
+            result = code;
+    }
     return result;
 }

@@ -12,6 +12,7 @@
 #include "core/log/cass_log.h"
 #include "core/statement/cass_cancel.h"
 #include "core/statement/cass_pkt_result.h"
+#include "core/statement/cass_scroll.h"
 #include "core/statement/cass_stmt.h"
 #include "core/wire/cass_prepared.h"
 #include "core/wire/cql_errors.h"
@@ -245,8 +246,11 @@ static bool a_reply_without_rows_leaves_columns(const cass_conn *conn)
 // The same for an execution: what the statement had before is over.
 static int send_execution(cass_stmt *stmt, cass_packet *packet, bool mends)
 {
+    cass_free_cursor(stmt);
     std::int32_t kind = 0;
     const int code = send_request(stmt, packet, mends, &kind);
+    if (code >= 0 && kind == KIND_ROWS && cass_open_cursor(stmt) != 0)
+        return -1;
     if (code >= 0 && kind != KIND_ROWS && !a_reply_without_rows_leaves_columns(stmt_conn(stmt))) {
         cass_page_abandon(&stmt->page);
         cass_close_result(stmt);

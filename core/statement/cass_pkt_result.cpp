@@ -89,6 +89,9 @@ static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
         CASS_LOG(&stmt->head, LOG_ERROR, "decode_result_packet: unexpected end of packet");
         cass_post_error(&stmt->head, cass_malformed_state(stmt), 0, "unexpected end of packet");
     }
+    // The rows that a cursor keeps need their columns.
+    if (stmt->cursor != nullptr && desc == stmt->implicit_ird)
+        return -1;
     cass_desc_clear_fields(desc);
     desc->found_count = 0;
     return -1;
@@ -249,6 +252,17 @@ static bool take_paging_state(cass_stmt *stmt, cass_packet *packet, std::int32_t
     return state != nullptr || length < 1;
 }
 
+// The rows that a cursor keeps are read by the columns that they came with.
+static int refuse_other_columns(cass_stmt *stmt)
+{
+    if (stmt->meta_bytes == nullptr)
+        return cass_post_no_memory(&stmt->head, log_source, "decode_metadata");
+    CASS_LOG(&stmt->head, LOG_ERROR, "decode_metadata: the columns have changed");
+    cass_post_error(&stmt->head, STATE_HY000, 0,
+                    "the columns of the result have changed since its first rows came");
+    return -1;
+}
+
 // Metadata of rows into the IRD and the paging state. 0, or -1 after giving up.
 static int decode_metadata(cass_stmt *stmt, cass_packet *packet)
 {
@@ -265,6 +279,8 @@ static int decode_metadata(cass_stmt *stmt, cass_packet *packet)
         return 0;
 
     const column_shape shape = column_shape_of(stmt, (flags & METADATA_GLOBAL_SPEC) != 0, count);
+    if (stmt->cursor != nullptr)
+        return pass_description(stmt, packet, shape) ? 0 : refuse_other_columns(stmt);
     if (reuse_description(stmt, packet, shape))
         return 0;
     const std::int32_t start = packet->read_pos;

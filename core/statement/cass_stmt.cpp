@@ -6,13 +6,38 @@
 
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_err.h"
-#include "core/local/cass_internalrs.h"
+#include "core/handle/cass_cursor_kind.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
 #include "core/statement/cass_fetch.h"
 #include "core/statement/cass_pkt_exchange.h"
+#include "core/statement/cass_scroll.h"
 
 static constexpr char log_source[] = "cass_stmt.c";
+
+static bool row_limits_are_kept_only(const cass_conn *conn)
+{
+    return conn->conduct->row_limits_are_kept_only;
+}
+
+SQLULEN cass_row_limit(const cass_stmt *stmt)
+{
+    return row_limits_are_kept_only(stmt_conn(stmt)) ? 0 : stmt->attrs.max_rows;
+}
+
+// Counts a page's rows, as far as they are wanted; none is asked for behind the last of these.
+static std::int32_t take_rows(cass_stmt *stmt, std::int32_t rows)
+{
+    if (stmt->row_limit == 0)
+        return rows;
+    const SQLULEN left = stmt->row_limit - stmt->rows_taken;
+    if (static_cast<SQLULEN>(rows) >= left) {
+        rows = static_cast<std::int32_t>(left);
+        cass_page_end(&stmt->page);
+    }
+    stmt->rows_taken += static_cast<SQLULEN>(rows);
+    return rows;
+}
 
 void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count)
 {
@@ -20,7 +45,7 @@ void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t 
     cass_packet_ref(packet);
     cass_packet_unref(page->current_packet);
     shared_put(&page->current_packet, packet);
-    page->current_row_count = rows_count < 0 ? 0 : rows_count;
+    page->current_row_count = rows_count < 0 ? 0 : take_rows(stmt, rows_count);
     page->current_row_offset = 0;
     page->page_failed = 0;
 }
@@ -51,6 +76,7 @@ int cass_close_stmt(cass_stmt *stmt, int unprepare)
     cass_diag_free_list(&stmt->kept_records);
     if (unprepare)
         free_string(&stmt->prepare_warning);
+    cass_free_cursor(stmt);
     cass_page_end(&stmt->page);
     free_bytes(&stmt->param_buffer, &stmt->param_buffer_len);
     cass_free_internal_rs(stmt, stmt->internal_rs);
@@ -78,10 +104,21 @@ int cass_prepare_if_needed(cass_stmt *stmt)
     return prepare_stmt(stmt, stmt->sql_text);
 }
 
+// A local result that is complete, as the statement's attributes want it.
+static SQLRETURN settle_local_result(cass_stmt *stmt, SQLRETURN code)
+{
+    const SQLULEN limit = cass_row_limit(stmt);
+    if (limit > 0)
+        cass_limit_internal_rs(stmt->internal_rs, limit);
+    return cass_open_cursor(stmt) == 0 ? code : SQL_ERROR;
+}
+
 SQLRETURN cass_check_cursor_change(cass_stmt *stmt, SQLRETURN code)
 {
     if (!SQL_SUCCEEDED(code) || !stmt->data_waiting)
         return code;
+    if (cass_cursors_scroll(stmt_conn(stmt)))
+        return stmt->internal_rs != nullptr ? settle_local_result(stmt, code) : code;
     const bool changed = stmt->attrs.cursor_type != 0 || stmt->attrs.cursor_scrollable != 0;
     stmt->attrs.cursor_type = 0;
     stmt->attrs.cursor_scrollable = 0;

@@ -10,7 +10,7 @@ enum : std::int32_t {
 };
 
 // Makes a rows frame the statement's page: takes a reference, drops the one before, offset 0. A
-// negative count is 0.
+// negative count is 0; rows beyond the limit of the result are left out.
 void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t rows_count);
 // Ends an execution: pending local rows, paging state, saved values, query text. unprepare not 0:
 // the prepared id and text too. Always 0.
@@ -35,8 +35,13 @@ void cass_end_pause(cass_stmt *stmt);
 // warning of the server, or -1; both with records on the statement.
 int cass_prepare_if_needed(cass_stmt *stmt);
 
-// A local result was made for a statement that asked for another cursor: 01S02, and the cursor
-// attributes go back to forward-only. The code, or SQL_SUCCESS_WITH_INFO.
+// SQL_ATTR_MAX_ROWS where it counts; 0: no limit.
+SQLULEN cass_row_limit(const cass_stmt *stmt);
+
+// A local result was made for a statement that may have asked for another cursor than a
+// forward-only one. It is given that, and held to the limit of rows, where cursors scroll;
+// otherwise 01S02, and the cursor attributes go back to forward-only. The code,
+// SQL_SUCCESS_WITH_INFO or SQL_ERROR.
 SQLRETURN cass_check_cursor_change(cass_stmt *stmt, SQLRETURN code);
 
 // ---- Parameter sets ----------------------------------------------------------------------------

@@ -60,12 +60,22 @@ static bool pages_are_small(const cass_conn *conn)
     return conn->conduct->pages_are_small;
 }
 
-static std::int32_t page_size(const cass_conn *conn)
+static std::int32_t usual_page_size(const cass_conn *conn)
 {
     const std::int32_t set = shared_get(&conn->settings.page_size);
     if (set > 0)
         return set;
     return pages_are_small(conn) ? PAGE_SIZE : LARGE_PAGE_SIZE;
+}
+
+// Never more rows than are wanted.
+static std::int32_t page_size(const cass_stmt *stmt)
+{
+    const std::int32_t usual = usual_page_size(stmt_conn(stmt));
+    const SQLULEN left = stmt->row_limit - stmt->rows_taken;
+    return stmt->row_limit > 0 && left < static_cast<SQLULEN>(usual)
+               ? static_cast<std::int32_t>(left)
+               : usual;
 }
 
 // Flags, values and page size of a first page. The client-side marker count decides whether there
@@ -81,7 +91,9 @@ static bool put_first_page(cass_stmt *stmt, cass_packet *packet)
         if (cass_append_params(stmt, packet) != 0 || !keep_values(stmt, packet, position))
             return false;
     }
-    pkt_put_int(packet, page_size(stmt_conn(stmt)));
+    stmt->row_limit = cass_row_limit(stmt);
+    stmt->rows_taken = 0;
+    pkt_put_int(packet, page_size(stmt));
     return true;
 }
 
@@ -128,7 +140,7 @@ cass_packet *create_fetch_next(cass_stmt *stmt)
                  stmt->param_buffer_len);
         pkt_put_bytes(packet.get(), stmt->param_buffer, stmt->param_buffer_len);
     }
-    pkt_put_int(packet.get(), page_size(stmt_conn(stmt)));
+    pkt_put_int(packet.get(), page_size(stmt));
     pkt_put_long_bytes(packet.get(), stmt->page.paging_state, stmt->page.paging_state_len);
     return packet.release();
 }

@@ -473,6 +473,18 @@ static const scenario statements = within({
     SQL("refused"),
 });
 
+// Pages and a local result that are kept.
+static const scenario scrolling = within({
+    STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_CURSOR_TYPE, odbc_number(SQL_CURSOR_STATIC), 0)),
+    SQL("select * from warned"),
+    STMT(SQLFetchScroll(s.stmt, SQL_FETCH_LAST, 0)),
+    STMT(SQLFetchScroll(s.stmt, SQL_FETCH_PRIOR, 0)),
+    rows,
+    close_rows,
+    CALL(SQL_HANDLE_STMT, NO_RECORD, SQLGetTypeInfo(s.stmt, SQL_VARCHAR)),
+    STMT(SQLFetchScroll(s.stmt, SQL_FETCH_LAST, 0)),
+});
+
 static const scenario parameters = within({
     STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(1), 0)),
     STMT(bind(s.stmt, 1, SQL_C_SLONG, SQL_INTEGER, s.numbers)),
@@ -667,6 +679,7 @@ INSTANTIATE_TEST_SUITE_P(
              "[memory]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
         road{"statements", statements, there}, road{"lz4", statements, there, true},
         road{"literals", statements, there + "Standard=Yes"}, road{"parameters", parameters, there},
+        road{"scrolling", scrolling, there + "Standard=Yes"},
         road{"typed", typed, there + "Standard=Yes"},
         road{"typed_numbers", typed, there + "Standard=Yes", false, false, 0, 0, 1, true},
         road{"tables", tables, there}, road{"columns", columns, there}, road{"keys", keys, there},

@@ -260,10 +260,10 @@ TEST(conduct, output_string_tells_what_was_set)
                     wire->conn,
                     settings +
                         ";PageSize=7;Standard=yes;ReadTimeout=9000;PlainTypes=yes;LongText=yes;"
-                        "AllowFiltering=yes",
+                        "AllowFiltering=yes;CursorMemory=64",
                     &out));
     EXPECT_NE(out.find("Standard=Yes;PageSize=7;ReadTimeout=9000;LongText=Yes;PlainTypes=Yes;"
-                       "AllowFiltering=Yes;"),
+                       "AllowFiltering=Yes;CursorMemory=64;"),
               std::string::npos)
         << out;
 }
@@ -363,28 +363,6 @@ TEST(conduct, native_sql)
         const std::string wanted = standard ? "'2001-02-03'" : "{d '2001-02-03'} ;";
         EXPECT_EQ(reinterpret_cast<char *>(text), wanted);
         EXPECT_EQ(length, static_cast<SQLINTEGER>(wanted.size()));
-    }
-}
-
-TEST(conduct, cursors_that_are_granted)
-{
-    for (const bool standard : {false, true}) {
-        const wire_ptr wire = logged_on(standard);
-        const std::pair<SQLINTEGER, SQLULEN> asked[] = {
-            {SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_STATIC},
-            {SQL_ATTR_CURSOR_SCROLLABLE, SQL_SCROLLABLE},
-            {SQL_ATTR_CONCURRENCY, SQL_CONCUR_LOCK},
-            {SQL_ATTR_CURSOR_SENSITIVITY, SQL_SENSITIVE}};
-        for (const auto &[attribute, value] : asked) {
-            EXPECT_STMT(standard ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->stmt,
-                        SQLSetStmtAttr(wire->stmt, attribute, odbc_number(value), 0));
-            SQLULEN type = 99;
-            SQLGetStmtAttr(wire->stmt, SQL_ATTR_CURSOR_TYPE, &type, 0, nullptr);
-            EXPECT_EQ(type == SQL_CURSOR_FORWARD_ONLY, standard) << attribute;
-        }
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt,
-                    SQLSetStmtAttr(wire->stmt, SQL_ATTR_CURSOR_TYPE,
-                                   odbc_number(SQL_CURSOR_FORWARD_ONLY), 0));
     }
 }
 
