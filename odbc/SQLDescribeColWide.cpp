@@ -5,25 +5,29 @@
 
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_text_out.h"
+#include "core/handle/cass_cursor_kind.h"
 
 static constexpr char log_source[] = "SQLDescribeColWide.c";
 
 // The bookmark column, which no metadata describes. Whatever is not named here is 0 or null.
 static constexpr cass_field bookmark_record(std::int32_t type, SQLLEN display_size, SQLLEN length,
-                                            std::int32_t unsigned_attr)
+                                            SQLLEN octet_length, std::int32_t unsigned_attr)
 {
     cass_field field{};
     field.consise_type = type;
     field.type = type;
     field.display_size = display_size;
-    field.octet_length = 4;
+    field.octet_length = octet_length;
     field.length = length;
     field.unsigned_attr = unsigned_attr;
     return field;
 }
 
-static constexpr cass_field fixed_bookmark = bookmark_record(SQL_INTEGER, 10, 11, 1);
-static constexpr cass_field variable_bookmark = bookmark_record(SQL_VARBINARY, 8, 8, 0);
+// Fixed and variable ones, of cursors that have none and of those that scroll.
+static constexpr cass_field bookmark_records[2][2] = {
+    {bookmark_record(SQL_INTEGER, 10, 11, 4, 1), bookmark_record(SQL_VARBINARY, 8, 8, 4, 0)},
+    {bookmark_record(SQL_BIGINT, 20, 20, 8, 1), bookmark_record(SQL_VARBINARY, 16, 8, 8, 0)},
+};
 
 bool describe_text_out(const cass_string *text, text_form form, void *buffer, std::int64_t room,
                        std::int64_t *length)
@@ -65,7 +69,8 @@ const cass_field *describe_column(const cass_stmt *stmt, SQLUSMALLINT column_num
     if (column_number == 0) {
         if (stmt->attrs.use_bookmarks == SQL_UB_OFF)
             return nullptr;
-        return stmt->attrs.use_bookmarks == SQL_UB_FIXED ? &fixed_bookmark : &variable_bookmark;
+        return &bookmark_records[cass_cursors_scroll(stmt_conn(stmt))]
+                                [stmt->attrs.use_bookmarks != SQL_UB_FIXED];
     }
     if (column_number > cass_stmt_column_count(stmt->ird))
         return nullptr;

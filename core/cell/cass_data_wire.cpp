@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "core/cell/cass_data_limit.h"
 #include "core/cell/cass_data_take.h"
 #include "core/cell/cass_literal.h"
 #include "support/civil.h"
@@ -65,7 +66,11 @@ static SQLRETURN make_text(const cell_request &request)
     cell->buffer = buffer;
     cell->capacity = static_cast<std::uint32_t>(size + text.length);
     cell->value.wire.bytes = buffer;
-    cell->value.wire.text_length = static_cast<std::int32_t>(text.length);
+    const auto length = static_cast<std::int32_t>(text.length);
+    cell->value.wire.text_length =
+        request.field->whole_decode != nullptr
+            ? cass_length_within(request.stmt, buffer + size, length, true)
+            : length;
     return SQL_SUCCESS;
 }
 

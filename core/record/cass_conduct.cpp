@@ -32,6 +32,7 @@ const cass_conduct default_conduct = {
     .cursor_attributes_are_kept_only = true,
     .attributes_take_any_value = true,
     .row_limits_are_kept_only = true,
+    .length_limits_are_kept_only = true,
     .options_mark_nothing_rebound = true,
     .pages_are_small = true,
     .cancelling_waits_for_the_reply = true,

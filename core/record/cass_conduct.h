@@ -86,6 +86,8 @@ struct cass_conduct {
     bool attributes_take_any_value;
     // SQL_ATTR_MAX_ROWS is stored only. 0: a result ends there, and no page asks for more.
     bool row_limits_are_kept_only;
+    // SQL_ATTR_MAX_LENGTH is stored only. 0: of text and binary values no more is read.
+    bool length_limits_are_kept_only;
     // SQLSetStmtOption with a new rowset size does not mark a prepared statement as rebound.
     bool options_mark_nothing_rebound;
     // A page has 100 rows. 0: 5000.

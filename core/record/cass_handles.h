@@ -358,7 +358,8 @@ struct cass_field {
     std::int32_t updatable;
     std::int32_t rowver;
     std::int32_t unnamed;
-    std::int32_t from_spec;  // 1: filled by the column specification kept on the statement
+    std::int32_t from_spec;          // 1: filled by the column specification kept on the statement
+    cass_cell_decoder whole_decode;  // where `decode` cuts what this one gives; else null
 
     cass_string *catalog_name;
     cass_string *keyspace_name;

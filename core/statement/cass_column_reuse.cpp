@@ -1,5 +1,6 @@
 #include "core/statement/cass_column_reuse.h"
 
+#include "core/cell/cass_data_limit.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
 
@@ -13,7 +14,8 @@ column_shape column_shape_of(const cass_stmt *stmt, bool global, std::int32_t co
             .string_len = shared_get(&conn->settings.string_len),
             .binary_len = shared_get(&conn->settings.binary_len),
             .long_text = shared_get(&conn->settings.long_text),
-            .plain_types = shared_get(&conn->settings.plain_types)};
+            .plain_types = shared_get(&conn->settings.plain_types),
+            .limited = cass_values_are_limited(stmt)};
 }
 
 static std::int32_t kept_spec_length(const cass_stmt *stmt)

@@ -21,6 +21,7 @@ struct column_shape {
     std::int32_t binary_len;
     std::int32_t long_text;
     std::int32_t plain_types;
+    std::int64_t limited;  // by SQL_ATTR_MAX_LENGTH
 };
 static_assert(std::has_unique_object_representations_v<column_shape>, "compared as bytes");
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "core/cell/cass_data_limit.h"
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
@@ -287,6 +288,8 @@ static int decode_metadata(cass_stmt *stmt, cass_packet *packet)
     stmt->ird = stmt->implicit_ird;
     if (decode_columns(stmt, packet, stmt->ird, flags, count, true) != 0)
         return -1;
+    for (std::int32_t i = 0; shape.limited != 0 && i < stmt->ird->field_count; i++)
+        cass_limit_values(&stmt->ird->fields[i]);
     keep_description(stmt, packet, start, shape);
     return 0;
 }

@@ -1,11 +1,8 @@
 <?php
-// PHP's PDO. By default the Driver Manager's cursor library comes between, and crashes.
+// PHP's PDO, as it comes.
 require __DIR__ . "/steps.php";
 
-$pdo = new PDO("odbc:clients", null, null, [
-    PDO::ATTR_ERRMODE => PDO::ERRMODE_EXCEPTION,
-    PDO::ODBC_ATTR_USE_CURSOR_LIBRARY => PDO::ODBC_SQL_USE_DRIVER,
-]);
+$pdo = new PDO("odbc:clients");
 
 function refused($text, $state) {
     global $pdo;
@@ -66,6 +63,17 @@ step("nested", function () use ($pdo, $nested) {
         $given = $pdo->query("SELECT l, m, t, a FROM vhcass_clients.nested WHERE id = $key")->fetch(PDO::FETCH_NUM);
         check($given, $nested);
     }
+});
+step("scroll", function () use ($pdo) {
+    $text = "SELECT id FROM vhcass_clients.loaded";
+    $ids = $pdo->query($text)->fetchAll(PDO::FETCH_COLUMN);
+    $rows = $pdo->prepare($text, [PDO::ATTR_CURSOR => PDO::CURSOR_SCROLL]);
+    $rows->execute();
+    $at = fn($orientation, $offset = 0) => $rows->fetch(PDO::FETCH_NUM, $orientation, $offset)[0];
+    check($at(PDO::FETCH_ORI_LAST), $ids[count($ids) - 1]);
+    check($at(PDO::FETCH_ORI_PRIOR), $ids[count($ids) - 2]);
+    check($at(PDO::FETCH_ORI_ABS, 2), $ids[1]);
+    check($at(PDO::FETCH_ORI_FIRST), $ids[0]);
 });
 step("errors", function () {
     refused("SELEC 1", "42000");

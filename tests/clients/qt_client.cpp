@@ -1,4 +1,4 @@
-// Qt's QODBC. It asks for a static cursor, is told that there is none, and reads forward.
+// Qt's QODBC, whose queries and models scroll unless they are told otherwise.
 #include <QtSql>
 #include <functional>
 
@@ -171,6 +171,27 @@ int main(int count, char **arguments)
                 check(given[i], literals[i]);
             }
         }
+        return "";
+    });
+    step("scroll", [&]() -> QString {
+        for (int key = 1; key <= 20; key++) {
+            run("INSERT INTO vhcass_clients.loaded (id, s) VALUES (?, 'row')", {key});
+        }
+        QSqlQuery query = run("SELECT id FROM vhcass_clients.loaded");
+        QVariantList ids;
+        while (query.next()) {
+            ids << query.value(0);
+        }
+        check(ids.size() >= 20, true);
+        check(query.last() && query.value(0) == ids.last(), true);
+        check(query.previous() && query.value(0) == ids[ids.size() - 2], true);
+        check(query.seek(7) && query.value(0) == ids[7], true);
+        check(query.first() && query.value(0) == ids[0], true);
+        QSqlTableModel model;
+        model.setTable("vhcass_clients.loaded");
+        check(model.select(), true);
+        check(model.rowCount(), ids.size());
+        check(model.index(7, 0).data(), ids[7]);
         return "";
     });
     // Qt tells the native code alone.

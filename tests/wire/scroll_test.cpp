@@ -191,7 +191,9 @@ TEST(scrolling, bookmarks)
         EXPECT_TRUE(read == 9 && length == 8);
         EXPECT_EQ(SQLGetStmtOption(wire->stmt, SQL_GET_BOOKMARK, &read), SQL_SUCCESS);
         EXPECT_EQ(read, 9u);
-        EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetchScroll(wire->stmt, SQL_FETCH_BOOKMARK, -6));
+        EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetchScroll(wire->stmt, SQL_FETCH_BOOKMARK, -9));
+        SQLColAttribute(wire->stmt, 0, SQL_DESC_OCTET_LENGTH, nullptr, 0, nullptr, &length);
+        EXPECT_EQ(length, 8);
         SQLFreeStmt(wire->stmt, SQL_UNBIND);
         SQLBindCol(wire->stmt, 0, type, nullptr, 0, nullptr);
     }
@@ -240,6 +242,24 @@ TEST(scrolling, limits_of_rows)
         expect(2, "p2", text_page({"5", "6", "7"}, "p3"));  // one more than was asked for
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
         EXPECT_EQ(fetch_all(wire->stmt), (row_list{"1", "2", "3", "4", "5", "6"}));
+    }
+}
+
+TEST(scrolling, limits_of_length)
+{
+    const wire_ptr wire = wire_logged_on({}, "PageSize=100;Standard=Yes");
+    const node_columns columns = {{"t", type_of(NODE_VARCHAR)},
+                                  {"b", type_of(NODE_BLOB)},
+                                  {"l", type_list(type_of(NODE_VARCHAR))},
+                                  {"n", type_of(NODE_BIGINT)}};
+    const node_row row = {"a\xC5\xBC\xC5\xBC", "\x01\x02\x03\x04\x05",
+                          be32(1) + wire_bytes(bytes("abc")), be64(12345)};
+    const std::pair<SQLULEN, const char *> limits[] = {
+        {4, "a\xC5\xBC|01020304|['ab|12345"}, {0, "a\xC5\xBC\xC5\xBC|0102030405|['abc']|12345"}};
+    for (const auto &[limit, text] : limits) {
+        set(wire->stmt, SQL_ATTR_MAX_LENGTH, limit);
+        run_query(wire, "q", rows_frame(columns, {row}));
+        EXPECT_EQ(fetch_all(wire->stmt), row_list{text});
     }
 }
 
