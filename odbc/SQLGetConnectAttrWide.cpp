@@ -41,7 +41,7 @@ static bool a_connection_is_dead_when_closed(const cass_conn *conn)
     return conn->conduct->a_connection_is_dead_when_closed;
 }
 
-static bool is_dead(const cass_conn *conn)
+static bool is_dead(cass_conn *conn)
 {
     if (!conn->connected || a_connection_is_dead_when_closed(conn))
         return !conn->connected;

@@ -206,15 +206,25 @@ static void free_settings(cass_conn *conn)
     cass_forget_bundle(conn);
 }
 
+static void shut_socket(cass_conn *conn)
+{
+    const cass_lock_guard hold(&conn->session_lock);
+    if (conn->socket >= 0)
+        shutdown(conn->socket, SHUT_RDWR);
+}
+
 // The TLS session must not go while another thread is within a request: that one is woken by the
 // end of its socket. Nobody else's is shut down, as a child process may share it with its parent.
 void cass_logout(cass_conn *conn)
 {
     if (!cass_lock_try_enter(&conn->exchange_lock)) {
-        if (conn->socket >= 0)
-            shutdown(conn->socket, SHUT_RDWR);
+        shared_put(&conn->leaving, 1);
+        shut_socket(conn);
+        conn_wake(conn);
         cass_lock_enter(&conn->exchange_lock);
+        shared_put(&conn->leaving, 0);
     }
+    conn->make_whole = nullptr;
     cass_ssl_stop(conn);
     cass_close_socket(conn);
     cass_lock_leave(&conn->exchange_lock);

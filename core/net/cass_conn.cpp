@@ -60,6 +60,8 @@ int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms,
 
 int cass_close_socket(cass_conn *conn)
 {
+    // Whoever ends the session from another thread must not meet a number that is somebody else's.
+    const cass_lock_guard hold(&conn->session_lock);
     if (conn->socket >= 0)
         close(conn->socket);
     conn->socket = -1;
@@ -86,7 +88,9 @@ std::int32_t conn_wake_fd(const cass_conn *conn)
 
 void conn_wake(const cass_conn *conn)
 {
-    eventfd_write(conn_wake_fd(conn), 1);
+    const std::int32_t wake_fd = conn_wake_fd(conn);
+    if (wake_fd >= 0)
+        eventfd_write(wake_fd, 1);
 }
 
 void conn_slept_on(const cass_conn *conn)
@@ -95,22 +99,37 @@ void conn_slept_on(const cass_conn *conn)
     eventfd_read(conn_wake_fd(conn), &times);
 }
 
-bool conn_peer_is_there(const cass_conn *conn)
+bool conn_is_called_off(const cass_conn *conn)
 {
+    conn_slept_on(conn);
+    return shared_get(&conn->leaving) != 0 ||
+           (conn->mended_for != nullptr && stmt_is_cancelled(conn->mended_for));
+}
+
+bool conn_peer_is_there(cass_conn *conn)
+{
+    const cass_lock_guard hold(&conn->session_lock);
     // Bytes that wait to be read are no sign of its end, but may stand in front of it.
     pollfd entry = {.fd = conn->socket, .events = POLLRDHUP, .revents = 0};
     return conn->socket >= 0 && poll(&entry, 1, 0) >= 0 && entry.revents == 0;
-}
-
-static bool would_block(int error)
-{
-    return error == EAGAIN || error == EWOULDBLOCK;
 }
 
 // Both are tested: the mark outlives the session, until the connection is reset.
 static bool through_tls(const cass_conn *conn)
 {
     return conn->ssl != nullptr && conn->settings.ssl_active == 1;
+}
+
+bool conn_is_lost(cass_conn *conn)
+{
+    if (shared_get(&conn->socket_dead) != 0 || !conn_peer_is_there(conn))
+        return true;
+    return through_tls(conn) && !cass_ssl_peer_is_there(conn);
+}
+
+static bool would_block(int error)
+{
+    return error == EAGAIN || error == EWOULDBLOCK;
 }
 
 static std::int32_t post_send_error(cass_conn *conn, int error)

@@ -55,8 +55,14 @@ std::int32_t conn_wake_fd(const cass_conn *conn);
 void conn_wake(const cass_conn *conn);
 // Takes back what conn_wake has set.
 void conn_slept_on(const cass_conn *conn);
+// Whether the session that is being made in place of a lost one is wanted no more: SQLCancel, or
+// the end of the connection, from another thread. Takes back what has woken this one.
+bool conn_is_called_off(const cass_conn *conn);
 // Whether the peer is still there, as far as the system knows; nothing is sent or read.
-bool conn_peer_is_there(const cass_conn *conn);
+bool conn_peer_is_there(cass_conn *conn);
+// Whether nothing can be sent any more: the connection broke, or the peer has ended it, by TLS too.
+// Nothing is sent, and no byte of a reply is lost. The caller holds exchange_lock.
+bool conn_is_lost(cass_conn *conn);
 
 // The system's text for an error number, constant or in the caller's room.
 using cass_os_error_room = std::array<char, 1024>;

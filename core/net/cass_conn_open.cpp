@@ -54,9 +54,13 @@ static void set_blocking(cass_conn *conn, bool blocking)
 // with *timed_out set when the wait itself ran out.
 static int await_connect(cass_conn *conn, std::int64_t timeout_ms, bool *timed_out)
 {
-    const int ready = cass_wait_socket(conn->socket, POLLOUT, timeout_ms);
+    const std::int32_t wake_fd = conn_wake_fd(conn);
+    int ready;
+    do
+        ready = cass_wait_socket(conn->socket, POLLOUT, timeout_ms, wake_fd);
+    while (ready == CONN_WOKEN && !conn_is_called_off(conn));
     if (ready < 0)
-        return errno;
+        return ready == CONN_WOKEN ? ECANCELED : errno;
     if (ready == 0) {
         *timed_out = true;
         return ETIMEDOUT;
@@ -123,15 +127,16 @@ static int connect_socket(cass_conn *conn, const sockaddr *address, socklen_t si
 
 static bool make_socket(cass_conn *conn, int family)
 {
-    conn->socket = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (conn->socket < 0) {
+    const int made = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (made < 0) {
         const int error = errno;
-        conn->socket = -1;
         CASS_LOG(&conn->head, LOG_ERROR, "%s: Failed to create socket, errno=%d", opener(conn),
                  error);
         cass_post_error(&conn->head, STATE_08001, error, "Failed to create socket");
         return false;
     }
+    const cass_lock_guard hold(&conn->session_lock);
+    conn->socket = made;
     shared_put(&conn->socket_dead, 0);
     conn->late = {};
     return true;

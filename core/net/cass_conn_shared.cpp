@@ -11,8 +11,13 @@ void cass_set_conn_text(cass_conn *conn, cass_string **field, cass_string *text)
 void cass_set_keyspace(cass_conn *conn, cass_string *text, std::int32_t change)
 {
     const cass_lock_guard hold(&conn->session_lock);
+    if (change < conn->keyspace_known_at) {
+        cass_string_free(text);
+        return;
+    }
     cass_set_conn_text(conn, &conn->current_keyspace, text);
-    conn->keyspace_known_at = change;
+    if (text != nullptr)
+        conn->keyspace_known_at = change;
 }
 
 bool cass_copy_conn_text(cass_conn *conn, cass_string *const *field, cass_string **copy)

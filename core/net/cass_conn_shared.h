@@ -11,7 +11,8 @@
 
 // Replaces a text of the connection; the old one is freed. Takes `text`, which may be null.
 void cass_set_conn_text(cass_conn *conn, cass_string **field, cass_string *text);
-// The keyspace in use, by the change of that number. Takes `text`.
+// The keyspace in use, by the change of that number, unless a later one is known. Takes `text`;
+// null when memory ran out: the keyspace is not known then.
 void cass_set_keyspace(cass_conn *conn, cass_string *text, std::int32_t change);
 // A copy in *copy, which the caller frees; null where the field is. False, with nothing posted,
 // when memory ran out.

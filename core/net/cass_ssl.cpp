@@ -221,7 +221,10 @@ static int move_block(cass_conn *conn, const ssl_info *info, char *buffer)
     if (written > 0)
         return send_block(conn, buffer, written);
     std::int32_t got = 0;
-    if (conn_read(conn, buffer, TRANSFER_SIZE, &got, 0) < 0)
+    const std::int32_t result = conn_read(conn, buffer, TRANSFER_SIZE, &got, 0);
+    if (result == CONN_WOKEN && !conn_is_called_off(conn))
+        return 0;
+    if (result < 0)
         return cass_ssl_refuse(conn, "SSL Error, conn_read failed");
     if (got > 0 && BIO_write(info->read_bio, buffer, got) < 1)
         return cass_ssl_refuse(conn, "SSL Error, BIO write failed");

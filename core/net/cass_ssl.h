@@ -24,5 +24,7 @@ void cass_ssl_stop(cass_conn *conn);
 // CONN_WOKEN when it was woken.
 int cass_ssl_read(cass_conn *conn, void *buffer, int count, std::int32_t timeout_ms);
 int cass_ssl_write(cass_conn *conn, const void *buffer, int count);
+// Whether the peer has not said that it ends the session, by what has come. Nothing is waited for.
+bool cass_ssl_peer_is_there(cass_conn *conn);
 
 #endif

@@ -93,3 +93,15 @@ int cass_ssl_write(cass_conn *conn, const void *buffer, int count)
 {
     return transfer(conn, NO_LIMIT, -1, [&](SSL *ssl) { return SSL_write(ssl, buffer, count); });
 }
+
+bool cass_ssl_peer_is_there(cass_conn *conn)
+{
+    SSL *ssl = conn->ssl->ssl;
+    conn->ssl->waits_outside = true;
+    char byte;
+    ERR_clear_error();
+    const int result = SSL_peek(ssl, &byte, 1);
+    const bool there = result > 0 || SSL_get_error(ssl, result) == SSL_ERROR_WANT_READ;
+    ERR_clear_error();
+    return there;
+}

@@ -99,6 +99,7 @@ const cass_conduct default_conduct = {
     .credentials_are_of_latin_1 = true,
     .logon_errors_are_general = true,
     .a_refused_keyspace_is_information = true,
+    .a_lost_connection_stays_lost = true,
     .only_sockets_are_walked = true,
     .a_login_is_timed_to_the_socket = true,
     .one_authenticator_is_answered = true,

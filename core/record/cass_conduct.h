@@ -255,6 +255,9 @@ struct cass_conduct {
     // A keyspace that the server refuses gives SQL_SUCCESS_WITH_INFO without a record and without a
     // session. 0: an error, with the server's words.
     bool a_refused_keyspace_is_information;
+    // A connection that broke stays so. 0: another session takes its place, unless a setting says
+    // no.
+    bool a_lost_connection_stays_lost;
     // Of a list of servers the first whose socket opens gets the session, of a name the first
     // address is tried, and a failure is told of the last server alone. 0: the first whose session
     // stands, over all addresses, and a failure names each of them.

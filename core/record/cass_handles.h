@@ -132,6 +132,7 @@ struct cass_settings {
     std::int32_t long_text;        // 1: text and blob are long types, where descriptions are exact
     std::int32_t plain_types;      // 1: uuid, time and blob are text
     std::int32_t allow_filtering;  // 1: a SELECT with a WHERE allows filtering
+    std::int32_t reconnect;        // 1: a lost connection is made whole
     std::int32_t load_balance;     // 1: the list of servers is walked from a random one on
     char log_file[512];            // empty: standard error
 };
@@ -165,6 +166,7 @@ inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
     &cass_settings::long_text,
     &cass_settings::plain_types,
     &cass_settings::allow_filtering,
+    &cass_settings::reconnect,
     &cass_settings::load_balance,
 };
 
@@ -208,6 +210,13 @@ struct cass_conn {
     std::int64_t logon_ends;    // of the whole call
     std::int64_t attempt_ends;  // of the address in work: no read waits longer
     cass_string *host;          // of the server in use, without its port; null: the setting's
+
+    // Makes another session in place of one that is lost: core/session/cass_reconnect.h. Null: the
+    // connection stays as it is. Both are under exchange_lock.
+    bool (*make_whole)(cass_conn *conn, cass_stmt *stmt);
+    cass_stmt *mended_for;  // whose request waits while that session starts; null: nobody's
+    std::int32_t leaving;   // another thread ends the session: it is not to be made whole
+    std::uint32_t session;  // counts sessions; written under exchange_lock and session_lock
 
     cass_settings settings;
 
@@ -433,7 +442,8 @@ struct cass_stmt {
     cass_string *prepare_warning;  // that came with its PREPARE, for the first execution
     unsigned char *prepared_id;
     std::int32_t prepared_id_len;
-    unsigned char *param_buffer;  // encoded values of the last request, repeated for next pages
+    std::uint32_t prepared_session;  // of the connection, to which the id belongs
+    unsigned char *param_buffer;     // encoded values of the last request, repeated for next pages
     std::int32_t param_buffer_len;
     std::int32_t param_row;  // parameter set in work, from 0
     std::int32_t more_results;

@@ -14,6 +14,7 @@
 #include "core/net/cass_ssl.h"
 #include "core/session/cass_astra.h"
 #include "core/session/cass_bundle.h"
+#include "core/session/cass_reconnect.h"
 #include "core/session/cass_settings.h"
 #include "core/session/cass_walk.h"
 #include "core/statement/cass_pkt_exchange.h"
@@ -31,6 +32,18 @@ constexpr char PASSWORD_AUTHENTICATOR[] = "/org.apache.cassandra.auth.PasswordAu
 constexpr std::int32_t AUTHENTICATOR_SIZE = 48;
 static_assert(sizeof PASSWORD_AUTHENTICATOR == AUTHENTICATOR_SIZE + 1);
 static_assert(PASSWORD_AUTHENTICATOR[0] == AUTHENTICATOR_SIZE - 1);
+
+// A statement for the requests of a session's start. Of a connection that is made whole they belong
+// to the statement that waits for it. Null after posting.
+static cass_stmt *new_carrier(cass_conn *conn, const char *who)
+{
+    cass_stmt *stmt = cass_alloc_throwaway_stmt(conn);
+    if (stmt != nullptr)
+        stmt->served = conn->mended_for;
+    else
+        cass_post_no_memory(&conn->head, log_source, who);
+    return stmt;
+}
 
 // ---- Replies of the handshake ------------------------------------------------------------------
 
@@ -94,13 +107,16 @@ static int unexpected_reply(cass_conn *conn, const cass_packet *reply)
     return -1;
 }
 
+// Written only when it changes: other threads may read it while a connection is made whole.
 static void keep_cql_version(cass_conn *conn, const cass_string *value)
 {
     const std::int32_t room = static_cast<std::int32_t>(sizeof conn->cql_version) - 1;
     const std::int32_t length = std::min(cass_string_length(value), room);
+    char version[sizeof conn->cql_version] = "";
     for (std::int32_t i = 0; i < length; i++)
-        conn->cql_version[i] = static_cast<char>(value->text[i]);
-    conn->cql_version[length] = '\0';
+        version[i] = static_cast<char>(value->text[i]);
+    if (std::memcmp(conn->cql_version, version, static_cast<std::size_t>(length) + 1) != 0)
+        std::memcpy(conn->cql_version, version, sizeof version);
 }
 
 // SUPPORTED: a string multimap (native protocol v4, section 4.2.4). False when memory ran out.
@@ -204,9 +220,9 @@ static int cass_send_auth(cass_conn *conn, const char *user, const char *passwor
     CASS_LOG(&conn->head, LOG_DETAIL, "Sending Auth");
     if (user == nullptr && password == nullptr)
         user = password = FALLBACK_CREDENTIAL;
-    const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
+    const held_stmt stmt(new_carrier(conn, "cass_send_auth"));
     if (stmt == nullptr)
-        return cass_post_no_memory(&conn->head, log_source, "cass_send_auth");
+        return -1;
     held_packet reply(send_token(conn, stmt.get(), user, password));
     if (reply == nullptr)
         return -1;
@@ -365,11 +381,18 @@ static int start_session(cass_conn *conn, cass_stmt *stmt)
     }
 }
 
-// USE of the configured keyspace; 0 without one.
+// USE of the configured keyspace, or of the one that was in use; 0 without one.
 static int cass_use_keyspace(cass_conn *conn)
 {
-    return conn->settings.keyspace == nullptr ? 0
-                                              : set_current_keyspace(conn, conn->settings.keyspace);
+    if (conn->mended_for == nullptr)
+        return conn->settings.keyspace == nullptr
+                   ? 0
+                   : set_current_keyspace(conn, conn->settings.keyspace);
+    cass_string *copy;
+    if (!cass_copy_conn_text(conn, &conn->current_keyspace, &copy))
+        return cass_post_no_memory(&conn->head, log_source, "cass_use_keyspace", QUERY_POSTED);
+    const held_string in_use(copy);
+    return cass_string_length(copy) == 0 ? 0 : set_current_keyspace(conn, copy);
 }
 
 // The handshake on the open socket, then USE. 0, 1 (USE failed) or a negative value.
@@ -382,9 +405,9 @@ static int cass_establish_connection(cass_conn *conn)
     // "Optional" is as compulsory as "yes".
     if (conn->settings.encrypt != 0 && cass_ssl_start(conn) != 0)
         return -1;
-    held_stmt stmt(cass_alloc_throwaway_stmt(conn));
+    held_stmt stmt(new_carrier(conn, "cass_establish_connection"));
     if (stmt == nullptr)
-        return cass_post_no_memory(&conn->head, log_source, "cass_establish_connection");
+        return -1;
     if (ask_options(conn, stmt.get()) != 0 || start_session(conn, stmt.get()) != 0)
         return -1;
     stmt.reset();
@@ -435,9 +458,8 @@ static int ask_metadata_service(cass_conn *conn)
     return code;
 }
 
-// From known settings to a session, over the first server that opens or the first that starts one.
-// 0, 1 (USE failed) or a negative value.
-static int open_session(cass_conn *conn)
+// Over the first server that opens, or over the first that starts a session.
+static int open_server(cass_conn *conn)
 {
     if (conn->settings.astra && ask_metadata_service(conn) != 0)
         return -1;
@@ -455,8 +477,8 @@ static bool a_login_is_timed_to_the_socket(const cass_conn *conn)
     return conn->conduct->a_login_is_timed_to_the_socket;
 }
 
-// Settles until when the session is to stand. The attribute wins over the setting.
-static void limit_logon(cass_conn *conn)
+// The attribute wins over the setting.
+void cass_limit_logon(cass_conn *conn)
 {
     const std::int64_t seconds = conn->login_timeout;
     if (a_login_is_timed_to_the_socket(conn)) {
@@ -468,10 +490,17 @@ static void limit_logon(cass_conn *conn)
     conn->logon_ends = limit > 0 ? cass_monotonic_ms() + limit : 0;
 }
 
+int cass_open_session(cass_conn *conn)
+{
+    const int code = open_server(conn);
+    conn->logon_ends = 0;
+    return code;
+}
+
 SQLRETURN cass_connect(cass_conn *conn, [[maybe_unused]] int flag)
 {
     cass_choose_conduct(conn);
-    limit_logon(conn);
+    cass_limit_logon(conn);
     if (conn->settings.bundle_path != nullptr && cass_read_bundle(conn) != 0)
         return SQL_ERROR;
     // A caller without a Driver Manager may have a session already.
@@ -480,13 +509,13 @@ SQLRETURN cass_connect(cass_conn *conn, [[maybe_unused]] int flag)
     const cass_lock_guard hold(&conn->exchange_lock);
     cass_set_conn_text(conn, &conn->host, nullptr);
     conn->connecting = 1;
-    const int code = open_session(conn);
-    conn->logon_ends = 0;
+    const int code = cass_open_session(conn);
     if (code != 0) {
         cass_logout(conn);
         return static_cast<SQLRETURN>(code);
     }
     conn->connecting = 0;
     conn->connected = 1;
+    cass_session_begins(conn);
     return SQL_SUCCESS;
 }

@@ -120,6 +120,8 @@ static constexpr setting rows[] = {
                out_number(27, "LoadBalance=Yes;", BESIDE_BUNDLE)),
     number_row(SETTING_NUMBER, "CursorMemory", "CursorMemory", &cass_settings::cursor_memory,
                out_number(28, "CursorMemory=%d;", BESIDE_BUNDLE, 0, 1)),
+    number_row(SETTING_SWITCH, "Reconnect", "Reconnect", &cass_settings::reconnect,
+               out_number(29, "Reconnect=No;", BESIDE_BUNDLE, 1), BOTH, 1, NOT_GIVEN),
 };
 
 const std::span<const setting> settings_table(rows);

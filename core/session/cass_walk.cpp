@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
@@ -40,15 +41,20 @@ enum walk_step { WALK_ARRIVED, WALK_ON, WALK_OVER };
 
 // States that no other server would change. The others say that this one cannot be used.
 static constexpr const char *final_states[] = {"28000", "3F000", "42000", "HY001"};
+// A keyspace that was in use exists, but a server that has just come may not know it yet.
+static constexpr const char *final_states_later[] = {"28000", "HY001"};
 
 static bool is_state(const cass_diag_record *record, const char *state)
 {
     return cass_string_compare_cstr(record->state, state) == 0;
 }
 
-static bool is_final(const cass_diag_record *record)
+static bool is_final(const cass_conn *conn, const cass_diag_record *record)
 {
-    return std::any_of(std::begin(final_states), std::end(final_states),
+    using state_list = std::span<const char *const>;
+    const state_list list =
+        conn->mended_for == nullptr ? state_list(final_states) : state_list(final_states_later);
+    return std::any_of(list.begin(), list.end(),
                        [record](const char *state) { return is_state(record, state); });
 }
 
@@ -97,7 +103,7 @@ static walk_step take_failure(server_walk *walk, const char *place)
     const cass_lock_guard hold(&cass_diag_lock);
     const cass_diag_record *first = cass_diag_get(head, 1);
     for (const cass_diag_record *record = first; record != nullptr; record = record->next) {
-        if (is_final(record))
+        if (is_final(walk->conn, record))
             return WALK_OVER;
     }
     const cass_state_row state = state_of(first);
@@ -149,7 +155,7 @@ static walk_step try_address(server_walk *walk, const addrinfo *address, const c
     const std::int32_t names = std::max(conn->contact_count, 1);
     walk_step step = WALK_ON;
     for (std::int32_t name = 0; name < names && step == WALK_ON; name++) {
-        if (time_is_up(conn))
+        if (time_is_up(conn) || conn_is_called_off(conn))
             return WALK_OVER;
         share_time(walk);
         conn->contact_used = name;
@@ -310,6 +316,7 @@ int cass_walk_servers(cass_conn *conn, std::int32_t port, cass_session_start sta
     walk.start = start;
     walk.port = port;
     walk.left = count;
+    walk.state = STATE_08001;
     const std::int32_t first = first_entry(conn, count);
     walk_step step = WALK_ON;
     for (std::int32_t i = 0; i < count && step == WALK_ON; i++) {

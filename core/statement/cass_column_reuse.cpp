@@ -1,5 +1,8 @@
 #include "core/statement/cass_column_reuse.h"
 
+#include <functional>
+#include <string_view>
+
 #include "core/cell/cass_data_limit.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
@@ -92,4 +95,12 @@ void keep_description(cass_stmt *stmt, const cass_packet *packet, std::int32_t s
     stmt->meta_length = static_cast<std::int32_t>(needed);
     std::memcpy(stmt->meta_bytes, &shape, sizeof shape);
     std::memcpy(stmt->meta_bytes + sizeof shape, packet->body + start, spec);
+}
+
+std::uint64_t description_digest(const cass_stmt *stmt)
+{
+    if (stmt->meta_bytes == nullptr)
+        return 0;
+    const auto *bytes = reinterpret_cast<const char *>(stmt->meta_bytes);
+    return std::hash<std::string_view>()({bytes, static_cast<std::size_t>(stmt->meta_length)});
 }

@@ -39,5 +39,8 @@ bool pass_description(const cass_stmt *stmt, cass_packet *packet, const column_s
 // beginning of a whole one.
 void keep_description(cass_stmt *stmt, const cass_packet *packet, std::int32_t start,
                       const column_shape &shape);
+// A number for the column spec that is kept, which differs from that of another one as good as
+// certainly; 0 where none is kept.
+std::uint64_t description_digest(const cass_stmt *stmt);
 
 #endif

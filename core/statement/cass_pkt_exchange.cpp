@@ -1,8 +1,5 @@
-// The request and reply cycle. One request is in flight on a connection at a time: a frame goes
-// out, the next frame that comes is its reply, and the connection's exchange lock is held in
-// between, so that two threads cannot read each other's replies. A failed exchange leaves the
-// session as it is; on a socket that broke, or was shut because a reply could not be read to its
-// end, the next request fails in its turn.
+// What statements make of their requests and replies: prepared statements, executions, next pages,
+// and the diagnostics of what failed.
 #include "core/statement/cass_pkt_exchange.h"
 
 #include <algorithm>
@@ -11,6 +8,7 @@
 #include "core/handle/cass_handle.h"
 #include "core/log/cass_log.h"
 #include "core/statement/cass_cancel.h"
+#include "core/statement/cass_column_reuse.h"
 #include "core/statement/cass_pkt_result.h"
 #include "core/statement/cass_scroll.h"
 #include "core/statement/cass_stmt.h"
@@ -18,67 +16,6 @@
 #include "core/wire/cql_errors.h"
 
 static constexpr char log_source[] = "cass_pkt.c";
-
-static bool broken_connections_are_tried(const cass_conn *conn)
-{
-    return conn->conduct->broken_connections_are_tried;
-}
-
-static cass_exchange_failure why_not_sent(cass_conn *conn, const cass_packet *request)
-{
-    switch (request->failed) {
-    case PACKET_NO_MEMORY:
-        return EXCHANGE_NO_MEMORY_TO_SEND;
-    case PACKET_TOO_LONG:
-        return EXCHANGE_TOO_LONG;
-    default:
-        shared_put(&conn->socket_dead, 1);
-        return EXCHANGE_NOT_SENT;
-    }
-}
-
-// The kind of a RESULT, its read position as it was; 0 for other frames. `warnings`: it is at the
-// warnings, if there are any.
-static std::int32_t peek_kind(cass_packet *packet, bool warnings)
-{
-    if (pkt_opcode(packet) != OPCODE_RESULT)
-        return 0;
-    const std::int32_t start = packet->read_pos;
-    for (std::int32_t left = warnings && pkt_has_warning(packet) ? pkt_get_count(packet) : 0;
-         left > 0 && pkt_has_more(packet); left--)
-        packet->read_pos += std::min(
-            std::int32_t{static_cast<std::uint16_t>(pkt_get_short(packet))}, pkt_remaining(packet));
-    const std::int32_t kind = pkt_get_int(packet);
-    packet->read_pos = start;
-    packet->ran_short = 0;
-    return kind;
-}
-
-static cass_packet *read_packet(cass_conn *conn, cass_stmt *stmt, cass_exchange_failure *failure)
-{
-    cass_packet *reply = cass_read_packet(stmt, failure);
-    if (reply == nullptr)
-        return nullptr;
-    if (peek_kind(reply, true) == KIND_SET_KEYSPACE)
-        conn->keyspace_changes++;
-    reply->keyspace_changes = conn->keyspace_changes;
-    return reply;
-}
-
-cass_packet *cass_exchange(cass_conn *conn, cass_packet *request, cass_exchange_failure *failure)
-{
-    const cass_cancel_guard whole;
-    const cass_lock_guard hold(&conn->exchange_lock);
-    if (conn->socket_dead && !broken_connections_are_tried(conn))
-        *failure = EXCHANGE_DEAD;
-    else if (stmt_is_cancelled(request->owner))
-        *failure = EXCHANGE_CANCELLED;
-    else if (cass_send_packet(request->owner, request) >= 0)
-        return read_packet(conn, request->owner, failure);
-    else
-        *failure = why_not_sent(conn, request);
-    return nullptr;
-}
 
 cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_t *code)
 {
@@ -91,6 +28,21 @@ cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_
     return decode_error_packet(stmt, packet, code);
 }
 
+// With the reason that was posted on the connection.
+static void post_lost(cass_stmt *stmt, const char *who)
+{
+    CASS_LOG(&stmt->head, LOG_ERROR, "%s: the connection is lost", who);
+    const cass_lock_guard hold(&cass_diag_lock);
+    const cass_diag_record *record = cass_diag_get(&stmt_conn(stmt)->head, 1);
+    const held_string reason(
+        record == nullptr ? nullptr : cass_string_sub(record->text, cass_diag_detail(record), -1));
+    if (reason == nullptr)
+        cass_post_error(&stmt->head, STATE_08S01, 0, "the connection is lost");
+    else
+        cass_post_error(&stmt->head, STATE_08S01, 0,
+                        "the connection is lost, and there is no other: %S", reason.get());
+}
+
 static void post_no_reply(cass_stmt *stmt, cass_exchange_failure failure, const char *who)
 {
     switch (failure) {
@@ -100,6 +52,9 @@ static void post_no_reply(cass_stmt *stmt, cass_exchange_failure failure, const 
     case EXCHANGE_DEAD:
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: the connection is broken", who);
         cass_post_error(&stmt->head, STATE_08003, 0, "the connection is broken");
+        break;
+    case EXCHANGE_LOST:
+        post_lost(stmt, who);
         break;
     case EXCHANGE_TOO_LONG:
     case EXCHANGE_NOT_SENT:
@@ -165,15 +120,30 @@ static bool says_forgotten(cass_stmt *stmt, cass_packet *reply)
     return message != nullptr && code == CQL_UNPREPARED;
 }
 
-// The frame that answers the request, or null with the failure posted.
-static cass_packet *request_reply(cass_stmt *stmt, cass_packet *request, const char *who)
+// Whether the statement is to be prepared again, after `again` times: by the server's word once,
+// and as often as MOST_AGAIN since its session has gone.
+static bool is_forgotten(cass_stmt *stmt, cass_packet *reply, cass_exchange_failure failure,
+                         int again)
 {
-    cass_exchange_failure failure;
-    cass_packet *reply =
-        cass_cancellable(stmt, [&] { return cass_exchange(stmt_conn(stmt), request, &failure); });
+    if (reply == nullptr)
+        return failure == EXCHANGE_FORGOTTEN && again < MOST_AGAIN;
+    return again == 0 && !a_forgotten_statement_is_an_error(stmt_conn(stmt)) &&
+           says_forgotten(stmt, reply);
+}
+
+// The frame that answers the request; null with the failure posted, or *forgotten.
+static cass_packet *request_reply(cass_stmt *stmt, cass_packet *request, const char *who, int again,
+                                  bool *forgotten)
+{
+    cass_exchange_failure failure = EXCHANGE_WHOLE;
+    held_packet reply(
+        cass_cancellable(stmt, [&] { return cass_exchange(stmt_conn(stmt), request, &failure); }));
+    *forgotten = is_forgotten(stmt, reply.get(), failure, again);
+    if (*forgotten)
+        return nullptr;
     if (reply == nullptr)
         post_no_reply(stmt, failure, who);
-    return reply;
+    return reply.release();
 }
 
 // Whether the reply is a RESULT, its position then behind the warnings, which go to *warning. The
@@ -216,15 +186,14 @@ std::int32_t cass_take_result(cass_stmt *stmt, cass_packet *packet)
 }
 
 // Sends a request whose RESULT goes to the statement, and gives its kind. 0, 1 or -1, or
-// STATEMENT_FORGOTTEN where that mends something.
-static int send_request(cass_stmt *stmt, cass_packet *packet, bool mends, std::int32_t *kind)
+// STATEMENT_FORGOTTEN.
+static int send_request(cass_stmt *stmt, cass_packet *packet, int again, std::int32_t *kind)
 {
     CASS_LOG(&stmt->head, LOG_DETAIL, "send_and_execute:");
-    const held_packet reply(request_reply(stmt, packet, "send_and_execute"));
+    bool forgotten;
+    const held_packet reply(request_reply(stmt, packet, "send_and_execute", again, &forgotten));
     if (reply == nullptr)
-        return -1;
-    if (mends && says_forgotten(stmt, reply.get()))
-        return STATEMENT_FORGOTTEN;
+        return forgotten ? STATEMENT_FORGOTTEN : -1;
     held_string warning;
     if (!is_result(stmt, reply.get(), "send_and_execute", &warning))
         return -1;
@@ -244,11 +213,11 @@ static bool a_reply_without_rows_leaves_columns(const cass_conn *conn)
 }
 
 // The same for an execution: what the statement had before is over.
-static int send_execution(cass_stmt *stmt, cass_packet *packet, bool mends)
+static int send_execution(cass_stmt *stmt, cass_packet *packet, int again)
 {
     cass_free_cursor(stmt);
     std::int32_t kind = 0;
-    const int code = send_request(stmt, packet, mends, &kind);
+    const int code = send_request(stmt, packet, again, &kind);
     if (code >= 0 && kind == KIND_ROWS && cass_open_cursor(stmt) != 0)
         return -1;
     if (code >= 0 && kind != KIND_ROWS && !a_reply_without_rows_leaves_columns(stmt_conn(stmt))) {
@@ -260,12 +229,12 @@ static int send_execution(cass_stmt *stmt, cass_packet *packet, bool mends)
 
 int send_and_execute(cass_stmt *stmt, cass_packet *packet)
 {
-    return send_execution(stmt, packet, false);
+    return send_execution(stmt, packet, MOST_AGAIN);
 }
 
-int send_prepared(cass_stmt *stmt, cass_packet *packet)
+int send_prepared(cass_stmt *stmt, cass_packet *packet, int again)
 {
-    return send_execution(stmt, packet, !a_forgotten_statement_is_an_error(stmt_conn(stmt)));
+    return send_execution(stmt, packet, again);
 }
 
 static bool each_prepare_goes_out(const cass_conn *conn)
@@ -292,10 +261,11 @@ static cass_packet *request_prepared(cass_stmt *stmt, const cass_string *text, h
     if (request == nullptr)
         return nullptr;
     pkt_put_long_string(request.get(), text);
-    held_packet reply(request_reply(stmt, request.get(), "prepare_stmt"));
+    bool forgotten;
+    held_packet reply(request_reply(stmt, request.get(), "prepare_stmt", MOST_AGAIN, &forgotten));
     if (reply == nullptr || !is_result(stmt, reply.get(), "prepare_stmt", warning))
         return nullptr;
-    if (kept && peek_kind(reply.get(), false) == KIND_PREPARED)
+    if (kept && result_kind(reply.get(), false) == KIND_PREPARED)
         cass_prepared_keep(conn, text, reply.get());
     return reply.release();
 }
@@ -367,6 +337,7 @@ static int execute_query(cass_conn *conn, const cass_string *sql)
     const held_stmt stmt(cass_alloc_throwaway_stmt(conn));
     if (stmt == nullptr)
         return cass_post_no_memory(&conn->head, log_source, "execute_query", QUERY_POSTED);
+    stmt->served = conn->mended_for;
     const held_packet request(
         cass_new_packet(stmt.get(), PROTOCOL_VERSION, 0, 0, OPCODE_QUERY, &conn->head));
     if (request == nullptr)
@@ -384,20 +355,40 @@ static int execute_query(cass_conn *conn, const cass_string *sql)
     return QUERY_POSTED;
 }
 
-int cass_fetch_next_page(cass_stmt *stmt)
+static int request_next_page(cass_stmt *stmt)
 {
-    stmt->no_memory = 0;
-    const bool mends = stmt->prepared && !a_forgotten_statement_is_an_error(stmt_conn(stmt));
     int code = STATEMENT_FORGOTTEN;
-    for (int again = 0; again < 2 && code == STATEMENT_FORGOTTEN; again++) {
+    for (int again = 0; code == STATEMENT_FORGOTTEN; again++) {
         if (again > 0 && prepare_again(stmt) < 0)
             return -1;
         const held_packet request(create_fetch_next(stmt));
         std::int32_t kind = 0;
-        code =
-            request == nullptr ? -1 : send_request(stmt, request.get(), mends && again == 0, &kind);
+        code = request == nullptr
+                   ? -1
+                   : send_request(stmt, request.get(), stmt->prepared ? again : MOST_AGAIN, &kind);
     }
     return code;
+}
+
+// A result that another server did not go on with, or with other columns, ends.
+[[gnu::cold, gnu::noinline]] static int end_moved_result(cass_stmt *stmt)
+{
+    CASS_LOG(&stmt->head, LOG_ERROR, "cass_fetch_next_page: the result ended with its session");
+    cass_diag_clear(&stmt->head);
+    cass_post_error(&stmt->head, STATE_08S01, 0, "the result ended with the connection");
+    cass_page_abandon(&stmt->page);
+    return -1;
+}
+
+int cass_fetch_next_page(cass_stmt *stmt)
+{
+    stmt->no_memory = 0;
+    const std::uint32_t session = stmt->page.current_packet->session;
+    const std::uint64_t columns = description_digest(stmt);
+    const int code = request_next_page(stmt);
+    const bool stays = shared_get(&stmt_conn(stmt)->session) == session || stmt->no_memory != 0;
+    const bool same = code >= 0 && columns != 0 && description_digest(stmt) == columns;
+    return stays || same ? code : end_moved_result(stmt);
 }
 
 int set_current_keyspace(cass_conn *conn, const cass_string *keyspace)

@@ -17,10 +17,13 @@ cass_string *cass_server_error(cass_stmt *stmt, cass_packet *packet, std::int32_
 std::int32_t cass_take_result(cass_stmt *stmt, cass_packet *packet);
 // Sends the frame and decodes the RESULT onto the statement. The caller keeps its reference.
 int send_and_execute(cass_stmt *stmt, cass_packet *packet);
-// The same for the request of a prepared statement. STATEMENT_FORGOTTEN, with nothing posted, where
-// the server knows it no more and the conduct wants it to be prepared again.
+// The same for the request of a prepared statement, which was prepared `again` so many times for it.
+// STATEMENT_FORGOTTEN, with nothing posted, where it is to be prepared again: once when the server
+// knows it no more and the conduct wants that, and when the session has ended that it was prepared
+// in.
 constexpr int STATEMENT_FORGOTTEN = -2;
-int send_prepared(cass_stmt *stmt, cass_packet *packet);
+constexpr int MOST_AGAIN = 2;
+int send_prepared(cass_stmt *stmt, cass_packet *packet, int again);
 // Prepares a statement that the server has forgotten; a result that is being read goes on. As
 // prepare_stmt.
 int prepare_again(cass_stmt *stmt);

@@ -355,6 +355,7 @@ static bool decode_prepared(cass_stmt *stmt, cass_packet *packet)
     std::free(stmt->prepared_id);
     stmt->prepared_id = id;
     stmt->prepared_id_len = id == nullptr ? 0 : length;
+    stmt->prepared_session = packet->session;
     if (id == nullptr && length > 0)
         return give_up(stmt, stmt->implicit_ipd, true) == 0;
     return decode_prepared_metadata(stmt, packet) == 0 && decode_metadata(stmt, packet) == 0;
@@ -384,6 +385,21 @@ static void decode_schema_change(cass_stmt *stmt, cass_packet *packet)
         CASS_LOG(&stmt->head, LOG_DETAIL, "string count: %d", count);
         skip_strings(stmt, packet, count);
     }
+}
+
+std::int32_t result_kind(cass_packet *packet, bool warnings)
+{
+    if (pkt_opcode(packet) != OPCODE_RESULT)
+        return 0;
+    const std::int32_t start = packet->read_pos;
+    for (std::int32_t left = warnings && pkt_has_warning(packet) ? pkt_get_count(packet) : 0;
+         left > 0 && pkt_has_more(packet); left--)
+        packet->read_pos += std::min(
+            std::int32_t{static_cast<std::uint16_t>(pkt_get_short(packet))}, pkt_remaining(packet));
+    const std::int32_t kind = pkt_get_int(packet);
+    packet->read_pos = start;
+    packet->ran_short = 0;
+    return kind;
 }
 
 std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t *rows)

@@ -31,4 +31,8 @@ std::int32_t decode_result_packet(cass_stmt *stmt, cass_packet *packet, std::int
 // a record can show. Null only on exhaustion, with HY001 posted.
 cass_string *decode_warnings(cass_stmt *stmt, cass_packet *packet);
 
+// The kind of a RESULT, its read position as it was; 0 for other frames. `warnings`: it is at the
+// warnings, if there are any.
+std::int32_t result_kind(cass_packet *packet, bool warnings);
+
 #endif

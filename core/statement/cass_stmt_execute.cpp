@@ -108,11 +108,11 @@ static bool a_faulty_set_ends_the_array(const cass_conn *conn)
 
 static bool run_set(cass_stmt *stmt, const prepared_road &road, set_tally *tally)
 {
-    held_packet request = start_set(stmt, road);
-    int code = request == nullptr ? SQL_ERROR : send_prepared(stmt, request.get());
-    if (code == STATEMENT_FORGOTTEN) {
-        request = prepare_again(stmt) < 0 ? nullptr : start_set(stmt, road);
-        code = request == nullptr ? SQL_ERROR : send_and_execute(stmt, request.get());
+    held_packet request;
+    int code = STATEMENT_FORGOTTEN;
+    for (int again = 0; code == STATEMENT_FORGOTTEN; again++) {
+        request = again > 0 && prepare_again(stmt) < 0 ? nullptr : start_set(stmt, road);
+        code = request == nullptr ? SQL_ERROR : send_prepared(stmt, request.get(), again);
     }
     if (request == nullptr && a_faulty_set_ends_the_array(stmt_conn(stmt)))
         return false;

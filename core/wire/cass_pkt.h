@@ -65,6 +65,7 @@ struct cass_packet {
     std::int32_t unknown_types;     // columns in it whose type nobody knows
     std::int32_t kept_types;        // types in the trees that its columns keep
     std::int32_t keyspace_changes;  // of the connection when it came
+    std::uint32_t session;          // of the connection, that it came in
 };
 
 // Why a request has no reply.
@@ -74,6 +75,8 @@ enum cass_exchange_failure : std::int32_t {
     EXCHANGE_NO_MEMORY_TO_SEND,  // nothing posted yet
     EXCHANGE_TOO_LONG,           // the request outgrew its frame; nothing posted yet
     EXCHANGE_DEAD,               // the connection broke earlier; nothing posted yet
+    EXCHANGE_LOST,               // it broke and could not be made whole; nothing posted yet
+    EXCHANGE_FORGOTTEN,          // the statement was prepared in an earlier session; the same
     EXCHANGE_CANCELLED,          // nothing posted yet, as with the next two
     EXCHANGE_TIMED_OUT,
     EXCHANGE_CONNECTION_TIMED_OUT,  // by SQL_ATTR_CONNECTION_TIMEOUT

@@ -43,7 +43,11 @@ cass_packet *cass_prepared_find(cass_stmt *stmt, const cass_string *text)
     if (entry == nullptr)
         return nullptr;
     entry->used = ++conn->prepared_uses;
-    return cass_packet_from_body(stmt, OPCODE_RESULT, entry->reply, entry->reply_length);
+    cass_packet *reply =
+        cass_packet_from_body(stmt, OPCODE_RESULT, entry->reply, entry->reply_length);
+    if (reply != nullptr)
+        reply->session = conn->session;
+    return reply;
 }
 
 // Room for one more; null when memory ran out.
@@ -77,8 +81,9 @@ void cass_prepared_keep(cass_conn *conn, const cass_string *text, const cass_pac
 
     const cass_lock_guard hold(&conn->session_lock);
     held_string keyspace(cass_string_copy(conn->current_keyspace));
-    // A keyspace that was changed, or is about to be, would be taken for the one that was in use.
-    if (reply->keyspace_changes != conn->keyspace_known_at ||
+    // A keyspace that was changed, or is about to be, would be taken for the one that was in use,
+    // and an id of a session that has gone for one of its own.
+    if (reply->session != conn->session || reply->keyspace_changes != conn->keyspace_known_at ||
         (keyspace == nullptr && conn->current_keyspace != nullptr))
         return;
     if (cass_prepared *before = find_entry(conn, text))

@@ -40,7 +40,7 @@ TEST(late, replies_are_dropped)
 {
     for (const bool lz4 : {false, true}) {
         const wire_ptr wire =
-            wire_logged_on({.lz4 = lz4}, "Standard=Yes;PageSize=100;ReadTimeout=100");
+            wire_logged_on({.lz4 = lz4}, "Standard=Yes;PageSize=100;ReadTimeout=100;Reconnect=No");
         int stream = 0;
         for (const std::size_t came : {0, 1, 8, 9, 30}) {
             SCOPED_TRACE(came);

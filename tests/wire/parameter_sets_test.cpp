@@ -6,7 +6,7 @@
 
 static wire_ptr logged_on()
 {
-    return wire_logged_on({}, "PageSize=100;Standard=Yes");
+    return wire_logged_on({}, "PageSize=100;Standard=Yes;Reconnect=No");
 }
 
 static void expect_prepared(const wire_session *wire, std::string_view sql, int second)

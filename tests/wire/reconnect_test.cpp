@@ -1,0 +1,223 @@
+// Connections that are lost with Standard=Yes: what is sent again over another session, what is
+// told, and when it is over. The server stays, and ends single connections.
+#include <chrono>
+#include <thread>
+
+#include "tests/node/certificates.h"
+#include "tests/wire/wire_support.h"
+
+static const std::string standard = "Standard=Yes;PageSize=100;";
+static const node_frame farewell = {.opcode = NODE_EVENT, .stream = -1, .ending = CLOSE};
+
+static SQLUINTEGER is_dead(SQLHDBC conn)
+{
+    SQLUINTEGER dead = 99;
+    SQLGetConnectAttr(conn, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr);
+    return dead;
+}
+
+// Until the end of the connection has come.
+static void await_end(const wire_ptr &wire)
+{
+    for (int wait = 0; wait < 500 && is_dead(wire->conn) == SQL_CD_FALSE; wait++)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(is_dead(wire->conn), SQL_CD_TRUE);
+}
+
+// A session that the server ends behind the reply to a statement.
+static wire_ptr lost_session(const std::string &more = {}, const node_tls *tls = nullptr)
+{
+    wire_ptr wire = wire_logged_on({}, standard + more, tls);
+    expect_query(wire->node.get(), "last", {text_page({"x"}), farewell});
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "last"));
+    SQLFreeStmt(wire->stmt, SQL_CLOSE);
+    await_end(wire);
+    return wire;
+}
+
+static void expect_use(scripted_node *node, const std::string &keyspace, const node_frame &reply)
+{
+    node_expect(node,
+                {NODE_QUERY,
+                 wire_long_string("USE \"" + keyspace + "\";") + be16(CONSISTENCY_ONE) + be8(0),
+                 {reply}});
+}
+
+static std::string code_and_state(SQLRETURN code, SQLHSTMT stmt)
+{
+    return code_and_record(code, stmt).substr(0, code == SQL_SUCCESS ? 11 : 16);
+}
+
+TEST(reconnect, requests_are_sent_once_or_again_when_they_only_read)
+{
+    const struct {
+        const char *what, *sql;
+        bool idle;  // lost before the request, and not by it
+        std::string outcome;
+        int sent;  // times that the statement reached a server
+    } cases[] = {
+        {"a read behind a silent loss", "SELECT a FROM t", true, "SQL_SUCCESS", 1},
+        {"a write behind a silent loss", "INSERT INTO t", true, "SQL_SUCCESS", 1},
+        {"a read under way", "SELECT a FROM t", false, "SQL_SUCCESS", 2},
+        {"a write under way", "INSERT INTO t", false, "SQL_ERROR: 08S01", 1},
+        {"a batch under way", "BEGIN BATCH INSERT", false, "SQL_ERROR: 08S01", 1},
+    };
+    for (const bool by_tls : {false, true}) {
+        const certificate own = make_certificate({});
+        const node_tls tls = {.chain = own.pem, .key = key_pem(own.key)};
+        const std::string more = by_tls ? "Encrypt=yes;TrustServerCertificate=yes" : "";
+        for (const auto &c : cases) {
+            SCOPED_TRACE(c.what);
+            const wire_ptr wire =
+                c.idle ? lost_session(more, by_tls ? &tls : nullptr)
+                       : wire_logged_on({}, standard + more, by_tls ? &tls : nullptr);
+            if (!c.idle)
+                expect_query(wire->node.get(), c.sql, {no_answer()});
+            expect_logon(wire->node.get(), {.lz4 = true});
+            if (c.idle || c.sent > 1)
+                expect_query(wire->node.get(), c.sql, {text_page({"x"})});
+            EXPECT_EQ(code_and_state(exec(wire->stmt, c.sql), wire->stmt), c.outcome);
+            EXPECT_EQ(is_dead(wire->conn), SQL_CD_FALSE);
+            SQLFreeStmt(wire->stmt, SQL_CLOSE);
+            run_query(wire, "INSERT more", void_frame());
+        }
+    }
+}
+
+// One attempt, which fails at once, or when the keyspace that was in use has gone.
+TEST(reconnect, a_failed_attempt_is_the_last)
+{
+    for (const bool idle : {true, false}) {
+        const wire_ptr wire = idle ? lost_session() : wire_logged_on({}, standard);
+        if (!idle)
+            expect_query(wire->node.get(), "SELECT 1 FROM t", {no_answer()});
+        node_expect(wire->node.get(), {NODE_OPTIONS, "", {error_frame(0x1001, "hot")}});
+        EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "SELECT 1 FROM t"));
+        EXPECT_EQ(stmt_records(wire->stmt),
+                  record_list{link_failure + "the connection is lost, and there is no other: " +
+                              node_address(wire->node.get()) + ": hot"});
+        EXPECT_EQ(is_dead(wire->conn), SQL_CD_TRUE);
+        for (int i = 0; i < 2; i++)
+            EXPECT_EQ(code_and_state(exec(wire->stmt, "q"), wire->stmt), "SQL_ERROR: 08003");
+    }
+    const wire_ptr off = lost_session("Reconnect=No");
+    EXPECT_EQ(code_and_state(exec(off->stmt, "q"), off->stmt), "SQL_ERROR: 08S01");
+}
+
+TEST(reconnect, the_keyspace_in_use_comes_back_or_nothing_does)
+{
+    for (const bool kept : {true, false}) {
+        const wire_ptr wire = wire_open();
+        expect_logon(wire->node.get());
+        expect_use(wire->node.get(), "first", set_keyspace_frame("first"));
+        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire.get(), standard + "KEYSPACE=first"));
+        wire->stmt = wire_new_stmt(wire.get());
+        expect_query(wire->node.get(), "USE \"Second\"", {set_keyspace_frame("Second"), farewell});
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "USE \"Second\""));
+        await_end(wire);
+        expect_logon(wire->node.get());
+        expect_use(wire->node.get(), "Second",
+                   kept ? set_keyspace_frame("Second")
+                        : error_frame(0x2200, "Keyspace 'Second' does not exist"));
+        if (kept)
+            expect_query(wire->node.get(), "INSERT", {void_frame()});
+        EXPECT_EQ(code_and_state(exec(wire->stmt, "INSERT"), wire->stmt),
+                  kept ? "SQL_SUCCESS" : "SQL_ERROR: 08S01");
+        EXPECT_EQ(is_dead(wire->conn), kept ? SQL_CD_FALSE : SQL_CD_TRUE);
+    }
+}
+
+static void expect_execute(const wire_ptr &wire, const bytes &id, std::vector<node_frame> replies,
+                           const bytes &state = {})
+{
+    node_expect(wire->node.get(),
+                {NODE_EXECUTE, wire_short_bytes(id) + page_tail(state), std::move(replies)});
+}
+
+// Each statement of the connection notices, and so does what the connection keeps of texts.
+TEST(reconnect, statements_are_prepared_anew)
+{
+    const wire_ptr wire = wire_logged_on({}, standard);
+    const SQLHSTMT other = wire_new_stmt(wire.get());
+    expect_prepare(wire->node.get(), "INSERT a", {prepared_frame("A1", {}, {})});
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, "INSERT a"));
+    expect_prepare(wire->node.get(), "SELECT b", {prepared_frame("B1", {}, one_text)});
+    EXPECT_STMT(SQL_SUCCESS, other, prepare(other, "SELECT b"));
+    expect_execute(wire, "A1", {void_frame(), farewell});
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
+    await_end(wire);
+
+    expect_logon(wire->node.get());
+    expect_prepare(wire->node.get(), "INSERT a", {prepared_frame("A2", {}, {})});
+    expect_execute(wire, "A2", {void_frame()});
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
+    expect_prepare(wire->node.get(), "SELECT b", {prepared_frame("B2", {}, one_text)});
+    expect_execute(wire, "B2", {no_answer()});  // and is lost under way
+    expect_logon(wire->node.get());
+    expect_prepare(wire->node.get(), "SELECT b", {prepared_frame("B3", {}, one_text)});
+    expect_execute(wire, "B3", {text_page({"x"})});
+    EXPECT_EQ(code_and_state(SQLExecute(other), other), "SQL_SUCCESS");
+    EXPECT_EQ(fetch_all(other), row_list{"x"});
+    SQLFreeHandle(SQL_HANDLE_STMT, other);
+}
+
+// A result goes on by its paging state, or ends: by the word of the other server, or since that has
+// other columns.
+TEST(reconnect, results_go_on_between_pages_or_end)
+{
+    const node_frame others = rows_frame({{"b", type_of(NODE_INT)}}, {{be32(7)}});
+    const struct {
+        node_frame page;
+        row_list rows;
+    } cases[] = {
+        {text_page({"2"}), {"1", "2"}},
+        {error_frame(0x000A, "Invalid value for the paging state"), {"1", "SQL_ERROR: 08S01"}},
+        {others, {"1", "SQL_ERROR: 08S01"}},
+    };
+    for (const bool prepared : {false, true}) {
+        for (const auto &c : cases) {
+            const wire_ptr wire = wire_logged_on({}, standard);
+            const std::vector<node_frame> first = {text_page({"1"}, "state"), farewell};
+            if (prepared) {
+                expect_prepare(wire->node.get(), "SELECT a", {prepared_frame("A1", {}, one_text)});
+                EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, "SELECT a"));
+                expect_execute(wire, "A1", first);
+                EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
+            } else {
+                expect_query(wire->node.get(), "SELECT a", first);
+                EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "SELECT a"));
+            }
+            await_end(wire);
+            expect_logon(wire->node.get());
+            if (prepared) {
+                expect_prepare(wire->node.get(), "SELECT a", {prepared_frame("A2", {}, one_text)});
+                expect_execute(wire, "A2", {c.page}, "state");
+            } else {
+                expect_next_query(wire->node.get(), "SELECT a", "state", {c.page});
+            }
+            row_list rows;
+            SQLRETURN code;
+            while ((code = SQLFetch(wire->stmt)) == SQL_SUCCESS)
+                rows.push_back(row_text(wire->stmt));
+            if (code != SQL_NO_DATA)
+                rows.push_back(code_and_state(code, wire->stmt));
+            EXPECT_EQ(rows, c.rows);
+        }
+    }
+}
+
+// SQLCancel of another thread is heard while a session is started, which the next request does.
+TEST(reconnect, is_called_off_by_a_cancellation)
+{
+    const wire_ptr wire = lost_session();
+    node_expect(wire->node.get(), {NODE_OPTIONS, "", {}});
+    {
+        const std::jthread other([&wire] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            SQLCancel(wire->stmt);
+        });
+        EXPECT_EQ(code_and_state(exec(wire->stmt, "INSERT"), wire->stmt), "SQL_ERROR: HY008");
+    }
+    expect_logon(wire->node.get());
+    run_query(wire, "INSERT", void_frame());
+}
