@@ -16,6 +16,7 @@ struct cass_page {
     unsigned char *paging_state;      // owned; null: this page is the last
     std::int32_t paging_state_len;
     std::int32_t page_failed;  // 1: the page behind this one did not come
+    std::uint32_t session;     // of the connection, that the paging state came in
 };
 
 // The page is the last one: nothing is asked for behind it.

@@ -383,7 +383,7 @@ static int request_next_page(cass_stmt *stmt)
 int cass_fetch_next_page(cass_stmt *stmt)
 {
     stmt->no_memory = 0;
-    const std::uint32_t session = stmt->page.current_packet->session;
+    const std::uint32_t session = stmt->page.session;
     const std::uint64_t columns = description_digest(stmt);
     const int code = request_next_page(stmt);
     const bool stays = shared_get(&stmt_conn(stmt)->session) == session || stmt->no_memory != 0;

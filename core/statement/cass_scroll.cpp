@@ -98,7 +98,11 @@ static bool take_next_page(cass_stmt *stmt)
     if (!lend_paging_state(stmt))
         return false;
     const bool came = cass_fetch_next_page(stmt) >= 0;
-    const bool rows = came && stmt->page.current_packet != nullptr;
+    if (!came) {  // or came with other columns
+        cass_packet_unref(stmt->page.current_packet);
+        hide_rows(stmt);
+    }
+    const bool rows = stmt->page.current_packet != nullptr;
     if (!came || (rows && cass_keep_page(stmt) != 0)) {
         cass_page_end(&stmt->page);
         return false;

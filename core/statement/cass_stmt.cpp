@@ -45,6 +45,7 @@ void cass_set_current_packet(cass_stmt *stmt, cass_packet *packet, std::int32_t 
     cass_packet_ref(packet);
     cass_packet_unref(page->current_packet);
     shared_put(&page->current_packet, packet);
+    page->session = packet->session;
     page->current_row_count = rows_count < 0 ? 0 : take_rows(stmt, rows_count);
     page->current_row_offset = 0;
     page->page_failed = 0;
