@@ -85,7 +85,7 @@ static SQLRETURN set_cursor(cass_conn *conn, const conn_attr *attr, SQLULEN valu
     }
     if (granted)
         return SQL_SUCCESS;
-    cass_post_error(&conn->head, STATE_01S02, 0, nullptr);
+    cass_post_error(&conn->head, STATE_01S02, 0, "%s", cass_cursor_words(&attrs));
     return SQL_SUCCESS_WITH_INFO;
 }
 

@@ -154,7 +154,7 @@ static SQLRETURN ask_for_cursor(cass_stmt *stmt, const entry_point &entry, const
     if (cass_ask_for_cursor(&stmt->attrs, attr.id, value))
         return SQL_SUCCESS;
     ENTRY_LOG(&stmt->head, entry, LOG_ERROR, "%s: cursor type changed", entry.name);
-    cass_post_error(&stmt->head, STATE_01S02, 0, nullptr);
+    cass_post_error(&stmt->head, STATE_01S02, 0, "%s", cass_cursor_words(&stmt->attrs));
     return SQL_SUCCESS_WITH_INFO;
 }
 

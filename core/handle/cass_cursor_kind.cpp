@@ -37,6 +37,12 @@ bool cass_ask_for_cursor(cass_stmt_attrs *attrs, SQLINTEGER attribute, SQLULEN v
     return granted;
 }
 
+const char *cass_cursor_words(const cass_stmt_attrs *attrs)
+{
+    return attrs->cursor_type == SQL_CURSOR_STATIC ? "the cursor is static and only reads"
+                                                   : "the cursor is forward-only and only reads";
+}
+
 void cass_settle_cursor(const cass_conn *conn, cass_stmt_attrs *attrs)
 {
     if (!cass_cursors_scroll(conn))

@@ -111,7 +111,8 @@ static int append_page(cass_stmt *stmt, cass_kept_page *page, std::int32_t annou
         !find_rows(page, announced, cass_stmt_column_count(stmt->ird), &whole))
         return no_memory(stmt);
     trim_frame(page->packet);
-    const std::size_t bytes = cursor->bytes + page->packet->capacity +
+    const std::size_t bytes = cursor->bytes + sizeof(cass_packet) + page->packet->capacity +
+                              sizeof(cass_kept_page) +
                               static_cast<std::size_t>(page->rows) * sizeof(std::int32_t);
     if (goes_beyond_limit(stmt, bytes))
         return -1;
