@@ -1,0 +1,99 @@
+"""examples/ring.py and dask_scan.py: four workers read 200,000 rows while one of them is killed, each row once."""
+import datetime
+import os
+import pathlib
+import signal
+import sys
+from unittest import mock
+
+import pandas
+import pyodbc
+from dask.distributed import Client, LocalCluster, as_completed
+from steps import check, failing, step
+
+sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "examples"))
+import dask_scan  # noqa: E402
+import ring  # noqa: E402
+
+# Pages are small, so that there are many round trips in the midst of which a worker is killed.
+SOURCE = os.environ.get("VHCASS_CONNECTION", "DSN=cassandra") + ";PageSize=20"
+KEYSPACE = os.environ.get("VHCASS_KEYSPACE", "examples")
+TABLE = f"{KEYSPACE}.readings"
+ROWS, PARTITION = 200000, 50
+
+
+def load():
+    database = pyodbc.connect(SOURCE, autocommit=True)
+    database.execute(f"CREATE KEYSPACE IF NOT EXISTS {KEYSPACE} WITH replication = "
+                     "{'class': 'SimpleStrategy', 'replication_factor': 1}")
+    database.execute(f"DROP TABLE IF EXISTS {TABLE}")
+    database.execute(f"CREATE TABLE {TABLE} (site int, day date, n int, PRIMARY KEY ((site, day), n))")
+    insert = f"INSERT INTO {TABLE} (site, day, n) VALUES (?, ?, ?); "
+    batch = f"BEGIN UNLOGGED BATCH {insert * PARTITION} APPLY BATCH"
+    for site in range(ROWS // PARTITION):
+        day = datetime.date(2024, 1, 1) + datetime.timedelta(site % 7)
+        numbers = range(site * PARTITION, (site + 1) * PARTITION)
+        database.execute(batch, [value for n in numbers for value in (site, day, n)])
+
+
+def ranges():
+    low, high = ring.LOWEST, ring.HIGHEST
+    for tokens in ([0], [low], [high], [-100, 0, 100], [low, 5, high - 1], list(range(-(2**62), 2**62, 2**55))):
+        nodes = {token: f"node {i}" for i, token in enumerate(tokens)}
+        for pieces in (1, 2, 100, 1000):
+            parts = ring.cut(nodes, pieces)
+            check([start for start, _, _ in parts], [low] + [end for _, end, _ in parts[:-1]])
+            check(parts[-1][1], high)
+            for start, end, node in parts:
+                for token in (start + 1, end) if pieces > len(tokens) else (end,):
+                    check(node, nodes[min((t for t in tokens if t >= token), default=tokens[0])])
+
+
+def fallback():
+    # Nothing answers there. It is the server of the data source that does.
+    check(ring.connected(SOURCE, "127.255.255.254").execute("SELECT 1").fetchone()[0], 1)
+
+
+def retries():
+    connected, tried = ring.connected, []
+
+    def broken(connection, node):
+        tried.append(node)
+        if len(tried) < works_at:
+            raise pyodbc.OperationalError("08S01", "link failure")
+        return connected(connection, node)
+
+    part = (ring.LOWEST, ring.HIGHEST, "a node")
+    all_of_it = "SELECT key FROM system.local WHERE token(key) > ? AND token(key) <= ?"
+    nodes = ["a node"] + [None] * (ring.ATTEMPTS - 1)
+    for works_at, text, problem, wanted in ((ring.ATTEMPTS, all_of_it, None, nodes),
+                                            (ring.ATTEMPTS + 1, all_of_it, pyodbc.OperationalError, nodes),
+                                            (1, "SELECT ? ?", pyodbc.ProgrammingError, nodes[:1])):
+        tried.clear()
+        with mock.patch.object(ring, "connected", broken), mock.patch.object(ring.time, "sleep"):
+            if problem:
+                failing(lambda: ring.read(part, SOURCE, text), problem)
+            else:
+                check(len(ring.read(part, SOURCE, text)), 1)
+        check(tried, wanted)
+
+
+def killed():
+    load()
+    with LocalCluster(n_workers=4, threads_per_worker=1, dashboard_address=None) as cluster, Client(cluster) as client:
+        frame = dask_scan.scan(SOURCE, TABLE, columns=["n"], splits=200)
+        parts = client.compute(frame.to_delayed())
+        for _ in zip(range(20), as_completed(parts)):
+            pass
+        victim = next(iter(client.run(os.getpid).values()))
+        os.kill(victim, signal.SIGKILL)
+        left = sum(part.status != "finished" for part in parts)
+        check(left > 20, True)
+        check(sorted(pandas.concat(client.gather(parts)).n), list(range(ROWS)))
+        check(victim in client.run(os.getpid).values(), False)
+    return f"with {left} of {len(parts)} ranges left"
+
+
+if __name__ == "__main__":  # the workers run this file too
+    for function in (ranges, fallback, retries, killed):
+        step(function.__name__)(function)
