@@ -1,6 +1,7 @@
 """A Cassandra table in ranges of its ring, which many processes read side by side: what dask_scan.py is made of, and
 of use for Spark and Ray too (docs/scale.md). Needs pyodbc."""
 import bisect
+import collections
 import itertools
 import math
 import re
@@ -84,6 +85,17 @@ def cut(nodes, pieces):
     return ranges
 
 
+def spread(ranges):
+    """One range of each node in turn: read in this order, they keep all nodes at work, not one after the other."""
+    turns = collections.Counter()
+
+    def turn(part):
+        turns[part[2]] += 1
+        return turns[part[2]]
+
+    return sorted(ranges, key=turn)
+
+
 class Plan(typing.NamedTuple):
     statement: str  # its two parameters are the start and the end of a range
     types: dict  # CQL's types by the names of the columns
@@ -112,7 +124,7 @@ def plan(connection, table, columns=None, splits=None):
     statement = (f"SELECT {', '.join(map(quoted, types))} FROM {quoted(keyspace)}.{quoted(name)}"
                  f" WHERE {token} > ? AND {token} <= ?")
     pieces = splits or max(FEWEST_RANGES, math.ceil(estimated_bytes(database, keyspace, name) / RANGE_BYTES))
-    return Plan(statement, types, cut(owners(database), pieces))
+    return Plan(statement, types, spread(cut(owners(database), pieces)))
 
 
 def read(part, connection, statement, convert=list):

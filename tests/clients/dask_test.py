@@ -44,6 +44,9 @@ def ranges():
             parts = ring.cut(nodes, pieces)
             check([start for start, _, _ in parts], [low] + [end for _, end, _ in parts[:-1]])
             check(parts[-1][1], high)
+            check(sorted(ring.spread(parts)), parts)
+            served = {node for _, _, node in parts}
+            check({node for _, _, node in ring.spread(parts)[:len(served)]}, served)
             for start, end, node in parts:
                 for token in (start + 1, end) if pieces > len(tokens) else (end,):
                     check(node, nodes[min((t for t in tokens if t >= token), default=tokens[0])])
