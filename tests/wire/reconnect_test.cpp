@@ -174,9 +174,12 @@ TEST(reconnect, results_go_on_between_pages_or_end)
         {error_frame(0x000A, "Invalid value for the paging state"), {"1", "SQL_ERROR: 08S01"}},
         {others, {"1", "SQL_ERROR: 08S01"}},
     };
-    for (const bool prepared : {false, true}) {
+    for (const int way : {0, 1, 2, 3}) {
+        const bool prepared = way % 2 == 1;
         for (const auto &c : cases) {
             const wire_ptr wire = wire_logged_on({}, standard);
+            if (way > 1)  // kept rows go on as those of one page do
+                SQLSetStmtAttr(wire->stmt, SQL_ATTR_CURSOR_TYPE, odbc_number(SQL_CURSOR_STATIC), 0);
             const std::vector<node_frame> first = {text_page({"1"}, "state"), farewell};
             if (prepared) {
                 expect_prepare(wire->node.get(), "SELECT a", {prepared_frame("A1", {}, one_text)});
