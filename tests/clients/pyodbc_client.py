@@ -91,8 +91,8 @@ class Relay:
             pass
 
     def end(self):
-        for end in self.ends:
-            end.shutdown(socket.SHUT_RDWR)
+        while self.ends:
+            self.ends.pop().shutdown(socket.SHUT_RDWR)
 
 
 @step("errors")
@@ -119,5 +119,8 @@ def errors():
         raise AssertionError("a time-out of 1 s took longer than 5 s")
     relay.silent.clear()
     lost.execute("SELECT * FROM vhcass_clients.whole").fetchall()
+    relay.end()  # another connection takes its place, unless the setting says no
+    lost.execute("SELECT * FROM vhcass_clients.whole").fetchall()
+    stays = pyodbc.connect(f"DSN=clients;SERVER=127.0.0.1;PORT={relay.port};Reconnect=No", autocommit=True)
     relay.end()
-    check(state(lambda: lost.execute("SELECT * FROM vhcass_clients.whole"), pyodbc.OperationalError), "08S01")
+    check(state(lambda: stays.execute("SELECT * FROM vhcass_clients.whole"), pyodbc.OperationalError), "08S01")
