@@ -179,8 +179,9 @@ bool schema_tables(cass_stmt *stmt, const catalog_match &keyspace, const catalog
         .table = table.kind == MATCH_NAME ? &table.text : nullptr,
     };
     for (const table_source &source : table_sources) {
-        // A keyspace is virtual or it is not.
-        const bool told = source.is_virtual && place.keyspace != nullptr && !tables->empty();
+        // A keyspace is virtual or it is not, and has one table or view of a name.
+        const bool told = !tables->empty() && place.keyspace != nullptr &&
+                          (source.is_virtual || place.table != nullptr);
         if ((source.kinds & kinds) == 0 || told)
             continue;
         const auto take = [&](const cass_stmt *inner) {

@@ -145,16 +145,17 @@ static bool is_text_or_binary(std::int32_t sql_type)
     return std::ranges::find(types, sql_type) != std::end(types);
 }
 
-// As a result's column of the type is described.
-static column_cells describe(const cass_conn *conn, const schema_column &column)
+// As a result's column of the type is described. False with HY001 posted when memory ran out.
+static bool describe(cass_stmt *stmt, const schema_column &column, column_cells *cells)
 {
-    cass_field told = {};
-    cass_field_of_type_name(conn, column.type.c_str(), &told);
+    cass_field told;
+    if (!cass_field_of_type_name(stmt_conn(stmt), column.type.c_str(), &told))
+        return cass_post_no_memory(&stmt->head, log_source, "describe") == 0;
     const bool is_datetime = told.type == SQL_DATETIME;
     // Of the numbers those that count decimal digits; of the others those with a fraction.
     const bool has_digits =
         told.num_prec_radix == 10 || (is_datetime && told.datetime_interval_code != SQL_CODE_DATE);
-    return {
+    *cells = {
         .sql_type = catalog_number_text(told.consise_type),
         .size = catalog_number_text(static_cast<std::int32_t>(cass_field_size(&told))),
         .bytes = catalog_number_text(static_cast<std::int32_t>(told.octet_length)),
@@ -167,6 +168,7 @@ static column_cells describe(const cass_conn *conn, const schema_column &column)
         .is_datetime = is_datetime,
         .is_sized = is_text_or_binary(told.consise_type),
     };
+    return true;
 }
 
 static bool is_key(const schema_column &column)
@@ -181,8 +183,9 @@ static const char *text_if(bool told, const catalog_number &number)
 
 static bool add_column(cass_stmt *stmt, const schema_column &column, std::int32_t ordinal)
 {
-    const column_cells cells = describe(stmt_conn(stmt), column);
-    return add_row(stmt, {
+    column_cells cells;
+    return describe(stmt, column, &cells) &&
+           add_row(stmt, {
                              nullptr,
                              column.table->keyspace.c_str(),
                              column.table->name.c_str(),
@@ -286,8 +289,9 @@ static bool keep_one_table(cass_stmt *stmt, std::vector<schema_table> *tables)
 
 static bool add_row_identifier(cass_stmt *stmt, const schema_column &column)
 {
-    const column_cells cells = describe(stmt_conn(stmt), column);
-    return add_row(stmt, {
+    column_cells cells;
+    return describe(stmt, column, &cells) &&
+           add_row(stmt, {
                              catalog_number_text(SQL_SCOPE_SESSION).text,
                              column.name.c_str(),
                              cells.sql_type.text,

@@ -1,5 +1,6 @@
 // How a Cassandra type looks to an ODBC application: the description of a column by its CQL type.
 // Every decision is a row of a table here; odd rows are deliberate.
+#include <iterator>
 #include <span>
 #include <string_view>
 
@@ -7,6 +8,7 @@
 #include "core/describe/cass_field.h"
 #include "core/describe/cass_type_name.h"
 #include "core/net/cass_conn_shared.h"
+#include "core/wire/cql_class.h"
 
 // Sizes that a connection's settings give.
 enum : std::int32_t {
@@ -308,25 +310,44 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
     return descriptions_are_approximate(conn) || fill_exactly(field, told) ? 0 : -1;
 }
 
-// The protocol's id of a type by its name; of all nested types and user types that of one.
-static std::int32_t option_of_name(std::string_view name)
+constexpr int CLASS_LEVELS = 64;
+constexpr int CLASS_TYPES = 1024;
+
+// The id of the type that a class stands for. False when memory ran out.
+static bool option_of_class(std::string_view name, std::int32_t *option_id)
 {
-    if (name.starts_with('\''))
-        return CQL_CUSTOM;
-    if (name == "varchar")
-        return CQL_VARCHAR;
+    *option_id = CQL_CUSTOM;
+    const held_string text(cass_string_from_bytes(name.data(), std::ssize(name)));
+    int room = CLASS_TYPES;
+    cass_type_option *type = nullptr;
+    if (text == nullptr || !type_option_from_class(text.get(), CLASS_LEVELS, &room, &type))
+        return false;
+    const held_option held(type);
+    if (type != nullptr)
+        *option_id = type->option_id;
+    return true;
+}
+
+// The protocol's id of a type by its name; of all nested types and user types that of one. False
+// when memory ran out, which only a class in quotes takes.
+static bool option_of_name(std::string_view name, std::int32_t *option_id)
+{
+    if (name.size() > 1 && name.starts_with('\'') && name.ends_with('\''))
+        return option_of_class(name.substr(1, name.size() - 2), option_id);
+    *option_id = name == "varchar" ? CQL_VARCHAR : CQL_UDT;
     for (const column_row &row : exact_rows) {
         if (row.local_type_name != nullptr && row.local_type_name == name)
-            return row.option_id;
+            *option_id = row.option_id;
     }
-    return CQL_UDT;
+    return true;
 }
 
 bool cass_field_of_type_name(const cass_conn *conn, const char *name, cass_field *field)
 {
-    const std::int32_t option_id = option_of_name(name);
+    std::int32_t option_id;
     column_row row;
-    if (descriptions_are_approximate(conn) || !find_column_row(conn, option_id, &row))
+    if (descriptions_are_approximate(conn) || !option_of_name(name, &option_id) ||
+        !find_column_row(conn, option_id, &row))
         return false;
     const cass_type_option plain = {};
     *field = {};

@@ -36,7 +36,7 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
 
 // The description of a column by its CQL type as system_schema spells it, "map<text, int>", where
 // descriptions are exact. A record that owns nothing. False, with nothing written, where they are
-// not.
+// not, and when memory ran out, which can only be for a class in quotes.
 bool cass_field_of_type_name(const cass_conn *conn, const char *name, cass_field *field);
 // The size that an application lays its buffers out by, in characters, digits, or bytes of binary:
 // a decision of its own, not the stored size.

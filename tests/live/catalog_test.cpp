@@ -164,7 +164,8 @@ struct live_odbc_catalog : live_catalog {
                       umlauts + "\" text)");
         run(stmt,
             "CREATE TABLE \"Quotes\" (\"Pk\" int, \"C\" int, \"q\"\"'%_\" text, m map<text, int>, "
-            "\"F\" frozen<list<int>>, u addr, PRIMARY KEY (\"Pk\", \"C\"))");
+            "\"F\" frozen<list<int>>, u addr, l 'org.apache.cassandra.db.marshal.LexicalUUIDType', "
+            "PRIMARY KEY (\"Pk\", \"C\"))");
         run(stmt, "CREATE INDEX quotes_m ON \"Quotes\" (values(m))");
         run(stmt, "CREATE INDEX quotes_f ON \"Quotes\" (full(\"F\"))");
         // What a node may refuse.
