@@ -151,7 +151,7 @@ SQLRETURN catalog_finish(cass_stmt *stmt, SQLRETURN code, bool occupies)
 {
     if (code == SQL_SUCCESS && occupies)
         cass_set_busy(stmt_conn(stmt), {.busy = 1, .stmt = nullptr});
-    if (code != SQL_SUCCESS && stmt->internal_rs != nullptr)
+    if (!SQL_SUCCEEDED(code) && stmt->internal_rs != nullptr)
         stmt->internal_rs->exhausted = 1;
     return cass_check_cursor_change(stmt, code);
 }

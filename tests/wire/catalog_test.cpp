@@ -471,3 +471,51 @@ TEST(catalog, by_the_rules_of_odbc_names_are_compared_here)
             }
         }
 }
+
+TEST(catalog, by_the_rules_of_odbc_failures_are_told_and_warnings_passed_on)
+{
+    const node_frame table = text_rows({{"ks", "t", "x"}});
+    const struct {
+        std::string reads;  // of the server's tables
+        node_frame reply;
+        SQLRETURN code;
+        row_list rows;
+        const char *record;
+    } cases[] = {
+        {"system_schema.tables",
+         with_warnings(table, {"slow"}),
+         SQL_SUCCESS_WITH_INFO,
+         {"NULL|ks|t|TABLE|x"},
+         "01000 slow"},
+        {"system_schema.tables",
+         text_rows({{"ks", "t", "x"}}, {.paging_state = "p"}),
+         SQL_ERROR,
+         {},
+         "42000"},
+        {"system_schema.views", error_frame(0x2200, "no"), SQL_ERROR, {}, "42000"},
+        {"system_virtual_schema.tables",
+         error_frame(0x2100, "not yours"),
+         SQL_SUCCESS,
+         {"NULL|ks|t|TABLE|x"},
+         nullptr},
+        {"system_virtual_schema.tables", error_frame(0x0000, "broken"), SQL_ERROR, {}, "HY000"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.reads);
+        const wire_ptr wire = wire_logged_on({}, "PageSize=100;Standard=Yes");
+        node_answer_rest(wire->node.get(), [&](const node_request &request) {
+            const auto has = [&](const std::string &text) {
+                return request.body.find(text) != bytes::npos;
+            };
+            const node_frame usual = has("system_schema.tables") ? table : text_rows({});
+            return std::vector{has(page_tail("p").substr(7)) ? error_frame(0x2200, "no page")
+                               : has(" FROM " + c.reads)     ? c.reply
+                                                             : usual};
+        });
+        EXPECT_STMT(c.code, wire->stmt, call("tables", wire->stmt, {}));
+        const record_list records = stmt_records(wire->stmt);
+        EXPECT_EQ(records.size(), c.record != nullptr ? 1u : 0u);
+        EXPECT_TRUE(records.empty() || records[0].starts_with(c.record)) << records[0];
+        EXPECT_EQ(fetch_all(wire->stmt), c.rows);
+    }
+}
