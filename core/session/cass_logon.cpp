@@ -449,7 +449,7 @@ static int ask_metadata_service(cass_conn *conn)
     cass_free_contact_points(conn);
     int code;
     if (!only_sockets_are_walked(conn))
-        code = cass_walk_servers(conn, conn->settings.metadata_port, start_metadata);
+        code = cass_walk_servers(conn, conn->settings.metadata_port, start_metadata, 1);
     else if (cass_open_servers(conn, conn->settings.server, conn->settings.metadata_port) != 0)
         code = -1;
     else
@@ -466,7 +466,7 @@ static int open_server(cass_conn *conn)
     if (conn->settings.server == nullptr)
         return no_server(conn);
     if (!only_sockets_are_walked(conn))
-        return cass_walk_servers(conn, conn->settings.port, cass_establish_connection);
+        return cass_walk_servers(conn, conn->settings.port, cass_establish_connection, 0);
     if (cass_open_servers(conn, conn->settings.server, conn->settings.port) != 0)
         return -1;
     return cass_establish_connection(conn);

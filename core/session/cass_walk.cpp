@@ -305,7 +305,8 @@ static std::int32_t first_entry(const cass_conn *conn, std::int32_t count)
     return static_cast<std::int32_t>(random % static_cast<std::uint32_t>(count));
 }
 
-int cass_walk_servers(cass_conn *conn, std::int32_t port, cass_session_start start)
+int cass_walk_servers(cass_conn *conn, std::int32_t port, cass_session_start start,
+                      std::int32_t later)
 {
     const held_text list(cass_string_to_utf8(conn->settings.server));
     if (list == nullptr)
@@ -315,7 +316,7 @@ int cass_walk_servers(cass_conn *conn, std::int32_t port, cass_session_start sta
     walk.conn = conn;
     walk.start = start;
     walk.port = port;
-    walk.left = count;
+    walk.left = count + later;
     walk.state = STATE_08001;
     const std::int32_t first = first_entry(conn, count);
     walk_step step = WALK_ON;

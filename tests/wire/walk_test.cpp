@@ -128,17 +128,15 @@ TEST(walk, login_time_out_covers_all_servers)
 
 TEST(walk, load_balance_begins_anywhere)
 {
-    const other_node one, two, three;
-    const std::string list =
-        ";SERVER=" + one.address() + "," + two.address() + "," + three.address();
+    const other_node one, two;
+    const std::string list = ";SERVER=" + one.address() + "," + two.address();
     const wire_ptr wire = wire_open();
     for (const bool balanced : {false, true}) {
-        for (int i = 0; i < 60; i++) {
+        for (int i = 0; i < 30; i++) {
             connect_seconds(wire->conn, (balanced ? "LoadBalance=Yes" : "") + list, SQL_SUCCESS);
             SQLDisconnect(wire->conn);
         }
-        EXPECT_EQ(one.asked == 60 && two.asked == 0 && three.asked == 0, !balanced);
-        EXPECT_EQ(one.asked + two.asked + three.asked, balanced ? 120 : 60);
-        EXPECT_EQ(two.asked > 0 && three.asked > 0, balanced);
+        EXPECT_EQ(two.asked > 0, balanced);
     }
+    EXPECT_GT(one.asked, 30);
 }
