@@ -3,6 +3,8 @@
 // it is a poll and never a spin.
 #include "core/net/cass_conn.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -120,9 +122,22 @@ static bool through_tls(const cass_conn *conn)
     return conn->ssl != nullptr && conn->settings.ssl_active == 1;
 }
 
+// A request has run into its time-out or was cancelled, and the peer's system has not even
+// confirmed its bytes, which were sent again and again. A server that is only slow has confirmed
+// them.
+static bool peer_is_silent(const cass_conn *conn)
+{
+    constexpr int most_attempts = 2;
+    tcp_info info = {};
+    socklen_t size = sizeof info;
+    return conn->late.count > 0 &&
+           getsockopt(conn->socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0 &&
+           info.tcpi_backoff >= most_attempts;
+}
+
 bool conn_is_lost(cass_conn *conn)
 {
-    if (shared_get(&conn->socket_dead) != 0 || !conn_peer_is_there(conn))
+    if (shared_get(&conn->socket_dead) != 0 || !conn_peer_is_there(conn) || peer_is_silent(conn))
         return true;
     return through_tls(conn) && !cass_ssl_peer_is_there(conn);
 }

@@ -60,7 +60,8 @@ void conn_slept_on(const cass_conn *conn);
 bool conn_is_called_off(const cass_conn *conn);
 // Whether the peer is still there, as far as the system knows; nothing is sent or read.
 bool conn_peer_is_there(cass_conn *conn);
-// Whether nothing can be sent any more: the connection broke, or the peer has ended it, by TLS too.
+// Whether nothing can be sent any more: the connection broke, the peer has ended it, by TLS too, or
+// its system takes no bytes of a request that was given up.
 // Nothing is sent, and no byte of a reply is lost. The caller holds exchange_lock.
 bool conn_is_lost(cass_conn *conn);
 
