@@ -3,6 +3,7 @@
 
 #include "core/handle/cass_handle.h"
 #include "core/session/cass_logon.h"
+#include "core/session/cass_secrets.h"
 #include "core/session/cass_settings.h"
 
 static constexpr char log_source[] = "SQLConnectWide.c";
@@ -36,12 +37,12 @@ SQLRETURN connect_entry(SQLHDBC handle, const entry_point &entry, const text_arg
     return enter_conn(
         handle, entry,
         [&](cass_conn *conn) {
+            const text_argument password = cass_shown_password(conn, server_name, authentication);
             // Recorded as a detail, unlike the other entries.
             ENTRY_LOG(&conn->head, entry, LOG_DETAIL,
                       "%s: input_handle=%p, server_name = %A, user_name = %A, "
                       "authentication = %A",
-                      entry.name, static_cast<void *>(conn), &server_name, &user_name,
-                      &authentication);
+                      entry.name, static_cast<void *>(conn), &server_name, &user_name, &password);
         },
         [&](cass_conn *conn) {
             return cass_connect_by_name(conn, server_name, user_name, authentication);

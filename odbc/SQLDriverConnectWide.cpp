@@ -8,6 +8,7 @@
 
 #include "core/handle/cass_handle.h"
 #include "core/session/cass_logon.h"
+#include "core/session/cass_secrets.h"
 #include "core/session/cass_settings.h"
 #include "dll/setup_library.h"
 
@@ -102,7 +103,7 @@ static bool an_exact_output_string_is_whole(const cass_conn *conn)
 bool driver_connect_write(cass_conn *conn, const cass_string *text,
                           const driver_connect_target &target)
 {
-    const std::int32_t length = cass_string_length(text);
+    const std::int64_t length = text_form_length(text, target.form);
     cass_store(target.length, static_cast<SQLSMALLINT>(length < SHRT_MAX ? length : SHRT_MAX));
     if (length == 0)
         return false;
@@ -118,16 +119,31 @@ bool driver_connect_write(cass_conn *conn, const cass_string *text,
     return true;
 }
 
+static bool connecting_forgets_attributes(const cass_conn *conn)
+{
+    return conn->conduct->connecting_forgets_attributes;
+}
+
+// A live session and every earlier setting go, attributes that were set beforehand among them where
+// the conduct says so: SQL_ATTR_LOGIN_TIMEOUT then only works with SQLConnect. What the connection
+// has followed so far does not count, but what the string asks for. False when memory ran out.
+static bool forget_earlier(cass_conn *conn, const cass_string *connect_string)
+{
+    const bool chosen = cass_choose_conduct_by_string(conn, connect_string);
+    if (connecting_forgets_attributes(conn))
+        cass_reset_conn(conn);
+    else
+        cass_forget_settings(conn);
+    return chosen;
+}
+
 static SQLRETURN driver_connect(cass_conn *conn, SQLHWND window,
                                 const text_argument &connect_string, SQLUSMALLINT completion,
                                 const driver_connect_target &target)
 {
     held_string settings;
     const bool read = cass_string_take_argument(connect_string, &settings);
-    // A live session and every earlier setting go, attributes that were set beforehand among them:
-    // SQL_ATTR_LOGIN_TIMEOUT only works with SQLConnect.
-    cass_reset_conn(conn);
-    if (!read)
+    if (!forget_earlier(conn, settings.get()) || !read)
         return cass_post_no_memory(&conn->head, log_source, "SQLDriverConnect");
     if (cass_parse_connect_string(conn, settings.get()) != 0)
         return SQL_ERROR;
@@ -144,7 +160,11 @@ static SQLRETURN driver_connect(cass_conn *conn, SQLHWND window,
     }
     if (driver_connect_write(conn, out.get(), target))
         code = SQL_SUCCESS_WITH_INFO;
-    CASS_LOG(&conn->head, LOG_DETAIL, "SQLDriverConnect: Output string '%S'", out.get());
+    if (cass_log_is_on(&conn->head)) {
+        held_string hidden;
+        CASS_LOG(&conn->head, LOG_DETAIL, "SQLDriverConnect: Output string '%S'",
+                 cass_shown_string(conn, out.get(), &hidden));
+    }
     return code;
 }
 
@@ -155,12 +175,14 @@ SQLRETURN driver_connect_entry(SQLHDBC handle, const entry_point &entry, SQLHWND
     return enter_conn(
         handle, entry,
         [&](cass_conn *conn) {
+            held_string hidden;
+            const text_argument shown = cass_shown_argument(conn, connect_string, &hidden);
             ENTRY_LOG(&conn->head, entry, LOG_ENTRY,
                       "%s: connection_handle=%p, window_handle=%p, in_connection_string=%A, "
                       "out_connection_string=%p, buffer_length=%d, string_length2_ptr=%p, "
                       "driver_completion=%d",
-                      entry.name, static_cast<void *>(conn), static_cast<void *>(window),
-                      &connect_string, target.buffer, static_cast<int>(target.size),
+                      entry.name, static_cast<void *>(conn), static_cast<void *>(window), &shown,
+                      target.buffer, static_cast<int>(target.size),
                       static_cast<void *>(target.length), static_cast<int>(completion));
         },
         [&](cass_conn *conn) {

@@ -232,7 +232,7 @@ void cass_logout(cass_conn *conn)
     conn->connecting = 0;
 }
 
-void cass_reset_conn(cass_conn *conn)
+void cass_forget_settings(cass_conn *conn)
 {
     cass_logout(conn);
     // Statements of other threads may be within a request, or read what goes here.
@@ -246,6 +246,12 @@ void cass_reset_conn(cass_conn *conn)
         shared_put(field, 0);
     conn->results_busy_stmt = nullptr;
     default_session(conn);
+}
+
+void cass_reset_conn(cass_conn *conn)
+{
+    cass_forget_settings(conn);
+    const cass_lock_guard session(&conn->session_lock);
     cass_default_conn_attrs(conn);
 }
 

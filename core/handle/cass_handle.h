@@ -32,9 +32,11 @@ using held_stmt = held<cass_stmt, &cass_free_throwaway_stmt>;
 // Statements of the connection that use it as ARD or APD fall back to their implicit ones.
 void cass_free_desc(cass_desc *desc, int list_locked);
 
-// Back to the disconnected state: a live session is ended, texts are freed, most settings and all
-// attributes go back to their defaults; log_mask, log_file, port, ipv6, consistency, children and
-// the locks stay.
+// Back to the disconnected state: a live session is ended, texts are freed, most settings go back to
+// their defaults; log_mask, log_file, port, ipv6, consistency, attributes, children and the locks
+// stay.
+void cass_forget_settings(cass_conn *conn);
+// The same, and all attributes go back to their defaults.
 void cass_reset_conn(cass_conn *conn);
 // Forgets the reply of the metadata service: contact points, region and its port.
 void cass_free_contact_points(cass_conn *conn);

@@ -181,6 +181,16 @@ static void write_record(const log_call *call, const char *format, va_list argum
     errno = saved_errno;
 }
 
+static bool secrets_are_logged(const cass_conn *conn)
+{
+    return conn->conduct->secrets_are_logged;
+}
+
+bool cass_log_shows_secrets(const cass_conn *conn)
+{
+    return secrets_are_logged(conn);
+}
+
 void cass_log_set_file(cass_conn *conn, const char *name, std::size_t length)
 {
     const cass_lock_guard hold(&conn_env(conn)->log_lock);

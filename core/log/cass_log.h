@@ -67,6 +67,9 @@ void cass_log_packet(cass_handle *handle, const char *source_file, int line, std
 // text_argument * as %q or %Q. Long values are cut and end in "...".
 int cass_log_format(char *target, int room, const char *format, va_list arguments);
 
+// Whether passwords and keys may stand in the records of this connection.
+bool cass_log_shows_secrets(const cass_conn *conn);
+
 // Names the connection's log file: `length` bytes, cut to its room; none at all for standard error.
 // Records that other threads write meanwhile go to the old file or to the new one.
 void cass_log_set_file(cass_conn *conn, const char *name, std::size_t length);

@@ -154,7 +154,9 @@ static std::int32_t post_send_error(cass_conn *conn, int error)
     return -1;
 }
 
-static std::int32_t write_tls(cass_conn *conn, const void *buffer, std::int32_t count)
+// The log dumps the first `shown` bytes.
+static std::int32_t write_tls(cass_conn *conn, const void *buffer, std::int32_t count,
+                              std::int32_t shown)
 {
     const auto *bytes = static_cast<const char *>(buffer);
     std::int32_t done = 0;
@@ -164,14 +166,15 @@ static std::int32_t write_tls(cass_conn *conn, const void *buffer, std::int32_t 
             return post_send_error(conn, errno);
         done += sent;
     }
-    CASS_LOG_PACKET(&conn->head, buffer, done, "Sent %d (SSL) bytes", done);
+    CASS_LOG_PACKET(&conn->head, buffer, shown, "Sent %d (SSL) bytes", done);
     return done;
 }
 
-std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
+static std::int32_t write_all(cass_conn *conn, const void *buffer, std::int32_t count,
+                              std::int32_t shown)
 {
     if (through_tls(conn)) [[unlikely]]
-        return write_tls(conn, buffer, count);
+        return write_tls(conn, buffer, count, shown);
     const auto *bytes = static_cast<const char *>(buffer);
     std::int32_t done = 0;
     while (done < count) {
@@ -189,8 +192,19 @@ std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
         post_send_error(conn, errno);
         return -1;
     }
-    CASS_LOG_PACKET(&conn->head, buffer, done, "Sent %d bytes", done);
+    CASS_LOG_PACKET(&conn->head, buffer, shown, "Sent %d bytes", done);
     return done;
+}
+
+std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count)
+{
+    return write_all(conn, buffer, count, count);
+}
+
+std::int32_t conn_write_secret(cass_conn *conn, const void *buffer, std::int32_t count,
+                               std::int32_t secret)
+{
+    return write_all(conn, buffer, count, cass_log_shows_secrets(conn) ? count : secret);
 }
 
 static std::int32_t post_read_error(cass_conn *conn, int error)

@@ -21,6 +21,9 @@ int cass_close_socket(cass_conn *conn);
 
 // Writes all `count` bytes. count, or -1 with 08S01 posted. SIGPIPE never reaches the application.
 std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count);
+// The same of bytes that hold a secret from `secret` on, which only a log that shows secrets dumps.
+std::int32_t conn_write_secret(cass_conn *conn, const void *buffer, std::int32_t count,
+                               std::int32_t secret);
 // Result of a read that ran into its time-out.
 constexpr std::int32_t CONN_TIMED_OUT = -2;
 // Result of a read that was woken by conn_wake before anything came.

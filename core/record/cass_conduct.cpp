@@ -106,6 +106,10 @@ const cass_conduct default_conduct = {
     .a_login_is_invented = true,
     .a_rollback_is_a_commit = true,
     .an_exact_output_string_is_whole = true,
+    .settings_are_read_loosely = true,
+    .connecting_forgets_attributes = true,
+    .output_strings_are_partial = true,
+    .secrets_are_logged = true,
 };
 
 // Every field is written so that this conduct does the other thing.

@@ -275,6 +275,18 @@ struct cass_conduct {
     bool a_rollback_is_a_commit;
     // An output string that fits but for its terminator loses its last semicolon and is not cut.
     bool an_exact_output_string_is_whole;
+    // A connection string is cut by braces that nest and stay in its values, a text keeps the first
+    // value and anything else the last, DSN and string have spellings of their own, and what a key
+    // does not know counts as 0. 0: by ODBC's grammar, the first of equal keys, one list of
+    // spellings, and a value that its key does not take is an error.
+    bool settings_are_read_loosely;
+    // SQLDriverConnect takes back connection attributes that were set before it.
+    bool connecting_forgets_attributes;
+    // The output string names what the first applications read in it: the server that answered,
+    // values as they are, a bundle by a key that no string takes. 0: all that connects again.
+    bool output_strings_are_partial;
+    // Passwords, tokens and keys stand in the log as they go out.
+    bool secrets_are_logged;
 };
 
 // What a connection follows unless told otherwise, and what it follows with Standard=Yes: that an

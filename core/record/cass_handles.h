@@ -105,6 +105,7 @@ struct cass_settings {
     cass_string *user;
     cass_string *password;
     cass_string *server;  // replaced by the server that answered
+    cass_string *driver;  // as a connection string names it
     cass_string *bundle_path;
     cass_string *keyspace;
     cass_string *entropy_file;
@@ -118,6 +119,7 @@ struct cass_settings {
     std::int32_t encrypt;
     std::int32_t ssl_active;  // encrypt, as this session keeps it
     std::int32_t trust_server_certificate;
+    std::int32_t verify_host;         // 0: not said; see below
     std::int32_t logon_timeout;       // milliseconds
     std::int32_t connection_timeout;  // milliseconds; stored only
     std::int32_t rcvbuffer;
@@ -134,8 +136,12 @@ struct cass_settings {
     std::int32_t allow_filtering;  // 1: a SELECT with a WHERE allows filtering
     std::int32_t reconnect;        // 1: a lost connection is made whole
     std::int32_t load_balance;     // 1: the list of servers is walked from a random one on
+    std::uint64_t given;           // what the connection string gave, by row of the settings' table
     char log_file[512];            // empty: standard error
 };
+
+// Whether the name on the server's certificate counts.
+enum : std::int32_t { VERIFY_HOST_YES = 1, VERIFY_HOST_NO = 2 };
 
 // The texts, which the record owns, and the numbers that disconnecting sets to 0. The others stay.
 inline constexpr cass_string *cass_settings::*cass_setting_texts[] = {
@@ -143,6 +149,7 @@ inline constexpr cass_string *cass_settings::*cass_setting_texts[] = {
     &cass_settings::user,
     &cass_settings::password,
     &cass_settings::server,
+    &cass_settings::driver,
     &cass_settings::bundle_path,
     &cass_settings::keyspace,
     &cass_settings::entropy_file,
@@ -156,6 +163,7 @@ inline constexpr std::int32_t cass_settings::*cass_setting_numbers_reset[] = {
     &cass_settings::encrypt,
     &cass_settings::ssl_active,
     &cass_settings::trust_server_certificate,
+    &cass_settings::verify_host,
     &cass_settings::logon_timeout,
     &cass_settings::rcvbuffer,
     &cass_settings::keepalive,

@@ -21,6 +21,7 @@ static constexpr char log_source[] = "cass_logon.c";
 
 constexpr int NOTHING_WRITTEN = -4;
 constexpr int ASKING_FAILED = -5;
+constexpr char AUTHORISATION[] = "Authorization: Basic ";  // the password follows
 constexpr std::int32_t STATUS_OK = 200;
 constexpr std::int32_t STATUS_BAD_REQUEST = 400;
 
@@ -53,9 +54,9 @@ static char *compose_request(const cass_conn *conn, const char *user, const char
     return compose("GET /metadata HTTP/1.1\n"
                    "Host: %s\n"
                    "Accept: application/json\n"
-                   "Authorization: Basic %s\n"
+                   "%s%s\n"
                    "\n",
-                   host.get(), encoded.get());
+                   host.get(), AUTHORISATION, encoded.get());
 }
 
 // ---- The reply ---------------------------------------------------------------------------------
@@ -153,7 +154,10 @@ int astra_comms(cass_conn *conn, const char *user, const char *password)
     if (request == nullptr)
         return cass_post_no_memory(&conn->head, log_source, "astra_comms", ASKING_FAILED);
     // A failed write has posted its record; the read that follows fails in turn.
-    if (conn_write(conn, request.get(), static_cast<std::int32_t>(std::strlen(request.get()))) == 0)
+    const auto size = static_cast<std::int32_t>(std::strlen(request.get()));
+    const char *secret = std::strstr(request.get(), AUTHORISATION);
+    if (conn_write_secret(conn, request.get(), size,
+                          static_cast<std::int32_t>(secret - request.get())) == 0)
         return NOTHING_WRITTEN;
     const held_response response(read_answer(conn));
     if (response == nullptr || response->body == nullptr)

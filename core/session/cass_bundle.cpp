@@ -172,7 +172,7 @@ static unsigned char *read_member(cass_conn *conn, zip_t *archive, const char *n
     else if (bytes == nullptr)
         fail(conn, "%s( \"%s\" ) read fails", reader, name);
     else
-        CASS_LOG_PACKET(&conn->head, bytes, *length, "%s", name);
+        CASS_LOG_PACKET(&conn->head, bytes, cass_log_shows_secrets(conn) ? *length : 0, "%s", name);
     return bytes;
 }
 

@@ -14,9 +14,10 @@
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn_shared.h"
+#include "core/session/cass_checked_settings.h"
+#include "core/session/cass_dsn_section.h"
 #include "core/session/cass_settings_table.h"
 #include "support/ascii.h"
-#include "support/installer.h"
 
 static constexpr char log_source[] = "SQLConnectWide.c";
 
@@ -39,12 +40,6 @@ static constexpr log_word log_words[] = {
     {"process", 63, ROAD_ALL},
 };
 
-// By code of the native protocol ([consistency], section 3 of version 4).
-static constexpr const char *consistency_names[] = {
-    "ANY",          "ONE",         "TWO",    "THREE",        "QUORUM",    "ALL",
-    "LOCAL_QUORUM", "EACH_QUORUM", "SERIAL", "LOCAL_SERIAL", "LOCAL_ONE",
-};
-
 static std::int32_t log_mask_from_text(const char *text, settings_road road)
 {
     for (const log_word &row : log_words) {
@@ -56,7 +51,7 @@ static std::int32_t log_mask_from_text(const char *text, settings_road road)
 
 static std::int32_t consistency_from_text(const char *text, settings_road road)
 {
-    for (std::size_t code = 0; code < std::size(consistency_names); code++) {
+    for (std::size_t code = 0; code < consistency_names.size(); code++) {
         if (ascii_casecmp(text, consistency_names[code]) == 0)
             return static_cast<std::int32_t>(code);
     }
@@ -71,6 +66,15 @@ static std::int32_t switch_from_text(const char *text, bool digits_count)
     return digits_count ? ascii_to_int(text) : 0;
 }
 
+// Whatever is no "no" asks for it.
+static std::int32_t verify_from_text(const char *text)
+{
+    std::int32_t value = 0;
+    if (*text == '\0')
+        return 0;
+    return cass_switch_word(text, &value) && value == 0 ? VERIFY_HOST_NO : VERIFY_HOST_YES;
+}
+
 // Unknown words and bad numbers are 0 and never reported.
 static std::int32_t number_from_text(setting_kind kind, const char *text, settings_road road)
 {
@@ -83,6 +87,8 @@ static std::int32_t number_from_text(setting_kind kind, const char *text, settin
         return switch_from_text(text, road != ROAD_STRING);
     case SETTING_KEEPALIVE:
         return switch_from_text(text, true);
+    case SETTING_VERIFY:
+        return verify_from_text(text);
     case SETTING_CONSISTENCY:
         return consistency_from_text(text, road);
     case SETTING_PAGE:
@@ -112,8 +118,9 @@ static void store_value(cass_conn *conn, const setting &row, const char *value, 
     }
 }
 
-// Before an entry: what it clears. `entry` is ROAD_CONNECT or ROAD_STRING.
-static void clear_settings(cass_conn *conn, settings_road entry)
+// Before an entry: what it clears. `entry` is ROAD_CONNECT or ROAD_STRING, or both for settings
+// that are judged, of which all go.
+static void clear_settings(cass_conn *conn, unsigned entry)
 {
     for (const setting &row : settings_table) {
         if ((row.cleared & entry) == 0)
@@ -147,9 +154,9 @@ static bool unsized_columns_are_short(const cass_conn *conn)
     return conn->conduct->unsized_columns_are_short;
 }
 
-// After it: what is still absent takes its default. A negative number counts as absent behind a
-// connection string, and as a value behind SQLConnect.
-static void default_absent(cass_conn *conn, settings_road entry)
+// After it: what is still absent takes its default. A negative number counts as a value behind
+// SQLConnect, and as absent elsewhere.
+static void default_absent(cass_conn *conn, unsigned entry)
 {
     cass_choose_conduct(conn);
     for (const setting &row : settings_table) {
@@ -164,52 +171,14 @@ static void default_absent(cass_conn *conn, settings_road entry)
     }
 }
 
+// Settings that are read loosely have not asked for another conduct, however often they name it.
+static void default_loosely(cass_conn *conn, settings_road entry)
+{
+    shared_put(&conn->settings.standard, 0);
+    default_absent(conn, entry);
+}
+
 // ---- A section of odbc.ini ---------------------------------------------------------------------
-
-constexpr char dsn_file[] = "odbc.ini";
-
-// A section and the list of its keys: every key that is not there saves a look into the file.
-struct dsn_section {
-    const char *name;
-    std::int32_t listed;  // bytes of keys; below 1: no list
-    char keys[8192];      // names, each with its NUL
-};
-
-static void list_section(dsn_section *section, const char *name)
-{
-    constexpr int room = sizeof section->keys;
-    section->name = name;
-    section->listed =
-        cass_get_private_profile_string(name, nullptr, "", section->keys, room, dsn_file);
-    if (section->listed > room - 1)
-        section->listed = room - 1;
-    if (section->listed > 0)
-        section->keys[section->listed] = '\0';
-}
-
-// A name that the end of a full list may have cut is no key.
-static bool section_has_key(const dsn_section &section, const char *key)
-{
-    const char *end = section.keys + section.listed;
-    const bool full = section.listed == static_cast<std::int32_t>(sizeof section.keys) - 1;
-    for (const char *name = section.keys; name < end && *name != '\0';
-         name += std::strlen(name) + 1) {
-        if (ascii_casecmp(name, key) == 0)
-            return !(full && name + std::strlen(name) >= end);
-    }
-    return false;
-}
-
-// One value, empty when the section does not have it. True when there is something.
-static bool cass_dsn_value(const dsn_section &section, const char *key, char *value, int size)
-{
-    value[0] = '\0';
-    if (section.listed > 0 && !section_has_key(section, key))
-        return false;
-    cass_get_private_profile_string(section.name, key, "", value, size, dsn_file);
-    value[size - 1] = '\0';
-    return value[0] != '\0';
-}
 
 // Does the section add anything to this setting? SQLConnect takes all but what its arguments gave;
 // a connection string only leaves what it did not give itself.
@@ -267,31 +236,6 @@ static bool read_rows(cass_conn *conn, const dsn_section &section, std::span<con
     return true;
 }
 
-// Opens the connection's section; *name stays null without a data source. An empty name is none
-// either, as the installer would take it for a pattern that every section matches. False when
-// memory ran out.
-//
-// The name is looked for as UTF-8. An ANSI application whose names are UTF-8 already has had them
-// widened byte for byte, so that the plain bytes are the second candidate.
-static bool open_section(const cass_conn *conn, dsn_section *section, held_text *name)
-{
-    if (cass_string_length(conn->settings.dsn) == 0)
-        return true;
-    held_text wanted(cass_string_to_utf8(conn->settings.dsn));
-    held_text bytes(cass_string_to_ascii(conn->settings.dsn));
-    if (wanted == nullptr || bytes == nullptr)
-        return false;
-    if (*wanted == '\0')
-        return true;
-    *name = std::move(wanted);
-    list_section(section, name->get());
-    if (section->listed < 1 && *bytes != '\0' && std::strcmp(name->get(), bytes.get()) != 0) {
-        *name = std::move(bytes);
-        list_section(section, name->get());
-    }
-    return true;
-}
-
 // ---- The two entries ---------------------------------------------------------------------------
 
 static bool is_lost(const cass_string *given, const cass_string *copy)
@@ -301,14 +245,10 @@ static bool is_lost(const cass_string *given, const cass_string *copy)
 
 // The keys of SQLConnect's section. Without a server or bundle nothing else is looked at, the user
 // and password of the arguments included: the call is about to fail. False when memory ran out.
-static bool read_connect_section(cass_conn *conn, const cass_string *user,
-                                 const cass_string *password)
+static bool read_connect_section(cass_conn *conn, const dsn_section &section,
+                                 const cass_string *user, const cass_string *password)
 {
-    dsn_section section;
-    held_text name;
-    if (!open_section(conn, &section, &name))
-        return false;
-    if (name != nullptr &&
+    if (section.name != nullptr &&
         !read_rows(conn, section, settings_table.first(ADDRESS_ROWS), ROAD_CONNECT))
         return false;
     if (conn->settings.server == nullptr && conn->settings.bundle_path == nullptr) {
@@ -323,14 +263,72 @@ static bool read_connect_section(cass_conn *conn, const cass_string *user,
     return read_rows(conn, section, settings_table.subspan(ADDRESS_ROWS), ROAD_CONNECT);
 }
 
+static bool settings_are_read_loosely(const cass_conn *conn)
+{
+    return conn->conduct->settings_are_read_loosely;
+}
+
+static void choose_conduct(cass_conn *conn, bool standard)
+{
+    shared_put(&conn->settings.standard, standard ? 1 : 0);
+    cass_choose_conduct(conn);
+}
+
+// False when memory ran out.
+static bool take_argument(cass_string **setting, const cass_string *argument)
+{
+    if (cass_string_length(argument) == 0)
+        return true;
+    *setting = cass_string_copy(argument);
+    return *setting != nullptr;
+}
+
+// What is judged is so by the conduct that was chosen, whatever a value fails at.
+static void clear_checked(cass_conn *conn)
+{
+    clear_settings(conn, ROAD_CHECKED);
+    shared_put(&conn->settings.standard, 1);
+    conn->settings.given = 0;
+}
+
+// Behind what the call or its string has given, and `taken` says how that went.
+static int complete_checked(cass_conn *conn, bool taken, const dsn_section &section)
+{
+    if (taken && section.name != nullptr)
+        taken = cass_take_section(conn, section);
+    taken = taken && cass_settle_servers(conn);
+    default_absent(conn, ROAD_CHECKED);
+    return taken ? 0 : -1;
+}
+
+// An argument that is empty yields to the section.
+static int read_checked_dsn(cass_conn *conn, const dsn_section &section, const cass_string *user,
+                            const cass_string *password)
+{
+    const bool taken = take_argument(&conn->settings.user, user) &&
+                       take_argument(&conn->settings.password, password);
+    if (!taken)
+        cass_post_no_memory(&conn->head, log_source, "SQLConnect");
+    return complete_checked(conn, taken, section);
+}
+
 int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_string *user,
                            const cass_string *password)
 {
-    clear_settings(conn, ROAD_CONNECT);
+    dsn_section section;
+    bool whole = cass_open_section(dsn, &section);
+    choose_conduct(conn, whole && cass_section_asks_for_standard(section));
+    const bool loosely = settings_are_read_loosely(conn);
+    if (loosely)
+        clear_settings(conn, ROAD_CONNECT);
+    else
+        clear_checked(conn);
     cass_set_conn_text(conn, &conn->settings.dsn, cass_string_copy(dsn));
-    const bool whole =
-        !is_lost(dsn, conn->settings.dsn) && read_connect_section(conn, user, password);
-    default_absent(conn, ROAD_CONNECT);
+    whole = whole && !is_lost(dsn, conn->settings.dsn);
+    if (whole && !loosely)
+        return read_checked_dsn(conn, section, user, password);
+    whole = whole && read_connect_section(conn, section, user, password);
+    default_loosely(conn, ROAD_CONNECT);
     return whole ? 0 : cass_post_no_memory(&conn->head, log_source, "SQLConnect");
 }
 
@@ -376,14 +374,38 @@ static bool read_pairs(cass_conn *conn, const cass_string *connect_string)
     return true;
 }
 
+static int read_checked_string(cass_conn *conn, const cass_string *connect_string)
+{
+    clear_checked(conn);
+    dsn_section section;
+    bool taken = cass_take_pairs(conn, connect_string);
+    if (!cass_open_section(conn->settings.dsn, &section)) {
+        cass_post_no_memory(&conn->head, log_source, "SQLDriverConnect");
+        taken = false;
+    }
+    return complete_checked(conn, taken, section);
+}
+
+bool cass_choose_conduct_by_string(cass_conn *conn, const cass_string *connect_string)
+{
+    bool standard = false;
+    const bool whole = cass_string_asks_for_standard(connect_string, &standard);
+    choose_conduct(conn, standard);
+    return whole;
+}
+
 int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string)
 {
+    if (!cass_choose_conduct_by_string(conn, connect_string))
+        return cass_post_no_memory(&conn->head, log_source, "SQLDriverConnect");
+    if (!settings_are_read_loosely(conn))
+        return read_checked_string(conn, connect_string);
     clear_settings(conn, ROAD_STRING);
     dsn_section section;
-    held_text name;
-    bool whole = read_pairs(conn, connect_string) && open_section(conn, &section, &name);
-    if (whole && name != nullptr)
+    bool whole =
+        read_pairs(conn, connect_string) && cass_open_section(conn->settings.dsn, &section);
+    if (whole && section.name != nullptr)
         whole = read_rows(conn, section, settings_table, ROAD_SECTION);
-    default_absent(conn, ROAD_STRING);
+    default_loosely(conn, ROAD_STRING);
     return whole ? 0 : cass_post_no_memory(&conn->head, log_source, "SQLDriverConnect");
 }

@@ -36,6 +36,9 @@ static_assert(offsetof(cass_settings_block, logging) == 9216 &&
               offsetof(cass_settings_block, consistency) == 10268);
 
 // The three ways in give 0, or -1 with HY001 posted: no setting is dropped when memory runs out.
+// The first two choose the conduct by what they read, and where settings are judged
+// (cass_checked_settings.h) -1 with HY000 posted tells of a value that its key does not take.
+//
 // SQLConnect: the DSN's section, overridden by the arguments. Null texts are not given.
 int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_string *user,
                            const cass_string *password);
@@ -43,6 +46,9 @@ int cass_read_dsn_settings(cass_conn *conn, const cass_string *dsn, const cass_s
 int cass_parse_connect_string(cass_conn *conn, const cass_string *connect_string);
 // The text of a block's fields replaces the settings; an empty field clears one.
 int cass_apply_settings_block(cass_conn *conn, const cass_settings_block *block);
+// The conduct that a connection string, or the data source that it names, asks for. False when
+// memory ran out.
+bool cass_choose_conduct_by_string(cass_conn *conn, const cass_string *connect_string);
 // The conduct that the settings ask for. The ways in call it, and cass_connect for whoever has set
 // fields by hand.
 void cass_choose_conduct(cass_conn *conn);

@@ -66,6 +66,14 @@ static void trim_block(const cass_conn *conn, unsigned char **block, std::size_t
 
 // ---- Sending -----------------------------------------------------------------------------------
 
+static std::int32_t send_frame(const cass_packet *packet, const unsigned char *frame,
+                               std::int32_t size)
+{
+    return packet->opcode == OPCODE_AUTH_RESPONSE
+               ? conn_write_secret(packet->conn, frame, size, FRAME_HEADER_SIZE)
+               : conn_write(packet->conn, frame, size);
+}
+
 static std::int32_t send_compressed(cass_packet *packet)
 {
     cass_conn *conn = packet->conn;
@@ -90,7 +98,7 @@ static std::int32_t send_compressed(cass_packet *packet)
         return -1;
     store_be32(frame + 5, static_cast<std::uint32_t>(size + LZ4_PREFIX_SIZE));
     store_be32(frame + FRAME_HEADER_SIZE, static_cast<std::uint32_t>(packet->length));
-    const std::int32_t sent = conn_write(conn, frame, LZ4_START + size);
+    const std::int32_t sent = send_frame(packet, frame, LZ4_START + size);
     trim_block(conn, &conn->compressed, &conn->compressed_capacity);
     return sent < 1 ? sent : packet->length + FRAME_HEADER_SIZE;
 }
@@ -109,7 +117,7 @@ std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet)
     if (packet->length > 0 && mode == COMPRESSION_LZ4)
         return send_compressed(packet);
     store_be32(packet->frame + 5, static_cast<std::uint32_t>(packet->length));
-    return conn_write(packet->conn, packet->frame, packet->length + FRAME_HEADER_SIZE);
+    return send_frame(packet, packet->frame, packet->length + FRAME_HEADER_SIZE);
 }
 
 // ---- Receiving ---------------------------------------------------------------------------------

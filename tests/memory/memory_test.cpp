@@ -677,6 +677,10 @@ INSTANTIATE_TEST_SUITE_P(
         road{"session", session_by(by_string), there + "Logging=0;StringLen=300"},
         road{"data_source", session_by(by_name),
              "[memory]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
+        road{"odbc_session", session_by(by_string),
+             "Standard=Yes;Server={address};UID={us;er};PWD={pass}}word};Database=ks;"},
+        road{"odbc_data_source", session_by(by_name),
+             "[memory]\nStandard=yes\nHost={address}\nKeyspace=ks\nPWD=word\n"},
         road{"statements", statements, there}, road{"lz4", statements, there, true},
         road{"literals", statements, there + "Standard=Yes"}, road{"parameters", parameters, there},
         road{"scrolling", scrolling, there + "Standard=Yes"},
@@ -696,6 +700,9 @@ INSTANTIATE_TEST_SUITE_P(
              there + "Encrypt=yes;CertificateFile={folder}/ca.pem;PublicKeyFile={folder}/cert.pem;"
                      "PrivateKeyFile={folder}/key.pem",
              false, true, 1, 7, 311, true},
+        road{"odbc_tls", session_by(by_string),
+             there + "Standard=Yes;Encrypt=yes;VerifyHost=No;CertificateFile={folder}/ca.pem",
+             false, true, 3, 13, 613, true},
         road{"bundle", session_by(by_string), "BUNDLE={folder}/bundle.zip;UID=user;PWD=password",
              false, true, 3, 13, 613, true}),
     [](const auto &given) { return std::string(given.param.name); });

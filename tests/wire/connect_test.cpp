@@ -1,4 +1,6 @@
-// Reaching a server: lists with dead entries.
+// Reaching a server: lists with dead entries, and what Standard=Yes makes of a connection string on
+// its way in, out and into the log.
+#include "tests/node/certificates.h"
 #include "tests/wire/wire_support.h"
 
 // A port on which nobody listens: it was free a moment ago.
@@ -51,5 +53,99 @@ TEST(servers, only_the_last_failure_of_a_list_is_told)
         EXPECT_CONN(SQL_ERROR, wire->conn, wire_driver_connect(wire->conn, "SERVER=" + server));
         EXPECT_EQ(conn_records(wire->conn),
                   record_list{"08001 Client unable to establish connection: " + failure});
+    }
+}
+
+// A server that asks for a password and answers whatever comes.
+static wire_ptr asking_wire(bytes *token)
+{
+    wire_ptr wire = wire_open();
+    node_answer_rest(wire->node.get(), [token](const node_request &request) {
+        if (request.opcode == NODE_STARTUP)
+            return std::vector{authenticate_frame()};
+        if (request.opcode != NODE_AUTH_RESPONSE)
+            return std::vector{stock_answer(request)};
+        *token = request.body;
+        return std::vector{node_frame{.opcode = NODE_AUTH_SUCCESS, .body = be32(-1)}};
+    });
+    return wire;
+}
+
+// The output string of an ANSI and of a wide call connects again, with the same password.
+TEST(connect_string, comes_back_whole)
+{
+    static const std::pair<std::string, std::u16string> passwords[] = {
+        {"{a;b}}c}", u"{a;b}}c}"},
+        {"{ }", u"{ }"},
+        {"{a{b}", u"{a{b}"},
+        {"{{}", u"{{}"},
+        {"\xC3\xA9\xF0\x9F\x98\x80", u"\u00E9\U0001F600"},
+    };
+    for (const auto &[password, wide_password] : passwords) {
+        bytes first, second;
+        const wire_ptr wire = asking_wire(&first);
+        std::string out;
+        const std::string server = node_address(wire->node.get());
+        EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                    wire_driver_connect(wire->conn,
+                                        "Driver=/a/b;Server=" + replaced(server, ":", ",") +
+                                            ",other;User=u;Password=" + password +
+                                            ";Standard=Yes;Consistency=two;VerifyHost=No;Port=",
+                                        &out));
+        EXPECT_EQ(out, "DRIVER={/a/b};SERVER=" + server + ",other;UID=u;PWD=" + password +
+                           ";VerifyHost=No;Consistency=TWO;Standard=Yes;");
+        SQLDisconnect(wire->conn);
+        SQLWCHAR wide[256];
+        SQLSMALLINT units = 0;
+        EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                    SQLDriverConnect(wire->conn, nullptr, odbc_text(out), SQL_NTS, nullptr, 0,
+                                     &units, SQL_DRIVER_NOPROMPT));
+        EXPECT_EQ(std::size_t(units), out.size());
+        std::swap(first, second);
+        SQLDisconnect(wire->conn);
+        const std::size_t place = out.find(password);
+        std::u16string given(out.begin(), out.begin() + std::ptrdiff_t(place));
+        given += wide_password;
+        given.append(out.begin() + std::ptrdiff_t(place + password.size()), out.end());
+        EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                    SQLDriverConnectW(wire->conn, nullptr, odbc_wide(given), SQL_NTS, wide, 256,
+                                      &units, SQL_DRIVER_NOPROMPT));
+        EXPECT_EQ(std::u16string(reinterpret_cast<char16_t *>(wide)), given);
+        EXPECT_EQ(first, second);
+    }
+}
+
+TEST(connect_string, attributes_set_before_it_stay)
+{
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = wire_open();
+        expect_logon(wire->node.get());
+        SQLSetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, odbc_number(77), 0);
+        EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                    wire_connect(wire.get(), standard ? "Standard=Yes" : ""));
+        SQLUINTEGER seconds = 99;
+        SQLGetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, &seconds, 0, nullptr);
+        EXPECT_EQ(seconds, standard ? 77u : 0u);
+    }
+}
+
+// The second connect finds the handle logging.
+TEST(connect_string, passwords_are_logged_by_default_alone)
+{
+    for (const bool standard : {false, true}) {
+        bytes token;
+        const file_folder folder;
+        const std::string log = folder.path + "/log";
+        const wire_ptr wire = asking_wire(&token);
+        for (int i = 0; i < 2; i++) {
+            EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                        wire_connect(wire.get(), "LOGFILE=" + log + ";LOGGING=yes;UID=u;PWD=Qx#;" +
+                                                     (standard ? "Standard=Yes" : "")));
+            SQLDisconnect(wire->conn);
+        }
+        std::string logged = file_content(log);
+        EXPECT_NE(logged.find("SQLDriverConnect: Output string"), std::string::npos);
+        EXPECT_EQ(logged.find("PWD=Qx#") == std::string::npos, standard);
+        EXPECT_EQ(logged.find("51 78 23") == std::string::npos, standard);
     }
 }
