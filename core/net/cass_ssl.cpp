@@ -46,8 +46,9 @@ int cass_ssl_drain(cass_conn *conn)
 
 // ---- The context -------------------------------------------------------------------------------
 
-// TLS 1.2 and nothing else, whatever the system's configuration says. Nothing is verified during
-// the handshake: the result is recorded, and judged by cass_ssl_start.
+// TLS 1.2 and nothing else, whatever the system's configuration says; a session may be allowed
+// more. Nothing is verified during the handshake: the result is recorded, and judged by
+// cass_ssl_start.
 static SSL_CTX *new_context(const SSL_METHOD *method)
 {
     SSL_CTX *ctx = SSL_CTX_new(method);
@@ -144,26 +145,55 @@ static held_info new_info(cass_conn *conn)
     return info;
 }
 
-static int load_anchors(cass_conn *conn, cass_ssl_context *shared)
+static bool tls_is_1_2_alone(const cass_conn *conn)
+{
+    return conn->conduct->tls_is_1_2_alone;
+}
+
+static int load_shared_anchors(cass_conn *conn, cass_ssl_context *shared)
 {
     pthread_rwlock_wrlock(&shared->anchors_lock);
-    const int result = cass_ssl_load_anchors(conn, shared->ctx);
+    const int result = cass_ssl_load_anchors(conn, SSL_CTX_get_cert_store(shared->ctx));
     pthread_rwlock_unlock(&shared->anchors_lock);
     return result;
+}
+
+// The session's own, and without a setting those of the system.
+static int load_own_anchors(cass_conn *conn, SSL *ssl)
+{
+    X509_STORE *store = X509_STORE_new();
+    if (store == nullptr || SSL_set0_verify_cert_store(ssl, store) != 1) {
+        X509_STORE_free(store);
+        return cass_ssl_refuse(conn, "Required SSL (failed to allocate a store)");
+    }
+    if (cass_ssl_has_anchors(conn))
+        return cass_ssl_load_anchors(conn, store);
+    // A system without a store of its own trusts nobody, which the handshake tells.
+    X509_STORE_set_default_paths(store);
+    return 0;
+}
+
+static bool anchors_are_shared(const cass_conn *conn)
+{
+    return conn->conduct->anchors_are_shared;
 }
 
 // A session with all settings in it, ready for its handshake. Null after posting.
 static held_info new_session(cass_conn *conn, cass_ssl_context *shared)
 {
     held_info info = new_info(conn);
-    if (info == nullptr || load_anchors(conn, shared) != 0)
+    const bool own_anchors = !anchors_are_shared(conn);
+    if (info == nullptr || (!own_anchors && load_shared_anchors(conn, shared) != 0))
         return nullptr;
     info->ssl = SSL_new(shared->ctx);
     if (info->ssl == nullptr) {
         cass_ssl_refuse(conn, "Required SSL (failed to allocate SSL)");
         return nullptr;
     }
-    if (cass_ssl_load_session(conn, info->ssl) != 0)
+    if (!tls_is_1_2_alone(conn))
+        SSL_set_max_proto_version(info->ssl, TLS1_3_VERSION);
+    if ((own_anchors && load_own_anchors(conn, info->ssl) != 0) ||
+        cass_ssl_load_session(conn, info->ssl) != 0)
         return nullptr;
     // The session takes a reference of each; the other two stay here.
     BIO_up_ref(info->read_bio);
@@ -262,6 +292,22 @@ static int shake_hands(cass_conn *conn, cass_ssl_context *shared, const ssl_info
     }
 }
 
+// What a server has sent behind its handshake, session tickets of TLS 1.3 for one, is taken in
+// before the bytes come from the socket: the last of it may be half a record, which OpenSSL keeps.
+static int take_in_rest(cass_conn *conn, const ssl_info *info)
+{
+    char byte;
+    while (BIO_ctrl_pending(info->read_bio) > 0) {
+        ERR_clear_error();
+        const int result = SSL_peek(info->ssl, &byte, 1);
+        if (result > 0 || SSL_get_error(info->ssl, result) != SSL_ERROR_WANT_READ) {
+            cass_ssl_refuse(conn, "SSL connection failed");
+            return cass_ssl_drain(conn);
+        }
+    }
+    return 0;
+}
+
 // ---- Start and end -----------------------------------------------------------------------------
 
 static void log_cipher(cass_conn *conn, const SSL *ssl)
@@ -297,7 +343,7 @@ static held_info open_session(cass_conn *conn)
         return nullptr;
     }
     if (shake_hands(conn, shared, info.get(), buffer.get()) != 0 ||
-        cass_ssl_judge(conn, info->ssl) != 0)
+        cass_ssl_judge(conn, info->ssl) != 0 || take_in_rest(conn, info.get()) != 0)
         return nullptr;
     BIO *socket = BIO_new(shared->socket_method);
     if (socket == nullptr) {

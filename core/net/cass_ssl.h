@@ -1,5 +1,5 @@
-// TLS 1.2 over the connection's own socket, by OpenSSL. The context belongs to the environment, the
-// session to the connection.
+// TLS 1.2 or 1.3 over the connection's own socket, by OpenSSL. The context belongs to the
+// environment, the session to the connection.
 #ifndef CORE_NET_CASS_SSL_H
 #define CORE_NET_CASS_SSL_H
 

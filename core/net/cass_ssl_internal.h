@@ -41,16 +41,22 @@ int cass_ssl_drain(cass_conn *conn);
 // For PEM texts: an encrypted one counts as unreadable, nobody is asked for a passphrase.
 int cass_ssl_no_passphrase(char *buffer, int size, int writing, void *data);
 
-// 0, or SSL_FAILED with the fault of the peer's certificate posted. The server's name is not
-// compared with the certificate.
+// 0, or SSL_FAILED with the fault of the peer's certificate posted: its own, or that it is not made
+// out to the server's name, where that counts.
 int cass_ssl_judge(cass_conn *conn, const SSL *ssl);
+// The host that the socket goes to, or the one in the server setting, which then names one server.
+// The caller frees it. Null without a server, and when memory ran out.
+char *cass_ssl_host(const cass_conn *conn);
+bool cass_ssl_is_address(const char *host);
 
 // OpenSSL's own socket BIO but for SIGPIPE and time-outs; its app data is the ssl_info. Null when
 // memory runs out.
 BIO_METHOD *cass_ssl_socket_method();
 
-// The connection's trust anchors, added to the environment's. 0, or SSL_FAILED with records posted.
-int cass_ssl_load_anchors(cass_conn *conn, SSL_CTX *ctx);
+// Whether a setting or a bundle names trust anchors.
+bool cass_ssl_has_anchors(const cass_conn *conn);
+// Adds them to those of the store. 0, or SSL_FAILED with records posted.
+int cass_ssl_load_anchors(cass_conn *conn, X509_STORE *store);
 // Entropy, then the client's key and certificate, then the server's name, all where they are set.
 // 0, or SSL_FAILED with records posted.
 int cass_ssl_load_session(cass_conn *conn, SSL *ssl);

@@ -1,11 +1,16 @@
 // The judgement of a peer's certificate, by what OpenSSL found of it during the handshake.
 #include "core/net/cass_ssl_internal.h"
 
+#include <arpa/inet.h>
+#include <openssl/x509v3.h>
+
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
+#include "support/ascii.h"
 
 static constexpr char log_source[] = "cass_ssl.c";
 
@@ -36,7 +41,7 @@ static constexpr struct {
     {X509_V_ERR_KEYUSAGE_NO_CERTSIGN, "key usage does not include certificate signing"},
 };
 
-int cass_ssl_judge(cass_conn *conn, const SSL *ssl)
+static int judge_chain(cass_conn *conn, const SSL *ssl)
 {
     const long code = SSL_get_verify_result(ssl);
     if (code == X509_V_OK)
@@ -57,4 +62,133 @@ int cass_ssl_judge(cass_conn *conn, const SSL *ssl)
     CASS_LOG(&conn->head, LOG_ERROR, "SSL Provider: %s", fault->text);
     cass_post_error(&conn->head, STATE_08001, 0, "SSL Provider: %s", fault->text);
     return SSL_FAILED;
+}
+
+// ---- The server's name -------------------------------------------------------------------------
+
+char *cass_ssl_host(const cass_conn *conn)
+{
+    if (conn->host != nullptr)
+        return cass_string_to_ascii(conn->host);
+    char *host = cass_string_to_ascii(conn->settings.server);
+    if (host == nullptr)
+        return nullptr;
+    char *separator = std::strchr(host, '*');
+    char *colon = std::strchr(host, ':');
+    // Of several colons none stands in front of a port: they are an address's.
+    if (separator == nullptr && colon != nullptr && std::strchr(colon + 1, ':') == nullptr)
+        separator = colon;
+    if (separator != nullptr)
+        *separator = '\0';
+    return host;
+}
+
+bool cass_ssl_is_address(const char *host)
+{
+    in6_addr address;
+    return inet_pton(AF_INET, host, &address) == 1 || inet_pton(AF_INET6, host, &address) == 1;
+}
+
+static bool any_server_name_will_do(const cass_conn *conn)
+{
+    return conn->conduct->any_server_name_will_do;
+}
+
+static bool name_counts(const cass_conn *conn)
+{
+    if (conn->settings.verify_host != 0)
+        return conn->settings.verify_host == VERIFY_HOST_YES;
+    return !any_server_name_will_do(conn) && !conn->settings.trust_server_certificate;
+}
+
+// By OpenSSL's reading of RFC 6125: the common name counts where there is no other name, and an
+// address must stand among the addresses.
+static bool is_made_out_to(X509 *own, const char *host)
+{
+    return cass_ssl_is_address(host)
+               ? X509_check_ip_asc(own, host, 0) == 1
+               : X509_check_host(own, host, 0, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS, nullptr) == 1;
+}
+
+constexpr std::size_t NAMES_ROOM = 512;
+
+// A name as far as the room goes, its signs that are none as "?".
+static void add_name(char *names, const char *name, int length)
+{
+    std::size_t used = std::strlen(names);
+    const auto put = [&](char sign) {
+        if (used + 1 < NAMES_ROOM)
+            names[used++] = ascii_is_print(static_cast<unsigned char>(sign)) ? sign : '?';
+    };
+    if (used > 0) {
+        put(',');
+        put(' ');
+    }
+    std::for_each(name, name + length, put);
+    names[used] = '\0';
+}
+
+static void add_address(char *names, const ASN1_OCTET_STRING *address)
+{
+    char text[INET6_ADDRSTRLEN];
+    const int length = ASN1_STRING_length(address);
+    if ((length == 4 || length == 16) &&
+        inet_ntop(length == 4 ? AF_INET : AF_INET6, ASN1_STRING_get0_data(address), text,
+                  sizeof text) != nullptr)
+        add_name(names, text, static_cast<int>(std::strlen(text)));
+}
+
+// The common name, of a certificate without other names.
+static void add_common_name(char *names, const X509 *own)
+{
+    char text[256];
+    const int length =
+        X509_NAME_get_text_by_NID(X509_get_subject_name(own), NID_commonName, text, sizeof text);
+    if (length > 0)
+        add_name(names, text, length);
+}
+
+static void list_names(const X509 *own, char *names)
+{
+    names[0] = '\0';
+    auto *others =
+        static_cast<GENERAL_NAMES *>(X509_get_ext_d2i(own, NID_subject_alt_name, nullptr, nullptr));
+    for (int i = 0; i < sk_GENERAL_NAME_num(others); i++) {
+        const GENERAL_NAME *name = sk_GENERAL_NAME_value(others, i);
+        if (name->type == GEN_DNS)
+            add_name(names, reinterpret_cast<const char *>(ASN1_STRING_get0_data(name->d.dNSName)),
+                     ASN1_STRING_length(name->d.dNSName));
+        else if (name->type == GEN_IPADD)
+            add_address(names, name->d.iPAddress);
+    }
+    GENERAL_NAMES_free(others);
+    if (names[0] == '\0')
+        add_common_name(names, own);
+}
+
+static int judge_name(cass_conn *conn, const SSL *ssl)
+{
+    if (!name_counts(conn))
+        return 0;
+    const held_text host(cass_ssl_host(conn));
+    if (host == nullptr)
+        return cass_post_no_memory(&conn->head, log_source, "cass_ssl_start", SSL_FAILED);
+    X509 *own = SSL_get0_peer_certificate(ssl);
+    if (own == nullptr)
+        return cass_ssl_refuse(conn, "the server has shown no certificate");
+    if (is_made_out_to(own, host.get()))
+        return 0;
+    char names[NAMES_ROOM];
+    list_names(own, names);
+    CASS_LOG(&conn->head, LOG_ERROR, "certificate not made out to '%s', but to '%s'", host.get(),
+             names);
+    cass_post_error(&conn->head, STATE_08001, 0,
+                    "the server's certificate is not made out to '%s', but to '%s'", host.get(),
+                    names);
+    return SSL_FAILED;
+}
+
+int cass_ssl_judge(cass_conn *conn, const SSL *ssl)
+{
+    return judge_chain(conn, ssl) != 0 ? SSL_FAILED : judge_name(conn, ssl);
 }

@@ -45,11 +45,11 @@ static held_x509 read_certificate(const unsigned char *bytes, std::int32_t lengt
 
 // ---- Trust anchors -----------------------------------------------------------------------------
 
-static int load_stored_anchor(cass_conn *conn, SSL_CTX *ctx)
+static int load_stored_anchor(cass_conn *conn, X509_STORE *store)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "Loading CA from storage");
     const held_x509 anchor(read_certificate(conn->ca_bytes, conn->ca_length));
-    if (anchor != nullptr && X509_STORE_add_cert(SSL_CTX_get_cert_store(ctx), anchor.get()) == 1)
+    if (anchor != nullptr && X509_STORE_add_cert(store, anchor.get()) == 1)
         return 0;
     cass_ssl_refuse(conn, "Loading Certificate data failed");
     return cass_ssl_drain(conn);
@@ -68,7 +68,7 @@ static bool is_directory(cass_conn *conn, const char *path)
     return directory;
 }
 
-static int load_anchor_file(cass_conn *conn, SSL_CTX *ctx)
+static int load_anchor_file(cass_conn *conn, X509_STORE *store)
 {
     CASS_LOG(&conn->head, LOG_DETAIL, "Loading Certificate file '%S'",
              conn->settings.certificate_file);
@@ -77,17 +77,23 @@ static int load_anchor_file(cass_conn *conn, SSL_CTX *ctx)
         return cass_post_no_memory(&conn->head, log_source, "cass_ssl_start", SSL_FAILED);
     const bool directory = is_directory(conn, path.get());
     ERR_clear_error();
-    if (SSL_CTX_load_verify_locations(ctx, directory ? nullptr : path.get(),
-                                      directory ? path.get() : nullptr) == 1)
+    const int loaded = directory ? X509_STORE_load_path(store, path.get())
+                                 : X509_STORE_load_file(store, path.get());
+    if (loaded == 1)
         return 0;
     return refuse_file(conn, "Certificate", conn->settings.certificate_file);
 }
 
-int cass_ssl_load_anchors(cass_conn *conn, SSL_CTX *ctx)
+bool cass_ssl_has_anchors(const cass_conn *conn)
+{
+    return is_stored(conn->ca_bytes, conn->ca_length) || conn->settings.certificate_file != nullptr;
+}
+
+int cass_ssl_load_anchors(cass_conn *conn, X509_STORE *store)
 {
     if (is_stored(conn->ca_bytes, conn->ca_length))
-        return load_stored_anchor(conn, ctx);
-    return conn->settings.certificate_file != nullptr ? load_anchor_file(conn, ctx) : 0;
+        return load_stored_anchor(conn, store);
+    return conn->settings.certificate_file != nullptr ? load_anchor_file(conn, store) : 0;
 }
 
 // ---- Entropy -----------------------------------------------------------------------------------
@@ -186,18 +192,22 @@ static int load_part(cass_conn *conn, SSL *ssl, const own_part &part)
 
 // ---- The server's name -------------------------------------------------------------------------
 
-// The contact point of the metadata service, else the host, else the server text as it stands, with
-// its port suffix and whatever else is in it.
+// The contact point of the metadata service, else the host unless it is an address, which is no
+// name of TLS (RFC 6066, section 3), else the server text as it stands, with its port suffix and
+// whatever else is in it.
 static int set_server_name(cass_conn *conn, SSL *ssl)
 {
     const bool by_contact = conn->contact_points != nullptr && conn->contact_count > 0;
-    const cass_string *host = conn->host != nullptr ? conn->host : conn->settings.server;
+    const bool by_host = !by_contact && conn->host != nullptr;
+    const cass_string *host = by_host ? conn->host : conn->settings.server;
     const cass_string *name = by_contact ? conn->contact_points[conn->contact_used] : host;
     if (name == nullptr)
         return 0;
     const held_text text(cass_string_to_ascii(name));
     if (text == nullptr)
         return cass_post_no_memory(&conn->head, log_source, "cass_ssl_start", SSL_FAILED);
+    if (by_host && cass_ssl_is_address(text.get()))
+        return 0;
     if (by_contact)
         CASS_LOG(&conn->head, LOG_DETAIL, "Setting server name '%s'", text.get());
     else

@@ -110,6 +110,9 @@ const cass_conduct default_conduct = {
     .connecting_forgets_attributes = true,
     .output_strings_are_partial = true,
     .secrets_are_logged = true,
+    .tls_is_1_2_alone = true,
+    .anchors_are_shared = true,
+    .any_server_name_will_do = true,
 };
 
 // Every field is written so that this conduct does the other thing.

@@ -287,6 +287,14 @@ struct cass_conduct {
     bool output_strings_are_partial;
     // Passwords, tokens and keys stand in the log as they go out.
     bool secrets_are_logged;
+    // TLS has version 1.2. 0: 1.3 too.
+    bool tls_is_1_2_alone;
+    // Trust anchors are those of all connections of the environment, and none without a setting. 0:
+    // of the connection alone, and the system's without a setting.
+    bool anchors_are_shared;
+    // The name on the server's certificate counts where a setting asks for it. 0: where none says
+    // that it does not.
+    bool any_server_name_will_do;
 };
 
 // What a connection follows unless told otherwise, and what it follows with Standard=Yes: that an

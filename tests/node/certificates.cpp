@@ -61,6 +61,13 @@ static void set_name(X509_NAME *name, const std::string &common)
          "setting a name");
 }
 
+static void add_extension(X509 *x509, const char *name, const char *value)
+{
+    X509_EXTENSION *extension = X509V3_EXT_conf(nullptr, nullptr, name, value);
+    must(X509_add_ext(x509, extension, -1) == 1, "adding an extension");
+    X509_EXTENSION_free(extension);
+}
+
 certificate make_certificate(const certificate_options &options, const certificate *issuer)
 {
     static std::atomic<int> serial = 0;
@@ -74,12 +81,10 @@ certificate make_certificate(const certificate_options &options, const certifica
     set_name(X509_get_issuer_name(x509.get()),
              issuer != nullptr ? issuer->subject : options.subject);
     X509_set_pubkey(x509.get(), key_of(options.key));
-    if (options.is_ca) {
-        X509_EXTENSION *extension =
-            X509V3_EXT_conf(nullptr, nullptr, "basicConstraints", "critical,CA:TRUE");
-        must(X509_add_ext(x509.get(), extension, -1) == 1, "adding an extension");
-        X509_EXTENSION_free(extension);
-    }
+    if (options.is_ca)
+        add_extension(x509.get(), "basicConstraints", "critical,CA:TRUE");
+    if (options.names != nullptr)
+        add_extension(x509.get(), "subjectAltName", options.names);
     must(X509_sign(x509.get(), key_of(issuer != nullptr ? issuer->key : options.key),
                    EVP_sha256()) > 0,
          "signing");

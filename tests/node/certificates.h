@@ -17,6 +17,7 @@ struct certificate_options {
     test_key key = KEY_ONE;
     int first_day = -1, last_day = 30;  // from today
     bool is_ca = false;
+    const char *names = nullptr;  // "DNS:a,IP:::1": subject alternative names
 };
 
 struct certificate {
