@@ -19,10 +19,17 @@ static extent trimmed(const cass_string *string, extent part)
     return part;
 }
 
+// The index of the sign from `start` on, or the end that is looked up to.
+static std::int32_t find(const cass_string *string, std::int32_t start, SQLWCHAR sign,
+                         std::int32_t end)
+{
+    return static_cast<std::int32_t>(std::find(string->text + start, string->text + end, sign) -
+                                     string->text);
+}
+
 static std::int32_t find(const cass_string *string, std::int32_t start, SQLWCHAR sign)
 {
-    return static_cast<std::int32_t>(
-        std::find(string->text + start, string->text + string->length, sign) - string->text);
+    return find(string, start, sign, string->length);
 }
 
 static bool is_at(const cass_string *string, std::int32_t at, char sign)
@@ -65,10 +72,10 @@ bool cass_next_pair(const cass_string *string, std::int32_t *position, connectio
     const std::int32_t length = cass_string_length(string);
     while (*position < length) {
         const std::int32_t start = *position;
-        const std::int32_t equals = find(string, start, '=');
         std::int32_t end = find(string, start, ';');
+        const std::int32_t equals = find(string, start, '=', end);
         connection_fault fault = PAIR_IS_GOOD;
-        extent key = trimmed(string, {start, std::min(equals, end)});
+        extent key = trimmed(string, {start, equals});
         extent value = {key.end, key.end};
         if (equals < end)
             value = read_value(string, equals + 1, &end, &fault);

@@ -257,33 +257,14 @@ static walk_step try_server(server_walk *walk, char *entry)
 
 // ---- The list ----------------------------------------------------------------------------------
 
-// A piece between commas that is a number alone is the port of the server in front of it.
-static bool is_bare_port(const char *piece)
-{
-    const char *at = piece;
-    while (ascii_is_space(static_cast<unsigned char>(*at)))
-        at++;
-    const char *digits = at;
-    while (ascii_is_digit(static_cast<unsigned char>(*at)))
-        at++;
-    const bool any = at > digits;
-    while (ascii_is_space(static_cast<unsigned char>(*at)))
-        at++;
-    return any && (*at == ',' || *at == '\0');
-}
-
 // Ends each entry at its comma. Their number.
 static std::int32_t cut_list(char *list)
 {
     std::int32_t count = 1;
     for (char *comma = std::strchr(list, ','); comma != nullptr;
          comma = std::strchr(comma + 1, ',')) {
-        if (is_bare_port(comma + 1)) {
-            *comma = '*';
-        } else {
-            *comma = '\0';
-            count++;
-        }
+        *comma = '\0';
+        count++;
     }
     return count;
 }
