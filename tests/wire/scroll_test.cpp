@@ -34,6 +34,8 @@ static rowset scroll(SQLHSTMT stmt, SQLULEN size, SQLSMALLINT mode, SQLLEN offse
     SQLGetData(stmt, 1, SQL_C_CHAR, data, sizeof data, nullptr);
     got.first = data;
     SQLFreeStmt(stmt, SQL_UNBIND);
+    SQLSetStmtAttr(stmt, SQL_ATTR_ROW_STATUS_PTR, nullptr, 0);
+    SQLSetStmtAttr(stmt, SQL_ATTR_ROWS_FETCHED_PTR, nullptr, 0);
     return got;
 }
 
