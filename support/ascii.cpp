@@ -18,6 +18,15 @@ int ascii_casecmp(const char *left, const char *right)
     }
 }
 
+std::string_view ascii_trimmed(std::string_view text)
+{
+    while (!text.empty() && ascii_is_space(static_cast<unsigned char>(text.front())))
+        text.remove_prefix(1);
+    while (!text.empty() && ascii_is_space(static_cast<unsigned char>(text.back())))
+        text.remove_suffix(1);
+    return text;
+}
+
 unsigned ascii_digit_value(char character)
 {
     const unsigned char byte = ascii_to_lower(static_cast<unsigned char>(character));

@@ -3,6 +3,7 @@
 #define SUPPORT_ASCII_H
 
 #include <cstdint>
+#include <string_view>
 
 // Space, tab, line feed, vertical tab, form feed, carriage return.
 inline bool ascii_is_space(unsigned unit)
@@ -32,6 +33,9 @@ inline unsigned char ascii_to_upper(unsigned char byte)
 
 // Value of a digit or a letter in whatever base has it, 36 for anything else.
 unsigned ascii_digit_value(char character);
+
+// A text without the white space at both its ends.
+std::string_view ascii_trimmed(std::string_view text);
 
 // Compare without regard to ASCII case; below 0, 0 or above 0.
 int ascii_casecmp(const char *left, const char *right);

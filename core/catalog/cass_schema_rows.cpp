@@ -42,15 +42,6 @@ SQLRETURN odbc_empty(cass_stmt *stmt, const cass_internal_columns &shape)
 
 static constexpr const char *type_names[SCHEMA_TABLE_KINDS] = {"SYSTEM TABLE", "TABLE", "VIEW"};
 
-static std::string_view trimmed(std::string_view text)
-{
-    while (text.starts_with(' '))
-        text.remove_prefix(1);
-    while (text.ends_with(' '))
-        text.remove_suffix(1);
-    return text;
-}
-
 // The bits of the kinds in a list of types between commas, in quotes or without, in any case.
 static unsigned kinds_of(std::string_view types)
 {
@@ -59,7 +50,7 @@ static unsigned kinds_of(std::string_view types)
     unsigned kinds = 0;
     while (!types.empty()) {
         const std::size_t end = std::min(types.find(','), types.size());
-        std::string_view item = trimmed(types.substr(0, end));
+        std::string_view item = ascii_trimmed(types.substr(0, end));
         types.remove_prefix(std::min(end + 1, types.size()));
         if (item.size() > 1 && item.starts_with('\'') && item.ends_with('\''))
             item = item.substr(1, item.size() - 2);

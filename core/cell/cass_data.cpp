@@ -240,13 +240,8 @@ std::string_view cell_trimmed_text(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
     const auto *bytes = reinterpret_cast<const char *>(cell.value.bytes);
-    std::string_view text(bytes,
-                          bytes == nullptr ? 0 : static_cast<std::size_t>(cell.alloc_length));
-    while (!text.empty() && ascii_is_space(static_cast<unsigned char>(text.front())))
-        text.remove_prefix(1);
-    while (!text.empty() && ascii_is_space(static_cast<unsigned char>(text.back())))
-        text.remove_suffix(1);
-    return text;
+    return ascii_trimmed(
+        {bytes, bytes == nullptr ? 0 : static_cast<std::size_t>(cell.alloc_length)});
 }
 
 SQLRETURN cell_not_convertible(const cell_request &request)

@@ -6,15 +6,6 @@
 
 #include "support/ascii.h"
 
-static std::string_view trimmed(std::string_view text)
-{
-    while (!text.empty() && ascii_is_space(static_cast<unsigned char>(text.front())))
-        text.remove_prefix(1);
-    while (!text.empty() && ascii_is_space(static_cast<unsigned char>(text.back())))
-        text.remove_suffix(1);
-    return text;
-}
-
 static bool is_number(std::string_view text)
 {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](char one) {
@@ -43,7 +34,7 @@ bool cass_join_ports(char *list, bool *has_ports)
     *has_ports = false;
     for (std::size_t start = 0; start <= text.size();) {
         const std::size_t comma = std::min(text.find(',', start), text.size());
-        const std::string_view entry = trimmed(text.substr(start, comma - start));
+        const std::string_view entry = ascii_trimmed(text.substr(start, comma - start));
         const std::string_view host(list + last, used - last);
         start = comma + 1;
         if (entry.empty())
