@@ -1,0 +1,222 @@
+// The pages of docs/ that list what there is, against the tables and answers of the driver.
+#include <fstream>
+#include <set>
+
+#include "core/session/cass_settings.h"
+#include "core/session/cass_settings_table.h"
+#include "odbc/cass_conn_attrs.h"
+#include "odbc/cass_stmt_attrs.h"
+#include "tests/unit/handles.h"
+
+using page_row = std::vector<std::string>;
+
+static page_row cells_of(const std::string &line)
+{
+    page_row cells;
+    std::size_t start = 2, end;
+    for (; (end = line.find(" | ", start)) != std::string::npos; start = end + 3)
+        cells.push_back(line.substr(start, end - start));
+    cells.push_back(line.substr(start, line.size() - 2 - start));
+    return cells;
+}
+
+// The rows of all tables of a page, or of those below one heading.
+static std::vector<page_row> rows_of(const std::string &page, const std::string &heading = "")
+{
+    std::ifstream file(VHCASS_DOCS "/" + page);
+    std::vector<page_row> rows;
+    bool wanted = heading.empty();
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("## ") && !heading.empty())
+            wanted = line == "## " + heading;
+        if (wanted && line.starts_with("|---"))
+            rows.pop_back();  // the head of a table
+        else if (wanted && line.starts_with("|"))
+            rows.push_back(cells_of(line));
+    }
+    EXPECT_FALSE(rows.empty()) << page << ' ' << heading;
+    return rows;
+}
+
+static std::string quoted(const char *key)
+{
+    return key == nullptr ? "" : "`" + std::string(key) + "`";
+}
+
+struct reference : stmt_fixture {
+    std::set<int> listed;
+    std::set<int> known;
+    guarded at;
+    SQLINTEGER length = -1;
+
+    SQLULEN value() const
+    {
+        SQLULEN number = 0;
+        std::memcpy(&number, at.all.data() + guarded::margin, std::size_t(length));
+        return number;
+    }
+    // The attributes below a heading: what each reads before it was set, and a refusal of all
+    // values.
+    void compare(const char *heading, void *handle, const std::function<SQLRETURN(int)> &get,
+                 const std::function<SQLRETURN(int)> &set)
+    {
+        listed.clear();
+        for (const page_row &row : rows_of("attributes.md", heading)) {
+            const int id = std::stoi(row[1]);
+            EXPECT_TRUE(listed.insert(id).second) << row[0];
+            const std::string told = outcome(get(id), handle);
+            if (row[2].starts_with("HY") || isdigit(row[2][0])) {
+                EXPECT_EQ(told.empty() ? std::to_string(value()) : told, row[2]) << row[0];
+            }
+            if (row[3].starts_with("HY")) {
+                EXPECT_EQ(outcome(set(id), handle), row[3].substr(0, 5)) << row[0];
+            }
+        }
+        EXPECT_EQ(listed, known) << heading;
+    }
+};
+
+TEST_F(reference, every_key_has_a_row_whose_example_is_taken)
+{
+    const std::vector<page_row> keys = rows_of("keys.md");
+    EXPECT_EQ(keys.size(), settings_table.size());
+    for (const setting &row : settings_table) {
+        const page_row names = {quoted(row.dsn_key), quoted(row.string_key),
+                                quoted(row.further_key)};
+        const auto at_key = std::ranges::find_if(keys, [&](const page_row &cells) {
+            return std::equal(names.begin(), names.end(), cells.begin());
+        });
+        ASSERT_NE(at_key, keys.end()) << row.string_key;
+        const std::string example = "Standard=Yes;" + at_key->back().substr(1);
+        session s(false);
+        const owned_string string =
+            own(cass_string_from_ansi(odbc_text(example), SQLINTEGER(example.size() - 1)));
+        EXPECT_EQ(cass_parse_connect_string(s.conn, string.get()), 0) << example;
+        EXPECT_EQ(s.conn->settings.given >> (&row - settings_table.data()) & 1, 1U) << example;
+    }
+}
+
+TEST_F(reference, attributes_read_as_their_page_says)
+{
+    conn->connected = 1;
+    for (int id = 0; id < 20000; id++) {
+        if (outcome(SQLGetEnvAttr(env, id, nullptr, 0, nullptr), env) != "HYC00")
+            known.insert(id);
+        cass_diag_clear(&env->head);
+    }
+    env->odbc_version = SQL_OV_ODBC2;
+    const auto clear = [&] { cass_diag_clear(&env->head); };
+    compare(
+        "Environment attributes", env,
+        [&](int id) { return clear(), SQLGetEnvAttr(env, id, at.data(), 8, &length); },
+        [&](int id) { return clear(), SQLSetEnvAttr(env, id, odbc_number(77), 0); });
+
+    known.clear();
+    for (const conn_attr &attr : conn_attrs)
+        known.insert(attr.id);
+    compare(
+        "Connection attributes", conn,
+        [&](int id) { return SQLGetConnectAttr(conn, id, at.data(), 8, &length); },
+        [&](int id) { return SQLSetConnectAttr(conn, id, odbc_number(77), 0); });
+
+    known.clear();
+    for (const stmt_attr &attr : stmt_attrs)
+        known.insert(attr.id);
+    compare(
+        "Statement attributes", stmt,
+        [&](int id) { return SQLGetStmtAttr(stmt, id, at.data(), 8, &length); },
+        [&](int id) { return SQLSetStmtAttr(stmt, id, odbc_number(77), 0); });
+}
+
+TEST_F(reference, descriptor_fields_have_the_width_of_their_page)
+{
+    ASSERT_EQ(SQLSetDescField(stmt->ard, 0, SQL_DESC_COUNT, odbc_number(1), 0), SQL_SUCCESS);
+    const auto read = [&](int id) {
+        return outcome(SQLGetDescField(stmt->ard, 1, SQLSMALLINT(id), at.data(), 8, &length),
+                       stmt->ard);
+    };
+    for (int id = INT16_MIN; id <= INT16_MAX; id++)
+        if (read(id) != "HY091")
+            known.insert(id);
+    for (const page_row &row : rows_of("attributes.md", "Descriptor fields")) {
+        listed.insert(std::stoi(row[1]));
+        read(std::stoi(row[1]));
+        if (isdigit(row[2][0])) {
+            EXPECT_EQ(length, std::stoi(row[2])) << row[0];
+        }
+    }
+    EXPECT_EQ(listed, known);
+}
+
+TEST_F(reference, information_is_what_its_page_says)
+{
+    for (int type = 0; type <= UINT16_MAX; type++)
+        if (outcome(SQLGetInfo(conn, SQLUSMALLINT(type), nullptr, 0, nullptr), conn) != "HYC00")
+            known.insert(type);
+    for (const page_row &row : rows_of("info.md")) {
+        const auto type = SQLUSMALLINT(std::stoi(row[1]));
+        listed.insert(type);
+        for (const bool standard : {false, true}) {
+            conn->conduct = standard ? &standard_conduct : &default_conduct;
+            const std::string &cell = standard && !row[3].empty() ? row[3] : row[2];
+            const bool is_text = cell == "empty" || cell[0] == '`';
+            if (!is_text && !isdigit(cell[0]))
+                continue;  // what the connection or the server says
+            char told[2048] = "";
+            SQLSMALLINT told_length = 0;
+            EXPECT_EQ(SQLGetInfo(conn, type, told, sizeof told, &told_length), SQL_SUCCESS);
+            SQLUINTEGER number = 0;
+            std::memcpy(&number, told, std::min<std::size_t>(sizeof number, told_length));
+            if (is_text)
+                EXPECT_EQ(cell == "empty" ? "" : cell.substr(1, cell.size() - 2), told) << row[0];
+            else
+                EXPECT_EQ(std::stoul(cell, nullptr, 0), number) << row[0];
+        }
+    }
+    EXPECT_EQ(listed, known);
+}
+
+TEST_F(reference, columns_are_described_as_their_page_says)
+{
+    static const std::map<std::string, int> types = {
+        {"ascii", CQL_ASCII},       {"text, varchar", CQL_VARCHAR},
+        {"inet", CQL_INET},         {"tinyint", CQL_TINYINT},
+        {"smallint", CQL_SMALLINT}, {"int", CQL_INT},
+        {"bigint", CQL_BIGINT},     {"counter", CQL_COUNTER},
+        {"boolean", CQL_BOOLEAN},   {"float", CQL_FLOAT},
+        {"double", CQL_DOUBLE},     {"decimal", CQL_DECIMAL},
+        {"varint", CQL_VARINT},     {"date", CQL_DATE},
+        {"time", CQL_TIME},         {"timestamp", CQL_TIMESTAMP},
+        {"uuid", CQL_UUID},         {"timeuuid", CQL_TIMEUUID},
+        {"blob", CQL_BLOB},
+    };
+    std::size_t compared = 0;
+    stmt->executed = 1;
+    for (const page_row &row : rows_of("types.md", "Columns")) {
+        const auto at_type = types.find(row[0]);
+        if (at_type == types.end())
+            continue;  // nested: its description needs the types below
+        compared++;
+        for (const bool standard : {false, true}) {
+            conn->conduct = standard ? &standard_conduct : &default_conduct;
+            conn->settings.string_len = standard ? UNSIZED_COLUMN_LEN : DEFAULT_STRING_LEN;
+            conn->settings.binary_len = standard ? UNSIZED_COLUMN_LEN : DEFAULT_BINARY_LEN;
+            cass_type_option option = {};
+            option.option_id = at_type->second;
+            ASSERT_EQ(cass_desc_describe(stmt->ird, 1), 0);
+            ASSERT_EQ(
+                cass_field_from_option(stmt, stmt->ird, 0, nullptr, nullptr, nullptr, &option), 0);
+            SQLSMALLINT type = 0, digits = 0;
+            SQLULEN size = 0;
+            char name[64] = "";
+            SQLDescribeCol(stmt, 1, nullptr, 0, nullptr, &type, &size, &digits, nullptr);
+            SQLColAttribute(stmt, 1, SQL_DESC_TYPE_NAME, name, sizeof name, nullptr, nullptr);
+            const std::string *cells = &row[standard ? 5 : 1];
+            EXPECT_TRUE(cells[0].ends_with(" (" + std::to_string(type) + ")")) << row[0];
+            EXPECT_EQ((page_row{std::to_string(size), std::to_string(digits), name}),
+                      page_row(cells + 1, cells + 4))
+                << row[0];
+        }
+    }
+    EXPECT_EQ(compared, types.size());
+}
