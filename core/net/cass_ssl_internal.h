@@ -44,6 +44,13 @@ int cass_ssl_no_passphrase(char *buffer, int size, int writing, void *data);
 // 0, or SSL_FAILED with the fault of the peer's certificate posted: its own, or that it is not made
 // out to the server's name, where that counts.
 int cass_ssl_judge(cass_conn *conn, const SSL *ssl);
+// Its two parts.
+int cass_ssl_judge_chain(cass_conn *conn, const SSL *ssl);
+int cass_ssl_judge_name(cass_conn *conn, const SSL *ssl);
+bool cass_ssl_is_made_out_to(X509 *own, const char *host);
+// The names on a certificate with commas between them, into NAMES_ROOM bytes, cut where they end.
+constexpr std::size_t NAMES_ROOM = 512;
+void cass_ssl_list_names(const X509 *own, char *names);
 // The host that the socket goes to, or the one in the server setting, which then names one server.
 // The caller frees it. Null without a server, and when memory ran out.
 char *cass_ssl_host(const cass_conn *conn);

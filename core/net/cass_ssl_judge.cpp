@@ -41,7 +41,7 @@ static constexpr struct {
     {X509_V_ERR_KEYUSAGE_NO_CERTSIGN, "key usage does not include certificate signing"},
 };
 
-static int judge_chain(cass_conn *conn, const SSL *ssl)
+int cass_ssl_judge_chain(cass_conn *conn, const SSL *ssl)
 {
     const long code = SSL_get_verify_result(ssl);
     if (code == X509_V_OK)
@@ -103,14 +103,12 @@ static bool name_counts(const cass_conn *conn)
 
 // By OpenSSL's reading of RFC 6125: the common name counts where there is no other name, and an
 // address must stand among the addresses.
-static bool is_made_out_to(X509 *own, const char *host)
+bool cass_ssl_is_made_out_to(X509 *own, const char *host)
 {
     return cass_ssl_is_address(host)
                ? X509_check_ip_asc(own, host, 0) == 1
                : X509_check_host(own, host, 0, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS, nullptr) == 1;
 }
-
-constexpr std::size_t NAMES_ROOM = 512;
 
 // A name as far as the room goes, its signs that are none as "?".
 static void add_name(char *names, const char *name, int length)
@@ -148,7 +146,7 @@ static void add_common_name(char *names, const X509 *own)
         add_name(names, text, length);
 }
 
-static void list_names(const X509 *own, char *names)
+void cass_ssl_list_names(const X509 *own, char *names)
 {
     names[0] = '\0';
     auto *others =
@@ -166,7 +164,7 @@ static void list_names(const X509 *own, char *names)
         add_common_name(names, own);
 }
 
-static int judge_name(cass_conn *conn, const SSL *ssl)
+int cass_ssl_judge_name(cass_conn *conn, const SSL *ssl)
 {
     if (!name_counts(conn))
         return 0;
@@ -176,10 +174,10 @@ static int judge_name(cass_conn *conn, const SSL *ssl)
     X509 *own = SSL_get0_peer_certificate(ssl);
     if (own == nullptr)
         return cass_ssl_refuse(conn, "the server has shown no certificate");
-    if (is_made_out_to(own, host.get()))
+    if (cass_ssl_is_made_out_to(own, host.get()))
         return 0;
     char names[NAMES_ROOM];
-    list_names(own, names);
+    cass_ssl_list_names(own, names);
     CASS_LOG(&conn->head, LOG_ERROR, "certificate not made out to '%s', but to '%s'", host.get(),
              names);
     cass_post_error(&conn->head, STATE_08001, 0,
@@ -190,5 +188,5 @@ static int judge_name(cass_conn *conn, const SSL *ssl)
 
 int cass_ssl_judge(cass_conn *conn, const SSL *ssl)
 {
-    return judge_chain(conn, ssl) != 0 ? SSL_FAILED : judge_name(conn, ssl);
+    return cass_ssl_judge_chain(conn, ssl) != 0 ? SSL_FAILED : cass_ssl_judge_name(conn, ssl);
 }
