@@ -71,6 +71,9 @@ struct vhcass_check {
 void check_add(check_report *report, const check_step &step);
 // A step comes out so, for the reason in its text.
 void check_fail(check_step *step, check_outcome outcome, check_advice advice);
+// The same of one address: where there are several the driver passes it over, which is a warning,
+// and its session fails when no other is good.
+void check_fail_here(const vhcass_check *check, check_step *step, check_advice advice);
 // Moves the records of the connection into the details. The first one's state, empty without one.
 std::string check_take_records(cass_conn *conn, check_step *step);
 std::string check_text(const cass_string *string);

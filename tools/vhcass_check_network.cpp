@@ -18,22 +18,6 @@ static std::string number_of(const addrinfo *address)
     return text;
 }
 
-static void set_port(sockaddr *address, std::int32_t port)
-{
-    const in_port_t value = htons(static_cast<in_port_t>(port));
-    if (address->sa_family == AF_INET)
-        reinterpret_cast<sockaddr_in *>(address)->sin_port = value;
-    else
-        reinterpret_cast<sockaddr_in6 *>(address)->sin6_port = value;
-}
-
-// A failure of one of several places is passed over by the driver, and told by its session when no
-// other is good.
-static check_outcome failure_of(const vhcass_check *check)
-{
-    return check->one_place ? CHECK_FAILED : CHECK_WARNING;
-}
-
 // ---- An address ---------------------------------------------------------------------------------
 
 static bool open_socket(vhcass_check *check, const addrinfo *address)
@@ -58,10 +42,10 @@ static bool check_tcp(vhcass_check *check, const addrinfo *address, const std::s
         const std::string state = check_take_records(check->conn, &step);
         const bool refused = !step.details.empty() &&
                              step.details[0].find(strerror(ECONNREFUSED)) != std::string::npos;
-        check_fail(&step, failure_of(check),
-                   refused            ? ADVICE_REFUSED
-                   : state == "HYT00" ? ADVICE_SILENT
-                                      : ADVICE_UNREACHABLE);
+        check_fail_here(check, &step,
+                        refused            ? ADVICE_REFUSED
+                        : state == "HYT00" ? ADVICE_SILENT
+                                           : ADVICE_UNREACHABLE);
     }
     check_add(&check->report, step);
     return is_open;
@@ -76,7 +60,7 @@ static bool start_tls(vhcass_check *check, const addrinfo *address)
         return true;
     step.text = "the driver's own handshake fails";
     check_take_records(check->conn, &step);
-    check_fail(&step, failure_of(check), ADVICE_TLS);
+    check_fail_here(check, &step, ADVICE_TLS);
     check_add(&check->report, step);
     return false;
 }
@@ -118,7 +102,7 @@ static bool check_name(vhcass_check *check, const cass_server &server, held_addr
     }
     if (code != 0) {
         step.text += code == RESOLVE_TIMED_OUT ? "it was not found in time" : gai_strerror(code);
-        check_fail(&step, failure_of(check), ADVICE_NAME);
+        check_fail_here(check, &step, ADVICE_NAME);
     }
     check_add(&check->report, step);
     return code == 0;
@@ -129,7 +113,7 @@ static void check_server(vhcass_check *check, std::string entry, std::int32_t po
     cass_server server;
     if (!cass_read_server(entry.data(), &server)) {
         check_step step = {.name = "name", .text = "a port is no number from 1 to 65535"};
-        check_fail(&step, failure_of(check), ADVICE_SETTINGS);
+        check_fail_here(check, &step, ADVICE_SETTINGS);
         return check_add(&check->report, step);
     }
     if (port != 0)
@@ -143,7 +127,7 @@ static void check_server(vhcass_check *check, std::string entry, std::int32_t po
     cass_set_conn_text(check->conn, &check->conn->host, cass_string_from_cstr(server.host));
     check->one_place = check->one_place && (!check->is_standard || list->ai_next == nullptr);
     for (const addrinfo *one = list.get(); one != nullptr; one = one->ai_next) {
-        set_port(one->ai_addr, server.port);
+        cass_set_port(one->ai_addr, server.port);
         check_address(check, server, one);
         if (!check->is_standard)
             break;  // the driver tries the first address alone

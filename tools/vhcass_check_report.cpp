@@ -78,6 +78,11 @@ void check_fail(check_step *step, check_outcome outcome, check_advice advice)
     step->advice = advice;
 }
 
+void check_fail_here(const vhcass_check *check, check_step *step, check_advice advice)
+{
+    check_fail(step, check->one_place ? CHECK_FAILED : CHECK_WARNING, advice);
+}
+
 std::string check_take_records(cass_conn *conn, check_step *step)
 {
     std::string first;

@@ -36,11 +36,11 @@ static held_packet ask(vhcass_check *check, cass_stmt *stmt, check_step *step, s
         step->text =
             failure == EXCHANGE_TIMED_OUT ? "the server keeps silent" : "the server gives no reply";
         check_take_records(conn, step);
-        check_fail(step, check->one_place ? CHECK_FAILED : CHECK_WARNING, ADVICE_NO_REPLY);
+        check_fail_here(check, step, ADVICE_NO_REPLY);
     } else if (pkt_opcode(reply.get()) == OPCODE_ERROR) {
         const held_string message(cass_server_error(stmt, reply.get(), &code));
         step->text = "the server refuses: " + check_text(message.get());
-        check_fail(step, check->one_place ? CHECK_FAILED : CHECK_WARNING, ADVICE_PROTOCOL);
+        check_fail_here(check, step, ADVICE_PROTOCOL);
         reply.reset();
     }
     return reply;
@@ -63,6 +63,7 @@ void check_protocol(vhcass_check *check)
 {
     check_step step = {.name = "protocol"};
     check->conn->compression = COMPRESSION_NONE;
+    check->conn->attempt_ends = check_ends(check);
     const held_stmt stmt(cass_alloc_throwaway_stmt(check->conn));
     if (stmt == nullptr)
         throw std::bad_alloc();
@@ -95,7 +96,9 @@ static void add_refusal(vhcass_check *check, check_step step)
 {
     const std::string state = check_take_records(check->conn, &step);
     // Without Standard all that the server refuses while a session starts has one state.
-    const bool is_login = state == "28000" || (state == "HY000" && !check->authenticator.empty());
+    const std::string code = "error code " + std::to_string(CQL_BAD_CREDENTIALS);
+    const bool is_login =
+        state == "28000" || (state == "HY000" && step.details[0].find(code) != std::string::npos);
     if (is_login) {
         step.name = "authentication";
         step.text = "the login is refused";

@@ -1,5 +1,6 @@
 #include "core/net/cass_address.h"
 
+#include <netinet/in.h>
 #include <pthread.h>
 #include <sys/socket.h>
 
@@ -62,6 +63,15 @@ bool cass_read_server(char *entry, cass_server *server)
     if (bracket == nullptr)
         server->host = trim(entry);
     return read_port(separator + 1, &server->port);
+}
+
+void cass_set_port(sockaddr *address, std::int32_t port)
+{
+    const in_port_t value = htons(static_cast<in_port_t>(port));
+    if (address->sa_family == AF_INET)
+        reinterpret_cast<sockaddr_in *>(address)->sin_port = value;
+    else
+        reinterpret_cast<sockaddr_in6 *>(address)->sin6_port = value;
 }
 
 // ---- Looking a name up -------------------------------------------------------------------------

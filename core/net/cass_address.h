@@ -18,6 +18,9 @@ struct cass_server {
 // is no number from 1 to 65535.
 bool cass_read_server(char *entry, cass_server *server);
 
+// Of an address of IPv4 or IPv6.
+void cass_set_port(sockaddr *address, std::int32_t port);
+
 using held_addresses = held<addrinfo, &freeaddrinfo>;
 
 // What cass_resolve gives when the time is up: none of the system's codes.

@@ -181,15 +181,6 @@ static void name_place(char *place, const cass_server &server, const addrinfo *a
                   server.port, number);
 }
 
-static void set_port(sockaddr *address, std::int32_t port)
-{
-    const in_port_t value = htons(static_cast<in_port_t>(port));
-    if (address->sa_family == AF_INET)
-        reinterpret_cast<sockaddr_in *>(address)->sin_port = value;
-    else
-        reinterpret_cast<sockaddr_in6 *>(address)->sin6_port = value;
-}
-
 // No address of the server is known.
 static walk_step refuse_server(server_walk *walk, const cass_server &server, cass_state_row state,
                                const char *reason)
@@ -249,7 +240,7 @@ static walk_step try_server(server_walk *walk, char *entry)
     for (const addrinfo *one = list.get(); one != nullptr && step == WALK_ON; one = one->ai_next) {
         char place[PLACE_ROOM];
         name_place(place, server, one);
-        set_port(one->ai_addr, server.port);
+        cass_set_port(one->ai_addr, server.port);
         step = try_address(walk, one, place);
     }
     return step;
