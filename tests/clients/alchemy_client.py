@@ -6,7 +6,7 @@ from sqlalchemy import exc, text
 from sqlalchemy.connectors.pyodbc import PyODBCConnector
 from sqlalchemy.dialects import registry
 from sqlalchemy.engine import URL, default
-from steps import BATCH, COLUMNS, NESTED, STORED, VALUES, WHOLE, check, failing, long_text, step
+from steps import BATCH, COLUMNS, NESTED, STORED, VALUES, WHOLE, check, check_plain, failing, long_text, step
 
 
 class CassandraDialect(PyODBCConnector, default.DefaultDialect):
@@ -19,6 +19,8 @@ class CassandraDialect(PyODBCConnector, default.DefaultDialect):
 registry.register("cassandra.pyodbc", __name__, "CassandraDialect")
 address = URL.create("cassandra+pyodbc", host=os.environ["CLIENTS_HOST"], port=int(os.environ["CLIENTS_PORT"]),
                      database="vhcass_clients", query={"driver": "Varnholt ODBC-Cassandra Driver", "Standard": "Yes"})
+if os.environ["CLIENTS_STEPS"] == "plain":  # without Standard=Yes the `host,port` that this becomes is no server
+    address = "cassandra+pyodbc://@clients"
 engine = sqlalchemy.create_engine(address, pool_pre_ping=True, pool_size=5, isolation_level="AUTOCOMMIT")
 
 
@@ -80,3 +82,8 @@ def pool():
         for connection in taken:
             connection.close()
     check(engine.pool.checkedin(), 5)
+
+
+@step("plain")
+def plain():
+    check_plain(run, exc.DBAPIError)

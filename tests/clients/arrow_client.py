@@ -2,7 +2,7 @@
 import arrow_odbc
 import pyarrow
 import pyodbc
-from steps import BATCH, COLUMNS, NESTED, STORED, VALUES, WHOLE, check, failing, long_text, step
+from steps import BATCH, COLUMNS, NESTED, STORED, VALUES, WHOLE, check, check_plain, failing, long_text, step
 
 # Text is narrow there, UTF-8. A longer one than its buffer ends the reading with an error: StringLen makes the
 # described size, and max_text_size the buffer, large enough.
@@ -75,3 +75,8 @@ def errors():
     for text, state in (("SELEC 1", "42000"), ("SELECT * FROM vhcass_clients.missing", "42S02"),
                         ("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "42S01")):
         check(state in str(failing(lambda: read(text), arrow_odbc.Error)), True)
+
+
+@step("plain")
+def plain():
+    check_plain(lambda text: [row.values() for row in read(text)], arrow_odbc.Error)

@@ -41,10 +41,47 @@ pypi() {
   printf '%s\n' "${missing[@]}" >>"$stamp"
 }
 
+# manager SUITE: unixODBC of another suite of Debian, unpacked and not installed, with the C library that it needs, by
+# whose loader $work/managers/SUITE/isql and python3 start.
+manager() {
+  local suite=$1 to=$work/managers/$1 codename site program options
+  debian unixodbc python3-pyodbc || return 1
+  [[ ! -x $to/python3 ]] || return 0
+  rm -rf -- "$to"
+  mkdir -p "$to"/{lists,archives}/partial
+  codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
+  site=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $codename" 'Created-By: Packages' | head -n 1)
+  echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $site $suite main" >"$to/sources.list"
+  options=(-q -o "Dir::Etc::SourceList=$to/sources.list" -o Dir::Etc::SourceParts=- -o "Dir::State::Lists=$to/lists"
+    -o "Dir::Cache=$to" -o Acquire::Languages=none)
+  (
+    cd "$to" && apt-get "${options[@]}" update
+    apt-get "${options[@]}" download {libc6,unixodbc,libodbc2,libodbcinst2,libltdl7}/"$suite" || exit
+    for program in *.deb; do dpkg-deb -x "$program" root; done
+    rm -rf -- *.deb lists archives ./*.bin
+    for program in "$to/root/usr/bin/isql" /usr/bin/python3; do
+      printf '#!/bin/sh\nexec %s --library-path %s:/usr/lib/x86_64-linux-gnu --argv0 %s %s "$@"\n' \
+        "$to/root/usr/lib64/ld-linux-x86-64.so.2" "$to/root/usr/lib/x86_64-linux-gnu" "$program" "$program" >"${program##*/}"
+      chmod +x "${program##*/}"
+    done
+    ./isql --version
+  ) >&2 || { rm -rf -- "$to"; echo "unixODBC of Debian $suite"; return 1; }
+}
+
 # tool NAME: a program that the machine must have.
 tool() { command -v "$1" >/dev/null || { echo "the program $1"; return 1; }; }
 
-# data_sources: makes [clients] and [cassandra] for the server that was taken, and CLIENTS_CONNECTION without either.
+# get_all NAME...: all of what is had by get_NAME, each that is missing said in a line.
+get_all() {
+  local name missing
+  mkdir -p "$work"
+  for name in "$@"; do
+    missing=$("get_$name" 2>"$work/$name.get.log") || printf '%s missing: %s\n' "$name" "$missing"
+  done
+}
+
+# data_sources: makes [clients] and [cassandra] for the server that was taken, once with Standard=Yes and, in the file
+# CLIENTS_DEFAULT_INI, without it; CLIENTS_CONNECTION is the same without a data source.
 data_sources() {
   local missing name
   mkdir -p "$work/odbc"
@@ -55,6 +92,8 @@ data_sources() {
   for name in clients cassandra; do
     { printf 'Driver = Varnholt ODBC-Cassandra Driver\nStandard = yes\n'; source_lines; } | replace_section "$ODBCINI" $name
   done
+  export CLIENTS_DEFAULT_INI=$work/odbc/default.ini
+  (umask 077 && sed '/^Standard/d' "$ODBCINI" >"$CLIENTS_DEFAULT_INI")
   export CLIENTS_CONNECTION="DRIVER={Varnholt ODBC-Cassandra Driver};SERVER=$host;PORT=$port;Standard=yes;${VHCASS_CONNECTION:-}"
 }
 

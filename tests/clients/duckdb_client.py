@@ -3,7 +3,7 @@ import pathlib
 
 import duckdb
 import duckdb_extension_odbc_scanner
-from steps import BATCH, COLUMNS, INSERT, NESTED, SELECT, STORED, VALUES, WHOLE, check, failing, long_text, step
+from steps import BATCH, COLUMNS, INSERT, NESTED, SELECT, STORED, VALUES, WHOLE, check, check_plain, failing, long_text, step
 
 duck = duckdb.connect(config={"allow_unsigned_extensions": "true"})
 folder = pathlib.Path(duckdb_extension_odbc_scanner.__file__).parent
@@ -61,3 +61,8 @@ def errors():
     for text, words in (("SELEC 1", "42000(8192)"), ("SELECT * FROM vhcass_clients.missing", "42S02(8704)"),
                         ("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "already exists")):
         check(words in str(failing(lambda: query(text), duckdb.Error)), True)
+
+
+@step("plain")
+def plain():
+    check_plain(query, duckdb.Error)

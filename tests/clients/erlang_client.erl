@@ -6,6 +6,9 @@ check(Got, Got) -> ok;
 check(Got, Wanted) -> throw(io_lib:format("~tp instead of ~tp", [Got, Wanted])).
 
 step(Name, Body) ->
+    lists:member(atom_to_list(Name), string:lexemes(os:getenv("CLIENTS_STEPS"), " ")) andalso run(Name, Body).
+
+run(Name, Body) ->
     try Body() of
         _ -> io:format("ok ~s~n", [Name])
     catch
@@ -25,6 +28,7 @@ main() ->
     step(nested, fun() -> nested(Db) end),
     step(errors, fun() -> errors(Db) end),
     step(scroll, fun() -> scroll(Db) end),
+    step(plain, fun plain/0),
     ok = odbc:disconnect(Db),
     halt(0).
 
@@ -75,3 +79,11 @@ scroll(Db) ->
     check(Read(odbc:select(Db, {absolute, 2}, 1)), [Second]),
     check(Read(odbc:select(Db, {relative, 1}, 1)), [Third]),
     check(Read(odbc:select(Db, next, 9)), [Last]).
+
+%% Without Standard=Yes rows come forward only.
+plain() ->
+    {ok, Db} = odbc:connect("DSN=clients", [{scrollable_cursors, off}, {tuple_row, on}]),
+    {selected, _, Rows} = odbc:sql_query(Db, "SELECT id, s FROM vhcass_clients.plain"),
+    check(lists:sort(Rows), [{1, "one"}, {2, "two"}]),
+    {error, _} = odbc:sql_query(Db, "SELEC 1"),
+    ok = odbc:disconnect(Db).

@@ -25,7 +25,7 @@ function rows($statement) {
     return $all;
 }
 
-function refused($text, $state) {
+function refused($text, $state = "") {
     try {
         run($text);
     } catch (Exception $problem) {
@@ -77,4 +77,8 @@ step("errors", function () {
     refused("SELEC 1", "37000");
     refused("SELECT * FROM vhcass_clients.missing", "S0002");
     refused("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "S0001");
+});
+step("plain", function () use ($plain) {
+    check(rows(run("SELECT id, s FROM vhcass_clients.plain")), $plain);
+    refused("SELEC 1");
 });

@@ -1,40 +1,13 @@
 """LibreOffice Base, headless: a database document over the data source, read and scrolled as its forms do.
 
 It is run by the system's Python, which has LibreOffice's bridge."""
-import os
-import pathlib
-import subprocess
-import tempfile
-import time
-
-import uno
-from com.sun.star.beans import PropertyValue
-from com.sun.star.connection import NoConnectException
+from office import database, named, wait_for_end  # its bridge makes the next one possible
 from com.sun.star.sdbc import SQLException
-from steps import NESTED, WHOLE, check, failing, step
+from steps import NESTED, WHOLE, check, check_plain, failing, step
 
 TABLE, COMMAND = 0, 2  # com.sun.star.sdb.CommandType
-FIRST_SECONDS = 90  # a first start makes a profile
-folder = tempfile.TemporaryDirectory()
-pipe = f"vhcass{os.getpid()}"
-office = subprocess.Popen(
-    ["soffice", "--headless", "--norestore", "--nologo", f"-env:UserInstallation=file://{folder.name}/profile",
-     f"--accept=pipe,name={pipe};urp;"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-
-def bridge():
-    local = uno.getComponentContext()
-    resolver = local.ServiceManager.createInstanceWithContext("com.sun.star.bridge.UnoUrlResolver", local)
-    for _ in range(FIRST_SECONDS * 4):
-        try:
-            return resolver.resolve(f"uno:pipe,name={pipe};urp;StarOffice.ComponentContext")
-        except NoConnectException:
-            time.sleep(0.25)
-    raise TimeoutError("LibreOffice did not start")
-
-
-def named(name):
-    return context.ServiceManager.createInstanceWithContext(name, context)
+document, source = database("clients")
+connection = source.getConnection("", "")
 
 
 def row_set(kind, command):
@@ -42,24 +15,6 @@ def row_set(kind, command):
     rows.DataSourceName, rows.CommandType, rows.Command = document, kind, command
     rows.execute()
     return rows
-
-
-def wait_for_end():
-    try:
-        named("com.sun.star.frame.Desktop").terminate()
-        office.wait(20)
-    except Exception:
-        office.kill()
-        office.wait()
-
-
-context = bridge()
-document = pathlib.Path(folder.name, "clients.odb").as_uri()
-source = named("com.sun.star.sdb.DatabaseContext").createInstance()
-source.URL = "sdbc:odbc:clients"
-source.Info = (PropertyValue("CharSet", 0, "UTF-8", 0),)
-source.DatabaseDocument.storeAsURL(document, ())
-connection = source.getConnection("", "")
 
 
 @step("table")
@@ -115,9 +70,19 @@ def errors():
 def lists():
     names = connection.Tables.ElementNames
     check([name for name in names if name.startswith("vhcass_clients.")],
-          [f"vhcass_clients.{name}" for name in ("kinds", "loaded", "long_texts", "nested", "orders", "whole")])
+          [f"vhcass_clients.{name}" for name in ("kinds", "loaded", "long_texts", "nested", "orders", "plain", "whole")])
     columns = connection.Tables.getByName("vhcass_clients.whole").Columns
     check(sorted(columns.ElementNames), ["i", "id", "s", "ti", "ts"])
+
+
+@step("plain")
+def plain():
+    def read(text):
+        rows = row_set(COMMAND, text)
+        while rows.next():
+            yield rows.getInt(1), rows.getString(2)
+
+    check_plain(lambda text: list(read(text)), SQLException)
 
 
 wait_for_end()

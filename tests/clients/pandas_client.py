@@ -3,7 +3,7 @@ import warnings
 
 import pandas
 import pyodbc
-from steps import COLUMNS, INSERT, NESTED, VALUES, WHOLE, check, failing, step
+from steps import COLUMNS, INSERT, NESTED, VALUES, WHOLE, check, check_plain, failing, step
 from steps import uuid
 
 warnings.simplefilter("ignore", UserWarning)  # it has been tested with SQLAlchemy and SQLite only, says pandas
@@ -49,3 +49,8 @@ def nested():
 def errors():
     for text in ("SELEC 1", "SELECT * FROM vhcass_clients.missing"):
         failing(lambda: read(text), pandas.errors.DatabaseError, pyodbc.ProgrammingError)
+
+
+@step("plain")
+def plain():
+    check_plain(lambda text: read(text).values.tolist(), pandas.errors.DatabaseError, pyodbc.Error)

@@ -2,14 +2,15 @@
 // PHP's PDO, as it comes.
 require __DIR__ . "/steps.php";
 
-$pdo = new PDO("odbc:clients");
+// Without Standard=Yes texts come in bound columns only, and PDO binds those described as shorter than 256.
+$pdo = new PDO(getenv("CLIENTS_STEPS") == "plain" ? "odbc:DSN=clients;StringLen=200" : "odbc:clients");
 
-function refused($text, $state) {
+function refused($text, $state = null) {
     global $pdo;
     try {
         $pdo->exec($text);
     } catch (PDOException $problem) {
-        check($problem->errorInfo[0], $state);
+        $state === null || check($problem->errorInfo[0], $state);
         return;
     }
     throw new Exception("no error from $text");
@@ -79,4 +80,8 @@ step("errors", function () {
     refused("SELEC 1", "42000");
     refused("SELECT * FROM vhcass_clients.missing", "42S02");
     refused("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "42S01");
+});
+step("plain", function () use ($pdo, $plain) {
+    check($pdo->query("SELECT id, s FROM vhcass_clients.plain")->fetchAll(PDO::FETCH_NUM), $plain);
+    refused("SELEC 1");
 });

@@ -3,7 +3,7 @@ import os
 
 import polars
 import pyodbc
-from steps import COLUMNS, INSERT, NESTED, VALUES, WHOLE, check, failing, step
+from steps import COLUMNS, INSERT, NESTED, VALUES, WHOLE, check, check_plain, failing, step
 from steps import uuid
 
 # Polars takes a connection string with a DRIVER only.
@@ -37,3 +37,9 @@ def nested():
 def errors():
     failing(lambda: polars.read_database("SELEC 1", STRING), Exception)
     failing(lambda: polars.read_database("SELECT * FROM vhcass_clients.missing", STRING), Exception)
+
+
+@step("plain")
+def plain():
+    for source in (STRING, connection):
+        check_plain(lambda text: polars.read_database(text, source).rows(), Exception)

@@ -5,7 +5,7 @@ import threading
 import time
 
 import pyodbc
-from steps import BATCH, COLUMNS, INSERT, NESTED, SELECT, STORED, VALUES, WHOLE, check, failing, long_text, step
+from steps import BATCH, COLUMNS, INSERT, NESTED, SELECT, STORED, VALUES, WHOLE, check, check_plain, failing, long_text, step
 from steps import uuid
 
 connection = pyodbc.connect("DSN=clients", autocommit=True)
@@ -124,3 +124,8 @@ def errors():
     stays = pyodbc.connect(f"DSN=clients;SERVER=127.0.0.1;PORT={relay.port};Reconnect=No", autocommit=True)
     relay.end()
     check(state(lambda: stays.execute("SELECT * FROM vhcass_clients.whole"), pyodbc.OperationalError), "08S01")
+
+
+@step("plain")
+def plain():
+    check_plain(lambda text: cursor.execute(text).fetchall(), pyodbc.Error)

@@ -18,6 +18,7 @@ $whole = [["1", "7", "12:34:56", "1901-02-03 04:05:06", "short"],
           ["2", null, "01:02:03", "2024-05-06 07:08:09", str_repeat("0123456789", 500)]];
 // The third has no key: the server refuses it.
 $batch = [["1", "one"], ["2", "two"], [null, "bad"], ["4", "żółć 😀"]];
+$plain = [["1", "one"], ["2", "two"]];
 $stored = [$batch[0], $batch[1], $batch[3]];
 
 function long_text($length) {
@@ -31,6 +32,9 @@ function check($got, $wanted) {
 }
 
 function step($name, $function) {
+    if (!in_array($name, explode(" ", getenv("CLIENTS_STEPS")))) {
+        return;
+    }
     try {
         $remark = $function();
         echo "ok $name", $remark ? ": $remark" : "", "\n";

@@ -1,6 +1,7 @@
 """What the Python clients share: the values of the tables, and the line that a step ends in."""
 import datetime
 import decimal
+import os
 import pathlib
 import sys
 import uuid
@@ -31,6 +32,7 @@ WHOLE = [
 # The third has no key: the server refuses it.
 BATCH = [(1, "one"), (2, "two"), (None, "bad"), (4, "four"), (5, "żółć 😀")]
 STORED = [row for row in BATCH if row[0] is not None]
+PLAIN = [(1, "one"), (2, "two")]
 
 
 def long_text(length):
@@ -43,8 +45,10 @@ def check(got, wanted):
 
 
 def step(name):
-    """Runs the function below it at once. What it returns is a remark."""
+    """Runs the function below it at once, if its step is asked for. What it returns is a remark."""
     def run(function):
+        if name not in os.environ["CLIENTS_STEPS"].split():
+            return
         try:
             remark = function()
             print("ok", name + (f": {remark}" if remark else ""), flush=True)
@@ -60,3 +64,9 @@ def failing(call, *kinds):
     except kinds as problem:
         return problem
     raise AssertionError("no exception")
+
+
+def check_plain(read, *kinds):
+    """What holds without Standard=Yes too: numbers and ASCII text come, and a refused statement raises one of `kinds`."""
+    check(sorted(tuple(row) for row in read("SELECT id, s FROM vhcass_clients.plain")), PLAIN)
+    failing(lambda: read("SELEC 1"), *kinds)

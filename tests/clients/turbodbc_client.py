@@ -3,7 +3,7 @@ other types as text."""
 import datetime
 
 import turbodbc
-from steps import BATCH, COLUMNS, NESTED, STORED, VALUES, check, failing, long_text, step
+from steps import BATCH, COLUMNS, NESTED, STORED, VALUES, check, check_plain, failing, long_text, step
 
 # Columns are bound by their described size, and a longer text is cut without a word.
 connection = turbodbc.connect(
@@ -12,7 +12,7 @@ connection = turbodbc.connect(
 cursor = connection.cursor()
 
 
-def plain(name, value):
+def as_text(name, value):
     if value is None or name not in "n ti u b".split():
         return value
     return value.hex() if name == "b" else str(value)
@@ -21,7 +21,7 @@ def plain(name, value):
 @step("values")
 def values():
     for key, row in enumerate(VALUES):
-        given = [plain(name, value) for name, value in zip(COLUMNS, row)]
+        given = [as_text(name, value) for name, value in zip(COLUMNS, row)]
         cursor.execute(f"INSERT INTO vhcass_clients.kinds (id, {', '.join(COLUMNS)}) VALUES (?{', ?' * len(COLUMNS)})", [key, *given])
         cursor.execute(f"SELECT {', '.join(COLUMNS)} FROM vhcass_clients.kinds WHERE id = {key}")
         check(cursor.fetchone(), given)
@@ -67,3 +67,8 @@ def errors():
     for text, state in (("SELEC 1", "42000"), ("SELECT * FROM vhcass_clients.missing", "42S02"),
                         ("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "42S01")):
         check(f"state: {state}" in str(failing(lambda: cursor.execute(text), turbodbc.DatabaseError)), True)
+
+
+@step("plain")
+def plain():
+    check_plain(lambda text: cursor.execute(text).fetchall(), turbodbc.Error)

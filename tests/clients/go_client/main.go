@@ -8,6 +8,7 @@ import (
 	"os"
 	"path/filepath"
 	"reflect"
+	"slices"
 	"strconv"
 	"strings"
 	"time"
@@ -28,6 +29,9 @@ func check(got, wanted any) {
 }
 
 func step(name string, body func() string) {
+	if !slices.Contains(strings.Fields(os.Getenv("CLIENTS_STEPS")), name) {
+		return
+	}
 	defer func() {
 		if problem := recover(); problem != nil {
 			fmt.Printf("FAILED %s: %s\n", name, strings.ReplaceAll(fmt.Sprint(problem), "\n", " "))
@@ -186,6 +190,17 @@ func main() {
 			}
 		}
 		must(db.Ping())
+		return ""
+	})
+	step("plain", func() string {
+		for key, text := range map[int]string{1: "one", 2: "two"} {
+			var got string
+			must(db.QueryRow(fmt.Sprint("SELECT s FROM vhcass_clients.plain WHERE id = ", key)).Scan(&got))
+			check(got, text)
+		}
+		if _, err := db.Exec("SELEC 1"); err == nil {
+			panic("no error")
+		}
 		return ""
 	})
 }
