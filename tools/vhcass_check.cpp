@@ -66,19 +66,33 @@ static bool is_known(const vhcass_check *check, const cass_string *string,
     return false;
 }
 
-// Keys that the driver passes over are often misspelt ones.
+static bool is_password(const cass_string *string, const connection_pair &pair)
+{
+    return cass_pair_has_key(string, pair, "PWD") || cass_pair_has_key(string, pair, "Password");
+}
+
+// Keys that the driver passes over are often misspelt ones. One behind a password may be a piece of
+// it, and is not shown.
 static void add_unknown_keys(const vhcass_check *check, const std::string &string, check_step *step)
 {
     const held_string text(cass_string_from_cstr(string.c_str()));
     if (text == nullptr)
         throw std::bad_alloc();
     connection_pair pair;
+    bool behind_password = false;
     for (std::int32_t position = 0; cass_next_pair(text.get(), &position, &pair);) {
-        if (is_known(check, text.get(), pair))
-            continue;
-        const held_string key(cass_string_sub(text.get(), pair.key, pair.key_length));
-        step->details.push_back("unknown, and passed over: " + check_text(key.get()));
-        check_fail(step, CHECK_WARNING, ADVICE_SETTINGS);
+        const bool known = is_known(check, text.get(), pair);
+        const bool password = is_password(text.get(), pair);
+        if (!known) {
+            const held_string key(cass_string_sub(text.get(), pair.key, pair.key_length));
+            step->details.push_back("unknown, and passed over: " +
+                                    (behind_password && !password
+                                         ? "what stands behind the password's semicolon"
+                                         : check_text(key.get())));
+            check_fail(step, CHECK_WARNING, ADVICE_SETTINGS);
+        }
+        if (known || password)
+            behind_password = password;
     }
 }
 

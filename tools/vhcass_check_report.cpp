@@ -13,7 +13,7 @@ static constexpr const char *json_outcomes[] = {"ok", "warning", "failed"};
 // By check_advice.
 static constexpr const char *advices[] = {
     "",
-    "Correct the setting that the record names; docs/connecting.md lists what each one takes.",
+    "Correct the setting that is named here; docs/connecting.md lists all and what they take.",
     "See with 'odbcinst -q -s' whether the data source is listed and with 'odbcinst -j' which file "
     "is read; it needs Server or SecureConnectionBundlePath.",
     "Name a server: Server=host.",

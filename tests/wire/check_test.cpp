@@ -83,6 +83,9 @@ TEST(check, tells_each_step_of_a_connection)
         {"", "Keyspace=ks", 90, 0, reached + "protocol ok, " + all + "warning", "NTP"},
         {"", "Nonsense=1", 0, 0,
          "settings warning" + reached.substr(11) + "protocol ok, " + all + "ok", "Nonsense"},
+        {"", "'PWD=x;hidden=1'", 0, 0,
+         "settings warning" + reached.substr(11) + "protocol ok, " + all + "ok",
+         "the password's semicolon"},
         {"127.0.0.1:1", "", 0, 1, "settings ok, name ok, TCP failed, session failed", "refused"},
         {"127.0.0.1:1,", "", 0, 0,
          reached.substr(0, 22) +
