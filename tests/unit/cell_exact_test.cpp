@@ -6,17 +6,10 @@
 #include "tests/app_value.h"
 #include "tests/unit/cell_rig.h"
 
-// A row of this one cell.
+// A row of this one cell, and one of a null behind it.
 static rig_ptr exact_rig_of(int type, const std::string &bytes)
 {
-    auto rig = std::make_unique<cell_rig>();
-    rig->conn->conduct = &standard_conduct;
-    cass_desc *ird = rig->stmt->ird;
-    EXPECT_EQ(0, cass_desc_describe(ird, 1));
-    cass_type_option option = {};
-    option.option_id = type;
-    EXPECT_EQ(0, cass_field_from_option(rig->stmt, ird, 0, nullptr, nullptr, nullptr, &option));
-    rig->stmt->page.current_packet = &rig->packet;
+    rig_ptr rig = rig_open({type}, &standard_conduct);
     rig_page(rig, cell_of(bytes) + null_cell);
     EXPECT_EQ(SQL_SUCCESS, rig_row(rig));
     return rig;

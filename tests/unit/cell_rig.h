@@ -29,9 +29,11 @@ struct cell_rig : session {
 using rig_ptr = std::unique_ptr<cell_rig>;
 
 // A statement whose result has a column for each option id.
-inline rig_ptr rig_open(const std::vector<int> &columns)
+inline rig_ptr rig_open(const std::vector<int> &columns,
+                        const cass_conduct *conduct = &default_conduct)
 {
     auto rig = std::make_unique<cell_rig>();
+    rig->conn->conduct = conduct;
     cass_desc *ird = rig->stmt->ird;
     EXPECT_EQ(0, cass_desc_describe(ird, static_cast<std::int32_t>(columns.size())));
     for (std::int32_t i = 0; const int id : columns) {
@@ -86,9 +88,10 @@ constexpr std::int64_t CLOCK = INT64_C(45296000000000);   // 12:34:56, nanosecon
 constexpr std::int64_t EPOCH = INT64_C(1) << 31;          // 1970-01-01, days
 
 // A row of this one cell, decoded.
-inline rig_ptr cell_rig_of(int type, const std::string &bytes)
+inline rig_ptr cell_rig_of(int type, const std::string &bytes,
+                           const cass_conduct *conduct = &default_conduct)
 {
-    rig_ptr rig = rig_open({type});
+    rig_ptr rig = rig_open({type}, conduct);
     rig_page(rig, cell_of(bytes));
     EXPECT_EQ(SQL_SUCCESS, rig_row(rig));
     return rig;
