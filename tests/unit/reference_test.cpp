@@ -1,6 +1,7 @@
 // The pages of docs/ that list what there is, against the tables and answers of the driver.
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <set>
 #include <sstream>
 
@@ -9,6 +10,7 @@
 #include "odbc/cass_conn_attrs.h"
 #include "odbc/cass_stmt_attrs.h"
 #include "tests/unit/cell_rig.h"
+#include "tests/unit/parameter_rig.h"
 
 using page_row = std::vector<std::string>;
 
@@ -44,6 +46,15 @@ static std::set<std::string> words_of(const std::string &cell)
 {
     std::istringstream words(cell);
     return {std::istream_iterator<std::string>(words), {}};
+}
+
+// A cell of the page for what came of all samples. Types that do not convert into each other stand
+// alone.
+static std::set<std::string> told_of(std::set<std::string> came)
+{
+    if (came.erase("07006") > 0 && !came.contains("value"))
+        return {"\u2013"};
+    return came;
 }
 
 static std::string quoted(const char *key)
@@ -244,42 +255,29 @@ static std::map<std::string, std::vector<cell_sample>> cell_samples()
           "01:02:03", "01:02:03.5", "00000000-0000-0000-0000-000000000001"})
         texts.push_back({CQL_VARCHAR, text});
     const std::string huge = "\1" + std::string(200, '\0');
+    // clang-format off
     return {
         {"ascii, text", texts},
-        {"tinyint, smallint, int, bigint, counter",
-         {{CQL_TINYINT, be(1, 1)},
-          {CQL_SMALLINT, be(300, 2)},
-          {CQL_INT, be(100'000, 4)},
-          {CQL_BIGINT, be(INT64_MAX, 8)},
-          {CQL_COUNTER, be(-1, 8)}}},
+        {"tinyint, smallint, int, bigint, counter", {{CQL_TINYINT, be(1, 1)},
+         {CQL_SMALLINT, be(300, 2)}, {CQL_INT, be(100'000, 4)}, {CQL_BIGINT, be(INT64_MAX, 8)},
+         {CQL_COUNTER, be(-1, 8)}}},
         {"boolean", {{CQL_BOOLEAN, be(1, 1)}, {CQL_BOOLEAN, be(0, 1)}}},
-        {"float",
-         {{CQL_FLOAT, be(1.F)},
-          {CQL_FLOAT, be(1.5F)},
-          {CQL_FLOAT, be(1e30F)},
-          {CQL_FLOAT, be(1e-30F)}}},
-        {"double",
-         {{CQL_DOUBLE, be(0.5)},
-          {CQL_DOUBLE, be(1.5)},
-          {CQL_DOUBLE, be(1.)},
-          {CQL_DOUBLE, be(1e300)},
-          {CQL_DOUBLE, be(1e-300)}}},
-        {"decimal",
-         {{CQL_DECIMAL, decimal(0, "01")},
-          {CQL_DECIMAL, decimal(1, "0f")},
-          {CQL_DECIMAL, decimal(-100, "01")},
-          {CQL_DECIMAL, be(500, 4) + huge}}},
+        {"float", {{CQL_FLOAT, be(1.F)}, {CQL_FLOAT, be(1.5F)}, {CQL_FLOAT, be(1e30F)},
+         {CQL_FLOAT, be(1e-30F)}}},
+        {"double", {{CQL_DOUBLE, be(0.5)}, {CQL_DOUBLE, be(1.5)}, {CQL_DOUBLE, be(1.)},
+         {CQL_DOUBLE, be(1e300)}, {CQL_DOUBLE, be(1e-300)}}},
+        {"decimal", {{CQL_DECIMAL, decimal(0, "01")}, {CQL_DECIMAL, decimal(1, "0f")},
+         {CQL_DECIMAL, decimal(-100, "01")}, {CQL_DECIMAL, be(500, 4) + huge}}},
         {"varint", {{CQL_VARINT, be(1, 1)}, {CQL_VARINT, huge}}},
         {"date", {{CQL_DATE, be(EPOCH + 19'849, 4)}, {CQL_DATE, be(UINT32_MAX, 4)}}},
         {"time", {{CQL_TIME, be(0, 8)}, {CQL_TIME, be(CLOCK + 1, 8)}}},
-        {"timestamp",
-         {{CQL_TIMESTAMP, be(LEAP_DAY, 8)},
-          {CQL_TIMESTAMP, be(LEAP_DAY + 1, 8)},
-          {CQL_TIMESTAMP, be(INT64_MAX, 8)}}},
+        {"timestamp", {{CQL_TIMESTAMP, be(LEAP_DAY, 8)}, {CQL_TIMESTAMP, be(LEAP_DAY + 1, 8)},
+         {CQL_TIMESTAMP, be(INT64_MAX, 8)}}},
         {"uuid, timeuuid", {{CQL_UUID, std::string(16, '\1')}}},
         {"inet", {{CQL_INET, from_hex("0a000001")}}},
         {"blob", {{CQL_BLOB, from_hex("0102")}}},
     };
+    // clang-format on
 }
 
 TEST(reference_cells, are_read_as_their_page_says)
@@ -318,11 +316,102 @@ TEST(reference_cells, are_read_as_their_page_says)
                     came.insert(state.empty() ? "value" : state);
                 }
             }
-            if (came.erase("07006") > 0 && !came.contains("value"))
-                came = {"\u2013"};
-            EXPECT_EQ(words_of(rows[place][column + 1]), came)
+            EXPECT_EQ(words_of(rows[place][column + 1]), told_of(came))
                 << rows[place][0] << ", column " << column + 1 << (standard ? ", Standard" : "");
         }
     }
     EXPECT_EQ(compared, 2 * samples.size());
+}
+
+// What an application may hand over for each column of the page.
+static std::vector<std::vector<app_value>> parameter_samples()
+{
+    static constexpr SQL_DATE_STRUCT day = {2024, 5, 6}, no_day = {2023, 2, 29},
+                                     late = {32767, 1, 1};
+    static constexpr SQL_TIME_STRUCT hour = {1, 2, 3}, no_hour = {24, 0, 0};
+    static constexpr SQL_TIMESTAMP_STRUCT instant = {2024, 5, 6, 1, 2, 3, 0},
+                                          no_instant = {2024, 13, 1, 0, 0, 0, 0};
+    static constexpr SQL_NUMERIC_STRUCT half = {38, 1, 1, {15}},
+                                        huge = {38, 0, 1, {0, 0, 0, 0, 0, 0, 0, 0, 1}};
+    static constexpr double inf = std::numeric_limits<double>::infinity();
+    std::vector<std::vector<app_value>> samples = {
+        {},
+        {},
+        {true, false},
+        {1, -1, 300, 100'000, 1L << 40, ~0UL},
+        {1.F, 1.5F, -1.F, 1e30F, float(inf)},
+        {1., 1.5, -1., 1e300, inf},
+        {half, huge},
+        {day, no_day, late},
+        {hour, no_hour},
+        {instant, no_instant},
+        {SQLGUID{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}}},
+    };
+    for (const char *text :
+         {"1", "1.5", "x", "300", "1e400", "1e99999999999", "100000000000000000000", "0102",
+          "2024-05-06", "2024-05-06 01:02:03", "99999999-01-01", "01:02:03", "10.0.0.1",
+          "00000000-0000-0000-0000-000000000001", "1h2m", "[1]"})
+        samples[0].emplace_back(text);
+    samples[0].emplace_back(std::u16string{0xD83D});  // half a character
+    for (const std::size_t size : {1, 2, 3, 4, 8, 16})
+        samples[1].emplace_back(SQL_C_BINARY, std::string(size, '\1'));
+    return samples;
+}
+
+// The SQL type that the page binds for a type by default.
+static SQLSMALLINT bound_type(int type)
+{
+    static const std::map<int, int> types = {
+        {CQL_TINYINT, SQL_TINYINT}, {CQL_SMALLINT, SQL_SMALLINT},
+        {CQL_INT, SQL_INTEGER},     {CQL_BIGINT, SQL_BIGINT},
+        {CQL_COUNTER, SQL_BIGINT},  {CQL_BOOLEAN, SQL_BIT},
+        {CQL_FLOAT, SQL_REAL},      {CQL_DOUBLE, SQL_DOUBLE},
+        {CQL_DECIMAL, SQL_NUMERIC}, {CQL_VARINT, SQL_NUMERIC},
+        {CQL_DATE, SQL_TYPE_DATE},  {CQL_TIMESTAMP, SQL_TYPE_TIMESTAMP},
+        {CQL_UUID, SQL_GUID},
+    };
+    const auto at_type = types.find(type);
+    return SQLSMALLINT(at_type == types.end() ? SQL_VARCHAR : at_type->second);
+}
+
+static std::string conversion(bool standard, int type, const app_value &value)
+{
+    session s;
+    s.conn->conduct = standard ? &standard_conduct : &default_conduct;
+    s.stmt->prepared = 1;
+    EXPECT_EQ(cass_desc_describe(s.stmt->implicit_ipd, 1), 0);
+    s.stmt->implicit_ipd->fields[0].cql_type = type;
+    auto size = static_cast<SQLLEN>(value.memory.size());
+    const exact_block block(value.memory);
+    bind(s.stmt, 1, value.c_type, bound_type(type), block.at, has_length(value) ? &size : nullptr,
+         0, 38, type == CQL_DECIMAL ? 15 : 0);
+    const std::string bytes = encode(s);
+    return bytes.find('@') == bytes.npos ? "value" : bytes.substr(0, 5);
+}
+
+TEST(reference_parameters, are_converted_as_their_page_says)
+{
+    const auto types = cell_samples();
+    const auto values = parameter_samples();
+    for (const bool standard : {false, true}) {
+        std::size_t compared = 0;
+        const std::size_t first = standard ? 1 : 2;
+        for (const page_row &row : rows_of("types.md", standard ? "Parameters with Standard=Yes"
+                                                                : "Parameters by default")) {
+            const auto at_type = types.find(row[0]);
+            if (at_type == types.end())
+                continue;  // nested, as above
+            compared++;
+            for (std::size_t column = 0; column < values.size(); column++) {
+                std::set<std::string> came;
+                for (const app_value &value : values[column])
+                    for (const cell_sample &sample : at_type->second)
+                        came.insert(conversion(standard, sample.type, value));
+                EXPECT_EQ(words_of(row[first + column]), told_of(came))
+                    << row[0] << ", column " << column + 1 << (standard ? ", Standard" : "");
+            }
+        }
+        // By default the page has no row for a time, an address and a blob.
+        EXPECT_EQ(compared, types.size() - (standard ? 0 : 3));
+    }
 }
