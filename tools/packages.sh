@@ -23,6 +23,6 @@ need_packages() {
     exit 1
   fi
   echo "installing: ${missing[*]}" >&2
-  apt-get update -q >&2
-  DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}" >&2
+  { apt-get update -q && DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"; } >&2 ||
+    { echo "these Debian packages could not be had; is there a network? ${missing[*]}" >&2; exit 1; }
 }
