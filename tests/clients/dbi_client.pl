@@ -93,6 +93,12 @@ step("errors", sub {
     refused("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "42S01");
     return;
 });
+step("lists", sub {
+    check([map { $_->[2] } @{$dbh->table_info(undef, "vhcass_clients", "w%", "TABLE")->fetchall_arrayref}], ["whole"]);
+    check([map { $_->[3] } @{$dbh->column_info(undef, "vhcass_clients", "whole", "%")->fetchall_arrayref}], ["id", "i", "s", "ti", "ts"]);
+    check([$dbh->primary_key(undef, "vhcass_clients", "whole")], ["id"]);
+    return;
+});
 step("plain", sub {
     check([map { @$_ } @{$dbh->selectall_arrayref("SELECT id, s FROM vhcass_clients.plain")}], [1, "one", 2, "two"]);
     eval { $dbh->do("SELEC 1") };

@@ -81,6 +81,10 @@ async function main() {
     const parallel = await Promise.all([...Array(20)].map(() => query("SELECT id FROM vhcass_clients.whole WHERE id = ?", [2])));
     check(parallel.every((rows) => rows.length === 1 && rows[0].id === 2), true);
   });
+  await step("lists", async () => {
+    check((await connection.tables(null, "vhcass_clients", "w%", "TABLE")).map((row) => row.TABLE_NAME), ["whole"]);
+    check((await connection.columns(null, "vhcass_clients", "whole", null)).map((row) => row.COLUMN_NAME), ["id", "i", "s", "ti", "ts"]);
+  });
   await step("plain", async () => {
     check((await query("SELECT id, s FROM vhcass_clients.plain")).map(Object.values), [[1, "one"], [2, "two"]]);
     check(await query("SELEC 1").catch(() => "refused"), "refused");

@@ -78,6 +78,15 @@ step("errors", function () {
     refused("SELECT * FROM vhcass_clients.missing", "S0002");
     refused("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "S0001");
 });
+step("lists", function () use ($connection) {
+    $names = fn($result, $name) => array_column(iterator_to_array((function () use ($result) {
+        while ($row = odbc_fetch_array($result)) {
+            yield $row;
+        }
+    })()), $name);
+    check($names(odbc_tables($connection, null, "vhcass_clients", "w%", "TABLE"), "TABLE_NAME"), ["whole"]);
+    check($names(odbc_columns($connection, null, "vhcass_clients", "whole", "%"), "COLUMN_NAME"), ["id", "i", "s", "ti", "ts"]);
+});
 step("plain", function () use ($plain) {
     check(rows(run("SELECT id, s FROM vhcass_clients.plain")), $plain);
     refused("SELEC 1");

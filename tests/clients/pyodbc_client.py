@@ -126,6 +126,15 @@ def errors():
     check(state(lambda: stays.execute("SELECT * FROM vhcass_clients.whole"), pyodbc.OperationalError), "08S01")
 
 
+@step("lists")
+def lists():
+    place = {"schema": "vhcass_clients"}
+    check([row.table_name for row in cursor.tables(table="w%", tableType="TABLE", **place).fetchall()], ["whole"])
+    check([(row.column_name, row.type_name) for row in cursor.columns(table="whole", **place).fetchall()],
+          [("id", "int"), ("i", "int"), ("s", "text"), ("ti", "time"), ("ts", "timestamp")])
+    check([row.column_name for row in cursor.primaryKeys("whole", **place).fetchall()], ["id"])
+
+
 @step("plain")
 def plain():
     check_plain(lambda text: cursor.execute(text).fetchall(), pyodbc.Error)

@@ -214,6 +214,12 @@ int main(int count, char **arguments)
         }
         return "";
     });
+    step("lists", [&]() -> QString {
+        check(QSqlDatabase::database().tables().contains("whole"), true);
+        QSqlRecord columns = QSqlDatabase::database().record("vhcass_clients.whole");
+        check(columns.count() == 5 && columns.fieldName(0) == "id", true);
+        return "";
+    });
     // Without Standard=Yes rows come forward only.
     step("plain", [&]() -> QString {
         QSqlQuery query;

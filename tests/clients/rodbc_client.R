@@ -73,6 +73,11 @@ step("errors", function() {
   check(substr(query("SELECT * FROM vhcass_clients.missing")[1], 1, 5), "42S02")
   check(substr(query("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)")[1], 1, 5), "42S01")
 })
+step("lists", function() {
+  check(as.character(sqlTables(channel, schema = "vhcass_clients", tableName = "w%")$TABLE_NAME), "whole")
+  check(as.character(sqlColumns(channel, "whole", schema = "vhcass_clients")$COLUMN_NAME), c("id", "i", "s", "ti", "ts"))
+  check(as.character(sqlPrimaryKeys(channel, "whole", schema = "vhcass_clients")$COLUMN_NAME), "id")
+})
 step("plain", function() {
   got <- query("SELECT id, s FROM vhcass_clients.plain")
   check(c(got$id, got$s), c("1", "2", "one", "two"))
