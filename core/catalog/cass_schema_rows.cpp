@@ -204,12 +204,16 @@ struct listed_columns {
     std::vector<schema_column> columns;
 };
 
-static bool read_columns(cass_stmt *stmt, const catalog_selection &selection,
+// False with the failure posted.
+static bool read_columns(cass_stmt *stmt, catalog_function function,
+                         const catalog_arguments &arguments, catalog_selection *selection,
                          listed_columns *listed)
 {
-    return selection.nothing || (schema_tables(stmt, selection.keyspace, selection.table,
-                                               ALL_SCHEMA_TABLE_KINDS, &listed->tables) &&
-                                 schema_columns(stmt, listed->tables, &listed->columns));
+    if (!catalog_read_arguments(stmt, function, arguments, selection))
+        return false;
+    return selection->nothing || (schema_tables(stmt, selection->keyspace, selection->table,
+                                                ALL_SCHEMA_TABLE_KINDS, &listed->tables) &&
+                                  schema_columns(stmt, listed->tables, &listed->columns));
 }
 
 // Hands the columns in their order to `add(column, place in its table from 1)`.
@@ -229,8 +233,7 @@ SQLRETURN odbc_columns(cass_stmt *stmt, const catalog_arguments &arguments)
 {
     catalog_selection selection;
     listed_columns listed;
-    if (!catalog_read_arguments(stmt, CATALOG_COLUMNS, arguments, &selection) ||
-        !read_columns(stmt, selection, &listed))
+    if (!read_columns(stmt, CATALOG_COLUMNS, arguments, &selection, &listed))
         return SQL_ERROR;
     return make_result(stmt, columns_shape, [&] {
         return each_column(listed, [&](const schema_column &column, std::int32_t ordinal) {
@@ -246,8 +249,7 @@ SQLRETURN odbc_primary_keys(cass_stmt *stmt, const catalog_arguments &arguments)
 {
     catalog_selection selection;
     listed_columns listed;
-    if (!catalog_read_arguments(stmt, CATALOG_PRIMARY_KEYS, arguments, &selection) ||
-        !read_columns(stmt, selection, &listed))
+    if (!read_columns(stmt, CATALOG_PRIMARY_KEYS, arguments, &selection, &listed))
         return SQL_ERROR;
     return make_result(stmt, primary_keys_shape, [&] {
         return each_column(listed, [&](const schema_column &column, std::int32_t ordinal) {

@@ -14,7 +14,6 @@
 #include "core/net/cass_conn.h"
 #include "core/net/cass_conn_shared.h"
 #include "core/net/cass_ssl.h"
-#include "support/ascii.h"
 
 static constexpr char log_source[] = "cass_logon.c";
 

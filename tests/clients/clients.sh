@@ -57,11 +57,11 @@ manager() {
   (
     cd "$to" && apt-get "${options[@]}" update
     apt-get "${options[@]}" download {libc6,unixodbc,libodbc2,libodbcinst2,libltdl7}/"$suite" || exit
-    for program in *.deb; do dpkg-deb -x "$program" root; done
+    for program in *.deb; do dpkg-deb -x "$program" files; done
     rm -rf -- *.deb lists archives ./*.bin
-    for program in "$to/root/usr/bin/isql" /usr/bin/python3; do
+    for program in "$to/files/usr/bin/isql" /usr/bin/python3; do
       printf '#!/bin/sh\nexec %s --library-path %s:/usr/lib/x86_64-linux-gnu --argv0 %s %s "$@"\n' \
-        "$to/root/usr/lib64/ld-linux-x86-64.so.2" "$to/root/usr/lib/x86_64-linux-gnu" "$program" "$program" >"${program##*/}"
+        "$to/files/usr/lib64/ld-linux-x86-64.so.2" "$to/files/usr/lib/x86_64-linux-gnu" "$program" "$program" >"${program##*/}"
       chmod +x "${program##*/}"
     done
     ./isql --version
