@@ -15,3 +15,9 @@ build_driver() {
   [[ -f build/release/build.ninja ]] || configure build/release -DVHCASS_TESTS=OFF
   cmake --build build/release --target vhcass
 }
+
+# clang_build: configures build/clang: everything by clang, instrumented for the fuzz targets.
+clang_build() {
+  configure build/clang -DVHCASS_TESTS=ON -DVHCASS_SANITIZE=ON -DVHCASS_FUZZ=ON -DCMAKE_CXX_COMPILER=clang++ \
+    -DCMAKE_BUILD_TYPE=Debug '-DCMAKE_CXX_FLAGS_DEBUG=-g1 -O1'
+}

@@ -126,7 +126,7 @@ static void copy_to(text_scan *scan, std::int32_t end)
 enum escape_kind : std::uint8_t {
     ESCAPE_TEXT,       // a literal in quotes
     ESCAPE_TIMESTAMP,  // the same, of UTC
-    ESCAPE_BARE,       // a literal without quotes
+    ESCAPE_BARE,       // a literal without quotes, of a guid
     ESCAPE_WORDS,      // anything, with escapes inside
 };
 
@@ -171,6 +171,18 @@ static bool has_no_zone(const text_scan *scan, std::int32_t quote)
     return true;
 }
 
+// Nothing but hexadecimal digits and hyphens up to the index: what is no guid keeps its quotes,
+// lest it be read as words of the statement.
+static bool is_guid_text(const text_scan *scan, std::int32_t from, std::int32_t end)
+{
+    for (; from < end; from++) {
+        const SQLWCHAR unit = unit_at(scan->in, from);
+        if (unit > 0x7F || (unit != '-' && ascii_digit_value(static_cast<char>(unit)) > 15))
+            return false;
+    }
+    return true;
+}
+
 // The literal of an escape whose quote is at `start`. False when it is not one quoted text and the
 // closing brace.
 static bool put_literal(text_scan *scan, std::int32_t start, escape_kind kind)
@@ -181,12 +193,13 @@ static bool put_literal(text_scan *scan, std::int32_t start, escape_kind kind)
     const std::int32_t brace = behind_blanks(scan->in, end);
     if (unit_at(scan->in, brace) != '}')
         return false;
-    scan->at = kind == ESCAPE_BARE ? start + 1 : start;
+    const bool bare = kind == ESCAPE_BARE && is_guid_text(scan, start + 1, end - 1);
+    scan->at = bare ? start + 1 : start;
     const bool utc = kind == ESCAPE_TIMESTAMP && has_no_zone(scan, end - 1);
     copy_to(scan, end - 1);
     for (const char *zone = utc ? "+0000" : ""; *zone != 0; zone++)
         put(scan, static_cast<unsigned char>(*zone));
-    if (kind != ESCAPE_BARE)
+    if (!bare)
         put(scan, '\'');
     scan->significant = scan->written;
     scan->at = brace + 1;
