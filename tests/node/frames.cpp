@@ -150,9 +150,10 @@ bytes frame_on_wire(const node_frame &frame, bool lz4, int stream)
                               ? lz4 && !frame.body.empty()
                               : frame.compression == COMPRESS_ALWAYS;
     const bytes body = compress ? lz4_body(frame.body) : frame.body;
-    const bytes wire = be8(frame.version) + be8(frame.flags | (compress ? FLAG_COMPRESSED : 0)) +
-                       be16(frame.stream.value_or(stream)) + be8(frame.opcode) + be32(body.size()) +
-                       body;
+    bytes wire = be8(frame.version) + be8(frame.flags | (compress ? FLAG_COMPRESSED : 0)) +
+                 be16(frame.stream.value_or(stream)) + be8(frame.opcode) + be32(body.size()) + body;
+    if (frame.changed)
+        wire[frame.changed->at] = static_cast<char>(wire[frame.changed->at] ^ frame.changed->mask);
     return wire.substr(0, frame.cut.value_or(wire.size())).substr(frame.skip);
 }
 

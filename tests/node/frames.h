@@ -62,6 +62,11 @@ struct node_metadata {
 enum node_compression { COMPRESS_AS_NEGOTIATED, COMPRESS_NEVER, COMPRESS_ALWAYS };
 enum node_ending { KEEP_OPEN, CLOSE, RESET };
 
+struct node_change {
+    std::size_t at;  // from the first byte of the header
+    int mask;        // of the bits that are turned
+};
+
 struct node_frame {
     int opcode = NODE_READY;
     bytes body = {};
@@ -69,6 +74,7 @@ struct node_frame {
     int flags = 0;                   // the compression flag is added where it is due
     std::optional<int> stream = {};  // nothing: the request's
     node_compression compression = COMPRESS_AS_NEGOTIATED;
+    std::optional<node_change> changed = {};
     std::optional<std::size_t> cut = {};  // only so many bytes are sent
     std::size_t skip = 0;                 // so many at its head have been sent before
     node_ending ending = KEEP_OPEN;       // what happens to the connection afterwards

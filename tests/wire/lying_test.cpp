@@ -38,22 +38,6 @@ static void expect_in_step(const wire_ptr &wire)
     EXPECT_EQ(fetch_all(wire->stmt), mixed_texts);
 }
 
-TEST(lies, reply_cut_on_the_wire_is_a_failed_request)
-{
-    for (const bool lz4 : {false, true}) {
-        const std::size_t length = frame_on_wire(mixed_rows(), lz4, 0).size();
-        for (std::size_t cut = 0; cut < length; cut++) {
-            SCOPED_TRACE(cut);
-            const wire_ptr wire = wire_logged_on({.lz4 = lz4});
-            const node_ending ending = cut % 2 == 0 ? CLOSE : RESET;
-            run_query(wire, "q", cut_off(mixed_rows(), cut, ending), SQL_ERROR);
-            EXPECT_EQ(stmt_records(wire->stmt),
-                      record_list{link_failure + "failed to return packet"});
-            EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
-        }
-    }
-}
-
 // The frame is whole but its body ends early: the rows that are there are good, and the fetch that
 // runs out ends the result.
 TEST(lies, short_body_ends_the_result)
