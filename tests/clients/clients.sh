@@ -42,7 +42,7 @@ pypi() {
 }
 
 # manager SUITE: unixODBC of another suite of Debian, unpacked and not installed, with the C library that it needs, by
-# whose loader $work/managers/SUITE/isql and python3 start.
+# whose loader $work/managers/SUITE/isql and python3 start. A mirror that is behind will do.
 manager() {
   local suite=$1 to=$work/managers/$1 codename site program options
   debian unixodbc python3-pyodbc || return 1
@@ -53,7 +53,7 @@ manager() {
   site=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $codename" 'Created-By: Packages' | head -n 1)
   echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $site $suite main" >"$to/sources.list"
   options=(-q -o "Dir::Etc::SourceList=$to/sources.list" -o Dir::Etc::SourceParts=- -o "Dir::State::Lists=$to/lists"
-    -o "Dir::Cache=$to" -o Acquire::Languages=none)
+    -o "Dir::Cache=$to" -o Acquire::Languages=none -o Acquire::Check-Valid-Until=false)
   (
     cd "$to" && apt-get "${options[@]}" update
     apt-get "${options[@]}" download {libc6,unixodbc,libodbc2,libodbcinst2,libltdl7}/"$suite" || exit
