@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # What runs clients against a real cluster: how they are had, and the data sources that they use. Sourced behind
-# steps.sh, server.sh and build.sh, in the folder of the repository.
+# steps.sh, server.sh, build.sh and debian.sh, in the folder of the repository.
 scripts=$PWD/tests/clients
 work=$PWD/build/clients
 python=$work/python/bin/python
@@ -42,23 +42,13 @@ pypi() {
 }
 
 # manager SUITE: unixODBC of another suite of Debian, unpacked and not installed, with the C library that it needs, by
-# whose loader $work/managers/SUITE/isql and python3 start. A mirror that is behind will do.
+# whose loader $work/managers/SUITE/isql and python3 start.
 manager() {
-  local suite=$1 to=$work/managers/$1 codename site program options
+  local suite=$1 to=$work/managers/$1 program
   debian unixodbc python3-pyodbc || return 1
   [[ ! -x $to/python3 ]] || return 0
-  rm -rf -- "$to"
-  mkdir -p "$to"/{lists,archives}/partial
-  codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
-  site=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $codename" 'Created-By: Packages' | head -n 1)
-  echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $site $suite main" >"$to/sources.list"
-  options=(-q -o "Dir::Etc::SourceList=$to/sources.list" -o Dir::Etc::SourceParts=- -o "Dir::State::Lists=$to/lists"
-    -o "Dir::Cache=$to" -o Acquire::Languages=none -o Acquire::Check-Valid-Until=false)
   (
-    cd "$to" && apt-get "${options[@]}" update
-    apt-get "${options[@]}" download {libc6,unixodbc,libodbc2,libodbcinst2,libltdl7}/"$suite" || exit
-    for program in *.deb; do dpkg-deb -x "$program" files; done
-    rm -rf -- *.deb lists archives ./*.bin
+    unpack_debian "$suite" "$to" libc6 unixodbc libodbc2 libodbcinst2 libltdl7 && cd "$to" || exit
     for program in "$to/files/usr/bin/isql" /usr/bin/python3; do
       printf '#!/bin/sh\nexec %s --library-path %s:/usr/lib/x86_64-linux-gnu --argv0 %s %s "$@"\n' \
         "$to/files/usr/lib64/ld-linux-x86-64.so.2" "$to/files/usr/lib/x86_64-linux-gnu" "$program" "$program" >"${program##*/}"

@@ -187,3 +187,8 @@ row_list query(SQLHDBC conn, const std::string &sql)
     SQLFreeHandle(SQL_HANDLE_STMT, stmt);
     return rows;
 }
+
+int server_major(SQLHDBC conn)
+{
+    return std::atoi(query(conn, "SELECT release_version FROM system.local").at(0).c_str());
+}

@@ -93,5 +93,8 @@ void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wante
 
 // The rows of a query on a statement of its own.
 row_list query(SQLHDBC conn, const std::string &sql);
+// The first number of the server's version. Vectors and SAI indexes are there from 5 on; a test
+// that needs them leaves that part out before.
+int server_major(SQLHDBC conn);
 
 #endif

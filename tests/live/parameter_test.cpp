@@ -66,7 +66,7 @@ struct live_parameters : live_test {
     void run_select(SQLHSTMT one, const std::string &column, const written &value)
     {
         EXPECT_STMT(SQL_SUCCESS, one,
-                    exec(one, "SELECT " + column + ", to_json(" + column + ") FROM " + table +
+                    exec(one, "SELECT " + column + ", toJson(" + column + ") FROM " + table +
                                   " WHERE k = " + std::to_string(key)));
         EXPECT_STMT(SQL_SUCCESS, one, SQLFetch(one));
         if (value.back == SAME)
@@ -92,7 +92,10 @@ TEST_F(live_parameters, reach_a_column_of_every_type)
         "c_duration duration, c_float float, c_inet inet, c_int int, c_list list<int>, "
         "c_map map<text, int>, c_set set<text>, c_smallint smallint, c_text text, c_time time, "
         "c_timestamp timestamp, c_timeuuid timeuuid, c_tinyint tinyint, c_tuple tuple<int, text>, "
-        "c_udt frozen<pair>, c_uuid uuid, c_varint varint, c_vector vector<float, 3>)");
+        "c_udt frozen<pair>, c_uuid uuid, c_varint varint)");
+    const bool has_vectors = server_major(conn) >= 5;
+    if (has_vectors)
+        run(stmt, "ALTER TABLE " + table + " ADD c_vector vector<float, 3>");
     const std::string nines(38, '9');
     const SQLGUID guid = {0xA0EEBC99, 0x9C0B, 0x4EF8, {0xBB, 0x6D, 0x6B, 0xB9, 0xBD, 0x38, 10, 17}};
     const std::string guid_json = "a0eebc99-9c0b-4ef8-bb6d-6bb9bd380a11",
@@ -130,7 +133,8 @@ TEST_F(live_parameters, reach_a_column_of_every_type)
         {"c_duration", "020406", "1mo2d3ns"}, {"c_varint", "ff00", "-256", OTHER},
         {"c_inet", "20010db8000000000000ff0000428329", "2001:db8:0:0:0:ff00:42:8329", OTHER}};
     for (const auto &[column, digits, json, back] : raw)
-        write(column, SQL_VARBINARY, {{SQL_C_BINARY, from_hex(digits)}, json, back});
+        if (has_vectors || column != std::string("c_vector"))
+            write(column, SQL_VARBINARY, {{SQL_C_BINARY, from_hex(digits)}, json, back});
     // What is not the column's own is the server's to refuse: the binding alone decides the form.
     write("c_inet", SQL_VARCHAR, {"127.0.0.1", invalid});
     write("c_text", SQL_VARCHAR, {"caf\xE9", invalid});  // no UTF-8
@@ -146,7 +150,7 @@ TEST_F(live_parameters, reach_a_column_of_every_type)
     // Types whose cells are read in a form of their own; an int of no bytes is a null.
     run(stmt, "INSERT INTO " + table + " (k, c_inet, c_varint, c_timeuuid, c_time, c_double, c_int) "
         "VALUES (0, '2001:db8::f0:42:8329', -256, " + time_guid + ", '23:59:59.999999999', "
-        "-Infinity, blob_as_int(0x))");
+        "-Infinity, blobAsInt(0x))");
     EXPECT_EQ(query(conn, "SELECT c_inet, c_varint, c_timeuuid, c_time, c_double, c_int, c_date FROM "
                     + table + " WHERE k = 0"),
         row_list{"2001:db8:0:0:0:f0:42:8329|-256|50554D6E-29BB-11E5-B345-FEFF819CDC9F|"
