@@ -38,6 +38,16 @@ std::int64_t cass_monotonic_ms()
     return static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
+std::int64_t cass_earlier(std::int64_t one, std::int64_t other)
+{
+    return one == 0 || other == 0 ? one + other : std::min(one, other);
+}
+
+bool conn_request_is_over(const cass_conn *conn)
+{
+    return conn->request_ends != 0 && cass_monotonic_ms() >= conn->request_ends;
+}
+
 int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms,
                      std::int32_t wake_fd)
 {
@@ -154,6 +164,17 @@ static std::int32_t post_send_error(cass_conn *conn, int error)
     return -1;
 }
 
+// The shorter of timeout_ms (below 1: none) and what the start of a session and the request have
+// left: 0 when that is up, NO_LIMIT where nothing ends.
+static std::int64_t time_left(const cass_conn *conn, std::int32_t timeout_ms)
+{
+    const std::int64_t ends = cass_earlier(conn->attempt_ends, conn->request_ends);
+    if (ends == 0) [[likely]]
+        return timeout_ms >= 1 ? timeout_ms : NO_LIMIT;
+    const std::int64_t left = std::max<std::int64_t>(ends - cass_monotonic_ms(), 0);
+    return std::min<std::int64_t>(left, timeout_ms >= 1 ? timeout_ms : INT_MAX);
+}
+
 // The log dumps the first `shown` bytes.
 static std::int32_t write_tls(cass_conn *conn, const void *buffer, std::int32_t count,
                               std::int32_t shown)
@@ -161,7 +182,9 @@ static std::int32_t write_tls(cass_conn *conn, const void *buffer, std::int32_t 
     const auto *bytes = static_cast<const char *>(buffer);
     std::int32_t done = 0;
     while (done < count) {
-        const int sent = cass_ssl_write(conn, bytes + done, count - done);
+        const int sent = cass_ssl_write(conn, bytes + done, count - done, time_left(conn, 0));
+        if (sent == CONN_TIMED_OUT)
+            return sent;
         if (sent < 1)
             return post_send_error(conn, errno);
         done += sent;
@@ -177,20 +200,24 @@ static std::int32_t write_all(cass_conn *conn, const void *buffer, std::int32_t 
         return write_tls(conn, buffer, count, shown);
     const auto *bytes = static_cast<const char *>(buffer);
     std::int32_t done = 0;
+    // MSG_NOSIGNAL: a peer that is gone must not end the application with SIGPIPE.
+    const int flags = MSG_NOSIGNAL | (time_left(conn, 0) == NO_LIMIT ? 0 : MSG_DONTWAIT);
     while (done < count) {
-        // MSG_NOSIGNAL: a peer that is gone must not end the application with SIGPIPE.
         const ssize_t sent =
-            send(conn->socket, bytes + done, static_cast<std::size_t>(count - done), MSG_NOSIGNAL);
+            send(conn->socket, bytes + done, static_cast<std::size_t>(count - done), flags);
         if (sent >= 0) {
             done += static_cast<std::int32_t>(sent);
             continue;
         }
         if (errno == EINTR)
             continue;
-        if (would_block(errno) && cass_wait_socket(conn->socket, POLLOUT, NO_LIMIT) == 1)
-            continue;
-        post_send_error(conn, errno);
-        return -1;
+        int ready = -1;
+        if (would_block(errno))
+            ready = cass_wait_socket(conn->socket, POLLOUT, time_left(conn, 0));
+        if (ready == 0)
+            return CONN_TIMED_OUT;
+        if (ready < 0)
+            return post_send_error(conn, errno);
     }
     CASS_LOG_PACKET(&conn->head, buffer, shown, "Sent %d bytes", done);
     return done;
@@ -218,17 +245,17 @@ static std::int32_t post_read_error(cass_conn *conn, int error)
 
 // Bytes that one receive gave, CONN_TIMED_OUT, or -1 with the failure posted.
 static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t count,
-                                 std::int32_t timeout_ms)
+                                 std::int64_t timeout_ms)
 {
-    const bool timed = timeout_ms >= 1;
+    const bool timed = timeout_ms != NO_LIMIT;
     const std::int32_t wake_fd = conn_wake_fd(conn);
     bool must_wait = timed || wake_fd >= 0;
     if (timed)
-        CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %u msec", timeout_ms);
+        CASS_LOG(&conn->head, LOG_DETAIL, "Setting timeout to %u msec",
+                 static_cast<std::uint32_t>(timeout_ms));
     for (;;) {
         if (must_wait) {
-            const int ready =
-                cass_wait_socket(conn->socket, POLLIN, timed ? timeout_ms : NO_LIMIT, wake_fd);
+            const int ready = cass_wait_socket(conn->socket, POLLIN, timeout_ms, wake_fd);
             if (ready == CONN_WOKEN)
                 return ready;
             if (ready == 0) {
@@ -260,7 +287,7 @@ static std::int32_t receive_once(cass_conn *conn, void *buffer, std::int32_t cou
 
 // 0 at the end of the stream.
 static std::int32_t read_tls(cass_conn *conn, void *buffer, std::int32_t count,
-                             std::int32_t *read_count, std::int32_t timeout_ms, int dump)
+                             std::int32_t *read_count, std::int64_t timeout_ms, int dump)
 {
     const int got = cass_ssl_read(conn, buffer, count, timeout_ms);
     if (got == CONN_TIMED_OUT || got == CONN_WOKEN)
@@ -276,28 +303,18 @@ static std::int32_t read_tls(cass_conn *conn, void *buffer, std::int32_t count,
     return got;
 }
 
-// The shorter of the time-out and what the attempt to start a session has left; 0 when that is up.
-static std::int32_t within_attempt(const cass_conn *conn, std::int32_t timeout_ms)
-{
-    const std::int64_t left = std::max<std::int64_t>(conn->attempt_ends - cass_monotonic_ms(), 0);
-    return static_cast<std::int32_t>(
-        std::min<std::int64_t>(left, timeout_ms >= 1 ? timeout_ms : INT_MAX));
-}
-
 std::int32_t conn_read_raw(cass_conn *conn, void *buffer, std::int32_t count,
                            std::int32_t *read_count, std::int32_t timeout_ms, int dump)
 {
     *read_count = 0;
     if (count < 1)
         return 0;
-    if (conn->attempt_ends != 0) [[unlikely]] {
-        timeout_ms = within_attempt(conn, timeout_ms);
-        if (timeout_ms == 0)
-            return CONN_TIMED_OUT;
-    }
+    const std::int64_t left = time_left(conn, timeout_ms);
+    if (left == 0)
+        return CONN_TIMED_OUT;
     if (through_tls(conn)) [[unlikely]]
-        return read_tls(conn, buffer, count, read_count, timeout_ms, dump);
-    const std::int32_t got = receive_once(conn, buffer, count, timeout_ms);
+        return read_tls(conn, buffer, count, read_count, left, dump);
+    const std::int32_t got = receive_once(conn, buffer, count, left);
     if (got < 0)
         return got;
     *read_count = got;

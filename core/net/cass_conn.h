@@ -19,20 +19,21 @@ int cass_open_address(cass_conn *conn, const sockaddr *address, socklen_t size);
 // Closes `socket` if there is one. 0.
 int cass_close_socket(cass_conn *conn);
 
-// Writes all `count` bytes. count, or -1 with 08S01 posted. SIGPIPE never reaches the application.
+// Writes all `count` bytes. count, or -1 with 08S01 posted, or CONN_TIMED_OUT without a record when
+// request_ends came first. SIGPIPE never reaches the application.
 std::int32_t conn_write(cass_conn *conn, const void *buffer, std::int32_t count);
 // The same of bytes that hold a secret from `secret` on, which only a log that shows secrets dumps.
 std::int32_t conn_write_secret(cass_conn *conn, const void *buffer, std::int32_t count,
                                std::int32_t secret);
-// Result of a read that ran into its time-out.
+// Result of a read or write that ran into its time-out.
 constexpr std::int32_t CONN_TIMED_OUT = -2;
 // Result of a read that was woken by conn_wake before anything came.
 constexpr std::int32_t CONN_WOKEN = -3;
 
 // Reads at most `count` bytes with one receive; the same number in *read_count. -1 with 08S01
 // posted (a closed peer too), -2 on time-out and -3 when woken, both without a record, 0 only from
-// TLS at the end of its stream. timeout_ms below 1: waits without limit. While a session starts no
-// read waits beyond attempt_ends.
+// TLS at the end of its stream. timeout_ms below 1: waits without limit. No read waits beyond
+// attempt_ends or request_ends, however its bytes come.
 std::int32_t conn_read(cass_conn *conn, void *buffer, std::int32_t count, std::int32_t *read_count,
                        std::int32_t timeout_ms);
 // The same, with the log dump of the bytes read on or off.
@@ -48,6 +49,10 @@ int cass_wait_socket(std::int32_t socket, short events, std::int64_t timeout_ms,
 
 // Milliseconds of a clock that never goes back.
 std::int64_t cass_monotonic_ms();
+// The earlier of two times of that clock, where 0 is none.
+std::int64_t cass_earlier(std::int64_t one, std::int64_t other);
+// Whether the time of the request in work is up.
+bool conn_request_is_over(const cass_conn *conn);
 
 // Makes the connection's wake_fd where the conduct lets reads be woken. Without one (no descriptor
 // is left) they cannot.

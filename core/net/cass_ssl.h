@@ -20,10 +20,10 @@ void cass_ssl_stop(cass_conn *conn);
 // SSL_read and SSL_write: bytes done, or what OpenSSL gives below 1; 0 of a read is the end of the
 // stream. Both wait for the socket where it does not block. After a failure errno is the system's
 // error, or 0 when TLS itself failed. A peer that is gone raises no SIGPIPE in the application.
-// A read gives CONN_TIMED_OUT when nothing came for timeout_ms (below 1: waits without limit), and
-// CONN_WOKEN when it was woken.
-int cass_ssl_read(cass_conn *conn, void *buffer, int count, std::int32_t timeout_ms);
-int cass_ssl_write(cass_conn *conn, const void *buffer, int count);
+// Behind timeout_ms (below 0: waits without limit) they give CONN_TIMED_OUT, whatever part of a TLS
+// record has come or gone, and a read that was woken CONN_WOKEN.
+int cass_ssl_read(cass_conn *conn, void *buffer, int count, std::int64_t timeout_ms);
+int cass_ssl_write(cass_conn *conn, const void *buffer, int count, std::int64_t timeout_ms);
 // Whether the peer has not said that it ends the session, by what has come. Nothing is waited for.
 bool cass_ssl_peer_is_there(cass_conn *conn);
 

@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "core/net/cass_conn.h"
@@ -15,10 +16,11 @@ constexpr std::int64_t NO_LIMIT = -1;
 // that could raise SIGPIPE.
 static int write_quietly(BIO *bio, const char *bytes, int count)
 {
+    const auto *info = static_cast<const ssl_info *>(BIO_get_app_data(bio));
     int socket = -1;
     BIO_get_fd(bio, &socket);
-    const auto sent =
-        static_cast<int>(send(socket, bytes, static_cast<std::size_t>(count), MSG_NOSIGNAL));
+    const int flags = MSG_NOSIGNAL | (info->waits_outside ? MSG_DONTWAIT : 0);
+    const auto sent = static_cast<int>(send(socket, bytes, static_cast<std::size_t>(count), flags));
     BIO_clear_retry_flags(bio);
     if (sent <= 0 && BIO_sock_should_retry(sent))
         BIO_set_retry_write(bio);
@@ -59,6 +61,7 @@ template <typename Call>
 static int transfer(const cass_conn *conn, std::int64_t timeout_ms, std::int32_t wake_fd, Call call)
 {
     SSL *ssl = conn->ssl->ssl;
+    const std::int64_t ends = timeout_ms < 0 ? NO_LIMIT : cass_monotonic_ms() + timeout_ms;
     for (;;) {
         ERR_clear_error();
         errno = 0;
@@ -69,7 +72,9 @@ static int transfer(const cass_conn *conn, std::int64_t timeout_ms, std::int32_t
         const int status = SSL_get_error(ssl, result);
         if (status == SSL_ERROR_WANT_READ || status == SSL_ERROR_WANT_WRITE) {
             const short events = status == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT;
-            const int ready = cass_wait_socket(conn->socket, events, timeout_ms, wake_fd);
+            const std::int64_t left =
+                ends == NO_LIMIT ? NO_LIMIT : std::max<std::int64_t>(ends - cass_monotonic_ms(), 0);
+            const int ready = cass_wait_socket(conn->socket, events, left, wake_fd);
             if (ready == 1)
                 continue;
             if (ready == 0 || ready == CONN_WOKEN)
@@ -81,17 +86,18 @@ static int transfer(const cass_conn *conn, std::int64_t timeout_ms, std::int32_t
     }
 }
 
-int cass_ssl_read(cass_conn *conn, void *buffer, int count, std::int32_t timeout_ms)
+int cass_ssl_read(cass_conn *conn, void *buffer, int count, std::int64_t timeout_ms)
 {
-    const std::int64_t limit = timeout_ms >= 1 ? timeout_ms : NO_LIMIT;
     const std::int32_t wake_fd = conn_wake_fd(conn);
-    conn->ssl->waits_outside = timeout_ms >= 1 || wake_fd >= 0;
-    return transfer(conn, limit, wake_fd, [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
+    conn->ssl->waits_outside = timeout_ms >= 0 || wake_fd >= 0;
+    return transfer(conn, timeout_ms, wake_fd,
+                    [&](SSL *ssl) { return SSL_read(ssl, buffer, count); });
 }
 
-int cass_ssl_write(cass_conn *conn, const void *buffer, int count)
+int cass_ssl_write(cass_conn *conn, const void *buffer, int count, std::int64_t timeout_ms)
 {
-    return transfer(conn, NO_LIMIT, -1, [&](SSL *ssl) { return SSL_write(ssl, buffer, count); });
+    conn->ssl->waits_outside = timeout_ms >= 0;
+    return transfer(conn, timeout_ms, -1, [&](SSL *ssl) { return SSL_write(ssl, buffer, count); });
 }
 
 bool cass_ssl_peer_is_there(cass_conn *conn)

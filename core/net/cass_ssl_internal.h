@@ -27,7 +27,7 @@ struct ssl_info {
     BIO *read_bio;   // what the peer sent
     BIO *write_bio;  // what is to be sent
     SSL *ssl;
-    bool waits_outside;  // a read must not wait in the socket
+    bool waits_outside;  // a call must not wait in the socket
 };
 
 using held_bio = held<BIO, &BIO_free>;

@@ -127,7 +127,7 @@ struct cass_settings {
     std::int32_t consistency;      // native protocol consistency code
     std::int32_t standard;         // 1: the connection follows standard_conduct
     std::int32_t page_size;        // rows; 0: what the conduct says
-    std::int32_t read_timeout;     // of each receive of a reply, milliseconds; 0: without limit
+    std::int32_t read_timeout;     // of a request and its reply, milliseconds; 0: without limit
     std::int32_t cursor_memory;    // MiB that the rows of a scrolling cursor may take; 0: the usual
     std::int32_t string_len;       // column size of text columns
     std::int32_t binary_len;       // column size of binary columns
@@ -218,6 +218,10 @@ struct cass_conn {
     std::int64_t logon_ends;    // of the whole call
     std::int64_t attempt_ends;  // of the address in work: no read waits longer
     cass_string *host;          // of the server in use, without its port; null: the setting's
+
+    // Of the request in work, by the same clock; a lost connection is made whole within it.
+    std::int64_t request_ends;
+    std::int32_t request_limit;  // what has failed then: a cass_exchange_failure
 
     // Makes another session in place of one that is lost: core/session/cass_reconnect.h. Null: the
     // connection stays as it is. Both are under exchange_lock.

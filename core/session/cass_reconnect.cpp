@@ -31,8 +31,9 @@ static bool make_whole(cass_conn *conn, cass_stmt *stmt)
     conn->make_whole = nullptr;  // the requests of the session's start are its own
     conn->mended_for = stmt_called(stmt);
     cass_limit_logon(conn);
+    conn->logon_ends = cass_earlier(conn->logon_ends, conn->request_ends);
     const bool whole = keyspace_is_known(conn) && cass_open_session(conn) == 0;
-    const bool called_off = !whole && conn_is_called_off(conn);
+    const bool called_off = !whole && (conn_is_called_off(conn) || conn_request_is_over(conn));
     conn->mended_for = nullptr;
     if (whole) {
         cass_session_begins(conn);

@@ -13,8 +13,12 @@ static bool broken_connections_are_tried(const cass_conn *conn)
     return conn->conduct->broken_connections_are_tried;
 }
 
-static cass_exchange_failure why_not_sent(cass_conn *conn, const cass_packet *request)
+// sent: what cass_send_packet gave.
+static cass_exchange_failure why_not_sent(cass_conn *conn, const cass_packet *request,
+                                          std::int32_t sent)
 {
+    if (sent == CONN_TIMED_OUT)
+        return static_cast<cass_exchange_failure>(conn->request_limit);
     switch (request->failed) {
     case PACKET_NO_MEMORY:
         return EXCHANGE_NO_MEMORY_TO_SEND;
@@ -42,14 +46,15 @@ static cass_packet *read_packet(cass_conn *conn, cass_stmt *stmt, cass_exchange_
 static cass_packet *exchange_once(cass_conn *conn, cass_packet *request,
                                   cass_exchange_failure *failure)
 {
+    std::int32_t sent = 0;
     if (conn->socket_dead && !broken_connections_are_tried(conn))
         *failure = EXCHANGE_DEAD;
     else if (stmt_is_cancelled(request->owner))
         *failure = EXCHANGE_CANCELLED;
-    else if (cass_send_packet(request->owner, request) >= 0)
+    else if ((sent = cass_send_packet(request->owner, request)) >= 0)
         return read_packet(conn, request->owner, failure);
     else
-        *failure = why_not_sent(conn, request);
+        *failure = why_not_sent(conn, request, sent);
     return nullptr;
 }
 
@@ -61,7 +66,12 @@ static cass_packet *exchange_once(cass_conn *conn, cass_packet *request,
 {
     if (conn->make_whole(conn, request->owner))
         return true;
-    *failure = stmt_is_cancelled(request->owner) ? EXCHANGE_CANCELLED : EXCHANGE_LOST;
+    if (stmt_is_cancelled(request->owner))
+        *failure = EXCHANGE_CANCELLED;
+    else if (conn_request_is_over(conn))
+        *failure = static_cast<cass_exchange_failure>(conn->request_limit);
+    else
+        *failure = EXCHANGE_LOST;
     return false;
 }
 
@@ -111,6 +121,13 @@ cass_packet *cass_exchange(cass_conn *conn, cass_packet *request, cass_exchange_
 {
     const cass_cancel_guard whole;
     const cass_lock_guard hold(&conn->exchange_lock);
-    return conn->make_whole != nullptr ? exchange_mending(conn, request, failure)
-                                       : exchange_once(conn, request, failure);
+    // The requests of a session that starts within another request have the time of that one.
+    const bool outermost = conn->mended_for == nullptr;
+    if (outermost)
+        cass_limit_request(request->owner);
+    cass_packet *reply = conn->make_whole != nullptr ? exchange_mending(conn, request, failure)
+                                                     : exchange_once(conn, request, failure);
+    if (outermost)
+        conn->request_ends = 0;
+    return reply;
 }

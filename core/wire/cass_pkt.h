@@ -94,9 +94,13 @@ cass_packet *cass_new_packet(cass_stmt *stmt, std::uint8_t version, std::uint8_t
 // posted.
 cass_packet *cass_packet_from_body(cass_stmt *stmt, std::uint8_t opcode, const unsigned char *body,
                                    std::int32_t length);
+// From now on the request of a statement, sent and answered to the last byte, has the time that the
+// statement's time-out leaves it, or ReadTimeout, and the connection's time-out beside either: sets
+// request_ends and request_limit of the connection. Whoever calls it takes request_ends back.
+void cass_limit_request(cass_stmt *stmt);
 // Sends the frame, compressed when lz4 is in force and the body is not empty. Bytes of the
 // uncompressed frame, or a negative value (write failed and posted by conn_write, frame marked
-// `failed`, compression failed).
+// `failed`, compression failed). CONN_TIMED_OUT when the time was up; the socket is shut down then.
 std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet);
 // Reads the reply, restored to its uncompressed form. Null with *failure telling why: a failed read
 // is posted on the connection by conn_read, exhaustion as HY001 on the statement. A read that ends

@@ -66,12 +66,23 @@ static void trim_block(const cass_conn *conn, unsigned char **block, std::size_t
 
 // ---- Sending -----------------------------------------------------------------------------------
 
+// The stream stands inside a frame, whose rest would be taken for the next one.
+static void leave_stream(cass_conn *conn)
+{
+    shared_put(&conn->socket_dead, 1);
+    conn->late.header_read = 0;
+    shutdown(conn->socket, SHUT_RDWR);
+}
+
 static std::int32_t send_frame(const cass_packet *packet, const unsigned char *frame,
                                std::int32_t size)
 {
-    return packet->opcode == OPCODE_AUTH_RESPONSE
-               ? conn_write_secret(packet->conn, frame, size, FRAME_HEADER_SIZE)
-               : conn_write(packet->conn, frame, size);
+    const std::int32_t sent = packet->opcode == OPCODE_AUTH_RESPONSE
+                                  ? conn_write_secret(packet->conn, frame, size, FRAME_HEADER_SIZE)
+                                  : conn_write(packet->conn, frame, size);
+    if (sent == CONN_TIMED_OUT)
+        leave_stream(packet->conn);
+    return sent;
 }
 
 static std::int32_t send_compressed(cass_packet *packet)
@@ -120,34 +131,11 @@ std::int32_t cass_send_packet(cass_stmt *stmt, cass_packet *packet)
     return send_frame(packet, packet->frame, packet->length + FRAME_HEADER_SIZE);
 }
 
-// ---- Receiving ---------------------------------------------------------------------------------
-
-// A reply on its way: whose log and diagnostics it uses, and why it does not come.
-struct frame_reader {
-    cass_stmt *stmt;
-    cass_exchange_failure failure;
-    std::int64_t deadline;   // on the monotonic clock, milliseconds; 0: none
-    std::int32_t body_left;  // bytes of the frame's body that were not read
-    std::int16_t stream;     // of the frame whose body is being read
-    bool in_body;
-};
-
-// How long a receive may take, and what has failed when nothing came.
-constexpr std::int32_t TIME_IS_UP = -1;
-
-struct receive_limit {
-    std::int32_t milliseconds;  // 0: without limit
-    cass_exchange_failure failure;
-};
+// ---- Time-outs ---------------------------------------------------------------------------------
 
 static bool time_out_attributes_are_kept_only(const cass_conn *conn)
 {
     return conn->conduct->time_out_attributes_are_kept_only;
-}
-
-static bool any_frame_is_the_reply(const cass_conn *conn)
-{
-    return conn->conduct->any_frame_is_the_reply;
 }
 
 // Milliseconds of an attribute's seconds, at most what a wait can take.
@@ -156,46 +144,51 @@ static std::int32_t milliseconds_of(SQLULEN seconds)
     return static_cast<std::int32_t>(std::min<SQLULEN>(seconds, INT32_MAX / 1000) * 1000);
 }
 
-static frame_reader reader_of(cass_stmt *stmt)
-{
-    const SQLULEN seconds = time_out_attributes_are_kept_only(stmt_conn(stmt))
-                                ? 0
-                                : stmt_called(stmt)->attrs.query_timeout;
-    return {.stmt = stmt,
-            .failure = EXCHANGE_WHOLE,
-            .deadline = seconds > 0 ? cass_monotonic_ms() + milliseconds_of(seconds) : 0,
-            .body_left = 0,
-            .stream = 0,
-            .in_body = false};
-}
-
 // ReadTimeout counts where the statement has no time-out of its own, and the connection's beside
 // either.
-static receive_limit limit_of(const frame_reader *reader)
+void cass_limit_request(cass_stmt *stmt)
 {
-    const cass_conn *conn = stmt_conn(reader->stmt);
-    receive_limit limit = {shared_get(&conn->settings.read_timeout), EXCHANGE_TIMED_OUT};
-    if (time_out_attributes_are_kept_only(conn))
-        return limit;
-    if (reader->deadline != 0) {
-        const std::int64_t left = reader->deadline - cass_monotonic_ms();
-        limit.milliseconds = left > 0 ? static_cast<std::int32_t>(left) : TIME_IS_UP;
+    cass_conn *conn = stmt_conn(stmt);
+    std::int32_t limit = shared_get(&conn->settings.read_timeout);
+    conn->request_limit = EXCHANGE_TIMED_OUT;
+    if (!time_out_attributes_are_kept_only(conn)) {
+        if (stmt_called(stmt)->attrs.query_timeout > 0)
+            limit = milliseconds_of(stmt_called(stmt)->attrs.query_timeout);
+        const std::int32_t all = milliseconds_of(shared_get(&conn->attr_connection_timeout));
+        if (all > 0 && (limit == 0 || all < limit)) {
+            limit = all;
+            conn->request_limit = EXCHANGE_CONNECTION_TIMED_OUT;
+        }
     }
-    const std::int32_t all = milliseconds_of(shared_get(&conn->attr_connection_timeout));
-    if (all > 0 && (limit.milliseconds == 0 || all < limit.milliseconds))
-        limit = {all, EXCHANGE_CONNECTION_TIMED_OUT};
-    return limit;
+    conn->request_ends = limit > 0 ? cass_monotonic_ms() + limit : 0;
+}
+
+// ---- Receiving ---------------------------------------------------------------------------------
+
+// A reply on its way: whose log and diagnostics it uses, and why it does not come.
+struct frame_reader {
+    cass_stmt *stmt;
+    cass_exchange_failure failure;
+    std::int32_t body_left;  // bytes of the frame's body that were not read
+    std::int16_t stream;     // of the frame whose body is being read
+    bool in_body;
+};
+
+static bool any_frame_is_the_reply(const cass_conn *conn)
+{
+    return conn->conduct->any_frame_is_the_reply;
 }
 
 // Why a receive gave nothing; EXCHANGE_WHOLE when it was woken for another statement's sake.
-static cass_exchange_failure failure_of(const frame_reader *reader, std::int32_t result,
-                                        const receive_limit &limit)
+static cass_exchange_failure failure_of(const frame_reader *reader, std::int32_t result)
 {
+    const cass_conn *conn = stmt_conn(reader->stmt);
     if (result == CONN_TIMED_OUT)
-        return limit.failure;
+        return conn_request_is_over(conn) ? static_cast<cass_exchange_failure>(conn->request_limit)
+                                          : EXCHANGE_TIMED_OUT;
     if (result != CONN_WOKEN)
         return EXCHANGE_BROKEN;
-    conn_slept_on(stmt_conn(reader->stmt));
+    conn_slept_on(conn);
     return stmt_is_cancelled(reader->stmt) ? EXCHANGE_CANCELLED : EXCHANGE_WHOLE;
 }
 
@@ -213,12 +206,9 @@ static bool read_exactly(frame_reader *reader, unsigned char *target, std::int32
     cass_conn *conn = stmt_conn(reader->stmt);
     while (count > 0) {
         std::int32_t got = 0;
-        const receive_limit limit = limit_of(reader);
-        if (limit.milliseconds == TIME_IS_UP)
-            return fail(reader, limit.failure);
-        const std::int32_t result = conn_read(conn, target, count, &got, limit.milliseconds);
+        const std::int32_t result = conn_read(conn, target, count, &got, 0);
         if (result < 1) {
-            const cass_exchange_failure failure = failure_of(reader, result, limit);
+            const cass_exchange_failure failure = failure_of(reader, result);
             if (failure != EXCHANGE_WHOLE)
                 return fail(reader, failure);
             continue;
@@ -355,14 +345,6 @@ static cass_packet *read_frame(frame_reader *reader)
     return packet.release();
 }
 
-// The stream stands inside a frame, whose rest would be taken for the next reply.
-static void leave_stream(cass_conn *conn)
-{
-    shared_put(&conn->socket_dead, 1);
-    conn->late.header_read = 0;
-    shutdown(conn->socket, SHUT_RDWR);
-}
-
 // ---- Late replies ------------------------------------------------------------------------------
 
 static std::int16_t *find_late(cass_late_replies *late, std::int16_t stream)
@@ -450,7 +432,8 @@ static bool leaves_in_step(cass_conn *conn, const frame_reader &reader)
 
 cass_packet *cass_read_packet(cass_stmt *stmt, cass_exchange_failure *failure)
 {
-    frame_reader reader = reader_of(stmt);
+    frame_reader reader = {
+        .stmt = stmt, .failure = EXCHANGE_WHOLE, .body_left = 0, .stream = 0, .in_body = false};
     cass_conn *conn = stmt_conn(stmt);
     held_packet packet(read_reply(&reader));
     if (packet == nullptr && !leaves_in_step(conn, reader))

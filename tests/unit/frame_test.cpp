@@ -112,6 +112,7 @@ TEST(frame, replies_that_never_come)
         EXPECT_EQ(late->count, i);
         EXPECT_EQ(s.conn->socket_dead, 0);
         cass_exchange_failure failure;
+        cass_limit_request(s.stmt);
         EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
         EXPECT_EQ(failure, EXCHANGE_TIMED_OUT);
     }

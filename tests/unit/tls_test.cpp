@@ -2,6 +2,8 @@
 // used, and peers that speak something else. And sessions with a server that means no good.
 #include <openssl/evp.h>
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <thread>
 
@@ -133,26 +135,38 @@ TEST(tls_session, hostile_server_ends_neither_the_process_nor_the_order_of_bytes
     }
 }
 
-// Plain, silent behind the handshake, and silent in the middle of a TLS record.
-TEST(tls_session, reply_that_does_not_come_in_time_ends_the_request)
+// Plain and by TLS: silence, an endless trickle of a frame or a TLS record, and a peer that takes
+// no byte of a long request.
+TEST(tls_session, request_that_is_not_answered_in_time_ends)
 {
+    const std::string long_one(20'000'000, 'q'), record("\x17\x03\x03\x40", 5),
+        header("\x84\0\0\0\x08\0\x0f", 7);
     for (const bool tls : {false, true}) {
-        for (const char *word : {"", "\x17\x03\x03"}) {
+        for (const auto &[asked, said] : {std::pair<std::string, std::string>{"x", ""},
+                                          {"x", tls ? record : header},
+                                          {long_one, ""}}) {
             session s;
-            const std::string begun(word);
-            const auto wait = [&](SSL *ssl) {
-                char rest[256];
-                send(SSL_get_fd(ssl), begun.data(), begun.size(), 0);
-                while (recv(SSL_get_fd(ssl), rest, sizeof rest, 0) > 0) {
-                }
+            std::atomic<bool> over = false;
+            const auto trickle = [&, &said = said](int socket) {
+                send(socket, said.data(), said.size(), MSG_NOSIGNAL);
+                for (; !over; std::this_thread::sleep_for(std::chrono::milliseconds(5)))
+                    if (!said.empty())
+                        send(socket, "", 1, MSG_NOSIGNAL);
             };
-            std::thread server([&] { tls ? serve_tls(s, wait) : say(s, begun); });
+            std::thread server([&] {
+                tls ? serve_tls(s, [&](SSL *ssl) { trickle(SSL_get_fd(ssl)); }) : trickle(s.peer);
+            });
             s.conn->settings.trust_server_certificate = 1;
             EXPECT_EQ(tls ? cass_ssl_start(s.conn) : 0, 0);
-            s.conn->settings.read_timeout = 50;
-            const held_packet packet(packet_of(s.stmt, OPCODE_QUERY, "x"));
+            s.conn->settings.read_timeout = 200;
+            const held_packet packet(packet_of(s.stmt, OPCODE_QUERY, asked));
+            const std::int64_t begun = cass_monotonic_ms();
             EXPECT_EQ(send_and_execute(s.stmt, packet.get()), -1);
+            const std::int64_t took = cass_monotonic_ms() - begun;
+            EXPECT_TRUE(took >= 200 && took < 2000) << took;
             EXPECT_EQ(records(&s.stmt->head), "HYT00|Timeout expired\n");
+            EXPECT_EQ(conn_write(s.conn, "x", 1), -1);  // the stream stands inside a frame
+            over = true;
             server.join();
         }
     }

@@ -209,18 +209,24 @@ TEST(reconnect, results_go_on_between_pages_or_end)
     }
 }
 
-// SQLCancel of another thread is heard while a session is started, which the next request does.
-TEST(reconnect, is_called_off_by_a_cancellation)
+// SQLCancel of another thread is heard while a session is started, and the time-out of the request
+// counts; the next request starts the session.
+TEST(reconnect, is_called_off_by_a_cancellation_or_a_time_out)
 {
-    const wire_ptr wire = lost_session();
-    node_expect(wire->node.get(), {NODE_OPTIONS, "", {}});
-    {
-        const std::jthread other([&wire] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-            SQLCancel(wire->stmt);
-        });
-        EXPECT_EQ(code_and_state(exec(wire->stmt, "INSERT"), wire->stmt), "SQL_ERROR: HY008");
+    for (const bool cancelled : {true, false}) {
+        const wire_ptr wire = lost_session(cancelled ? "" : "ReadTimeout=300");
+        node_expect(wire->node.get(), {NODE_OPTIONS, "", {}});
+        {
+            const std::jthread other([&wire, cancelled] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                if (cancelled)
+                    SQLCancel(wire->stmt);
+            });
+            EXPECT_EQ(code_and_state(exec(wire->stmt, "INSERT"), wire->stmt),
+                      cancelled ? "SQL_ERROR: HY008" : "SQL_ERROR: HYT00");
+        }
+        EXPECT_EQ(is_dead(wire->conn), SQL_CD_TRUE);
+        expect_logon(wire->node.get());
+        run_query(wire, "INSERT", void_frame());
     }
-    expect_logon(wire->node.get());
-    run_query(wire, "INSERT", void_frame());
 }
