@@ -24,13 +24,17 @@ int cass_server_release(cass_conn *conn, char (&release)[RELEASE_ROOM])
     const held_inner inner =
         catalog_run(stmt.get(), catalog_select("SELECT release_version FROM system.local"));
     char spelled[64];
-    if (inner != nullptr && catalog_next_row(stmt.get(), inner.get()) == 1 &&
-        catalog_cell(inner.get(), 1, spelled, sizeof spelled) != nullptr) {
+    const int row = inner == nullptr ? -1 : catalog_next_row(stmt.get(), inner.get());
+    if (row == 1 && catalog_cell(inner.get(), 1, spelled, sizeof spelled) != nullptr) {
         write_release(spelled, release);
         return 0;
     }
     cass_diag_copy_all(&conn->head, &stmt->head);
-    if (cass_diag_count(&conn->head) == 0)
-        cass_post_error(&conn->head, STATE_HY000, 0, "the server tells no release");
+    if (cass_diag_count(&conn->head) > 0)
+        return -1;
+    // What failed without a word found no memory.
+    if (row < 0)
+        return cass_post_no_memory(&conn->head, log_source, "cass_server_release");
+    cass_post_error(&conn->head, STATE_HY000, 0, "the server tells no release");
     return -1;
 }
