@@ -17,7 +17,9 @@
 // ---- The application ----------------------------------------------------------------------------
 
 struct application {
-    std::string connection;  // a string, or the name of a data source
+    std::string connection = {}, source = {};  // a string; the data source with the same
+    std::u16string wide_connection = {}, wide_source = {};
+    bool is_old = false;  // its handles come and go by the calls of ODBC 2
     SQLHENV env = nullptr;
     SQLHDBC conn = nullptr;
     SQLHSTMT stmt = nullptr;
@@ -57,6 +59,26 @@ static SQLHANDLE handle_of(const application &app, SQLSMALLINT type)
     return by_type[type];
 }
 
+static SQLRETURN alloc_handle(const application &app, SQLSMALLINT type, SQLHANDLE parent,
+                              SQLHANDLE *made)
+{
+    if (!app.is_old || type == SQL_HANDLE_DESC)
+        return DRIVER(SQLAllocHandle(type, parent, made));
+    return DRIVER(type == SQL_HANDLE_ENV   ? SQLAllocEnv(made)
+                  : type == SQL_HANDLE_DBC ? SQLAllocConnect(parent, made)
+                                           : SQLAllocStmt(parent, made));
+}
+
+static void free_handle(const application &app, SQLSMALLINT type, SQLHANDLE handle)
+{
+    if (!app.is_old || type == SQL_HANDLE_DESC)
+        DRIVER(SQLFreeHandle(type, handle));
+    else
+        DRIVER(type == SQL_HANDLE_ENV   ? SQLFreeEnv(handle)
+               : type == SQL_HANDLE_DBC ? SQLFreeConnect(handle)
+                                        : SQLFreeStmt(handle, SQL_DROP));
+}
+
 struct answer {
     SQLRETURN code = SQL_SUCCESS;
     std::string data;
@@ -87,7 +109,7 @@ static void free_all(const application &app)
             continue;
         if (type == SQL_HANDLE_DBC)
             DRIVER(SQLDisconnect(app.conn));
-        DRIVER(SQLFreeHandle(type, handle_of(app, type)));
+        free_handle(app, type, handle_of(app, type));
     }
 }
 
@@ -127,7 +149,7 @@ static bool is_refusal(const answer &told, const step &step, const allocation_pl
     if (plan.owner == BY_LIBRARY)
         return !told.records.empty();
     // A failure that has a text of its own, or a file that could not be opened.
-    for (const char *text : {"HY001 ", "SASL failed to", "Required SSL (no ssl_info)",
+    for (const char *text : {"HY001 ", "S1001 ", "SASL failed to", "Required SSL (no ssl_info)",
                              "Failed to open bundle", "Loading Certificate", "Loading P"})
         if (has_record(told, text))
             return true;
@@ -319,6 +341,12 @@ static SQLCHAR *words(const char *text)
     return reinterpret_cast<SQLCHAR *>(const_cast<char *>(text));
 }
 
+static SQLWCHAR *wide_words(const char16_t *text)
+{
+    return reinterpret_cast<SQLWCHAR *>(const_cast<char16_t *>(text));
+}
+#define WIDE(text) wide_words(u##text), SQL_NTS
+
 // The rows by SQLGetData, and how they end.
 static SQLRETURN read_rows(application &app, std::string *data)
 {
@@ -346,6 +374,18 @@ static SQLRETURN fetch_bound(application &app, std::string *data)
     return code;
 }
 
+static SQLRETURN fetch_extended(application &app, std::string *data)
+{
+    SQLULEN count = 0;
+    SQLUSMALLINT status = 0;
+    SQLRETURN code;
+    while (SQL_SUCCEEDED(
+        code = DRIVER(SQLExtendedFetch(app.stmt, SQL_FETCH_NEXT, 0, &count, &status))))
+        for (int column = 0; column < 3; column++)
+            put_text(data, app.bound[column], app.lengths[column]);
+    return code;
+}
+
 // Descriptions of all columns in all forms.
 static SQLRETURN describe(application &s, std::string *data)
 {
@@ -359,6 +399,10 @@ static SQLRETURN describe(application &s, std::string *data)
               SQL_DESC_LITERAL_PREFIX, SQL_DESC_LOCAL_TYPE_NAME, SQL_DESC_LENGTH}) {
             THEN(SQLColAttribute(s.stmt, column, field, s.text, 64, n, &s.number));
             THEN(SQLColAttributeW(s.stmt, column, field, s.wide, 128, n, &s.number));
+        }
+        for (const SQLUSMALLINT field : {SQL_COLUMN_NAME, SQL_COLUMN_TYPE_NAME}) {
+            THEN(SQLColAttributes(s.stmt, column, field, s.text, 64, n, &s.number));
+            THEN(SQLColAttributesW(s.stmt, column, field, s.wide, 128, n, &s.number));
         }
     }
     return code;
@@ -409,8 +453,8 @@ static step make(SQLSMALLINT parent, SQLSMALLINT type, SQLHANDLE application::*m
 {
     const auto run = [=](application &s, std::string *data) {
         if (s.*made != nullptr)
-            DRIVER(SQLFreeHandle(type, std::exchange(s.*made, nullptr)));
-        const SQLRETURN code = DRIVER(SQLAllocHandle(type, handle_of(s, parent), &(s.*made)));
+            free_handle(s, type, std::exchange(s.*made, nullptr));
+        const SQLRETURN code = alloc_handle(s, type, handle_of(s, parent), &(s.*made));
         *data = s.*made == nullptr ? "none" : "one";
         return code;
     };
@@ -430,8 +474,8 @@ static const step by_string =
          SQLDriverConnect(s.conn, nullptr, words(s.connection.c_str()), SQL_NTS, words(s.text),
                           1024, nullptr, SQL_DRIVER_NOPROMPT));
 static const step by_name = CALL(SQL_HANDLE_DBC, AGAIN,
-                                 SQLConnect(s.conn, words(s.connection.c_str()), SQL_NTS,
-                                            words("user"), SQL_NTS, words("password"), SQL_NTS));
+                                 SQLConnect(s.conn, words(s.source.c_str()), SQL_NTS, words("user"),
+                                            SQL_NTS, words("password"), SQL_NTS));
 static const step use_keyspace = SQL("use \"ks\"");
 static const step rows = {"rows", SQL_HANDLE_STMT, read_rows};
 static const step close_rows = STMT(SQLFreeStmt(s.stmt, SQL_CLOSE));
@@ -443,6 +487,7 @@ static scenario session_by(const step &connect)
 }
 
 // Work within a session, which is there already and goes in quiet.
+constexpr std::ptrdiff_t SESSION_STEPS = 6;
 static scenario within(scenario work)
 {
     scenario all = {make_env, odbc3, make_conn, by_string, make_stmt, use_keyspace};
@@ -465,6 +510,7 @@ static const scenario statements = within({
     close_rows,
     STMT(SQLFreeStmt(s.stmt, SQL_UNBIND)),
     STMT(SQLExecute(s.stmt)),
+    STMT(SQLFetchScroll(s.stmt, SQL_FETCH_NEXT, 0)),
     rows,
     STMT(SQLRowCount(s.stmt, &s.number)),
     STMT(SQLFreeStmt(s.stmt, SQL_RESET_PARAMS)),
@@ -553,6 +599,71 @@ static const scenario local = within({
     LISTED(SQLColumnPrivileges(s.stmt, nullptr, 0, nullptr, 0, words("t"), NTS, nullptr, 0)),
 });
 
+static const scenario wide_catalog = within({
+    LISTED(SQLTablesW(s.stmt, nullptr, 0, WIDE("ks"), nullptr, 0, WIDE("TABLE,VIEW"))),
+    LISTED(SQLColumnsW(s.stmt, nullptr, 0, WIDE("ks"), WIDE("%"), WIDE("v"))),
+    LISTED(SQLStatisticsW(s.stmt, nullptr, 0, nullptr, 0, WIDE("t"), SQL_INDEX_ALL, SQL_QUICK)),
+    LISTED(SQLPrimaryKeysW(s.stmt, nullptr, 0, nullptr, 0, WIDE("t"))),
+    LISTED(SQLSpecialColumnsW(s.stmt, SQL_BEST_ROWID, nullptr, 0, WIDE("ks"), WIDE("t"),
+                              SQL_SCOPE_SESSION, SQL_NULLABLE)),
+    LISTED(SQLForeignKeysW(s.stmt, nullptr, 0, nullptr, 0, WIDE("t"), nullptr, 0, nullptr, 0,
+                           nullptr, 0)),
+    LISTED(SQLGetTypeInfoW(s.stmt, SQL_ALL_TYPES)),
+    LISTED(SQLProceduresW(s.stmt, nullptr, 0, nullptr, 0, WIDE("t"))),
+    LISTED(SQLProcedureColumnsW(s.stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0)),
+    LISTED(SQLTablePrivilegesW(s.stmt, nullptr, 0, nullptr, 0, WIDE("t"))),
+    LISTED(SQLColumnPrivilegesW(s.stmt, nullptr, 0, nullptr, 0, WIDE("t"), nullptr, 0)),
+});
+
+// By the calls of ODBC 2 where there are such, and by wide ones.
+static const scenario old_and_wide = {
+    {"old calls", SQL_HANDLE_ENV,
+     [](application &s, std::string *) {
+         s.is_old = true;
+         return SQLRETURN{SQL_SUCCESS};
+     }},
+    make_env,
+    odbc3,
+    CALL(SQL_HANDLE_ENV, PLAIN, SQLGetEnvAttr(s.env, SQL_ATTR_ODBC_VERSION, &s.number, 0, nullptr)),
+    make_conn,
+    CALL(SQL_HANDLE_DBC, AGAIN,
+         SQLDriverConnectW(s.conn, nullptr, wide_words(s.wide_connection.c_str()), SQL_NTS, s.wide,
+                           1024, nullptr, SQL_DRIVER_NOPROMPT)),
+    CONN(SQLDisconnect(s.conn)),
+    CONN(SQLConnectW(s.conn, wide_words(s.wide_source.c_str()), SQL_NTS, WIDE("user"),
+                     WIDE("password"))),
+    make_stmt,
+    CONN(SQLSetConnectAttrW(s.conn, SQL_ATTR_CURRENT_CATALOG, WIDE("ks"))),
+    CONN(SQLGetConnectAttrW(s.conn, SQL_ATTR_CURRENT_CATALOG, s.wide, 64, nullptr)),
+    CONN(SQLSetConnectOption(s.conn, SQL_CURRENT_QUALIFIER, SQLULEN(words("ks")))),
+    CONN(SQLGetConnectOption(s.conn, SQL_CURRENT_QUALIFIER, s.text)),
+    CONN(SQLGetFunctions(s.conn, SQL_API_SQLTABLES, reinterpret_cast<SQLUSMALLINT *>(&s.small))),
+    CONN(SQLNativeSqlW(s.conn, WIDE("select {fn now()}"), s.wide, 64, nullptr)),
+    STMT(SQLSetStmtAttrW(s.stmt, SQL_ATTR_QUERY_TIMEOUT, odbc_number(7), 0)),
+    STMT(SQLGetStmtAttrW(s.stmt, SQL_ATTR_QUERY_TIMEOUT, &s.number, 0, nullptr)),
+    STMT(SQLSetStmtOption(s.stmt, SQL_ROWSET_SIZE, 1)),
+    STMT(SQLGetStmtOption(s.stmt, SQL_ROWSET_SIZE, &s.number)),
+    CALL(SQL_HANDLE_STMT, NO_RECORD, SQLSetCursorNameW(s.stmt, WIDE("name"))),
+    STMT(SQLPrepareW(s.stmt, WIDE("select * from warned where k = ?"))),
+    STMT(bind(s.stmt, 1, SQL_C_SLONG, SQL_INTEGER, s.numbers)),
+    STMT(SQLBindCol(s.stmt, 2, SQL_C_CHAR, s.bound[1], 64, &s.lengths[1])),
+    STMT(SQLExecute(s.stmt)),
+    {"extended rows", SQL_HANDLE_STMT, fetch_extended},
+    STMT(SQLMoreResults(s.stmt)),
+    STMT(SQLExecDirectW(s.stmt, WIDE("select * from warned"))),
+    {"wide fields", SQL_HANDLE_STMT,
+     [](application &s, std::string *data) {
+         SQLHDESC ard = nullptr;
+         SQLRETURN code = SQL_SUCCESS;
+         THEN(SQLGetStmtAttr(s.stmt, SQL_ATTR_APP_ROW_DESC, &ard, 0, nullptr));
+         THEN(SQLSetDescFieldW(ard, 5, SQL_DESC_TYPE, odbc_number(SQL_C_CHAR), 0));
+         return code;
+     }},
+    STMT(SQLCancel(s.stmt)),
+    STMT(SQLCloseCursor(s.stmt)),
+    CONN(SQLEndTran(SQL_HANDLE_DBC, s.conn, SQL_COMMIT)),
+};
+
 // What is told of a failure, and of the connection, and what descriptors keep.
 static const scenario telling = within({
     CALL(SQL_HANDLE_STMT, QUIET, SQLExecDirect(s.stmt, words("refused"), SQL_NTS)),
@@ -589,12 +700,23 @@ static const scenario telling = within({
     STMT(SQLSetStmtAttr(s.stmt, SQL_ATTR_APP_ROW_DESC, SQL_NULL_HDESC, 0)),
 });
 
+// One after another, with a new statement when it all begins again.
+static scenario joined(std::initializer_list<scenario> works)
+{
+    scenario all = within({make_stmt});
+    for (const scenario &work : works)
+        all.insert(all.end(), work.begin() + SESSION_STEPS, work.end());
+    return all;
+}
+static const scenario everything =
+    joined({statements, parameters, tables, columns, keys, local, wide_catalog, telling});
+
 // ---- The roads ----------------------------------------------------------------------------------
 
 struct road {
     const char *name;
     scenario steps;
-    std::string settings;  // {address}, {folder}; in front of "=": a section of odbc.ini
+    std::string settings;  // {address}, {folder}
     bool lz4 = false;
     bool tls = false;
     // Every so many allocations fail.
@@ -629,6 +751,10 @@ struct memory : ::testing::TestWithParam<road> {
             node_use_tls(node.get(), tls);
         app.connection = replaced(replaced(r.settings, "{address}", node_address(node.get())),
                                   "{folder}", folder.path);
+        app.wide_connection.assign(app.connection.begin(), app.connection.end());
+        // The installer library remembers what it has read of a section.
+        app.source = r.name;
+        app.wide_source.assign(app.source.begin(), app.source.end());
         folder.add("ca.pem", ca.pem);
         folder.add("key.pem", key_pem(KEY_TWO));
         const std::string pem = make_certificate({.key = KEY_TWO}, &ca).pem;
@@ -636,9 +762,9 @@ struct memory : ::testing::TestWithParam<road> {
         write_bundle(folder.path + "/bundle.zip",
                      hosted_bundle(node_port(node.get()), ca.pem, pem, key_pem(KEY_TWO)));
         setenv("ODBCSYSINI", folder.path.c_str(), 1);
-        setenv("ODBCINI", folder.add("odbc.ini", app.connection).c_str(), 1);
-        if (r.settings.starts_with("["))
-            app.connection = "memory";
+        const std::string section = "[" + app.source + "]\n";
+        setenv("ODBCINI",
+               folder.add("odbc.ini", section + replaced(app.connection, ";", "\n")).c_str(), 1);
     }
 };
 
@@ -670,17 +796,18 @@ TEST_P(memory, that_runs_out_is_told_and_costs_nothing_else)
 }
 
 static const std::string there = "SERVER={address};UID=user;PWD=password;KEYSPACE=ks;";
+static const std::string by_tls = there + "Encrypt=yes;CertificateFile={folder}/ca.pem;";
 
 INSTANTIATE_TEST_SUITE_P(
     all, memory,
     ::testing::Values(
         road{"session", session_by(by_string), there + "Logging=0;StringLen=300"},
         road{"data_source", session_by(by_name),
-             "[memory]\nServer={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
+             "Server={address}\nKeyspace=ks\nEncrypt=no\nStringLen=300\n"},
         road{"odbc_session", session_by(by_string),
              "Standard=Yes;Server={address};UID={us;er};PWD={pass}}word};Database=ks;"},
         road{"odbc_data_source", session_by(by_name),
-             "[memory]\nStandard=yes\nHost={address}\nKeyspace=ks\nPWD=word\n"},
+             "Standard=yes\nHost={address}\nKeyspace=ks\nPWD=word\n"},
         road{"statements", statements, there}, road{"lz4", statements, there, true},
         road{"literals", statements, there + "Standard=Yes"}, road{"parameters", parameters, there},
         road{"scrolling", scrolling, there + "Standard=Yes"},
@@ -691,6 +818,13 @@ INSTANTIATE_TEST_SUITE_P(
         road{"odbc_columns", columns, there + "Standard=Yes"},
         road{"odbc_keys", keys, there + "Standard=Yes"}, road{"local", local, there},
         road{"telling", telling, there},
+        road{"wide_catalog", wide_catalog, there, false, false, 7, 23},
+        road{"old_and_wide", old_and_wide, there},
+        road{"odbc_parameters", parameters, there + "Standard=Yes"},
+        road{"odbc_local", local, there + "Standard=Yes"},
+        road{"odbc_telling", telling, there + "Standard=Yes"},
+        road{"odbc_wide_catalog", wide_catalog, there + "Standard=Yes", false, false, 7, 23},
+        road{"odbc_old_and_wide", old_and_wide, there + "Standard=Yes"},
         // A record's own allocations are many, and a handshake takes long.
         road{"logged", session_by(by_string), "LogFile={folder}/log;Logging=yes;" + there, false,
              false, 7, 31},
@@ -703,6 +837,15 @@ INSTANTIATE_TEST_SUITE_P(
         road{"odbc_tls", session_by(by_string),
              there + "Standard=Yes;Encrypt=yes;VerifyHost=No;CertificateFile={folder}/ca.pem",
              false, true, 3, 13, 613, true},
+        road{"tls_data_source", session_by(by_name), by_tls, false, true, 13, 61, 0, true},
+        road{"odbc_tls_data_source", session_by(by_name), by_tls + "VerifyHost=No;Standard=Yes",
+             false, true, 13, 61, 0, true},
+        road{"tls_everything", everything, by_tls, false, true, 97, 211, 0, true},
+        road{"tls_old_and_wide", old_and_wide, by_tls, false, true, 29, 67, 0, true},
+        road{"odbc_tls_everything", everything, by_tls + "VerifyHost=No;Standard=Yes", false, true,
+             97, 211, 0, true},
+        road{"odbc_tls_old_and_wide", old_and_wide, by_tls + "VerifyHost=No;Standard=Yes", false,
+             true, 29, 67, 0, true},
         road{"bundle", session_by(by_string), "BUNDLE={folder}/bundle.zip;UID=user;PWD=password",
              false, true, 3, 13, 613, true}),
     [](const auto &given) { return std::string(given.param.name); });
