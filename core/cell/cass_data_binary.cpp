@@ -78,7 +78,7 @@ static bool no_text_is_a_guid(const cass_conn *conn)
     return conn->conduct->no_text_is_a_guid;
 }
 
-[[gnu::cold]] static SQLRETURN guid_of_text(const cell_request &request)
+[[gnu::cold, gnu::noinline]] static SQLRETURN guid_of_text(const cell_request &request)
 {
     SQLGUID guid;
     if (!guid_from_text(cell_trimmed_text(request), &guid))
@@ -100,16 +100,9 @@ SQLRETURN get_guid(const cell_request &request)
 
 // By default everything but a decimal goes through its text, and the application's own precision
 // and scale are not asked for.
-SQLRETURN get_numeric(const cell_request &request)
+[[gnu::noinline]] static SQLRETURN numeric_of_other(const cell_request &request)
 {
-    if (cell_is_converted_exactly(request))
-        return cell_exact_numeric(request);
     const cass_data_storage &cell = request.field->data_storage;
-    if (cell.data_type == SQL_NUMERIC) {
-        cell_store_value(request, &cell.value.numeric, sizeof cell.value.numeric);
-        return SQL_SUCCESS;
-    }
-
     cell_number number;
     int precision = 19;
     switch (cell.data_type) {
@@ -134,5 +127,16 @@ SQLRETURN get_numeric(const cell_request &request)
     if (cass_numeric_from_text(number.text, &numeric, precision, 0) != 0)
         return cell_out_of_range(request, nullptr, 0);  // an exponent too: it is not understood
     cell_store_value(request, &numeric, sizeof numeric);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN get_numeric(const cell_request &request)
+{
+    if (cell_is_converted_exactly(request))
+        return cell_exact_numeric(request);
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type != SQL_NUMERIC)
+        return numeric_of_other(request);
+    cell_store_value(request, &cell.value.numeric, sizeof cell.value.numeric);
     return SQL_SUCCESS;
 }

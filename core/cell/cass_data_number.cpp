@@ -318,7 +318,7 @@ SQLRETURN get_bit(const cell_request &request)
 
 // ---- Floating numbers --------------------------------------------------------------------------
 
-// The value of a cell that is no double, or the code of a failure.
+// The value of a cell, or the code of a failure.
 static SQLRETURN floating_value(const cell_request &request, double *value)
 {
     const cass_data_storage &cell = request.field->data_storage;
@@ -359,13 +359,22 @@ static SQLRETURN floating_value(const cell_request &request, double *value)
     }
 }
 
-SQLRETURN get_double(const cell_request &request)
+[[gnu::noinline]] static SQLRETURN double_of_other(const cell_request &request)
 {
     double value = 0;
     const SQLRETURN code = floating_value(request, &value);
     if (code == SQL_SUCCESS) [[likely]]
         cell_store_value(request, &value, sizeof value);
     return code;
+}
+
+SQLRETURN get_double(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type != SQL_DOUBLE)
+        return double_of_other(request);
+    cell_store_value(request, &cell.value.dbl, sizeof cell.value.dbl);
+    return SQL_SUCCESS;
 }
 
 SQLRETURN get_float(const cell_request &request)

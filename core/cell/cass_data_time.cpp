@@ -51,13 +51,11 @@ static SQLRETURN other_timestamp(const cell_request &request, bool need_date,
 
 // ---- Dates and timestamps ----------------------------------------------------------------------
 
-SQLRETURN get_timestamp(const cell_request &request)
+[[gnu::noinline]] static SQLRETURN timestamp_of_other(const cell_request &request)
 {
     const cass_data_storage &cell = request.field->data_storage;
     SQL_TIMESTAMP_STRUCT timestamp = {};
-    if (cell.data_type == SQL_TIMESTAMP) {
-        timestamp = cell.value.timestamp;
-    } else if (cell.data_type == SQL_DATE) {
+    if (cell.data_type == SQL_DATE) {
         timestamp.year = cell.value.date.year;
         timestamp.month = cell.value.date.month;
         timestamp.day = cell.value.date.day;
@@ -65,6 +63,15 @@ SQLRETURN get_timestamp(const cell_request &request)
         return SQL_ERROR;
     }
     cell_store_value(request, &timestamp, sizeof timestamp);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN get_timestamp(const cell_request &request)
+{
+    const cass_data_storage &cell = request.field->data_storage;
+    if (cell.data_type != SQL_TIMESTAMP)
+        return timestamp_of_other(request);
+    cell_store_value(request, &cell.value.timestamp, sizeof cell.value.timestamp);
     return SQL_SUCCESS;
 }
 

@@ -64,7 +64,7 @@ static inline SQLLEN cass_bound_element_size(const row_place &place, const cass_
     return packed != 0 ? packed : record->octet_length;
 }
 
-static row_place place_of_row(const cass_stmt *stmt)
+[[gnu::always_inline]] static inline row_place place_of_row(const cass_stmt *stmt)
 {
     const cass_desc *ard = stmt->ard;
     SQLLEN bind_offset = 0;
@@ -184,8 +184,9 @@ static std::int32_t bound_columns(const cass_desc *ard, const cass_desc *ird)
     return ard->field_count < columns ? ard->field_count : columns;
 }
 
-// A column that was cut does not stop the others; an error ends the row.
-static SQLRETURN transfer_row(cass_stmt *stmt)
+// A column that was cut does not stop the others; an error ends the row. Out of line: a row without
+// bound columns needs no stack for a request.
+[[gnu::noinline]] static SQLRETURN transfer_row(cass_stmt *stmt)
 {
     const row_place place = place_of_row(stmt);
     const std::int32_t last = bound_columns(stmt->ard, stmt->ird);
