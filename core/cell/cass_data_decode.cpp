@@ -74,10 +74,18 @@ static inline SQLRETURN decode_integer(cass_stmt *stmt, cass_packet *packet, cas
     return SQL_SUCCESS;
 }
 
-// tinyint, and boolean: the byte itself, not made 1.
 static SQLRETURN decode_one_byte(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
     return decode_integer(stmt, packet, field, 1);
+}
+
+// The server keeps any byte, which is true unless it is 0.
+static SQLRETURN decode_truth(cass_stmt *stmt, cass_packet *packet, cass_field *field)
+{
+    const SQLRETURN code = decode_one_byte(stmt, packet, field);
+    std::int32_t *truth = &field->data_storage.value.integer;
+    *truth = *truth != 0;
+    return code;
 }
 
 static SQLRETURN decode_smallint(cass_stmt *stmt, cass_packet *packet, cass_field *field)
@@ -350,6 +358,13 @@ static SQLRETURN decode_any_timestamp(cass_stmt *stmt, cass_packet *packet, cass
     return decode_timestamp_up(stmt, packet, field);
 }
 
+// Zero times a power of ten, which is one digit as text.
+static inline bool is_longer_zero(const SQL_NUMERIC_STRUCT &numeric)
+{
+    static constexpr SQLCHAR nothing[SQL_MAX_NUMERIC_LEN] = {};
+    return numeric.scale < 0 && std::memcmp(numeric.val, nothing, sizeof nothing) == 0;
+}
+
 static SQLRETURN decode_any_decimal(cass_stmt *stmt, cass_packet *packet, cass_field *field)
 {
     cass_data_storage *cell = &field->data_storage;
@@ -363,8 +378,11 @@ static SQLRETURN decode_any_decimal(cass_stmt *stmt, cass_packet *packet, cass_f
     const bool scale_fits =
         field->cql_type == CQL_VARINT ||
         static_cast<std::int32_t>(load_be32(packet->body + start + CELL_PREFIX)) == numeric.scale;
-    if (scale_fits && numeric.precision != NUMERIC_TOO_LARGE) [[likely]]
+    if (scale_fits && numeric.precision != NUMERIC_TOO_LARGE) [[likely]] {
+        if (is_longer_zero(numeric)) [[unlikely]]
+            cell->value.numeric.scale = 0;
         return SQL_SUCCESS;
+    }
     packet->read_pos = start;
     return decode_wire(stmt, packet, field);
 }
@@ -386,6 +404,11 @@ static bool nested_values_are_bytes(const cass_conn *conn)
     return conn->conduct->nested_values_are_bytes;
 }
 
+static bool a_boolean_is_its_byte(const cass_conn *conn)
+{
+    return conn->conduct->a_boolean_is_its_byte;
+}
+
 bool cass_cells_are_literals(const cass_conn *conn)
 {
     return !nested_values_are_bytes(conn);
@@ -401,6 +424,7 @@ cass_cell_decoder cass_cell_decoder_for(const cass_conn *conn, std::int32_t opti
     case CQL_COUNTER:
         return decode_bigint;
     case CQL_BOOLEAN:
+        return a_boolean_is_its_byte(conn) ? decode_one_byte : decode_truth;
     case CQL_TINYINT:
         return decode_one_byte;
     case CQL_DECIMAL:

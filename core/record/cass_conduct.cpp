@@ -70,6 +70,7 @@ const cass_conduct default_conduct = {
     .wide_hexadecimal_is_upper_case = true,
     .wide_timestamps_follow_the_buffer = true,
     .a_refused_column_stays_bound = true,
+    .a_boolean_is_its_byte = true,
     // Descriptions and diagnostics.
     .descriptions_are_approximate = true,
     .parameters_have_display_sizes = true,

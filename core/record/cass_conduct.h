@@ -184,6 +184,8 @@ struct cass_conduct {
     bool wide_timestamps_follow_the_buffer;
     // A column whose record is found inconsistent keeps the pointers it was bound with.
     bool a_refused_column_stays_bound;
+    // A boolean reads as the byte that is stored, a number from -128 to 127. 0: as 0 or 1.
+    bool a_boolean_is_its_byte;
 
     // Descriptions and diagnostics.
 

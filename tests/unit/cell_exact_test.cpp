@@ -46,6 +46,8 @@ TEST(exact_cells, text_of_large_values_and_of_the_last_small_ones)
         {CQL_DECIMAL, decimal(-127, "05"), "5" + std::string(127, '0')},
         {CQL_DECIMAL, decimal(-9'999, "01"), digits(10'000)},
         {CQL_DECIMAL, decimal(-10'000, "01"), "1E+10000"},
+        {CQL_DECIMAL, decimal(-3, "00"), "0"},
+        {CQL_BOOLEAN, be(0x80, 1), "1"},
         {CQL_DECIMAL, decimal(10'000, "FF85"), "-1.23E-9998"},
         {CQL_DECIMAL, decimal(INT32_MIN, "01"), "1E+2147483648"},
         {CQL_VARINT, std::string(65'537, '\1'), "22003@1"},
