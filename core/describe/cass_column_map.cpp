@@ -292,11 +292,11 @@ int cass_field_from_option(cass_stmt *stmt, cass_desc *desc, std::int32_t index,
     field->case_sensitive = 0;
     field->nullable = SQL_NULLABLE_UNKNOWN;  // the protocol does not tell
     field->updatable = SQL_ATTR_READWRITE_UNKNOWN;
-    field->cql_type = option->option_id;
     field->catalog_name = nullptr;
     const cass_conn *conn = stmt_conn(stmt);
     const bool literals = cass_cells_are_literals(conn);
     const cass_type_option *told = literals ? cql_type_meant(option) : option;
+    field->cql_type = told->option_id;
     field->decode = cass_cell_decoder_for(conn, told->option_id);
     if (!share_text(&field->keyspace_name, keyspace, desc->shared_keyspace) ||
         !share_text(&field->table_name, table, desc->shared_table) || !copy_name(conn, field, name))

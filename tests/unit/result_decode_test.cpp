@@ -210,6 +210,12 @@ TEST(result, types_that_only_a_class_text_names)
     decode(s, rows(metadata(GLOBAL, 1, columns({{"v", type(CQL_CUSTOM) + str(vector)}}))));
     EXPECT_EQ(tree_text(s.stmt->ird->fields[0].type_tree), "VECTOR<FLOAT,3>");
     EXPECT_EQ(text_of(s.stmt->ird->fields[0].custom_type_name), vector);
+    // Such a column has the cells of the type, here one of a single byte.
+    s.conn->conduct = &standard_conduct;
+    decode(s, be32(KIND_ROWS) +
+                  metadata(GLOBAL, 1, columns({{"v", type(CQL_CUSTOM) + str("IntegerType")}})) +
+                  be32(1) + long_str("\7"));
+    EXPECT_EQ(fetch_all(s.stmt), row_list{"7"});
 }
 
 // ---- Pages of one result ------------------------------------------------------------------------
