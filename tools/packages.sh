@@ -4,7 +4,7 @@
 build_packages=(cmake ninja-build g++ pkg-config unixodbc unixodbc-dev odbcinst libssl-dev libzip-dev
   libjansson-dev liblz4-dev zlib1g-dev)
 node_packages=(openjdk-17-jre-headless maven python3 openssl procps)
-test_packages=(libgtest-dev binutils clang libclang-rt-14-dev)
+test_packages=(libgtest-dev binutils clang libclang-rt-14-dev locales)
 
 # need_packages NAME...: installs what is missing, as root; another user is told of it. Called once, with
 # all that a script needs.

@@ -14,6 +14,7 @@
 
 #include "core/log/cass_log.h"
 #include "support/ascii.h"
+#include "support/descriptors.h"
 #include "support/numtext.h"
 
 // What a write can raise: a pipe without a reader, a file at the process's size limit.
@@ -59,6 +60,7 @@ static FILE *open_for_append(const char *name)
         if (descriptor >= 0)
             lseek(descriptor, 0, SEEK_END);
     }
+    descriptor = above_standard(descriptor);
     if (descriptor < 0)
         return nullptr;
     FILE *file = fdopen(descriptor, "rb+");

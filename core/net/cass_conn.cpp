@@ -20,6 +20,7 @@
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
 #include "core/net/cass_ssl.h"
+#include "support/descriptors.h"
 
 static constexpr char log_source[] = "cass_conn.c";
 
@@ -90,7 +91,7 @@ static bool cancelling_waits_for_the_reply(const cass_conn *conn)
 void conn_make_wakeable(cass_conn *conn)
 {
     if (conn->wake_fd < 0 && !cancelling_waits_for_the_reply(conn))
-        shared_put(&conn->wake_fd, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+        shared_put(&conn->wake_fd, above_standard(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)));
 }
 
 std::int32_t conn_wake_fd(const cass_conn *conn)

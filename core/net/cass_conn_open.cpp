@@ -18,6 +18,7 @@
 #include "core/log/cass_log.h"
 #include "core/net/cass_conn.h"
 #include "support/ascii.h"
+#include "support/descriptors.h"
 
 static constexpr char log_source[] = "cass_conn.c";
 
@@ -125,21 +126,27 @@ static int connect_socket(cass_conn *conn, const sockaddr *address, socklen_t si
     return connect_blocking(conn, address, size);
 }
 
-static bool make_socket(cass_conn *conn, int family)
+// 0, or the error number.
+static int make_socket(cass_conn *conn, int family)
 {
-    const int made = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int made = above_standard(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (made < 0) {
         const int error = errno;
         CASS_LOG(&conn->head, LOG_ERROR, "%s: Failed to create socket, errno=%d", opener(conn),
                  error);
-        cass_post_error(&conn->head, STATE_08001, error, "Failed to create socket");
-        return false;
+        return error;
     }
     const cass_lock_guard hold(&conn->session_lock);
     conn->socket = made;
     shared_put(&conn->socket_dead, 0);
     conn->late = {};
-    return true;
+    return 0;
+}
+
+static int no_socket(cass_conn *conn, int error)
+{
+    cass_post_error(&conn->head, STATE_08001, error, "Failed to create socket");
+    return OPEN_FAILED;
 }
 
 static void set_socket_options(cass_conn *conn)
@@ -156,8 +163,8 @@ static void set_socket_options(cass_conn *conn)
 
 int cass_open_address(cass_conn *conn, const sockaddr *address, socklen_t size)
 {
-    if (!make_socket(conn, address->sa_family))
-        return OPEN_FAILED;
+    if (const int error = make_socket(conn, address->sa_family); error != 0)
+        return os_error(conn, error);
     set_socket_options(conn);
     const std::int64_t left =
         conn->attempt_ends == 0
@@ -252,8 +259,8 @@ static int cass_open_ipv4(cass_conn *conn, const cass_string *server, std::int32
                         server);
         return OPEN_FAILED;
     }
-    if (!make_socket(conn, AF_INET))
-        return OPEN_FAILED;
+    if (const int error = make_socket(conn, AF_INET); error != 0)
+        return no_socket(conn, error);
     set_socket_options(conn);
     return connect_socket(conn, reinterpret_cast<const sockaddr *>(&address), sizeof address);
 }
@@ -327,8 +334,8 @@ static int cass_open_ipv6(cass_conn *conn, const cass_string *server, std::int32
     if (const int code = resolve_ipv6(conn, host.get(), &address); code != 0)
         return code;
     address.sin6_port = htons(static_cast<std::uint16_t>(port));
-    if (!make_socket(conn, AF_INET6))
-        return OPEN_FAILED;
+    if (const int error = make_socket(conn, AF_INET6); error != 0)
+        return no_socket(conn, error);
     // The receive buffer and keep-alive settings belong to IPv4 alone, on purpose.
     return connect_socket(conn, reinterpret_cast<const sockaddr *>(&address), sizeof address);
 }
