@@ -119,7 +119,8 @@ static void cass_default_conn_attrs(cass_conn *conn)
     conn->login_timeout = 0;
     conn->access_mode = SQL_MODE_READ_WRITE;
     conn->txn_isolation = SQL_TXN_READ_COMMITTED;
-    conn->attr_connection_timeout = 0;
+    // Requests of other threads read it.
+    shared_put<std::uint32_t>(&conn->attr_connection_timeout, 0);
     conn->auto_ipd = 0;
     conn->metadata_id = 0;
     conn->quiet_mode = 0;
