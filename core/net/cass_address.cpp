@@ -2,6 +2,7 @@
 
 #include <netinet/in.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/socket.h>
 
 #include <cstdlib>
@@ -116,7 +117,7 @@ static void free_ended_lookups()
     pthread_mutex_lock(&given_up_lock);
     for (lookup **link = &given_up; *link != nullptr;) {
         lookup *one = *link;
-        if (gai_error(&one->request) == EAI_INPROGRESS) {
+        if (gai_cancel(&one->request) == EAI_NOTCANCELED) {
             link = &one->next;
         } else {
             *link = one->next;
@@ -171,9 +172,13 @@ static int look_up_until(const char *host, const addrinfo &hints, std::int64_t e
         return code;
     }
     await_lookup(request, ends);
-    if (gai_cancel(request) == EAI_NOTCANCELED) {
-        give_up(one);
-        return RESOLVE_TIMED_OUT;
+    while (gai_cancel(request) == EAI_NOTCANCELED) {
+        if (gai_error(request) == EAI_INPROGRESS) {
+            give_up(one);
+            return RESOLVE_TIMED_OUT;
+        }
+        // The thread has told its result, and lets go of the request in a moment.
+        sched_yield();
     }
     const int code = gai_error(request);
     if (code == 0) {
