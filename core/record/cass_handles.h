@@ -468,7 +468,8 @@ struct cass_stmt {
     cass_page page;
     unsigned char *meta_bytes;  // owned: the column specification that the IRD was filled from
     std::int32_t meta_length;
-    std::int32_t no_memory;  // 1: a request found no memory; cleared with each page's
+    std::int32_t no_memory;       // 1: a request found no memory; cleared with each page's
+    std::int32_t failed_for_now;  // 1: it failed as another attempt may not; the same
     cass_internal_rs *internal_rs;
     cass_cursor *cursor;  // owned: of a result that scrolls, whose page or local rows it holds
     SQLULEN row_limit;    // rows of the result that are wanted; 0: all

@@ -56,14 +56,20 @@ static void end_page(cass_stmt *stmt)
     }
 }
 
+static bool lost_page_leaves_emptied_row(const cass_conn *conn)
+{
+    return conn->conduct->lost_page_leaves_emptied_row;
+}
+
 // Replaces the page that ran out. A reply without rows installs no page, and then the result ends.
 static SQLRETURN next_page(cass_stmt *stmt, bool *page_failed)
 {
     const cass_packet *before = stmt->page.current_packet;
     if (cass_fetch_next_page(stmt) < 0) {
         // Without its paging state the result ends at the next fetch: a dead connection must not
-        // give endless rows.
-        cass_page_end(&stmt->page);
+        // give endless rows. Where the failure is told, a page may be asked for again.
+        if (!stmt->failed_for_now || lost_page_leaves_emptied_row(stmt_conn(stmt)))
+            cass_page_end(&stmt->page);
         stmt->page.page_failed = 1;
         // Want of memory is an error of the fetch; of any other failure the transfer decides.
         *page_failed = stmt->no_memory == 0;
@@ -186,11 +192,6 @@ static SQLRETURN fetch_local_row(cass_stmt *stmt)
     return code == SQL_SUCCESS && local_row_is_transferred_twice(stmt_conn(stmt))
                ? transfer_bound_columns(stmt, 1)
                : code;
-}
-
-static bool lost_page_leaves_emptied_row(const cass_conn *conn)
-{
-    return conn->conduct->lost_page_leaves_emptied_row;
 }
 
 // One row into the IRD and from there into the bound columns.

@@ -69,6 +69,7 @@ static void post_no_reply(cass_stmt *stmt, cass_exchange_failure failure, const 
         break;
     case EXCHANGE_TIMED_OUT:
     case EXCHANGE_CONNECTION_TIMED_OUT:
+        stmt->failed_for_now = 1;
         CASS_LOG(&stmt->head, LOG_ERROR, "%s: timeout reading packet", who);
         cass_post_error(&stmt->head, failure == EXCHANGE_TIMED_OUT ? STATE_HYT00 : STATE_HYT01, 0,
                         nullptr);
@@ -84,6 +85,13 @@ static bool server_errors_are_link_failures(const cass_conn *conn)
     return conn->conduct->server_errors_are_link_failures;
 }
 
+// Native protocol v4, section 9: errors of this range are of the cluster's state, not of the
+// request. Another time, it may be served.
+static bool is_of_the_moment(std::int32_t code)
+{
+    return code >= 0x1000 && code <= 0x1FFF;
+}
+
 static void post_server_error(cass_stmt *stmt, cass_packet *reply, const char *who)
 {
     std::int32_t code = 0;
@@ -91,6 +99,7 @@ static void post_server_error(cass_stmt *stmt, cass_packet *reply, const char *w
     if (message == nullptr)
         return;
     CASS_LOG(&stmt->head, LOG_ERROR, "%s: error code %d '%S'", who, code, message.get());
+    stmt->failed_for_now = is_of_the_moment(code);
     if (server_errors_are_link_failures(stmt_conn(stmt))) {
         cass_post_error(&stmt->head, STATE_08S01, 0, "error code %d '%S'", code, message.get());
         return;
@@ -383,12 +392,14 @@ static int request_next_page(cass_stmt *stmt)
 int cass_fetch_next_page(cass_stmt *stmt)
 {
     stmt->no_memory = 0;
+    stmt->failed_for_now = 0;
     const std::uint32_t session = stmt->page.session;
     const std::uint64_t columns = description_digest(stmt);
     const int code = request_next_page(stmt);
     const bool stays = shared_get(&stmt_conn(stmt)->session) == session || stmt->no_memory != 0;
-    const bool same = code >= 0 && columns != 0 && description_digest(stmt) == columns;
-    return stays || same ? code : end_moved_result(stmt);
+    const bool same = columns != 0 && description_digest(stmt) == columns;
+    const bool goes_on = same && (code >= 0 || stmt->failed_for_now);
+    return stays || goes_on ? code : end_moved_result(stmt);
 }
 
 int set_current_keyspace(cass_conn *conn, const cass_string *keyspace)

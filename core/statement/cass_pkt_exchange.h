@@ -34,7 +34,8 @@ SQLRETURN post_prepare_warning(cass_stmt *stmt, SQLRETURN code);
 // id, IPD and IRD of the statement. A null text is no work.
 int prepare_stmt(cass_stmt *stmt, const cass_string *text);
 // Requests the next page of the statement's result. A reply without rows installs none. A failure
-// for want of memory leaves the statement's no_memory set.
+// for want of memory leaves the statement's no_memory set, one that another attempt may not meet
+// its failed_for_now.
 int cass_fetch_next_page(cass_stmt *stmt);
 
 // USE of the keyspace, in double quotes. What send_and_execute gives, with the diagnostics dropped,

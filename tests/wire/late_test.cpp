@@ -40,7 +40,7 @@ TEST(late, replies_are_dropped)
 {
     for (const bool lz4 : {false, true}) {
         const wire_ptr wire =
-            wire_logged_on({.lz4 = lz4}, "Standard=Yes;PageSize=100;ReadTimeout=100;Reconnect=No");
+            wire_logged_on({.lz4 = lz4}, "Standard=Yes;PageSize=100;ReadTimeout=300;Reconnect=No");
         int stream = 0;
         for (const std::size_t came : {0, 1, 8, 9, 30}) {
             SCOPED_TRACE(came);
@@ -126,6 +126,33 @@ TEST(late, cancelled_requests)
     node_expect_stream(wire->node.get(), 3);
     SQLFreeStmt(wire->stmt, SQL_CLOSE);
     expect_answered(wire, {});
+}
+
+// A page that does not come for now is asked for by the next fetch; one that is refused ends the
+// result.
+TEST(late, pages_are_asked_for_again)
+{
+    const struct {
+        const char *state;
+        std::vector<node_frame> replies;
+        std::string outcome;
+    } cases[] = {{"1", {error_frame(0x1200, "late")}, "HYT00"},
+                 {"1", {error_frame(0x1001, "hot")}, "HY000"},
+                 {"1", {text_page({"2"}, "2")}, "2"},
+                 {"2", {}, "HYT00"},
+                 {"2", {error_frame(0x000A, "no such state")}, "HY000"}};
+    const wire_ptr wire = wire_logged_on({}, "Standard=Yes;PageSize=100;ReadTimeout=300");
+    expect_query(wire->node.get(), "pages", {text_page({"1"}, "1")});
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "pages"));
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+    for (const auto &c : cases) {
+        expect_next_query(wire->node.get(), "pages", c.state, c.replies);
+        const SQLRETURN code = SQLFetch(wire->stmt);
+        EXPECT_EQ(code == SQL_SUCCESS ? row_text(wire->stmt) : sole_state(wire->stmt), c.outcome);
+        if (c.replies.empty())
+            node_expect_stream(wire->node.get(), 1);
+    }
+    EXPECT_EQ(SQLFetch(wire->stmt), SQL_NO_DATA);
 }
 
 static SQLUINTEGER is_dead(SQLHDBC conn)
