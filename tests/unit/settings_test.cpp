@@ -112,7 +112,7 @@ TEST_F(settings, words_mean_what_their_road_says)
     // clang-format on
     for (const auto &row : cases) {
         const std::string dsn = "word" + std::to_string(&row - cases);
-        write_ini("[" + dsn + "]\nServer=s\nLogFile=/dev/null\n" + row.pair + "\n");
+        write_ini("[" + dsn + "]\nServer=s\nLogFile=" + folder.path + "/log\n" + row.pair + "\n");
         const auto value = [&] {
             const auto field = fields.find(row.pair.substr(0, row.pair.find('=')));
             return field == fields.end() ? conn->head.log_mask : conn->settings.*field->second;
