@@ -107,10 +107,15 @@ static int close_value(literal_reader *reader, std::int32_t start)
     return 0;
 }
 
-// A text goes the way of a parameter that is one.
+// A text goes the way of a parameter that is one, unless it is a value itself: what it ends with is
+// no terminator that was counted.
 [[gnu::noinline]] static int put_text(const literal_reader *reader, std::string_view text,
                                       const cass_type_option *type)
 {
+    if (type->option_id == CQL_VARCHAR || type->option_id == CQL_ASCII) {
+        pkt_put_long_bytes(reader->packet, text.data(), static_cast<std::int32_t>(text.size()));
+        return 0;
+    }
     cass_param scalar;
     scalar.stmt = reader->param->stmt;
     scalar.field = reader->param->field;

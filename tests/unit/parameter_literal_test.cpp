@@ -57,7 +57,7 @@ TEST(parameter_literal, collections)
         {"[']", unreadable},
         {std::string("[\0]", 3), unreadable}, {1, restricted}, {{SQL_C_BINARY, "any"}, "616e79"}});
     check("SetType(UTF8Type)", {{"{'it''s', ''}", "00000002 00000004 69742773 00000000"},
-        {"{}", "00000000"},
+        {"{}", "00000000"}, {std::string("{'a\0'}", 6), "00000001 00000002 6100"},
         {u"{'\u017C\xD83D\xDE00, {}'}", "00000001 0000000a c5bcf09f9880 2c207b7d"},
         {"{a}", unreadable}, {"['a']", unreadable},
         {u"{'\xD83D'}", unreadable}});
