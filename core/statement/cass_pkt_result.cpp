@@ -22,6 +22,9 @@ enum : std::int32_t {
 };
 
 constexpr std::int32_t COLUMN_LIMIT = 65535;
+// Columns that are described on a body's word: others have their bytes in it, a name and a type.
+constexpr std::int32_t COLUMNS_ON_TRUST = 1024;
+constexpr std::int32_t LEAST_COLUMN_BYTES = 4;
 constexpr std::int32_t WARNING_UNITS = 2048;  // more than a message or a log record can show
 // Types of nested columns that one description keeps: some 100 bytes each.
 constexpr std::int32_t KEPT_TYPES = 65536;
@@ -98,10 +101,17 @@ static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
     return -1;
 }
 
-// Fresh records for the columns. 0, or -1 after giving up.
-static int describe_columns(cass_stmt *stmt, cass_desc *desc, std::int32_t count)
+static bool may_have_columns(const cass_packet *packet, std::int32_t count)
 {
-    if (count < 0 || count > COLUMN_LIMIT)
+    return count >= 0 && count <= COLUMN_LIMIT &&
+           (count <= COLUMNS_ON_TRUST || count <= pkt_remaining(packet) / LEAST_COLUMN_BYTES);
+}
+
+// Fresh records for the columns. 0, or -1 after giving up.
+static int describe_columns(cass_stmt *stmt, const cass_packet *packet, cass_desc *desc,
+                            std::int32_t count)
+{
+    if (!may_have_columns(packet, count))
         return give_up(stmt, desc, false);
     if (cass_desc_describe(desc, count) != 0)
         return give_up(stmt, desc, true);
@@ -218,7 +228,7 @@ static int decode_columns(cass_stmt *stmt, cass_packet *packet, cass_desc *desc,
                           std::int32_t count, bool of_result)
 {
     const bool global = (flags & METADATA_GLOBAL_SPEC) != 0;
-    if (describe_columns(stmt, desc, count) != 0)
+    if (describe_columns(stmt, packet, desc, count) != 0)
         return -1;
     if (global)
         return decode_shared_columns(stmt, packet, desc, of_result);

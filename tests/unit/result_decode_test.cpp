@@ -86,8 +86,10 @@ TEST(result, counts_and_trees_that_cannot_be_leave_no_columns)
 {
     const std::string deepest = metadata(GLOBAL, 1, columns({{"b", nested(64)}}));
     const std::string deeper = metadata(GLOBAL, 2, columns({{"a", type(9)}, {"b", nested(65)}}));
+    const std::string many(4 * 65536, '\0');
     for (const std::string &meta :
-         {metadata(GLOBAL, -1, two_columns), deeper, metadata(GLOBAL, 65536, two_columns)}) {
+         {metadata(GLOBAL, -1, two_columns), deeper, metadata(GLOBAL, 65536, many),
+          metadata(GLOBAL, 1025, two_columns)}) {
         session s;
         EXPECT_EQ(decode(s, rows(deepest)), KIND_ROWS);
         EXPECT_EQ(decode(s, rows(meta)), RESULT_MALFORMED);
