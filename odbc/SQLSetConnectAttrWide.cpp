@@ -9,6 +9,7 @@
 #include "core/net/cass_conn_shared.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "odbc/cass_conn_attrs.h"
+#include "support/bigendian.h"
 
 static constexpr char log_source[] = "SQLSetConnectAttrWide.c";
 
@@ -18,11 +19,13 @@ static SQLRETURN refuse(cass_conn *conn, cass_state_row row)
     return SQL_ERROR;
 }
 
-// The low bytes of the value, as wide as the field. The layout is little-endian throughout.
+// The low bytes of the value, as wide as the field.
 static SQLRETURN store_value(cass_conn *conn, const conn_attr *attr, SQLULEN value)
 {
     const cass_lock_guard hold(&conn->session_lock);
-    std::memcpy(reinterpret_cast<char *>(conn) + attr->offset, &value, attr->width);
+    std::uint64_t number = value;
+    std::memcpy(reinterpret_cast<char *>(conn) + attr->offset, low_bytes(&number, attr->width),
+                attr->width);
     return SQL_SUCCESS;
 }
 

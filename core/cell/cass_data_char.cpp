@@ -36,10 +36,8 @@ static int format_small_numeric(char *out, std::uint64_t magnitude, bool negativ
 // other cells need no stack for its digits.
 [[gnu::noinline]] static int format_numeric(char *out, const SQL_NUMERIC_STRUCT &numeric)
 {
-    std::uint64_t half[2];
-    std::memcpy(half, numeric.val, sizeof half);
-    if (half[1] == 0 && numeric.scale >= 0) [[likely]]
-        return format_small_numeric(out, half[0], numeric.sign == 0, numeric.scale);
+    if (load_le64(numeric.val + 8) == 0 && numeric.scale >= 0) [[likely]]
+        return format_small_numeric(out, load_le64(numeric.val), numeric.sign == 0, numeric.scale);
 
     int length = cass_numeric_format(&numeric, out);
     if (numeric.scale <= 0)

@@ -164,8 +164,8 @@ static void numeric_from_unscaled(SQL_NUMERIC_STRUCT *numeric, const unsigned ch
         low = 0 - low;
         high = ~high + (low == 0 ? 1 : 0);
     }
-    std::memcpy(numeric->val, &low, sizeof low);
-    std::memcpy(numeric->val + 8, &high, sizeof high);
+    store_le64(numeric->val, low);
+    store_le64(numeric->val + 8, high);
 }
 
 // The value of the row before stays behind a NULL, and can be read when the rows have ended. In

@@ -5,10 +5,9 @@
 
 #include "core/parameter/cass_param_internal.h"
 #include "support/ascii.h"
+#include "support/bigendian.h"
 
 static constexpr char log_source[] = "cass_param.c";
-
-static_assert(std::endian::native == std::endian::little, "short values are widened in place");
 
 // ---- Sources -----------------------------------------------------------------------------------
 
@@ -24,7 +23,7 @@ int param_read_value(const cass_param *param, param_value *value)
     if (c_type.kind == KIND_NUMERIC)
         return param_copy_fixed(param, &value->numeric, sizeof value->numeric);
     std::uint64_t bits = 0;
-    if (param_copy_fixed(param, &bits, c_type.size) != 0)
+    if (param_copy_fixed(param, low_bytes(&bits, c_type.size), c_type.size) != 0)
         return 1;
     switch (c_type.kind) {
     case KIND_SIGNED:
@@ -133,8 +132,8 @@ static int integer_from_image(const cass_param *param, const integer_width *widt
                               std::int64_t *value, bool *null)
 {
     std::uint64_t bits = 0;
-    if (param_copy_image(param, &bits, width->size, "Incorrect length for integer image %d",
-                         null) != 0)
+    if (param_copy_image(param, low_bytes(&bits, width->size), width->size,
+                         "Incorrect length for integer image %d", null) != 0)
         return 1;
     *value = sign_extend(bits, width->size);
     return 0;
