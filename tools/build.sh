@@ -16,6 +16,11 @@ build_driver() {
   cmake --build build/release --target vhcass
 }
 
+# coverage_build: configures build/coverage, whose tests count the lines and branches that they reach.
+coverage_build() {
+  configure build/coverage -DVHCASS_TESTS=ON -DCMAKE_BUILD_TYPE=Debug '-DCMAKE_CXX_FLAGS=-O0 --coverage -fprofile-update=atomic'
+}
+
 # clang_build: configures build/clang: everything by clang, instrumented for the fuzz targets.
 clang_build() {
   configure build/clang -DVHCASS_TESTS=ON -DVHCASS_SANITIZE=ON -DVHCASS_FUZZ=ON -DCMAKE_CXX_COMPILER=clang++ \
