@@ -171,6 +171,14 @@ static bool cut_page(reply_input *in, const std::vector<std::size_t> &ends)
     return true;
 }
 
+// By default all that are announced are described, whether the body has them or not, which takes
+// its time.
+static bool announces_many_columns(const std::string &body)
+{
+    const std::uint32_t count = body.size() < 12 ? 0 : load_be32(body.data() + 8);
+    return count > 1000 && count <= 0xFFFF;
+}
+
 static void expect_same(const std::vector<shown_row> &rows, const std::vector<shown_row> &others)
 {
     ASSERT_EQ(rows.size(), others.size());
@@ -190,6 +198,8 @@ void fuzz_one(fuzz_input data)
     do
         in.bodies.push_back(fuzz_bytes(&data, fuzz_number(&data, 2)));
     while (data.left > 0);
+    if (!in.standard && announces_many_columns(in.bodies[0]))
+        return;
 
     const shown_result whole = show(in, WHOLE), pieces = show(in, PIECES);
     EXPECT_EQ(whole.head, pieces.head);

@@ -72,6 +72,7 @@ const cass_conduct default_conduct = {
     .a_refused_column_stays_bound = true,
     .a_boolean_is_its_byte = true,
     // Descriptions and diagnostics.
+    .announced_columns_are_described = true,
     .descriptions_are_approximate = true,
     .parameters_have_display_sizes = true,
     .unsized_columns_are_short = true,

@@ -189,6 +189,9 @@ struct cass_conduct {
 
     // Descriptions and diagnostics.
 
+    // Up to 65,535 columns are described that a reply announces, whether it has room for them or
+    // not. 0: beyond 1,024 it must.
+    bool announced_columns_are_described;
     // Descriptions of columns and parameters have some digits, names and literals of others: int 7
     // digits, decimal the name varint, time a timestamp; text is narrow, nullability not known. 0:
     // as the types are, text is wide, and a nested type has its whole name.

@@ -101,17 +101,23 @@ static int give_up(cass_stmt *stmt, cass_desc *desc, bool memory)
     return -1;
 }
 
-static bool may_have_columns(const cass_packet *packet, std::int32_t count)
+static bool announced_columns_are_described(const cass_conn *conn)
+{
+    return conn->conduct->announced_columns_are_described;
+}
+
+static bool may_have_columns(const cass_conn *conn, const cass_packet *packet, std::int32_t count)
 {
     return count >= 0 && count <= COLUMN_LIMIT &&
-           (count <= COLUMNS_ON_TRUST || count <= pkt_remaining(packet) / LEAST_COLUMN_BYTES);
+           (count <= COLUMNS_ON_TRUST || count <= pkt_remaining(packet) / LEAST_COLUMN_BYTES ||
+            announced_columns_are_described(conn));
 }
 
 // Fresh records for the columns. 0, or -1 after giving up.
 static int describe_columns(cass_stmt *stmt, const cass_packet *packet, cass_desc *desc,
                             std::int32_t count)
 {
-    if (!may_have_columns(packet, count))
+    if (!may_have_columns(stmt_conn(stmt), packet, count))
         return give_up(stmt, desc, false);
     if (cass_desc_describe(desc, count) != 0)
         return give_up(stmt, desc, true);

@@ -91,6 +91,7 @@ TEST(result, counts_and_trees_that_cannot_be_leave_no_columns)
          {metadata(GLOBAL, -1, two_columns), deeper, metadata(GLOBAL, 65536, many),
           metadata(GLOBAL, 1025, two_columns)}) {
         session s;
+        s.conn->conduct = &standard_conduct;
         EXPECT_EQ(decode(s, rows(deepest)), KIND_ROWS);
         EXPECT_EQ(decode(s, rows(meta)), RESULT_MALFORMED);
         EXPECT_EQ(records(&s.stmt->head),
