@@ -66,7 +66,8 @@ inline SQL_NUMERIC_STRUCT numeric(std::uint64_t magnitude, int scale, int sign =
                                 static_cast<SQLSCHAR>(scale),
                                 static_cast<SQLCHAR>(sign),
                                 {}};
-    std::memcpy(value.val, &magnitude, sizeof magnitude);
+    for (std::size_t i = 0; i < sizeof magnitude; i++)
+        value.val[i] = static_cast<SQLCHAR>(magnitude >> 8 * i);
     return value;
 }
 

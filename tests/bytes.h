@@ -29,6 +29,14 @@ inline std::string wire_long_string(std::string_view text) { return be32(text.si
 inline std::string wire_short_bytes(std::string_view value) { return wire_string(value); }
 // clang-format on
 
+// A number's bytes, given lowest first, in this machine's order.
+inline std::string machine_order(std::string_view lowest_first)
+{
+    return std::endian::native == std::endian::little
+               ? std::string(lowest_first)
+               : std::string(lowest_first.rbegin(), lowest_first.rend());
+}
+
 // "01 ff" to bytes and back; blanks are passed over.
 inline std::string from_hex(std::string_view text)
 {

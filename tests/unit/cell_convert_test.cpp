@@ -103,7 +103,7 @@ TEST(cell_convert, each_source_at_the_bounds_of_each_target)
          {moment(-86400000 - 3723000), stamp{1969, 12, 31, 65535, 65534, 65533, 0}, none},
          {{CQL_TIME, be(CLOCK + 1, 8)}, stamp{0, 0, 0, 12, 34, 56, 1}, none}}},
         {{SQL_C_GUID}, 16, {"01234567-89ab-cdef-0123-456789abcdef", 1, blob, moment(0)}, {
-         {uuid, std::string("dcbafehgijklmnop"), none}}},
+         {uuid, machine_order("dcba") + machine_order("fe") + machine_order("hg") + "ijklmnop", none}}},
         {{SQL_C_INTERVAL_DAY}, 8, {1, "1", uuid}, {}},
     };
     // clang-format on
@@ -116,7 +116,9 @@ TEST(cell_convert, each_source_at_the_bounds_of_each_target)
                 const bool stored = code_of(states) != SQL_ERROR;
                 EXPECT_EQ(code_of(states), result.code);
                 EXPECT_EQ(states, rig->states());
-                EXPECT_EQ(stored ? value.memory.substr(0, size) : untouched(size), result.written);
+                const std::size_t low = LOWEST_BYTE_FIRST ? 0 : value.memory.size() - size;
+                EXPECT_EQ(stored ? value.memory.substr(low, size) : untouched(size),
+                          result.written);
                 EXPECT_EQ(stored ? static_cast<SQLLEN>(size) : UNTOUCHED, result.length);
                 EXPECT_EQ(SQL_NO_DATA, read_cell(rig, type, size).code);
             }

@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tests/app_value.h"
 #include "tests/unit/cell_rig.h"
 
 // The units of a wide text of ASCII.
 static std::string widen(const std::string &narrow_text)
 {
-    std::string wide;
-    for (const char character : narrow_text)
-        wide += std::string{character, '\0'};
-    return wide;
+    return app_value(std::u16string(narrow_text.begin(), narrow_text.end())).memory;
 }
 
 struct form {
@@ -160,7 +158,7 @@ TEST(cell_text, values_in_pieces_of_every_size)
     std::vector<piece_form> pieces = {
         {CQL_VARCHAR, "0123456789", SQL_C_CHAR, "0123456789", 1},
         {CQL_VARCHAR, utf8, SQL_C_CHAR, utf8, 1},
-        {CQL_VARCHAR, utf8, SQL_C_WCHAR, std::string("a\0\xE9\0\xAC\x20\0\xF6z\0", 10), 2},
+        {CQL_VARCHAR, utf8, SQL_C_WCHAR, app_value(u"a\u00E9\u20AC\xF600z").memory, 2},
         {CQL_BLOB, blob, SQL_C_CHAR, "00ff1020a040", 2},
         {CQL_BLOB, blob, SQL_C_WCHAR, widen("00FF1020A040"), 4},
         {CQL_INET, from_hex("7f0000ff"), SQL_C_CHAR, "127.0.0.255", 1},

@@ -67,15 +67,17 @@ TEST(data_at_execution, chunks_become_one_value)
     check(SQL_C_CHAR, SQL_VARCHAR, {{{}, ""}, {{"", ""}, ""}, {{"abc"}, "616263"},
         {{"abc", "", "d"}, "61626364"}, {{"abc", "<-1"}, "null"}, {{"<-3"}, "null"},
         {{"<-9223372036854775807"}, "null"}});
-    check(SQL_C_WCHAR, SQL_WVARCHAR, {{{"a", std::string("\0b\0", 3)}, "6162"}});
+    const std::string wide = app_value(u"ab").memory, number = image(42);
+    check(SQL_C_WCHAR, SQL_WVARCHAR, {{{wide.substr(0, 1), wide.substr(1)}, "6162"}});
     check(SQL_C_BINARY, SQL_VARBINARY, {{{"ab", "cd"}, "61626364"}, {{}, ""}});
     check(SQL_C_CHAR, SQL_VARBINARY, {{{"6", "162"}, "6162"},
         {{std::string(200, '1'), std::string(200, '1')}, std::string(400, '1')}});
     check(SQL_C_CHAR, SQL_BIGINT, {{{"12", "34"}, "000000000000000c"}, {{""}, "22018@1"}});
-    check(SQL_C_SLONG, SQL_VARCHAR, {{{"*", std::string(3, '\0')}, "3432"}, {{"ab"}, "HY090@1"}});
+    check(SQL_C_SLONG, SQL_VARCHAR, {{{number.substr(0, 1), number.substr(1)}, "3432"}, {{"ab"}, "HY090@1"}});
     check(SQL_C_SLONG, SQL_VARBINARY, {{{"ab"}, "HY090@1"}});
-    check(SQL_C_SLONG, SQL_INTEGER, {{{}, "null"}, {{"abcd", "efgh"}, "64636261"},
-        {{"<-1", "efgh"}, "null"}, {{"abcd", "<-1"}, "64636261"}, {{"ab"}, "HY090@1"},
+    const std::string abcd = to_hex(machine_order("dcba"));
+    check(SQL_C_SLONG, SQL_INTEGER, {{{}, "null"}, {{"abcd", "efgh"}, abcd},
+        {{"<-1", "efgh"}, "null"}, {{"abcd", "<-1"}, abcd}, {{"ab"}, "HY090@1"},
         {{""}, "HY090@1"}});
     check(SQL_C_BINARY, SQL_DOUBLE, {{{"abcd"}, "22003@1"}});
     check(SQL_C_NUMERIC, SQL_DECIMAL, {{{}, "null"}, {{std::string(18, '\0')}, "HY090@1"}});

@@ -155,9 +155,10 @@ TEST_F(descriptor, only_the_pointers_leave_a_record_bound)
     EXPECT_TRUE(bound_to(&ipd->fields[0], nullptr));
     // It does take names, in both forms, and a null pointer takes one away.
     SQLWCHAR text[] = {'x', 0x2020, 'y', 0};
+    SQLCHAR narrow[] = "x";
     // clang-format off
     const std::tuple<bool, void *, SQLINTEGER, std::u16string> names[] = {
-        {false, text, SQL_NTS, u"x"}, {true, text, -7, u""}, {true, text, 5, u"x\x2020"},
+        {false, narrow, SQL_NTS, u"x"}, {true, text, -7, u""}, {true, text, 5, u"x\x2020"},
         {false, nullptr, SQL_NTS, u"(null)"}};
     // clang-format on
     for (const auto &[wide, value, length, name] : names) {

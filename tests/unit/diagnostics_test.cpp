@@ -85,7 +85,9 @@ TEST_F(diagnostics, fields_of_a_record_and_of_its_handle)
             SQLSMALLINT length = -7;
             EXPECT_EQ(get(0, c.handle, c.number, c.id, at.data(), 0, &length), c.code);
             EXPECT_EQ(length, c.length);
-            EXPECT_EQ(at.written(), bytes_of(&c.value, length < 0 ? 0u : unsigned(length)));
+            auto value = static_cast<SQLULEN>(c.value);
+            const std::size_t size = length < 0 ? 0 : std::size_t(length);
+            EXPECT_EQ(at.written(), bytes_of(low_bytes(&value, size), size));
         }
     }
     // The connection's name is a text in the ANSI form, a number in the wide one.

@@ -16,6 +16,7 @@
 #include "core/diag/cass_err.h"
 #include "core/handle/cass_handle.h"
 #include "core/wire/cass_pkt.h"
+#include "support/bigendian.h"
 #include "tests/bytes.h"
 #include "tests/handle_calls.h"
 
@@ -210,7 +211,7 @@ inline SQLULEN number_told(std::size_t width,
     EXPECT_EQ(at.written().size(), width);
     EXPECT_EQ(call(nullptr, &told), SQL_SUCCESS);
     SQLULEN value = 0;
-    std::memcpy(&value, at.data(), width);
+    std::memcpy(low_bytes(&value, width), at.data(), width);
     return value;
 }
 

@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 
+#include "support/bigendian.h"
 #include "support/bigint.h"
 #include "support/jdn_l.h"
 #include "support/numeric.h"
@@ -86,7 +87,7 @@ TEST(numeric, integers_and_doubles_are_scaled_exactly_or_refused)
     EXPECT_EQ(value, 0x1p106);
     const std::uint64_t low = (UINT64_C(3) << 62) + 1025;  // and within 64 bits
     numeric.val[13] = 0;
-    std::memcpy(numeric.val, &low, sizeof low);
+    store_le64(numeric.val, low);
     cass_numeric_to_double(&numeric, &value);
     EXPECT_EQ(value, 0x3p62);
 }

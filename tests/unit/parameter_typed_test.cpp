@@ -158,8 +158,8 @@ TEST(parameter_typed, text_without_an_indicator_ends_with_its_terminator)
     session s;
     describe_marker(s, CQL_VARCHAR);
     const std::string text(5000, 'x');
-    const exact_block narrow(text + std::string(1, '\0')), wide(std::string("\x42\0\0\0", 4)),
-        sized("ab");
+    const exact_block narrow(text + std::string(1, '\0')),
+        wide(app_value(std::u16string(u"B\0", 2)).memory), sized("ab");
     const std::tuple<SQLSMALLINT, void *, SQLLEN, std::string> cases[] = {
         {SQL_C_CHAR, narrow.at, 0, to_hex(text)},
         {SQL_C_WCHAR, wide.at, 0, "42"},

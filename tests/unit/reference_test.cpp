@@ -71,7 +71,8 @@ struct reference : stmt_fixture {
     SQLULEN value() const
     {
         SQLULEN number = 0;
-        std::memcpy(&number, at.all.data() + guarded::margin, std::size_t(length));
+        std::memcpy(low_bytes(&number, std::size_t(length)), at.all.data() + guarded::margin,
+                    std::size_t(length));
         return number;
     }
     // Whether setting it is refused, says a row in its column of one conduct.
@@ -201,8 +202,9 @@ TEST_F(reference, information_is_what_its_page_says)
             char told[2048] = "";
             SQLSMALLINT told_length = 0;
             EXPECT_EQ(SQLGetInfo(conn, type, told, sizeof told, &told_length), SQL_SUCCESS);
-            SQLUINTEGER number = 0;
-            std::memcpy(&number, told, std::min<std::size_t>(sizeof number, told_length));
+            SQLULEN number = 0;
+            const auto size = std::min<std::size_t>(sizeof number, told_length);
+            std::memcpy(low_bytes(&number, size), told, size);
             if (is_text)
                 EXPECT_EQ(cell == "empty" ? "" : cell.substr(1, cell.size() - 2), told) << row[0];
             else
