@@ -67,13 +67,13 @@ TEST(data_at_execution, chunks_become_one_value)
     check(SQL_C_CHAR, SQL_VARCHAR, {{{}, ""}, {{"", ""}, ""}, {{"abc"}, "616263"},
         {{"abc", "", "d"}, "61626364"}, {{"abc", "<-1"}, "null"}, {{"<-3"}, "null"},
         {{"<-9223372036854775807"}, "null"}});
-    const std::string wide = app_value(u"ab").memory, number = image(42);
-    check(SQL_C_WCHAR, SQL_WVARCHAR, {{{wide.substr(0, 1), wide.substr(1)}, "6162"}});
+    const app_value wide(u"ab"), number(42);
+    check(SQL_C_WCHAR, SQL_WVARCHAR, {{{wide.memory.substr(0, 1), wide.memory.substr(1)}, "6162"}});
     check(SQL_C_BINARY, SQL_VARBINARY, {{{"ab", "cd"}, "61626364"}, {{}, ""}});
     check(SQL_C_CHAR, SQL_VARBINARY, {{{"6", "162"}, "6162"},
         {{std::string(200, '1'), std::string(200, '1')}, std::string(400, '1')}});
     check(SQL_C_CHAR, SQL_BIGINT, {{{"12", "34"}, "000000000000000c"}, {{""}, "22018@1"}});
-    check(SQL_C_SLONG, SQL_VARCHAR, {{{number.substr(0, 1), number.substr(1)}, "3432"}, {{"ab"}, "HY090@1"}});
+    check(SQL_C_SLONG, SQL_VARCHAR, {{{number.memory.substr(0, 1), number.memory.substr(1)}, "3432"}, {{"ab"}, "HY090@1"}});
     check(SQL_C_SLONG, SQL_VARBINARY, {{{"ab"}, "HY090@1"}});
     const std::string abcd = to_hex(machine_order("dcba"));
     check(SQL_C_SLONG, SQL_INTEGER, {{{}, "null"}, {{"abcd", "efgh"}, abcd},
