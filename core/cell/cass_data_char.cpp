@@ -155,15 +155,21 @@ static bool hexadecimal_length_is_undoubled(const cass_conn *conn)
     return conn->conduct->hexadecimal_length_is_undoubled;
 }
 
-// Two oddities are the rule's own, on purpose: two digits' room is left unused before a value
-// counts as whole, and a buffer with a cut piece ends in a zero as well as the piece.
-static constexpr cell_rule hexadecimal_rule = {
-    .write = put_hexadecimal,
-    .group = 2,
-    .margin = 4,
-    .last_byte_cleared = true,
-    .length_is_undoubled = hexadecimal_length_is_undoubled,
-};
+static bool hexadecimal_leaves_room(const cass_conn *conn)
+{
+    return conn->conduct->hexadecimal_leaves_room;
+}
+
+static constexpr cell_rule hexadecimal_rule(bool leaves_room)
+{
+    return {
+        .write = put_hexadecimal,
+        .group = 2,
+        .margin = leaves_room ? 4 : 1,
+        .last_byte_cleared = leaves_room,
+        .length_is_undoubled = hexadecimal_length_is_undoubled,
+    };
+}
 
 [[gnu::noinline]] static SQLRETURN get_characters(const cell_request &request,
                                                   const cell_piece &rest)
@@ -188,7 +194,10 @@ static bool is_cut_between_characters(const cell_request &request)
 // Apart from the text of other cells, which is the road of millions.
 [[gnu::noinline]] static SQLRETURN get_hexadecimal(const cell_request &request)
 {
-    return cell_deliver(request, cell_rest(request, 2), hexadecimal_rule);
+    const cell_piece rest = cell_rest(request, 2);
+    return hexadecimal_leaves_room(stmt_conn(request.stmt))
+               ? cell_deliver(request, rest, hexadecimal_rule(true))
+               : cell_deliver(request, rest, hexadecimal_rule(false));
 }
 
 cell_piece cell_formatted_rest(const cell_request &request, const char *text, int length)

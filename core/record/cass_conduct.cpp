@@ -46,6 +46,7 @@ const cass_conduct default_conduct = {
     .narrow_cut_splits_characters = true,
     .exact_fit_counts_as_cut = true,
     .hexadecimal_length_is_undoubled = true,
+    .hexadecimal_leaves_room = true,
     .probe_uses_up_column = true,
     .null_without_indicator_is_warning = true,
     .ard_type_reads_column_in_front = true,

@@ -122,6 +122,9 @@ struct cass_conduct {
     // The length told of hexadecimal ANSI text does not count the doubling of what is left and what
     // was read. 0: it is that of the digits which are left.
     bool hexadecimal_length_is_undoubled;
+    // Hexadecimal ANSI text is whole when two digits more than it has would fit, and a buffer with
+    // a cut piece ends in a zero as well as the piece. 0: what fits with its terminator is whole.
+    bool hexadecimal_leaves_room;
     // A column that is no text or binary is used up by a read without a buffer. 0: it stays open.
     bool probe_uses_up_column;
     // SQL NULL without an indicator is a warning of 22002. 0: an error.

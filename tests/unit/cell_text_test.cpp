@@ -174,6 +174,23 @@ TEST(cell_text, values_in_pieces_of_every_size)
             expect_pieces(p, room);
 }
 
+TEST(cell_text, standard_hexadecimal_text_fits_with_its_terminator)
+{
+    for (const std::string digits : {"", "c3", "00ff1020"})
+        for (std::size_t room = 1; room <= digits.size() + 5; room++) {
+            const rig_ptr rig = cell_rig_of(CQL_BLOB, from_hex(digits), &standard_conduct);
+            const read_result result = read_cell(rig, SQL_C_CHAR, room);
+            const bool whole = digits.size() < room;
+            const std::size_t taken = whole ? digits.size() : (room - 1) / 2 * 2;
+            const bool nothing = taken == 0 && !whole;
+            EXPECT_EQ(whole ? "" : nothing ? "HY090@1" : "01004@1", rig->states());
+            if (!nothing) {
+                EXPECT_EQ(digits.substr(0, taken) + '\0' + untouched(room - taken - 1),
+                          result.written);
+            }
+        }
+}
+
 TEST(cell_text, malformed_text_ends_with_its_cell)
 {
     for (const std::string value : {"\xC3", "\xE2\x82", "\xF0\x9F\x98", "\x80\x80", "a\xF0"}) {
