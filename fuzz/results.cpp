@@ -95,6 +95,7 @@ static void fetch_rows(const session &s, const reply_input &in, reading how, sho
                    bound == 0 ? nullptr : buffer, LARGE_ROOM, &told) != SQL_SUCCESS)
         bound = 0;
     for (int cells = 0; cells < MOST_CELLS; cells += 1 + columns()) {
+        told = 0;  // a cell that fails leaves it
         shown_row &row = shown->rows.emplace_back(1, outcome(SQLFetch(s.stmt), s.stmt));
         const bool good = row[0].empty();
         if (row[0].starts_with("100"))
