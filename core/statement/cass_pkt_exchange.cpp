@@ -221,6 +221,15 @@ static bool a_reply_without_rows_leaves_columns(const cass_conn *conn)
     return conn->conduct->a_reply_without_rows_leaves_columns;
 }
 
+// Behind a reply that has no rows to read, or should have none.
+static void end_result(cass_stmt *stmt)
+{
+    if (a_reply_without_rows_leaves_columns(stmt_conn(stmt)))
+        return;
+    cass_page_abandon(&stmt->page);
+    cass_close_result(stmt);
+}
+
 // The same for an execution: what the statement had before is over.
 static int send_execution(cass_stmt *stmt, cass_packet *packet, int again)
 {
@@ -229,10 +238,8 @@ static int send_execution(cass_stmt *stmt, cass_packet *packet, int again)
     const int code = send_request(stmt, packet, again, &kind);
     if (code >= 0 && kind == KIND_ROWS && cass_open_cursor(stmt) != 0)
         return -1;
-    if (code >= 0 && kind != KIND_ROWS && !a_reply_without_rows_leaves_columns(stmt_conn(stmt))) {
-        cass_page_abandon(&stmt->page);
-        cass_close_result(stmt);
-    }
+    if (code >= 0 && kind != KIND_ROWS)
+        end_result(stmt);
     return code;
 }
 
@@ -299,6 +306,7 @@ int prepare_stmt(cass_stmt *stmt, const cass_string *text)
     if (kind == RESULT_MALFORMED)
         return -1;
     if (kind != KIND_PREPARED) {
+        end_result(stmt);
         const char *name = result_kind_name(kind);
         CASS_LOG(&stmt->head, LOG_ERROR,
                  "prepare_stmt: unexpected packet kind %s, expected KIND_PREPARED", name);
