@@ -1,77 +1,41 @@
 // From (C type, SQL type, value, length) to the exact bytes of the request or the state of the
-// refusal.
+// refusal. Which pairs of types convert at all is compared with the pages of docs/.
 #include <cmath>
 #include <ctime>
-#include <limits>
 #include <tuple>
 
 #include "tests/unit/parameter_rig.h"
 
 using std::string_literals::operator""s;
 
-static constexpr SQLLEN no_indicator = -7777, own_length = -8888;
-
-struct sample {
-    app_value from;
-    std::string expected;           // as on_wire() takes it
-    SQLLEN indicator = own_length;  // of what has a length; the rest is bound without an indicator
-    SQLLEN buffer_length = 0;
-};
-
-// Encodes one value that lies in a block of exactly its bytes, as does its indicator.
-static std::string encode_one(SQLSMALLINT sql_type, const sample &one, SQLSMALLINT digits = 0,
-                              SQLULEN size = 38)
-{
-    session s;
-    const auto size_of_memory = static_cast<SQLLEN>(one.from.memory.size());
-    const bool told = one.indicator != own_length && one.indicator != no_indicator;
-    const bool own = one.indicator == own_length && has_length(one.from);
-    const exact_block value(one.from.memory), length(image(told ? one.indicator : size_of_memory));
-    SQLLEN *const indicator = told || own ? lengths_at(length.at) : nullptr;
-    bind(s.stmt, 1, one.from.c_type, sql_type, value.at, indicator, one.buffer_length, size,
-         digits);
-    return encode(s);
-}
-
 static void check(SQLSMALLINT sql_type, const std::vector<sample> &samples, SQLSMALLINT digits = 0,
                   SQLULEN size = 38)
 {
-    for (const sample &one : samples)
-        EXPECT_EQ(on_wire(one.expected), encode_one(sql_type, one, digits, size))
-            << one.from.c_type << " to " << sql_type << ": " << to_hex(one.from.memory) << ", "
-            << one.indicator;
+    session s(false);
+    check(s, sql_type, samples, digits, size);
 }
-
-static const SQLGUID guid = {1, 2, 3, {9, 10, 11, 12, 13, 14, 15, 0xFF}};
-static const SQL_DATE_STRUCT date = {1970, 1, 2};
-static const SQL_TIME_STRUCT time_of = {10, 11, 12};
-static const SQL_TIMESTAMP_STRUCT stamp = {2001, 2, 3, 4, 5, 6, 7},
-                                  before = {1969, 12, 31, 23, 59, 59, 999999999};
-static constexpr double inf = std::numeric_limits<double>::infinity();
-static constexpr char overflow[] = "22003@1", unreadable[] = "22018@1", restricted[] = "07006@1",
-                      bad_length[] = "HY090@1";
 
 // clang-format off
 TEST(parameter_encode, numbers_end_at_the_bounds_of_their_target)
 {
     check(SQL_TINYINT, {{200, overflow}, {-128, "80"}, {-129, overflow}});
     check(SQL_SMALLINT, {{32768, overflow}, {SQLCHAR(255), "00ff"}});
-    check(SQL_BIT, {{{SQL_C_BIT, "\2"}, "01"}, {256, "01"}, {0.9, "00"}, {date, unreadable}});
+    check(SQL_BIT, {{{SQL_C_BIT, "\2"}, "01"}, {256, "01"}, {0.9, "00"}});
     check(SQL_INTEGER, {{SQLUSMALLINT(65535), "0000ffff"}, {0x80000000u, overflow},
         {"", unreadable}, {INT32_MIN - 1l, overflow}, {2147483648.0, overflow}, {-1.9, "ffffffff"},
         {std::nan(""), overflow}, {2147483647.9, "7fffffff"}, {-2147483648.5, "80000000"},
         {-2147483649.0, overflow}, {" \t+7.9", "00000007"}, {numeric(12399, 2), "0000007b"},
-        {"12abc", "0000000c"}, {"2147483648", overflow}, {guid, unreadable},
+        {"12abc", "0000000c"}, {"2147483648", overflow},
         {(std::u16string(126, u' ') + u"12"), "00000001"}});
     check(SQL_BIGINT, {{~0ul, "ffffffffffffffff"}, {0x1p63, overflow},
         {-0x1p63, "8000000000000000"}, {numeric(~0ul, 0), overflow}, {numeric(1, -127), overflow},
         {"-9223372036854775808", "8000000000000000"}, {"9223372036854775808", overflow},
         {"-", unreadable}, {std::string(126, '0') + "12", "0000000000000001"}});
     check(SQL_DOUBLE, {{~0ul, "43f0000000000000"}, {numeric(12345, 2, 0), "c05edccccccccccd"},
-        {"1.5e1x", "402e000000000000"}, {"no", "0000000000000000"}, {guid, restricted}});
+        {"1.5e1x", "402e000000000000"}, {"no", "0000000000000000"}});
     check(SQL_FLOAT, {{-2, "c000000000000000"}});
     // The last is a hair above the middle of two floats, a hair that a double does not hold.
-    check(SQL_REAL, {{inf, "7f800000"}, {u"-0.5", "bf000000"}, {date, restricted},
+    check(SQL_REAL, {{HUGE_VAL, "7f800000"}, {u"-0.5", "bf000000"},
         {9007199791611905l, "5a000001"}, {9007199791611905ul, "5a000001"},
         {"9007199791611905", "5a000001"}});
 }
@@ -83,7 +47,7 @@ TEST(parameter_encode, decimals)
         {numeric(0, 39), overflow}, {INT32_MIN, "00000000ff7fffff00"}, {std::nan(""), overflow},
         {1e39, overflow}, {"1.50", "00000001000f"}, {"1.00", "000000000001"},
         {".000", "0000000000"}, {"  -7. ", "00000000fff9"}, {"", unreadable}, {"-", unreadable},
-        {".", unreadable}, {"1e5", unreadable}, {"1.2.3", unreadable}, {date, restricted},
+        {".", unreadable}, {"1e5", unreadable}, {"1.2.3", unreadable},
         {"340282366920938463463374607431768211455", "0000000000" + std::string(32, 'f')},
         {"340282366920938463463374607431768211456", overflow},
         {"0." + std::string(38, '0') + "1", overflow}});
@@ -96,9 +60,8 @@ TEST(parameter_encode, decimals)
     check(SQL_DECIMAL, {{~0ul, overflow}, {std::string(200, '1'), overflow}}, 38);
     // Too many digits are asked for only of what is a number.
     for (const auto &[scale, size] : {std::pair{39, 38}, {0, 39}})
-        check(SQL_DECIMAL, {{"1", overflow}, {0, overflow}, {~0ul, overflow}, {1.0, overflow},
-            {numeric(1, 0), overflow}, {{SQL_C_BINARY, image(numeric(1, 0))}, overflow},
-            {"x", unreadable}, {guid, restricted}},
+        check(SQL_DECIMAL, {{"1", overflow}, {0, overflow}, {1.0, overflow},
+            {numeric(1, 0), overflow}, {binary(image(numeric(1, 0))), overflow}, {"x", unreadable}},
             static_cast<SQLSMALLINT>(scale), static_cast<SQLULEN>(size));
 }
 
@@ -110,7 +73,7 @@ TEST(parameter_encode, fixed_values_as_text)
         {{SQL_C_TINYINT, "\xFE"}, "-2"}, {{SQL_C_SHORT, image(SQLSMALLINT(-2))}, "-2"},
         {{SQL_C_LONG, image(-2)}, "-2"}, {SQLCHAR(255), "255"}, {{SQL_C_BIT, "\2"}, "1"},
         {INT64_MIN, "-9223372036854775808"}, {~0ul, "18446744073709551615"},
-        {1234567.0, "1.23457E+06"}, {-inf, "-INF"}, {0.1f, "0.1"},
+        {1234567.0, "1.23457E+06"}, {-HUGE_VAL, "-INF"}, {0.1f, "0.1"},
         {numeric(~0ul, -128), "18446744073709551615" + std::string(128, '0')},
         {guid, "00000001-0002-0003-090A-0B0C0D0E0FFF"}, {time_of, "10:11:12"},
         {SQL_DATE_STRUCT{12345, 1, 2}, "12345-01-02"}, {whole, "2001-02-03 04:05:06"},
@@ -119,10 +82,9 @@ TEST(parameter_encode, fixed_values_as_text)
         check(SQL_WVARCHAR, {{from, to_hex(text)}});
 }
 
-TEST(parameter_encode, dates_and_times)
+TEST(parameter_encode, dates_guids_and_bytes)
 {
-    check(SQL_TYPE_DATE, {{before, "7fffffff"}, {u"1970-01-02", "80000001"}, {u"", overflow},
-        {1, restricted}});
+    check(SQL_TYPE_DATE, {{before, "7fffffff"}, {u"1970-01-02", "80000001"}, {u"", overflow}});
     check(SQL_DATE, {{{SQL_C_DATE, image(date)}, "80000001"}});
     check(SQL_TYPE_TIME, {{before, "00004e94914effff"}, {date, "0000000000000000"},
         {"00:00:00.000000001", "0000000000000001"}, {"soon", overflow}});
@@ -131,55 +93,53 @@ TEST(parameter_encode, dates_and_times)
         {"{ts '1970-01-01 00:00:01.5'}", "00000000000005dc"},
         {"1970-01-01 00:00:01 +02:00", "00000000000003e8"}});
     check(SQL_TIMESTAMP, {{{SQL_C_TIMESTAMP, image(before)}, "ffffffffffffffff"}});
-    // Fields beyond all bounds overflow nowhere.
-    for (const SQLSMALLINT target : {SQL_TYPE_DATE, SQL_TYPE_TIME, SQL_TYPE_TIMESTAMP})
-        EXPECT_NE("", encode_one(target, {{SQL_C_TIMESTAMP, std::string(16, '\xFF')}, ""}));
-}
+    // A time without a date takes the local one.
+    const std::time_t now = std::time(nullptr);
+    std::tm local = {};
+    const std::string today = be32(0x80000000 + timegm(localtime_r(&now, &local)) / 86400);
+    check(SQL_TYPE_DATE, {{time_of, to_hex(today)}, {"10:11:12", to_hex(today)}});
 
-TEST(parameter_encode, guids_and_bytes)
-{
     const std::string sent = "0000000100020003090a0b0c0d0e0fff";
     const std::string text = "00000001-0002-0003-090a-0b0c0d0e0fFF";
     check(SQL_GUID, {{guid, sent}, {std::u16string(text.begin(), text.end()), sent},
         {"{" + text + "}", sent}, {text.substr(0, 35), unreadable}, {text.substr(1), unreadable},
-        {"0000000g" + text.substr(8), unreadable}, {"", unreadable}, {1, restricted}});
+        {"0000000g" + text.substr(8), unreadable}, {"", unreadable}});
     const std::string long_hex = to_hex(pattern(300));
-    check(SQL_BINARY, {{SQLSCHAR(127), "7f00000000000000"}, {SQLSMALLINT(127), to_hex(image(SQLSMALLINT(127)))},
-        {1.0, to_hex(image(1.0))}, {guid, to_hex(image(guid))}, {stamp, to_hex(image(stamp))},
-        {date, restricted}, {numeric(1, 0), restricted}});
+    check(SQL_BINARY, {{SQLSCHAR(127), "7f00000000000000"},
+        {SQLSMALLINT(127), to_hex(image(SQLSMALLINT(127)))}, {1.0, to_hex(image(1.0))},
+        {guid, to_hex(image(guid))}, {stamp, to_hex(image(stamp))}, {date, restricted},
+        {numeric(1, 0), restricted}});
     check(SQL_VARBINARY, {{"0x0aFf", "0aff"}, {"abc", "ab"}, {"zZ1-", "0010"}, {"0x", ""}, {"", ""},
-        {"0X" + long_hex, long_hex}, {u"0XCAFE", "cafe"},
-        {u"\u0141B\u0130xC", "0b00"}, {u"\u0130x1", "00"},
-        {std::u16string(long_hex.begin(), long_hex.end()), long_hex}});
+        {"0X" + long_hex, long_hex}, {u"0XCAFE", "cafe"}, {u"\u0141B\u0130xC", "0b00"},
+        {u"\u0130x1", "00"}, {std::u16string(long_hex.begin(), long_hex.end()), long_hex}});
 }
 
 // What the length elements say, with buffers that end where they must not be left.
 TEST(parameter_encode, lengths_decide_how_far_a_buffer_is_read)
 {
-    const auto binary = [](const std::string &memory) { return app_value(SQL_C_BINARY, memory); };
     const std::string odd = app_value(u"ab").memory + "c";
     check(SQL_VARCHAR, {{"", "", 0}, {"abc\0"s, "616263", SQL_NTS}, {"a\0c"s, "610063", 3},
         {"\xE9", "e9"}, {"abcd", "61626364", no_indicator, 4}, {"ab\0d"s, "6162", no_indicator, 4},
         {"", "", no_indicator}, {"", "none", SQL_NULL_DATA}, {"", bad_length, -5},
         {"", bad_length, -99}, {"", bad_length, 1l << 31}, {u"", "", no_indicator, 1},
         {binary("ab"), "6162", 2}, {binary("ab"), restricted, no_indicator, 2}});
-    check(SQL_WVARCHAR, {{u"\u00E9", "c3a9"}, {u"\u20AC", "e282ac"}, {u"\xD83D", "eda0bd"},
-        {{SQL_C_WCHAR, odd}, "6162", 5}, {u"ab\0"s, "6162", SQL_NTS}, {u"", bad_length, -4},
-        {{SQL_C_WCHAR, odd}, "6162", no_indicator, 5}});
     std::string euros = "6162";  // of three bytes each, across the blocks of the translation
     for (int i = 0; i < 5000; i++)
         euros += "e282ac";
-    check(SQL_WVARCHAR, {{u"ab" + std::u16string(5000, u'\u20AC'), euros}});
+    check(SQL_WVARCHAR, {{u"\u00E9", "c3a9"}, {u"\u20AC", "e282ac"}, {u"\xD83D", "eda0bd"},
+        {{SQL_C_WCHAR, odd}, "6162", 5}, {u"ab\0"s, "6162", SQL_NTS}, {u"", bad_length, -4},
+        {{SQL_C_WCHAR, odd}, "6162", no_indicator, 5},
+        {u"ab" + std::u16string(5000, u'\u20AC'), euros}});
     check(SQL_INTEGER, {{"12", "0000000c", no_indicator, 2}, {"12\0"s, "0000000c", SQL_NTS},
         {"", bad_length, 1l << 40}, {u"12", "0000000c", no_indicator, 4}, {1, "00000001", 99, 99},
-        {{SQL_C_SLONG, ""}, "none", SQL_NULL_DATA}, {binary("\1\2\3\4"), to_hex(machine_order("\4\3\2\1")), 4},
-        {binary("\1\2\3"), overflow, 3}, {binary("\1\2\3\4"), restricted, no_indicator, 4}});
+        {{SQL_C_SLONG, ""}, "none", SQL_NULL_DATA},
+        {binary("\1\2\3\4"), to_hex(machine_order("\4\3\2\1")), 4}, {binary("\1\2\3"), overflow, 3},
+        {binary("\1\2\3\4"), restricted, no_indicator, 4}});
     check(SQL_VARBINARY, {{binary("a\0b"s), "610062", 3}, {binary("ab"), bad_length, -7, 2},
         {binary("ab"), restricted, no_indicator, 2}});
-    check(SQL_DOUBLE, {{binary(image(1.0)), "3ff0000000000000", 8}, {binary("\1\2"), overflow, 2}});
+    check(SQL_DOUBLE, {{binary(image(1.0)), "3ff0000000000000", 8}});
     check(SQL_REAL, {{binary(image(1.0f)), "3f800000", 4}});
-    check(SQL_DECIMAL, {{binary(image(numeric(7, 0))), "000000000007", 19},
-        {binary("7"), overflow, 1}});
+    check(SQL_DECIMAL, {{binary(image(numeric(7, 0))), "000000000007", 19}});
     check(SQL_GUID, {{binary(image(guid)), "0000000100020003090a0b0c0d0e0fff", 16},
         {binary(image(guid)), overflow, 15}, {binary(std::string(17, 'a')), overflow, 17}});
     check(SQL_TYPE_TIME, {{binary(image(stamp)), "00000d6001e7f407", 16},
@@ -187,25 +147,7 @@ TEST(parameter_encode, lengths_decide_how_far_a_buffer_is_read)
 }
 // clang-format on
 
-TEST(parameter_encode, a_time_without_a_date_takes_the_local_one)
-{
-    const auto today = [] {
-        const std::time_t now = std::time(nullptr);
-        std::tm local = {};
-        return on_wire(to_hex(be32(0x80000000 + timegm(localtime_r(&now, &local)) / 86400)));
-    };
-    for (const app_value &from : {app_value(time_of), app_value("10:11:12")}) {
-        const std::string earliest = today(), got = encode_one(SQL_TYPE_DATE, {from, ""});
-        EXPECT_TRUE(got == earliest || got == today()) << got;
-    }
-}
-
 // ---- Records ------------------------------------------------------------------------------------
-
-static void bind_long(session &s, SQLUSMALLINT number, void *value, SQLLEN *indicator = nullptr)
-{
-    ASSERT_EQ(SQL_SUCCESS, bind(s.stmt, number, SQL_C_SLONG, SQL_INTEGER, value, indicator));
-}
 
 // A null indicator writes nothing and the count stays, which is that of the markers.
 TEST(parameter_encode, a_null_is_left_out_and_a_failure_names_its_parameter)
@@ -213,14 +155,14 @@ TEST(parameter_encode, a_null_is_left_out_and_a_failure_names_its_parameter)
     session s;
     int value = 1;
     SQLLEN indicator = SQL_NULL_DATA;
-    bind_long(s, 1, &value);
-    bind_long(s, 2, nullptr, &indicator);
-    bind_long(s, 3, &value);
+    bind(s.stmt, 1, SQL_C_SLONG, SQL_INTEGER, &value);
+    bind(s.stmt, 2, SQL_C_SLONG, SQL_INTEGER, nullptr, &indicator);
+    bind(s.stmt, 3, SQL_C_SLONG, SQL_INTEGER, &value);
     EXPECT_EQ(on_wire("00000001") + on_wire("00000001"), encode(s, 3));
     EXPECT_EQ(on_wire("00000001"), encode(s, 1));
     indicator = 4;
     EXPECT_EQ("HY009@2", encode(s, 3));
-    bind_long(s, 2, &value, &indicator);
+    bind(s.stmt, 2, SQL_C_SLONG, SQL_INTEGER, &value, &indicator);
     EXPECT_EQ("07002@4", encode(s, 4));
 }
 
@@ -263,8 +205,6 @@ TEST(parameter_encode, a_separate_length_stands_before_the_indicator)
     }
 }
 
-// ---- Arrays -------------------------------------------------------------------------------------
-
 // Rows of a number, a length and a text of five bytes, 17 bytes a row, behind a header that the
 // offset skips for data and lengths alike.
 TEST(parameter_encode, arrays_by_rows)
@@ -274,11 +214,9 @@ TEST(parameter_encode, arrays_by_rows)
         rows("header!" + image(7) + image(2l) + "abcde" + image(8) + image(5l) + "fghij");
     s.stmt->apd->bind_type = 17;
     s.stmt->apd->bind_offset_ptr = header_size.at;
-    bind_long(s, 1, rows.at);
+    bind(s.stmt, 1, SQL_C_SLONG, SQL_INTEGER, rows.at);
     bind(s.stmt, 2, SQL_C_CHAR, SQL_VARCHAR, rows.at + 12, lengths_at(rows.at + 4), 5);
-    for (s.stmt->param_row = 0; const char *text : {"6162", "666768696a"}) {
-        const std::string number = to_hex(be32(7 + s.stmt->param_row));
-        EXPECT_EQ(on_wire(number) + on_wire(text), encode(s, 2)) << s.stmt->param_row;
-        s.stmt->param_row++;
-    }
+    EXPECT_EQ(on_wire("00000007") + on_wire("6162"), encode(s, 2));
+    s.stmt->param_row = 1;
+    EXPECT_EQ(on_wire("00000008") + on_wire("666768696a"), encode(s, 2));
 }
