@@ -9,6 +9,7 @@
 #include "core/diag/cass_text_out.h"
 #include "core/statement/cass_fetch.h"
 #include "core/statement/cass_pkt_result.h"
+#include "tests/app_value.h"
 #include "tests/unit/handles.h"
 
 struct cell_rig : session {
@@ -87,12 +88,34 @@ constexpr std::int64_t LEAP_DAY = INT64_C(951782400000);  // 2000-02-29 00:00:00
 constexpr std::int64_t CLOCK = INT64_C(45296000000000);   // 12:34:56, nanoseconds
 constexpr std::int64_t EPOCH = INT64_C(1) << 31;          // 1970-01-01, days
 
-// A row of this one cell, decoded.
-inline rig_ptr cell_rig_of(int type, const std::string &bytes,
-                           const cass_conduct *conduct = &default_conduct)
+// A cell by the C++ type of its value.
+struct source {
+    int type;
+    std::string bytes;
+
+    source(int option_id, const std::string &cell) : type(option_id), bytes(cell) {}
+    source(const char *text) : source(CQL_VARCHAR, text) {}
+    source(int value) : source(CQL_INT, be(value, 4)) {}
+    source(long value) : source(CQL_BIGINT, be(value, 8)) {}
+    source(float value) : source(CQL_FLOAT, be(value)) {}
+    source(double value) : source(CQL_DOUBLE, be(value)) {}
+};
+
+inline source scaled(int scale, const std::string &unscaled)
 {
-    rig_ptr rig = rig_open({type}, conduct);
-    rig_page(rig, cell_of(bytes));
+    return {CQL_DECIMAL, decimal(scale, unscaled)};
+}
+
+inline source moment(std::int64_t ms)
+{
+    return {CQL_TIMESTAMP, be(ms, 8)};
+}
+
+// A row of this one cell, decoded, and one of a null behind it.
+inline rig_ptr cell_rig_of(const source &from, const cass_conduct *conduct = &default_conduct)
+{
+    rig_ptr rig = rig_open({from.type}, conduct);
+    rig_page(rig, cell_of(from.bytes) + null_cell);
     EXPECT_EQ(SQL_SUCCESS, rig_row(rig));
     return rig;
 }
@@ -136,6 +159,22 @@ inline read_result read_cell(const rig_ptr &rig, int target_type, std::size_t ro
     block.erase(at, room);
     EXPECT_EQ(untouched(block.size()), block) << "around a buffer of " << room;
     return result;
+}
+
+inline const char *const none = "", *const range = "22003@1", *const cut = "01S07@1",
+                         *const bad = "22018@1", *const other = "07006@1";
+
+// What becomes of a cell as a C type of this size, of which the value has the low bytes.
+inline void expect_value(const rig_ptr &rig, int type, std::size_t size, const app_value &value,
+                         const std::string &states)
+{
+    const read_result result = read_cell(rig, type, size);
+    const bool stored = code_of(states) != SQL_ERROR;
+    EXPECT_EQ(states, rig->states());
+    EXPECT_EQ(code_of(states), result.code);
+    const std::size_t low = LOWEST_BYTE_FIRST ? 0 : value.memory.size() - size;
+    EXPECT_EQ(stored ? value.memory.substr(low, size) : untouched(size), result.written);
+    EXPECT_EQ(stored ? static_cast<SQLLEN>(size) : UNTOUCHED, result.length);
 }
 
 #endif

@@ -259,15 +259,10 @@ TEST_F(reference, columns_are_described_as_their_page_says)
     EXPECT_EQ(compared, types.size());
 }
 
-struct cell_sample {
-    int type;
-    std::string bytes;
-};
-
 // Of each row of the page: a value for each way to fail.
-static std::map<std::string, std::vector<cell_sample>> cell_samples()
+static std::map<std::string, std::vector<source>> cell_samples()
 {
-    std::vector<cell_sample> texts;
+    std::vector<source> texts;
     for (const char *text :
          {"x", "1", "1.5", "-1", "300", "100000", "300000000000", "99999999999999999999999999",
           "1e400", "1e-99", "2024-05-06", "2024-05-06 01:02:03", "2024-05-06 01:02:03.5",
@@ -326,10 +321,10 @@ TEST(reference_cells, are_read_as_their_page_says)
         compared++;
         for (std::size_t column = 0; column < std::size(targets); column++) {
             std::set<std::string> came;
-            for (const cell_sample &sample : at_sample->second) {
+            for (const source &sample : at_sample->second) {
                 for (const int target : targets[column]) {
-                    const rig_ptr rig = cell_rig_of(
-                        sample.type, sample.bytes, standard ? &standard_conduct : &default_conduct);
+                    const rig_ptr rig =
+                        cell_rig_of(sample, standard ? &standard_conduct : &default_conduct);
                     read_cell(rig, target, 2000);
                     const std::string state = rig->states().substr(0, 5);
                     came.insert(state.empty() ? "value" : state);
@@ -396,15 +391,10 @@ static SQLSMALLINT bound_type(int type)
 static std::string conversion(bool standard, int type, const app_value &value)
 {
     session s;
+    marker_of(s).cql_type = type;
     s.conn->conduct = standard ? &standard_conduct : &default_conduct;
-    s.stmt->prepared = 1;
-    EXPECT_EQ(cass_desc_describe(s.stmt->implicit_ipd, 1), 0);
-    s.stmt->implicit_ipd->fields[0].cql_type = type;
-    auto size = static_cast<SQLLEN>(value.memory.size());
-    const exact_block block(value.memory);
-    bind(s.stmt, 1, value.c_type, bound_type(type), block.at, has_length(value) ? &size : nullptr,
-         0, 38, type == CQL_DECIMAL ? 15 : 0);
-    const std::string bytes = encode(s);
+    const std::string bytes =
+        encode_sample(s, bound_type(type), {value, ""}, type == CQL_DECIMAL ? 15 : 0);
     return bytes.find('@') == bytes.npos ? "value" : bytes.substr(0, 5);
 }
 
@@ -424,7 +414,7 @@ TEST(reference_parameters, are_converted_as_their_page_says)
             for (std::size_t column = 0; column < values.size(); column++) {
                 std::set<std::string> came;
                 for (const app_value &value : values[column])
-                    for (const cell_sample &sample : at_type->second)
+                    for (const source &sample : at_type->second)
                         came.insert(conversion(standard, sample.type, value));
                 EXPECT_EQ(words_of(row[first + column]), told_of(came))
                     << row[0] << ", column " << column + 1 << (standard ? ", Standard" : "");
