@@ -1,5 +1,5 @@
-// Descriptors and descriptions through their entry points: widths at the ABI, text at the seams of
-// its buffer, and roles.
+// Descriptors and descriptions through their entry points: widths at the ABI, roles, and what a
+// column or a parameter is told to be.
 #include "tests/unit/handles.h"
 
 // A statement with a described result of three columns, as after an execution.
@@ -20,7 +20,6 @@ struct descriptor : stmt_fixture {
         field->consise_type = field->type = SQL_DECIMAL;
         field->precision = 38;
         field->scale = 15;
-        field->octet_length = 0x0102030405060708;
         field->length = 0x1112131415161718;
         field->case_sensitive = 0x21222324;
         field->unsigned_attr = -1;
@@ -40,30 +39,26 @@ struct descriptor : stmt_fixture {
 
 TEST_F(descriptor, each_number_is_written_in_its_width_and_no_wider)
 {
-    // Of information, of a descriptor's field, of a column, where all are eight bytes wide.
+    // Of a descriptor's field, and of a column, where all are eight bytes wide.
     // clang-format off
-    static constexpr struct { char of; int id; std::size_t width; SQLULEN value; } numbers[] = {
-        {'i', SQL_MAX_COLUMNS_IN_SELECT, 2, 0x1000}, {'i', SQL_CONVERT_CHAR, 4, 0x1E67F7F},
-        {'f', SQL_DESC_ALLOC_TYPE, 2, SQL_DESC_ALLOC_AUTO}, {'f', SQL_DESC_ARRAY_SIZE, 8, 1},
-        {'f', SQL_DESC_UNSIGNED, 2, 0xFFFF}, {'f', SQL_DESC_CASE_SENSITIVE, 4, 0x21222324},
-        {'f', SQL_DESC_LENGTH, 8, 0x1112131415161718},
-        {'c', SQL_DESC_COUNT, 8, 3}, {'c', SQL_DESC_UNSIGNED, 8, ~SQLULEN{0}},
-        {'c', SQL_COLUMN_PRECISION, 8, 38}, {'c', SQL_COLUMN_LENGTH, 8, 0x1112131415161718},
+    static constexpr struct { bool column; SQLUSMALLINT id; std::size_t width; SQLULEN value; }
+        numbers[] = {
+        {false, SQL_DESC_ALLOC_TYPE, 2, SQL_DESC_ALLOC_AUTO}, {false, SQL_DESC_ARRAY_SIZE, 8, 1},
+        {false, SQL_DESC_UNSIGNED, 2, 0xFFFF}, {false, SQL_DESC_CASE_SENSITIVE, 4, 0x21222324},
+        {false, SQL_DESC_LENGTH, 8, 0x1112131415161718}, {true, SQL_DESC_COUNT, 8, 3},
+        {true, SQL_DESC_UNSIGNED, 8, ~SQLULEN{0}}, {true, SQL_COLUMN_PRECISION, 8, 38},
+        {true, SQL_COLUMN_LENGTH, 8, 0x1112131415161718},
     };
     // clang-format on
     for (const auto &n : numbers) {
-        const auto id = static_cast<SQLSMALLINT>(n.id);
         const auto call = [&](void *to, told_length *told) {
-            if (n.of == 'i')
-                return to != nullptr ? SQLGetInfo(conn, SQLUSMALLINT(id), to, 0, &told->small)
-                                     : SQLGetInfoW(conn, SQLUSMALLINT(id), to, 0, nullptr);
-            if (n.of == 'f')
-                return to != nullptr ? SQLGetDescField(ird, 2, id, to, 0, &told->large)
-                                     : SQLGetDescFieldW(ird, 2, id, to, 0, nullptr);
-            return SQLColAttributesW(stmt, 2, SQLUSMALLINT(id), nullptr, 0, &told->small,
-                                     static_cast<SQLLEN *>(to));
+            if (n.column)
+                return SQLColAttributesW(stmt, 2, n.id, nullptr, 0, &told->small,
+                                         static_cast<SQLLEN *>(to));
+            return to != nullptr ? SQLGetDescField(ird, 2, SQLSMALLINT(n.id), to, 0, &told->large)
+                                 : SQLGetDescFieldW(ird, 2, SQLSMALLINT(n.id), to, 0, nullptr);
         };
-        EXPECT_EQ(number_told(n.width, call), n.value) << n.of << n.id;
+        EXPECT_EQ(number_told(n.width, call), n.value) << n.id;
     }
     // A connection of ODBC 2 tells dates and times apart.
     ird->fields[1].type = SQL_DATETIME;
@@ -74,16 +69,9 @@ TEST_F(descriptor, each_number_is_written_in_its_width_and_no_wider)
         SQLColAttributes(stmt, 2, SQL_COLUMN_TYPE, nullptr, 0, nullptr, &type);
         EXPECT_EQ(type, wanted);
     }
-}
-
-TEST_F(descriptor, names_follow_their_identifier)
-{
-    // By descriptor field and by column attribute, which differ on purpose.
+    // Names by descriptor field and by column attribute, which differ on purpose.
     static constexpr std::tuple<SQLSMALLINT, std::string_view, std::string_view> names[] = {
-        {SQL_DESC_TABLE_NAME, "caf\xC3\xA9", "drinks"},
-        {SQL_DESC_SCHEMA_NAME, "shop", ""},
-        {SQL_DESC_BASE_TABLE_NAME, "drinks", "drinks"},
-        {SQL_DESC_LITERAL_PREFIX, "", ""}};
+        {SQL_DESC_TABLE_NAME, "caf\xC3\xA9", "drinks"}, {SQL_DESC_SCHEMA_NAME, "shop", ""}};
     for (const auto &[id, of_field, of_column] : names) {
         char text[2][32];
         SQLGetDescField(ird, 1, id, text[0], 32, nullptr);
@@ -95,13 +83,12 @@ TEST_F(descriptor, names_follow_their_identifier)
 TEST_F(descriptor, what_may_be_read_and_set_depends_on_the_role)
 {
     cass_desc *const loose = cass_alloc_desc(conn);
-    const std::tuple<cass_desc *, SQLSMALLINT, const char *> records[] = {
+    const std::tuple<cass_desc *, SQLSMALLINT, const char *> reads[] = {
         {ird, 4, "07009"}, {ird, -1, "07009"}, {ird, 0, ""},     {ird, 32767, "07009"},
         {ard, 0, ""},      {ipd, 0, "07009"},  {apd, 0, "07009"}};
-    for (const auto &[desc, rec, state] : records)
+    for (const auto &[desc, rec, state] : reads)
         for (const SQLSMALLINT id : {SQL_DESC_TYPE, SQL_DESC_NAME})
             EXPECT_EQ(outcome(SQLGetDescField(desc, rec, id, nullptr, 0, nullptr), desc), state);
-    EXPECT_EQ(outcome(SQLGetDescField(ird, 1, 4711, nullptr, 0, nullptr), ird), "HY091");
     // clang-format off
     const struct { cass_desc *of; SQLSMALLINT rec, id; SQLLEN value; std::string state; } sets[] = {
         {ird, 1, SQL_DESC_ALLOC_TYPE, 1, "HY091"}, {ird, 0, SQL_DESC_COUNT, 1, "HY016"},
@@ -132,54 +119,47 @@ TEST_F(descriptor, what_may_be_read_and_set_depends_on_the_role)
 TEST_F(descriptor, only_the_pointers_leave_a_record_bound)
 {
     SQLLEN target = 0;
-    constexpr SQLSMALLINT pointers[] = {SQL_DESC_DATA_PTR, SQL_DESC_INDICATOR_PTR,
-                                        SQL_DESC_OCTET_LENGTH_PTR};
-    const auto bound_to = [](const cass_field *field, const void *pointer) {
-        return field->data_ptr == pointer && field->indicator_ptr == pointer &&
-               field->octet_length_ptr == pointer;
+    const auto bind_all = [&](cass_desc *desc, SQLSMALLINT rec) {
+        for (const SQLSMALLINT id :
+             {SQL_DESC_DATA_PTR, SQL_DESC_INDICATOR_PTR, SQL_DESC_OCTET_LENGTH_PTR})
+            EXPECT_EQ(set(desc, rec, id, &target), "");
+    };
+    const auto bound = [&](const cass_field &field) {
+        return int{field.data_ptr == &target} + (field.indicator_ptr == &target) +
+               (field.octet_length_ptr == &target);
     };
     for (const SQLSMALLINT id : {SQL_DESC_CONCISE_TYPE, SQL_DESC_LENGTH, SQL_DESC_LABEL, 4711}) {
         set(ard, 2, SQL_DESC_CONCISE_TYPE, SQL_C_SLONG);
-        for (const SQLSMALLINT pointer : pointers)
-            EXPECT_EQ(set(ard, 2, pointer, &target), "");
-        EXPECT_TRUE(bound_to(&ard->fields[1], &target));
+        bind_all(ard, 2);
+        EXPECT_EQ(bound(ard->fields[1]), 3);
         set(ard, 2, id, SQL_C_SLONG);
-        EXPECT_TRUE(bound_to(&ard->fields[1], nullptr)) << id;
+        EXPECT_EQ(bound(ard->fields[1]), 0) << id;
     }
-    // A record without a type takes the pointer and says that it cannot be used.
+    // A record without a type takes the pointer and says that it cannot be used; a parameter's
+    // implementation side takes none, but names, which a null pointer takes away.
     EXPECT_EQ(set(ard, 7, SQL_DESC_DATA_PTR, &target), "HY021");
     EXPECT_EQ(ard->fields[6].data_ptr, &target);
-    // A parameter's implementation side takes no pointers at all.
-    for (const SQLSMALLINT pointer : pointers)
-        EXPECT_EQ(set(ipd, 1, pointer, &target), "");
-    EXPECT_TRUE(bound_to(&ipd->fields[0], nullptr));
-    // It does take names, in both forms, and a null pointer takes one away.
-    SQLWCHAR text[] = {'x', 0x2020, 'y', 0};
-    SQLCHAR narrow[] = "x";
-    // clang-format off
-    const std::tuple<bool, void *, SQLINTEGER, std::u16string> names[] = {
-        {false, narrow, SQL_NTS, u"x"}, {true, text, -7, u""}, {true, text, 5, u"x\x2020"},
-        {false, nullptr, SQL_NTS, u"(null)"}};
-    // clang-format on
-    for (const auto &[wide, value, length, name] : names) {
-        (wide ? SQLSetDescFieldW : SQLSetDescField)(ipd, 2, SQL_DESC_NAME, value, length);
-        EXPECT_EQ(units_of(ipd->fields[1].column_name), name);
-        EXPECT_EQ(ipd->fields[1].unnamed, value == nullptr ? 1 : 0);
+    bind_all(ipd, 1);
+    EXPECT_EQ(bound(ipd->fields[0]), 0);
+    for (const char16_t *name : {u"x\x2020", static_cast<const char16_t *>(nullptr)}) {
+        SQLSetDescFieldW(ipd, 1, SQL_DESC_NAME, const_cast<char16_t *>(name), 4);
+        EXPECT_EQ(units_of(ipd->fields[0].column_name), name == nullptr ? u"(null)" : name);
+        EXPECT_EQ(ipd->fields[0].unnamed, name == nullptr ? 1 : 0);
     }
 }
 
 TEST_F(descriptor, a_whole_record_is_set_and_read_back)
 {
-    SQLLEN target = 0, length_at = 0, indicator = 0, length = 0;
+    SQLLEN target = 0, length = 0;
     const auto set_rec = [&](cass_desc *desc, int rec, int type, int code, SQLLEN octets) {
         return outcome(SQLSetDescRec(desc, SQLSMALLINT(rec), SQLSMALLINT(type), SQLSMALLINT(code),
-                                     octets, 3, 2, &target, &length_at, &indicator),
+                                     octets, 3, 2, &target, &length, &length),
                        desc);
     };
     EXPECT_EQ(set_rec(ard, 3, SQL_DATETIME, SQL_CODE_TIMESTAMP, 16), "");
-    const cass_field *field = &ard->fields[2];
-    EXPECT_TRUE(field->consise_type == SQL_TYPE_TIMESTAMP && field->data_ptr == &target &&
-                field->octet_length_ptr == &length_at && field->indicator_ptr == &indicator);
+    const cass_field &field = ard->fields[2];
+    EXPECT_TRUE(field.consise_type == SQL_TYPE_TIMESTAMP && field.data_ptr == &target &&
+                field.octet_length_ptr == &length && field.indicator_ptr == &length);
     SQLSMALLINT type = 0, code = 0, precision = 0, scale = 0;
     SQLGetDescRec(ard, 3, nullptr, 0, nullptr, &type, &code, &length, &precision, &scale, nullptr);
     EXPECT_TRUE(type == SQL_DATETIME && code == SQL_CODE_TIMESTAMP && length == 16 &&
@@ -187,14 +167,10 @@ TEST_F(descriptor, a_whole_record_is_set_and_read_back)
     // The parameter's implementation side keeps nothing of the arguments.
     set(ipd, 1, SQL_DESC_TYPE, SQL_INTEGER);
     EXPECT_EQ(set_rec(ipd, 1, SQL_CHAR, 0, 77), "");
-    field = &ipd->fields[0];
-    EXPECT_TRUE(field->type == SQL_INTEGER && field->octet_length == 4 && field->precision == 0 &&
-                field->data_ptr == nullptr);
+    EXPECT_TRUE(ipd->fields[0].type == SQL_INTEGER && ipd->fields[0].octet_length == 4);
     EXPECT_EQ(set_rec(ird, 1, 1, 0, 1) + set_rec(ard, -1, 1, 0, 1), "HY01607009");
     EXPECT_EQ(set_rec(ard, 1, 12, 0, 1), "HY003");
 }
-
-// ---- Descriptions -------------------------------------------------------------------------------
 
 TEST_F(descriptor, a_description_needs_a_result_and_one_of_its_columns)
 {
@@ -211,8 +187,7 @@ TEST_F(descriptor, a_description_needs_a_result_and_one_of_its_columns)
     };
     for (const SQLUSMALLINT column : {0, 4, 65535})
         EXPECT_EQ(describe(column) + attribute(column, SQL_DESC_NAME), "0700907009");
-    EXPECT_EQ(attribute(65535, SQL_DESC_COUNT), "");
-    EXPECT_EQ(attribute(1, 19), "HY091");
+    EXPECT_EQ(attribute(65535, SQL_DESC_COUNT) + attribute(1, 19), "HY091");
     // Column 0 is the bookmark when one is in use: type, size and length.
     static constexpr int bookmarks[][4] = {{SQL_UB_FIXED, SQL_INTEGER, 10, 11},
                                            {SQL_UB_VARIABLE, SQL_VARBINARY, 0, 8}};
