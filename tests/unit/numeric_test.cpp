@@ -113,15 +113,13 @@ TEST(numeric, digit_strings)
     EXPECT_EQ(cass_decimal_compare("1.50", "1.5"), 0);
     EXPECT_EQ(cass_decimal_compare("1.05", "1.5"), -1);
     EXPECT_EQ(cass_decimal_compare("01", "1.5"), 1);  // more digits before the point
-    // Each power of two, as digits, as a double and as a numeric.
+    // Each power of two, as digits and as a numeric.
     for (std::size_t i = 0; i < POWERS_OF_TWO; i++) {
         SQL_NUMERIC_STRUCT numeric = {.precision = 38, .scale = 0, .sign = 1, .val = {}};
         numeric.val[i / 8] = static_cast<SQLCHAR>(1u << i % 8);
-        const double power = std::ldexp(1.0, static_cast<int>(i));
         char text[64];
-        std::snprintf(text, sizeof text, "%.0f", power);
+        std::snprintf(text, sizeof text, "%.0f", std::ldexp(1.0, static_cast<int>(i)));
         EXPECT_STREQ(cass_pow2_text[i].data(), text);
-        EXPECT_EQ(cass_pow2_double[i], power);
         EXPECT_EQ(text_of(numeric), text);
     }
 }
@@ -160,10 +158,8 @@ TEST(numtext, doubles_equal_printf)
         // Numbers of everyday size, where the choice between the two styles is made.
         expect_as_printf(static_cast<double>(random() >> random() % 64) /
                          std::pow(10, static_cast<double>(random() % 12)));
+        expect_as_printf(-9.9999995 * std::pow(10, i % 28 - 8));
     }
-    for (int exponent = -8; exponent <= 20; exponent++)
-        for (const double factor : {1.0, 0.99999999999999989, -9.9999995})
-            expect_as_printf(factor * std::pow(10, exponent));
 }
 
 TEST(bigint, both_ways_are_exact_and_short)
