@@ -1,12 +1,13 @@
 // The pages of docs/ that list what there is, against the tables and answers of the driver.
+#include <cmath>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <set>
 #include <sstream>
 
 #include "core/session/cass_settings.h"
 #include "core/session/cass_settings_table.h"
+#include "core/wire/cql_type.h"
 #include "odbc/cass_conn_attrs.h"
 #include "odbc/cass_stmt_attrs.h"
 #include "tests/unit/cell_rig.h"
@@ -216,31 +217,21 @@ TEST_F(reference, information_is_what_its_page_says)
 
 TEST_F(reference, columns_are_described_as_their_page_says)
 {
-    static const std::map<std::string, int> types = {
-        {"ascii", CQL_ASCII},       {"text, varchar", CQL_VARCHAR},
-        {"inet", CQL_INET},         {"tinyint", CQL_TINYINT},
-        {"smallint", CQL_SMALLINT}, {"int", CQL_INT},
-        {"bigint", CQL_BIGINT},     {"counter", CQL_COUNTER},
-        {"boolean", CQL_BOOLEAN},   {"float", CQL_FLOAT},
-        {"double", CQL_DOUBLE},     {"decimal", CQL_DECIMAL},
-        {"varint", CQL_VARINT},     {"date", CQL_DATE},
-        {"time", CQL_TIME},         {"timestamp", CQL_TIMESTAMP},
-        {"uuid", CQL_UUID},         {"timeuuid", CQL_TIMEUUID},
-        {"blob", CQL_BLOB},
-    };
-    std::size_t compared = 0;
+    int compared = 0;
     stmt->executed = 1;
     for (const page_row &row : rows_of("types.md", "Columns")) {
-        const auto at_type = types.find(row[0]);
-        if (at_type == types.end())
+        const std::string cql_name = row[0].substr(row[0].rfind(' ') + 1);
+        cass_type_option option = {};
+        for (int id = CQL_ASCII; id <= CQL_TINYINT; id++)
+            if (strcasecmp(cql_type_name(id), cql_name.c_str()) == 0)
+                option.option_id = id;
+        if (option.option_id == 0)
             continue;  // nested: its description needs the types below
         compared++;
         for (const bool standard : {false, true}) {
             conn->conduct = standard ? &standard_conduct : &default_conduct;
             conn->settings.string_len = standard ? UNSIZED_COLUMN_LEN : DEFAULT_STRING_LEN;
             conn->settings.binary_len = standard ? UNSIZED_COLUMN_LEN : DEFAULT_BINARY_LEN;
-            cass_type_option option = {};
-            option.option_id = at_type->second;
             ASSERT_EQ(cass_desc_describe(stmt->ird, 1), 0);
             ASSERT_EQ(
                 cass_field_from_option(stmt, stmt->ird, 0, nullptr, nullptr, nullptr, &option), 0);
@@ -256,7 +247,7 @@ TEST_F(reference, columns_are_described_as_their_page_says)
                 << row[0];
         }
     }
-    EXPECT_EQ(compared, types.size());
+    EXPECT_EQ(compared, 19);
 }
 
 // Of each row of the page: a value for each way to fail.
@@ -288,28 +279,21 @@ static std::map<std::string, std::vector<source>> cell_samples()
         {"timestamp", {{CQL_TIMESTAMP, be(LEAP_DAY, 8)}, {CQL_TIMESTAMP, be(LEAP_DAY + 1, 8)},
          {CQL_TIMESTAMP, be(INT64_MAX, 8)}}},
         {"uuid, timeuuid", {{CQL_UUID, std::string(16, '\1')}}},
-        {"inet", {{CQL_INET, from_hex("0a000001")}}},
-        {"blob", {{CQL_BLOB, from_hex("0102")}}},
+        {"inet", {{CQL_INET, from_hex("0a000001")}}}, {"blob", {{CQL_BLOB, from_hex("0102")}}},
     };
     // clang-format on
 }
 
 TEST(reference_cells, are_read_as_their_page_says)
 {
+    // clang-format off
     static const std::vector<int> targets[] = {
-        {SQL_C_CHAR, SQL_C_WCHAR},
-        {SQL_C_BINARY},
-        {SQL_C_BIT},
+        {SQL_C_CHAR, SQL_C_WCHAR}, {SQL_C_BINARY}, {SQL_C_BIT},
         {SQL_C_STINYINT, SQL_C_UTINYINT, SQL_C_SSHORT, SQL_C_USHORT, SQL_C_SLONG, SQL_C_ULONG,
          SQL_C_SBIGINT, SQL_C_UBIGINT},
-        {SQL_C_FLOAT},
-        {SQL_C_DOUBLE},
-        {SQL_C_NUMERIC},
-        {SQL_C_TYPE_DATE},
-        {SQL_C_TYPE_TIME},
-        {SQL_C_TYPE_TIMESTAMP},
-        {SQL_C_GUID},
-    };
+        {SQL_C_FLOAT}, {SQL_C_DOUBLE}, {SQL_C_NUMERIC}, {SQL_C_TYPE_DATE}, {SQL_C_TYPE_TIME},
+        {SQL_C_TYPE_TIMESTAMP}, {SQL_C_GUID}};
+    // clang-format on
     const auto samples = cell_samples();
     const std::vector<page_row> rows = rows_of("types.md", "Reading");
     std::size_t compared = 0;
@@ -347,20 +331,12 @@ static std::vector<std::vector<app_value>> parameter_samples()
                                           no_instant = {2024, 13, 1, 0, 0, 0, 0};
     static constexpr SQL_NUMERIC_STRUCT half = {38, 1, 1, {15}},
                                         huge = {38, 0, 1, {0, 0, 0, 0, 0, 0, 0, 0, 1}};
-    static constexpr double inf = std::numeric_limits<double>::infinity();
+    // clang-format off
     std::vector<std::vector<app_value>> samples = {
-        {},
-        {},
-        {true, false},
-        {1, -1, 300, 100'000, 1L << 40, ~0UL},
-        {1.F, 1.5F, -1.F, 1e30F, float(inf)},
-        {1., 1.5, -1., 1e300, inf},
-        {half, huge},
-        {day, no_day, late},
-        {hour, no_hour},
-        {instant, no_instant},
-        {SQLGUID{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}}},
-    };
+        {}, {}, {true, false}, {1, -1, 300, 100'000, 1L << 40, ~0UL},
+        {1.F, 1.5F, -1.F, 1e30F, float(HUGE_VAL)}, {1., 1.5, -1., 1e300, HUGE_VAL}, {half, huge},
+        {day, no_day, late}, {hour, no_hour}, {instant, no_instant}, {guid}};
+    // clang-format on
     for (const char *text :
          {"1", "1.5", "x", "300", "1e400", "1e99999999999", "100000000000000000000", "0102",
           "2024-05-06", "2024-05-06 01:02:03", "99999999-01-01", "01:02:03", "10.0.0.1",
