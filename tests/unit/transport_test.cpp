@@ -1,5 +1,4 @@
-// The socket under a session: waits, what a session start asks of it, and two threads that
-// share it.
+// The socket under a session: waits, and what a session start asks of it.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -11,7 +10,6 @@
 #include "core/net/cass_conn.h"
 #include "core/session/cass_logon.h"
 #include "core/statement/cass_pkt_exchange.h"
-#include "odbc/entry_frame.h"
 #include "tests/unit/handles.h"
 
 // ---- Bytes --------------------------------------------------------------------------------------
@@ -39,16 +37,6 @@ TEST(connection, waits_on_a_non_blocking_socket_and_through_signals)
         EXPECT_TRUE(got[0] == 3 && got[1] == 0);
     }
     EXPECT_EQ(records(&s.conn->head), "");
-    // All of it is sent, whatever the socket takes at once.
-    const std::string bytes(4'000'000, 'w');
-    std::string total;
-    std::thread peer([&] {
-        while (total.size() < bytes.size())
-            total += heard(s);
-    });
-    EXPECT_EQ(conn_write(s.conn, bytes.data(), 4'000'000), 4'000'000);
-    peer.join();
-    EXPECT_TRUE(total == bytes);
 }
 
 // ---- Session start ------------------------------------------------------------------------------
@@ -88,22 +76,6 @@ TEST(open_servers, that_stay_silent_end_in_a_time_out)
         EXPECT_GE(waited.count(), seconds == 0 ? 0.29 : 0.99);
         EXPECT_TRUE(seconds == 1 || waited.count() < 0.95) << waited.count();
     }
-}
-
-// ---- Two threads on one connection --------------------------------------------------------------
-
-// Nothing stops the end of a thread, but it leaves no lock behind.
-TEST(entry_frame, thread_that_ends_within_a_call_leaves_the_handle_free)
-{
-    session s;
-    std::thread([&] {
-        static constexpr entry_point entry = {.name = "SQLFetch", .source = "SQLFetch.c"};
-        enter_stmt(
-            s.stmt, entry, [](cass_stmt *) {},
-            [](cass_stmt *) -> SQLRETURN { pthread_exit(nullptr); });
-    }).join();
-    ASSERT_EQ(cass_lock_try_enter(&s.stmt->api_lock), 1);
-    cass_lock_leave(&s.stmt->api_lock);
 }
 
 // The connect takes a second, as the server's queue is full. The request comes meanwhile.
