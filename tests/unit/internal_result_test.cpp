@@ -57,24 +57,16 @@ TEST_F(internal_result, columns_cells_nulls_and_a_cut_text_that_goes_on_in_its_b
         EXPECT_EQ(wanted, line.str());
         field++;
     }
-    EXPECT_EQ(3, cass_stmt_column_count(stmt->ird));
-    const char *const none[] = {nullptr, nullptr, nullptr};
-    const char *const whole[] = {"  -7x", "abcdefghi", "3"};
-    cass_insert_internal_row(stmt, none);
+    const char *const whole[] = {"  -7x", "abcdefghi", nullptr};
     cass_insert_internal_row(stmt, whole);
     SQLINTEGER number = 5;
-    SQLLEN lengths[2] = {};
     char name[6] = "";
-    SQLBindCol(stmt, 1, SQL_C_LONG, &number, 0, &lengths[0]);
-    SQLBindCol(stmt, 2, SQL_C_CHAR, name, sizeof name, &lengths[1]);
-    EXPECT_EQ(SQL_SUCCESS, SQLFetch(stmt));
-    EXPECT_EQ(2 * SQL_NULL_DATA, lengths[0] + lengths[1]);
-    EXPECT_EQ("1 22002@3", outcome(SQLGetData(stmt, 3, SQL_C_LONG, &number, 4, nullptr), stmt));
-    EXPECT_EQ(SQL_SUCCESS, SQLFetch(stmt));
-    EXPECT_EQ("01004@2", states_of(stmt));  // of the first piece
+    SQLBindCol(stmt, 1, SQL_C_LONG, &number, 0, nullptr);
+    SQLBindCol(stmt, 2, SQL_C_CHAR, name, sizeof name, nullptr);
+    EXPECT_EQ("0 01004@2", outcome(SQLFetch(stmt), stmt));  // of the first piece
     EXPECT_EQ(-7, number);
     EXPECT_STREQ("fghi", name);
-    EXPECT_EQ("3", cell_text(stmt, 3));
+    EXPECT_EQ("NULL", cell_text(stmt, 3));
     for (int i = 0; i < 2; i++)  // a second pass needs a second call
         EXPECT_EQ(SQL_NO_DATA, SQLFetch(stmt));
 }
