@@ -14,9 +14,9 @@ static void run_rows(const wire_ptr &wire, int size)
         const node_frame page = rows_frame({{"n", type_of(NODE_INT)}, {"t", type_of(NODE_VARCHAR)}},
                                            rows, {.paging_state = first + 100 < size ? "p" : ""});
         if (first == 0)
-            expect_query(wire->node.get(), "q", {page});
+            expect_query(wire->node, "q", {page});
         else
-            expect_next_query(wire->node.get(), "q", "p", {page});
+            expect_next_query(wire->node, "q", "p", {page});
     }
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
 }
@@ -151,7 +151,7 @@ TEST(bound, columns_are_bound_and_unbound_at_any_time_and_rows_go_forward)
 TEST(bound, columns_by_a_descriptor_of_several_statements)
 {
     const wire_ptr wire = wire_logged_on();
-    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire.get())};
+    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire)};
     SQLHDESC desc = nullptr;
     EXPECT_CONN(SQL_SUCCESS, wire->conn, SQLAllocHandle(SQL_HANDLE_DESC, wire->conn, &desc));
     SQLINTEGER n = 0;
@@ -164,7 +164,7 @@ TEST(bound, columns_by_a_descriptor_of_several_statements)
                                        {{be32(1), "one"}, {be32(2), "two"}});
     for (const SQLHSTMT stmt : stmts) {
         SQLSetStmtAttr(stmt, SQL_ATTR_APP_ROW_DESC, desc, 0);
-        expect_query(wire->node.get(), "q", {rows});
+        expect_query(wire->node, "q", {rows});
         EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, "q"));
     }
     for (const bool is_freed : {false, true}) {

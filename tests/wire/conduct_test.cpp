@@ -83,9 +83,9 @@ TEST(conduct, values_and_page_sizes_of_requests)
             sql += "x";
             bind(wire->stmt, 1, row.c_type, row.sql_type, row.data, row.indicator, 0, 5, 2);
             if (standard)
-                expect_prepare(wire->node.get(), sql,
+                expect_prepare(wire->node, sql,
                                {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
-            node_expect(wire->node.get(),
+            node_expect(wire->node,
                         {.opcode = standard ? NODE_EXECUTE : NODE_QUERY,
                          .body = (standard ? wire_short_bytes("ID") : wire_long_string(sql)) +
                                  be16(CONSISTENCY_ONE) + be8(5) +
@@ -115,8 +115,7 @@ TEST(conduct, values_and_page_sizes_of_requests)
         sql += "x";
         bind(wire->stmt, 1, row.c_type, SQL_VARCHAR, row.data,
              row.c_type == SQL_C_SLONG ? nullptr : &whole);
-        expect_prepare(wire->node.get(), sql,
-                       {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
+        expect_prepare(wire->node, sql, {prepared_frame("ID", {{"a", type_of(row.column)}}, {})});
         EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, sql));
         EXPECT_EQ(stmt_records(wire->stmt).at(0).substr(0, 5), row.state);
     }
@@ -129,10 +128,10 @@ TEST(conduct, wide_statements_and_settings_of_their_own)
         const wire_ptr wire =
             wire_logged_on({}, std::string("PageSize=200000;ReadTimeout=-4;Standard=") +
                                    (standard ? "yes" : "no"));
-        node_expect(wire->node.get(), {.opcode = NODE_QUERY,
-                                       .body = wire_long_string("select '" + word[standard] + "'") +
-                                               be16(CONSISTENCY_ONE) + be8(4) + be32(100'000),
-                                       .replies = {void_frame()}});
+        node_expect(wire->node, {.opcode = NODE_QUERY,
+                                 .body = wire_long_string("select '" + word[standard] + "'") +
+                                         be16(CONSISTENCY_ONE) + be8(4) + be32(100'000),
+                                 .replies = {void_frame()}});
         const std::u16string sql = u"select '" + wide_word + u"'";
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecDirectW(wire->stmt, odbc_wide(sql), SQL_NTS));
     }
@@ -166,7 +165,7 @@ TEST(conduct, wide_text_in_pieces)
     for (const bool standard : {false, true}) {
         for (const auto &row : cases) {
             const wire_ptr wire = logged_on(standard);
-            expect_query(wire->node.get(), "q", {text_page({text})});
+            expect_query(wire->node, "q", {text_page({text})});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
             EXPECT_EQ(in_pieces(wire->stmt, row[standard].first), row[standard].second);
@@ -180,7 +179,7 @@ TEST(conduct, bound_texts_that_are_cut)
     for (const bool standard : {false, true}) {
         for (const SQLSMALLINT type : {SQL_C_CHAR, SQL_C_WCHAR}) {
             const wire_ptr wire = logged_on(standard);
-            expect_query(wire->node.get(), "q", {text_page({"x", "x\xF0\x9F\x98\x80y"})});
+            expect_query(wire->node, "q", {text_page({"x", "x\xF0\x9F\x98\x80y"})});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
             char16_t rows[2][3] = {};
             SQLLEN lengths[2];
@@ -206,11 +205,10 @@ TEST(conduct, data_at_execution_in_every_run)
         SQLLEN at_exec = SQL_DATA_AT_EXEC;
         void *token = nullptr;
         bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &at_exec, &at_exec);
-        prepare_now(wire.get(), INSERT_ONE);
+        prepare_now(wire, INSERT_ONE);
         for (const bytes &run : {bytes("first"), bytes("second")}) {
             const bool asked = standard || run == "first";
-            expect_values(wire.get(), true, INSERT_ONE,
-                          counted({wire_bytes(asked ? run : "first")}));
+            expect_values(wire, true, INSERT_ONE, counted({wire_bytes(asked ? run : "first")}));
             EXPECT_STMT(asked ? SQL_NEED_DATA : SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
             if (!asked)
                 continue;
@@ -227,9 +225,9 @@ TEST(conduct, set_that_fails_and_page_that_does_not_come)
     for (const bool standard : {false, true}) {
         const wire_ptr wire = logged_on(standard);
         const auto sets = bind_sets(wire->stmt, "abc");
-        prepare_now(wire.get(), INSERT_TWO);
+        prepare_now(wire, INSERT_TWO);
         for (std::size_t i = 0; i < 3; i++)
-            expect_values(wire.get(), true, INSERT_TWO, sets->values[i],
+            expect_values(wire, true, INSERT_TWO, sets->values[i],
                           i == 1 ? error_frame(0x2200, "no") : void_frame());
         EXPECT_STMT(standard ? SQL_ERROR : SQL_SUCCESS_WITH_INFO, wire->stmt,
                     SQLExecute(wire->stmt));
@@ -237,8 +235,8 @@ TEST(conduct, set_that_fails_and_page_that_does_not_come)
         SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS);
 
         char cell[8] = "";
-        expect_query(wire->node.get(), "q", {text_page({"1"}, "p")});
-        expect_next_query(wire->node.get(), "q", "p", {error_frame(0x1200, "late")});
+        expect_query(wire->node, "q", {text_page({"1"}, "p")});
+        expect_next_query(wire->node, "q", "p", {error_frame(0x1200, "late")});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
         SQLBindCol(wire->stmt, 1, SQL_C_CHAR, cell, sizeof cell, nullptr);
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
@@ -252,9 +250,9 @@ TEST(conduct, set_that_fails_and_page_that_does_not_come)
 TEST(conduct, output_string_tells_what_was_set)
 {
     const wire_ptr wire = wire_open();
-    expect_logon(wire->node.get());
+    expect_logon(wire->node);
     std::string out;
-    const std::string settings = "SERVER=127.0.0.1:" + std::to_string(node_port(wire->node.get()));
+    const std::string settings = "SERVER=127.0.0.1:" + std::to_string(node_port(wire->node));
     EXPECT_CONN(SQL_SUCCESS, wire->conn,
                 wire_driver_connect(
                     wire->conn,
@@ -284,7 +282,7 @@ TEST(conduct, errors_of_the_server)
     for (const bool standard : {false, true}) {
         const wire_ptr wire = logged_on(standard);
         for (const auto &[code, text, found] : cases) {
-            expect_query(wire->node.get(), "q", {error_frame(code, text)});
+            expect_query(wire->node, "q", {error_frame(code, text)});
             EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "q"));
             SQLINTEGER native = -1;
             SQLGetDiagRec(SQL_HANDLE_STMT, wire->stmt, 1, nullptr, &native, nullptr, 0, nullptr);
@@ -310,7 +308,7 @@ TEST(conduct, descriptions_and_times)
     };
     for (const bool standard : {false, true}) {
         const wire_ptr wire = logged_on(standard);
-        expect_query(wire->node.get(), "q", {rows_frame(columns, {row})});
+        expect_query(wire->node, "q", {rows_frame(columns, {row})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
         SQLSMALLINT type = 0;
         SQLULEN size = 0;
@@ -328,7 +326,7 @@ TEST(conduct, descriptions_and_times)
             EXPECT_EQ(cell_text(wire->stmt, 2), expected[true].text[1]);
         }
 
-        expect_query(wire->node.get(), "q", {text_page({"x"})});
+        expect_query(wire->node, "q", {text_page({"x"})});
         SQLCloseCursor(wire->stmt);
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
         SQLDescribeCol(wire->stmt, 1, nullptr, 0, nullptr, &type, &size, nullptr, nullptr);
@@ -392,7 +390,7 @@ TEST(conduct, rows_that_fail_in_a_rowset)
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
 
         run_query(wire, "q", text_page({"1", "2"}, "state"));
-        expect_next_query(wire->node.get(), "q", "state", {error_frame(0x1200, "late")});
+        expect_next_query(wire->node, "q", "state", {error_frame(0x1200, "late")});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         if (!standard)
             continue;
@@ -401,7 +399,7 @@ TEST(conduct, rows_that_fail_in_a_rowset)
         EXPECT_STMT(SQL_ERROR, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_TRUE(stmt_records(wire->stmt).at(0).starts_with("HYT00"));
         // By the next fetch the page is asked for again.
-        expect_next_query(wire->node.get(), "q", "state", {text_page({"3"})});
+        expect_next_query(wire->node, "q", "state", {text_page({"3"})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_EQ(numbers[0], 3);
     }

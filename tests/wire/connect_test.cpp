@@ -12,7 +12,7 @@ static std::string dead_port()
 TEST(servers, first_one_that_answers_is_taken_and_named)
 {
     const wire_ptr wire = wire_open();
-    const std::string live = std::to_string(node_port(wire->node.get()));
+    const std::string live = std::to_string(node_port(wire->node));
     const std::string dead = dead_port();
     // Settings, and the server of the output string.
     const std::pair<std::string, std::string> cases[] = {
@@ -23,7 +23,7 @@ TEST(servers, first_one_that_answers_is_taken_and_named)
          "127.0.0.1:" + live},
     };
     for (const auto &[settings, server] : cases) {
-        expect_logon(wire->node.get());
+        expect_logon(wire->node);
         std::string out;
         EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_driver_connect(wire->conn, settings, &out));
         EXPECT_EQ(conn_records(wire->conn), record_list());
@@ -60,7 +60,7 @@ TEST(servers, only_the_last_failure_of_a_list_is_told)
 static wire_ptr asking_wire(bytes *token)
 {
     wire_ptr wire = wire_open();
-    node_answer_rest(wire->node.get(), [token](const node_request &request) {
+    node_answer_rest(wire->node, [token](const node_request &request) {
         if (request.opcode == NODE_STARTUP)
             return std::vector{authenticate_frame()};
         if (request.opcode != NODE_AUTH_RESPONSE)
@@ -85,7 +85,7 @@ TEST(connect_string, comes_back_whole)
         bytes first, second;
         const wire_ptr wire = asking_wire(&first);
         std::string out;
-        const std::string server = node_address(wire->node.get());
+        const std::string server = node_address(wire->node);
         EXPECT_CONN(SQL_SUCCESS, wire->conn,
                     wire_driver_connect(wire->conn,
                                         "Driver=/a/b;Server=" + replaced(server, ":", ",") +
@@ -119,10 +119,9 @@ TEST(connect_string, attributes_set_before_it_stay)
 {
     for (const bool standard : {false, true}) {
         const wire_ptr wire = wire_open();
-        expect_logon(wire->node.get());
+        expect_logon(wire->node);
         SQLSetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, odbc_number(77), 0);
-        EXPECT_CONN(SQL_SUCCESS, wire->conn,
-                    wire_connect(wire.get(), standard ? "Standard=Yes" : ""));
+        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire, standard ? "Standard=Yes" : ""));
         SQLUINTEGER seconds = 99;
         SQLGetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, &seconds, 0, nullptr);
         EXPECT_EQ(seconds, standard ? 77u : 0u);
@@ -139,8 +138,8 @@ TEST(connect_string, passwords_are_logged_by_default_alone)
         const wire_ptr wire = asking_wire(&token);
         for (int i = 0; i < 2; i++) {
             EXPECT_CONN(SQL_SUCCESS, wire->conn,
-                        wire_connect(wire.get(), "LOGFILE=" + log + ";LOGGING=yes;UID=u;PWD=Qx#;" +
-                                                     (standard ? "Standard=Yes" : "")));
+                        wire_connect(wire, "LOGFILE=" + log + ";LOGGING=yes;UID=u;PWD=Qx#;" +
+                                               (standard ? "Standard=Yes" : "")));
             SQLDisconnect(wire->conn);
         }
         std::string logged = file_content(log);

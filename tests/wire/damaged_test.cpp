@@ -98,15 +98,14 @@ static row_list run(const wire_ptr &wire, const variant &given, const damage &ha
 {
     const auto so_far = std::make_shared<served>();
     so_far->challenges = given.standard ? 0 : 1;  // by default there may be none
-    node_answer_rest(wire->node.get(),
-                     [so_far, harm, lz4 = given.lz4](const node_request &request) {
-                         return damaged_answer(so_far.get(), request, lz4, harm);
-                     });
+    node_answer_rest(wire->node, [so_far, harm, lz4 = given.lz4](const node_request &request) {
+        return damaged_answer(so_far.get(), request, lz4, harm);
+    });
     const std::string login =
         std::string(given.standard ? "Standard=Yes;Reconnect=No;" : "") + "UID=user;PWD=password";
-    row_list calls = {told(wire_connect(wire.get(), login), SQL_HANDLE_DBC, wire->conn)};
+    row_list calls = {told(wire_connect(wire, login), SQL_HANDLE_DBC, wire->conn)};
     if (!calls[0].starts_with("SQL_ERROR")) {
-        const SQLHSTMT stmt = wire_new_stmt(wire.get());
+        const SQLHSTMT stmt = wire_new_stmt(wire);
         const auto tell = [&](SQLRETURN code) {
             calls.push_back(told(code, SQL_HANDLE_STMT, stmt));
         };
@@ -149,7 +148,7 @@ struct damaged : testing::TestWithParam<variant> {
 TEST_P(damaged, reply_of_a_session)
 {
     const wire_ptr wire = wire_open();
-    node_expect_stream(wire->node.get(), ANY_STREAM);
+    node_expect_stream(wire->node, ANY_STREAM);
     std::vector<std::size_t> lengths;
     const row_list whole = run(wire, GetParam(), {NO_REPLY}, &lengths);
     ASSERT_GT(lengths.size(), 11u) << testing::PrintToString(whole);

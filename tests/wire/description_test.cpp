@@ -142,7 +142,7 @@ TEST(descriptions, parameters_as_columns_are)
         const std::size_t key_count = reply.body.find(be32(1) + be32(2) + be32(0));
         ASSERT_NE(key_count, bytes::npos);
         reply.body.replace(key_count + 8, 4, be32(1) + be16(0));
-        expect_prepare(wire->node.get(), INSERT_TWO, {reply});
+        expect_prepare(wire->node, INSERT_TWO, {reply});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt,
                     SQLPrepare(wire->stmt, odbc_text(INSERT_TWO), SQL_NTS));
         SQLSMALLINT type = 0, nullable[2] = {};

@@ -20,7 +20,7 @@ static std::string sole_state(SQLHSTMT stmt)
 // with.
 static std::string run_unanswered(const wire_ptr &wire, std::vector<node_frame> frames)
 {
-    expect_query(wire->node.get(), "unanswered", std::move(frames));
+    expect_query(wire->node, "unanswered", std::move(frames));
     EXPECT_EQ(exec(wire->stmt, "unanswered"), SQL_ERROR);
     return sole_state(wire->stmt);
 }
@@ -28,7 +28,7 @@ static std::string run_unanswered(const wire_ptr &wire, std::vector<node_frame> 
 static void expect_answered(const wire_ptr &wire, std::vector<node_frame> frames)
 {
     frames.push_back(text_page({"mine"}));
-    expect_query(wire->node.get(), "q", std::move(frames));
+    expect_query(wire->node, "q", std::move(frames));
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
     EXPECT_EQ(fetch_all(wire->stmt), row_list{"mine"});
     SQLFreeStmt(wire->stmt, SQL_CLOSE);
@@ -47,16 +47,16 @@ TEST(late, replies_are_dropped)
             node_frame reply = of_stream(text_page({"late"}), stream);
             reply.cut = came;
             EXPECT_EQ(run_unanswered(wire, {reply}), "HYT00");
-            node_expect_stream(wire->node.get(), ++stream);
+            node_expect_stream(wire->node, ++stream);
             reply.cut.reset();
             reply.skip = came;
             expect_answered(wire, {reply});
         }
         // Two that come in another order, and one that nobody waits for.
         EXPECT_EQ(run_unanswered(wire, {}), "HYT00");
-        node_expect_stream(wire->node.get(), stream + 1);
+        node_expect_stream(wire->node, stream + 1);
         EXPECT_EQ(run_unanswered(wire, {}), "HYT00");
-        node_expect_stream(wire->node.get(), stream + 2);
+        node_expect_stream(wire->node, stream + 2);
         expect_answered(wire, {of_stream(text_page({"late"}), stream + 1),
                                of_stream(error_frame(0x1200, "late"), stream)});
         EXPECT_EQ(run_unanswered(wire, {of_stream(void_frame(), stream)}), "08S01");
@@ -70,11 +70,11 @@ TEST(late, time_outs_of_the_attributes)
     const wire_ptr wire = wire_logged_on({}, "Standard=Yes;PageSize=100");
     SQLSetStmtAttr(wire->stmt, SQL_ATTR_QUERY_TIMEOUT, reinterpret_cast<SQLPOINTER>(1), 0);
     EXPECT_EQ(run_unanswered(wire, {}), "HYT00");
-    node_expect_stream(wire->node.get(), 1);
+    node_expect_stream(wire->node, 1);
     SQLSetConnectAttr(wire->conn, SQL_ATTR_CONNECTION_TIMEOUT, reinterpret_cast<SQLPOINTER>(1), 0);
     SQLSetStmtAttr(wire->stmt, SQL_ATTR_QUERY_TIMEOUT, reinterpret_cast<SQLPOINTER>(9), 0);
     EXPECT_EQ(run_unanswered(wire, {}), "HYT01");
-    node_expect_stream(wire->node.get(), 2);
+    node_expect_stream(wire->node, 2);
     expect_answered(wire, {});
 }
 
@@ -93,18 +93,18 @@ TEST(late, cancelled_requests)
         const std::jthread other = cancel_in(100);
         EXPECT_EQ(run_unanswered(wire, {}), "HY008");
     }
-    node_expect_stream(wire->node.get(), 1);
+    node_expect_stream(wire->node, 1);
     expect_answered(wire, {});
 
     SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, reinterpret_cast<SQLPOINTER>(3), 0);
     SQLINTEGER values[] = {1, 2, 3};
     SQLBindParameter(wire->stmt, 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, values, 0,
                      nullptr);
-    expect_prepare(wire->node.get(), "i ?", {prepared_frame("ID", {{"a", type_of(NODE_INT)}}, {})});
-    node_expect(wire->node.get(), {NODE_EXECUTE,
-                                   wire_short_bytes("ID") + be16(CONSISTENCY_ONE) + be8(5) +
-                                       be16(1) + wire_bytes(be32(1)) + be32(100),
-                                   {}});
+    expect_prepare(wire->node, "i ?", {prepared_frame("ID", {{"a", type_of(NODE_INT)}}, {})});
+    node_expect(wire->node, {NODE_EXECUTE,
+                             wire_short_bytes("ID") + be16(CONSISTENCY_ONE) + be8(5) + be16(1) +
+                                 wire_bytes(be32(1)) + be32(100),
+                             {}});
     {
         const std::jthread other = cancel_in(100);
         EXPECT_EQ(exec(wire->stmt, "i ?"), SQL_ERROR);
@@ -112,18 +112,18 @@ TEST(late, cancelled_requests)
     for (const std::string &record : stmt_records(wire->stmt))
         EXPECT_TRUE(record.starts_with("HY008")) << record;
     SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, reinterpret_cast<SQLPOINTER>(1), 0);
-    node_expect_stream(wire->node.get(), 2);
+    node_expect_stream(wire->node, 2);
 
-    expect_query(wire->node.get(), "pages", {text_page({"1"}, "state")});
+    expect_query(wire->node, "pages", {text_page({"1"}, "state")});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "pages"));
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
-    expect_next_query(wire->node.get(), "pages", "state", {});
+    expect_next_query(wire->node, "pages", "state", {});
     {
         const std::jthread other = cancel_in(100);
         EXPECT_EQ(SQLFetch(wire->stmt), SQL_ERROR);
     }
     EXPECT_EQ(sole_state(wire->stmt), "HY008");
-    node_expect_stream(wire->node.get(), 3);
+    node_expect_stream(wire->node, 3);
     SQLFreeStmt(wire->stmt, SQL_CLOSE);
     expect_answered(wire, {});
 }
@@ -142,15 +142,15 @@ TEST(late, pages_are_asked_for_again)
                  {"2", {}, "HYT00"},
                  {"2", {error_frame(0x000A, "no such state")}, "HY000"}};
     const wire_ptr wire = wire_logged_on({}, "Standard=Yes;PageSize=100;ReadTimeout=300");
-    expect_query(wire->node.get(), "pages", {text_page({"1"}, "1")});
+    expect_query(wire->node, "pages", {text_page({"1"}, "1")});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "pages"));
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
     for (const auto &c : cases) {
-        expect_next_query(wire->node.get(), "pages", c.state, c.replies);
+        expect_next_query(wire->node, "pages", c.state, c.replies);
         const SQLRETURN code = SQLFetch(wire->stmt);
         EXPECT_EQ(code == SQL_SUCCESS ? row_text(wire->stmt) : sole_state(wire->stmt), c.outcome);
         if (c.replies.empty())
-            node_expect_stream(wire->node.get(), 1);
+            node_expect_stream(wire->node, 1);
     }
     EXPECT_EQ(SQLFetch(wire->stmt), SQL_NO_DATA);
 }
@@ -169,8 +169,7 @@ TEST(late, broken_connections_say_so)
     for (const bool standard : {false, true}) {
         const wire_ptr wire = wire_logged_on({}, standard ? "Standard=Yes" : "");
         EXPECT_EQ(is_dead(wire->conn), SQL_CD_FALSE);
-        node_answer_rest(wire->node.get(),
-                         [](const node_request &) { return std::vector{no_answer()}; });
+        node_answer_rest(wire->node, [](const node_request &) { return std::vector{no_answer()}; });
         EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "q"));
         EXPECT_EQ(sole_state(wire->stmt), "08S01");
         EXPECT_EQ(is_dead(wire->conn), standard ? SQL_CD_TRUE : SQL_CD_FALSE);
@@ -179,9 +178,9 @@ TEST(late, broken_connections_say_so)
         // It can be made anew.
         SQLFreeHandle(SQL_HANDLE_STMT, wire->stmt);
         EXPECT_CONN(SQL_SUCCESS, wire->conn, SQLDisconnect(wire->conn));
-        expect_logon(wire->node.get());
-        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire.get(), "Standard=Yes;PageSize=100"));
-        wire->stmt = wire_new_stmt(wire.get());
+        expect_logon(wire->node);
+        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire, "Standard=Yes;PageSize=100"));
+        wire->stmt = wire_new_stmt(wire);
         expect_answered(wire, {});
         EXPECT_EQ(is_dead(wire->conn), SQL_CD_FALSE);
     }
@@ -189,7 +188,7 @@ TEST(late, broken_connections_say_so)
     const wire_ptr wire = wire_logged_on({}, "Standard=Yes;PageSize=100");
     node_frame last = text_page({"mine"});
     node_frame event = {.opcode = NODE_EVENT, .ending = CLOSE};
-    expect_query(wire->node.get(), "q", {last, event});
+    expect_query(wire->node, "q", {last, event});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
     for (int wait = 0; wait < 200 && is_dead(wire->conn) == SQL_CD_FALSE; wait++)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

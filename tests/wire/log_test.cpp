@@ -167,7 +167,7 @@ TEST_F(log_folder, every_function_names_its_arguments_and_its_result)
 {
     const wire_ptr wire = wire_logged_on({}, "LOGGING=yes;LOGFILE=" + file);
     const node_columns column = {{"name", type_of(NODE_INT)}};
-    node_answer_rest(wire->node.get(), [&](const node_request &request) {
+    node_answer_rest(wire->node, [&](const node_request &request) {
         if (request.opcode == NODE_PREPARE)
             return std::vector{prepared_frame("id", column, column)};
         if (request.body.find("system_schema") != bytes::npos)
@@ -221,7 +221,7 @@ TEST_F(log_folder, each_failure_of_a_reply_is_recorded_before_it_is_posted)
     };
     for (const auto &[reply, failures] : replies) {
         fs::remove(file);
-        expect_query(wire->node.get(), "q", {reply});
+        expect_query(wire->node, "q", {reply});
         exec(wire->stmt, "q");
         SQLFetch(wire->stmt);
         EXPECT_EQ(told_before_postings(records_of(file_content(file))), failures);

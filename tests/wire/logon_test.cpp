@@ -14,8 +14,8 @@ static void attempt(const wire_ptr &wire, SQLRETURN wanted, const std::string &s
         {NODE_STARTUP, startup_body(lz4)},
         {NODE_AUTH_RESPONSE, wire_long_string(zero + user + zero + password)}};
     for (std::size_t i = 0; i < replies.size(); i++)
-        node_expect(wire->node.get(), {requests[i].first, requests[i].second, {replies[i]}});
-    EXPECT_CONN(wanted, wire->conn, wire_connect(wire.get(), settings));
+        node_expect(wire->node, {requests[i].first, requests[i].second, {replies[i]}});
+    EXPECT_CONN(wanted, wire->conn, wire_connect(wire, settings));
     if (wanted != SQL_ERROR) {
         EXPECT_CONN(SQL_SUCCESS, wire->conn, SQLDisconnect(wire->conn));
     }
@@ -96,7 +96,7 @@ TEST(logon, failures_are_told_and_leave_the_handle_usable)
         EXPECT_EQ(conn_records(wire->conn), records);
     }
     // Standard=Yes tells them apart, and answers any class of authenticator.
-    const std::string server = node_address(wire->node.get()) + ": ";
+    const std::string server = node_address(wire->node) + ": ";
     const node_frame other = authenticate_frame("com.example.Other");
     const std::pair<std::vector<node_frame>, std::string> told[] = {
         {{options, startup, error_frame(0x100, "no")}, "28000 Invalid authorization: no"},
@@ -122,9 +122,9 @@ TEST(logon, failures_are_told_and_leave_the_handle_usable)
                                   {NODE_STARTUP, startup_body(false), {other}},
                                   {NODE_AUTH_RESPONSE, token, {challenge}},
                                   {NODE_AUTH_RESPONSE, token, {auth_success_frame()}}})
-        node_expect(wire->node.get(), step);
+        node_expect(wire->node, step);
     attempt(wire, SQL_SUCCESS, "Standard=Yes;UID=u;PWD=p", {});
-    expect_logon(wire->node.get());
+    expect_logon(wire->node);
     attempt(wire, SQL_SUCCESS, "", {});
 }
 
@@ -134,30 +134,29 @@ TEST(logon, keyspace_is_selected_in_double_quotes)
 {
     for (const bool refused : {false, true}) {
         const wire_ptr wire = wire_open();
-        expect_logon(wire->node.get(), {.lz4 = !refused});
-        node_expect(wire->node.get(),
+        expect_logon(wire->node, {.lz4 = !refused});
+        node_expect(wire->node,
                     {NODE_QUERY,
                      wire_long_string("USE \"MixedCase\";") + be16(CONSISTENCY_ONE) + be8(0),
                      {refused ? error_frame(0x2200, "Keyspace does not exist")
                               : set_keyspace_frame("MixedCase")}});
         EXPECT_CONN(refused ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->conn,
-                    wire_connect(wire.get(), "KEYSPACE=MixedCase"));
+                    wire_connect(wire, "KEYSPACE=MixedCase"));
         EXPECT_EQ(conn_records(wire->conn), record_list());
-        wire->stmt = wire_new_stmt(wire.get());
+        wire->stmt = wire_new_stmt(wire);
         if (!refused)
-            expect_query(wire->node.get(), "q", {void_frame()});
+            expect_query(wire->node, "q", {void_frame()});
         EXPECT_STMT(refused ? SQL_ERROR : SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
         EXPECT_EQ(stmt_records(wire->stmt),
                   refused ? record_list{link_failure + "failed to send packet"} : record_list());
     }
     // Standard=Yes says so.
     const wire_ptr wire = wire_open();
-    expect_logon(wire->node.get());
-    node_expect(wire->node.get(),
-                {NODE_QUERY,
-                 wire_long_string("USE \"nope\";") + be16(CONSISTENCY_ONE) + be8(0),
-                 {error_frame(0x2200, "Keyspace 'nope' does not exist")}});
-    EXPECT_CONN(SQL_ERROR, wire->conn, wire_connect(wire.get(), "Standard=Yes;KEYSPACE=nope"));
+    expect_logon(wire->node);
+    node_expect(wire->node, {NODE_QUERY,
+                             wire_long_string("USE \"nope\";") + be16(CONSISTENCY_ONE) + be8(0),
+                             {error_frame(0x2200, "Keyspace 'nope' does not exist")}});
+    EXPECT_CONN(SQL_ERROR, wire->conn, wire_connect(wire, "Standard=Yes;KEYSPACE=nope"));
     EXPECT_EQ(conn_records(wire->conn),
               record_list{"3F000 Invalid schema name: Keyspace 'nope' does not exist"});
 }

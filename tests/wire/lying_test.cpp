@@ -47,7 +47,7 @@ TEST(lies, short_body_ends_the_result)
     const std::size_t second_row = 4 + (4 + 0) + (4 + 17) + (4 + 6) + (4 + 20);
     for (std::size_t length = 0; length < whole.size(); length++) {
         SCOPED_TRACE(length);
-        expect_query(wire->node.get(), "q", {result_of(whole.substr(0, length))});
+        expect_query(wire->node, "q", {result_of(whole.substr(0, length))});
         exec(wire->stmt, "q");
         const row_list rows = fetch_all(wire->stmt);
         if (length >= whole.size() - second_row) {
@@ -69,7 +69,7 @@ TEST(lies, any_byte_may_be_wrong_or_missing)
                                 wire_string("ks") + wire_string("f") + be16(1) +
                                 wire_string("int")};
     // A page that is asked for by a wrong flag gets a refusal.
-    node_answer_rest(wire->node.get(), [](const node_request &) {
+    node_answer_rest(wire->node, [](const node_request &) {
         return std::vector<node_frame>{error_frame(0x2200, "no such page")};
     });
     for (const bytes &whole : bodies)
@@ -79,13 +79,13 @@ TEST(lies, any_byte_may_be_wrong_or_missing)
                 bytes body = whole.substr(0, value < 0 ? at : bytes::npos);
                 if (value >= 0)
                     body[at] = static_cast<char>(value);
-                expect_query(wire->node.get(), "q", {result_of(body)});
+                expect_query(wire->node, "q", {result_of(body)});
                 exec(wire->stmt, "q");
                 // Of thousands of columns the first ones.
                 for (int row = 0; row < 5 && SQL_SUCCEEDED(SQLFetch(wire->stmt)); row++)
                     for (int column = 1; column <= std::min(column_count(wire->stmt), 50); column++)
                         cell_text(wire->stmt, column);
-                expect_prepare(wire->node.get(), "q", {result_of(body)});
+                expect_prepare(wire->node, "q", {result_of(body)});
                 prepare(wire->stmt, "q");
                 expect_in_step(wire);
             }

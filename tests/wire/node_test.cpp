@@ -7,7 +7,7 @@ static void ask(const char *asked, bool expected)
 {
     const wire_ptr wire = wire_logged_on();
     if (expected)
-        expect_query(wire->node.get(), "right", {void_frame()});
+        expect_query(wire->node, "right", {void_frame()});
     if (asked != nullptr)
         exec(wire->stmt, asked);
 }

@@ -9,11 +9,11 @@ static wire_ptr logged_on()
     return wire_logged_on({}, "PageSize=100;Standard=Yes;Reconnect=No");
 }
 
-static void expect_prepared(const wire_session *wire, std::string_view sql, int second)
+static void expect_prepared(const wire_ptr &wire, std::string_view sql, int second)
 {
     const node_columns markers = {{"a", type_of(NODE_INT)}, {"b", type_of(second)}};
     const auto count = static_cast<std::ptrdiff_t>(sql == INSERT_TWO ? 2 : 1);
-    expect_prepare(wire->node.get(), sql,
+    expect_prepare(wire->node, sql,
                    {prepared_frame("ID", {markers.end() - count, markers.end()}, {})});
 }
 
@@ -58,13 +58,13 @@ TEST(parameter_sets, each_one_fails_alone_and_is_told_by_its_number)
             const auto sets = bind_sets(wire->stmt, texts);
             std::vector<SQLUSMALLINT> operation;
             auto reply = replies.begin();
-            expect_prepared(wire.get(), INSERT_TWO, NODE_INT);
+            expect_prepared(wire, INSERT_TWO, NODE_INT);
             for (std::size_t i = 0; i < texts.size(); i++) {
                 operation.push_back(texts[i] == '-' ? SQL_PARAM_IGNORE : SQL_PARAM_PROCEED);
                 if (texts[i] == 'd')
                     sets->lengths[i] = SQL_DEFAULT_PARAM;
                 if (texts[i] >= '1' && texts[i] <= '9' && reply != replies.end())
-                    expect_values(wire.get(), true, INSERT_TWO,
+                    expect_values(wire, true, INSERT_TWO,
                                   counted({int_value(sets->numbers[i]), int_value(texts[i] - '0')}),
                                   *reply++);
             }
@@ -72,7 +72,7 @@ TEST(parameter_sets, each_one_fails_alone_and_is_told_by_its_number)
             if (prepared) {
                 EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, INSERT_TWO));
             }
-            EXPECT_STMT(code, wire->stmt, execute(wire.get(), prepared, INSERT_TWO));
+            EXPECT_STMT(code, wire->stmt, execute(wire, prepared, INSERT_TWO));
             EXPECT_EQ(places(wire->stmt), records);
             EXPECT_EQ(sets->status, status);
             EXPECT_EQ(sets->processed, texts.size());
@@ -89,7 +89,7 @@ TEST(parameter_sets, data_at_execution_of_each_set)
     SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAM_OPERATION_PTR, operation.data(), 0);
     for (const std::size_t i : {0, 2, 3})
         sets->lengths[i] = SQL_LEN_DATA_AT_EXEC(5);
-    expect_prepared(wire.get(), INSERT_TWO, NODE_VARCHAR);
+    expect_prepared(wire, INSERT_TWO, NODE_VARCHAR);
     EXPECT_STMT(SQL_NEED_DATA, wire->stmt, exec(wire->stmt, INSERT_TWO));
     for (const bytes &run : {bytes("again"), bytes("last")}) {
         void *token = nullptr;
@@ -100,12 +100,12 @@ TEST(parameter_sets, data_at_execution_of_each_set)
         const auto values = [&](std::size_t set, const bytes &text) {
             return counted({int_value(sets->numbers[set]), wire_bytes(text)});
         };
-        expect_values(wire.get(), true, INSERT_TWO, values(0, run));
-        expect_values(wire.get(), true, INSERT_TWO, sets->values[1]);
+        expect_values(wire, true, INSERT_TWO, values(0, run));
+        expect_values(wire, true, INSERT_TWO, sets->values[1]);
         EXPECT_STMT(SQL_NEED_DATA, wire->stmt, SQLParamData(wire->stmt, &token));
         EXPECT_EQ(sets->processed, 3u);
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLPutData(wire->stmt, odbc_text("third"), 5));
-        expect_values(wire.get(), true, INSERT_TWO, values(2, "third"));
+        expect_values(wire, true, INSERT_TWO, values(2, "third"));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, &token));
         EXPECT_EQ(sets->status, (std::vector<SQLUSMALLINT>{0, 0, 0, SQL_PARAM_UNUSED}));
         EXPECT_STMT(SQL_ERROR, wire->stmt, SQLParamData(wire->stmt, &token));
@@ -146,7 +146,7 @@ TEST(parameter_sets, pieces_and_a_pause_that_is_cancelled)
                    {SQL_C_CHAR, {{"a", -7}}, "HY090 0 -1"},
                    {SQL_C_BINARY, {{"a", SQL_NTS}}, "HY090 0 -1"}};
     SQLLEN at_exec = SQL_DATA_AT_EXEC;
-    expect_prepared(wire.get(), INSERT_ONE, NODE_VARCHAR);
+    expect_prepared(wire, INSERT_ONE, NODE_VARCHAR);
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, INSERT_ONE));
     for (const auto &[c_type, pieces, wanted] : cases) {
         SCOPED_TRACE(wanted);
@@ -163,7 +163,7 @@ TEST(parameter_sets, pieces_and_a_pause_that_is_cancelled)
             continue;
         }
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, put_pieces(wire->stmt, pieces));
-        expect_values(wire.get(), true, INSERT_ONE,
+        expect_values(wire, true, INSERT_ONE,
                       counted({wanted == "NULL" ? wire_bytes(std::nullopt) : wire_bytes(wanted)}));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
     }

@@ -9,13 +9,13 @@
 inline constexpr char INSERT_ONE[] = "insert into t (a) values (?)";
 inline constexpr char INSERT_TWO[] = "insert into t (a, b) values (?, ?)";
 
-inline void prepare_now(const wire_session *wire, std::string_view sql)
+inline void prepare_now(const wire_ptr &wire, std::string_view sql)
 {
-    expect_prepare(wire->node.get(), sql, {prepared_frame("ID", {}, {})});
+    expect_prepare(wire->node, sql, {prepared_frame("ID", {}, {})});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, bytes(sql)));
 }
 
-inline SQLRETURN execute(const wire_session *wire, bool prepared, std::string_view sql)
+inline SQLRETURN execute(const wire_ptr &wire, bool prepared, std::string_view sql)
 {
     return prepared ? SQLExecute(wire->stmt) : exec(wire->stmt, bytes(sql));
 }
@@ -36,14 +36,14 @@ inline bytes counted(const std::vector<bytes> &values)
 
 // The request of an execution, or with a paging state that for a further page. Values: flags 5 and
 // 13.
-inline void expect_values(const wire_session *wire, bool prepared, std::string_view sql,
+inline void expect_values(const wire_ptr &wire, bool prepared, std::string_view sql,
                           const bytes &values, node_frame reply = void_frame(),
                           std::string_view paging_state = {})
 {
     const bytes head = prepared ? wire_short_bytes("ID") : wire_long_string(sql);
     const bool first = paging_state.empty();
     const bytes page = be32(100) + (first ? "" : wire_long_string(paging_state));
-    node_expect(wire->node.get(),
+    node_expect(wire->node,
                 {.opcode = prepared ? NODE_EXECUTE : NODE_QUERY,
                  .body = head + be16(CONSISTENCY_ONE) + be8(first ? 5 : 13) + values + page,
                  .replies = {std::move(reply)}});

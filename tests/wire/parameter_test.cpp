@@ -14,17 +14,17 @@ TEST(parameter_arrays, further_pages_repeat_the_values_of_the_last_set)
         const wire_ptr wire = wire_logged_on({.lz4 = prepared});
         const auto sets = bind_sets(wire->stmt, "ab");
         if (prepared) {
-            prepare_now(wire.get(), SELECT_TWO);
+            prepare_now(wire, SELECT_TWO);
             SQLSMALLINT markers = 0;
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLNumParams(wire->stmt, &markers));
             EXPECT_EQ(markers, 2);
-            expect_values(wire.get(), true, SELECT_TWO, sets->values[0], text_page({"0"}, "p0"));
+            expect_values(wire, true, SELECT_TWO, sets->values[0], text_page({"0"}, "p0"));
         }
         const bytes &last = sets->values[1];
-        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page({"1"}, "p1"));
-        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page({"2"}, "p2"), "p1");
-        expect_values(wire.get(), prepared, SELECT_TWO, last, text_page({"3"}), "p2");
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire.get(), prepared, SELECT_TWO));
+        expect_values(wire, prepared, SELECT_TWO, last, text_page({"1"}, "p1"));
+        expect_values(wire, prepared, SELECT_TWO, last, text_page({"2"}, "p2"), "p1");
+        expect_values(wire, prepared, SELECT_TWO, last, text_page({"3"}), "p2");
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire, prepared, SELECT_TWO));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS));
         sets->numbers = {};
@@ -32,8 +32,8 @@ TEST(parameter_arrays, further_pages_repeat_the_values_of_the_last_set)
         EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"2", "3"}));
 
         // A statement without markers in its place sends none of the old values.
-        expect_query(wire->node.get(), "q", {text_page({"1"}, "p")});
-        expect_next_query(wire->node.get(), "q", "p", {text_page({"2"})});
+        expect_query(wire->node, "q", {text_page({"1"}, "p")});
+        expect_next_query(wire->node, "q", "p", {text_page({"2"})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
         EXPECT_EQ(fetch_all(wire->stmt), (std::vector<std::string>{"1", "2"}));
     }
@@ -64,11 +64,11 @@ TEST(parameter_arrays, refused_sets_do_not_stop_the_others)
         SCOPED_TRACE(testing::PrintToString(found));
         const wire_ptr wire = wire_logged_on();
         const auto sets = bind_sets(wire->stmt, "abc");
-        prepare_now(wire.get(), INSERT_TWO);
+        prepare_now(wire, INSERT_TWO);
         SQLRETURN code = SQL_SUCCESS;
         for (const std::vector<node_frame> &run : {earlier, replies}) {
             for (std::size_t i = 0; i < run.size(); i++)
-                expect_values(wire.get(), true, INSERT_TWO, sets->values[i], run[i]);
+                expect_values(wire, true, INSERT_TWO, sets->values[i], run[i]);
             code = SQLExecute(wire->stmt);
         }
         EXPECT_STMT(wanted, wire->stmt, code);
@@ -89,12 +89,12 @@ TEST(parameter_arrays, operation_array_leaves_sets_out)
         const auto sets = bind_sets(wire->stmt, "1234567");
         SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAM_OPERATION_PTR, operation.data(), 0);
         if (prepared) {
-            prepare_now(wire.get(), INSERT_TWO);
-            expect_values(wire.get(), true, INSERT_TWO, sets->values[1]);
-            expect_values(wire.get(), true, INSERT_TWO, sets->values[4]);
+            prepare_now(wire, INSERT_TWO);
+            expect_values(wire, true, INSERT_TWO, sets->values[1]);
+            expect_values(wire, true, INSERT_TWO, sets->values[4]);
         }
-        expect_values(wire.get(), prepared, INSERT_TWO, sets->values[6]);
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire.get(), prepared, INSERT_TWO));
+        expect_values(wire, prepared, INSERT_TWO, sets->values[6]);
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire, prepared, INSERT_TWO));
         EXPECT_EQ(sets->processed, 7u);
         EXPECT_EQ(sets->status, status);
 
@@ -102,7 +102,7 @@ TEST(parameter_arrays, operation_array_leaves_sets_out)
         std::vector<SQLUSMALLINT> none(7, SQL_PARAM_IGNORE);
         SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAM_OPERATION_PTR, none.data(), 0);
         EXPECT_STMT(prepared ? SQL_SUCCESS : SQL_ERROR, wire->stmt,
-                    execute(wire.get(), prepared, INSERT_TWO));
+                    execute(wire, prepared, INSERT_TWO));
         EXPECT_EQ(stmt_records(wire->stmt),
                   prepared ? record_list() : record_list{"HY000 General error"});
     }
@@ -128,18 +128,18 @@ TEST(parameter_failures, nothing_is_sent_and_the_statement_goes_on)
             if (!bound)
                 SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS);
             if (prepared)
-                prepare_now(wire.get(), INSERT_TWO);
+                prepare_now(wire, INSERT_TWO);
             if (prepared && bound)
-                expect_values(wire.get(), true, INSERT_TWO,
+                expect_values(wire, true, INSERT_TWO,
                               counted({int_value(sets->numbers[0]), int_value(1)}));
-            EXPECT_STMT(SQL_ERROR, wire->stmt, execute(wire.get(), prepared, INSERT_TWO));
+            EXPECT_STMT(SQL_ERROR, wire->stmt, execute(wire, prepared, INSERT_TWO));
             EXPECT_EQ(stmt_records(wire->stmt), record_list{record});
             EXPECT_EQ(sets->processed, bound ? 2 : unknown_count);
             EXPECT_EQ(sets->status, status);
 
             const auto good = bind_sets(wire->stmt, "x");
-            expect_values(wire.get(), prepared, INSERT_TWO, good->values[0]);
-            EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire.get(), prepared, INSERT_TWO));
+            expect_values(wire, prepared, INSERT_TWO, good->values[0]);
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire, prepared, INSERT_TWO));
         }
     }
 }
@@ -166,7 +166,7 @@ static void expect_asked(SQLHSTMT stmt, const void *token)
 
 // Prepares the text where the run is a prepared one, and runs it up to the pause. The server would
 // complain of a request in it.
-static void run_to_pause(const wire_session *wire, bool prepared, const bytes &sql)
+static void run_to_pause(const wire_ptr &wire, bool prepared, const bytes &sql)
 {
     if (prepared)
         prepare_now(wire, sql);
@@ -174,7 +174,7 @@ static void run_to_pause(const wire_session *wire, bool prepared, const bytes &s
 }
 
 // The same with a single parameter, a text whose token is its indicator; up to its first chunk.
-static void run_to_chunk(const wire_session *wire, bool prepared, const bytes &sql, SQLLEN *at_exec,
+static void run_to_chunk(const wire_ptr &wire, bool prepared, const bytes &sql, SQLLEN *at_exec,
                          const bytes &chunk)
 {
     *at_exec = SQL_DATA_AT_EXEC;
@@ -201,7 +201,7 @@ TEST(data_at_execution_requests, values_are_asked_for_in_order_and_sent_in_one_r
         bind(wire->stmt, 2, SQL_C_SLONG, SQL_INTEGER, &number, &plain);
         bind(wire->stmt, 3, SQL_C_BINARY, SQL_LONGVARBINARY, &tokens[1], &with_length);
         bind(wire->stmt, 4, SQL_C_CHAR, SQL_VARCHAR, nullptr, &at_exec);
-        run_to_pause(wire.get(), prepared, INSERT_FOUR);
+        run_to_pause(wire, prepared, INSERT_FOUR);
         expect_asked(wire->stmt, &tokens[0]);
         put(wire->stmt, "one chunk");
         expect_asked(wire->stmt, &tokens[1]);
@@ -213,7 +213,7 @@ TEST(data_at_execution_requests, values_are_asked_for_in_order_and_sent_in_one_r
         const std::vector<bytes> values = {wire_bytes("one chunk"), int_value(6), wire_bytes(large),
                                            wire_bytes(std::nullopt)};
         // The code and the records of the last call are those of the execution.
-        expect_values(wire.get(), prepared, INSERT_FOUR, counted(values),
+        expect_values(wire, prepared, INSERT_FOUR, counted(values),
                       prepared ? error_frame(0x2200, "no table")
                                : with_warnings(void_frame(), {"slow"}));
         EXPECT_STMT(prepared ? SQL_ERROR : SQL_SUCCESS_WITH_INFO, wire->stmt,
@@ -232,23 +232,23 @@ TEST(data_at_execution_requests, chunks_stay_for_the_next_execution)
 {
     const wire_ptr wire = wire_logged_on();
     const auto expect_run = [&](bool prepared, std::string_view text, bool paused) {
-        expect_values(wire.get(), prepared, INSERT_ONE, one_value(text));
+        expect_values(wire, prepared, INSERT_ONE, one_value(text));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt,
                     paused ? SQLParamData(wire->stmt, nullptr) : SQLExecute(wire->stmt));
     };
     SQLLEN at_exec;
-    run_to_chunk(wire.get(), true, INSERT_ONE, &at_exec, "kept");
+    run_to_chunk(wire, true, INSERT_ONE, &at_exec, "kept");
     expect_run(true, "kept", true);
     expect_run(true, "kept", false);
-    run_to_pause(wire.get(), false, INSERT_ONE);
+    run_to_pause(wire, false, INSERT_ONE);
     expect_asked(wire->stmt, &at_exec);
     put(wire->stmt, " and more");
     expect_run(false, "kept and more", true);
-    run_to_chunk(wire.get(), false, INSERT_ONE, &at_exec, "new");
+    run_to_chunk(wire, false, INSERT_ONE, &at_exec, "new");
     expect_run(false, "new", true);
     for (int i = 0; i < 2; i++) {
         if (i == 0)
-            prepare_now(wire.get(), INSERT_ONE);
+            prepare_now(wire, INSERT_ONE);
         bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &at_exec, &at_exec);
         expect_run(true, "", false);
     }
@@ -262,17 +262,17 @@ TEST(data_at_execution_requests, pause_of_a_later_execution_sends_the_sets_from_
     const auto sets = bind_sets(wire->stmt, "abc");
     sets->lengths[1] = SQL_DATA_AT_EXEC;
     SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(1), 0);
-    prepare_now(wire.get(), INSERT_TWO);
-    expect_values(wire.get(), true, INSERT_TWO, sets->values[0]);
+    prepare_now(wire, INSERT_TWO);
+    expect_values(wire, true, INSERT_TWO, sets->values[0]);
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
 
     SQLSetStmtAttr(wire->stmt, SQL_ATTR_PARAMSET_SIZE, odbc_number(3), 0);
     EXPECT_STMT(SQL_NEED_DATA, wire->stmt, SQLExecute(wire->stmt));
     expect_asked(wire->stmt, sets->texts.data());
     put(wire->stmt, "late");
-    expect_values(wire.get(), true, INSERT_TWO,
+    expect_values(wire, true, INSERT_TWO,
                   counted({int_value(sets->numbers[1]), wire_bytes("late")}));
-    expect_values(wire.get(), true, INSERT_TWO, sets->values[2]);
+    expect_values(wire, true, INSERT_TWO, sets->values[2]);
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
 }
 
@@ -283,14 +283,14 @@ TEST(data_at_execution_requests, arrays_take_the_value_in_each_set_that_asks)
         const wire_ptr wire = wire_logged_on();
         const auto sets = bind_sets(wire->stmt, "abc");
         sets->lengths[0] = sets->lengths[2] = SQL_DATA_AT_EXEC;
-        run_to_pause(wire.get(), prepared, INSERT_TWO);
+        run_to_pause(wire, prepared, INSERT_TWO);
         EXPECT_EQ(sets->processed, unknown_count);
         expect_asked(wire->stmt, sets->texts.data());
         put(wire->stmt, "long");
         for (const std::size_t set : {0, 2})
             sets->values[set] = counted({int_value(sets->numbers[set]), wire_bytes("long")});
         for (std::size_t set = prepared ? 0 : 2; set < 3; set++)
-            expect_values(wire.get(), prepared, INSERT_TWO, sets->values[set]);
+            expect_values(wire, prepared, INSERT_TWO, sets->values[set]);
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
         EXPECT_EQ(sets->processed, 3u);
         EXPECT_EQ(sets->status, std::vector<SQLUSMALLINT>(3, SQL_PARAM_SUCCESS));
@@ -306,15 +306,15 @@ TEST(data_at_execution_requests, direct_select_has_one_page_unless_its_columns_w
     for (const bool asked : {false, true}) {
         const wire_ptr wire = wire_logged_on();
         SQLLEN at_exec;
-        run_to_chunk(wire.get(), false, SELECT_ONE, &at_exec, "k");
+        run_to_chunk(wire, false, SELECT_ONE, &at_exec, "k");
         if (asked) {
-            expect_prepare(wire->node.get(), SELECT_ONE,
+            expect_prepare(wire->node, SELECT_ONE,
                            {prepared_frame("ID", {}, {{"a", type_of(NODE_VARCHAR)}})});
             for (int i = 0; i < 2; i++)  // prepared once
                 EXPECT_EQ(column_count(wire->stmt), 1);
         }
-        expect_values(wire.get(), false, SELECT_ONE, values, text_page({"x"}, "more"));
-        expect_values(wire.get(), asked, "", values,
+        expect_values(wire, false, SELECT_ONE, values, text_page({"x"}, "more"));
+        expect_values(wire, asked, "", values,
                       asked ? text_page({"y"}) : error_frame(0x2000, "no text"), "more");
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLParamData(wire->stmt, nullptr));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));

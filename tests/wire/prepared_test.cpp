@@ -13,10 +13,10 @@ static void expect_execute(const wire_ptr &wire, const bytes &id, const std::vec
                            const node_frame &reply)
 {
     const bytes list = values.empty() ? bytes() : counted(values);
-    node_expect(wire->node.get(), {NODE_EXECUTE,
-                                   wire_short_bytes(id) + be16(CONSISTENCY_ONE) +
-                                       be8(values.empty() ? 4 : 5) + list + be32(100),
-                                   {reply}});
+    node_expect(wire->node, {NODE_EXECUTE,
+                             wire_short_bytes(id) + be16(CONSISTENCY_ONE) +
+                                 be8(values.empty() ? 4 : 5) + list + be32(100),
+                             {reply}});
 }
 
 // One round trip for each text in each keyspace, until the schema changes or 256 others came.
@@ -24,7 +24,7 @@ TEST(prepared, texts_are_sent_once)
 {
     for (const bool standard : {false, true}) {
         const wire_ptr wire = logged_on(standard);
-        scripted_node *node = wire->node.get();
+        scripted_node *node = wire->node;
         const auto prepare_sent = [&](const std::string &sql, const bytes &id, bool known) {
             if (!known || !standard)
                 expect_prepare(node, sql, {prepared_frame(id, {}, {{"a", one_int}})});
@@ -64,26 +64,25 @@ TEST(prepared, forgotten_statements_are_mended)
         const wire_ptr wire = logged_on(standard);
         SQLINTEGER value = -2;
         bind(wire->stmt, 1, SQL_C_SLONG, SQL_INTEGER, &value, nullptr);
-        expect_prepare(wire->node.get(), "i ?", {prepared_frame("ID", {{"a", one_int}}, {})});
+        expect_prepare(wire->node, "i ?", {prepared_frame("ID", {{"a", one_int}}, {})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, "i ?"));
         expect_execute(wire, "ID", {be32(4) + be32(-2)}, forgotten);
         if (standard) {
-            expect_prepare(wire->node.get(), "i ?",
-                           {prepared_frame("NEW", {{"a", one_bigint}}, {})});
+            expect_prepare(wire->node, "i ?", {prepared_frame("NEW", {{"a", one_bigint}}, {})});
             expect_execute(wire, "NEW", {be32(8) + be32(-1) + be32(-2)}, void_frame());
         }
         EXPECT_STMT(standard ? SQL_SUCCESS : SQL_ERROR, wire->stmt, SQLExecute(wire->stmt));
         if (!standard)
             continue;
         expect_execute(wire, "NEW", {be32(8) + be32(-1) + be32(-2)}, forgotten);
-        expect_prepare(wire->node.get(), "i ?", {prepared_frame("ID", {{"a", one_int}}, {})});
+        expect_prepare(wire->node, "i ?", {prepared_frame("ID", {{"a", one_int}}, {})});
         expect_execute(wire, "ID", {be32(4) + be32(-2)}, forgotten);
         EXPECT_STMT(SQL_ERROR, wire->stmt, SQLExecute(wire->stmt));
         EXPECT_EQ(stmt_records(wire->stmt),
                   record_list{general_error + "Prepared query not found"});
 
         // Between two pages, whose values are those of the first.
-        expect_prepare(wire->node.get(), "s ?",
+        expect_prepare(wire->node, "s ?",
                        {prepared_frame("ID", {{"a", one_int}}, {{"a", one_int}})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, "s ?"));
         const auto page = [](int number, const bytes &state) {
@@ -93,14 +92,14 @@ TEST(prepared, forgotten_statements_are_mended)
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
         value = 7;
         const auto expect_next = [&](const bytes &id, const node_frame &reply) {
-            node_expect(wire->node.get(),
+            node_expect(wire->node,
                         {NODE_EXECUTE,
                          wire_short_bytes(id) + be16(CONSISTENCY_ONE) + be8(13) +
                              counted({be32(4) + be32(-2)}) + be32(100) + wire_bytes("state"),
                          {reply}});
         };
         expect_next("ID", forgotten);
-        expect_prepare(wire->node.get(), "s ?",
+        expect_prepare(wire->node, "s ?",
                        {prepared_frame("NEW", {{"a", one_int}}, {{"a", one_int}})});
         expect_next("NEW", page(2, ""));
         EXPECT_EQ(fetch_all(wire->stmt), (row_list{"1", "2"}));
@@ -111,7 +110,7 @@ TEST(prepared, warnings_come_with_the_first_execution)
 {
     for (const bool standard : {false, true}) {
         const wire_ptr wire = logged_on(standard);
-        expect_prepare(wire->node.get(), "q",
+        expect_prepare(wire->node, "q",
                        {with_warnings(prepared_frame("ID", {}, {}), {"unqualified"})});
         EXPECT_STMT(standard ? SQL_SUCCESS : SQL_SUCCESS_WITH_INFO, wire->stmt,
                     prepare(wire->stmt, "q"));

@@ -28,7 +28,7 @@ static void await_end(const wire_ptr &wire)
 static wire_ptr lost_session(const std::string &more = {}, const node_tls *tls = nullptr)
 {
     wire_ptr wire = wire_logged_on({}, standard + more, tls);
-    expect_query(wire->node.get(), "last", {text_page({"x"}), farewell});
+    expect_query(wire->node, "last", {text_page({"x"}), farewell});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "last"));
     SQLFreeStmt(wire->stmt, SQL_CLOSE);
     await_end(wire);
@@ -72,10 +72,10 @@ TEST(reconnect, requests_are_sent_once_or_again_when_they_only_read)
                 c.idle ? lost_session(more, by_tls ? &tls : nullptr)
                        : wire_logged_on({}, standard + more, by_tls ? &tls : nullptr);
             if (!c.idle)
-                expect_query(wire->node.get(), c.sql, {no_answer()});
-            expect_logon(wire->node.get(), {.lz4 = true});
+                expect_query(wire->node, c.sql, {no_answer()});
+            expect_logon(wire->node, {.lz4 = true});
             if (c.idle || c.sent > 1)
-                expect_query(wire->node.get(), c.sql, {text_page({"x"})});
+                expect_query(wire->node, c.sql, {text_page({"x"})});
             EXPECT_EQ(code_and_state(exec(wire->stmt, c.sql), wire->stmt), c.outcome);
             EXPECT_EQ(is_dead(wire->conn), SQL_CD_FALSE);
             SQLFreeStmt(wire->stmt, SQL_CLOSE);
@@ -90,12 +90,12 @@ TEST(reconnect, a_failed_attempt_is_the_last)
     for (const bool idle : {true, false}) {
         const wire_ptr wire = idle ? lost_session() : wire_logged_on({}, standard);
         if (!idle)
-            expect_query(wire->node.get(), "SELECT 1 FROM t", {no_answer()});
-        node_expect(wire->node.get(), {NODE_OPTIONS, "", {error_frame(0x1001, "hot")}});
+            expect_query(wire->node, "SELECT 1 FROM t", {no_answer()});
+        node_expect(wire->node, {NODE_OPTIONS, "", {error_frame(0x1001, "hot")}});
         EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "SELECT 1 FROM t"));
         EXPECT_EQ(stmt_records(wire->stmt),
                   record_list{link_failure + "the connection is lost, and there is no other: " +
-                              node_address(wire->node.get()) + ": hot"});
+                              node_address(wire->node) + ": hot"});
         EXPECT_EQ(is_dead(wire->conn), SQL_CD_TRUE);
         for (int i = 0; i < 2; i++)
             EXPECT_EQ(code_and_state(exec(wire->stmt, "q"), wire->stmt), "SQL_ERROR: 08003");
@@ -108,19 +108,19 @@ TEST(reconnect, the_keyspace_in_use_comes_back_or_nothing_does)
 {
     for (const bool kept : {true, false}) {
         const wire_ptr wire = wire_open();
-        expect_logon(wire->node.get());
-        expect_use(wire->node.get(), "first", set_keyspace_frame("first"));
-        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire.get(), standard + "KEYSPACE=first"));
-        wire->stmt = wire_new_stmt(wire.get());
-        expect_query(wire->node.get(), "USE \"Second\"", {set_keyspace_frame("Second"), farewell});
+        expect_logon(wire->node);
+        expect_use(wire->node, "first", set_keyspace_frame("first"));
+        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire, standard + "KEYSPACE=first"));
+        wire->stmt = wire_new_stmt(wire);
+        expect_query(wire->node, "USE \"Second\"", {set_keyspace_frame("Second"), farewell});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "USE \"Second\""));
         await_end(wire);
-        expect_logon(wire->node.get());
-        expect_use(wire->node.get(), "Second",
+        expect_logon(wire->node);
+        expect_use(wire->node, "Second",
                    kept ? set_keyspace_frame("Second")
                         : error_frame(0x2200, "Keyspace 'Second' does not exist"));
         if (kept)
-            expect_query(wire->node.get(), "INSERT", {void_frame()});
+            expect_query(wire->node, "INSERT", {void_frame()});
         EXPECT_EQ(code_and_state(exec(wire->stmt, "INSERT"), wire->stmt),
                   kept ? "SQL_SUCCESS" : "SQL_ERROR: 08S01");
         EXPECT_EQ(is_dead(wire->conn), kept ? SQL_CD_FALSE : SQL_CD_TRUE);
@@ -130,7 +130,7 @@ TEST(reconnect, the_keyspace_in_use_comes_back_or_nothing_does)
 static void expect_execute(const wire_ptr &wire, const bytes &id, std::vector<node_frame> replies,
                            const bytes &state = {})
 {
-    node_expect(wire->node.get(),
+    node_expect(wire->node,
                 {NODE_EXECUTE, wire_short_bytes(id) + page_tail(state), std::move(replies)});
 }
 
@@ -138,23 +138,23 @@ static void expect_execute(const wire_ptr &wire, const bytes &id, std::vector<no
 TEST(reconnect, statements_are_prepared_anew)
 {
     const wire_ptr wire = wire_logged_on({}, standard);
-    const SQLHSTMT other = wire_new_stmt(wire.get());
-    expect_prepare(wire->node.get(), "INSERT a", {prepared_frame("A1", {}, {})});
+    const SQLHSTMT other = wire_new_stmt(wire);
+    expect_prepare(wire->node, "INSERT a", {prepared_frame("A1", {}, {})});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, "INSERT a"));
-    expect_prepare(wire->node.get(), "SELECT b", {prepared_frame("B1", {}, one_text)});
+    expect_prepare(wire->node, "SELECT b", {prepared_frame("B1", {}, one_text)});
     EXPECT_STMT(SQL_SUCCESS, other, prepare(other, "SELECT b"));
     expect_execute(wire, "A1", {void_frame(), farewell});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
     await_end(wire);
 
-    expect_logon(wire->node.get());
-    expect_prepare(wire->node.get(), "INSERT a", {prepared_frame("A2", {}, {})});
+    expect_logon(wire->node);
+    expect_prepare(wire->node, "INSERT a", {prepared_frame("A2", {}, {})});
     expect_execute(wire, "A2", {void_frame()});
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
-    expect_prepare(wire->node.get(), "SELECT b", {prepared_frame("B2", {}, one_text)});
+    expect_prepare(wire->node, "SELECT b", {prepared_frame("B2", {}, one_text)});
     expect_execute(wire, "B2", {no_answer()});  // and is lost under way
-    expect_logon(wire->node.get());
-    expect_prepare(wire->node.get(), "SELECT b", {prepared_frame("B3", {}, one_text)});
+    expect_logon(wire->node);
+    expect_prepare(wire->node, "SELECT b", {prepared_frame("B3", {}, one_text)});
     expect_execute(wire, "B3", {text_page({"x"})});
     EXPECT_EQ(code_and_state(SQLExecute(other), other), "SQL_SUCCESS");
     EXPECT_EQ(fetch_all(other), row_list{"x"});
@@ -183,18 +183,18 @@ TEST(reconnect, results_go_on_between_pages_or_end)
                 SQLSetStmtAttr(wire->stmt, SQL_ATTR_CURSOR_TYPE, odbc_number(SQL_CURSOR_STATIC), 0);
             const std::vector<node_frame> first = {text_page({"1"}, "state"), farewell};
             if (prepared) {
-                expect_prepare(wire->node.get(), "SELECT a", {prepared_frame("A1", {}, one_text)});
+                expect_prepare(wire->node, "SELECT a", {prepared_frame("A1", {}, one_text)});
                 EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, "SELECT a"));
                 expect_execute(wire, "A1", first);
                 EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
             } else {
-                expect_query(wire->node.get(), "SELECT a", first);
+                expect_query(wire->node, "SELECT a", first);
                 EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "SELECT a"));
             }
             await_end(wire);
-            expect_logon(wire->node.get());
+            expect_logon(wire->node);
             if (prepared)
-                expect_prepare(wire->node.get(), "SELECT a", {prepared_frame("A2", {}, one_text)});
+                expect_prepare(wire->node, "SELECT a", {prepared_frame("A2", {}, one_text)});
             std::vector<node_frame> pages = {c.page};
             if (c.rows.size() > 2)
                 pages.push_back(text_page({"2"}));
@@ -202,7 +202,7 @@ TEST(reconnect, results_go_on_between_pages_or_end)
                 if (prepared)
                     expect_execute(wire, "A2", {page}, "state");
                 else
-                    expect_next_query(wire->node.get(), "SELECT a", "state", {page});
+                    expect_next_query(wire->node, "SELECT a", "state", {page});
             }
             row_list rows;
             while (rows.size() < c.rows.size()) {
@@ -224,7 +224,7 @@ TEST(reconnect, is_called_off_by_a_cancellation_or_a_time_out)
 {
     for (const bool cancelled : {true, false}) {
         const wire_ptr wire = lost_session(cancelled ? "" : "ReadTimeout=300");
-        node_expect(wire->node.get(), {NODE_OPTIONS, "", {}});
+        node_expect(wire->node, {NODE_OPTIONS, "", {}});
         {
             const std::jthread other([&wire, cancelled] {
                 std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -235,7 +235,7 @@ TEST(reconnect, is_called_off_by_a_cancellation_or_a_time_out)
                       cancelled ? "SQL_ERROR: HY008" : "SQL_ERROR: HYT00");
         }
         EXPECT_EQ(is_dead(wire->conn), SQL_CD_TRUE);
-        expect_logon(wire->node.get());
+        expect_logon(wire->node);
         run_query(wire, "INSERT", void_frame());
     }
 }

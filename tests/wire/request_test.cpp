@@ -11,14 +11,14 @@ TEST(requests, text_is_sent_as_it_was_rewritten)
         const wire_ptr wire = wire_logged_on({.lz4 = lz4});
         run_query(wire, "insert into t (a) values ('" + pattern(70000) + "')", void_frame());
         run_query(wire, "select '\xC3\xA9\xE2\x82\xAC'", void_frame());
-        expect_query(wire->node.get(), "'\xE9\x60\xAC'z", {void_frame()});
+        expect_query(wire->node, "'\xE9\x60\xAC'z", {void_frame()});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecDirectW(wire->stmt, wide, SQL_NTS));
-        expect_prepare(wire->node.get(), "'\xE9\x60\xAC'", {prepared_frame("id", {}, {})});
+        expect_prepare(wire->node, "'\xE9\x60\xAC'", {prepared_frame("id", {}, {})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLPrepareW(wire->stmt, wide, 7));
         const std::pair<SQLINTEGER, const char *> lengths[] = {
             {13, "select    1 "}, {SQL_NTS, "select    1  from t"}, {0, ""}, {-7, ""}};
         for (const auto &[length, sent] : lengths) {
-            expect_query(wire->node.get(), sent, {void_frame()});
+            expect_query(wire->node, sent, {void_frame()});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecDirect(wire->stmt, plain, length));
         }
     }
@@ -29,7 +29,7 @@ TEST(requests, failed_preparation_is_tried_again_when_columns_are_asked_for)
     const wire_ptr wire = wire_logged_on();
     for (const node_frame &reply : {error_frame(0x2200, "no table"), void_frame(),
                                     with_warnings(prepared_frame("id", {}, one_text), {"slow"})})
-        expect_prepare(wire->node.get(), "q", {reply});
+        expect_prepare(wire->node, "q", {reply});
     EXPECT_STMT(SQL_ERROR, wire->stmt, prepare(wire->stmt, "q"));
     EXPECT_EQ(stmt_records(wire->stmt), record_list{link_failure + "error code 8704 'no table'"});
     SQLSMALLINT count = -1;
@@ -43,7 +43,7 @@ TEST(requests, failed_preparation_is_tried_again_when_columns_are_asked_for)
     // One that the server no longer knows is not prepared again behind the application.
     for (int i = 0; i < 2; i++) {
         const bytes body = wire_short_bytes("id") + page_tail();
-        node_expect(wire->node.get(), {NODE_EXECUTE, body, {error_frame(0x2500, "unknown")}});
+        node_expect(wire->node, {NODE_EXECUTE, body, {error_frame(0x2500, "unknown")}});
         EXPECT_STMT(SQL_ERROR, wire->stmt, SQLExecute(wire->stmt));
         EXPECT_EQ(stmt_records(wire->stmt),
                   record_list{link_failure + "error code 9472 'unknown'"});
@@ -62,7 +62,7 @@ TEST(pages, each_state_asks_for_the_next_page)
         const int consistency = prepared ? 10 : 1;
         const wire_ptr wire =
             wire_logged_on({.lz4 = prepared}, prepared ? "Consistency=local_one" : "");
-        scripted_node *const node = wire->node.get();
+        scripted_node *const node = wire->node;
         const int opcode = prepared ? NODE_EXECUTE : NODE_QUERY;
         const bytes head = prepared ? wire_short_bytes(id) : wire_long_string("q");
         const bytes first = head + page_tail({}, consistency);
@@ -95,15 +95,15 @@ TEST(pages, each_state_asks_for_the_next_page)
 TEST(pages, belong_to_their_statement)
 {
     const wire_ptr wire = wire_logged_on();
-    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire.get())};
+    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire)};
     for (const int i : {0, 1}) {
-        expect_query(wire->node.get(), i == 0 ? "a" : "b",
+        expect_query(wire->node, i == 0 ? "a" : "b",
                      {text_page(i == 0 ? std::vector<bytes>{"a1"} : std::vector<bytes>{"b1", "b2"},
                                 i == 0 ? "pa" : "pb")});
         EXPECT_STMT(SQL_SUCCESS, stmts[i], exec(stmts[i], i == 0 ? "a" : "b"));
     }
-    expect_next_query(wire->node.get(), "a", "pa", {text_page({"a2", "a3"})});
-    expect_next_query(wire->node.get(), "b", "pb", {text_page({"b3"})});
+    expect_next_query(wire->node, "a", "pa", {text_page({"a2", "a3"})});
+    expect_next_query(wire->node, "b", "pb", {text_page({"b3"})});
     for (const bytes row : {"1", "2", "3"})
         for (const int i : {0, 1}) {
             EXPECT_STMT(SQL_SUCCESS, stmts[i], SQLFetch(stmts[i]));
@@ -126,7 +126,7 @@ TEST(pages, broken_continuation_ends_the_result)
     for (const auto &[reply, record] : cases) {
         const wire_ptr wire = wire_logged_on();
         run_query(wire, "q", text_page({"1"}, "p"));
-        expect_next_query(wire->node.get(), "q", "p", {reply});
+        expect_next_query(wire->node, "q", "p", {reply});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_STMT(record.empty() ? SQL_NO_DATA : SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_EQ(stmt_records(wire->stmt), record.empty() ? record_list() : record_list{record});

@@ -58,7 +58,7 @@ TEST(results, warnings_stand_in_one_record_and_rows_behind_them)
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
     }
     run_query(wire, "q", rows_frame(one_int, {{be32(1)}}, {.paging_state = "p"}));
-    expect_next_query(wire->node.get(), "q", "p", {with_warnings(row_of_7, {"late"})});
+    expect_next_query(wire->node, "q", "p", {with_warnings(row_of_7, {"late"})});
     EXPECT_EQ(fetch_all(wire->stmt), (row_list{"1", "7"}));
 }
 
@@ -107,7 +107,7 @@ TEST(results, error_frames_give_code_and_text)
         const record_list wanted = {link_failure + text};
         run_query(wire, "q", reply, SQL_ERROR);
         EXPECT_EQ(stmt_records(wire->stmt), wanted);
-        expect_prepare(wire->node.get(), "q", {reply});
+        expect_prepare(wire->node, "q", {reply});
         EXPECT_STMT(SQL_ERROR, wire->stmt, prepare(wire->stmt, "q"));
         EXPECT_EQ(stmt_records(wire->stmt), wanted);
         EXPECT_STMT(SQL_ERROR, wire->stmt, SQLExecute(wire->stmt));

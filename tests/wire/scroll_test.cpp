@@ -104,7 +104,7 @@ TEST(scrolling, positions)
     for (const bool local : {false, true}) {
         const wire_ptr wire = wire_logged_on({}, "Standard=Yes");
         int requests = 0;
-        answer_in_pages(wire->node.get(), &requests);
+        answer_in_pages(wire->node, &requests);
         set(wire->stmt, SQL_ATTR_MAX_ROWS, local ? 10 : 0);
         set(wire->stmt, SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_STATIC);
         EXPECT_STMT(SQL_SUCCESS, wire->stmt,
@@ -142,16 +142,16 @@ TEST(scrolling, pages_come_as_they_are_needed)
     EXPECT_EQ(scroll(wire->stmt, 1, SQL_FETCH_ABSOLUTE, 4).first, "4");
     EXPECT_EQ(scroll(wire->stmt, 4, SQL_FETCH_FIRST, 0).cells[3], "4");
 
-    expect_next_query(wire->node.get(), "q", "p2", {error_frame(0x1200, "late")});
+    expect_next_query(wire->node, "q", "p2", {error_frame(0x1200, "late")});
     EXPECT_EQ(scroll(wire->stmt, 4, SQL_FETCH_ABSOLUTE, 3).code, SQL_ERROR);
-    expect_next_query(wire->node.get(), "q", "p2",
+    expect_next_query(wire->node, "q", "p2",
                       {rows_frame({{"other", type_of(NODE_INT)}}, {{be32(7)}})});
     EXPECT_EQ(scroll(wire->stmt, 4, SQL_FETCH_LAST, 0).code, SQL_ERROR);
     EXPECT_EQ(scroll(wire->stmt, 2, SQL_FETCH_RELATIVE, 1).first, "2");
     // A cell that lies about its length fails in its row; nothing behind it is asked for.
     node_frame broken = text_page({"5", "6"}, "p3");
     broken.body[broken.body.size() - 2] = '\x60';
-    expect_next_query(wire->node.get(), "q", "p2", {broken});
+    expect_next_query(wire->node, "q", "p2", {broken});
     const rowset last = scroll(wire->stmt, 3, SQL_FETCH_LAST, 0);
     EXPECT_EQ(last.code, SQL_SUCCESS_WITH_INFO);
     EXPECT_TRUE(last.cells[1] == "5" && last.first == "4" && last.status[2] == SQL_ROW_ERROR);
@@ -170,7 +170,7 @@ TEST(scrolling, bookmarks)
 {
     const wire_ptr wire = wire_logged_on({}, "Standard=Yes");
     int requests = 0;
-    answer_in_pages(wire->node.get(), &requests);
+    answer_in_pages(wire->node, &requests);
     set(wire->stmt, SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_STATIC);
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
     SQLULEN bookmark = 6, bound[4] = {}, rows = 0;
@@ -219,7 +219,7 @@ TEST(scrolling, memory_is_limited)
     set(wire->stmt, SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_STATIC);
     run_query(wire, "q", text_page({large}, "p2"));
     for (int attempt = 0; attempt < 2; ++attempt) {
-        expect_next_query(wire->node.get(), "q", "p2", {text_page({large})});
+        expect_next_query(wire->node, "q", "p2", {text_page({large})});
         const rowset got = scroll(wire->stmt, 1, SQL_FETCH_LAST, 0);
         EXPECT_EQ(got.code, SQL_ERROR);
         EXPECT_NE(got.record.find("CursorMemory"), std::string::npos);
@@ -234,11 +234,11 @@ TEST(scrolling, limits_of_rows)
         set(wire->stmt, SQL_ATTR_CURSOR_TYPE, type);
         set(wire->stmt, SQL_ATTR_MAX_ROWS, 6);
         const auto expect = [&](int page, const bytes &state, const node_frame &reply) {
-            node_expect(wire->node.get(), {NODE_QUERY,
-                                           wire_long_string("q") + be16(CONSISTENCY_ONE) +
-                                               be8(state.empty() ? 4 : 12) + be32(page) +
-                                               (state.empty() ? "" : wire_bytes(state)),
-                                           {reply}});
+            node_expect(wire->node, {NODE_QUERY,
+                                     wire_long_string("q") + be16(CONSISTENCY_ONE) +
+                                         be8(state.empty() ? 4 : 12) + be32(page) +
+                                         (state.empty() ? "" : wire_bytes(state)),
+                                     {reply}});
         };
         expect(4, "", text_page({"1", "2", "3", "4"}, "p2"));
         expect(2, "p2", text_page({"5", "6", "7"}, "p3"));  // one more than was asked for
@@ -333,6 +333,6 @@ TEST(scrolling, attributes_are_honest)
         EXPECT_EQ(code == SQL_SUCCESS ? "" : conn_records(wire->conn).at(0).substr(0, 5), state);
     }
     SQLULEN type = 0;
-    SQLGetStmtAttr(wire_new_stmt(wire.get()), TYPE, &type, 0, nullptr);
+    SQLGetStmtAttr(wire_new_stmt(wire), TYPE, &type, 0, nullptr);
     EXPECT_EQ(type, SQLULEN{SQL_CURSOR_STATIC});
 }

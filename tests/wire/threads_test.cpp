@@ -56,14 +56,14 @@ static void share_a_connection(const std::string &quiet, const std::string &logg
 {
     constexpr int wanted = 20, restarts = 20;
     const wire_ptr wire = wire_open();
-    node_answer_rest(wire->node.get(), answer);
-    node_expect_stream(wire->node.get(), ANY_STREAM);
+    node_answer_rest(wire->node, answer);
+    node_expect_stream(wire->node, ANY_STREAM);
     std::string more = quiet, other_settings = logged;
     const char *const catalog_name = quiet.starts_with("Standard") ? "NULL" : "CASSANDRA";
-    ASSERT_EQ(wire_connect(wire.get(), more), SQL_SUCCESS);
+    ASSERT_EQ(wire_connect(wire, more), SQL_SUCCESS);
     SQLHSTMT stmts[4];
     for (SQLHSTMT &stmt : stmts)
-        stmt = wire_new_stmt(wire.get());
+        stmt = wire_new_stmt(wire);
 
     std::atomic<int> direct = 0, prepared = 0, catalog = 0;
     std::atomic<bool> over = false;
@@ -133,7 +133,7 @@ static void share_a_connection(const std::string &quiet, const std::string &logg
     for (int i = 0; i < restarts; i++) {
         SQLDisconnect(wire->conn);
         std::swap(more, other_settings);
-        wire_connect(wire.get(), more);
+        wire_connect(wire, more);
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     over = true;
@@ -192,9 +192,9 @@ static int read_many(SQLHSTMT stmt, int round)
 }
 
 // Sessions of a thread's own, one after another, in which nothing fails.
-static void work_alone(const wire_session *wire, int number)
+static void work_alone(const wire_ptr &wire, int number)
 {
-    const std::string settings = "SERVER=" + node_address(wire->node.get()) +
+    const std::string settings = "SERVER=" + node_address(wire->node) +
                                  ";LOGFILE=/dev/null;LOGGING=" + (number % 2 == 0 ? "on" : "off") +
                                  (number % 4 < 2 ? ";Standard=Yes" : "");
     while (calls_are_left()) {
@@ -219,20 +219,20 @@ TEST(threads, go_on_for_many_calls)
 {
     const wire_ptr wire = wire_open();
     const std::vector<node_frame> page = {text_page(std::vector(ROWS, bytes("cell")))};
-    node_answer_rest(wire->node.get(), [&](const node_request &request) {
+    node_answer_rest(wire->node, [&](const node_request &request) {
         return request.opcode == NODE_QUERY || request.opcode == NODE_EXECUTE ? page
                                                                               : answer(request);
     });
-    node_expect_stream(wire->node.get(), ANY_STREAM);
-    ASSERT_EQ(wire_connect(wire.get(), "Standard=Yes"), SQL_SUCCESS);
+    node_expect_stream(wire->node, ANY_STREAM);
+    ASSERT_EQ(wire_connect(wire, "Standard=Yes"), SQL_SUCCESS);
     std::vector<SQLHSTMT> stmts(6);
     for (SQLHSTMT &stmt : stmts)
-        stmt = wire_new_stmt(wire.get());
+        stmt = wire_new_stmt(wire);
     calls = 0;
     std::atomic<int> whole = 0, cut = 0;
     std::vector<std::thread> threads;
     for (int number = 0; number < 16; number++)
-        threads.emplace_back(work_alone, wire.get(), number);
+        threads.emplace_back(work_alone, std::cref(wire), number);
     for (SQLHSTMT stmt : stmts)
         threads.emplace_back([&, stmt] {
             for (int round = 0; calls_are_left(); round++)
@@ -248,8 +248,7 @@ TEST(threads, go_on_for_many_calls)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         CALLED(SQLDisconnect(wire->conn));
         const std::string more = round % 2 == 0 ? "LOGFILE=/dev/null;LOGGING=on;" : "";
-        EXPECT_CONN(SQL_SUCCESS, wire->conn,
-                    CALLED(wire_connect(wire.get(), more + "Standard=Yes")));
+        EXPECT_CONN(SQL_SUCCESS, wire->conn, CALLED(wire_connect(wire, more + "Standard=Yes")));
     }
     for (std::thread &thread : threads)
         thread.join();
@@ -266,12 +265,12 @@ TEST(threads, go_on_for_many_calls)
 TEST(threads, a_cancelled_thread_finishes_its_calls)
 {
     const wire_ptr wire = wire_open();
-    node_answer_rest(wire->node.get(), answer);
+    node_answer_rest(wire->node, answer);
     std::vector<SQLRETURN> codes;
     const std::function<void()> work = [&] {
         for (const char *more : {"KEYSPACE=k;LOGGING=on;LOGFILE=/dev/null", "LOGGING=off"}) {
             SQLDisconnect(wire->conn);
-            codes.push_back(wire_connect(wire.get(), more));
+            codes.push_back(wire_connect(wire, more));
             SQLHSTMT stmt;
             codes.push_back(SQLAllocHandle(SQL_HANDLE_STMT, wire->conn, &stmt));
             codes.push_back(exec(stmt, "select a"));
@@ -289,7 +288,7 @@ TEST(threads, a_cancelled_thread_finishes_its_calls)
     });
     thread.join();
     EXPECT_EQ(codes, std::vector<SQLRETURN>(12, SQL_SUCCESS));
-    wire->stmt = wire_new_stmt(wire.get());
+    wire->stmt = wire_new_stmt(wire);
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "select a"));
     EXPECT_EQ(fetch_all(wire->stmt), row_list{"7"});
 }

@@ -16,18 +16,18 @@ static std::string connect_to(const wire_ptr &wire, const std::string &host,
                               const std::string &settings)
 {
     int requests = 0;
-    node_answer_rest(wire->node.get(), [&](const node_request &request) {
+    node_answer_rest(wire->node, [&](const node_request &request) {
         requests++;
         return std::vector{stock_answer(request)};
     });
-    const SQLRETURN code = wire_driver_connect(
-        wire->conn, "Encrypt=yes;SERVER=" + host + ":" +
-                        std::to_string(node_port(wire->node.get())) + ";" + settings);
+    const SQLRETURN code =
+        wire_driver_connect(wire->conn, "Encrypt=yes;SERVER=" + host + ":" +
+                                            std::to_string(node_port(wire->node)) + ";" + settings);
     const record_list records = conn_records(wire->conn);
     EXPECT_EQ(code == SQL_SUCCESS, requests > 0);
     if (code == SQL_SUCCESS)
         SQLDisconnect(wire->conn);
-    node_answer_rest(wire->node.get(), {});
+    node_answer_rest(wire->node, {});
     return records.empty() ? "" : records.back();
 }
 
@@ -60,7 +60,7 @@ TEST(tls_host, is_one_that_the_certificate_is_made_out_to)
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.subject << " " << c.names << " " << c.settings);
         const wire_ptr wire = wire_open();
-        node_use_tls(wire->node.get(),
+        node_use_tls(wire->node,
                      tls_of(make_certificate({.subject = c.subject, .names = c.names}, &ca)));
         const std::string record = connect_to(wire, c.host, trust + c.settings);
         const std::string sentence =
@@ -83,12 +83,12 @@ TEST(tls_host, is_a_bundle_s)
         const wire_ptr wire = wire_open();
         node_tls server = tls_of(make_certificate({.names = names}, &ca));
         server.http = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}";
-        node_use_tls(wire->node.get(), server);
+        node_use_tls(wire->node, server);
         const std::string path = folder.path + names + ".zip";
-        write_bundle(path, hosted_bundle(node_port(wire->node.get()), ca.pem,
+        write_bundle(path, hosted_bundle(node_port(wire->node), ca.pem,
                                          make_certificate({}, &ca).pem, key_pem(KEY_ONE)));
         EXPECT_EQ(connect_to(wire, "x", "Standard=Yes;UID=u;PWD=p;BUNDLE=" + path).empty(), good);
-        EXPECT_EQ(node_http_request(wire->node.get()).empty(), !good);
+        EXPECT_EQ(node_http_request(wire->node).empty(), !good);
     }
 }
 
@@ -99,7 +99,7 @@ TEST(tls_host, anchors_are_the_connection_s_own)
     const std::string trust = "CertificateFile=" + folder.add("ca.pem", ca.pem);
     const std::string file = folder.add("system.pem", make_ca("another").pem);
     const wire_ptr wire = wire_open();
-    node_use_tls(wire->node.get(), tls_of(make_certificate({.names = "DNS:localhost"}, &ca)));
+    node_use_tls(wire->node, tls_of(make_certificate({.names = "DNS:localhost"}, &ca)));
     EXPECT_EQ(connect_to(wire, "localhost", trust + ";Standard=Yes"), "");
     EXPECT_NE(connect_to(wire, "localhost", "Standard=Yes").find("unable to get local issuer"),
               std::string::npos);
@@ -117,7 +117,7 @@ TEST(tls_versions, sessions_of_1_3)
             {}, "Standard=Yes;PageSize=100;Encrypt=yes;TrustServerCertificate=yes" + more, &tls);
         for (int i = 0; i < 3; i++) {
             const row_list cells(300, std::string(200, static_cast<char>('a' + i)));
-            expect_query(wire->node.get(), "q", {text_page(cells)});
+            expect_query(wire->node, "q", {text_page(cells)});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
             EXPECT_TRUE(fetch_all(wire->stmt) == cells);
             SQLFreeStmt(wire->stmt, SQL_CLOSE);

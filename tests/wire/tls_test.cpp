@@ -41,14 +41,13 @@ static record_list tls_records(SQLHDBC conn)
 // One attempt over TLS with its records, empty when it gave a session that answers.
 static record_list attempt(const wire_ptr &wire, const std::string &settings)
 {
-    node_answer_rest(wire->node.get(), [](const node_request &request) {
-        return std::vector{stock_answer(request)};
-    });
-    const SQLRETURN code = wire_connect(wire.get(), "Encrypt=yes;" + settings);
+    node_answer_rest(
+        wire->node, [](const node_request &request) { return std::vector{stock_answer(request)}; });
+    const SQLRETURN code = wire_connect(wire, "Encrypt=yes;" + settings);
     const record_list list = tls_records(wire->conn);
     EXPECT_EQ(code, list.empty() ? SQL_SUCCESS : SQL_ERROR);
     if (code == SQL_SUCCESS) {
-        const SQLHSTMT stmt = wire_new_stmt(wire.get());
+        const SQLHSTMT stmt = wire_new_stmt(wire);
         EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, "q"));
         SQLDisconnect(wire->conn);
         SQLFreeHandle(SQL_HANDLE_STMT, stmt);
@@ -95,7 +94,7 @@ TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
             "Logging=yes;LogFile=" + log +
             (c.anchors.empty() ? "" : ";CertificateFile=" + folder.add("ca.pem", c.anchors));
         const wire_ptr wire = wire_open();
-        node_use_tls(wire->node.get(), c.server);
+        node_use_tls(wire->node, c.server);
         const record_list refusal = {no_connection + (c.forgiven ? "SSL Provider: " : "") +
                                      c.fault};
         EXPECT_EQ(attempt(wire, settings), c.fault.empty() ? record_list() : refusal);
@@ -124,7 +123,7 @@ TEST(tls_certificate, anchors_come_from_file_or_folder_and_stay_with_the_environ
                                  "SSL Provider: unable to get local issuer certificate"};
     for (const std::string &source : {file, hashed}) {
         const wire_ptr wire = wire_open();
-        node_use_tls(wire->node.get(), tls_of(make_certificate({}, &ca)));
+        node_use_tls(wire->node, tls_of(make_certificate({}, &ca)));
         for (const std::string &bad : {folder.path + "/none.pem", empty})
             EXPECT_EQ(attempt(wire, "CertificateFile=" + bad).front(),
                       no_connection + "Loading Certificate file '" + bad + "' failed");
@@ -140,10 +139,10 @@ TEST(tls_certificate, anchors_come_from_file_or_folder_and_stay_with_the_environ
 TEST(tls_certificate, server_is_asked_for_by_the_server_text)
 {
     const wire_ptr wire = wire_open();
-    node_use_tls(wire->node.get(), tls_of(make_certificate({})));
-    const std::string address = node_address(wire->node.get());
+    node_use_tls(wire->node, tls_of(make_certificate({})));
+    const std::string address = node_address(wire->node);
     EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes"), record_list());
-    EXPECT_EQ(node_tls_names(wire->node.get()), std::vector<bytes>{address});
+    EXPECT_EQ(node_tls_names(wire->node), std::vector<bytes>{address});
     // What stands behind the port's digits is no harm to the port, but too much for a name.
     EXPECT_CONN(SQL_ERROR, wire->conn,
                 wire_driver_connect(wire->conn, "Encrypt=yes;SERVER=" + address +
@@ -184,7 +183,7 @@ TEST(tls_client, certificate_and_key_are_shown_to_a_server_that_demands_them)
     const wire_ptr wire = wire_open();
     node_tls server = tls_of(make_certificate({}, &ca));
     server.client_issuers = ca.pem;
-    node_use_tls(wire->node.get(), server);
+    node_use_tls(wire->node, server);
     for (const auto &c : cases) {
         record_list list = attempt(wire, "TrustServerCertificate=yes" + c.settings);
         // OpenSSL may have more than one thing to say.
@@ -208,9 +207,9 @@ struct hosted : ::testing::Test {
         node_tls server = tls_of(make_certificate({}, &ca));
         server.client_issuers = ca.pem;
         server.http = reply;
-        node_use_tls(wire->node.get(), server);
+        node_use_tls(wire->node, server);
         zip_members members = hosted_bundle(
-            node_port(wire->node.get()), ca.pem,
+            node_port(wire->node), ca.pem,
             make_certificate({.subject = "client", .key = KEY_TWO}, &ca).pem, key_pem(KEY_TWO));
         for (auto &member : members)
             if (member.first == name)
@@ -228,10 +227,10 @@ TEST_F(hosted, bundle_leads_to_the_node_by_the_name_of_its_first_contact_point)
         EXPECT_EQ(attempt_by_bundle("HTTP/1.1 200 OK\r\nContent-Length: " +
                                     std::to_string(json.size()) + "\r\n\r\n" + json),
                   record_list());
-        EXPECT_EQ(node_http_request(wire->node.get()),
+        EXPECT_EQ(node_http_request(wire->node),
                   "GET /metadata HTTP/1.1\nHost: 127.0.0.1\nAccept: application/json\n"
                   "Authorization: Basic dTpwOnc=\n\n");
-        EXPECT_EQ(node_tls_names(wire->node.get()).back(), points.empty() ? "127.0.0.1" : "node-1");
+        EXPECT_EQ(node_tls_names(wire->node).back(), points.empty() ? "127.0.0.1" : "node-1");
     }
 }
 
@@ -262,7 +261,7 @@ TEST(tls_handshake, other_versions_are_refused)
     for (const int version : {0x0302, 0x0304}) {
         node_tls server = tls_of(make_certificate({}));
         server.version = version;
-        node_use_tls(wire->node.get(), server);
+        node_use_tls(wire->node, server);
         EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes"),
                   (record_list{no_connection + "SSL connection failed", ssl_error}));
     }
@@ -284,7 +283,7 @@ TEST(tls_session, requests_that_end_early)
         node_frame late = text_page({bytes(40'000, 'x')});
         late.stream = cancelled;
         late.cut = 30'000;
-        expect_query(wire->node.get(), "late", {late});
+        expect_query(wire->node, "late", {late});
         const std::jthread other([&] {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             if (cancelled)
@@ -292,10 +291,10 @@ TEST(tls_session, requests_that_end_early)
         });
         EXPECT_EQ(exec(wire->stmt, "late"), SQL_ERROR);
         EXPECT_EQ(stmt_records(wire->stmt).at(0).substr(0, 5), cancelled ? "HY008" : "HYT00");
-        node_expect_stream(wire->node.get(), cancelled + 1);
+        node_expect_stream(wire->node, cancelled + 1);
         late.cut.reset();
         late.skip = 30'000;
-        expect_query(wire->node.get(), "q", {late, text_page({"mine"})});
+        expect_query(wire->node, "q", {late, text_page({"mine"})});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
         EXPECT_EQ(fetch_all(wire->stmt), row_list{"mine"});
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
@@ -368,7 +367,7 @@ TEST(tls_session, leaves_no_descriptor_open)
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     };
     const wire_ptr wire = wire_open();
-    node_use_tls(wire->node.get(), tls_of(make_certificate({})));
+    node_use_tls(wire->node, tls_of(make_certificate({})));
     EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes"), record_list());
     const auto before = open_files();
     for (int i = 0; i < 20; i++)
@@ -383,14 +382,14 @@ TEST(tls_session, threads_share_an_environment)
     const wire_ptr wire = wire_open();
     const file_folder folder;
     const std::string file = folder.add("ca.pem", ca.pem);
-    node_use_tls(wire->node.get(), tls_of(make_certificate({}, &ca)));
+    node_use_tls(wire->node, tls_of(make_certificate({}, &ca)));
     ASSERT_EQ(attempt(wire, "CertificateFile=" + file), record_list());
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; t++)
         threads.emplace_back([&, t] {
             SQLHDBC conn = nullptr;
             SQLAllocHandle(SQL_HANDLE_DBC, wire->env, &conn);
-            const std::string settings = "Encrypt=yes;SERVER=" + node_address(wire->node.get()) +
+            const std::string settings = "Encrypt=yes;SERVER=" + node_address(wire->node) +
                                          ";CertificateFile=" + folder.path;
             for (int i = 0; i < 50; i++) {
                 // Another folder by its name each time.

@@ -122,7 +122,7 @@ TEST(walk, login_time_out_covers_all_servers)
                     SQL_SUCCESS);
     // Longer than the time-out, behind which a request is answered as ever.
     std::this_thread::sleep_for(std::chrono::milliseconds(900));
-    wire->stmt = wire_new_stmt(wire.get());
+    wire->stmt = wire_new_stmt(wire);
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
 }
 
