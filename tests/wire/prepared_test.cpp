@@ -4,18 +4,14 @@
 static const bytes one_int = type_of(NODE_INT), one_bigint = type_of(NODE_BIGINT);
 static const node_frame forgotten = error_frame(0x2500, "Prepared query not found", "\x02ID");
 
-static wire_ptr logged_on(bool standard)
-{
-    return wire_logged_on({}, standard ? "PageSize=100;Standard=Yes" : "");
-}
-
 static void expect_execute(const wire_ptr &wire, const bytes &id, const std::vector<bytes> &values,
-                           const node_frame &reply)
+                           const node_frame &reply, const bytes &state = {})
 {
-    const bytes list = values.empty() ? bytes() : counted(values);
+    const int flags = (values.empty() ? 4 : 5) | (state.empty() ? 0 : 8);
     node_expect(wire->node, {NODE_EXECUTE,
-                             wire_short_bytes(id) + be16(CONSISTENCY_ONE) +
-                                 be8(values.empty() ? 4 : 5) + list + be32(100),
+                             wire_short_bytes(id) + be16(CONSISTENCY_ONE) + be8(flags) +
+                                 (values.empty() ? "" : counted(values)) + be32(100) +
+                                 (state.empty() ? "" : wire_bytes(state)),
                              {reply}});
 }
 
@@ -23,15 +19,13 @@ static void expect_execute(const wire_ptr &wire, const bytes &id, const std::vec
 TEST(prepared, texts_are_sent_once)
 {
     for (const bool standard : {false, true}) {
-        const wire_ptr wire = logged_on(standard);
+        const wire_ptr wire = wire_of(standard);
         scripted_node *node = wire->node;
         const auto prepare_sent = [&](const std::string &sql, const bytes &id, bool known) {
             if (!known || !standard)
                 expect_prepare(node, sql, {prepared_frame(id, {}, {{"a", one_int}})});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, sql));
-            SQLSMALLINT columns = 0;
-            EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLNumResultCols(wire->stmt, &columns));
-            EXPECT_EQ(columns, 1);
+            EXPECT_EQ(column_count(wire->stmt), 1);
             expect_execute(wire, id, {}, rows_frame({{"a", one_int}}, {}));
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
         };
@@ -43,11 +37,9 @@ TEST(prepared, texts_are_sent_once)
         run_query(wire, "use \"\"", set_keyspace_frame(""));
         for (int i = 0; i < 255; i++)
             prepare_sent(std::to_string(i), "N", false);
-        prepare_sent("0", "N", true);
-        prepare_sent("255", "N", false);
-        prepare_sent("256", "N", false);
-        prepare_sent("0", "N", true);
-        prepare_sent("1", "N", false);
+        for (const auto &[sql, known] :
+             {std::pair("0", true), {"255", false}, {"256", false}, {"0", true}, {"1", false}})
+            prepare_sent(sql, "N", known);
         run_query(wire, "alter",
                   {.opcode = NODE_RESULT,
                    .body = be32(5) + wire_string("UPDATED") + wire_string("KEYSPACE") +
@@ -61,7 +53,7 @@ TEST(prepared, texts_are_sent_once)
 TEST(prepared, forgotten_statements_are_mended)
 {
     for (const bool standard : {false, true}) {
-        const wire_ptr wire = logged_on(standard);
+        const wire_ptr wire = wire_of(standard);
         SQLINTEGER value = -2;
         bind(wire->stmt, 1, SQL_C_SLONG, SQL_INTEGER, &value, nullptr);
         expect_prepare(wire->node, "i ?", {prepared_frame("ID", {{"a", one_int}}, {})});
@@ -91,17 +83,10 @@ TEST(prepared, forgotten_statements_are_mended)
         expect_execute(wire, "ID", {be32(4) + be32(-2)}, page(1, "state"));
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
         value = 7;
-        const auto expect_next = [&](const bytes &id, const node_frame &reply) {
-            node_expect(wire->node,
-                        {NODE_EXECUTE,
-                         wire_short_bytes(id) + be16(CONSISTENCY_ONE) + be8(13) +
-                             counted({be32(4) + be32(-2)}) + be32(100) + wire_bytes("state"),
-                         {reply}});
-        };
-        expect_next("ID", forgotten);
+        expect_execute(wire, "ID", {be32(4) + be32(-2)}, forgotten, "state");
         expect_prepare(wire->node, "s ?",
                        {prepared_frame("NEW", {{"a", one_int}}, {{"a", one_int}})});
-        expect_next("NEW", page(2, ""));
+        expect_execute(wire, "NEW", {be32(4) + be32(-2)}, page(2, ""), "state");
         EXPECT_EQ(fetch_all(wire->stmt), (row_list{"1", "2"}));
     }
 }
@@ -109,7 +94,7 @@ TEST(prepared, forgotten_statements_are_mended)
 TEST(prepared, warnings_come_with_the_first_execution)
 {
     for (const bool standard : {false, true}) {
-        const wire_ptr wire = logged_on(standard);
+        const wire_ptr wire = wire_of(standard);
         expect_prepare(wire->node, "q",
                        {with_warnings(prepared_frame("ID", {}, {}), {"unqualified"})});
         EXPECT_STMT(standard ? SQL_SUCCESS : SQL_SUCCESS_WITH_INFO, wire->stmt,
@@ -127,12 +112,10 @@ TEST(prepared, warnings_come_with_the_first_execution)
 TEST(prepared, a_reply_without_rows_ends_what_was_there)
 {
     for (const bool standard : {false, true}) {
-        const wire_ptr wire = logged_on(standard);
+        const wire_ptr wire = wire_of(standard);
         run_query(wire, "q", text_page({"1", "2"}));
         run_query(wire, "i", void_frame());
-        SQLSMALLINT columns = -1;
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLNumResultCols(wire->stmt, &columns));
-        EXPECT_EQ(columns, standard ? 0 : 1);
+        EXPECT_EQ(column_count(wire->stmt), standard ? 0 : 1);
         EXPECT_EQ(SQLFetch(wire->stmt), standard ? SQL_NO_DATA : SQL_SUCCESS);
     }
 }
