@@ -7,6 +7,7 @@
 #define TESTS_WIRE_WIRE_SUPPORT_H
 
 #include "tests/handle_calls.h"
+#include "tests/node/certificates.h"
 #include "tests/node/node.h"
 
 struct wire_session {
@@ -80,6 +81,14 @@ inline wire_ptr wire_logged_on(const node_logon &logon = {}, const std::string &
 inline wire_ptr wire_of(bool standard, const std::string &more = {})
 {
     return wire_logged_on({}, (standard ? "PageSize=100;Standard=Yes;" : "") + more);
+}
+
+// Over TLS, 1.2 or another version.
+inline wire_ptr wire_by_tls(const std::string &more, int version = 0x0303)
+{
+    const certificate own = make_certificate({});
+    const node_tls tls = {.chain = own.pem, .key = key_pem(own.key), .version = version};
+    return wire_logged_on({}, "Encrypt=yes;TrustServerCertificate=yes;" + more, &tls);
 }
 
 // Executes `sql` on the first statement: one QUERY frame, this reply, this code.
