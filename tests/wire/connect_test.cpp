@@ -1,19 +1,12 @@
 // Reaching a server: lists with dead entries, and what Standard=Yes makes of a connection string on
 // its way in, out and into the log.
-#include "tests/node/certificates.h"
 #include "tests/wire/wire_support.h"
-
-// A port on which nobody listens: it was free a moment ago.
-static std::string dead_port()
-{
-    return std::to_string(node_port(node_start().get()));
-}
 
 TEST(servers, first_one_that_answers_is_taken_and_named)
 {
     const wire_ptr wire = wire_open();
     const std::string live = std::to_string(node_port(wire->node));
-    const std::string dead = dead_port();
+    const std::string dead = std::to_string(node_port(node_start().get()));  // nobody listens
     // Settings, and the server of the output string.
     const std::pair<std::string, std::string> cases[] = {
         {"SERVER=127.0.0.1*" + live, "127.0.0.1*" + live},
@@ -37,13 +30,11 @@ TEST(servers, only_the_last_failure_of_a_list_is_told)
     const std::string refused = "OS Error: 'Connection refused'";
     const std::string no_host = "Failed to find host address '";
     const std::string no_port = "Failed to extract numeric port from '";
-    const std::string dead = dead_port();
+    const std::string dead = std::to_string(node_port(node_start().get()));  // nobody listens
     const std::pair<std::string, std::string> cases[] = {
         {"127.0.0.1:x,127.0.0.1:" + dead, refused},
         {"127.0.0.1:" + dead + ",127.0.0.1:x", no_port + "x'"},
         {"127.0.0.1:" + dead + ";LogonTimeout=2000", refused},
-        {"127.0.0.1*0", no_port + "0'"},
-        {"", no_host + "'"},
         {"not a host", no_host + "not a host'"},
         {"127.0.0.1;ipv6=yes", no_host + "127.0.0.1'"},
         {"::1*" + dead + ";ipv6=yes", refused},
@@ -77,59 +68,38 @@ TEST(connect_string, comes_back_whole)
     static const std::pair<std::string, std::u16string> passwords[] = {
         {"{a;b}}c}", u"{a;b}}c}"},
         {"{ }", u"{ }"},
-        {"{a{b}", u"{a{b}"},
-        {"{{}", u"{{}"},
-        {"\xC3\xA9\xF0\x9F\x98\x80", u"\u00E9\U0001F600"},
-    };
+        {"\xC3\xA9\xF0\x9F\x98\x80", u"\u00E9\U0001F600"}};
     for (const auto &[password, wide_password] : passwords) {
         bytes first, second;
         const wire_ptr wire = asking_wire(&first);
+        const std::string server = node_address(wire->node),
+                          head = "DRIVER={/a/b};SERVER=" + server + ",other;UID=u;PWD=",
+                          tail = ";VerifyHost=No;Consistency=TWO;Standard=Yes;";
         std::string out;
-        const std::string server = node_address(wire->node);
         EXPECT_CONN(SQL_SUCCESS, wire->conn,
                     wire_driver_connect(wire->conn,
                                         "Driver=/a/b;Server=" + replaced(server, ":", ",") +
                                             ",other;User=u;Password=" + password +
                                             ";Standard=Yes;Consistency=two;VerifyHost=No;Port=",
                                         &out));
-        EXPECT_EQ(out, "DRIVER={/a/b};SERVER=" + server + ",other;UID=u;PWD=" + password +
-                           ";VerifyHost=No;Consistency=TWO;Standard=Yes;");
+        EXPECT_EQ(out, head + password + tail);
         SQLDisconnect(wire->conn);
-        SQLWCHAR wide[256];
+        std::swap(first, second);
+        const std::u16string given = std::u16string(head.begin(), head.end()) + wide_password +
+                                     std::u16string(tail.begin(), tail.end());
+        char16_t wide[256];
         SQLSMALLINT units = 0;
         EXPECT_CONN(SQL_SUCCESS, wire->conn,
-                    SQLDriverConnect(wire->conn, nullptr, odbc_text(out), SQL_NTS, nullptr, 0,
-                                     &units, SQL_DRIVER_NOPROMPT));
-        EXPECT_EQ(std::size_t(units), out.size());
-        std::swap(first, second);
-        SQLDisconnect(wire->conn);
-        const std::size_t place = out.find(password);
-        std::u16string given(out.begin(), out.begin() + std::ptrdiff_t(place));
-        given += wide_password;
-        given.append(out.begin() + std::ptrdiff_t(place + password.size()), out.end());
-        EXPECT_CONN(SQL_SUCCESS, wire->conn,
-                    SQLDriverConnectW(wire->conn, nullptr, odbc_wide(given), SQL_NTS, wide, 256,
-                                      &units, SQL_DRIVER_NOPROMPT));
-        EXPECT_EQ(std::u16string(reinterpret_cast<char16_t *>(wide)), given);
+                    SQLDriverConnectW(wire->conn, nullptr, odbc_wide(given), SQL_NTS,
+                                      reinterpret_cast<SQLWCHAR *>(wide), 256, &units,
+                                      SQL_DRIVER_NOPROMPT));
+        EXPECT_EQ(std::u16string(wide, static_cast<std::size_t>(units)), given);
         EXPECT_EQ(first, second);
     }
 }
 
-TEST(connect_string, attributes_set_before_it_stay)
-{
-    for (const bool standard : {false, true}) {
-        const wire_ptr wire = wire_open();
-        expect_logon(wire->node);
-        SQLSetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, odbc_number(77), 0);
-        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire, standard ? "Standard=Yes" : ""));
-        SQLUINTEGER seconds = 99;
-        SQLGetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, &seconds, 0, nullptr);
-        EXPECT_EQ(seconds, standard ? 77u : 0u);
-    }
-}
-
 // The second connect finds the handle logging.
-TEST(connect_string, passwords_are_logged_by_default_alone)
+TEST(connect_string, passwords_are_logged_and_attributes_forgotten_by_default_alone)
 {
     for (const bool standard : {false, true}) {
         bytes token;
@@ -137,14 +107,18 @@ TEST(connect_string, passwords_are_logged_by_default_alone)
         const std::string log = folder.path + "/log";
         const wire_ptr wire = asking_wire(&token);
         for (int i = 0; i < 2; i++) {
+            SQLUINTEGER seconds = 99;
+            SQLSetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, odbc_number(77), 0);
             EXPECT_CONN(SQL_SUCCESS, wire->conn,
                         wire_connect(wire, "LOGFILE=" + log + ";LOGGING=yes;UID=u;PWD=Qx#;" +
                                                (standard ? "Standard=Yes" : "")));
+            SQLGetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, &seconds, 0, nullptr);
+            EXPECT_EQ(seconds, standard ? 77u : 0u);
             SQLDisconnect(wire->conn);
         }
-        std::string logged = file_content(log);
+        const std::string logged = file_content(log);
         EXPECT_NE(logged.find("SQLDriverConnect: Output string"), std::string::npos);
-        EXPECT_EQ(logged.find("PWD=Qx#") == std::string::npos, standard);
-        EXPECT_EQ(logged.find("51 78 23") == std::string::npos, standard);
+        for (const char *secret : {"PWD=Qx#", "51 78 23"})
+            EXPECT_EQ(logged.find(secret) == std::string::npos, standard);
     }
 }

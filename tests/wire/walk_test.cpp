@@ -14,8 +14,7 @@ struct other_node {
     std::atomic<int> asked = 0;  // sessions begun with it
     node_ptr node = node_start();
 
-    explicit other_node(const node_habits &habits = {}) { behave(habits); }
-    void behave(const node_habits &habits)
+    explicit other_node(const node_habits &habits = {})
     {
         node_answer_rest(node.get(), [this, habits](const node_request &request) {
             asked += request.opcode == NODE_OPTIONS;
@@ -36,37 +35,30 @@ static double connect_seconds(SQLHDBC conn, const std::string &settings, SQLRETU
 TEST(walk, goes_on_to_the_server_that_starts_a_session)
 {
     const node_frame bootstrapping = error_frame(0x1002, "Cannot proceed: bootstrapping");
-    const struct {
-        const char *what;
-        node_habits first;
-        std::string refusal;  // empty: the second server gets the session
-    } cases[] = {
-        {"closes", {{NODE_OPTIONS, {no_answer()}}}, ""},
-        {"resets at STARTUP", {{NODE_STARTUP, {no_answer(RESET)}}}, ""},
-        {"is starting", {{NODE_OPTIONS, {bootstrapping}}}, ""},
-        {"is starting at STARTUP", {{NODE_STARTUP, {bootstrapping}}}, ""},
-        {"lies", {{NODE_STARTUP, {void_frame()}}}, ""},
-        {"breaks off", {{NODE_OPTIONS, {cut_off(stock_supported(false), 30)}}}, ""},
-        {"is silent", {{NODE_OPTIONS, {}}}, ""},
-        {"knows another password",
-         {{NODE_STARTUP, {authenticate_frame()}}, {NODE_AUTH_RESPONSE, {error_frame(0x100, "no")}}},
+    // What the first server does with requests, and how it ends; empty: by the second server.
+    const std::pair<node_habits, std::string> cases[] = {
+        {{{NODE_STARTUP, {no_answer(RESET)}}}, ""},
+        {{{NODE_OPTIONS, {bootstrapping}}}, ""},
+        {{{NODE_STARTUP, {bootstrapping}}}, ""},
+        {{{NODE_STARTUP, {void_frame()}}}, ""},
+        {{{NODE_OPTIONS, {cut_off(stock_supported(false), 30)}}}, ""},
+        {{{NODE_OPTIONS, {}}}, ""},
+        {{{NODE_STARTUP, {authenticate_frame()}}, {NODE_AUTH_RESPONSE, {error_frame(0x100, "no")}}},
          "28000 Invalid authorization: no"},
-        {"has not the keyspace",
-         {{NODE_QUERY, {error_frame(0x2200, "Keyspace 'k' does not exist")}}},
+        {{{NODE_QUERY, {error_frame(0x2200, "Keyspace 'k' does not exist")}}},
          "3F000 Invalid schema name: Keyspace 'k' does not exist"},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.what);
-        const other_node first(c.first), second;
+    for (const auto &[habits, refusal] : cases) {
+        SCOPED_TRACE(refusal);
+        const other_node first(habits), second;
         const wire_ptr wire = wire_open();
         connect_seconds(wire->conn,
                         "KEYSPACE=k;LogonTimeout=800;SERVER=" + first.address() + "," +
                             second.address(),
-                        c.refusal.empty() ? SQL_SUCCESS : SQL_ERROR);
-        EXPECT_EQ(conn_records(wire->conn),
-                  c.refusal.empty() ? record_list() : record_list{c.refusal});
+                        refusal.empty() ? SQL_SUCCESS : SQL_ERROR);
+        EXPECT_EQ(conn_records(wire->conn), refusal.empty() ? record_list() : record_list{refusal});
         EXPECT_EQ(first.asked, 1);
-        EXPECT_EQ(second.asked, c.refusal.empty() ? 1 : 0);
+        EXPECT_EQ(second.asked, refusal.empty() ? 1 : 0);
     }
 }
 
