@@ -65,22 +65,20 @@ struct application {
     std::string told;  // what was read, and the records of what failed
 };
 
-static bool goes(application *app, SQLRETURN code, SQLSMALLINT type)
+static bool goes(application *app, SQLRETURN code)
 {
     if (code == SQL_SUCCESS)
         return true;
-    app->told += "<";
-    for (const std::string &record :
-         records_of(type, type == SQL_HANDLE_STMT ? app->stmt : app->conn))
-        app->told += record + ";";
-    app->told += code_name(code) + ">";
+    const record_list records =
+        app->stmt != nullptr ? stmt_records(app->stmt) : conn_records(app->conn);
+    app->told += "<" + (records.empty() ? code_name(code) : records.front()) + ">";
     return false;
 }
 
 // The row by SQLGetData; not by cell_text, whose buffer is too large for some of these stacks.
 static void read_row(application *app)
 {
-    if (!goes(app, SQLFetch(app->stmt), SQL_HANDLE_STMT))
+    if (!goes(app, SQLFetch(app->stmt)))
         return;
     SQLSMALLINT columns = 0;
     SQLNumResultCols(app->stmt, &columns);
@@ -94,15 +92,6 @@ static void read_row(application *app)
         }
         app->told += "|";
     }
-}
-
-static bool connect(application *app, const std::string &settings)
-{
-    SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &app->env);
-    SQLSetEnvAttr(app->env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0);
-    SQLAllocHandle(SQL_HANDLE_DBC, app->env, &app->conn);
-    return goes(app, wire_driver_connect(app->conn, settings), SQL_HANDLE_DBC) &&
-           goes(app, SQLAllocHandle(SQL_HANDLE_STMT, app->conn, &app->stmt), SQL_HANDLE_DBC);
 }
 
 static void disconnect(const application &app)
@@ -123,19 +112,23 @@ static std::string spend_day(const std::string &settings, const meanwhile &then 
     double ratio = 0.25;
     SQLLEN size = static_cast<SQLLEN>(long_text.size());
     SQLHSTMT &stmt = app.stmt;
-    if (connect(&app, settings) && goes(&app, exec(stmt, "select"), SQL_HANDLE_STMT)) {
+    SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &app.env);
+    SQLSetEnvAttr(app.env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0);
+    SQLAllocHandle(SQL_HANDLE_DBC, app.env, &app.conn);
+    if (goes(&app, wire_driver_connect(app.conn, settings)) &&
+        goes(&app, SQLAllocHandle(SQL_HANDLE_STMT, app.conn, &stmt)) &&
+        goes(&app, exec(stmt, "select"))) {
         read_row(&app);
         if (then)
             then(&app);
         read_row(&app);
         SQLFreeStmt(stmt, SQL_CLOSE);
-        goes(&app, SQLTables(stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0),
-             SQL_HANDLE_STMT);
+        goes(&app, SQLTables(stmt, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0));
         SQLFreeStmt(stmt, SQL_CLOSE);
-        goes(&app, prepare(stmt, "insert ? ?"), SQL_HANDLE_STMT);
+        goes(&app, prepare(stmt, "insert ? ?"));
         bind(stmt, 1, SQL_C_DOUBLE, SQL_VARCHAR, &ratio);
         bind(stmt, 2, SQL_C_CHAR, SQL_VARCHAR, odbc_text(long_text), &size, size);
-        if (goes(&app, SQLExecute(stmt), SQL_HANDLE_STMT))
+        if (goes(&app, SQLExecute(stmt)))
             read_row(&app);
     }
     disconnect(app);
@@ -344,14 +337,7 @@ static std::string comes_and_goes(const roads &all)
 
 // ---- The parent ---------------------------------------------------------------------------------
 
-struct environment {
-    const char *name;
-    std::string (*work)(const roads &all);
-};
-[[maybe_unused]] static void PrintTo(const environment &e, std::ostream *out)
-{
-    *out << e.name;
-}
+using environment = std::pair<const char *, std::string (*)(const roads &all)>;
 using host = ::testing::TestWithParam<environment>;
 
 // To AddressSanitizer memory of threads that a child has not is lost.
@@ -407,7 +393,7 @@ TEST_P(host, may_be_of_any_kind)
                        .tls = "SERVER=" + node_address(encrypted.get()) +
                               ";Encrypt=yes;CERTIFICATEFILE=" + folder.add("ca.pem", ca.pem) + ";",
                        .bundle = "BUNDLE=" + bundle + ";UID=u;PWD=p;"};
-    if (GetParam().work == a_turkish_locale) {
+    if (GetParam().second == a_turkish_locale) {
         const bool low_first = std::endian::native == std::endian::little;
         const std::string make = "localedef -i tr_TR -f UTF-8 --" +
                                  std::string(low_first ? "little" : "big") + "-endian " +
@@ -416,20 +402,16 @@ TEST_P(host, may_be_of_any_kind)
             GTEST_SKIP() << "not run: " << file_content(folder.path + "/log");
         setenv("LOCPATH", folder.path.c_str(), 1);
     }
-    EXPECT_EQ(in_a_child([&] { return GetParam().work(all); }), "");
+    EXPECT_EQ(in_a_child([&] { return GetParam().second(all); }), "");
     EXPECT_EQ(node_finish(plain.get()), "");
     EXPECT_EQ(node_finish(encrypted.get()), "");
 }
 
-#define ENVIRONMENT(work)                                                                          \
-    environment                                                                                    \
-    {                                                                                              \
-#work, work                                                                                \
-    }
-INSTANTIATE_TEST_SUITE_P(
-    all, host,
-    ::testing::Values(ENVIRONMENT(standard_descriptors_closed), ENVIRONMENT(descriptors_above_1024),
-                      ENVIRONMENT(few_descriptors_left), ENVIRONMENT(forks_within_a_result),
-                      ENVIRONMENT(a_storm_of_signals), ENVIRONMENT(a_stack_of_64_kib),
-                      ENVIRONMENT(a_turkish_locale), ENVIRONMENT(comes_and_goes)),
-    [](const auto &given) { return std::string(given.param.name); });
+#define OF(work) environment(#work, work)
+INSTANTIATE_TEST_SUITE_P(all, host,
+                         ::testing::Values(OF(standard_descriptors_closed),
+                                           OF(descriptors_above_1024), OF(few_descriptors_left),
+                                           OF(forks_within_a_result), OF(a_storm_of_signals),
+                                           OF(a_stack_of_64_kib), OF(a_turkish_locale),
+                                           OF(comes_and_goes)),
+                         [](const auto &given) { return std::string(given.param.first); });
