@@ -1,132 +1,98 @@
 """pyodbc, Debian's and PyPI's."""
+import contextlib
 import os
 import socket
 import threading
 import time
 
 import pyodbc
-from steps import BATCH, COLUMNS, INSERT, NESTED, SELECT, STORED, VALUES, WHOLE, check, check_plain, failing, long_text, step
-from steps import uuid
+from steps import BATCH, COLUMNS, ERRORS, INSERT, LOAD, STORED, VALUES, check, check_rows, failing, usual_steps
 
 connection = pyodbc.connect("DSN=clients", autocommit=True)
 cursor = connection.cursor()
 
 
-def check_kinds():
-    for key, values in enumerate(VALUES):
-        got = list(cursor.execute(SELECT, key).fetchone())
-        got = [uuid.UUID(v) if c == "u" and v else v for c, v in zip(COLUMNS, got)]
-        check(got, values)
-        check([type(v) for v in got], [type(v) for v in values])
+def query(text, *parameters):
+    cursor.execute(text, *parameters)
+    return cursor.fetchall() if cursor.description else []
 
 
-@step("values")
+def executemany(fast, text, rows):
+    cursor.fast_executemany = fast
+    cursor.executemany(text, rows)
+
+
 def values():
     for fast in (False, True):
-        cursor.fast_executemany = fast
-        cursor.executemany(INSERT, [[key, *values] for key, values in enumerate(VALUES)])
-        cursor.fast_executemany = False
-        check_kinds()
-        cursor.execute("TRUNCATE vhcass_clients.kinds")
+        query("TRUNCATE vhcass_clients.kinds")
+        executemany(fast, INSERT, [[key, *values] for key, values in enumerate(VALUES)])
+        for key, row in enumerate(VALUES):
+            check_rows(query(f"SELECT {', '.join(COLUMNS)} FROM vhcass_clients.kinds WHERE id = ?", key), [row])
 
 
-@step("table")
-def table():
-    check(sorted(tuple(row) for row in cursor.execute("SELECT id, i, ti, ts, s FROM vhcass_clients.whole")), WHOLE)
-
-
-@step("batch")
 def batch():
     for fast in (False, True):
-        cursor.execute("TRUNCATE vhcass_clients.loaded")
-        cursor.fast_executemany = fast
-        failing(lambda: cursor.executemany("INSERT INTO vhcass_clients.loaded (id, s) VALUES (?, ?)", BATCH), pyodbc.DataError)
-        cursor.fast_executemany = False
+        query("TRUNCATE vhcass_clients.loaded")
+        failing(lambda: executemany(fast, LOAD, BATCH), pyodbc.DataError)
         # Row by row pyodbc stops at the bad one; an array runs on behind it.
-        stored = sorted(tuple(row) for row in cursor.execute("SELECT id, s FROM vhcass_clients.loaded"))
-        check(stored, STORED if fast else STORED[:2])
+        check_rows(query("SELECT id, s FROM vhcass_clients.loaded"), STORED if fast else STORED[:2])
     return "row by row it stops at the bad row, with fast_executemany the others are stored"
 
 
-@step("long")
-def long():
-    for length in (5000, 5000000):
-        cursor.execute("INSERT INTO vhcass_clients.long_texts (id, s) VALUES (?, ?)", length, long_text(length))
-        cursor.execute("SELECT s FROM vhcass_clients.long_texts WHERE id = ?", length)
-        check(cursor.fetchone()[0], long_text(length))
+def relay(address, silent, ends):
+    """The port of what passes bytes on between the driver and the server, and drops them when it is silent."""
+    listener = socket.create_server(("127.0.0.1", 0))
 
-
-@step("nested")
-def nested():
-    given = NESTED
-    for key in (1, 2):
-        cursor.execute("INSERT INTO vhcass_clients.nested (id, l, m, t, a) VALUES (?, ?, ?, ?, ?)", key, *given)
-        given = list(cursor.execute("SELECT l, m, t, a FROM vhcass_clients.nested WHERE id = ?", key).fetchone())
-        check(given, NESTED)
-
-
-class Relay:
-    """Between the driver and the server: it can go silent or end the connection."""
-
-    def __init__(self, address):
-        self.silent = threading.Event()
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
-        self.ends = []
-        threading.Thread(target=self.run, args=[address], daemon=True).start()
-
-    def run(self, address):
-        while True:
-            client, server = self.listener.accept()[0], socket.create_connection(address)
-            self.ends += [client, server]
-            for source, target in ((client, server), (server, client)):
-                threading.Thread(target=self.copy, args=[source, target], daemon=True).start()
-
-    def copy(self, source, target):
-        try:
+    def copy(source, target):
+        with contextlib.suppress(OSError):
             while data := source.recv(65536):
-                if not self.silent.is_set():
+                if not silent.is_set():
                     target.sendall(data)
-        except OSError:
-            pass
 
-    def end(self):
-        while self.ends:
-            self.ends.pop().shutdown(socket.SHUT_RDWR)
+    def run():
+        while True:
+            pair = listener.accept()[0], socket.create_connection(address)
+            ends.extend(pair)
+            for way in (pair, pair[::-1]):
+                threading.Thread(target=copy, args=way, daemon=True).start()
+
+    threading.Thread(target=run, daemon=True).start()
+    return listener.getsockname()[1]
 
 
-@step("errors")
 def errors():
-    def state(call, *kinds):
-        return failing(call, *kinds).args[0]
+    def told(kind, state, call):
+        check(failing(call, kind).args[0], state)
 
-    execute = cursor.execute
-    for text, wanted in (("SELEC 1", "42000"), ("SELECT * FROM vhcass_clients.missing", "42S02"),
-                         ("SELECT missing FROM vhcass_clients.kinds", "42S22"),
-                         ("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "42S01")):
-        check(state(lambda: execute(text), pyodbc.ProgrammingError), wanted)
-    check(state(lambda: execute("INSERT INTO vhcass_clients.kinds (id) VALUES (?)", 2**40), pyodbc.DataError), "22003")
-    check(state(lambda: pyodbc.connect("DSN=clients;KEYSPACE=vhcass_missing"), pyodbc.Error), "3F000")
-    check(state(lambda: pyodbc.connect("DSN=clients;SERVER=127.0.0.1;PORT=1"), pyodbc.OperationalError), "08001")
+    for text, state in [*ERRORS, ("SELECT missing FROM vhcass_clients.kinds", "42S22")]:
+        told(pyodbc.ProgrammingError, state, lambda: query(text))
+    told(pyodbc.DataError, "22003", lambda: query("INSERT INTO vhcass_clients.kinds (id) VALUES (?)", 2**40))
+    told(pyodbc.Error, "3F000", lambda: pyodbc.connect("DSN=clients;KEYSPACE=vhcass_missing"))
+    told(pyodbc.OperationalError, "08001", lambda: pyodbc.connect("DSN=clients;SERVER=127.0.0.1;PORT=1"))
 
-    relay = Relay((os.environ["CLIENTS_HOST"], int(os.environ["CLIENTS_PORT"])))
-    lost = pyodbc.connect(f"DSN=clients;SERVER=127.0.0.1;PORT={relay.port}", autocommit=True)
+    silent, ends = threading.Event(), []
+    port = relay((os.environ["CLIENTS_HOST"], int(os.environ["CLIENTS_PORT"])), silent, ends)
+    source, whole = f"DSN=clients;SERVER=127.0.0.1;PORT={port}", "SELECT * FROM vhcass_clients.whole"
+
+    def end():
+        while ends:
+            ends.pop().shutdown(socket.SHUT_RDWR)
+
+    lost = pyodbc.connect(source, autocommit=True)
     lost.timeout = 1
-    relay.silent.set()
+    silent.set()
     start = time.monotonic()
-    check(state(lambda: lost.execute("SELECT * FROM vhcass_clients.whole"), pyodbc.OperationalError), "HYT00")
-    if time.monotonic() - start > 5:
-        raise AssertionError("a time-out of 1 s took longer than 5 s")
-    relay.silent.clear()
-    lost.execute("SELECT * FROM vhcass_clients.whole").fetchall()
-    relay.end()  # another connection takes its place, unless the setting says no
-    lost.execute("SELECT * FROM vhcass_clients.whole").fetchall()
-    stays = pyodbc.connect(f"DSN=clients;SERVER=127.0.0.1;PORT={relay.port};Reconnect=No", autocommit=True)
-    relay.end()
-    check(state(lambda: stays.execute("SELECT * FROM vhcass_clients.whole"), pyodbc.OperationalError), "08S01")
+    told(pyodbc.OperationalError, "HYT00", lambda: lost.execute(whole))
+    check(time.monotonic() - start < 5, True)
+    silent.clear()
+    lost.execute(whole).fetchall()
+    end()  # another connection takes its place, unless the setting says no
+    lost.execute(whole).fetchall()
+    stays = pyodbc.connect(source + ";Reconnect=No", autocommit=True)
+    end()
+    told(pyodbc.OperationalError, "08S01", lambda: stays.execute(whole))
 
 
-@step("lists")
 def lists():
     place = {"schema": "vhcass_clients"}
     check([row.table_name for row in cursor.tables(table="w%", tableType="TABLE", **place).fetchall()], ["whole"])
@@ -135,6 +101,4 @@ def lists():
     check([row.column_name for row in cursor.primaryKeys("whole", **place).fetchall()], ["id"])
 
 
-@step("plain")
-def plain():
-    check_plain(lambda text: cursor.execute(text).fetchall(), pyodbc.Error)
+usual_steps(query, pyodbc.Error, values=values, batch=batch, errors=errors, lists=lists)
