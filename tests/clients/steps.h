@@ -27,9 +27,8 @@ void check(const T &got, const T &wanted)
 {
     std::ostringstream text;
     text << got << " instead of " << wanted;
-    if (got != wanted) {
+    if (got != wanted)
         throw std::runtime_error(text.str().substr(0, 300));
-    }
 }
 
 // The columns of values.tsv or nested.tsv: the name, and the values.
@@ -40,9 +39,8 @@ inline std::vector<std::vector<string>> columns_of(const char *name)
     string line, cell;
     for (std::getline(file, line); std::getline(file, line);) {
         columns.emplace_back();
-        for (std::istringstream cells(line + "\t"); std::getline(cells, cell, '\t');) {
+        for (std::istringstream cells(line + "\t"); std::getline(cells, cell, '\t');)
             columns.back().push_back(cell);
-        }
     }
     return columns;
 }
@@ -50,18 +48,16 @@ inline std::vector<std::vector<string>> columns_of(const char *name)
 inline string long_text(int length)
 {
     string text;
-    for (int i = 0; i < length; i += 10) {
+    for (int i = 0; i < length; i += 10)
         text += "ż23456😀890";
-    }
     return text;
 }
 
 inline void step(const char *name, const std::function<void()> &body)
 {
     const string asked_for = string(" ") + getenv("CLIENTS_STEPS") + " ";
-    if (asked_for.find(string(" ") + name + " ") == string::npos) {
+    if (asked_for.find(string(" ") + name + " ") == string::npos)
         return;
-    }
     try {
         body();
         std::cout << "ok " << name << std::endl;
