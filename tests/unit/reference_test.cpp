@@ -348,29 +348,15 @@ static std::vector<std::vector<app_value>> parameter_samples()
     return samples;
 }
 
-// The SQL type that the page binds for a type by default.
-static SQLSMALLINT bound_type(int type)
-{
-    static const std::map<int, int> types = {
-        {CQL_TINYINT, SQL_TINYINT}, {CQL_SMALLINT, SQL_SMALLINT},
-        {CQL_INT, SQL_INTEGER},     {CQL_BIGINT, SQL_BIGINT},
-        {CQL_COUNTER, SQL_BIGINT},  {CQL_BOOLEAN, SQL_BIT},
-        {CQL_FLOAT, SQL_REAL},      {CQL_DOUBLE, SQL_DOUBLE},
-        {CQL_DECIMAL, SQL_NUMERIC}, {CQL_VARINT, SQL_NUMERIC},
-        {CQL_DATE, SQL_TYPE_DATE},  {CQL_TIMESTAMP, SQL_TYPE_TIMESTAMP},
-        {CQL_UUID, SQL_GUID},
-    };
-    const auto at_type = types.find(type);
-    return SQLSMALLINT(at_type == types.end() ? SQL_VARCHAR : at_type->second);
-}
-
+// Bound by the SQL type that a column of the type has by default.
 static std::string conversion(bool standard, int type, const app_value &value)
 {
-    session s;
+    session s(false);
     marker_of(s).cql_type = type;
     s.conn->conduct = standard ? &standard_conduct : &default_conduct;
-    const std::string bytes =
-        encode_sample(s, bound_type(type), {value, ""}, type == CQL_DECIMAL ? 15 : 0);
+    const int sql_type = rig_open({type})->field(1)->consise_type;
+    const std::string bytes = encode_sample(s, static_cast<SQLSMALLINT>(sql_type), {value, ""},
+                                            type == CQL_DECIMAL ? 15 : 0);
     return bytes.find('@') == bytes.npos ? "value" : bytes.substr(0, 5);
 }
 

@@ -1,5 +1,4 @@
-// Texts that calls hand out, ANSI and wide: into buffers of every size, and of a length that
-// sixteen bits cannot tell.
+// Texts that calls hand out, ANSI and wide, into buffers of every size.
 #include "tests/unit/handles.h"
 
 static std::string utf8_of(const std::u16string &text)
@@ -114,21 +113,4 @@ TEST_F(text_out, fits_any_buffer_size)
     SQLCHAR at[1];
     EXPECT_EQ(SQLGetCursorName(stmt, at, 0, nullptr), SQL_SUCCESS_WITH_INFO);
     EXPECT_EQ(SQLDescribeCol(stmt, 1, at, 0, NO4, nullptr), SQL_SUCCESS);
-}
-
-// The largest stands for it, in all calls.
-TEST_F(text_out, of_a_length_beyond_16_bits)
-{
-    const std::u16string text(70000, u'x');
-    keep(text);
-    std::vector<SQLCHAR> at(32768);
-    for (const text_call &c : calls(text)) {
-        told_length told;
-        if (c.whole != text)
-            continue;
-        const SQLRETURN code =
-            c.call(at.data(), static_cast<SQLSMALLINT>(30000 / c.counted), &told);
-        EXPECT_TRUE(code == SQL_SUCCESS_WITH_INFO || c.cut[0] == '0') << c.name;
-        EXPECT_TRUE(told.small == 32767 || told.large >= 70000) << c.name;
-    }
 }
