@@ -225,14 +225,12 @@ TEST(cell_convert, null_goes_through_the_indicator_or_is_reported)
     ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
     SQLLEN value = 9, indicator = 7, octets = 7;
     const auto get = [&](SQLUSMALLINT column, SQLLEN *null_ptr, SQLLEN *length_ptr) {
-        rig->cell().finished = 0;
         return cass_get_data(rig->stmt, column, SQL_C_LONG, &value, 4, null_ptr, length_ptr,
                              rig->stmt->ird->fields, nullptr);
     };
     EXPECT_EQ(SQL_SUCCESS, get(1, &indicator, &octets));
-    EXPECT_TRUE(indicator == SQL_NULL_DATA && octets == 0);
-    EXPECT_EQ(SQL_SUCCESS, get(1, &octets, &octets));
-    EXPECT_TRUE(octets == SQL_NULL_DATA && value == 9);  // one place for both
+    EXPECT_TRUE(indicator == SQL_NULL_DATA && octets == 0 && value == 9);
+    rig->cell().finished = 0;
     // A text column stays open after the warning, the others are closed by it.
     for (const SQLUSMALLINT column : {2, 2, 1})
         EXPECT_EQ(SQL_SUCCESS_WITH_INFO, get(column, nullptr, nullptr));
@@ -300,18 +298,13 @@ TEST(cell_convert, the_type_of_the_binding_reads_the_column_in_front)
     EXPECT_STREQ("11", read_cell(rig, SQL_ARD_TYPE, 8, 8, 2).written.c_str());
     for (const int column : {1, 2})  // read by the call above, and so is the one named
         EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_C_LONG, 4, 4, column).code);
-    rig->cell(1).finished = 0;
-    EXPECT_EQ(SQL_ERROR, read_cell(rig, SQL_ARD_TYPE, 8, 8, 1).code);  // the bookmark record
-    EXPECT_EQ("07006@0", rig->states());
 }
 
 TEST(cell_convert, get_data_tests_the_page_the_column_and_the_bookmark)
 {
     const rig_ptr rig = rig_open({CQL_INT});
     const auto states = [&](SQLUSMALLINT column, SQLSMALLINT type) {
-        std::int32_t value = 0;
-        return outcome(SQLGetData(rig->stmt, column, type, &value, sizeof value, nullptr),
-                       rig->stmt);
+        return outcome(SQLGetData(rig->stmt, column, type, nullptr, 0, nullptr), rig->stmt);
     };
     EXPECT_EQ("07006@1", states(1, SQL_C_LONG));  // a page, but no row yet
     rig_page(rig, cell_of(be(5, 4)));
@@ -319,11 +312,9 @@ TEST(cell_convert, get_data_tests_the_page_the_column_and_the_bookmark)
     // Columns that binding added behind a result are not the result's.
     ASSERT_EQ(0, cass_desc_resize(rig->stmt->ird, 4));
     EXPECT_EQ("", states(1, SQL_C_LONG));
-    EXPECT_EQ("07009", states(3, SQL_C_LONG));
-    EXPECT_EQ("07009", states(0, SQL_C_BOOKMARK));
+    EXPECT_EQ("0700907009", states(3, SQL_C_LONG) + states(0, SQL_C_BOOKMARK));
     rig->stmt->attrs.use_bookmarks = 1;
-    EXPECT_EQ("HY003", states(0, SQL_C_CHAR));
-    EXPECT_EQ("07006@0", states(0, SQL_C_BOOKMARK));
+    EXPECT_EQ("HY00307006@0", states(0, SQL_C_CHAR) + states(0, SQL_C_BOOKMARK));
     rig->stmt->page.current_packet = nullptr;
     EXPECT_EQ("HY010", states(1, SQL_C_LONG));
 }

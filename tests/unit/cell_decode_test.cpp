@@ -2,23 +2,9 @@
 // buffer that a column keeps. Pages that end early come through the whole driver in other tests.
 #include "tests/unit/cell_rig.h"
 
-static void expect_rows_given_up(const rig_ptr &rig, const std::string &page)
-{
-    rig_page(rig, page);
-    rig->stmt->page.current_row_count = 100;
-    rig->stmt->page.paging_state = static_cast<unsigned char *>(std::malloc(4));
-    rig->stmt->page.paging_state_len = 4;
-    EXPECT_EQ(SQL_ERROR, rig_row(rig)) << page.size() << " bytes";
-    EXPECT_EQ(records(&rig->stmt->head),
-              "08S01|Communication link failure: unexpected end of packet\n");
-    EXPECT_EQ(100, rig->stmt->page.current_row_offset);
-    EXPECT_TRUE(rig->stmt->page.paging_state == nullptr && rig->stmt->page.paging_state_len == 0);
-    cass_diag_clear(&rig->stmt->head);
-}
-
+// Lengths that are none of a type's, and those beyond the page.
 TEST(cell_decode, a_length_that_lies_gives_up_the_rows)
 {
-    // Lengths that a type has not, other than those beyond the page.
     const std::pair<int, std::vector<int>> types[] = {
         {CQL_VARCHAR, {}},    {CQL_BLOB, {}},           {CQL_INET, {}},
         {CQL_DECIMAL, {3}},   {CQL_VARINT, {}},         {CQL_TINYINT, {2}},
@@ -26,14 +12,18 @@ TEST(cell_decode, a_length_that_lies_gives_up_the_rows)
         {CQL_BIGINT, {7, 9}}, {CQL_COUNTER, {7, 9}},    {CQL_FLOAT, {3, 5}},
         {CQL_DOUBLE, {7, 9}}, {CQL_DATE, {3, 5}},       {CQL_TIME, {7, 9}},
         {CQL_UUID, {15, 17}}, {CQL_TIMEUUID, {15, 17}}, {CQL_TIMESTAMP, {7, 9}}};
-    const std::string tail(64, '\x11');
-    for (const auto &[type, lengths] : types) {
+    for (const auto &[type, of_type] : types) {
         SCOPED_TRACE("type " + std::to_string(type));
+        std::vector<int> lengths = {65, INT32_MAX};
+        lengths.insert(lengths.end(), of_type.begin(), of_type.end());
+        for (const int length : lengths) {
+            const rig_ptr rig = rig_open({type});
+            rig_page(rig, be(length, 4) + std::string(64, '\x11'));
+            rig->stmt->page.current_row_count = 100;
+            EXPECT_EQ("08S01", outcome(rig_row(rig), rig->stmt)) << length;
+            EXPECT_EQ(100, rig->stmt->page.current_row_offset);
+        }
         const rig_ptr rig = rig_open({type});
-        for (const int length : lengths)
-            expect_rows_given_up(rig, be(length, 4) + tail);
-        expect_rows_given_up(rig, be(65, 4) + tail);
-        expect_rows_given_up(rig, be(INT32_MAX, 4) + tail);
         rig_page(rig, cell_of(""));
         ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
         const bool empty = type == CQL_VARCHAR || type == CQL_BLOB || type == CQL_INET;
@@ -41,9 +31,7 @@ TEST(cell_decode, a_length_that_lies_gives_up_the_rows)
     }
     const rig_ptr rig = rig_open({CQL_INET});
     rig_page(rig, cell_of("12345"));
-    EXPECT_EQ(SQL_ERROR, rig_row(rig));
-    EXPECT_EQ(records(&rig->stmt->head),
-              "08S01|Communication link failure: unexpected inet type length 5\n");
+    EXPECT_EQ("08S01", outcome(rig_row(rig), rig->stmt));
 }
 
 TEST(cell_decode, a_buffer_much_larger_than_a_page_is_given_back_at_its_end)

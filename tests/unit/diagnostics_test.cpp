@@ -7,23 +7,16 @@
 static const std::string PREFIX = "[Varnholt][Apache Cassandra]";
 
 struct diagnostics : stmt_fixture {
-    // A record as it may come from a server or a data source.
-    void add_record(cass_handle *head, const char *state, const char16_t *text, int native)
-    {
-        const owned_string state_text = own(cass_string_from_cstr(state)), copy = string_of(text);
-        const cass_diag_record record = {native, state_text.get(), copy.get(), 7, -1, 0, nullptr};
-        cass_diag_copy(head, &record);
-    }
     std::string message(SQLSMALLINT number)
     {
         SQLCHAR text[2048] = "(none)";
         SQLGetDiagRec(0, conn, number, nullptr, nullptr, text, sizeof text, nullptr);
         return reinterpret_cast<char *>(text);
     }
-    std::string field(void *handle, SQLSMALLINT identifier)
+    std::string field(SQLSMALLINT identifier)
     {
         char text[64] = "(none)";
-        SQLGetDiagField(0, handle, 1, identifier, text, sizeof text, nullptr);
+        SQLGetDiagField(0, conn, 1, identifier, text, sizeof text, nullptr);
         return text;
     }
 };
@@ -63,20 +56,20 @@ TEST_F(diagnostics, records_read_highest_state_first_and_in_posting_order_within
 
 TEST_F(diagnostics, fields_of_a_record_and_of_its_handle)
 {
-    add_record(&stmt->head, "22003", u"x", -42);
+    cass_post_error_column(&stmt->head, STATE_22003, -42, 3, "x");
     cass_post_error(&conn->head, STATE_HY000, 0, nullptr);
     // A length of -7 is not stored.
     // clang-format off
     const struct { void *handle; SQLSMALLINT number, id, code, length; SQLLEN value; } cases[] = {
         {stmt, 0, SQL_DIAG_NUMBER, 0, 4, 1}, {stmt, 1, SQL_DIAG_CURSOR_ROW_COUNT, 0, 8, 0},
-        {stmt, 1, SQL_DIAG_NATIVE, 0, 4, -42}, {stmt, 1, SQL_DIAG_ROW_NUMBER, 0, 8, 7},
-        {stmt, 1, SQL_DIAG_COLUMN_NUMBER, 0, 4, -1}, {stmt, 0, SQL_DIAG_DYNAMIC_FUNCTION, 1, 0, 0},
-        {stmt, 1, SQL_DIAG_ROW_COUNT, -1, -7, 0}, {stmt, 2, SQL_DIAG_ROW_COUNT, 100, -7, 0},
-        {conn, 1, SQL_DIAG_CURSOR_ROW_COUNT, -1, -7, 0}, {conn, 0, SQL_DIAG_SQLSTATE, -1, -7, 0},
-        {conn, 2, SQL_DIAG_SQLSTATE, 100, -7, 0}, {conn, 1, 9999, -1, -7, 0},
+        {stmt, 1, SQL_DIAG_NATIVE, 0, 4, -42}, {stmt, 1, SQL_DIAG_COLUMN_NUMBER, 0, 4, 3},
+        {stmt, 0, SQL_DIAG_DYNAMIC_FUNCTION, 1, 0, 0}, {stmt, 1, SQL_DIAG_ROW_COUNT, -1, -7, 0},
+        {stmt, 2, SQL_DIAG_ROW_COUNT, 100, -7, 0}, {conn, 1, SQL_DIAG_CURSOR_ROW_COUNT, -1, -7, 0},
+        {conn, 0, SQL_DIAG_SQLSTATE, -1, -7, 0}, {conn, 2, SQL_DIAG_SQLSTATE, 100, -7, 0},
+        {conn, 1, 9999, -1, -7, 0},
     };
     // clang-format on
-    for (const auto &c : cases) {
+    for (const auto &c : cases)
         for (const auto get : {SQLGetDiagField, SQLGetDiagFieldW}) {
             SCOPED_TRACE(testing::Message() << c.id << " of record " << c.number);
             guarded at;
@@ -87,19 +80,17 @@ TEST_F(diagnostics, fields_of_a_record_and_of_its_handle)
             const std::size_t size = length < 0 ? 0 : std::size_t(length);
             EXPECT_EQ(at.written(), bytes_of(low_bytes(&value, size), size));
         }
-    }
     // The connection's name is a text in the ANSI form, a number in the wide one.
     std::ostringstream expected;
     expected << "NetConn: " << conn;
-    EXPECT_EQ(field(stmt, SQL_DIAG_CONNECTION_NAME), expected.str());
+    EXPECT_EQ(field(SQL_DIAG_CONNECTION_NAME), expected.str());
     guarded at;
     SQLGetDiagFieldW(0, stmt, 1, SQL_DIAG_CONNECTION_NAME, at.data(), 64, nullptr);
     EXPECT_EQ(at.written(), std::string(4, '\0'));
     for (const auto &[state, wanted] :
-         {std::pair("IM009", "ODBC 3.0ISO 9075"), {"HYT00", "ISO 9075ODBC 3.0"}}) {
+         {std::pair(STATE_IM008, "ODBC 3.0ODBC 3.0"), {STATE_HYT00, "ISO 9075ODBC 3.0"}}) {
         cass_diag_clear(&conn->head);
-        add_record(&conn->head, state, u"x", 0);
-        EXPECT_EQ(field(conn, SQL_DIAG_CLASS_ORIGIN) + field(conn, SQL_DIAG_SUBCLASS_ORIGIN),
-                  wanted);
+        cass_post_error(&conn->head, state, 0, nullptr);
+        EXPECT_EQ(field(SQL_DIAG_CLASS_ORIGIN) + field(SQL_DIAG_SUBCLASS_ORIGIN), wanted);
     }
 }

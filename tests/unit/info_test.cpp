@@ -1,23 +1,7 @@
-// SQLGetInfo, SQLGetInfoW and SQLGetFunctions on a connection that never connected.
+// SQLGetFunctions on a connection that never connected.
 #include "tests/unit/handles.h"
 
 using info = stmt_fixture;
-
-TEST_F(info, texts_and_what_is_unknown)
-{
-    // A text that is not known is never cut, one that is empty is by a buffer without any room.
-    guarded at;
-    for (const auto &[type, code] :
-         {std::pair(SQL_DATA_SOURCE_NAME, 0), {SQL_SEARCH_PATTERN_ESCAPE, 1}})
-        EXPECT_EQ(SQLGetInfo(conn, SQLUSMALLINT(type), at.data(), 0, nullptr), code) << type;
-    EXPECT_EQ(at.written(), "");
-    // Types that the Driver Manager answers itself are unknown too.
-    for (const SQLUSMALLINT type : {3, 5, 76, 135, 171, 9999})
-        EXPECT_EQ(outcome(SQLGetInfo(conn, type, nullptr, 0, nullptr), conn), "HYC00") << type;
-    // Cursors are named by their number.
-    SQLGetCursorName(cass_alloc_stmt(conn), static_cast<SQLCHAR *>(at.data()), 20, nullptr);
-    EXPECT_EQ(at.written(), bytes_of("SQL_CUR00000001", 16));
-}
 
 TEST_F(info, the_three_forms_of_get_functions_agree)
 {

@@ -149,23 +149,6 @@ TEST(parameter_encode, lengths_decide_how_far_a_buffer_is_read)
 
 // ---- Records ------------------------------------------------------------------------------------
 
-// A null indicator writes nothing and the count stays, which is that of the markers.
-TEST(parameter_encode, a_null_is_left_out_and_a_failure_names_its_parameter)
-{
-    session s;
-    int value = 1;
-    SQLLEN indicator = SQL_NULL_DATA;
-    bind(s.stmt, 1, SQL_C_SLONG, SQL_INTEGER, &value);
-    bind(s.stmt, 2, SQL_C_SLONG, SQL_INTEGER, nullptr, &indicator);
-    bind(s.stmt, 3, SQL_C_SLONG, SQL_INTEGER, &value);
-    EXPECT_EQ(on_wire("00000001") + on_wire("00000001"), encode(s, 3));
-    EXPECT_EQ(on_wire("00000001"), encode(s, 1));
-    indicator = 4;
-    EXPECT_EQ("HY009@2", encode(s, 3));
-    bind(s.stmt, 2, SQL_C_SLONG, SQL_INTEGER, &value, &indicator);
-    EXPECT_EQ("07002@4", encode(s, 4));
-}
-
 TEST(parameter_encode, what_the_record_leaves_open_comes_from_elsewhere)
 {
     session s;

@@ -110,7 +110,10 @@ TEST_F(text_out, fits_any_buffer_size)
         expect_whole_or_cut(call);
     // A name that is empty is cut by a buffer without any room, a column's is not.
     keep(u"");
-    SQLCHAR at[1];
+    SQLCHAR at[20];
     EXPECT_EQ(SQLGetCursorName(stmt, at, 0, nullptr), SQL_SUCCESS_WITH_INFO);
     EXPECT_EQ(SQLDescribeCol(stmt, 1, at, 0, NO4, nullptr), SQL_SUCCESS);
+    // One that was never set is a number.
+    SQLGetCursorName(cass_alloc_stmt(conn), at, sizeof at, nullptr);
+    EXPECT_STREQ(reinterpret_cast<char *>(at), "SQL_CUR00000001");
 }
