@@ -50,10 +50,9 @@ TEST(astra, request_carries_what_credentials_there_are)
 {
     told({}, with_length("{}"), nullptr, nullptr, "Z3Vlc3R1c2VyOmd1ZXN0dXNlcg==");
     told({}, with_length("{}"), nullptr, "\xC3\xA9", "OsOp");
-    std::string many;  // one line of any length
-    for (int i = 0; i < 1000; i++)
-        many += "YWFh";
-    told({}, with_length("{}"), "us", std::string(3000, 'a').c_str(), "dXM6" + many);
+    // One line of any length.
+    told({}, with_length("{}"), "us", std::string(3000, 'a').c_str(),
+         "dXM6" + replaced(std::string(1000, '-'), "-", "YWFh"));
 }
 
 TEST(astra, reply_is_read_in_every_form_and_only_as_far_as_it_goes)
@@ -97,7 +96,6 @@ TEST(astra, members_of_the_reply_are_told_or_stand_for_nothing)
         {1, R"("contact_points": ["a"], "round_robin_port": 7)", "a,|r|7|1"},
         {0, R"("contact_points": ["\u00e9", "b", 5, "c"], "round_robin_port": 0)",
          "\xC3\xA9,b,|r|0|9042"},
-        {0, R"("contact_points": [5, "a"])", "|r|9042|9042"},
         {0, R"("contact_points": "a", "round_robin_port": 4294967303)", "|r|7|7"},
         {2, R"("x": 1)", "|(null)|9042|2"},
     };
@@ -105,7 +103,7 @@ TEST(astra, members_of_the_reply_are_told_or_stand_for_nothing)
         const session s;
         s.conn->region = cass_string_from_cstr("old");
         s.conn->settings.port = port;
-        const std::string json = R"({"region": "r", "contact_info": {)" + info + "}}";
-        EXPECT_EQ(told(s, with_length(json)), wanted);
+        EXPECT_EQ(told(s, with_length(R"({"region": "r", "contact_info": {)" + info + "}}")),
+                  wanted);
     }
 }

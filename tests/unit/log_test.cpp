@@ -28,29 +28,26 @@ static std::string formatted(int room, const char *format, ...)
 }
 
 struct driver_log : stmt_fixture {
-    // The same in each test: the memory log goes where the process's first one was to go.
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() /
-                                         ("vhcass_log_" + std::to_string(getpid())),
-                                path = folder / "driver.log";
+    const file_folder folder;
+    const std::string path = folder.path + "/driver.log";
 
-    driver_log() { std::filesystem::create_directories(folder); }
-    ~driver_log() override { std::filesystem::remove_all(folder); }
-    static cass_handle *log_to(cass_conn *conn, const std::filesystem::path &file, int mask)
+    static cass_handle *log_to(cass_conn *conn, const std::string &file, int mask)
     {
         std::snprintf(conn->settings.log_file, sizeof conn->settings.log_file, "%s", file.c_str());
         conn->head.log_mask = mask;
         return &conn->head;
     }
     // A log, with what changes from run to run blotted out.
-    static std::string content(const std::filesystem::path &file)
+    std::string content() const
     {
-        return std::regex_replace(file_content(file), std::regex("(TIME=|0x)[0-9a-f]+"), "$1N");
-    }
-    static bool has(const std::string &text, const std::string &piece)
-    {
-        return text.find(piece) != std::string::npos;
+        return std::regex_replace(file_content(path), std::regex("(TIME=|0x)[0-9a-f]+"), "$1N");
     }
 };
+
+static bool has(const std::string &text, const std::string &piece)
+{
+    return text.find(piece) != std::string::npos;
+}
 
 TEST(log_format, conversions)
 {
@@ -71,22 +68,20 @@ TEST(log_format, conversions)
 
 TEST(log_format, what_is_too_long_ends_in_dots)
 {
-    const auto plain = [](int count) { return std::string(static_cast<unsigned>(count), 'x'); };
-    const std::string text = plain(200);
-    EXPECT_EQ(formatted(100, "%q", text.c_str(), 78), "'" + plain(78) + "'[78]");
-    EXPECT_EQ(formatted(100, "%q", text.c_str(), 79), "'" + plain(79) + "...'[79]");
-    // An escaped byte counts four of the eighty, although it is printed in ten.
-    EXPECT_EQ(formatted(300, "%s", ("\xE9\xE9" + plain(300)).c_str()),
-              "\\xFFFFFFE9\\xFFFFFFE9" + plain(272) + "...");
-    // An escape is begun where it fits with the terminator.
+    const std::string text(300, 'x');
+    for (const unsigned count : {78, 79})
+        EXPECT_EQ(formatted(100, "%q", text.c_str(), count),
+                  "'" + text.substr(0, count) + (count < 79 ? "'[78]" : "...'[79]"));
+    // An escaped byte counts four of the eighty, although it is printed in ten; an escape is begun
+    // where it fits with the terminator.
+    EXPECT_EQ(formatted(300, "%s", ("\xE9\xE9" + text).c_str()),
+              "\\xFFFFFFE9\\xFFFFFFE9" + text.substr(0, 272) + "...");
     EXPECT_EQ(formatted(40, "%s", "\xE9\xE9\xE9\xE9"), "\\xFFFFFFE9\\xFFFFFFE9\\xFFFFFFE9...");
-    // 40 or less behind it marks even a text that did fit.
-    const owned_string string = own(cass_string_from_cstr(text.c_str()));
-    for (const int length : {59, 60}) {
-        string->length = length;
-        EXPECT_EQ(formatted(100, "%S", string.get()), plain(length) + (length < 60 ? "" : "..."));
-    }
-    // Nothing follows the dots between two items.
+    // 40 or less behind it marks even a text that did fit. Nothing follows the dots between items.
+    for (const unsigned count : {59, 60})
+        EXPECT_EQ(
+            formatted(100, "%S", own(cass_string_from_cstr(text.substr(0, count).c_str())).get()),
+            text.substr(0, count) + (count < 60 ? "" : "..."));
     EXPECT_EQ(formatted(41, "0123456789012345678%d %d end", 12, 3), "012345678901234567812...");
 }
 
@@ -124,18 +119,18 @@ TEST_F(driver_log, a_record_is_header_kind_and_text_and_a_packet_rows_of_sixteen
                             "5A 5D 60 63 66 69 6C 6F 72 75 78 7B 7E 81 84 87   "
                             "Z]`cfilorux{~..." +
                             margin;
-    EXPECT_EQ(content(path), here + "DETAIL:\t two 2\n\t\t" + tid + "+\t more\n" + here +
-                                 "ERROR:\t \n" + packet + packet + row + "\n" + packet + row +
-                                 "8A " + std::string(45, ' ') + "  .\n\n");
+    EXPECT_EQ(content(), here + "DETAIL:\t two 2\n\t\t" + tid + "+\t more\n" + here +
+                             "ERROR:\t \n" + packet + packet + row + "\n" + packet + row + "8A " +
+                             std::string(45, ' ') + "  .\n\n");
 }
 
 TEST_F(driver_log, a_log_that_cannot_be_written_is_silent)
 {
     const std::string long_text(4000, 'x');
-    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((folder.path + "/pipe").c_str(), 0600), 0);
     errno = 12345;
     for (int i = 0; i < 100; i++)  // more than a pipe holds
-        CASS_LOG(log_to(conn, folder / "pipe", 31), LOG_ERROR, "%s", long_text.c_str());
+        CASS_LOG(log_to(conn, folder.path + "/pipe", 31), LOG_ERROR, "%s", long_text.c_str());
     EXPECT_EQ(errno, 12345);
     env->head.log_mask = 31;
     CASS_LOG(&env->head, LOG_ERROR, "no connection, nowhere to log");
@@ -175,7 +170,7 @@ TEST_F(driver_log, memory_mode_writes_the_last_99999_records_at_an_error)
     CASS_LOG_PACKET(head, "01", 2, "frame");
     EXPECT_FALSE(std::filesystem::exists(path));
     CASS_LOG(head, LOG_ERROR, "failed");
-    const std::string dump = content(path), stars(100, '*'), margin = "\n" + std::string(10, ' ');
+    const std::string dump = content(), stars(100, '*'), margin = "\n" + std::string(10, ' ');
     EXPECT_TRUE(dump.starts_with(stars + "\n*") && dump.ends_with("*\n" + stars + "\n")) << dump;
     EXPECT_TRUE(has(dump, "\n\t\tENTRY:\t first\n") && has(dump, "ERROR:\t failed\n*"));
     EXPECT_TRUE(has(dump, "PKTDUMP:\t frame\n" + margin + "30 31 " + std::string(42, ' ') +
@@ -185,7 +180,7 @@ TEST_F(driver_log, memory_mode_writes_the_last_99999_records_at_an_error)
         CASS_LOG(log_to(conn, path, 95), LOG_DETAIL, "entry %d.", i);
     cass_free_conn(conn, 0);
     conn = cass_alloc_conn(env, 3);
-    CASS_LOG(log_to(conn, folder / "other.log", 95), LOG_ERROR, "the end");
+    CASS_LOG(log_to(conn, folder.path + "/other.log", 95), LOG_ERROR, "the end");
     const std::string second = file_content(path).substr(dump.size());
     EXPECT_FALSE(has(second, "first") || has(second, "entry 6."));
     EXPECT_TRUE(has(second, "entry 7.") && has(second, "entry 100004.") && has(second, "the end"));

@@ -12,10 +12,12 @@ static std::u16string process(cass_stmt *stmt, const std::u16string &text)
 }
 
 // A null output is the text itself.
-static constexpr struct {
+struct rewrite {
     const char16_t *text, *output;
     int markers;
-} rewrites[] = {
+};
+
+static constexpr rewrite by_default[] = {
     // clang-format off
     // Trim.
     {u"  select * from t ;  ", u"select * from t ", 0}, {u"\t\r\n\v\fa;;;\n", u"a", 0},
@@ -44,16 +46,54 @@ static constexpr struct {
     // clang-format on
 };
 
+// Read as CQL.
+static constexpr rewrite as_cql[] = {
+    // clang-format off
+    {u"\xFEFF \xFEFF a ; ;\n", u"a", 0}, {u" \t ", u"", 0}, {u"", u"", 0}, {u" ;;; ", u"", 0},
+    {u"a;b; \x0000", u"a;b", 0}, {u"? /* ? ' */ ?", nullptr, 2}, {u"? // ' ?\n?", nullptr, 2},
+    {u"? -- ' ?\r?", nullptr, 2}, {u"'it''s ?' ? \"a\"\"?\" $$ ? ' $ $$ ?", nullptr, 2},
+    {u"[?, ?]", nullptr, 2}, {u"'open ?", nullptr, 0}, {u"$$ open ?", nullptr, 0},
+    {u"/* open ?;", nullptr, 0}, {u"'\xFEFF;'; ", u"'\xFEFF;'", 0},
+    {u"a -- b;", u"a -- b;\n", 0}, {u"a // b \n", u"a // b \n", 0}, {u"--", u"--\n", 0},
+    {u"a -- b\n; ", u"a -- b\n", 0},
+    // Literals.
+    {u"{d '2001-02-03'}", u"'2001-02-03'", 0}, {u"{ D  '2001-02-03' }", u"'2001-02-03'", 0},
+    {u"{t'10:11:12'}", u"'10:11:12'", 0}, {u"{guid '6F9619FF'}", u"6F9619FF", 0},
+    {u"{guid '0 or ?'}", u"'0 or ?'", 0},
+    {u"{ts'2001-02-03 4:5:6'}", u"'2001-02-03 4:5:6+0000'", 0},
+    {u"{TS '2001-02-03 4:5:6.789'};", u"'2001-02-03 4:5:6.789+0000'", 0},
+    {u"{ts '2001-02-03T04:05:06Z'}", u"'2001-02-03T04:05:06Z'", 0},
+    {u"{ts '2001-02-03 04:05-01'}", u"'2001-02-03 04:05-01'", 0},
+    {u"{ts'2001-02-03'}{ts'2001-02-03'}", u"'2001-02-03+0000''2001-02-03+0000'", 0},
+    // Words, with escapes and literals of CQL inside.
+    {u"select {fn now()}, {FN f({fn g(?)}, {'a': {1}}, '}')} x",
+     u"select  now(),  f( g(?), {'a': {1}}, '}') x", 1},
+    {u"{oj a}{call b}{escape '!'}", u" a b '!'", 0},
+    // None of them.
+    {u"{d: 'x', fn : 1, ts:2}", nullptr, 0}, {u"{fn: now()}", nullptr, 0},
+    {u"{'d ': 'x'}", nullptr, 0}, {u"{date '2001-02-03'}", nullptr, 0},
+    {u"{d 'a' 'b'} {ts ?} {d '}", nullptr, 1}, {u"} {fn a", u"}  a", 0}, {u"{", nullptr, 0},
+    {u"{d", nullptr, 0}, {u"{ts '", nullptr, 0}, {u"'{fn x}' {{}}", nullptr, 0},
+    // clang-format on
+};
+
 using rewriter = stmt_fixture;
 
 TEST_F(rewriter, output_and_marker_count)
 {
-    for (const auto &c : rewrites) {
-        EXPECT_EQ(process(stmt, c.text), c.output == nullptr ? c.text : c.output);
-        EXPECT_EQ(stmt->found_param_count, c.markers) << testing::PrintToString(c.text);
-    }
-    // A first word that is too long is cut.
-    EXPECT_EQ(process(stmt, std::u16string(1000, u's')), std::u16string(1000, u's'));
+    const auto expect = [&](const rewrite &row) {
+        EXPECT_EQ(process(stmt, row.text), row.output == nullptr ? row.text : row.output);
+        EXPECT_EQ(stmt->found_param_count, row.markers) << testing::PrintToString(row.text);
+    };
+    for (const rewrite &row : by_default)
+        expect(row);
+    conn->conduct = &standard_conduct;
+    for (const rewrite &row : as_cql)
+        expect(row);
+    process(stmt, u"/* a */ -- b\n Insert into");
+    EXPECT_EQ(stmt->verb_code, VERB_I);
+    process(stmt, u"selecT");
+    EXPECT_EQ(stmt->verb_code, VERB_SELECT);
 }
 
 // Each text on the statement of those before: nothing may be left of them. Keywords come with their
@@ -79,53 +119,6 @@ TEST_F(rewriter, notes_for_the_log)
                     stmt->set_offset == c.set)
             << testing::PrintToString(c.text);
     }
-}
-
-// ---- Read as CQL --------------------------------------------------------------------------------
-
-TEST_F(rewriter, escapes_become_cql)
-{
-    static constexpr struct {
-        const char16_t *text, *output;
-        int markers;
-    } cases[] = {
-        // clang-format off
-        {u"\xFEFF \xFEFF a ; ;\n", u"a", 0}, {u" \t ", u"", 0}, {u"", u"", 0}, {u" ;;; ", u"", 0},
-        {u"a;b; \x0000", u"a;b", 0}, {u"? /* ? ' */ ?", nullptr, 2}, {u"? // ' ?\n?", nullptr, 2},
-        {u"? -- ' ?\r?", nullptr, 2}, {u"'it''s ?' ? \"a\"\"?\" $$ ? ' $ $$ ?", nullptr, 2},
-        {u"[?, ?]", nullptr, 2}, {u"'open ?", nullptr, 0}, {u"$$ open ?", nullptr, 0},
-        {u"/* open ?;", nullptr, 0}, {u"'\xFEFF;'; ", u"'\xFEFF;'", 0},
-        {u"a -- b;", u"a -- b;\n", 0}, {u"a // b \n", u"a // b \n", 0}, {u"--", u"--\n", 0},
-        {u"a -- b\n; ", u"a -- b\n", 0},
-        // Literals.
-        {u"{d '2001-02-03'}", u"'2001-02-03'", 0}, {u"{ D  '2001-02-03' }", u"'2001-02-03'", 0},
-        {u"{t'10:11:12'}", u"'10:11:12'", 0}, {u"{guid '6F9619FF'}", u"6F9619FF", 0},
-        {u"{guid '0 or ?'}", u"'0 or ?'", 0},
-        {u"{ts'2001-02-03 4:5:6'}", u"'2001-02-03 4:5:6+0000'", 0},
-        {u"{TS '2001-02-03 4:5:6.789'};", u"'2001-02-03 4:5:6.789+0000'", 0},
-        {u"{ts '2001-02-03T04:05:06Z'}", u"'2001-02-03T04:05:06Z'", 0},
-        {u"{ts '2001-02-03 04:05-01'}", u"'2001-02-03 04:05-01'", 0},
-        {u"{ts'2001-02-03'}{ts'2001-02-03'}", u"'2001-02-03+0000''2001-02-03+0000'", 0},
-        // Words, with escapes and literals of CQL inside.
-        {u"select {fn now()}, {FN f({fn g(?)}, {'a': {1}}, '}')} x",
-         u"select  now(),  f( g(?), {'a': {1}}, '}') x", 1},
-        {u"{oj a}{call b}{escape '!'}", u" a b '!'", 0},
-        // None of them.
-        {u"{d: 'x', fn : 1, ts:2}", nullptr, 0}, {u"{fn: now()}", nullptr, 0},
-        {u"{'d ': 'x'}", nullptr, 0}, {u"{date '2001-02-03'}", nullptr, 0},
-        {u"{d 'a' 'b'} {ts ?} {d '}", nullptr, 1}, {u"} {fn a", u"}  a", 0}, {u"{", nullptr, 0},
-        {u"{d", nullptr, 0}, {u"{ts '", nullptr, 0}, {u"'{fn x}' {{}}", nullptr, 0},
-        // clang-format on
-    };
-    conn->conduct = &standard_conduct;
-    for (const auto &row : cases) {
-        EXPECT_EQ(process(stmt, row.text), row.output == nullptr ? row.text : row.output);
-        EXPECT_EQ(stmt->found_param_count, row.markers) << testing::PrintToString(row.text);
-    }
-    process(stmt, u"/* a */ -- b\n Insert into");
-    EXPECT_EQ(stmt->verb_code, VERB_I);
-    process(stmt, u"selecT");
-    EXPECT_EQ(stmt->verb_code, VERB_SELECT);
 }
 
 TEST_F(rewriter, selects_without_a_table)
