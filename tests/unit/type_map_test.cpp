@@ -6,16 +6,6 @@
 #include "tests/unit/handles.h"
 
 struct type_map : stmt_fixture {
-    // A record with these type fields.
-    static cass_field field_of(int concise, int type, int code)
-    {
-        cass_field field;
-        cass_field_init(&field);
-        field.consise_type = concise;
-        field.type = type;
-        field.datetime_interval_code = code;
-        return field;
-    }
     // The record of a result column of a type.
     const cass_field *describe(int option_id, int result)
     {
@@ -84,7 +74,11 @@ TEST_F(type_map, the_type_fields_follow_the_one_that_was_set)
     // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.mode << ' ' << c.was[0] << ' ' << c.was[2]);
-        cass_field field = field_of(c.was[0], c.was[1], c.was[2]);
+        cass_field field;
+        cass_field_init(&field);
+        field.consise_type = c.was[0];
+        field.type = c.was[1];
+        field.datetime_interval_code = c.was[2];
         field.type_name = "before";
         cass_diag_clear(&stmt->head);
         EXPECT_EQ(cass_update_desc_type(&stmt->head, &field, c.mode), *c.state ? -1 : 0);
