@@ -1,4 +1,4 @@
-// Bound columns: how the list of bindings grows and shrinks, and what a row brings to them.
+// Bound columns: how the list of bindings grows and shrinks, and what is refused.
 #include <tuple>
 
 #include "tests/unit/cell_rig.h"
@@ -53,29 +53,4 @@ TEST(binding, what_is_refused)
     }
     const cass_desc *ard = rig->stmt->ard;
     EXPECT_TRUE(ard->fields[1].data_ptr == at && ard->bookmark_field.data_ptr == at);
-}
-
-TEST(binding, a_cut_column_does_not_stop_the_others_and_an_error_does)
-{
-    const rig_ptr rig = rig_open({CQL_VARCHAR, CQL_INT, CQL_INT});
-    char text[4];
-    std::int32_t last = 0, beyond = 7;
-    SQLLEN length = 0;
-    bind_column(rig, 1, SQL_C_CHAR, text, 4, &length);
-    bind_column(rig, 3, SQL_C_LONG, &last);
-    bind_column(rig, 7, SQL_C_LONG, &beyond);  // a column that binding adds is not the result's
-    for (const bool fails : {false, true}) {
-        if (fails)
-            bind_column(rig, 2, SQL_C_SHORT, &beyond);
-        rig_page(rig, cell_of("0123456789") + cell_of(be(70000, 4)) + cell_of(be(44, 4)));
-        ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-        last = 0;
-        EXPECT_EQ(fails ? SQL_ERROR : SQL_SUCCESS_WITH_INFO, transfer_bound_columns(rig->stmt, 1));
-        EXPECT_EQ(fails ? "22003@2 01004@1" : "01004@1", rig->states());
-        EXPECT_STREQ("012", text);
-        EXPECT_TRUE(length == 10 && beyond == 7 && last == (fails ? 0 : 44));
-        // The cut text can be read on from where it stopped; a delivered column has no more.
-        EXPECT_STREQ("3456789", read_cell(rig, SQL_C_CHAR, 16).written.c_str());
-        EXPECT_EQ(fails ? SQL_SUCCESS : SQL_NO_DATA, read_cell(rig, SQL_C_LONG, 4, 4, 3).code);
-    }
 }

@@ -203,19 +203,6 @@ TEST(exact_cells, each_target_holds_what_it_can)
     }
 }
 
-// Behind the last row a cell tells nothing of the memory that it lay in.
-TEST(exact_cells, null_behind_a_large_value_leaves_zero)
-{
-    const rig_ptr rig = cell_rig_of({CQL_VARINT, from_hex(GOOGOL)}, &standard_conduct);
-    narrow(rig);
-    EXPECT_EQ(SQL_SUCCESS, rig_row(rig));
-    EXPECT_EQ(SQL_NULL_DATA, read_cell(rig, SQL_C_BINARY, 20).length);
-    rig->cell().isnull = 0;
-    rig->cell().finished = 0;
-    const std::string left = read_cell(rig, SQL_C_BINARY, 20).written;
-    EXPECT_EQ(left.find_first_not_of(std::string("\0\1\x26\xA5", 4)), std::string::npos);
-}
-
 // ---- NULL, probes, and when a column is delivered -----------------------------------------------
 
 TEST(cell_convert, null_goes_through_the_indicator_or_is_reported)

@@ -46,13 +46,3 @@ TEST(cell_decode, a_buffer_much_larger_than_a_page_is_given_back_at_its_end)
         EXPECT_EQ(rig->cell().capacity >= 200'000u, size >= 100'000);
     }
 }
-
-TEST(cell_decode, a_row_that_breaks_off_leaves_nothing_of_the_row_before)
-{
-    const rig_ptr rig = rig_open({CQL_INT, CQL_VARCHAR});
-    rig_page(rig, cell_of(be(1, 4)) + cell_of("text") + cell_of(be(2, 4)) + be(INT32_MAX, 4));
-    ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-    EXPECT_EQ(SQL_ERROR, rig_row(rig));
-    EXPECT_EQ(2, rig->cell(1).value.integer);
-    EXPECT_EQ(0, rig->cell(2).alloc_length);
-}

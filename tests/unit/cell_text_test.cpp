@@ -144,12 +144,3 @@ TEST(cell_text, standard_hexadecimal_text_fits_with_its_terminator)
             }
         }
 }
-
-TEST(cell_text, malformed_text_ends_with_its_cell)
-{
-    for (const std::string value : {"\xC3", "\xE2\x82", "\xF0\x9F\x98", "\x80\x80", "a\xF0"}) {
-        const rig_ptr rig = cell_rig_of({CQL_VARCHAR, value});
-        EXPECT_EQ(SQL_SUCCESS, read_cell(rig, SQL_C_WCHAR, 64).code);
-        EXPECT_EQ(static_cast<std::int32_t>(value.size()), rig->cell().offset);
-    }
-}

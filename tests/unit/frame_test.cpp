@@ -6,25 +6,6 @@
 #include "core/statement/cass_pkt_exchange.h"
 #include "tests/unit/handles.h"
 
-TEST(frame, readers_never_leave_the_body)
-{
-    session s;
-    std::int32_t length = 0;
-    // A length past the body takes the length and no bytes.
-    for (const std::int64_t announced : {-1, 0, 5, INT32_MAX}) {
-        const held_packet packet(packet_of(s.stmt, OPCODE_RESULT, be32(announced) + "abcd"));
-        EXPECT_EQ(pkt_get_long_bytes(packet.get(), &length), nullptr);
-        EXPECT_TRUE(length == (announced < 0 ? -1 : 0) && packet->read_pos == 4);
-    }
-    const std::string texts = be16(0xFFFF) + be16(99) + str("ok") + be16(-2) + "\xFB";
-    const held_packet text(packet_of(s.stmt, OPCODE_RESULT, texts));
-    for (const char *want : {"", "", "ok"})
-        EXPECT_EQ(text_of(held_string(pkt_get_string(text.get())).get()), want);
-    EXPECT_EQ(pkt_get_short_bytes(text.get(), &length), nullptr);
-    // One byte is too few for any number.
-    EXPECT_EQ(length + pkt_get_short(text.get()) + pkt_get_int(text.get()), -2);
-}
-
 TEST(frame, that_lies_about_its_size_or_compression_is_refused)
 {
     char packed[1100];

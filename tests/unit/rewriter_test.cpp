@@ -1,4 +1,4 @@
-// The pass over an application's text: what the server gets, and what is noted on the statement.
+// The pass over an application's text: what the server gets, and how many markers are in it.
 #include "core/statement/cass_sql.h"
 
 #include "tests/unit/handles.h"
@@ -94,31 +94,6 @@ TEST_F(rewriter, output_and_marker_count)
     EXPECT_EQ(stmt->verb_code, VERB_I);
     process(stmt, u"selecT");
     EXPECT_EQ(stmt->verb_code, VERB_SELECT);
-}
-
-// Each text on the statement of those before: nothing may be left of them. Keywords come with their
-// offsets, one unit before the word. They are for the log only.
-TEST_F(rewriter, notes_for_the_log)
-{
-    // clang-format off
-    static constexpr struct { const char16_t *text; int verb, where, from, into, set; } cases[] = {
-        {u"SELECT '?' from t where a=?", 1, 17, 10, -1, -1}, {u"\xFEFFsel", 1, -1, -1, -1, -1},
-        {u"UPDATE T SET a=1 WHERE", 4, 16, -1, -1, 8}, {u"{exec p}", 7, -1, -1, -1, -1},
-        {u"insert into t (a,b) values (?,?);", 5, -1, -1, 6, -1}, {u"Show ?", 2, -1, -1, -1, -1},
-        {u"select ' from ' , \" from \", [ from ] x", 1, -1, -1, -1, -1},
-        {u"select (a)from;x", 1, -1, 9, -1, -1}, {u"select a from/*c*/t", 1, -1, -1, -1, -1},
-        // Index 0 is no word start, index 1 always is one; "f" in the low byte of a letter is none.
-        {u"from t", 0, -1, -1, -1, -1}, {u"xfrom t", 7, -1, 0, -1, -1},
-        {u"select a \x166rom t", 1, -1, -1, -1, -1},
-    };
-    // clang-format on
-    for (const auto &c : cases) {
-        process(stmt, c.text);
-        EXPECT_TRUE(stmt->verb_code == c.verb && stmt->where_offset == c.where &&
-                    stmt->from_offset == c.from && stmt->into_offset == c.into &&
-                    stmt->set_offset == c.set)
-            << testing::PrintToString(c.text);
-    }
 }
 
 TEST_F(rewriter, selects_without_a_table)

@@ -1,8 +1,7 @@
-// The socket under a session: waits, and what a session start asks of it.
+// The socket under a session, as its start finds it.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <signal.h>
 
 #include <chrono>
 #include <thread>
@@ -11,27 +10,6 @@
 #include "core/session/cass_logon.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "tests/unit/handles.h"
-
-TEST(connection, waits_on_a_non_blocking_socket_and_through_signals)
-{
-    session s;
-    struct sigaction action = {};
-    action.sa_handler = [](int) {};  // without SA_RESTART: a wait is interrupted
-    sigaction(SIGUSR1, &action, nullptr);
-    fcntl(s.conn->socket, F_SETFL, O_NONBLOCK);
-    std::thread peer([&s, reader = pthread_self()] {
-        for (int i = 0; i < 5; i++) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            pthread_kill(reader, SIGUSR1);
-        }
-        say(s, "abc");
-    });
-    char buffer[8];
-    std::int32_t got = 7;
-    EXPECT_TRUE(conn_read(s.conn, buffer, 8, &got, 0) == 3 && got == 3);
-    peer.join();
-    EXPECT_TRUE(conn_read(s.conn, buffer, 8, &got, 30) == CONN_TIMED_OUT && got == 0);
-}
 
 // A server of the connection whose queue is full: it drops further calls without a word.
 struct full_server {

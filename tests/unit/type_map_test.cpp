@@ -1,5 +1,4 @@
-// How CQL types look to an application, how the type fields of a record follow each other, and what
-// field records own.
+// How CQL types look to an application, beside what the comparison with docs/ finds.
 #include <sstream>
 
 #include "core/cell/cass_data.h"
@@ -55,61 +54,4 @@ TEST_F(type_map, every_type_is_described_with_its_own_decoder)
     EXPECT_EQ(describe(CQL_TIME, 0)->datetime_interval_precision, 9);
     // An unknown type leaves a usable record.
     EXPECT_EQ(describe(21, -6)->decode, nullptr);
-}
-
-TEST_F(type_map, the_type_fields_follow_the_one_that_was_set)
-{
-    constexpr int CONCISE = DESC_FROM_CONCISE_TYPE, CODE = DESC_FROM_INTERVAL_CODE,
-                  TYPE = DESC_FROM_TYPE;
-    // Concise type, type and code, before and after.
-    // clang-format off
-    static constexpr struct { int mode, was[3]; const char *state; int is[3]; } cases[] = {
-        {CONCISE, {10, 0, 0}, "", {10, 9, 2}}, {CONCISE, {93, 0, 0}, "", {93, 9, 3}},
-        {CONCISE, {-16, 9, 3}, "", {-16, -16, 0}}, {CONCISE, {99, 0, 0}, "HY003", {99, 99, 0}},
-        {CONCISE, {12, 0, 0}, "HY003", {12, 12, 0}}, {CODE, {4, 4, 0}, "", {4, 4, 0}},
-        {CODE, {4, 4, 2}, "", {92, 9, 2}}, {CODE, {4, 4, 4}, "HY021", {4, 4, 4}},
-        {CODE, {4, 4, -1}, "HY021", {4, 4, -1}}, {TYPE, {11, 9, 3}, "", {93, 9, 3}},
-        {TYPE, {11, 1, 3}, "", {1, 1, 0}}, {TYPE, {11, 9, 0}, "HY021", {11, 9, 0}},
-    };
-    // clang-format on
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << c.mode << ' ' << c.was[0] << ' ' << c.was[2]);
-        cass_field field;
-        cass_field_init(&field);
-        field.consise_type = c.was[0];
-        field.type = c.was[1];
-        field.datetime_interval_code = c.was[2];
-        field.type_name = "before";
-        cass_diag_clear(&stmt->head);
-        EXPECT_EQ(cass_update_desc_type(&stmt->head, &field, c.mode), *c.state ? -1 : 0);
-        EXPECT_EQ(states_of(stmt), c.state);
-        EXPECT_TRUE(field.consise_type == c.is[0] && field.type == c.is[1] &&
-                    field.datetime_interval_code == c.is[2]);
-        // A bad code stops before the names are touched, an unknown type behind it.
-        EXPECT_EQ(text_of(field.type_name) == "before", std::string(c.state) == "HY021");
-        cass_field_clear(&field);
-    }
-}
-
-TEST_F(type_map, records_keep_their_contents_when_resized_and_nothing_of_old_metadata)
-{
-    cass_desc *desc = stmt->ard;
-    cass_desc_resize(desc, 3);
-    // All that a record owns, for the sanitizer's look at what is released.
-    cass_field *field = &desc->fields[2];
-    field->column_name = cass_string_from_cstr("name");
-    field->data_storage.buffer = static_cast<unsigned char *>(std::malloc(8));
-    field->put_data = static_cast<cass_put_chunk *>(std::calloc(1, sizeof(cass_put_chunk)));
-    field->put_data->bytes = static_cast<unsigned char *>(std::malloc(4));
-    cass_desc_resize(desc, 200);
-    EXPECT_TRUE(text_of(desc->fields[2].column_name) == "name");
-    for (const std::int32_t count : {2, 3})
-        cass_desc_resize(desc, count);
-    EXPECT_TRUE(desc->field_count == 3 && desc->fields[2].column_name == nullptr);
-    desc->fields[2].scale = 9;
-    for (const std::int32_t count : {3, 2, 5, 0, 1}) {
-        cass_desc_describe(desc, count);
-        EXPECT_TRUE(desc->field_count == count && desc->found_count == count && desc->found_valid);
-        EXPECT_TRUE(count < 3 || desc->fields[2].scale == 0);
-    }
 }
