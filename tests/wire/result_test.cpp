@@ -43,19 +43,29 @@ TEST(results, frame_of_a_reply_is_taken_as_it_comes)
     }
 }
 
-TEST(results, row_counts_that_lie)
+// What is there is good, and the fetch that runs out of it ends the result.
+TEST(results, counts_that_lie_and_bodies_that_end_early)
 {
+    const std::string broken = "SQL_ERROR: " + link_failure + "unexpected end of packet";
+    const std::vector<node_row> two = {{be32(7)}, {be32(7)}};
     const std::pair<int, row_list> cases[] = {
-        {-1, {}},
-        {1, {"7"}},
-        {INT32_MAX, {"7", "7", "SQL_ERROR: " + link_failure + "unexpected end of packet"}}};
+        {-1, {}}, {1, {"7"}}, {INT32_MAX, {"7", "7", broken}}};
     const wire_ptr wire = wire_logged_on();
     for (const auto &[count, rows] : cases) {
-        run_query(wire, "q", rows_frame(one_int, {{be32(7)}, {be32(7)}}, {.row_count = count}));
+        run_query(wire, "q", rows_frame(one_int, two, {.row_count = count}));
         EXPECT_EQ(fetch_all(wire->stmt), rows);
         EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
     }
-    expect_row_of_7(wire);
+    const bytes whole = rows_frame(one_int, two).body;
+    for (std::size_t length = 0; length < whole.size(); length++) {
+        expect_query(wire->node, "q", {{.opcode = NODE_RESULT, .body = whole.substr(0, length)}});
+        exec(wire->stmt, "q");
+        const row_list rows = fetch_all(wire->stmt);
+        if (length + 8 >= whole.size()) {
+            EXPECT_EQ(rows, (row_list{"7", broken}));
+        }
+        expect_row_of_7(wire);
+    }
 }
 
 TEST(results, warnings_stand_in_one_record_and_rows_behind_them)
