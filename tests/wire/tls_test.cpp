@@ -4,7 +4,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <thread>
 
 #include "tests/bundle_file.h"
 #include "tests/wire/wire_support.h"
@@ -321,33 +320,4 @@ TEST(tls_session, ends_are_told_and_raise_no_signal)
         EXPECT_EQ(sigtimedwait(&set, nullptr, &at_once), SIGPIPE);
         pthread_sigmask(SIG_SETMASK, &before, nullptr);
     }
-}
-
-// One environment's context serves threads that load anchors and threads that verify.
-TEST(tls_session, threads_share_an_environment)
-{
-    const certificate ca = make_ca();
-    const wire_ptr wire = wire_open();
-    const file_folder folder;
-    node_use_tls(wire->node, tls_of(make_certificate({}, &ca)));
-    ASSERT_EQ(attempt(wire, "CertificateFile=" + folder.add("ca.pem", ca.pem)), record_list());
-    node_answer_rest(wire->node,
-                     [](const auto &request) { return std::vector{stock_answer(request)}; });
-    const std::string settings =
-        "Encrypt=yes;SERVER=" + node_address(wire->node) + ";CertificateFile=" + folder.path;
-    std::vector<std::thread> threads;
-    for (std::size_t t = 0; t < 4; t++)
-        threads.emplace_back([&, t] {
-            SQLHDBC conn = nullptr;
-            SQLAllocHandle(SQL_HANDLE_DBC, wire->env, &conn);
-            for (std::size_t i = 0; i < 50; i++) {
-                // Another folder by its name each time.
-                EXPECT_CONN(SQL_SUCCESS, conn,
-                            wire_driver_connect(conn, settings + std::string(50 * t + i, '/')));
-                SQLDisconnect(conn);
-            }
-            SQLFreeHandle(SQL_HANDLE_DBC, conn);
-        });
-    for (std::thread &thread : threads)
-        thread.join();
 }
