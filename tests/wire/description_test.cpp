@@ -78,16 +78,13 @@ TEST(descriptions, columns_by_their_types_and_by_settings)
     }
 }
 
-// Cut between characters; what is no UTF-8 stands as it came.
+// What is no UTF-8 stands as it came.
 TEST(descriptions, names_of_any_characters)
 {
     const wire_ptr wire = wire_of(true);
     const bytes name = "gr\xC3\xB6\xF0\x9F\x98\x80 e", type = type_of(NODE_INT);
     run_query(wire, "q", rows_frame({{name, type}, {"a\xC0\x80", type}}, {}));
     SQLSMALLINT length = 0;
-    SQLCHAR text[6] = "";
-    SQLDescribeCol(wire->stmt, 1, text, 6, &length, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_EQ(reinterpret_cast<char *>(text) + std::to_string(length), name.substr(0, 4) + "10");
     for (const std::u16string wanted : {u"gr\u00F6\U0001F600 e", u"a\u00C0\u0080"}) {
         char16_t wide[8] = {};
         const SQLUSMALLINT column = wanted[0] == u'g' ? 1 : 2;

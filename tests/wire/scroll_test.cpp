@@ -258,9 +258,6 @@ TEST(scrolling, attributes_are_honest)
         {LOCKS, SQL_CONCUR_LOCK, "01S02", 3},
         {SENSE, SQL_UNSPECIFIED, "", 3},
         {SCROLL, SQL_NONSCROLLABLE, "", 0},
-        {SENSE, SQL_UNSPECIFIED, "", 0},
-        {SENSE, SQL_INSENSITIVE, "", 3},
-        {TYPE, SQL_CURSOR_FORWARD_ONLY, "", 0},
         {TYPE, SQL_CURSOR_KEYSET_DRIVEN, "01S02", 3},
         {TYPE, 17, "HY024", 3},
         {TYPE, SQL_CURSOR_FORWARD_ONLY, "", 0},
@@ -268,7 +265,6 @@ TEST(scrolling, attributes_are_honest)
         {TYPE, SQL_CURSOR_FORWARD_ONLY, "", 0},
         {SCROLL, SQL_SCROLLABLE, "", 3},
         {SQL_ATTR_ASYNC_ENABLE, SQL_ASYNC_ENABLE_OFF, "", 3},
-        {SQL_ATTR_SIMULATE_CURSOR, SQL_SC_NON_UNIQUE, "", 3},
         {SQL_ATTR_USE_BOOKMARKS, 3, "HY024", 3},
     };
     const wire_ptr wire = wire_of(true);
@@ -289,7 +285,6 @@ TEST(scrolling, attributes_are_honest)
     static constexpr std::tuple<SQLINTEGER, SQLULEN, const char *> of_connection[] = {
         {TYPE, SQL_CURSOR_DYNAMIC, "01S02"},
         {SQL_ATTR_ASYNC_ENABLE, SQL_ASYNC_ENABLE_ON, "HYC00"},
-        {SQL_ATTR_TRANSLATE_OPTION, 0, ""},
         {SQL_ATTR_ENLIST_IN_DTC, SQL_DTC_DONE, ""},
     };
     for (const auto &[attribute, value, state] : of_connection) {
