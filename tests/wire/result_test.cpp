@@ -80,7 +80,7 @@ TEST(results, warnings_stand_in_one_record_and_rows_behind_them)
     EXPECT_EQ(fetch_all(wire->stmt), (row_list{"1", "7"}));
 }
 
-// The last block may be of one row, and is a success as any other. SQLFetch has a size of its own.
+// The last block may be of one row, and is a success as any other.
 TEST(results, blocks_of_odbc_2_have_the_size_of_their_option)
 {
     const wire_ptr wire = wire_logged_on();
@@ -92,8 +92,7 @@ TEST(results, blocks_of_odbc_2_have_the_size_of_their_option)
     };
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLSetStmtOption(wire->stmt, SQL_ROWSET_SIZE, 2));
     SQLBindCol(wire->stmt, 1, SQL_C_LONG, numbers, 0, nullptr);
-    const node_frame rows = rows_frame(one_int, {{be32(1)}, {be32(2)}, {be32(3)}});
-    run_query(wire, "q", rows);
+    run_query(wire, "q", rows_frame(one_int, {{be32(1)}, {be32(2)}, {be32(3)}}));
     for (const SQLULEN wanted : {2u, 1u}) {
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, fetch(SQL_FETCH_NEXT));
         EXPECT_EQ(count, wanted);
@@ -102,9 +101,6 @@ TEST(results, blocks_of_odbc_2_have_the_size_of_their_option)
     EXPECT_EQ(status, (std::vector<SQLUSMALLINT>{SQL_ROW_SUCCESS, SQL_ROW_NOROW, 77}));
     EXPECT_STMT(SQL_ERROR, wire->stmt, fetch(SQL_FETCH_FIRST));
     EXPECT_STMT(SQL_NO_DATA, wire->stmt, fetch(SQL_FETCH_NEXT));
-    run_query(wire, "q", rows);
-    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
-    EXPECT_TRUE(numbers[0] == 1 && numbers[1] == 2);
 }
 
 TEST(results, error_frames_give_code_and_text)

@@ -125,7 +125,6 @@ TEST(tls_certificate, is_made_out_to_the_host)
         const char *told;  // the names on the certificate; null: it is good
     } cases[] = {
         {"x", "DNS:localhost", "localhost", "Standard=Yes", nullptr},
-        {"x", "DNS:a,IP:127.0.0.1", "127.0.0.1", "Standard=Yes", nullptr},
         {"localhost", nullptr, "localhost", "Standard=Yes", nullptr},
         {"localhost", "DNS:a,IP:::1,DNS:b", "localhost", "Standard=Yes", "'a, ::1, b'"},
         {"127.0.0.1", "DNS:127.0.0.1", "127.0.0.1", "Standard=Yes", "'127.0.0.1'"},
@@ -136,7 +135,6 @@ TEST(tls_certificate, is_made_out_to_the_host)
         {"x", nullptr, "localhost", "Standard=Yes;TrustServerCertificate=Yes;VerifyHost=on", "'x'"},
         {"x", nullptr, "127.0.0.1", "", nullptr},
         {"x", nullptr, "127.0.0.1", "VerifyHost=required", "'x'"},
-        {"x", nullptr, "127.0.0.1", "VerifyHost=no", nullptr},
         {"x", "IP:127.0.0.1", "127.0.0.1", "VerifyHost=true", nullptr},
     };
     for (const auto &c : cases) {
@@ -180,17 +178,13 @@ TEST(tls_client, certificate_and_key_are_shown_to_a_server_that_demands_them)
     const std::string other = folder.add("other.key", key_pem(KEY_ONE));
     const std::string locked = folder.add("locked.key", key_pem(KEY_TWO, "secret"));
     const std::string none = folder.path + "/none", refused = "SSL connection failed";
-    const auto failed = [](const std::string &what, const std::string &path) {
-        return "Loading " + what + " file '" + path + "' failed";
-    };
     const std::string to_pem = ";PublicKeyFile=" + pem, to_key = ";PrivateKeyFile=";
     const std::pair<std::string, std::string> cases[] = {
         {to_pem + to_key + key, ""},
         {to_pem, refused},
-        {to_key + key, refused},
         {to_pem + to_key + other, refused},
-        {to_pem + to_key + locked, failed("Private Key", locked)},
-        {";PublicKeyFile=" + none + to_key + key, failed("Public Key", none)},
+        {to_pem + to_key + locked, "Loading Private Key file '" + locked + "' failed"},
+        {";PublicKeyFile=" + none + to_key + key, "Loading Public Key file '" + none + "' failed"},
     };
     const wire_ptr wire = wire_open();
     node_tls server = tls_of(make_certificate({}, &ca));
