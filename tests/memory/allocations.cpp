@@ -17,7 +17,6 @@
 #define REAL(name) __interceptor_##name
 #else
 #define REAL(name) __libc_##name
-extern "C" void __libc_free(void *block) noexcept;
 #endif
 extern "C" {
 void *REAL(malloc)(std::size_t size) noexcept;
@@ -60,64 +59,32 @@ static bool refuse(void *caller)
     return due || (state.failed && state.plan.all_behind);
 }
 
-static void *counted(void *block)
-{
-#ifndef BEFORE_SANITIZERS
-    if (allocations.watched && block != nullptr)
-        allocations.alive++;
-#endif
-    return block;
-}
-
 // ---- What stands in their place -----------------------------------------------------------------
 
 extern "C" EVERYWHERE void *malloc(std::size_t size) noexcept
 {
-    return refuse(__builtin_return_address(0)) ? nullptr : counted(REAL(malloc)(size));
+    return refuse(__builtin_return_address(0)) ? nullptr : REAL(malloc)(size);
 }
 
 extern "C" EVERYWHERE void *calloc(std::size_t count, std::size_t size) noexcept
 {
-    return refuse(__builtin_return_address(0)) ? nullptr : counted(REAL(calloc)(count, size));
+    return refuse(__builtin_return_address(0)) ? nullptr : REAL(calloc)(count, size);
 }
 
 extern "C" EVERYWHERE void *realloc(void *block, std::size_t size) noexcept
 {
-    if (refuse(__builtin_return_address(0)))
-        return nullptr;
-    void *moved = REAL(realloc)(block, size);
-    return block == nullptr ? counted(moved) : moved;
+    return refuse(__builtin_return_address(0)) ? nullptr : REAL(realloc)(block, size);
 }
 
 #ifdef BEFORE_SANITIZERS
 
 // The sanitizer's own does not come by malloc.
-template <const char *name>
-static void *made(std::size_t size, void *caller)
-{
-    if (refuse(caller))
-        throw std::bad_alloc();
-    static const auto next = reinterpret_cast<void *(*)(std::size_t)>(dlsym(RTLD_NEXT, name));
-    return next(size);
-}
-
-static constexpr char one[] = "_Znwm", many[] = "_Znam";
 EVERYWHERE void *operator new(std::size_t size)
 {
-    return made<one>(size, __builtin_return_address(0));
-}
-EVERYWHERE void *operator new[](std::size_t size)
-{
-    return made<many>(size, __builtin_return_address(0));
-}
-
-#else
-
-extern "C" EVERYWHERE void free(void *block) noexcept
-{
-    if (allocations.watched && block != nullptr)
-        allocations.alive--;
-    __libc_free(block);
+    if (refuse(__builtin_return_address(0)))
+        throw std::bad_alloc();
+    static const auto next = reinterpret_cast<void *(*)(std::size_t)>(dlsym(RTLD_NEXT, "_Znwm"));
+    return next(size);
 }
 
 #endif

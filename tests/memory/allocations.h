@@ -20,7 +20,6 @@ struct allocation_state {
     allocation_plan plan;
     bool failed;   // the plan has come true
     long seen[2];  // by owner, since the plan was made
-    long alive;    // blocks made and not freed; not counted under sanitizers, which look themselves
 };
 extern thread_local constinit allocation_state allocations;
 
