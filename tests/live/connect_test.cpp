@@ -9,8 +9,8 @@ static const std::string driver = std::string("DRIVER={") + driver_name + "};";
 struct live_connect : ::testing::Test {
     void SetUp() override { NEED_PLAIN_NODE(); }
 
-    live_ptr live = live_open();
-    SQLHDBC conn = live->conn;
+    const live_session live;
+    SQLHDBC conn = live.conn;
 };
 
 static std::string out_string(SQLHDBC conn, const std::string &settings, bool is_wide = false)
@@ -67,13 +67,13 @@ TEST_F(live_connect, data_source_by_name_and_with_overrides)
 
 TEST_F(live_connect, passwords_are_checked_by_the_server)
 {
+    constexpr char node[] = "VHCASS_PASSWORD_SERVER";
     NEED_NODE("VHCASS_PASSWORD_SERVER");
-    const char *node = "VHCASS_PASSWORD_SERVER";
-    const std::string wrong = "HY000 error code 256, 'Provided username ";
     const std::string source = add_data_source(
         filled("Server = {host}:{port}\nUser = cassandra\nPassword = cassandra\n", node));
     EXPECT_CONN(SQL_ERROR, conn, driver_connect(conn, "DSN=" + source + ";PWD=wrong"));
-    expect_records(SQL_HANDLE_DBC, conn, {wrong + "cassandra and/or password"});
+    expect_records(SQL_HANDLE_DBC, conn,
+                   {"HY000 error code 256, 'Provided username cassandra and/or password"});
     EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, "DSN=" + source));
     expect_alive(conn);
 }
@@ -84,7 +84,6 @@ TEST_F(live_connect, ipv6_node_is_reached)
     const std::string out = out_string(
         conn, driver + filled("SERVER={host}*1,{host}*{port};IPV6=true;LogonTimeout=5000",
                               "VHCASS_IPV6_SERVER"));
-    EXPECT_NE(out.find("IPV6=Yes;"), std::string::npos) << out;
     SQLDisconnect(conn);
     EXPECT_EQ(out_string(conn, out), out);
     expect_alive(conn);
@@ -97,7 +96,6 @@ TEST_F(live_connect, driver_test_program_tells_how_it_went)
         int status;
     } cases[] = {
         {"Server={host} Port={port} Keyspace=system", "Connected. CQL Version: 3.", 0},
-        {"Server={host} Port={port} Keyspace=no_such", "keyspace 'no_such' cannot be used", 0},
         {"Server=127.0.0.1:1", "Failed to connect: '[Varnholt][Apache Cassandra]Client unable", 1},
         {"Unknown=1", "", 2},
     };

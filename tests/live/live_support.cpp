@@ -9,31 +9,23 @@
 
 // ---- The Driver Manager's files -----------------------------------------------------------------
 
-// odbcinst.ini as it is shipped, with the path of the built library. The library stays loaded to
-// the end, so that a leak report can name its functions.
-static std::string shipped_odbcinst()
-{
-    const std::string folder = VHCASS_PACKAGING;
-    const std::string text =
-        file_content(folder + "/odbcinst.ini") + file_content(folder + "/odbcinst-completed.ini");
-    const std::string path = std::filesystem::path(VHCASS_LIBRARY).parent_path();
-    return replaced(replaced(text, "@path@", path), "Driver =", "DontDLClose = 1\nDriver=");
-}
-
-// Made before the process's first ODBC call: the Driver Manager looks for its files once.
-struct ini_files : file_folder {
-    ini_files()
-    {
-        add("odbcinst.ini", shipped_odbcinst());
-        setenv("ODBCSYSINI", path.c_str(), 1);
-        setenv("ODBCINI", add("odbc.ini", "").c_str(), 1);
-    }
-};
-
+// The folder of odbcinst.ini, as it is shipped, with the path of the built library, and odbc.ini:
+// made before the process's first ODBC call, as the Driver Manager looks for its files once. The
+// library stays loaded to the end, so that a leak report can name its functions.
 static const std::string &ini_folder()
 {
-    static const ini_files files;
-    return files.path;
+    static const file_folder folder;
+    if (file_content(folder.path + "/odbcinst.ini").empty()) {
+        const std::string shipped = VHCASS_PACKAGING,
+                          text = file_content(shipped + "/odbcinst.ini") +
+                                 file_content(shipped + "/odbcinst-completed.ini"),
+                          path = std::filesystem::path(VHCASS_LIBRARY).parent_path();
+        folder.add("odbcinst.ini", replaced(replaced(text, "@path@", path),
+                                            "Driver =", "DontDLClose = 1\nDriver="));
+        setenv("ODBCSYSINI", folder.path.c_str(), 1);
+        setenv("ODBCINI", folder.add("odbc.ini", "").c_str(), 1);
+    }
+    return folder.path;
 }
 
 std::string add_data_source(const std::string &lines)
@@ -68,23 +60,19 @@ std::string node_settings(const char *variable)
 
 // ---- Sessions -----------------------------------------------------------------------------------
 
-void live_close(live_session *live)
-{
-    SQLDisconnect(live->conn);  // frees the statements
-    SQLFreeHandle(SQL_HANDLE_DBC, live->conn);
-    SQLFreeHandle(SQL_HANDLE_ENV, live->env);
-    delete live;
-}
-
-live_ptr live_open()
+live_session::live_session()
 {
     ini_folder();
-    live_ptr live(new live_session{}, live_close);
-    EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &live->env), SQL_SUCCESS);
-    EXPECT_EQ(SQLSetEnvAttr(live->env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0),
-              SQL_SUCCESS);
-    EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_DBC, live->env, &live->conn), SQL_SUCCESS);
-    return live;
+    SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &env);
+    EXPECT_EQ(SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0), SQL_SUCCESS);
+    EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_DBC, env, &conn), SQL_SUCCESS);
+}
+
+live_session::~live_session()
+{
+    SQLDisconnect(conn);  // frees the statements
+    SQLFreeHandle(SQL_HANDLE_DBC, conn);
+    SQLFreeHandle(SQL_HANDLE_ENV, env);
 }
 
 SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings, bool is_wide, std::string *out)
@@ -104,16 +92,31 @@ SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings, bool is_wide
     return code;
 }
 
-SQLHSTMT new_stmt(const live_session *live)
+SQLHSTMT new_stmt(SQLHDBC conn)
 {
     SQLHSTMT stmt = nullptr;
-    EXPECT_CONN(SQL_SUCCESS, live->conn, SQLAllocHandle(SQL_HANDLE_STMT, live->conn, &stmt));
+    EXPECT_CONN(SQL_SUCCESS, conn, SQLAllocHandle(SQL_HANDLE_STMT, conn, &stmt));
     return stmt;
+}
+
+row_list query(SQLHDBC conn, const std::string &sql)
+{
+    const SQLHSTMT stmt = new_stmt(conn);
+    const SQLRETURN code = exec(stmt, sql);
+    const row_list rows =
+        SQL_SUCCEEDED(code) ? fetch_all(stmt) : row_list{"<" + code_and_record(code, stmt) + ">"};
+    SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+    return rows;
 }
 
 void expect_alive(SQLHDBC conn)
 {
     EXPECT_EQ(query(conn, "select key from system.local"), row_list{"local"});
+}
+
+int server_major(SQLHDBC conn)
+{
+    return std::atoi(query(conn, "SELECT release_version FROM system.local").at(0).c_str());
 }
 
 // ---- Calls --------------------------------------------------------------------------------------
@@ -143,24 +146,16 @@ void live_test::SetUp()
 
 void live_test::log_on(bool is_wide, const std::string &more)
 {
-    live = live_open();
+    live = std::make_unique<live_session>();
     conn = live->conn;
     EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings() + more, is_wide));
-    stmt = new_stmt(live.get());
+    stmt = new_stmt(conn);
 }
 
 void live_test::use_keyspace(const std::string &name)
 {
     make_keyspace(stmt, name);
     run(stmt, "USE " + name);
-}
-
-void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end)
-{
-    std::string batch = "BEGIN UNLOGGED BATCH\n";
-    for (int n = first; n < end; n++)
-        batch += replaced(change, "{n}", std::to_string(n)) + ";\n";
-    run(stmt, batch + "APPLY BATCH");
 }
 
 // ---- Diagnostics and results ----------------------------------------------------------------------
@@ -175,20 +170,4 @@ void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wante
     EXPECT_TRUE(std::equal(records.begin(), records.end(), wanted.begin(), wanted.end(), fits))
         << "records " << ::testing::PrintToString(records) << "\n  expected "
         << ::testing::PrintToString(wanted);
-}
-
-row_list query(SQLHDBC conn, const std::string &sql)
-{
-    const live_session session = {nullptr, conn};
-    const SQLHSTMT stmt = new_stmt(&session);
-    const SQLRETURN code = exec(stmt, sql);
-    const row_list rows =
-        SQL_SUCCEEDED(code) ? fetch_all(stmt) : row_list{"<" + code_and_record(code, stmt) + ">"};
-    SQLFreeHandle(SQL_HANDLE_STMT, stmt);
-    return rows;
-}
-
-int server_major(SQLHDBC conn)
-{
-    return std::atoi(query(conn, "SELECT release_version FROM system.local").at(0).c_str());
 }

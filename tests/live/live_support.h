@@ -44,24 +44,29 @@ std::string node_settings(const char *variable = "VHCASS_SERVER");
 
 // ---- Sessions -----------------------------------------------------------------------------------
 
+// An environment of ODBC 3 and a connection, which is not connected; both go with it.
 struct live_session {
-    SQLHENV env;
-    SQLHDBC conn;
+    SQLHENV env = nullptr;
+    SQLHDBC conn = nullptr;
+
+    live_session();
+    ~live_session();
+    live_session &operator=(live_session &&) = delete;  // and with it all copies
 };
 
-void live_close(live_session *live);
-using live_ptr = std::unique_ptr<live_session, void (*)(live_session *)>;
-
-// An environment of ODBC 3 and a connection that is not connected.
-live_ptr live_open();
 // By the wide entry the Driver Manager uses the driver's wide functions throughout, and turns the
 // application's ANSI calls into them; otherwise it is the other way round. `out`: the completed
 // string.
 SQLRETURN driver_connect(SQLHDBC conn, const std::string &settings, bool is_wide = false,
                          std::string *out = nullptr);
-SQLHSTMT new_stmt(const live_session *live);
+SQLHSTMT new_stmt(SQLHDBC conn);
+// The rows of a query on a statement of its own.
+row_list query(SQLHDBC conn, const std::string &sql);
 // The connection answers: a query gives what it must.
 void expect_alive(SQLHDBC conn);
+// The first number of the server's version. Vectors and SAI indexes are there from 5 on; a test
+// that needs them leaves that part out before.
+int server_major(SQLHDBC conn);
 
 // ---- Calls --------------------------------------------------------------------------------------
 
@@ -70,9 +75,6 @@ void run(SQLHSTMT stmt, const std::string &sql);
 // An empty keyspace, whose name is added to the file VHCASS_MADE_KEYSPACES. Each test takes a name
 // of its own: tests may run side by side.
 void make_keyspace(SQLHSTMT stmt, const std::string &name);
-// In one request `change` for n = first ... below end, which stands at its marks {n}.
-void change_rows(SQLHSTMT stmt, const std::string &change, int first, int end);
-
 // A test with a session that is logged on to VHCASS_SERVER, skipped without one.
 struct live_test : ::testing::Test {
     void SetUp() override;
@@ -80,7 +82,7 @@ struct live_test : ::testing::Test {
     void log_on(bool is_wide = false, const std::string &more = {});
     void use_keyspace(const std::string &name);  // a new one
 
-    live_ptr live = {nullptr, live_close};
+    std::unique_ptr<live_session> live;
     SQLHDBC conn = nullptr;
     SQLHSTMT stmt = nullptr;
 };
@@ -90,11 +92,5 @@ struct live_test : ::testing::Test {
 // The handle's records are these: each wanted text is a state and a part of the message,
 // "08S01 error code 8704".
 void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wanted);
-
-// The rows of a query on a statement of its own.
-row_list query(SQLHDBC conn, const std::string &sql);
-// The first number of the server's version. Vectors and SAI indexes are there from 5 on; a test
-// that needs them leaves that part out before.
-int server_major(SQLHDBC conn);
 
 #endif

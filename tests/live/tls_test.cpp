@@ -13,11 +13,11 @@ TEST(live_tls, session_needs_the_anchor_of_the_node)
                                                  "Encrypt=yes;PublicKeyFile=" + folder +
                                                  "/client.pem;PrivateKeyFile=" + folder +
                                                  "/client.key;";
-    const live_ptr unknown = live_open(), live = live_open();
-    EXPECT_CONN(SQL_ERROR, unknown->conn, driver_connect(unknown->conn, settings));
-    expect_records(SQL_HANDLE_DBC, unknown->conn,
+    const live_session live;
+    EXPECT_CONN(SQL_ERROR, live.conn, driver_connect(live.conn, settings));
+    expect_records(SQL_HANDLE_DBC, live.conn,
                    {"08001 SSL Provider: unable to get local issuer certificate"});
-    ASSERT_EQ(driver_connect(live->conn, settings + "CertificateFile=" + folder + "/ca.pem"),
-              SQL_SUCCESS);
-    expect_alive(live->conn);
+    EXPECT_CONN(SQL_SUCCESS, live.conn,
+                driver_connect(live.conn, settings + "CertificateFile=" + folder + "/ca.pem"));
+    expect_alive(live.conn);
 }
