@@ -80,7 +80,6 @@ TEST_F(bundle, that_is_broken_is_told_and_keeps_what_was_taken)
     const std::pair<std::string, std::string> cases[] = {
         {zeros, none + error + "extract_from_file( \"config.json\" ) read fails\n"},
         {"{\n\"host\": \n}", none + broken + "3\n"},
-        {std::string(5000, '['), none + broken + "1\n"},
         {R"({"host": "db", "port": 1})", "db (null) 1 1 0 0 1\n" + missing + "cql_port\n"},
         {R"({"host": 5, "port": 1, "cql_port": 2})",
          " (null) 1 1 2 0 1\n" + missing + "keyspace\n"},

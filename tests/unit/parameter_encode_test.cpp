@@ -2,7 +2,6 @@
 // refusal. Which pairs of types convert at all is compared with the pages of docs/.
 #include <cmath>
 #include <ctime>
-#include <tuple>
 
 #include "tests/unit/parameter_rig.h"
 
@@ -178,11 +177,10 @@ TEST(parameter_encode, a_separate_length_stands_before_the_indicator)
     session s;
     const exact_block text("abcdef");
     SQLLEN ind, length;
-    const std::tuple<SQLLEN, SQLLEN, const char *> cases[] = {
-        {2, 3, "616263"}, {2, SQL_NULL_DATA, "null"}, {SQL_NULL_DATA, 3, "none"}};
     bind(s.stmt, 1, SQL_C_CHAR, SQL_VARCHAR, text.at, &ind, 6);
     s.stmt->apd->fields[0].octet_length_ptr = &length;
-    for (const auto &[ind_value, length_value, sent] : cases) {
+    for (const auto &[ind_value, length_value, sent] :
+         {std::tuple(2, 3, "616263"), {2, SQL_NULL_DATA, "null"}, {SQL_NULL_DATA, 3, "none"}}) {
         ind = ind_value;
         length = length_value;
         EXPECT_EQ(on_wire(sent), encode(s));

@@ -86,7 +86,8 @@ TEST(parameter_typed, dates_and_times)
         {"10:11:12", "0000215a5d888000"}, {u"00:00", zeros(16)},
         {"{t '00:00:00.0000000019'}", "0000000000000001"},
         {"1970-01-02 00:00:00.5", "000000001dcd6500"}, {"24:00:00", unreadable},
-        {"00:60", unreadable}, {"1970-01-02", unreadable}, {"00:00:00.", unreadable}, {no_time, no_instant}});
+        {"00:60", unreadable}, {"1970-01-02", unreadable}, {"00:00:00.", unreadable},
+        {no_time, no_instant}});
     check(CQL_TIMESTAMP, {{before, "ffffffffffffffff"}, {date, "0000000005265c00"},
         {"{ts '1970-01-01 00:00:01.5'}", "00000000000005dc"},
         {"1970-01-01T02:00:01.0019+02:00", "00000000000003e9"},
