@@ -54,11 +54,9 @@ TEST(frame, block_of_a_finished_reply_serves_the_next_one_until_it_is_much_too_l
     cass_packet *first = read_body(1'000'000);
     cass_packet_unref(first);
     EXPECT_EQ(s.conn->spare_packet, first);
-    for (int i = 0; i < 200; i++) {
-        cass_packet *next = read_body(100);
-        EXPECT_TRUE(next == first || i > 0);  // the same record in the same block
-        cass_packet_unref(next);
-    }
+    for (int i = 0; i < 200; i++)
+        cass_packet_unref(read_body(100));
+    EXPECT_EQ(s.conn->spare_packet, first);  // the same record in another block
     EXPECT_LE(s.conn->spare_packet->capacity, 65536u);
 }
 

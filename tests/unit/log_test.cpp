@@ -49,42 +49,6 @@ static bool has(const std::string &text, const std::string &piece)
     return text.find(piece) != std::string::npos;
 }
 
-TEST(log_format, conversions)
-{
-    char odd[11];  // wide text at an odd address
-    std::memcpy(odd + 1, u"a\u00E9\u20ACb", 10);
-    const owned_string string = string_of(u"a\u00E9\u20ACb"), empty = string_of(u"");
-    EXPECT_EQ(formatted(256, "%d|%u|%x|%X|%l|%c|%p|%r %r %r", -5, -6, 0xAB, 0xAB, -1LL << 40, 'k',
-                        odbc_number(0x1234), 100, 101, 2),
-              "-5|-6|ab|AB|-1099511627776|k|0x1234|SQL_NO_DATA SQL_PARAM_DATA_AVAILABLE 2");
-    EXPECT_EQ(formatted(256, "<%s> <%S> <%S> <%S>", "a\xE9z", string.get(), empty.get(), nullptr),
-              "<a\\xFFFFFFE9z> <a\\x00E9\\x20ACb> <> <(nul)>");
-    EXPECT_EQ(formatted(256, "%q %q %q %q %q", "abc", 2, "a\xE9", SQL_NTS, nullptr, SQL_NTS, "abc",
-                        0, "abc", -5),
-              "'ab'[2] 'a\\xE9'[SQL_NTS] (nul)[SQL_NTS] ''[0] ''[-5]");
-    EXPECT_EQ(formatted(256, "%Q %T %Q", odd + 1, SQL_NTS, odd + 1, 2, nullptr, 7),
-              "'a\\x00E9\\x20ACb'[SQL_NTS] 'a\\x00E9'[2] (nul)[7]");
-}
-
-TEST(log_format, what_is_too_long_ends_in_dots)
-{
-    const std::string text(300, 'x');
-    for (const unsigned count : {78, 79})
-        EXPECT_EQ(formatted(100, "%q", text.c_str(), count),
-                  "'" + text.substr(0, count) + (count < 79 ? "'[78]" : "...'[79]"));
-    // An escaped byte counts four of the eighty, although it is printed in ten; an escape is begun
-    // where it fits with the terminator.
-    EXPECT_EQ(formatted(300, "%s", ("\xE9\xE9" + text).c_str()),
-              "\\xFFFFFFE9\\xFFFFFFE9" + text.substr(0, 272) + "...");
-    EXPECT_EQ(formatted(40, "%s", "\xE9\xE9\xE9\xE9"), "\\xFFFFFFE9\\xFFFFFFE9\\xFFFFFFE9...");
-    // 40 or less behind it marks even a text that did fit. Nothing follows the dots between items.
-    for (const unsigned count : {59, 60})
-        EXPECT_EQ(
-            formatted(100, "%S", own(cass_string_from_cstr(text.substr(0, count).c_str())).get()),
-            text.substr(0, count) + (count < 60 ? "" : "..."));
-    EXPECT_EQ(formatted(41, "0123456789012345678%d %d end", 12, 3), "012345678901234567812...");
-}
-
 TEST(log_format, no_room_is_ever_exceeded)
 {
     const std::string bytes(300, '\xE9');

@@ -31,22 +31,3 @@ TEST(strfunc, utf8_with_the_masks_of_the_driver)
     EXPECT_EQ(meant(own(cass_string_copy(own(cass_string_from_cstr("\xC3\xA9")).get()))),
               "\xC3\xA9");
 }
-
-TEST(strfunc, parts_sums_and_format)
-{
-    const owned_string text = string_of(u"abcdef");
-    const auto part = [&](int start, int count) {
-        return text_of(own(cass_string_sub(text.get(), start, count)).get());
-    };
-    EXPECT_EQ(part(0, -1) + part(2, 2) + part(4, 9) + part(5, 0x7FFFFFFF), "abcdefcdeff");
-    EXPECT_EQ(part(6, 1) + part(99, -1) + part(1, 0), "");
-    EXPECT_EQ(cass_string_from_utf8(nullptr, 3, 1), nullptr);
-    EXPECT_EQ(cass_string_alloc(std::int64_t{1} << 31), nullptr);
-    cass_string_append(text.get(), text.get());  // to itself
-    const owned_string formatted = own(
-        cass_string_format("%S|%S|%s|%d|%l", text.get(), nullptr, "b\xE9", -2147483647 - 1, 42));
-    EXPECT_EQ(units_of(formatted.get()), u"abcdefabcdef|(nul)|b\xFFE9|-2147483648|42");
-    const std::string piece(1023, 'p');  // the seams of the growing buffer
-    const char *p = piece.c_str();
-    EXPECT_EQ(text_of(own(cass_string_format("%s%s%s", p, p, p)).get()), piece + piece + piece);
-}
