@@ -65,7 +65,8 @@ TEST(cell_text, of_every_type)
         {CQL_DATE, be(-1, 4), 0, "-16660-07-11", ""},
         {CQL_TIMESTAMP, be(LEAP_DAY, 8), 3, "2000-02-29 00:00:00", "2000-02-29 00:00:00.000"},
         {CQL_TIMESTAMP, be(LEAP_DAY + 86399007, 8), 3, "2000-02-29 23:59:59.007", ""},
-        {CQL_TIMESTAMP, be(LEAP_DAY + 120, 8), 1, "2000-02-29 00:00:00.1", "2000-02-29 00:00:00.120"},
+        {CQL_TIMESTAMP, be(LEAP_DAY + 120, 8), 1, "2000-02-29 00:00:00.1",
+         "2000-02-29 00:00:00.120"},
         {CQL_TIMESTAMP, be(INT64_MIN, 8), 3, "15505-65530-65522 65529:65524:65481.3486", ""},
         {CQL_TIMESTAMP, be(-1, 8), 3, "1970-01-01 00:00:00.4293", ""},
         {CQL_TIME, be(INT64_MIN, 8), 9, "0000-00-00 65513:65489:65520.3440191488",
@@ -86,46 +87,39 @@ TEST(cell_text, of_every_type)
 
 TEST(cell_text, in_buffers_that_are_too_small)
 {
-    const std::string blob = from_hex("00ff1020"), number = be(-12345, 4),
-                      sevens = be(0x07070707, 4);
+    const source number = -12345, sevens = 0x07070707, digits = "0123456789", late = moment(7),
+                 blob(CQL_BLOB, from_hex("00ff1020"));
     // One, two, three and four bytes a character; the last keeps the low half of its number.
-    const std::string utf8 = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z";
+    const source utf8 = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z";
     // clang-format off
-    const std::tuple<int, std::string, int, std::size_t, std::string> cases[] = {
-        {CQL_INT, number, SQL_C_CHAR, 0, "/6 "}, {CQL_INT, number, SQL_C_CHAR, 1, "/6> "},
-        {CQL_INT, number, SQL_C_CHAR, 6, "-1234/6> "},
-        {CQL_INT, number, SQL_C_CHAR, 7, "-12345/6 "}, {CQL_INT, number, SQL_C_WCHAR, 1, "/12> "},
-        {CQL_INT, number, SQL_C_WCHAR, 9, "-12/12> "},
-        {CQL_INT, number, SQL_C_WCHAR, 12, "-1234/12> "}, {CQL_INT, sevens, SQL_C_BINARY, 0, "/4 "},
-        {CQL_INT, sevens, SQL_C_BINARY, 3, "070707/4> "},
-        {CQL_TIMESTAMP, be(LEAP_DAY + 7, 8), SQL_C_WCHAR, 22, "2000-02-29/38> "},
-        {CQL_TIMESTAMP, be(LEAP_DAY + 7, 8), SQL_C_WCHAR, 23, "2000-02-29/46> "},
-        {CQL_VARCHAR, "0123456789", SQL_C_CHAR, 1, "/10> /10> /10> /10> "},
-        {CQL_VARCHAR, "0123456789", SQL_C_CHAR, 6, "01234/10> 56789/5 "},
-        {CQL_VARCHAR, "0123456789", SQL_C_CHAR, 11, "0123456789/10 "},
-        {CQL_VARCHAR, "0123456789", SQL_C_WCHAR, 9, "0123/20> 4567/12> 89/4 "},
-        {CQL_VARCHAR, "0123456789", SQL_C_WCHAR, 10, "01234/20> 56789/10> /0 "},
-        {CQL_VARCHAR, "0123456789", SQL_C_WCHAR, 22, "0123456789/20 "},
-        {CQL_VARCHAR, "0123456789", SQL_C_BINARY, 5, "3031323334/10> 3536373839/5> /0 "},
-        {CQL_VARCHAR, utf8, SQL_C_WCHAR, 6, "a\xE9\xAC/10> /4 "},
-        {CQL_VARCHAR, utf8, SQL_C_CHAR, 4, "a\xC3\xA9/11> \xE2\x82\xAC/8> \xF0\x9F\x98/5> \x80z/2 "},
-        {CQL_BLOB, blob, SQL_C_CHAR, 1, "/4> /4> /4> /4> "},
-        {CQL_BLOB, blob, SQL_C_CHAR, 6, "00ff/4> 1020/0> /0 "},
-        {CQL_BLOB, blob, SQL_C_CHAR, 9, "00ff1020/4> /0 "},
-        {CQL_BLOB, blob, SQL_C_CHAR, 11, "00ff1020/4> /0 "},
-        {CQL_BLOB, blob, SQL_C_WCHAR, 8, "00FF/16> 1020/8> /0 "},
-        {CQL_BLOB, blob, SQL_C_WCHAR, 10, "00FF/16> 1020/8 "},
-        {CQL_BLOB, blob, SQL_C_WCHAR, 18, "00FF1020/16 "},
-        {CQL_BLOB, blob, SQL_C_BINARY, 4, "00ff1020/4> /0 "},
-        {CQL_INET, from_hex("7f0000ff"), SQL_C_CHAR, 8, "127.0.0/11> .255/4 "},
-        {CQL_INET, std::string(15, '\xFF') + "\1", SQL_C_BINARY, 64, "666666663a666666663a666666663a666666663a666666663a666666663a666666663a66663031/39 "},
+    const std::tuple<source, int, std::size_t, std::string> cases[] = {
+        {number, SQL_C_CHAR, 0, "/6 "}, {number, SQL_C_CHAR, 1, "/6> "},
+        {number, SQL_C_CHAR, 6, "-1234/6> "}, {number, SQL_C_CHAR, 7, "-12345/6 "},
+        {number, SQL_C_WCHAR, 1, "/12> "}, {number, SQL_C_WCHAR, 9, "-12/12> "},
+        {number, SQL_C_WCHAR, 12, "-1234/12> "}, {sevens, SQL_C_BINARY, 0, "/4 "},
+        {sevens, SQL_C_BINARY, 3, "070707/4> "}, {late, SQL_C_WCHAR, 22, "1970-01-01/38> "},
+        {late, SQL_C_WCHAR, 23, "1970-01-01/46> "}, {digits, SQL_C_CHAR, 1, "/10> /10> /10> /10> "},
+        {digits, SQL_C_CHAR, 6, "01234/10> 56789/5 "}, {digits, SQL_C_CHAR, 11, "0123456789/10 "},
+        {digits, SQL_C_WCHAR, 9, "0123/20> 4567/12> 89/4 "},
+        {digits, SQL_C_WCHAR, 10, "01234/20> 56789/10> /0 "},
+        {digits, SQL_C_WCHAR, 22, "0123456789/20 "},
+        {digits, SQL_C_BINARY, 5, "3031323334/10> 3536373839/5> /0 "},
+        {utf8, SQL_C_WCHAR, 6, "a\xE9\xAC/10> /4 "}, {utf8, SQL_C_CHAR, 4,
+         "a\xC3\xA9/11> \xE2\x82\xAC/8> \xF0\x9F\x98/5> \x80z/2 "},
+        {blob, SQL_C_CHAR, 1, "/4> /4> /4> /4> "}, {blob, SQL_C_CHAR, 6, "00ff/4> 1020/0> /0 "},
+        {blob, SQL_C_CHAR, 9, "00ff1020/4> /0 "}, {blob, SQL_C_CHAR, 11, "00ff1020/4> /0 "},
+        {blob, SQL_C_WCHAR, 8, "00FF/16> 1020/8> /0 "}, {blob, SQL_C_WCHAR, 10, "00FF/16> 1020/8 "},
+        {blob, SQL_C_WCHAR, 18, "00FF1020/16 "}, {blob, SQL_C_BINARY, 4, "00ff1020/4> /0 "},
+        {{CQL_INET, from_hex("7f0000ff")}, SQL_C_CHAR, 8, "127.0.0/11> .255/4 "},
+        {{CQL_INET, std::string(15, '\xFF') + "\1"}, SQL_C_CHAR, 64,
+         "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ff01/39 "},
     };
     // clang-format on
-    for (const auto &[type, bytes, target, room, wanted] : cases)
-        EXPECT_EQ(reads(cell_rig_of({type, bytes}), target, room), wanted)
-            << type << " to " << target << " in " << room;
+    for (const auto &[from, target, room, wanted] : cases)
+        EXPECT_EQ(reads(cell_rig_of(from), target, room), wanted)
+            << from.type << " to " << target << " in " << room;
     for (const int type : {CQL_ASCII, CQL_CUSTOM, CQL_LIST, CQL_MAP, CQL_SET, CQL_UDT, CQL_TUPLE})
-        EXPECT_EQ(reads(cell_rig_of({type, blob}), SQL_C_BINARY, 9), "00ff1020/4 ") << type;
+        EXPECT_EQ(reads(cell_rig_of({type, blob.bytes}), SQL_C_BINARY, 9), "00ff1020/4 ") << type;
 }
 
 TEST(cell_text, standard_hexadecimal_text_fits_with_its_terminator)

@@ -73,7 +73,8 @@ TEST(data_at_execution, chunks_become_one_value)
     check(SQL_C_CHAR, SQL_VARBINARY, {{{"6", "162"}, "6162"},
         {{std::string(200, '1'), std::string(200, '1')}, std::string(400, '1')}});
     check(SQL_C_CHAR, SQL_BIGINT, {{{"12", "34"}, "000000000000000c"}, {{""}, "22018@1"}});
-    check(SQL_C_SLONG, SQL_VARCHAR, {{{number.memory.substr(0, 1), number.memory.substr(1)}, "3432"}, {{"ab"}, "HY090@1"}});
+    check(SQL_C_SLONG, SQL_VARCHAR,
+        {{{number.memory.substr(0, 1), number.memory.substr(1)}, "3432"}, {{"ab"}, "HY090@1"}});
     check(SQL_C_SLONG, SQL_VARBINARY, {{{"ab"}, "HY090@1"}});
     const std::string abcd = to_hex(machine_order("dcba"));
     check(SQL_C_SLONG, SQL_INTEGER, {{{}, "null"}, {{"abcd", "efgh"}, abcd},

@@ -34,9 +34,9 @@ TEST(parameter_literal, collections)
     check("ListType(TimestampType)", {{"[-1]", "00000001 00000008 ffffffffffffffff"},
         {"['1970-01-01T00:00:00.001Z']", "00000001 00000008 0000000000000001"},
         {"[1970-01-01]", unreadable}});
-    check("ListType(SimpleDateType)", {{"['1970-01-01', 4294967295]",
-        "00000002 00000004 80000000 00000004 ffffffff"}, {"[-1]", overflow},
-        {"[4294967296]", overflow}});
+    check("ListType(SimpleDateType)",
+        {{"['1970-01-01', 4294967295]", "00000002 00000004 80000000 00000004 ffffffff"},
+        {"[-1]", overflow}, {"[4294967296]", overflow}});
     check("ListType(TimeType)", {{"[86399999999999]", "00000001 00000008 00004e94914effff"},
         {"[86400000000000]", overflow}});
     check("ListType(BytesType)", {{"[0xCAFE, '']", "00000002 00000002 cafe 00000000"},
@@ -49,8 +49,8 @@ TEST(parameter_literal, collections)
         many += ",[]";
         wanted += "0000000400000000";
     }
-    check("ListType(FrozenType(ListType(Int32Type)))",
-        {{many + "]", wanted}, {std::string(1'000'000, '['), unreadable}});
+    check("ListType(FrozenType(ListType(Int32Type)))", {{many + "]", wanted},
+        {std::string(1'000'000, '['), unreadable}});
 }
 
 TEST(parameter_literal, tuples_and_user_types)
@@ -78,12 +78,12 @@ TEST(parameter_literal, vectors_and_durations)
     check("VectorType(UTF8Type,3)", {{"['', '" + long_text + "', '" + longer_text + "']",
         "00 80c8" + to_hex(long_text) + "812c" + to_hex(longer_text)}});
     check("ListType(DurationType)", {{"[1d]", "00000001 00000003 000200"}});
-    check("DurationType", {{"2mo3d4h5m6s7ms8us9ns", "04 06 fc1ac004a5c612"},
-        {"-1ns", "00 00 01"}, {"0s", "00 00 00"}, {"1Y1W", "18 0e 00"},
-        {"P2M3DT4H", "04 06 fc1a3185c50000"}, {"-P1Y", "17 00 00"}, {"5\xC2\xB5s", "00 00 a710"},
-        {"2147483647mo", "f0fffffffe 00 00"}, {"2147483648d", overflow}, {"999999999y", overflow},
-        {"9223372036854775808ns", overflow}, {"9999999999999h", overflow}, {"1d1mo", unreadable},
-        {"1d1d", unreadable}, {"d", unreadable}, {"5", unreadable}, {"", unreadable},
-        {"P", unreadable}, {"P1DT", unreadable}, {"1.5h", unreadable}, {1, restricted}});
+    check("DurationType", {{"2mo3d4h5m6s7ms8us9ns", "04 06 fc1ac004a5c612"}, {"-1ns", "00 00 01"},
+        {"0s", "00 00 00"}, {"1Y1W", "18 0e 00"}, {"P2M3DT4H", "04 06 fc1a3185c50000"},
+        {"-P1Y", "17 00 00"}, {"5\xC2\xB5s", "00 00 a710"}, {"2147483647mo", "f0fffffffe 00 00"},
+        {"2147483648d", overflow}, {"999999999y", overflow}, {"9223372036854775808ns", overflow},
+        {"9999999999999h", overflow}, {"1d1mo", unreadable}, {"1d1d", unreadable},
+        {"d", unreadable}, {"5", unreadable}, {"", unreadable}, {"P", unreadable},
+        {"P1DT", unreadable}, {"1.5h", unreadable}, {1, restricted}});
 }
 // clang-format on

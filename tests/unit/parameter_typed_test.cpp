@@ -58,7 +58,8 @@ TEST(parameter_typed, numbers_into_each_number_type)
 
 TEST(parameter_typed, texts_bytes_uuids_and_addresses)
 {
-    const std::string uuid = "0000000100020003090a0b0c0d0e0fff", text = "00000001-0002-0003-090a-0b0c0d0e0fFF";
+    const std::string uuid = "0000000100020003090a0b0c0d0e0fff",
+                      text = "00000001-0002-0003-090a-0b0c0d0e0fFF";
     check(CQL_VARCHAR, {{"  a ", to_hex("  a ")}, {std::string("a\0\0", 3), "6100"},
         {u"\u017C\xD83D\xDE00", "c5bcf09f9880"}, {u"\xD83D", unreadable}, {0.1, to_hex("0.1")},
         {0.1f, to_hex("0.1")}, {100000.0, to_hex("100000")}, {1e22, to_hex("1e+22")},
@@ -69,8 +70,8 @@ TEST(parameter_typed, texts_bytes_uuids_and_addresses)
     check(CQL_UUID, {{guid, uuid}, {text, uuid}, {" {" + text + "} ", uuid},
         {text + "0", unreadable}, {"{" + text, unreadable},
         {binary(std::string(16, 'a')), to_hex(std::string(16, 'a'))}, {binary("a"), overflow}});
-    check(CQL_INET, {{" 127.0.0.1", "7f000001"}, {u"::1", zeros(31) + "1"},
-        {"1.2.3", unreadable}, {std::string(99, '1'), unreadable}});
+    check(CQL_INET, {{" 127.0.0.1", "7f000001"}, {u"::1", zeros(31) + "1"}, {"1.2.3", unreadable},
+        {std::string(99, '1'), unreadable}});
 }
 
 TEST(parameter_typed, dates_and_times)
