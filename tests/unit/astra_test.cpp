@@ -89,21 +89,3 @@ TEST(astra, reply_is_read_in_every_form_and_only_as_far_as_it_goes)
     for (const auto &[said, wanted] : cases)
         EXPECT_EQ(told({}, said), wanted) << said.substr(0, 200);
 }
-
-TEST(astra, members_of_the_reply_are_told_or_stand_for_nothing)
-{
-    const std::tuple<std::int32_t, std::string, std::string> cases[] = {
-        {1, R"("contact_points": ["a"], "round_robin_port": 7)", "a,|r|7|1"},
-        {0, R"("contact_points": ["\u00e9", "b", 5, "c"], "round_robin_port": 0)",
-         "\xC3\xA9,b,|r|0|9042"},
-        {0, R"("contact_points": "a", "round_robin_port": 4294967303)", "|r|7|7"},
-        {2, R"("x": 1)", "|(null)|9042|2"},
-    };
-    for (const auto &[port, info, wanted] : cases) {
-        const session s;
-        s.conn->region = cass_string_from_cstr("old");
-        s.conn->settings.port = port;
-        EXPECT_EQ(told(s, with_length(R"({"region": "r", "contact_info": {)" + info + "}}")),
-                  wanted);
-    }
-}

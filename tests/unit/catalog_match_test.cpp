@@ -13,8 +13,7 @@ TEST(catalog_match, names_patterns_and_identifiers)
     } cases[] = {
         // clang-format off
         {READ_AS_NAME, "a%_\\_", MATCH_NAME, {"a%_\\_"}, {"a%__", "aXX"}},
-        {READ_AS_PATTERN, "", MATCH_NAME, {""}, {"a"}},
-        {READ_AS_PATTERN, "a_%", MATCH_PATTERN,
+        {READ_AS_PATTERN, "", MATCH_NAME, {""}, {"a"}}, {READ_AS_PATTERN, "a_%", MATCH_PATTERN,
          {"a\xC3\xA4", "a\xF0\x9F\x98\x80" "c"}, {"a", "Ab"}},
         {READ_AS_PATTERN, "a\\_b", MATCH_NAME, {"a_b"}, {"axb", "a\\_b"}},
         {READ_AS_PATTERN, "\"a\"", MATCH_NAME, {"\"a\""}, {"a"}},

@@ -122,13 +122,11 @@ inline rig_ptr cell_rig_of(const source &from, const cass_conduct *conduct = &de
 
 // ---- One read, with everything around it watched ------------------------------------------------
 
-constexpr char SENTINEL = '\xA5';
-constexpr std::size_t MARGIN = 24;
 constexpr SQLLEN UNTOUCHED = 0x5A5A5A5A5A5A5A5A;
 
 inline std::string untouched(std::size_t count)
 {
-    return std::string(count, SENTINEL);
+    return std::string(count, '\xA5');
 }
 
 struct read_result {
@@ -145,19 +143,17 @@ inline read_result read_cell(const rig_ptr &rig, int target_type, std::size_t ro
     if (buffer_length == UNTOUCHED)
         buffer_length = static_cast<SQLLEN>(room);
     cass_diag_clear(&rig->stmt->head);
-    std::string block = untouched(room + 2 * MARGIN + 1);
-    const std::size_t at = MARGIN + 1 - reinterpret_cast<std::uintptr_t>(block.data()) % 2;
+    guarded at(room);
     alignas(SQLLEN) char lengths[2 * sizeof(SQLLEN)];
     std::memset(lengths, 0x5A, sizeof lengths);
-
     read_result result;
     result.code = cass_get_data(rig->stmt, static_cast<SQLUSMALLINT>(column), target_type,
-                                block.data() + at, buffer_length, lengths + 1, nullptr,
+                                at.data(), buffer_length, lengths + 1, nullptr,
                                 rig->stmt->ird->fields, rig->stmt->ard->fields);
     std::memcpy(&result.length, lengths + 1, sizeof result.length);
-    result.written = block.substr(at, room);
-    block.erase(at, room);
-    EXPECT_EQ(untouched(block.size()), block) << "around a buffer of " << room;
+    result.written = at.all.substr(guarded::margin, room);
+    at.all.erase(guarded::margin, room);
+    EXPECT_EQ(untouched(at.all.size()), at.all) << "around a buffer of " << room;
     return result;
 }
 

@@ -177,8 +177,9 @@ inline std::string message_of(void *handle)
 // Memory at an odd address, amid bytes that must stay.
 struct guarded {
     static constexpr std::size_t margin = 33;
-    std::string all = std::string(margin + 160 + margin, '\xA5');
+    std::string all;
 
+    explicit guarded(std::size_t room = 160) : all(margin + room + margin, '\xA5') {}
     void *data() { return all.data() + margin; }
     // From data() to the last byte that changed; everything when one in front did.
     std::string written() const

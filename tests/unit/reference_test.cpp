@@ -43,24 +43,27 @@ static std::vector<page_row> rows_of(const std::string &page, const std::string 
     return rows;
 }
 
-static std::set<std::string> words_of(const std::string &cell)
+// Whether a cell of the page tells what came of all samples. Types that do not convert into each
+// other stand alone.
+static void expect_told(const std::string &cell, std::set<std::string> came)
 {
     std::istringstream words(cell);
-    return {std::istream_iterator<std::string>(words), {}};
-}
-
-// A cell of the page for what came of all samples. Types that do not convert into each other stand
-// alone.
-static std::set<std::string> told_of(std::set<std::string> came)
-{
     if (came.erase("07006") > 0 && !came.contains("value"))
-        return {"\u2013"};
-    return came;
+        came = {"\u2013"};
+    EXPECT_EQ((std::set<std::string>{std::istream_iterator<std::string>(words), {}}), came);
 }
 
 static std::string quoted(const char *key)
 {
     return key == nullptr ? "" : "`" + std::string(key) + "`";
+}
+
+static std::set<int> ids_of(const auto &attributes)
+{
+    std::set<int> ids;
+    for (const auto &attribute : attributes)
+        ids.insert(attribute.id);
+    return ids;
 }
 
 struct reference : stmt_fixture {
@@ -147,18 +150,14 @@ TEST_F(reference, attributes_read_as_their_page_says)
         [&](int id) { return clear(), SQLGetEnvAttr(env, id, at.data(), 8, &length); },
         [&](int id) { return clear(), SQLSetEnvAttr(env, id, odbc_number(77), 0); });
 
-    known.clear();
-    for (const conn_attr &attr : conn_attrs)
-        known.insert(attr.id);
+    known = ids_of(conn_attrs);
     compare(
         "Connection attributes", conn,
         [&](int id) { return SQLGetConnectAttr(conn, id, at.data(), 8, &length); },
         [&](int id) { return SQLSetConnectAttr(conn, id, odbc_number(77), 0); },
         {SQL_ATTR_CURRENT_CATALOG});
 
-    known.clear();
-    for (const stmt_attr &attr : stmt_attrs)
-        known.insert(attr.id);
+    known = ids_of(stmt_attrs);
     compare(
         "Statement attributes", stmt,
         [&](int id) { return SQLGetStmtAttr(stmt, id, at.data(), 8, &length); },
@@ -305,7 +304,7 @@ TEST(reference_cells, are_read_as_their_page_says)
         compared++;
         for (std::size_t column = 0; column < std::size(targets); column++) {
             std::set<std::string> came;
-            for (const source &sample : at_sample->second) {
+            for (const source &sample : at_sample->second)
                 for (const int target : targets[column]) {
                     const rig_ptr rig =
                         cell_rig_of(sample, standard ? &standard_conduct : &default_conduct);
@@ -313,9 +312,8 @@ TEST(reference_cells, are_read_as_their_page_says)
                     const std::string state = rig->states().substr(0, 5);
                     came.insert(state.empty() ? "value" : state);
                 }
-            }
-            EXPECT_EQ(words_of(rows[place][column + 1]), told_of(came))
-                << rows[place][0] << ", column " << column + 1 << (standard ? ", Standard" : "");
+            SCOPED_TRACE(rows[place][0] + std::to_string(column) + (standard ? " Standard" : ""));
+            expect_told(rows[place][column + 1], came);
         }
     }
     EXPECT_EQ(compared, 2 * samples.size());
@@ -378,8 +376,8 @@ TEST(reference_parameters, are_converted_as_their_page_says)
                 for (const app_value &value : values[column])
                     for (const source &sample : at_type->second)
                         came.insert(conversion(standard, sample.type, value));
-                EXPECT_EQ(words_of(row[first + column]), told_of(came))
-                    << row[0] << ", column " << column + 1 << (standard ? ", Standard" : "");
+                SCOPED_TRACE(row[0] + std::to_string(column) + (standard ? " Standard" : ""));
+                expect_told(row[first + column], came);
             }
         }
         // By default the page has no row for a time, an address and a blob.
