@@ -105,11 +105,9 @@ TEST(result, types_that_only_a_class_text_names)
     // No types: they stay what the server called them.
     for (const std::string &name : std::initializer_list<std::string>{
         "ReversedType(FrozenType(" + deep + "))", wide + ")", package + "Unheard", "", "Int32Type)",
-        "Int32Type Int32Type", "ListType", "ListType()", "MapType(Int32Type)",
-        "VectorType(FloatType,0)", "VectorType(FloatType,2147483648)",
-        "VectorType(FloatType,99999999999999999999)", "VectorType(FloatType,-1)",
-        "UserType(ks,616,6e:Int32Type)", "UserType(ks,6x,6e:Int32Type)",
-        "UserType(ks,61,6e Int32Type)", std::string(65535, '(')})
+        "ListType", "ListType()", "MapType(Int32Type)", "VectorType(FloatType,0)",
+        "VectorType(FloatType,2147483648)", "UserType(ks,616,6e:Int32Type)",
+        "UserType(ks,6x,6e:Int32Type)", "UserType(ks,61,6e Int32Type)", std::string(65535, '(')})
         cases.emplace_back(name, "'" + name + "'");
     // clang-format on
     session s(false);

@@ -117,31 +117,26 @@ TEST_F(rewriter, selects_without_a_table)
         EXPECT_EQ(process(stmt, text), text);
 }
 
-// Behind "|" what is added; a text without one stays.
 TEST_F(rewriter, filtering_is_allowed)
 {
-    const std::u16string texts[] = {
-        u"select a from t where b=1|",
-        u"SELECT a FROM t\nWHERE b='allow filtering' LIMIT 2|",
-        u"/* select */ Select * from t where \"allow\"=1| -- allow filtering\n/**/",
-        u"select \"where\", 'where', wherever from t -- where\n/**/",
-        u"select a from t where b=1 allow  /* x */ Filtering",
-        u"update t set a=1 where b=2",
-        u"(select a from t where b=1)",
-        u"select a from t where allow=1|",
-        u"select a from t where b=$$ ;$$|",
-        u"select a from t where b='\xE9'|"};
-    for (const bool standard : {false, true}) {
-        conn->conduct = standard ? &standard_conduct : &default_conduct;
-        for (const std::u16string &row : texts) {
-            const std::size_t mark = std::min(row.find(u'|'), row.size());
-            const std::u16string tail = mark < row.size() ? row.substr(mark + 1) : u"";
-            const std::u16string text = row.substr(0, mark) + tail;
-            for (const bool allowed : {false, true}) {
+    // What stands behind the place where it is added, or nothing when the text stays.
+    static constexpr std::pair<const char16_t *, const char16_t *> texts[] = {
+        {u"select a from t where b=1", u""},
+        {u"SELECT a FROM t\nWHERE b='allow filtering' LIMIT 2", u""},
+        {u"/* select */ Select * from t where \"allow\"=1", u" -- allow filtering\n/**/"},
+        {u"select a from t where allow=1", u""},
+        {u"select a from t where b=$$ ;$$", u""},
+        {u"select \"where\", 'where', wherever from t -- where\n/**/", nullptr},
+        {u"select a from t where b=1 allow  /* x */ Filtering", nullptr},
+        {u"update t set a=1 where b=2", nullptr},
+        {u"(select a from t where b=1)", nullptr}};
+    for (const bool standard : {false, true})
+        for (const bool allowed : {false, true})
+            for (const auto &[text, tail] : texts) {
+                conn->conduct = standard ? &standard_conduct : &default_conduct;
                 conn->settings.allow_filtering = allowed;
-                const char16_t *added = allowed && text != row ? u" ALLOW FILTERING" : u"";
-                EXPECT_EQ(process(stmt, text), row.substr(0, mark) + added + tail) << standard;
+                const std::u16string behind = tail == nullptr ? u"" : tail,
+                                     added = allowed && tail != nullptr ? u" ALLOW FILTERING" : u"";
+                EXPECT_EQ(process(stmt, text + behind), text + added + behind) << standard;
             }
-        }
-    }
 }

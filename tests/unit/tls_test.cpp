@@ -78,39 +78,6 @@ static void serve_tls(session &s, const std::function<void(SSL *)> &work)
     close(std::exchange(s.peer, -1));
 }
 
-TEST(tls_session, hostile_server_ends_neither_the_process_nor_the_order_of_bytes)
-{
-    const std::string frame = reply(OPCODE_ERROR, be32(1) + str("told"));
-    // With requests for a second handshake before each byte, which the driver refuses by an alert;
-    // or in clear behind its header.
-    for (const bool renegotiates : {true, false}) {
-        session s;
-        s.conn->settings.trust_server_certificate = 1;
-        std::thread server([&] {
-            serve_tls(s, [&](SSL *ssl) {
-                for (std::size_t i = 0; i < (renegotiates ? frame.size() : 9); i++) {
-                    if (renegotiates)
-                        SSL_renegotiate(ssl);
-                    SSL_do_handshake(ssl);
-                    SSL_write(ssl, &frame[i], 1);
-                }
-                if (!renegotiates)
-                    send(SSL_get_fd(ssl), frame.data(), frame.size(), 0);
-            });
-        });
-        EXPECT_EQ(cass_ssl_start(s.conn), 0);
-        EXPECT_EQ(conn_write(s.conn, "q", 1), 1);
-        server.join();
-        const held_packet packet(read_reply(s.stmt));
-        ASSERT_EQ(packet != nullptr, renegotiates);
-        EXPECT_EQ(renegotiates ? std::string(packet->body, packet->body + packet->length)
-                               : records(&s.conn->head),
-                  renegotiates ? frame.substr(9)
-                               : "08S01|Communication link failure: read failed\n");
-        EXPECT_EQ(conn_write(s.conn, "x", 1), -1);
-    }
-}
-
 // Plain and by TLS: silence, an endless trickle of a frame or a TLS record, and a peer that takes
 // no byte of a long request.
 TEST(tls_session, request_that_is_not_answered_in_time_ends)
