@@ -1,5 +1,5 @@
 // TLS where no handshake comes to its end: a context that cannot be made, settings that cannot be
-// used, and peers that speak something else. And sessions with a server that means no good.
+// used, and peers that speak something else. And requests that are not answered in time.
 #include <openssl/evp.h>
 
 #include <atomic>

@@ -32,11 +32,9 @@ TEST_F(type_map, every_type_is_described_with_its_own_decoder)
         EXPECT_EQ(describe(id), 0);
         const cass_field *field = &stmt->ird->fields[0];
         std::ostringstream line;
-        for (const SQLLEN number : {SQLLEN{field->display_size}, SQLLEN{field->precision},
-                                    SQLLEN{field->length}, SQLLEN{field->octet_length},
-                                    SQLLEN{field->num_prec_radix}, SQLLEN{field->searchable}})
-            line << number << ' ';
-        line << text_of(field->literal_prefix) << ' ' << text_of(field->literal_suffix);
+        line << field->display_size << ' ' << field->precision << ' ' << field->length << ' '
+             << field->octet_length << ' ' << field->num_prec_radix << ' ' << field->searchable
+             << ' ' << text_of(field->literal_prefix) << ' ' << text_of(field->literal_suffix);
         EXPECT_EQ(line.str(), wanted);
         // A described column passes the check of a record in use.
         EXPECT_EQ(cass_field_check(&stmt->head, field), 0) << message_of(stmt);
