@@ -107,9 +107,12 @@ TEST_F(rewriter, selects_without_a_table)
         {u"select 'it''s \"q\"'",
          u"SELECT (text)'it''s \"q\"' AS \"'it''s \"\"q\"\"'\" FROM system.local"},
         {u"select TRUE t", u"SELECT (boolean)TRUE AS t FROM system.local"}};
-    conn->conduct = &standard_conduct;
-    for (const auto &[text, output] : cases)
+    for (const auto &[text, output] : cases) {
+        conn->conduct = &default_conduct;
+        EXPECT_NE(process(stmt, text), output);
+        conn->conduct = &standard_conduct;
         EXPECT_EQ(process(stmt, text), output);
+    }
     for (const char16_t *text :
          {u"select 1 from t", u"select a", u"select 1, 2", u"select 1x", u"select 1 as",
           u"select 'a", u"select", u"select 1.", u"select -", u"select 1 2", u"select 1 a b",

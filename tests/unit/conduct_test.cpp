@@ -1,0 +1,134 @@
+// Choices of the two conducts that nothing but a call on a statement shows: by default, and with
+// Standard=Yes.
+#include "tests/unit/cell_rig.h"
+#include "tests/unit/parameter_rig.h"
+
+static std::string told(SQLRETURN code, const rig_ptr &rig)
+{
+    return outcome(code, rig->stmt);
+}
+
+// A read of the cell, with the length that it told.
+static std::string read_shown(const rig_ptr &rig, int type, std::size_t room)
+{
+    const read_result result = read_cell(rig, type, room);
+    return std::to_string(result.length) + " " + told(result.code, rig);
+}
+
+static std::string bound_shown(const rig_ptr &rig, int type, SQLLEN length)
+{
+    static char at[64];
+    const std::string states =
+        told(SQLBindCol(rig->stmt, 1, static_cast<SQLSMALLINT>(type), at, length, nullptr), rig);
+    const cass_field &field = rig->stmt->ard->fields[0];
+    return states + (field.data_ptr == at ? " bound " : " ") + std::to_string(field.octet_length);
+}
+
+// On a row of the cell, with one of a NULL behind it.
+struct choice {
+    const char *flag;
+    source cell;
+    std::string (*shown)(const rig_ptr &rig);
+    std::string by_default, by_standard;
+};
+
+TEST(conduct, choices)
+{
+    const choice choices[] = {
+        {"cancelling_a_prepared_statement_fails", 1,
+         [](const rig_ptr &rig) {
+             rig->stmt->prepared = 1;
+             return told(SQLCancel(rig->stmt), rig);
+         },
+         "!", ""},
+        {"unbinding_a_parameter_fails", 1,
+         [](const rig_ptr &rig) {
+             bind(rig->stmt, 1, SQL_C_CHAR, SQL_CHAR, rig.get());
+             return told(bind(rig->stmt, 1, 0, 0, nullptr), rig);
+         },
+         "!", ""},
+        {"a_new_apd_unlinks_the_ard", 1,
+         [](const rig_ptr &rig) {
+             cass_desc *ard = cass_alloc_desc(rig->conn);
+             SQLSetStmtAttr(rig->stmt, SQL_ATTR_APP_ROW_DESC, ard, 0);
+             SQLSetStmtAttr(rig->stmt, SQL_ATTR_APP_PARAM_DESC, cass_alloc_desc(rig->conn), 0);
+             return std::string(ard->stmt == rig->stmt ? "linked" : "");
+         },
+         "", "linked"},
+        {"options_mark_nothing_rebound", 1,
+         [](const rig_ptr &rig) {
+             rig->stmt->prepared = 1;
+             SQLSetStmtOption(rig->stmt, SQL_ROWSET_SIZE, 5);
+             return std::to_string(rig->stmt->params_rebound);
+         },
+         "0", "1"},
+        {"negative_decimal_loses_carry", 1,
+         [](const rig_ptr &rig) {
+             return encode_sample(*rig, SQL_DECIMAL, {"-2.56", ""}, 2);
+         },
+         on_wire("00000002fffe00"), on_wire("00000002ffff00")},
+        {"an_unknown_attribute_is_told_twice", 1,
+         [](const rig_ptr &rig) {
+             return told(SQLGetStmtAttr(rig->stmt, 4711, nullptr, 0, nullptr), rig);
+         },
+         "HY092 HY000", "HY092"},
+        {"exact_fit_counts_as_cut",
+         {CQL_BLOB, "ab"},
+         [](const rig_ptr &rig) { return read_shown(rig, SQL_C_BINARY, 2); },
+         "2 1 01004@1",
+         "2 "},
+        {"hexadecimal_length_is_undoubled",
+         {CQL_BLOB, "ab"},
+         [](const rig_ptr &rig) { return read_shown(rig, SQL_C_CHAR, 64); },
+         "2 ",
+         "4 "},
+        {"probe_uses_up_column", 1,
+         [](const rig_ptr &rig) {
+             SQLLEN length = 0;
+             SQLGetData(rig->stmt, 1, SQL_C_SLONG, nullptr, 0, &length);
+             return read_shown(rig, SQL_C_SLONG, 4);
+         },
+         std::to_string(UNTOUCHED) + " 100 ", "4 "},
+        {"null_without_indicator_is_warning", 1,
+         [](const rig_ptr &rig) {
+             int value = 0;
+             EXPECT_EQ(rig_row(rig), SQL_SUCCESS);
+             return told(SQLGetData(rig->stmt, 1, SQL_C_SLONG, &value, 4, nullptr), rig);
+         },
+         "1 22002@1", "22002@1"},
+        {"ard_type_reads_column_in_front", 1,
+         [](const rig_ptr &rig) {
+             bound_shown(rig, SQL_C_SSHORT, 2);
+             return read_shown(rig, SQL_ARD_TYPE, 4);
+         },
+         std::to_string(UNTOUCHED) + " 07006@0", "2 "},
+        {"blanks_cut_number", "123  ",
+         [](const rig_ptr &rig) { return to_hex(read_cell(rig, SQL_C_UTINYINT, 1).written); }, "0c",
+         "7b"},
+        {"uuid_arrays_are_spaced_by_length",
+         {CQL_UUID, std::string(16, 'u')},
+         [](const rig_ptr &rig) { return bound_shown(rig, SQL_C_GUID, 40); },
+         " bound 40",
+         " bound 16"},
+        {"a_refused_column_stays_bound", 1,
+         [](const rig_ptr &rig) {
+             rig->field(1)->precision = 0;
+             return bound_shown(rig, SQL_C_CHAR, -4);
+         },
+         "HY021 bound -4", "HY021 -4"},
+        {"local_row_is_transferred_twice", 1,
+         [](const rig_ptr &rig) {
+             char name[4] = "";
+             rig->stmt->page.current_packet = nullptr;
+             std::string states = told(SQLGetTypeInfo(rig->stmt, SQL_BIGINT), rig);
+             SQLBindCol(rig->stmt, 1, SQL_C_CHAR, name, sizeof name, nullptr);
+             states += told(SQLFetch(rig->stmt), rig);
+             return name + (" " + states);
+         },
+         "int 0 01004@1", "big 1 01004@1"},
+    };
+    for (const auto &[flag, cell, shown, by_default, by_standard] : choices) {
+        EXPECT_EQ(shown(cell_rig_of(cell)), by_default) << flag;
+        EXPECT_EQ(shown(cell_rig_of(cell, &standard_conduct)), by_standard) << flag;
+    }
+}
