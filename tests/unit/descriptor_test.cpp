@@ -37,26 +37,20 @@ struct descriptor : stmt_fixture {
 
 TEST_F(descriptor, each_number_is_written_in_its_width_and_no_wider)
 {
-    // Of a descriptor's field, and of a column, where all are eight bytes wide.
-    // clang-format off
-    static constexpr struct { bool column; SQLUSMALLINT id; std::size_t width; SQLULEN value; }
-        numbers[] = {
-        {false, SQL_DESC_ALLOC_TYPE, 2, SQL_DESC_ALLOC_AUTO}, {false, SQL_DESC_ARRAY_SIZE, 8, 1},
-        {false, SQL_DESC_UNSIGNED, 2, 0xFFFF}, {false, SQL_DESC_CASE_SENSITIVE, 4, 0x21222324},
-        {false, SQL_DESC_LENGTH, 8, 0x1112131415161718}, {true, SQL_DESC_COUNT, 8, 3},
-        {true, SQL_DESC_UNSIGNED, 8, ~SQLULEN{0}}, {true, SQL_COLUMN_PRECISION, 8, 38},
-        {true, SQL_COLUMN_LENGTH, 8, 0x1112131415161718},
-    };
-    // clang-format on
-    for (const auto &n : numbers) {
-        const auto call = [&](void *to, told_length *told) {
-            if (n.column)
-                return SQLColAttributesW(stmt, 2, n.id, nullptr, 0, &told->small,
-                                         static_cast<SQLLEN *>(to));
-            return to != nullptr ? SQLGetDescField(ird, 2, SQLSMALLINT(n.id), to, 0, &told->large)
-                                 : SQLGetDescFieldW(ird, 2, SQLSMALLINT(n.id), to, 0, nullptr);
+    static constexpr std::tuple<SQLUSMALLINT, std::size_t, SQLULEN> fields[] = {
+        {SQL_DESC_UNSIGNED, 2, 0xFFFF},
+        {SQL_DESC_CASE_SENSITIVE, 4, 0x21222324},
+        {SQL_DESC_LENGTH, 8, 0x1112131415161718}};
+    for (const auto &[id, width, value] : fields) {
+        const auto call = [&, field = SQLSMALLINT(id)](void *to, told_length *told) {
+            return to != nullptr ? SQLGetDescField(ird, 2, field, to, 0, &told->large)
+                                 : SQLGetDescFieldW(ird, 2, field, to, 0, nullptr);
         };
-        EXPECT_EQ(number_told(n.width, call), n.value) << n.id;
+        EXPECT_EQ(number_told(width, call), value) << id;
+        // Of a column all are eight bytes wide.
+        SQLLEN number = 0;
+        SQLColAttributesW(stmt, 2, id, nullptr, 0, nullptr, &number);
+        EXPECT_EQ(number, width == 2 ? -1 : SQLLEN(value)) << id;
     }
     // A connection of ODBC 2 tells dates and times apart.
     ird->fields[1].type = SQL_DATETIME;
