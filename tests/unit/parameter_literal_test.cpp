@@ -20,17 +20,17 @@ TEST(parameter_literal, collections)
 {
     check("ListType(Int32Type)", {{"[1, -2]", "00000002 00000004 00000001 00000004 fffffffe"},
         {u" [ ] ", "00000000"}, {"[null]", unreadable}, {"['7']", "00000001 00000004 00000007"},
-        {"[1", unreadable}, {"[1,]", unreadable}, {"[,1]", unreadable}, {"[1 2]", unreadable},
-        {"{1}", unreadable}, {"[1]]", unreadable}, {"", unreadable}, {"null", unreadable},
-        {"[x]", unreadable}, {"[99999999999]", overflow}, {"[1.5]", "22001@1"}, {"[']", unreadable},
-        {std::string("[\0]", 3), unreadable}, {1, restricted}, {binary("any"), "616e79"}});
+        {"[1", unreadable}, {"[1,]", unreadable}, {"[1 2]", unreadable}, {"{1}", unreadable},
+        {"[1]]", unreadable}, {"", unreadable}, {"null", unreadable}, {"[99999999999]", overflow},
+        {"[1.5]", "22001@1"}, {"[']", unreadable}, {std::string("[\0]", 3), unreadable},
+        {1, restricted}, {binary("any"), "616e79"}});
     check("SetType(UTF8Type)", {{"{'it''s', ''}", "00000002 00000004 69742773 00000000"},
         {std::string("{'a\0'}", 6), "00000001 00000002 6100"},
         {u"{'\u017C\xD83D\xDE00, {}'}", "00000001 0000000a c5bcf09f9880 2c207b7d"},
         {"{a}", unreadable}, {"['a']", unreadable}, {u"{'\xD83D'}", unreadable}});
-    check("MapType(UTF8Type,FrozenType(ListType(BooleanType)))", {{"{'a': [true, false]}",
-        "00000001 00000001 61 0000000e 00000002 00000001 01 00000001 00"}, {"{'a'}", unreadable},
-        {"{'a': }", unreadable}, {"{null: []}", unreadable}, {"{'a': null}", unreadable}});
+    check("MapType(UTF8Type,FrozenType(ListType(BooleanType)))",
+        {{"{'a': [true, false]}", "00000001 00000001 61 0000000e 00000002 00000001 01 00000001 00"},
+        {"{'a'}", unreadable}, {"{null: []}", unreadable}, {"{'a': null}", unreadable}});
     check("ListType(TimestampType)", {{"[-1]", "00000001 00000008 ffffffffffffffff"},
         {"['1970-01-01T00:00:00.001Z']", "00000001 00000008 0000000000000001"},
         {"[1970-01-01]", unreadable}});
@@ -63,9 +63,8 @@ TEST(parameter_literal, tuples_and_user_types)
         {{"{\"a\"\"b\": (2), N: 1, \"Name\": '}'}",
         "00000004 00000001 00000001 7d 00000008 00000004 00000002"},
         {"{}", "ffffffff ffffffff ffffffff"}, {"{n : 1}", "00000004 00000001 ffffffff ffffffff"},
-        {"{Name: 'x'}", unreadable}, {"{n: 1, n: 1}", unreadable}, {"{n: 1 2}", unreadable},
-        {"{n 1}", unreadable}, {"{n: }", unreadable}, {"{n: 1", unreadable},
-        {"{\"n: 1}", unreadable}, {"{'n': 1}", unreadable}});
+        {"{Name: 'x'}", unreadable}, {"{n: 1, n: 1}", unreadable}, {"{n: }", unreadable},
+        {"{n: 1", unreadable}, {"{\"n: 1}", unreadable}});
 }
 
 TEST(parameter_literal, vectors_and_durations)
@@ -81,9 +80,8 @@ TEST(parameter_literal, vectors_and_durations)
     check("DurationType", {{"2mo3d4h5m6s7ms8us9ns", "04 06 fc1ac004a5c612"}, {"-1ns", "00 00 01"},
         {"0s", "00 00 00"}, {"1Y1W", "18 0e 00"}, {"P2M3DT4H", "04 06 fc1a3185c50000"},
         {"-P1Y", "17 00 00"}, {"5\xC2\xB5s", "00 00 a710"}, {"2147483647mo", "f0fffffffe 00 00"},
-        {"2147483648d", overflow}, {"999999999y", overflow}, {"9223372036854775808ns", overflow},
-        {"9999999999999h", overflow}, {"1d1mo", unreadable}, {"1d1d", unreadable},
-        {"d", unreadable}, {"5", unreadable}, {"", unreadable}, {"P", unreadable},
-        {"P1DT", unreadable}, {"1.5h", unreadable}, {1, restricted}});
+        {"2147483648d", overflow}, {"9223372036854775808ns", overflow},
+        {"9999999999999h", overflow}, {"1d1mo", unreadable}, {"d", unreadable}, {"5", unreadable},
+        {"", unreadable}, {"P", unreadable}, {1, restricted}});
 }
 // clang-format on

@@ -21,28 +21,25 @@ static constexpr rewrite by_default[] = {
     // clang-format off
     // Trim.
     {u"  select * from t ;  ", u"select * from t ", 0}, {u"\t\r\n\v\fa;;;\n", u"a", 0},
-    {u"a;b; ;", u"a;b; ", 0}, {u" \t ", u"", 0}, {u"", u"", 0}, {u" ;;; ", u"", 0},
+    {u"", u"", 0}, {u" ;;; ", u"", 0},
     // Markers, quotes, brackets, comments.
     {u"insert into t (a,b) values (?,?)", nullptr, 2}, {u"select '?' from t where a=?", nullptr, 1},
-    {u"select 'it''s ?' from t", nullptr, 0}, {u"select '''' , ?", nullptr, 1},
-    {u"select \"a\"\"?\", ?", nullptr, 1}, {u"select a[?] from t where b=?", nullptr, 1},
-    {u"select '\"', ?, \"'\", ?", nullptr, 2}, {u"select 'open ?", nullptr, 0},
-    {u"a['] ? [\"] ?", nullptr, 2}, {u"'[' ? 'x]' ?", nullptr, 2},
-    {u"a = ? -- why?", nullptr, 1}, {u"-- ' ?\na = ?", nullptr, 1}, {u"-- ' ?\ra = ?", nullptr, 1},
-    {u"'--' ? - ? -", nullptr, 2}, {u"/* ? ' */ ?", nullptr, 1},
+    {u"select '''' , ?", nullptr, 1}, {u"select \"a\"\"?\", ?", nullptr, 1},
+    {u"select a[?] from t where b=?", nullptr, 1}, {u"select 'open ?", nullptr, 0},
+    {u"'[' ? 'x]' ?", nullptr, 2}, {u"a = ? -- why?", nullptr, 1}, {u"-- ' ?\ra = ?", nullptr, 1},
+    {u"/* ? ' */ ?", nullptr, 1},
     // Byte-order marks go everywhere but in comments.
     {u"\xFEFFselect '\xFEFF', \xFFFE?", u"select '', ?", 1}, {u"\xFEFF", u"", 0},
-    {u"'a'\xFEFF'?' -- \xFEFF", u"'a''?' -- \xFEFF", 0}, {u"caf\xE9 = '\x20AC'", nullptr, 0},
+    {u"caf\xE9 = '\x20AC'", nullptr, 0},
     // Escape sequences; of "ts" only the first letter goes.
     {u"{fn NOW()}", u"    NOW() ", 0}, {u"select { fn f(?) } x", u"select      f(?)   x", 1},
     {u"{d 'a'} {t 'b'}", u"   'a'     'b' ", 0}, {u"{ts '2001-02-03'}", u"  s '2001-02-03' ", 0},
-    {u"{ d 'x'}", u"    'x' ", 0}, {u"{  d 'x'}", u"      x' ", 0}, {u"{d}", u"   ", 0},
-    {u"{FN NOW()}", nullptr, 0}, {u"{D 'x'}", nullptr, 0}, {u"{?=call p(?)}", nullptr, 2},
+    {u"{  d 'x'}", u"      x' ", 0}, {u"{d}", u"   ", 0},
+    {u"{FN NOW()}", nullptr, 0}, {u"{?=call p(?)}", nullptr, 2},
     {u"{oj a} {escape '\\'} {} {  } {", nullptr, 0}, {u"'{fn x}'", nullptr, 0}, {u"}", nullptr, 0},
     // A brace alone works from the text's start, a nested one from the outermost brace.
     {u"xfn a}", u"    a ", 0}, {u"{fn a({d 'x'})}", u"    a({d 'x' )}", 0},
-    {u"{d '}'}", u"   ' '}", 0}, {u"{fn {fn a}}", u"    {fn a }", 0},
-    {u"a -- {fn x} ? ' \n b", nullptr, 0},
+    {u"{fn {fn a}}", u"    {fn a }", 0}, {u"a -- {fn x} ? ' \n b", nullptr, 0},
     // clang-format on
 };
 
@@ -50,12 +47,12 @@ static constexpr rewrite by_default[] = {
 static constexpr rewrite as_cql[] = {
     // clang-format off
     {u"\xFEFF \xFEFF a ; ;\n", u"a", 0}, {u" \t ", u"", 0}, {u"", u"", 0}, {u" ;;; ", u"", 0},
-    {u"a;b; \x0000", u"a;b", 0}, {u"? /* ? ' */ ?", nullptr, 2}, {u"? // ' ?\n?", nullptr, 2},
-    {u"? -- ' ?\r?", nullptr, 2}, {u"'it''s ?' ? \"a\"\"?\" $$ ? ' $ $$ ?", nullptr, 2},
-    {u"[?, ?]", nullptr, 2}, {u"'open ?", nullptr, 0}, {u"$$ open ?", nullptr, 0},
-    {u"/* open ?;", nullptr, 0}, {u"'\xFEFF;'; ", u"'\xFEFF;'", 0},
+    {u"a;b; \x0000", u"a;b", 0}, {u"? /* ? ' */ ?", nullptr, 2},
+    {u"'it''s ?' ? \"a\"\"?\" $$ ? ' $ $$ ?", nullptr, 2},
+
+    {u"'\xFEFF;'; ", u"'\xFEFF;'", 0},
     {u"a -- b;", u"a -- b;\n", 0}, {u"a // b \n", u"a // b \n", 0}, {u"--", u"--\n", 0},
-    {u"a -- b\n; ", u"a -- b\n", 0},
+
     // Literals.
     {u"{d '2001-02-03'}", u"'2001-02-03'", 0}, {u"{ D  '2001-02-03' }", u"'2001-02-03'", 0},
     {u"{t'10:11:12'}", u"'10:11:12'", 0}, {u"{guid '6F9619FF'}", u"6F9619FF", 0},
@@ -63,17 +60,17 @@ static constexpr rewrite as_cql[] = {
     {u"{ts'2001-02-03 4:5:6'}", u"'2001-02-03 4:5:6+0000'", 0},
     {u"{TS '2001-02-03 4:5:6.789'};", u"'2001-02-03 4:5:6.789+0000'", 0},
     {u"{ts '2001-02-03T04:05:06Z'}", u"'2001-02-03T04:05:06Z'", 0},
-    {u"{ts '2001-02-03 04:05-01'}", u"'2001-02-03 04:05-01'", 0},
+
     {u"{ts'2001-02-03'}{ts'2001-02-03'}", u"'2001-02-03+0000''2001-02-03+0000'", 0},
     // Words, with escapes and literals of CQL inside.
     {u"select {fn now()}, {FN f({fn g(?)}, {'a': {1}}, '}')} x",
      u"select  now(),  f( g(?), {'a': {1}}, '}') x", 1},
     {u"{oj a}{call b}{escape '!'}", u" a b '!'", 0},
     // None of them.
-    {u"{d: 'x', fn : 1, ts:2}", nullptr, 0}, {u"{fn: now()}", nullptr, 0},
+    {u"{d: 'x', fn : 1, ts:2}", nullptr, 0},
     {u"{'d ': 'x'}", nullptr, 0}, {u"{date '2001-02-03'}", nullptr, 0},
     {u"{d 'a' 'b'} {ts ?} {d '}", nullptr, 1}, {u"} {fn a", u"}  a", 0}, {u"{", nullptr, 0},
-    {u"{d", nullptr, 0}, {u"{ts '", nullptr, 0}, {u"'{fn x}' {{}}", nullptr, 0},
+    {u"{ts '", nullptr, 0}, {u"'{fn x}' {{}}", nullptr, 0},
     // clang-format on
 };
 
