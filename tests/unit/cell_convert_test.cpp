@@ -197,22 +197,6 @@ TEST(exact_cells, each_target_holds_what_it_can)
 
 // ---- NULL, probes, and when a column is delivered -----------------------------------------------
 
-TEST(cell_convert, null_goes_through_the_indicator_or_is_reported)
-{
-    const rig_ptr rig = rig_open({CQL_INT, CQL_VARCHAR});
-    rig_page(rig, null_cell + null_cell);
-    ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-    SQLLEN value = 9, octets = 7;
-    // A text column stays open after the warning, the others are closed by it.
-    for (const SQLUSMALLINT column : {2, 2, 1})
-        EXPECT_EQ(
-            "1 22002@" + std::to_string(column),
-            outcome(SQLGetData(rig->stmt, column, SQL_C_LONG, &value, 4, nullptr), rig->stmt));
-    EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_C_LONG, 4).code);
-    EXPECT_EQ(SQL_SUCCESS, SQLGetData(rig->stmt, 2, SQL_C_LONG, &value, 4, &octets));
-    EXPECT_TRUE(octets == SQL_NULL_DATA && value == 9);
-}
-
 TEST(cell_convert, a_probe_for_the_length_leaves_text_open_and_closes_the_rest)
 {
     // clang-format off

@@ -1,7 +1,6 @@
-// Local results: the order of their rows, what their columns and cells look like to an application,
-// and the list of types, which is one.
+// Local results: what their columns and cells look like to an application, and the list of types,
+// which is one and sorted.
 #include <sstream>
-#include <tuple>
 
 #include "core/local/cass_internalrs.h"
 #include "core/statement/cass_fetch.h"
@@ -17,29 +16,6 @@ static constexpr cass_internal_columns shape = {3, columns};
 struct internal_result : stmt_fixture {
     ~internal_result() override { cass_close_stmt(stmt, 1); }
 };
-
-// Numbers as numbers, text by its bytes, null first, arrival order among equals.
-TEST_F(internal_result, rows_come_in_stable_sort_order)
-{
-    // clang-format off
-    static constexpr const char *rows[][3] = {
-        {"10", "a", "0"}, {nullptr, "B", "1"}, {"9", "\xC3\xA9", "2"}, {" 10", "", "3"},
-        {"-2", nullptr, "4"}, {"9", "a", "5"}, {"10", "a", "6"}, {nullptr, "", "7"}};
-    // clang-format on
-    // The first sort key, and the last column of what comes.
-    for (const auto &[key, wanted] :
-         {std::pair(1, "71452306"), std::pair(2, "43710562"), std::pair(0, "01234567")}) {
-        const std::int32_t keys[] = {key, key == 1 ? 2 : 0, 0};
-        cass_close_stmt(stmt, 1);
-        ASSERT_EQ(0, cass_create_internal_rs(stmt, &shape, keys));
-        for (const auto &row : rows)
-            ASSERT_EQ(0, cass_insert_internal_row(stmt, row));
-        std::string order;
-        while (SQLFetch(stmt) == SQL_SUCCESS)
-            order += cell_text(stmt, 3);
-        EXPECT_EQ(order, wanted) << key;
-    }
-}
 
 TEST_F(internal_result, columns_cells_nulls_and_a_cut_text_that_goes_on_in_its_buffer)
 {

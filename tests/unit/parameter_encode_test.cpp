@@ -172,21 +172,6 @@ TEST(parameter_encode, what_the_record_leaves_open_comes_from_elsewhere)
     EXPECT_EQ(on_wire("00000001000f"), encode(s));
 }
 
-TEST(parameter_encode, a_separate_length_stands_before_the_indicator)
-{
-    session s;
-    const exact_block text("abcdef");
-    SQLLEN ind, length;
-    bind(s.stmt, 1, SQL_C_CHAR, SQL_VARCHAR, text.at, &ind, 6);
-    s.stmt->apd->fields[0].octet_length_ptr = &length;
-    for (const auto &[ind_value, length_value, sent] :
-         {std::tuple(2, 3, "616263"), {2, SQL_NULL_DATA, "null"}, {SQL_NULL_DATA, 3, "none"}}) {
-        ind = ind_value;
-        length = length_value;
-        EXPECT_EQ(on_wire(sent), encode(s));
-    }
-}
-
 // Rows of a number, a length and a text of five bytes, 17 bytes a row, behind a header that the
 // offset skips for data and lengths alike.
 TEST(parameter_encode, arrays_by_rows)
