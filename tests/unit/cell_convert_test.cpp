@@ -111,28 +111,25 @@ TEST(exact_cells, text_of_large_values_and_of_the_last_small_ones)
 {
     const std::string zeros(10'000, '0');
     // clang-format off
-    const std::tuple<int, std::string, std::string> cases[] = {
-        {CQL_VARINT, from_hex(GOOGOL), "1" + zeros.substr(0, 100)},
-        {CQL_VARINT, from_hex("FF00000000000000000000000000000001"),
+    const std::pair<source, std::string> cases[] = {
+        {{CQL_VARINT, from_hex(GOOGOL)}, "1" + zeros.substr(0, 100)},
+        {{CQL_VARINT, from_hex("FF00000000000000000000000000000001")},
          "-340282366920938463463374607431768211455"},
-        {CQL_DECIMAL, decimal(100, GOOGOL), "1." + zeros.substr(0, 100)},
-        {CQL_DECIMAL, decimal(0x1FF, "05"), "0." + zeros.substr(0, 510) + "5"},
-        {CQL_DECIMAL, decimal(-9'999, "01"), "1" + zeros.substr(0, 9'999)},
-        {CQL_DECIMAL, decimal(-10'000, "01"), "1E+10000"},
-        {CQL_BOOLEAN, be(0x80, 1), "1"}, {CQL_DECIMAL, decimal(10'000, "FF85"), "-1.23E-9998"},
-        {CQL_DECIMAL, decimal(INT32_MIN, "01"), "1E+2147483648"},
-        {CQL_VARINT, std::string(65'537, '\1'), range},
-        {CQL_DATE, be(EPOCH - 719'162, 4), "0001-01-01"},
-
-        {CQL_DATE, be(EPOCH - 719'529, 4), "-0001-12-31"}, {CQL_DATE, be(0, 4), "-5877641-06-23"},
-        {CQL_DATE, be(-1, 4), "5881580-07-11"},
-        {CQL_TIMESTAMP, be(253'402'300'799'999, 8), "9999-12-31 23:59:59.999"},
-        {CQL_TIMESTAMP, be(253'402'300'800'001, 8), "10000-01-01 00:00:00.001"},
-        {CQL_TIMESTAMP, be(INT64_MIN, 8), "-292275055-05-16 16:47:04.192"},
+        {scaled(100, GOOGOL), "1." + zeros.substr(0, 100)}, {scaled(10'000, "FF85"), "-1.23E-9998"},
+        {scaled(0x1FF, "05"), "0." + zeros.substr(0, 510) + "5"}, {{CQL_BOOLEAN, be(0x80, 1)}, "1"},
+        {scaled(-9'999, "01"), "1" + zeros.substr(0, 9'999)}, {scaled(-10'000, "01"), "1E+10000"},
+        {scaled(INT32_MIN, "01"), "1E+2147483648"},
+        {{CQL_VARINT, std::string(65'537, '\1')}, range},
+        {{CQL_DATE, be(EPOCH - 719'162, 4)}, "0001-01-01"},
+        {{CQL_DATE, be(EPOCH - 719'529, 4)}, "-0001-12-31"},
+        {{CQL_DATE, be(0, 4)}, "-5877641-06-23"}, {{CQL_DATE, be(-1, 4)}, "5881580-07-11"},
+        {moment(253'402'300'799'999), "9999-12-31 23:59:59.999"},
+        {moment(253'402'300'800'001), "10000-01-01 00:00:00.001"},
+        {moment(INT64_MIN), "-292275055-05-16 16:47:04.192"},
     };
     // clang-format on
-    for (const auto &[type, bytes, text] : cases)
-        EXPECT_EQ(narrow(cell_rig_of({type, bytes}, &standard_conduct)), text);
+    for (const auto &[from, text] : cases)
+        EXPECT_EQ(narrow(cell_rig_of(from, &standard_conduct)), text);
 }
 
 TEST(exact_cells, each_target_holds_what_it_can)

@@ -39,46 +39,40 @@ static std::string reads(const rig_ptr &rig, int target, std::size_t room)
 TEST(cell_text, of_every_type)
 {
     const std::string zeros(128, '0');
-    // The column's scale, and wide text where it is another one.
+    // Wide text where it is another one, and the column's scale where it plays a part.
     // clang-format off
-    const std::tuple<int, std::string, int, std::string, std::string> cases[] = {
+    const struct { source from; std::string text, wide = ""; int scale = 0; } cases[] = {
         // Of a boolean the byte itself, not made a truth value.
-        {CQL_BOOLEAN, be(2, 1), 0, "2", ""}, {CQL_TINYINT, be(128, 1), 0, "-128", ""},
-        {CQL_SMALLINT, be(32768, 2), 0, "-32768", ""}, {CQL_FLOAT, be(0.1f), 0, "0.1", ""},
-        {CQL_BIGINT, be(INT64_MIN, 8), 0, "-9223372036854775808", ""},
-        {CQL_DOUBLE, be(1234.56789), 0, "1234.568", ""},
-        {CQL_DOUBLE, be(1, 8), 0, "4.940656E-324", ""},
-        {CQL_DOUBLE, be(double{-INFINITY}), 0, "-INF", ""},
-        {CQL_DECIMAL, decimal(4, "FF"), 0, "-0.0001", ""},
-        {CQL_DECIMAL, decimal(2, "0096"), 0, "1.50", ""},
-        {CQL_DECIMAL, decimal(0x1FF, "05"), 0, "50", ""},
-        {CQL_DECIMAL, decimal(127, "01"), 0, "0." + zeros.substr(2) + "1", ""},
-        {CQL_DECIMAL, decimal(-128, "01"), 0, "1" + zeros, ""},
-        {CQL_DECIMAL, decimal(19, "010000000000000004"), 0, "1.8446744073709551620", ""},
-        {CQL_VARINT, from_hex("FF00000000000000000000000000000001"), 0,
-         "-340282366920938463463374607431768211455", ""},
-        {CQL_UUID, from_hex("00112233445566778899aabbccddeeff"), 0,
-         "00112233-4455-6677-8899-AABBCCDDEEFF", ""},
+        {{CQL_BOOLEAN, be(2, 1)}, "2"}, {{CQL_TINYINT, be(128, 1)}, "-128"}, {0.1f, "0.1"},
+        {{CQL_SMALLINT, be(32768, 2)}, "-32768"}, {INT64_MIN, "-9223372036854775808"},
+        {1234.56789, "1234.568"}, {0x1p-1074, "4.940656E-324"}, {-HUGE_VAL, "-INF"},
+        {scaled(4, "FF"), "-0.0001"}, {scaled(2, "0096"), "1.50"}, {scaled(0x1FF, "05"), "50"},
+        {scaled(127, "01"), "0." + zeros.substr(2) + "1"}, {scaled(-128, "01"), "1" + zeros},
+        {scaled(19, "010000000000000004"), "1.8446744073709551620"},
+        {{CQL_VARINT, from_hex("FF00000000000000000000000000000001")},
+         "-340282366920938463463374607431768211455"},
+        {{CQL_UUID, from_hex("00112233445566778899aabbccddeeff")},
+         "00112233-4455-6677-8899-AABBCCDDEEFF"},
         // Fields of 16 bits keep what they can of the ends of a type, and have no sign.
-        {CQL_DATE, be(EPOCH - 719529, 4), 0, "-002-12-31", ""},
-        {CQL_DATE, be(0, 4), 0, "20599-65531-65529", ""},
-        {CQL_DATE, be(-1, 4), 0, "-16660-07-11", ""},
-        {CQL_TIMESTAMP, be(LEAP_DAY, 8), 3, "2000-02-29 00:00:00", "2000-02-29 00:00:00.000"},
-        {CQL_TIMESTAMP, be(LEAP_DAY + 86399007, 8), 3, "2000-02-29 23:59:59.007", ""},
-        {CQL_TIMESTAMP, be(LEAP_DAY + 120, 8), 1, "2000-02-29 00:00:00.1",
-         "2000-02-29 00:00:00.120"},
-        {CQL_TIMESTAMP, be(INT64_MIN, 8), 3, "15505-65530-65522 65529:65524:65481.3486", ""},
-        {CQL_TIMESTAMP, be(-1, 8), 3, "1970-01-01 00:00:00.4293", ""},
-        {CQL_TIME, be(INT64_MIN, 8), 9, "0000-00-00 65513:65489:65520.3440191488",
-         "0000-00-00 65513:65489:65520.3440"},
-        {CQL_TIME, be(CLOCK + 7, 8), 9, "0000-00-00 12:34:56.000000007", "0000-00-00 12:34:56.000"},
+        {{CQL_DATE, be(EPOCH - 719529, 4)}, "-002-12-31"}, {{CQL_DATE, be(-1, 4)}, "-16660-07-11"},
+        {{CQL_DATE, be(0, 4)}, "20599-65531-65529"},
+        {moment(LEAP_DAY), "2000-02-29 00:00:00", "2000-02-29 00:00:00.000", 3},
+        {moment(LEAP_DAY + 86399007), "2000-02-29 23:59:59.007", "", 3},
+        {moment(LEAP_DAY + 120), "2000-02-29 00:00:00.1", "2000-02-29 00:00:00.120", 1},
+        {moment(INT64_MIN), "15505-65530-65522 65529:65524:65481.3486", "", 3},
+        {moment(-1), "1970-01-01 00:00:00.4293", "", 3},
+        {{CQL_TIME, be(INT64_MIN, 8)}, "0000-00-00 65513:65489:65520.3440191488",
+         "0000-00-00 65513:65489:65520.3440", 9},
+        {{CQL_TIME, be(CLOCK + 7, 8)}, "0000-00-00 12:34:56.000000007",
+         "0000-00-00 12:34:56.000", 9},
     };
     // clang-format on
-    for (const auto &[type, bytes, scale, text, wide] : cases)
+    for (const auto &row : cases)
         for (const int target : {SQL_C_CHAR, SQL_C_WCHAR}) {
-            const rig_ptr rig = cell_rig_of({type, bytes});
-            rig->field(1)->scale = scale;
-            const std::string &whole = wide.empty() || target == SQL_C_CHAR ? text : wide;
+            const rig_ptr rig = cell_rig_of(row.from);
+            rig->field(1)->scale = row.scale;
+            const std::string &whole =
+                row.wide.empty() || target == SQL_C_CHAR ? row.text : row.wide;
             const std::size_t unit = target == SQL_C_CHAR ? 1 : 2;
             EXPECT_EQ(reads(rig, target, (whole.size() + 1) * unit),
                       whole + "/" + std::to_string(whole.size() * unit) + " ");
