@@ -55,10 +55,8 @@ std::string key_pem(test_key key, const char *passphrase)
 
 static void set_name(X509_NAME *name, const std::string &common)
 {
-    must(X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
-                                    reinterpret_cast<const unsigned char *>(common.c_str()), -1, -1,
-                                    0) == 1,
-         "setting a name");
+    const auto *const text = reinterpret_cast<const unsigned char *>(common.c_str());
+    must(X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, text, -1, -1, 0) == 1, "a name");
 }
 
 static void add_extension(X509 *x509, const char *name, const char *value)

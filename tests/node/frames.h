@@ -32,15 +32,21 @@ enum : int {
 };
 // clang-format on
 
-// ---- Primitives -------------------------------------------------------------------
-
-bytes wire_bytes(const node_cell &value);  // [bytes], nothing: length -1
+inline bytes wire_bytes(const node_cell &value)  // [bytes], nothing: length -1
+{
+    return value ? be32(value->size()) + *value : be32(0xFFFFFFFF);
+}
 
 // ---- Types and metadata -------------------------------------------------------------------
 
-bytes type_of(int option_id);
-bytes type_list(const bytes &element);
-bytes type_map(const bytes &key, const bytes &value);
+// clang-format off
+inline bytes type_of(int option_id) { return be16(option_id); }
+inline bytes type_list(const bytes &element) { return type_of(NODE_LIST) + element; }
+// clang-format on
+inline bytes type_map(const bytes &key, const bytes &value)
+{
+    return type_of(NODE_MAP) + key + value;
+}
 
 struct node_column {
     bytes name;
@@ -51,11 +57,29 @@ struct node_column {
 using node_columns = std::vector<node_column>;
 
 struct node_metadata {
-    bool no_metadata = false;              // the count only
-    bytes paging_state = {};               // not empty: more pages
-    std::optional<int> column_count = {};  // announced in place of the true one
-    std::optional<int> row_count = {};
+    bool no_metadata = false;           // the count only
+    bytes paging_state = {};            // not empty: more pages
+    std::optional<int> row_count = {};  // announced in place of the true one
 };
+
+// Column specifications, with keyspace and table once in front.
+inline bytes column_specs(const node_columns &columns)
+{
+    const node_column &first = columns.empty() ? node_column{} : columns.front();
+    bytes out = wire_string(first.keyspace) + wire_string(first.table);
+    for (const node_column &column : columns)
+        out += wire_string(column.name) + column.type;
+    return out;
+}
+
+inline bytes rows_metadata(const node_columns &columns, const node_metadata &options)
+{
+    constexpr int global_spec = 1, more_pages = 2, none = 4;
+    const bool more = !options.paging_state.empty();
+    const int flags = (options.no_metadata ? none : global_spec) | (more ? more_pages : 0);
+    return be32(flags) + be32(columns.size()) + (more ? wire_bytes(options.paging_state) : "") +
+           (options.no_metadata ? "" : column_specs(columns));
+}
 
 // ---- Frames of a server -------------------------------------------------------------------
 
@@ -81,27 +105,95 @@ struct node_frame {
     bool slowly = false;                  // one byte at a time
 };
 
-node_frame supported_frame(const std::vector<std::pair<bytes, std::vector<bytes>>> &options);
-node_frame ready_frame();
-node_frame
-authenticate_frame(std::string_view class_name = "org.apache.cassandra.auth.PasswordAuthenticator");
-node_frame auth_success_frame();
-node_frame error_frame(std::uint32_t code, std::string_view message, const bytes &extra = {});
-node_frame void_frame();
-node_frame rows_frame(const node_columns &columns, const std::vector<node_row> &rows,
-                      const node_metadata &options = {});
+inline bytes wire_string_list(const std::vector<bytes> &texts)
+{
+    bytes out = be16(texts.size());
+    for (const bytes &text : texts)
+        out += wire_string(text);
+    return out;
+}
+
+inline node_frame supported_frame(const std::vector<std::pair<bytes, std::vector<bytes>>> &options)
+{
+    bytes body = be16(options.size());
+    for (const auto &[key, values] : options)
+        body += wire_string(key) + wire_string_list(values);
+    return {.opcode = NODE_SUPPORTED, .body = body};
+}
+
+inline node_frame
+authenticate_frame(std::string_view class_name = "org.apache.cassandra.auth.PasswordAuthenticator")
+{
+    return {.opcode = NODE_AUTHENTICATE, .body = wire_string(class_name)};
+}
+
+inline node_frame error_frame(std::uint32_t code, std::string_view message, const bytes &extra = {})
+{
+    return {.opcode = NODE_ERROR, .body = be32(code) + wire_string(message) + extra};
+}
+
+inline node_frame result_frame(int kind, const bytes &rest)
+{
+    return {.opcode = NODE_RESULT, .body = be32(kind) + rest};
+}
+
+// clang-format off
+inline node_frame ready_frame() { return {.opcode = NODE_READY, .body = {}}; }
+inline node_frame auth_success_frame() { return {.opcode = NODE_AUTH_SUCCESS, .body = be32(-1)}; }
+inline node_frame void_frame() { return result_frame(1, ""); }
+// clang-format on
+inline node_frame set_keyspace_frame(std::string_view keyspace)
+{
+    return result_frame(3, wire_string(keyspace));
+}
+
+inline node_frame rows_frame(const node_columns &columns, const std::vector<node_row> &rows,
+                             const node_metadata &options = {})
+{
+    const int count = options.row_count.value_or(static_cast<int>(rows.size()));
+    bytes body = rows_metadata(columns, options) + be32(count);
+    for (const node_row &row : rows)
+        for (const node_cell &cell : row)
+            body += wire_bytes(cell);
+    return result_frame(2, body);
+}
+
 // Of text columns, two where there are no rows.
-node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {});
-node_frame set_keyspace_frame(std::string_view keyspace);
-// `parameters` are the bound columns, `columns` those of the result.
-node_frame prepared_frame(std::string_view id, const node_columns &parameters,
-                          const node_columns &columns);
+inline node_frame text_rows(const std::vector<node_row> &rows, const node_metadata &options = {})
+{
+    const std::size_t count = rows.empty() ? 2 : rows.front().size();
+    return rows_frame(node_columns(count, {"c", type_of(NODE_VARCHAR)}), rows, options);
+}
+
+// `parameters` are the bound columns, `columns` those of the result. A statement without rows
+// announces no columns and no metadata.
+inline node_frame prepared_frame(std::string_view id, const node_columns &parameters,
+                                 const node_columns &columns)
+{
+    const bool bound = !parameters.empty();
+    const bytes head = be32(bound) + be32(parameters.size()) + be32(0);
+    return result_frame(4, wire_short_bytes(id) + head + (bound ? column_specs(parameters) : "") +
+                               rows_metadata(columns, {.no_metadata = columns.empty()}));
+}
 
 // The same frame with warnings in front of its body, or broken off.
-node_frame with_warnings(node_frame frame, const std::vector<bytes> &warnings);
-node_frame cut_off(node_frame frame, std::size_t length, node_ending ending = CLOSE);
+inline node_frame with_warnings(node_frame frame, const std::vector<bytes> &warnings)
+{
+    frame.flags |= 0x08;
+    frame.body = wire_string_list(warnings) + frame.body;
+    return frame;
+}
+inline node_frame cut_off(node_frame frame, std::size_t length, node_ending ending = CLOSE)
+{
+    frame.cut = length;
+    frame.ending = ending;
+    return frame;
+}
 // Ends the connection without a byte of answer.
-node_frame no_answer(node_ending ending = CLOSE);
+inline node_frame no_answer(node_ending ending = CLOSE)
+{
+    return cut_off(ready_frame(), 0, ending);
+}
 
 // The bytes that go out. lz4: negotiated on this connection; stream: the request's.
 bytes frame_on_wire(const node_frame &frame, bool lz4, int stream);
@@ -114,9 +206,23 @@ std::optional<bytes> lz4_restore(std::string_view compressed);
 
 constexpr int CONSISTENCY_ONE = 1;
 
-bytes startup_body(bool lz4);
+inline bytes startup_body(bool lz4)
+{
+    return be16(lz4 ? 2 : 1) + wire_string("CQL_VERSION") + wire_string("3.0.0") +
+           (lz4 ? wire_string("COMPRESSION") + wire_string("lz4") : bytes());
+}
+
 // What stands behind a statement: flags 4, the page size and, with flags 12, the paging state.
-bytes page_tail(std::string_view paging_state = {}, int consistency = CONSISTENCY_ONE);
-bytes query_body(std::string_view sql, int consistency = CONSISTENCY_ONE);
+inline bytes page_tail(std::string_view paging_state = {}, int consistency = CONSISTENCY_ONE)
+{
+    const bool first = paging_state.empty();
+    return be16(consistency) + be8(first ? 4 : 12) + be32(100) +
+           (first ? "" : wire_long_string(paging_state));
+}
+
+inline bytes query_body(std::string_view sql, int consistency = CONSISTENCY_ONE)
+{
+    return wire_long_string(sql) + page_tail({}, consistency);
+}
 
 #endif
