@@ -75,22 +75,6 @@ TEST(descriptions, columns_by_their_types_and_by_settings)
     }
 }
 
-// What is no UTF-8 stands as it came.
-TEST(descriptions, names_of_any_characters)
-{
-    const wire_ptr wire = wire_of(true);
-    const bytes name = "gr\xC3\xB6\xF0\x9F\x98\x80 e", type = type_of(NODE_INT);
-    run_query(wire, "q", rows_frame({{name, type}, {"a\xC0\x80", type}}, {}));
-    SQLSMALLINT length = 0;
-    for (const std::u16string wanted : {u"gr\u00F6\U0001F600 e", u"a\u00C0\u0080"}) {
-        char16_t wide[8] = {};
-        const SQLUSMALLINT column = wanted[0] == u'g' ? 1 : 2;
-        SQLDescribeColW(wire->stmt, column, reinterpret_cast<SQLWCHAR *>(wide), 8, &length, nullptr,
-                        nullptr, nullptr, nullptr);
-        EXPECT_EQ(std::u16string(wide, static_cast<std::size_t>(length)), wanted);
-    }
-}
-
 // As text with both conducts: a time without a date, digits.
 TEST(descriptions, plain_types_are_read_as_they_are_told)
 {

@@ -68,7 +68,6 @@ TEST(logon, failures_are_told_and_leave_the_handle_usable)
     const wire_ptr wire = wire_open();
     const std::string general = general_error, server = node_address(wire->node) + ": ";
     const std::string rejected = "08004 Server rejected the connection: " + server;
-    const std::string stock = "org.apache.cassandra.auth.PasswordAuthenticator";
     const record_list gone = {general + "failed to return a packet",
                               link_failure + "read failed (peer shutdown)"};
     const node_frame options = stock_supported(false), startup = authenticate_frame();
@@ -94,12 +93,6 @@ TEST(logon, failures_are_told_and_leave_the_handle_usable)
         {plain,
          {options, authenticate(wire_string(pattern(300)))},
          {general + "unexpected SASL packet prefix"}},
-        {plain,
-         {options, authenticate(wire_string(pattern(47)))},
-         {general + "unexpected SASL authenticator"}},
-        {plain,
-         {options, authenticate(be16(47) + stock.substr(0, 46))},
-         {general + "unexpected SASL authenticator"}},
         {standard, {options, startup, no}, {"28000 Invalid authorization: no"}},
         {standard, {hot}, {rejected + "hot"}},
         {standard,
