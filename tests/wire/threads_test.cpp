@@ -146,9 +146,9 @@ TEST(threads, all_kinds_of_calls_share_a_connection)
 TEST(threads, go_on_for_many_calls)
 {
 #ifdef __SANITIZE_THREAD__
-    constexpr int sessions = 80;
+    constexpr int sessions = 20, rounds = 16;
 #else
-    constexpr int sessions = 5;
+    constexpr int sessions = 5, rounds = 4;
 #endif
     const certificate ca = make_ca(), own = make_certificate({}, &ca);
     const file_folder folder;
@@ -178,7 +178,7 @@ TEST(threads, go_on_for_many_calls)
             EXPECT_CONN(SQL_SUCCESS, conn,
                         wire_driver_connect(conn, settings + ";CertificateFile=" + anchors));
             SQLAllocHandle(SQL_HANDLE_STMT, conn, &stmt);
-            for (int round = 0; round < 4; round++) {
+            for (int round = 0; round < rounds; round++) {
                 const bool prepares = round == 0 && passes(prepare(stmt, "many"), stmt);
                 passes(prepares ? SQLExecute(stmt) : exec(stmt, "many"), stmt);
                 EXPECT_EQ(rows_read(stmt, "cell"), 100);
