@@ -32,6 +32,10 @@ TEST(parameter_encode, numbers_end_at_the_bounds_of_their_target)
         {"-", unreadable}, {std::string(126, '0') + "12", "0000000000000001"}});
     check(SQL_DOUBLE, {{~0ul, "43f0000000000000"}, {numeric(12345, 2, 0), "c05edccccccccccd"},
         {"1.5e1x", "402e000000000000"}, {"no", "0000000000000000"}});
+    // 2^106 + 2^53 + 1: the sum from the lowest bit meets two ties and rounds down.
+    SQL_NUMERIC_STRUCT ties = numeric((UINT64_C(1) << 53) + 1, 0);
+    ties.val[13] = 4;
+    check(SQL_DOUBLE, {{ties, "4690000000000000"}});
     check(SQL_FLOAT, {{-2, "c000000000000000"}});
     // The last is a hair above the middle of two floats, a hair that a double does not hold.
     check(SQL_REAL, {{HUGE_VAL, "7f800000"}, {u"-0.5", "bf000000"}, {9007199791611905l, "5a000001"},
@@ -43,10 +47,10 @@ TEST(parameter_encode, decimals)
     check(SQL_DECIMAL, {{numeric(0, 0, 0), "0000000000"}, {numeric(1, -3), "fffffffd0001"},
         {numeric(255, 0), "0000000000ff"}, {numeric(0, 0, 1, 39), overflow},
         {numeric(0, 39), overflow}, {INT32_MIN, "00000000ff7fffff00"}, {std::nan(""), overflow},
-        {1e39, overflow}, {2.5, "000000000002"}, {3.5, "000000000004"},
-        {0x1p128, overflow}, {"1.50", "00000001000f"}, {"1.00", "000000000001"},
-        {".000", "0000000000"}, {"  -7. ", "00000000fff9"}, {"", unreadable}, {"-", unreadable},
-        {".", unreadable}, {"1e5", unreadable}, {"1.2.3", unreadable}, {"+0012.50", "00000001007d"},
+        {1e39, overflow}, {2.5, "000000000002"}, {3.5, "000000000004"}, {0x1p128, overflow},
+        {"1.50", "00000001000f"}, {"1.00", "000000000001"}, {".000", "0000000000"},
+        {"  -7. ", "00000000fff9"}, {"", unreadable}, {"-", unreadable}, {".", unreadable},
+        {"1e5", unreadable}, {"1.2.3", unreadable}, {"+0012.50", "00000001007d"},
         {"15.", "00000000000f"}, {"-0", "0000000000"},
         {"340282366920938463463374607431768211455", "0000000000" + std::string(32, 'f')},
         {"340282366920938463463374607431768211456", overflow},
@@ -126,7 +130,8 @@ TEST(parameter_encode, lengths_decide_how_far_a_buffer_is_read)
     std::string euros = "6162";  // of three bytes each, across the blocks of the translation
     for (int i = 0; i < 5000; i++)
         euros += "e282ac";
-    check(SQL_WVARCHAR, {{u"\u00E9", "c3a9"}, {u"\u20AC", "e282ac"}, {u"\xD83D", "eda0bd"},
+    check(SQL_WVARCHAR, {{u"\x7F\x80\u07FF\u0800\xFFFF", "7fc280dfbfe0a080efbfbf"},
+        {u"\u00E9", "c3a9"}, {u"\u20AC", "e282ac"}, {u"\xD83D", "eda0bd"},
         {{SQL_C_WCHAR, odd}, "6162", 5}, {u"ab\0"s, "6162", SQL_NTS}, {u"", bad_length, -4},
         {{SQL_C_WCHAR, odd}, "6162", no_indicator, 5},
         {u"ab" + std::u16string(5000, u'\u20AC'), euros}});

@@ -253,7 +253,8 @@ static std::map<std::string, std::vector<source>> cell_samples()
     return {
         {"ascii, text", {"x", "1", "1.5", "-1", "300", "100000", "300000000000", "1e400", "1e-99",
          "99999999999999999999999999", "2024-05-06", "2024-05-06 01:02:03",
-         "2024-05-06 01:02:03.5", "01:02:03", "01:02:03.5", "00000000-0000-0000-0000-000000000001"}},
+         "2024-05-06 01:02:03.5", "01:02:03", "01:02:03.5",
+         "00000000-0000-0000-0000-000000000001"}},
         {"tinyint, smallint, int, bigint, counter", {{CQL_TINYINT, be(1, 1)},
          {CQL_SMALLINT, be(300, 2)}, 100'000, INT64_MAX, {CQL_COUNTER, be(-1, 8)}}},
         {"boolean", {{CQL_BOOLEAN, be(1, 1)}, {CQL_BOOLEAN, be(0, 1)}}},
@@ -318,7 +319,8 @@ static std::vector<std::vector<app_value>> parameter_samples()
         {}, {true, false}, {1, -1, 300, 100'000, 1L << 40, ~0UL},
         {1.F, 1.5F, -1.F, 1e30F, float(HUGE_VAL)}, {1., 1.5, -1., 1e300, HUGE_VAL},
         {numeric(15, 1), huge}, {date, SQL_DATE_STRUCT{2023, 2, 29}, SQL_DATE_STRUCT{32767, 1, 1}},
-        {time_of, SQL_TIME_STRUCT{24, 0, 0}}, {stamp, SQL_TIMESTAMP_STRUCT{2024, 13, 1, 0, 0, 0, 0}},
+        {time_of, SQL_TIME_STRUCT{24, 0, 0}},
+        {stamp, SQL_TIMESTAMP_STRUCT{2024, 13, 1, 0, 0, 0, 0}},
         {guid}};
     // clang-format on
     for (const std::size_t size : {1, 2, 3, 4, 8, 16})

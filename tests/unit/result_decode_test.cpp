@@ -139,7 +139,11 @@ TEST(result, columns_are_built_again_after_any_change)
         [](session &s) { cass_desc_describe(s.stmt->ird, 2); },  // a local result came between
         [](session &s) { s.stmt->ird = s.stmt->implicit_ipd; },
         [](session &s) {
-            decode(s, rows(metadata(2, str("id") + type(CQL_INT) + str("t") + type(CQL_ASCII))));
+            // Each column with a keyspace and table of its own.
+            const std::string columns =
+                table + str("id") + type(CQL_INT) + table + str("u") + type(CQL_ASCII);
+            EXPECT_EQ(decode(s, rows(be32(0) + be32(2) + columns)), KIND_ROWS);
+            EXPECT_EQ(text_of(s.stmt->ird->fields[1].column_name), "u");
         },
         [](session &s) { s.conn->settings.string_len = 99; },
     };
