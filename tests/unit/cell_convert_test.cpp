@@ -237,19 +237,6 @@ TEST(cell_convert, the_default_type_follows_the_column)
     }
 }
 
-TEST(cell_convert, the_type_of_the_binding_reads_the_column_in_front)
-{
-    const rig_ptr rig = rig_open({CQL_INT, CQL_INT});
-    rig_page(rig, cell_of(be(11, 4)) + cell_of(be(22, 4)));
-    ASSERT_EQ(SQL_SUCCESS, rig_row(rig));
-    EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_ARD_TYPE, 8, 8, 2).code);  // nothing is bound
-    ASSERT_EQ(0, cass_desc_resize(rig->stmt->ard, 2));
-    rig->stmt->ard->fields[0].consise_type = rig->stmt->ard->fields[1].consise_type = SQL_C_CHAR;
-    EXPECT_STREQ("11", read_cell(rig, SQL_ARD_TYPE, 8, 8, 2).written.c_str());
-    for (const int column : {1, 2})  // read by the call above, and so is the one named
-        EXPECT_EQ(SQL_NO_DATA, read_cell(rig, SQL_C_LONG, 4, 4, column).code);
-}
-
 TEST(cell_convert, get_data_tests_the_page_the_column_and_the_bookmark)
 {
     const rig_ptr rig = rig_open({CQL_INT});

@@ -1,7 +1,5 @@
-// Frames: readers that stay inside the body, replies that lie, and the blocks that bodies live in.
+// Frames: replies that lie, and those that never come.
 #include <lz4.h>
-
-#include <thread>
 
 #include "core/statement/cass_pkt_exchange.h"
 #include "tests/unit/handles.h"
@@ -36,28 +34,6 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
         char byte;
         EXPECT_EQ(recv(s.peer, &byte, 1, MSG_DONTWAIT) == 0, !to_its_end);
     }
-}
-
-TEST(frame, block_of_a_finished_reply_serves_the_next_one_until_it_is_much_too_large)
-{
-    session s;
-    const auto read_body = [&s](std::size_t size) {
-        const std::string body = pattern(size);
-        std::thread peer([&] { say(s, reply(OPCODE_RESULT, body)); });
-        cass_packet *packet = read_reply(s.stmt);
-        peer.join();
-        EXPECT_TRUE(std::string(packet->body, packet->body + packet->length) == body) << size;
-        return packet;
-    };
-    cass_packet_unref(read_body(40'000'017));  // comes in steps, and is never kept
-    EXPECT_EQ(s.conn->spare_packet, nullptr);
-    cass_packet *first = read_body(1'000'000);
-    cass_packet_unref(first);
-    EXPECT_EQ(s.conn->spare_packet, first);
-    for (int i = 0; i < 200; i++)
-        cass_packet_unref(read_body(100));
-    EXPECT_EQ(s.conn->spare_packet, first);  // the same record in another block
-    EXPECT_LE(s.conn->spare_packet->capacity, 65536u);
 }
 
 // A reply that does not come in time is waited for no more, until there are 1,024 of them: then the

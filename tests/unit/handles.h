@@ -1,6 +1,5 @@
 // Handles without a server, and what unit tests share: a peer on the connection's socket, texts,
-// diagnostics, application memory between guards, and the sweep of a call that writes a text over
-// all buffer sizes.
+// diagnostics, and application memory between guards.
 #ifndef TESTS_UNIT_HANDLES_H
 #define TESTS_UNIT_HANDLES_H
 
@@ -9,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <memory>
 
 #include "core/describe/cass_field.h"
@@ -192,28 +190,6 @@ struct guarded {
 inline std::string bytes_of(const void *value, std::size_t width)
 {
     return {static_cast<const char *>(value), width};
-}
-
-// A length as calls store it, through either pointer.
-struct told_length {
-    SQLSMALLINT small = -1;
-    SQLINTEGER large = -1;
-};
-
-// A number that a call stores in this width and no wider, telling the width as its length. Without
-// a place for it (the wide form, if there is one) the call is a success all the same.
-inline SQLULEN number_told(std::size_t width,
-                           const std::function<SQLRETURN(void *to, told_length *told)> &call)
-{
-    guarded at;
-    told_length told;
-    EXPECT_EQ(call(at.data(), &told), SQL_SUCCESS);
-    EXPECT_EQ(std::max<int>(told.small, told.large), static_cast<int>(width));
-    EXPECT_EQ(at.written().size(), width);
-    EXPECT_EQ(call(nullptr, &told), SQL_SUCCESS);
-    SQLULEN value = 0;
-    std::memcpy(low_bytes(&value, width), at.data(), width);
-    return value;
 }
 
 #endif

@@ -17,7 +17,7 @@ struct internal_result : stmt_fixture {
     ~internal_result() override { cass_close_stmt(stmt, 1); }
 };
 
-TEST_F(internal_result, columns_cells_nulls_and_a_cut_text_that_goes_on_in_its_buffer)
+TEST_F(internal_result, columns_and_cells)
 {
     ASSERT_EQ(0, cass_create_internal_rs(stmt, &shape, nullptr));
     // Name, type and its name, precision, octet length, nullability.
@@ -33,13 +33,7 @@ TEST_F(internal_result, columns_cells_nulls_and_a_cut_text_that_goes_on_in_its_b
     }
     const char *const whole[] = {"  -7x", "abcdefghi", nullptr};
     cass_insert_internal_row(stmt, whole);
-    char name[6] = "";
-    SQLBindCol(stmt, 2, SQL_C_CHAR, name, sizeof name, nullptr);
-    EXPECT_EQ("0 01004@2", outcome(SQLFetch(stmt), stmt));  // of the first piece
-    EXPECT_STREQ("fghi", name);
-    EXPECT_EQ("-7NULL", cell_text(stmt, 1) + cell_text(stmt, 3));
-    for (int i = 0; i < 2; i++)  // a second pass needs a second call
-        EXPECT_EQ(SQL_NO_DATA, SQLFetch(stmt));
+    EXPECT_EQ(row_list{"-7|abcdefghi|NULL"}, fetch_all(stmt));
 }
 
 // Name and number of each type that a number is answered with; the list of all is sorted by it.

@@ -320,8 +320,7 @@ static std::vector<std::vector<app_value>> parameter_samples()
         {1.F, 1.5F, -1.F, 1e30F, float(HUGE_VAL)}, {1., 1.5, -1., 1e300, HUGE_VAL},
         {numeric(15, 1), huge}, {date, SQL_DATE_STRUCT{2023, 2, 29}, SQL_DATE_STRUCT{32767, 1, 1}},
         {time_of, SQL_TIME_STRUCT{24, 0, 0}},
-        {stamp, SQL_TIMESTAMP_STRUCT{2024, 13, 1, 0, 0, 0, 0}},
-        {guid}};
+        {stamp, SQL_TIMESTAMP_STRUCT{2024, 13, 1, 0, 0, 0, 0}}, {guid}};
     // clang-format on
     for (const std::size_t size : {1, 2, 3, 4, 8, 16})
         samples[1].emplace_back(SQL_C_BINARY, std::string(size, '\1'));

@@ -1,10 +1,18 @@
 // Texts that calls hand out, ANSI and wide, into buffers of every size.
+#include <functional>
+
 #include "tests/unit/handles.h"
 
 static std::string utf8_of(const std::u16string &text)
 {
     return held_text(cass_string_to_utf8(string_of(text).get())).get();
 }
+
+// A length as calls store it, through either pointer.
+struct told_length {
+    SQLSMALLINT small = -1;
+    SQLINTEGER large = -1;
+};
 
 // A call that writes a text for an application, and what it is to say of it.
 struct text_call {
