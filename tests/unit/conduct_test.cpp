@@ -24,111 +24,82 @@ static std::string bound_shown(const rig_ptr &rig, int type, SQLLEN length)
     return states + (field.data_ptr == at ? " bound " : " ") + std::to_string(field.octet_length);
 }
 
-// On a row of the cell, with one of a NULL behind it.
-struct choice {
-    const char *flag;
-    source cell;
-    std::string (*shown)(const rig_ptr &rig);
-    std::string by_default, by_standard;
-};
+// What is shown on a row of the cell, with one of a NULL behind it, with the flag and without it.
+static void expect_choice(const char *flag, const source &cell, const std::string &by_default,
+                          const std::string &by_standard, std::string (*shown)(const rig_ptr &rig))
+{
+    EXPECT_EQ(shown(cell_rig_of(cell)), by_default) << flag;
+    EXPECT_EQ(shown(cell_rig_of(cell, &standard_conduct)), by_standard) << flag;
+}
 
 TEST(conduct, choices)
 {
-    const choice choices[] = {
-        {"cancelling_a_prepared_statement_fails", 1,
-         [](const rig_ptr &rig) {
-             rig->stmt->prepared = 1;
-             return told(SQLCancel(rig->stmt), rig);
-         },
-         "!", ""},
-        {"unbinding_a_parameter_fails", 1,
-         [](const rig_ptr &rig) {
-             bind(rig->stmt, 1, SQL_C_CHAR, SQL_CHAR, rig.get());
-             return told(bind(rig->stmt, 1, 0, 0, nullptr), rig);
-         },
-         "!", ""},
-        {"a_new_apd_unlinks_the_ard", 1,
-         [](const rig_ptr &rig) {
-             cass_desc *ard = cass_alloc_desc(rig->conn);
-             SQLSetStmtAttr(rig->stmt, SQL_ATTR_APP_ROW_DESC, ard, 0);
-             SQLSetStmtAttr(rig->stmt, SQL_ATTR_APP_PARAM_DESC, cass_alloc_desc(rig->conn), 0);
-             return std::string(ard->stmt == rig->stmt ? "linked" : "");
-         },
-         "", "linked"},
-        {"options_mark_nothing_rebound", 1,
-         [](const rig_ptr &rig) {
-             rig->stmt->prepared = 1;
-             SQLSetStmtOption(rig->stmt, SQL_ROWSET_SIZE, 5);
-             return std::to_string(rig->stmt->params_rebound);
-         },
-         "0", "1"},
-        {"negative_decimal_loses_carry", 1,
-         [](const rig_ptr &rig) {
-             return encode_sample(*rig, SQL_DECIMAL, {"-2.56", ""}, 2);
-         },
-         on_wire("00000002fffe00"), on_wire("00000002ffff00")},
-        {"an_unknown_attribute_is_told_twice", 1,
-         [](const rig_ptr &rig) {
-             return told(SQLGetStmtAttr(rig->stmt, 4711, nullptr, 0, nullptr), rig);
-         },
-         "HY092 HY000", "HY092"},
-        {"exact_fit_counts_as_cut",
-         {CQL_BLOB, "ab"},
-         [](const rig_ptr &rig) { return read_shown(rig, SQL_C_BINARY, 2); },
-         "2 1 01004@1",
-         "2 "},
-        {"hexadecimal_length_is_undoubled",
-         {CQL_BLOB, "ab"},
-         [](const rig_ptr &rig) { return read_shown(rig, SQL_C_CHAR, 64); },
-         "2 ",
-         "4 "},
-        {"probe_uses_up_column", 1,
-         [](const rig_ptr &rig) {
-             SQLLEN length = 0;
-             SQLGetData(rig->stmt, 1, SQL_C_SLONG, nullptr, 0, &length);
-             return read_shown(rig, SQL_C_SLONG, 4);
-         },
-         std::to_string(UNTOUCHED) + " 100 ", "4 "},
-        {"null_without_indicator_is_warning", 1,
-         [](const rig_ptr &rig) {
-             int value = 0;
-             EXPECT_EQ(rig_row(rig), SQL_SUCCESS);
-             return told(SQLGetData(rig->stmt, 1, SQL_C_SLONG, &value, 4, nullptr), rig);
-         },
-         "1 22002@1", "22002@1"},
-        {"ard_type_reads_column_in_front", 1,
-         [](const rig_ptr &rig) {
-             bound_shown(rig, SQL_C_SSHORT, 2);
-             return read_shown(rig, SQL_ARD_TYPE, 4);
-         },
-         std::to_string(UNTOUCHED) + " 07006@0", "2 "},
-        {"blanks_cut_number", "123  ",
-         [](const rig_ptr &rig) { return to_hex(read_cell(rig, SQL_C_UTINYINT, 1).written); }, "0c",
-         "7b"},
-        {"uuid_arrays_are_spaced_by_length",
-         {CQL_UUID, std::string(16, 'u')},
-         [](const rig_ptr &rig) { return bound_shown(rig, SQL_C_GUID, 40); },
-         " bound 40",
-         " bound 16"},
-        {"a_refused_column_stays_bound", 1,
-         [](const rig_ptr &rig) {
-             rig->field(1)->precision = 0;
-             return bound_shown(rig, SQL_C_CHAR, -4);
-         },
-         "HY021 bound -4", "HY021 -4"},
-        {"local_row_is_transferred_twice", 1,
-         [](const rig_ptr &rig) {
-             char name[4] = "";
-             rig->stmt->page.current_packet = nullptr;
-             std::string states = told(SQLGetTypeInfo(rig->stmt, SQL_BIGINT), rig);
-             SQLBindCol(rig->stmt, 1, SQL_C_CHAR, name, sizeof name, nullptr);
-             states += told(SQLFetch(rig->stmt), rig);
-             return name + (" " + states);
-         },
-         "int 0 01004@1", "big 1 01004@1"},
-    };
-    for (const auto &[flag, cell, shown, by_default, by_standard] : choices) {
-        EXPECT_EQ(shown(cell_rig_of(cell)), by_default) << flag;
-        EXPECT_EQ(shown(cell_rig_of(cell, &standard_conduct)), by_standard) << flag;
-    }
+    const source blob(CQL_BLOB, "ab"), uuid(CQL_UUID, std::string(16, 'u'));
+    const std::string nothing = std::to_string(UNTOUCHED);
+    expect_choice("cancelling_a_prepared_statement_fails", 1, "!", "", [](const rig_ptr &rig) {
+        rig->stmt->prepared = 1;
+        return told(SQLCancel(rig->stmt), rig);
+    });
+    expect_choice("unbinding_a_parameter_fails", 1, "!", "", [](const rig_ptr &rig) {
+        bind(rig->stmt, 1, SQL_C_CHAR, SQL_CHAR, rig.get());
+        return told(bind(rig->stmt, 1, 0, 0, nullptr), rig);
+    });
+    expect_choice("a_new_apd_unlinks_the_ard", 1, "", "linked", [](const rig_ptr &rig) {
+        cass_desc *ard = cass_alloc_desc(rig->conn);
+        SQLSetStmtAttr(rig->stmt, SQL_ATTR_APP_ROW_DESC, ard, 0);
+        SQLSetStmtAttr(rig->stmt, SQL_ATTR_APP_PARAM_DESC, cass_alloc_desc(rig->conn), 0);
+        return std::string(ard->stmt == rig->stmt ? "linked" : "");
+    });
+    expect_choice("options_mark_nothing_rebound", 1, "0", "1", [](const rig_ptr &rig) {
+        rig->stmt->prepared = 1;
+        SQLSetStmtOption(rig->stmt, SQL_ROWSET_SIZE, 5);
+        return std::to_string(rig->stmt->params_rebound);
+    });
+    expect_choice("negative_decimal_loses_carry", 1, on_wire("00000002fffe00"),
+                  on_wire("00000002ffff00"), [](const rig_ptr &rig) {
+                      return encode_sample(*rig, SQL_DECIMAL, {"-2.56", ""}, 2);
+                  });
+    expect_choice("an_unknown_attribute_is_told_twice", 1, "HY092 HY000", "HY092",
+                  [](const rig_ptr &rig) {
+                      return told(SQLGetStmtAttr(rig->stmt, 4711, nullptr, 0, nullptr), rig);
+                  });
+    expect_choice("exact_fit_counts_as_cut", blob, "2 1 01004@1", "2 ",
+                  [](const rig_ptr &rig) { return read_shown(rig, SQL_C_BINARY, 2); });
+    expect_choice("hexadecimal_length_is_undoubled", blob, "2 ", "4 ",
+                  [](const rig_ptr &rig) { return read_shown(rig, SQL_C_CHAR, 64); });
+    expect_choice("probe_uses_up_column", 1, nothing + " 100 ", "4 ", [](const rig_ptr &rig) {
+        SQLLEN length = 0;
+        SQLGetData(rig->stmt, 1, SQL_C_SLONG, nullptr, 0, &length);
+        return read_shown(rig, SQL_C_SLONG, 4);
+    });
+    expect_choice("null_without_indicator_is_warning", 1, "1 22002@1", "22002@1",
+                  [](const rig_ptr &rig) {
+                      int value = 0;
+                      EXPECT_EQ(rig_row(rig), SQL_SUCCESS);
+                      return told(SQLGetData(rig->stmt, 1, SQL_C_SLONG, &value, 4, nullptr), rig);
+                  });
+    expect_choice("ard_type_reads_column_in_front", 1, nothing + " 07006@0", "2 ",
+                  [](const rig_ptr &rig) {
+                      bound_shown(rig, SQL_C_SSHORT, 2);
+                      return read_shown(rig, SQL_ARD_TYPE, 4);
+                  });
+    expect_choice("blanks_cut_number", "123  ", "0c", "7b", [](const rig_ptr &rig) {
+        return to_hex(read_cell(rig, SQL_C_UTINYINT, 1).written);
+    });
+    expect_choice("uuid_arrays_are_spaced_by_length", uuid, " bound 40", " bound 16",
+                  [](const rig_ptr &rig) { return bound_shown(rig, SQL_C_GUID, 40); });
+    expect_choice("a_refused_column_stays_bound", 1, "HY021 bound -4", "HY021 -4",
+                  [](const rig_ptr &rig) {
+                      rig->field(1)->precision = 0;
+                      return bound_shown(rig, SQL_C_CHAR, -4);
+                  });
+    expect_choice("local_row_is_transferred_twice", 1, "int 0 01004@1", "big 1 01004@1",
+                  [](const rig_ptr &rig) {
+                      char name[4] = "";
+                      rig->stmt->page.current_packet = nullptr;
+                      std::string states = told(SQLGetTypeInfo(rig->stmt, SQL_BIGINT), rig);
+                      SQLBindCol(rig->stmt, 1, SQL_C_CHAR, name, sizeof name, nullptr);
+                      states += told(SQLFetch(rig->stmt), rig);
+                      return name + (" " + states);
+                  });
 }
