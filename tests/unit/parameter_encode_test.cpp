@@ -154,29 +154,6 @@ TEST(parameter_encode, lengths_decide_how_far_a_buffer_is_read)
 
 // ---- Records ------------------------------------------------------------------------------------
 
-TEST(parameter_encode, what_the_record_leaves_open_comes_from_elsewhere)
-{
-    session s;
-    exact_block number(image(5l)), text("1.5");
-    // The SQL type from the C type.
-    bind(s.stmt, 1, SQL_C_SBIGINT, SQL_BIGINT, number.at);
-    cass_field &field = s.stmt->apd->fields[0];
-    field.target_type = SQL_C_DEFAULT;
-    EXPECT_EQ(on_wire("0000000000000005"), encode(s));
-    s.env->odbc_version = SQL_OV_ODBC2;
-    EXPECT_EQ(on_wire("35"), encode(s));
-    // Length and scale from the server's description.
-    bind(s.stmt, 1, SQL_C_CHAR, SQL_DECIMAL, text.at);
-    s.stmt->ipd->fields[0].scale = 3;
-    s.stmt->ipd->fields[0].octet_length = 2;
-    EXPECT_EQ(on_wire("000000030003e8"), encode(s));
-    field.octet_length = 3;
-    field.scale = 1;
-    EXPECT_EQ(on_wire("00000001000f"), encode(s));
-    cass_desc_clear_fields(s.stmt->ipd);
-    EXPECT_EQ(on_wire("00000001000f"), encode(s));
-}
-
 // Rows of a number, a length and a text of five bytes, 17 bytes a row, behind a header that the
 // offset skips for data and lengths alike.
 TEST(parameter_encode, arrays_by_rows)

@@ -57,23 +57,20 @@ TEST(result, much_out_of_little_is_kept_in_part)
 {
     session s(false);
     // Warnings as far as a record can show them.
-    std::string warnings = be16(30'000), unknown, wanted;
+    std::string warnings = be16(30'000), unknown;
     for (int i = 0; i < 30'000; i++)
         warnings += str("abc");
     const held_packet warned(packet_of(s.stmt, OPCODE_RESULT, warnings + be32(KIND_VOID)));
     const held_string all(decode_warnings(s.stmt, warned.get()));
     EXPECT_TRUE(all->length >= 1024 && all->length < 4096) << all->length;
     EXPECT_EQ(cass_take_result(s.stmt, warned.get()), KIND_VOID);
-    // Columns of unknown types share a record beyond the first few.
-    for (int i = 0; i < 100; i++) {
+    // Columns of unknown types share a record beyond the first eight.
+    for (int i = 0; i < 100; i++)
         unknown += str("c") + type(1000 + i);
-        if (i < 8)
-            wanted += "08S01|Communication link failure: type not supported " +
-                      std::to_string(1000 + i) + "\n";
-    }
     EXPECT_EQ(decode(s, rows(metadata(100, unknown))), KIND_ROWS);
-    EXPECT_EQ(records(&s.stmt->head), wanted + "08S01|Communication link failure: types of 92 more "
-                                               "columns not supported\n");
+    const std::string told = records(&s.stmt->head);
+    EXPECT_TRUE(std::count(told.begin(), told.end(), '\n') == 9 &&
+                told.ends_with("types of 92 more columns not supported\n"));
     // A type of many members is read to its end.
     std::string members = type(CQL_UDT) + str("k") + str("u") + be16(5000);
     for (int i = 0; i < 5000; i++)

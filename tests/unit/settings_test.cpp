@@ -113,39 +113,6 @@ TEST_F(settings, every_key_reaches_its_field_on_all_roads)
                 conn->settings.binary_len == 1024 && conn->settings.port == 0);
 }
 
-TEST_F(settings, words_mean_what_their_road_says)
-{
-    // Read by SQLConnect, from a connection string, from the section that a string names.
-    // clang-format off
-    static const struct { std::string pair; int by_connect, by_string, by_section; } cases[] = {
-        {"Logging=OnError", 95, 95, 0}, {"Logging=error", 95, 0, 95}, {"Logging=010", 8, 8, 8},
-        {"Logging=process", 63, 63, 63}, {"Logging=0X1fg", 31, 31, 31}, {"Port=9x", 9, 9, 9},
-        {"Port=0x20", 0, 0, 0}, {"Port=-5", -5, 0, 0}, {"Port=99999999999999999999", -1, 0, 0},
-        {"Consistency=ANY", 0, 0, 0}, {"Consistency=most", 0, 0, 0}, {"Consistency=0x4", 0, 4, 4},
-        {"Consistency=Local_Quorum", 6, 6, 6}, {"Consistency=-1", 1, 1, 1},
-        {"Consistency=-2", -2, 1, 1}, {"Encrypt=TRUE", 1, 1, 1}, {"Encrypt=optional", 2, 0, 0},
-        {"Encrypt=2", 2, 0, 2},
-    };
-    // clang-format on
-    for (const auto &row : cases) {
-        const std::string dsn = "word" + std::to_string(&row - cases);
-        write_ini("[" + dsn + "]\nServer=s\nLogFile=" + folder.path + "/log\n" + row.pair + "\n");
-        const auto value = [&] {
-            const cass_settings &set = conn->settings;
-            return row.pair[0] == 'L'   ? conn->head.log_mask
-                   : row.pair[0] == 'P' ? set.port
-                   : row.pair[0] == 'E' ? set.encrypt
-                                        : set.consistency;
-        };
-        read_dsn(dsn.c_str());
-        EXPECT_EQ(value(), row.by_connect) << row.pair;
-        parse(row.pair);
-        EXPECT_EQ(value(), row.by_string) << row.pair;
-        parse("DSN=" + dsn);
-        EXPECT_EQ(value(), row.by_section) << row.pair;
-    }
-}
-
 TEST_F(settings, what_is_given_wins_over_the_section_key_by_key)
 {
     write_ini("[one]\nServer=s1\nUser=u1\nPassword=p1\nPort=1\nipv6=yes\nConsistency=TWO\n"
@@ -165,6 +132,16 @@ TEST_F(settings, what_is_given_wins_over_the_section_key_by_key)
         {"UID=a};PWD=x;PORT=5", "UID=a};PWD=x;PORT=5 0"},
         {"PORT=1;UID=first;port=2;uid=second;PWD=;PWD=late", "PORT=2 UID=first PWD= 0"},
         {" UID=a;UID =b; PORT=5;PWD= p ", "PWD= p  0"},
+        // Words and numbers are read as far as they go.
+        {"Logging=OnError", "95"},
+        {"Logging=010", "8"},
+        {"Logging=0X1fg", "31"},
+        {"Encrypt=optional", "0"},
+        {"Consistency=Local_Quorum", "Consistency=6 0"},
+        {"Consistency=0x4", "Consistency=4 0"},
+        {"Consistency=most", "Consistency=0 0"},
+        {"Port=9x", "PORT=9 0"},
+        {"Port=99999999999999999999", "0"},
         // Only a log file's name has a limit.
         {"LOGFILE=" + long_one + ";PWD=" + long_one,
          "PWD=" + long_one + " 0" + long_one.substr(89)},
