@@ -44,6 +44,13 @@ TEST(conduct, choices)
         bind(rig->stmt, 1, SQL_C_CHAR, SQL_CHAR, rig.get());
         return told(bind(rig->stmt, 1, 0, 0, nullptr), rig);
     });
+    expect_choice("a_set_field_drops_the_indicator", 1, "", "kept", [](const rig_ptr &rig) {
+        cass_desc *apd = rig->stmt->apd;
+        for (const SQLSMALLINT id : {SQL_DESC_INDICATOR_PTR, SQL_DESC_DATA_PTR, SQL_DESC_SCALE})
+            SQLSetDescField(apd, 1, id, rig.get(), 0);
+        EXPECT_EQ(apd->fields[0].data_ptr, nullptr);
+        return std::string(apd->fields[0].indicator_ptr == nullptr ? "" : "kept");
+    });
     expect_choice("a_new_apd_unlinks_the_ard", 1, "", "linked", [](const rig_ptr &rig) {
         cass_desc *ard = cass_alloc_desc(rig->conn);
         SQLSetStmtAttr(rig->stmt, SQL_ATTR_APP_ROW_DESC, ard, 0);

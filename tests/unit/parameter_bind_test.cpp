@@ -51,24 +51,6 @@ TEST(parameter_bind, bad_arguments_are_refused)
         }
 }
 
-// An indicator that was set before the type of a record stays with it by the rules of ODBC.
-TEST(parameter_bind, a_set_field_takes_the_buffer_away)
-{
-    for (const bool standard : {false, true}) {
-        session s(false);
-        s.conn->conduct = standard ? &standard_conduct : &default_conduct;
-        SQLLEN indicator = SQL_NULL_DATA;
-        for (cass_desc *desc : {s.stmt->apd, s.stmt->ard}) {
-            SQLSetDescField(desc, 1, SQL_DESC_INDICATOR_PTR, &indicator, 0);
-            SQLSetDescField(desc, 1, SQL_DESC_DATA_PTR, &s, 0);
-            SQLSetDescField(desc, 1, SQL_DESC_TYPE, odbc_number(SQL_C_NUMERIC), 0);
-            EXPECT_EQ(desc->fields[0].data_ptr, nullptr);
-            EXPECT_EQ(desc->fields[0].indicator_ptr,
-                      standard && desc == s.stmt->apd ? &indicator : nullptr);
-        }
-    }
-}
-
 // The work is done although the code says otherwise.
 TEST(parameter_bind, unbinding_from_the_end_shrinks_the_list)
 {
