@@ -1,6 +1,7 @@
 // Texts that calls hand out, ANSI and wide, into buffers of every size.
 #include <functional>
 
+#include "odbc/SQLDriverConnectWide.h"
 #include "tests/unit/handles.h"
 
 static std::string utf8_of(const std::u16string &text)
@@ -102,6 +103,7 @@ struct text_out : stmt_fixture {
             {"its field", env, text, false, 1, n, n, "1 ", "100 ", CALL(SQLGetDiagField(0, told_of, 1, SQL_DIAG_MESSAGE_TEXT, to, size, &told->small))},
             {"its field W", env, text, true, 1, wide, wide, "1 ", "100 ", CALL(SQLGetDiagFieldW(0, told_of, 1, SQL_DIAG_MESSAGE_TEXT, to, size, &told->small))},
             {"native", conn, u"{fn now()}", false, 1, 10, 10, info, "", CALL(SQLNativeSql(conn, sql, SQL_NTS, a, size, &told->large))},
+            {"connect", conn, text, false, 1, n, n, info, "", CALL(driver_connect_write(conn, string_of(text).get(), {to, size, &told->small, TEXT_ANSI}) ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS)},
             {"catalog", conn, u"CASSANDRA", false, 1, 9, 9, info, "", CALL(SQLGetConnectAttr(conn, SQL_ATTR_CURRENT_CATALOG, to, size, &told->large))},
             {"catalog W", conn, u"CASSANDRA", true, 1, 18, 18, info, "", CALL(SQLGetConnectAttrW(conn, SQL_ATTR_CURRENT_CATALOG, to, size, &told->large))},
         };
