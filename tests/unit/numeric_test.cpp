@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cmath>
 #include <random>
-#include <string>
 
 #include "support/jdn_l.h"
 #include "support/numtext.h"

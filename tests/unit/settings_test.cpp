@@ -2,7 +2,6 @@
 // own, connection strings by default and by ODBC's grammar, the setup library's block, and the
 // output string with its buffer rules. How values are quoted is compared by a fuzz target.
 #include "core/session/cass_checked_settings.h"
-#include "core/session/cass_connection_string.h"
 #include "core/session/cass_secrets.h"
 #include "core/session/cass_settings.h"
 #include "core/session/cass_settings_table.h"
