@@ -233,9 +233,12 @@ TEST(catalog, unread_rows_occupy_the_connection)
                   record_list{general_error + "connection is busy with results of another hstmt"});
         return true;
     };
-    node_answer_rest(wire->node, [](const node_request &) {
-        return std::vector{text_rows({{"ks", "t"}})};
+    node_answer_rest(wire->node, [](const node_request &request) {
+        return std::vector{request.opcode == NODE_PREPARE ? error_frame(0x2200, "no")
+                                                          : text_rows({{"ks", "t"}})};
     });
+    // A text that failed to be prepared: the catalog's result has nothing to do with it.
+    EXPECT_STMT(SQL_ERROR, wire->stmt, prepare(wire->stmt, "gone"));
     // Whether each occupies at all, and its columns.
     // clang-format off
     const std::tuple<const char *, bool, int> functions[] = {

@@ -180,6 +180,9 @@ TEST(conduct, rows_that_fail_in_a_rowset)
         EXPECT_EQ(row, standard ? 2 : 0);
         EXPECT_EQ(SQLGetData(wire->stmt, 1, SQL_C_SLONG, numbers, 0, nullptr),
                   standard ? SQL_ERROR : SQL_NO_DATA);
+        // What a failure by default leaves comes with the next fetch.
+        EXPECT_STMT(standard ? SQL_NO_DATA : SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
+        EXPECT_EQ(numbers[0], standard ? 1 : 3);
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
 
         run_query(wire, "q", text_page({"1", "2"}, "state"));
@@ -191,9 +194,12 @@ TEST(conduct, rows_that_fail_in_a_rowset)
         EXPECT_EQ(status[2], SQL_ROW_NOROW);
         EXPECT_STMT(SQL_ERROR, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_EQ(states_of(wire->stmt), "HYT00");
-        // By the next fetch the page is asked for again.
-        expect_next_query(wire->node, "q", "state", {text_page({"3"})});
+        // By the next fetch the page is asked for again; one that is refused ends the result.
+        expect_next_query(wire->node, "q", "state", {text_page({"3", "4", "5"}, "more")});
         EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_EQ(numbers[0], 3);
+        expect_next_query(wire->node, "q", "more", {error_frame(0x000A, "no such state")});
+        EXPECT_STMT(SQL_ERROR, wire->stmt, SQLFetch(wire->stmt));
+        EXPECT_STMT(SQL_NO_DATA, wire->stmt, SQLFetch(wire->stmt));
     }
 }

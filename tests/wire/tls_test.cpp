@@ -67,6 +67,10 @@ TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
     };
     const file_folder folder;
     const std::string file = folder.add("ca.pem", ca.pem), log = folder.path + "/log";
+    const auto open_files = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = open_files();
     for (const auto &c : cases) {
         SCOPED_TRACE(c.fault);
         const std::string settings =
@@ -82,6 +86,7 @@ TEST(tls_certificate, is_judged_by_its_faults_and_the_trust_setting)
                       std::string::npos,
                   !c.fault.empty() && c.forgiven);
     }
+    EXPECT_EQ(open_files(), before);
     EXPECT_NE(file_content(log).find("SSL using cypher 'ECDHE-RSA-AES256-GCM-SHA384"),
               std::string::npos);
 }
