@@ -48,6 +48,12 @@ inline bytes type_map(const bytes &key, const bytes &value)
     return type_of(NODE_MAP) + key + value;
 }
 
+// What the server knows by a class of its own alone, with its parameters.
+inline bytes type_by_class(const bytes &name)
+{
+    return type_of(NODE_CUSTOM) + wire_string("org.apache.cassandra.db.marshal." + name);
+}
+
 struct node_column {
     bytes name;
     bytes type;

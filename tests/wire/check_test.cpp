@@ -15,14 +15,10 @@ struct program_end {
 
 static program_end run_check(const std::string &arguments)
 {
-    const std::string command = VHCASS_CHECK " " + arguments + " 2>&1";
-    program_end end = {-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    char buffer[4096];
-    for (std::size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        end.output.append(buffer, got);
-    end.code = WEXITSTATUS(pclose(pipe));
-    return end;
+    const file_folder folder;
+    const std::string file = folder.path + "/output";
+    const int status = std::system((VHCASS_CHECK " " + arguments + " >" + file + " 2>&1").c_str());
+    return {WEXITSTATUS(status), file_content(file)};
 }
 
 // "name outcome" of each step; "" of what is no JSON.

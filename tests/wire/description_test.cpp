@@ -24,11 +24,6 @@ static std::string described(SQLHSTMT stmt, SQLUSMALLINT column)
     return all.str();
 }
 
-static bytes by_class(const bytes &parameters)
-{
-    return be16(NODE_CUSTOM) + wire_string("org.apache.cassandra.db.marshal." + parameters);
-}
-
 TEST(descriptions, columns_by_their_types_and_by_settings)
 {
     const bytes text = type_of(NODE_VARCHAR);
@@ -50,10 +45,10 @@ TEST(descriptions, columns_by_their_types_and_by_settings)
         {type_map(be16(NODE_TUPLE) + be16(1) + text, type_list(person)),
          "-3 1024 0 2 1024 0 'BINARY' 0x",
          "-9 4000 0 1 8000 1 'map<frozen<tuple<text>>, frozen<list<frozen<\"Person\">>>>' ", ""},
-        {by_class("VectorType(org.apache.cassandra.db.marshal.ListType(FloatType), 3)"),
+        {type_by_class("VectorType(org.apache.cassandra.db.marshal.ListType(FloatType), 3)"),
          "-3 1024 0 2 1024 0 'BINARY' 0x", "-9 4000 0 1 8000 1 'vector<frozen<list<float>>, 3>' ",
          ""},
-        {type_list(by_class("NoType")), "-3 1024 0 2 1024 0 'BINARY' 0x",
+        {type_list(type_by_class("NoType")), "-3 1024 0 2 1024 0 'BINARY' 0x",
          "-9 4000 0 1 8000 1 'list<'org.apache.cassandra.db.marshal.NoType'>' ", ""},
     };
     node_columns columns;

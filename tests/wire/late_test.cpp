@@ -112,13 +112,6 @@ TEST(late, cancelled_requests)
     }
 }
 
-static SQLUINTEGER is_dead(SQLHDBC conn)
-{
-    SQLUINTEGER dead = 99;
-    SQLGetConnectAttr(conn, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr);
-    return dead;
-}
-
 // By default only SQLDisconnect ends a connection.
 TEST(late, broken_connections_say_so)
 {

@@ -26,15 +26,11 @@ static bytes udt(const std::vector<std::pair<bytes, bytes>> &fields)
     return type;
 }
 
-static bytes by_class(const bytes &parameters)
-{
-    return be16(NODE_CUSTOM) + wire_string("org.apache.cassandra.db.marshal." + parameters);
-}
-
 static const bytes INT = type_of(NODE_INT), TEXT = type_of(NODE_VARCHAR);
-static const bytes DURATION = by_class("DurationType");
-static const bytes FLOATS = by_class("VectorType(org.apache.cassandra.db.marshal.FloatType , 2)");
-static const bytes TEXTS = by_class("VectorType(UTF8Type, 2)");
+static const bytes DURATION = type_by_class("DurationType");
+static const bytes FLOATS =
+    type_by_class("VectorType(org.apache.cassandra.db.marshal.FloatType , 2)");
+static const bytes TEXTS = type_by_class("VectorType(UTF8Type, 2)");
 static const bytes PERSON = udt({{"name", TEXT}, {"n", INT}, {"Odd \"1\"", INT}, {"select", INT}});
 static const bytes PAIR = be16(NODE_TUPLE) + be16(2) + INT + TEXT;
 
@@ -66,7 +62,7 @@ TEST(literals, each_type_and_bytes_that_are_none_of_it)
         {DURATION, from_hex("FFFFFFFFFFFFFFFFFF00"), "0xffffffffffffffffff00"},
         {FLOATS, be(0.1f), "0x" + to_hex(be(0.1f))},
         {TEXTS, from_hex("0561"), "0x0561"},
-        {type_list(by_class("NoType")), elements({"x"}), "[0x78]"},
+        {type_list(type_by_class("NoType")), elements({"x"}), "[0x78]"},
         // Elements of each type.
         {list_of(NODE_BOOLEAN), elements({be(1, 1), be(0, 1)}), "[true, false]"},
         {list_of(NODE_TINYINT), elements({be(-1, 1), bytes()}), "[-1, null]"},

@@ -7,13 +7,6 @@
 
 static const node_frame farewell = {.opcode = NODE_EVENT, .stream = -1, .ending = CLOSE};
 
-static SQLUINTEGER is_dead(SQLHDBC conn)
-{
-    SQLUINTEGER dead = 99;
-    SQLGetConnectAttr(conn, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr);
-    return dead;
-}
-
 // Until the end of the connection has come.
 static void await_end(const wire_ptr &wire)
 {

@@ -117,6 +117,13 @@ inline std::string states_of(SQLHSTMT stmt)
     return states;
 }
 
+inline SQLUINTEGER is_dead(SQLHDBC conn)
+{
+    SQLUINTEGER dead = 99;
+    SQLGetConnectAttr(conn, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr);
+    return dead;
+}
+
 // A page of one column of texts.
 inline const node_columns one_text = {{"a", type_of(NODE_VARCHAR)}};
 inline node_frame text_page(const std::vector<bytes> &texts, const bytes &paging_state = {},
