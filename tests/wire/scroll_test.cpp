@@ -225,21 +225,27 @@ TEST(scrolling, limits_of_rows)
     }
 }
 
-TEST(scrolling, limits_of_length)
+// By default they are kept only.
+TEST(scrolling, limits_of_rows_and_length)
 {
-    const wire_ptr wire = wire_of(true);
     const node_columns columns = {{"t", type_of(NODE_VARCHAR)},
                                   {"b", type_of(NODE_BLOB)},
                                   {"l", type_list(type_of(NODE_VARCHAR))},
                                   {"n", type_of(NODE_BIGINT)}};
     const node_row row = {"a\xC5\xBC\xC5\xBC", "\x01\x02\x03\x04\x05",
                           be32(1) + wire_bytes(bytes("abc")), be64(12345)};
-    const std::pair<SQLULEN, const char *> limits[] = {
-        {4, "a\xC5\xBC|01020304|['ab|12345"}, {0, "a\xC5\xBC\xC5\xBC|0102030405|['abc']|12345"}};
-    for (const auto &[limit, text] : limits) {
-        set_attribute(wire->stmt, SQL_ATTR_MAX_LENGTH, limit);
-        run_query(wire, "q", rows_frame(columns, {row}));
-        EXPECT_EQ(fetch_all(wire->stmt), row_list{text});
+    for (const bool standard : {false, true}) {
+        const wire_ptr wire = wire_of(standard);
+        node_answer_rest(wire->node, [&](const node_request &) {
+            return std::vector{rows_frame(columns, {row, row})};
+        });
+        set_attribute(wire->stmt, SQL_ATTR_MAX_ROWS, 1);
+        set_attribute(wire->stmt, SQL_ATTR_MAX_LENGTH, 4);
+        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+        EXPECT_EQ(fetch_all(wire->stmt),
+                  standard
+                      ? row_list{"a\xC5\xBC|01020304|['ab|12345"}
+                      : row_list(2, "a\xC5\xBC\xC5\xBC|0102030405|0000000100000003616263|12345"));
     }
 }
 
@@ -256,7 +262,6 @@ TEST(scrolling, attributes_are_honest)
     } cases[] = {
         {TYPE, SQL_CURSOR_STATIC, "", 3},
         {LOCKS, SQL_CONCUR_LOCK, "01S02", 3},
-        {SENSE, SQL_UNSPECIFIED, "", 3},
         {SCROLL, SQL_NONSCROLLABLE, "", 0},
         {TYPE, SQL_CURSOR_KEYSET_DRIVEN, "01S02", 3},
         {TYPE, 17, "HY024", 3},
