@@ -2,48 +2,39 @@
 // its way in, out and into the log.
 #include "tests/wire/wire_support.h"
 
-TEST(servers, first_one_that_answers_is_taken_and_named)
+TEST(servers, first_one_that_answers_is_taken_and_of_failures_the_last_is_told)
 {
     const wire_ptr wire = wire_open();
-    const std::string live = std::to_string(node_port(wire->node));
-    const std::string dead = std::to_string(node_port(node_start().get()));  // nobody listens
-    // Settings, and the server of the output string.
-    const std::pair<std::string, std::string> cases[] = {
-        {"SERVER=127.0.0.1*" + live, "127.0.0.1*" + live},
-        {"SERVER=localhost:" + live, "localhost:" + live},
-        {"SERVER=127.0.0.1:" + dead + ";LogonTimeout=5000;PORT=" + live, "127.0.0.1:" + dead},
-        {"SERVER=127.0.0.1:x,,127.0.0.1:" + dead + ",127.0.0.1:" + live + ",127.0.0.1:1",
-         "127.0.0.1:" + live},
-    };
-    for (const auto &[settings, server] : cases) {
-        expect_logon(wire->node);
-        std::string out;
-        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_driver_connect(wire->conn, settings, &out));
-        EXPECT_EQ(conn_records(wire->conn), record_list());
-        EXPECT_NE(out.find("SERVER=" + server + ";"), std::string::npos) << out;
-        SQLDisconnect(wire->conn);
-    }
-}
-
-TEST(servers, only_the_last_failure_of_a_list_is_told)
-{
+    const std::string live = "127.0.0.1:" + std::to_string(node_port(wire->node));
+    const std::string dead = "127.0.0.1:" + std::to_string(node_port(node_start().get()));
+    const std::string port = live.substr(10), dead_port = dead.substr(10);
     const std::string refused = "OS Error: 'Connection refused'";
-    const std::string no_host = "Failed to find host address '";
-    const std::string no_port = "Failed to extract numeric port from '";
-    const std::string dead = std::to_string(node_port(node_start().get()));  // nobody listens
+    // The server of the output string, or what is told.
     const std::pair<std::string, std::string> cases[] = {
-        {"127.0.0.1:x,127.0.0.1:" + dead, refused},
-        {"127.0.0.1:" + dead + ",127.0.0.1:x", no_port + "x'"},
-        {"127.0.0.1:" + dead + ";LogonTimeout=2000", refused},
-        {"not a host", no_host + "not a host'"},
-        {"127.0.0.1;ipv6=yes", no_host + "127.0.0.1'"},
-        {"::1*" + dead + ";ipv6=yes", refused},
+        {"127.0.0.1*" + port, "SERVER=127.0.0.1*" + port + ";"},
+        {"localhost:" + port, "SERVER=localhost:" + port + ";"},
+        {dead + ";LogonTimeout=5000;PORT=" + port, "SERVER=" + dead + ";"},
+        {"127.0.0.1:x,," + dead + "," + live + ",127.0.0.1:1", "SERVER=" + live + ";"},
+        {"127.0.0.1:x," + dead, refused},
+        {dead + ",127.0.0.1:x", "Failed to extract numeric port from 'x'"},
+        {dead + ";LogonTimeout=2000", refused},
+        {"not a host", "Failed to find host address 'not a host'"},
+        {"127.0.0.1;ipv6=yes", "Failed to find host address '127.0.0.1'"},
+        {"::1*" + dead_port + ";ipv6=yes", refused},
     };
-    const wire_ptr wire = wire_open();
-    for (const auto &[server, failure] : cases) {
-        EXPECT_CONN(SQL_ERROR, wire->conn, wire_driver_connect(wire->conn, "SERVER=" + server));
+    for (const auto &[servers, told] : cases) {
+        SCOPED_TRACE(servers);
+        const bool good = told.starts_with("SERVER=");
+        if (good)
+            expect_logon(wire->node);
+        std::string out;
+        EXPECT_CONN(good ? SQL_SUCCESS : SQL_ERROR, wire->conn,
+                    wire_driver_connect(wire->conn, "SERVER=" + servers, &out));
+        EXPECT_EQ(out.find(told) != std::string::npos, good) << out;
         EXPECT_EQ(conn_records(wire->conn),
-                  record_list{"08001 Client unable to establish connection: " + failure});
+                  good ? record_list()
+                       : record_list{"08001 Client unable to establish connection: " + told});
+        SQLDisconnect(wire->conn);
     }
 }
 
