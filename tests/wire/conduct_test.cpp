@@ -16,7 +16,6 @@ TEST(conduct, texts_values_and_page_sizes_of_requests)
         std::string sent[2];  // hexadecimal, the length in front; by default empty for a null
     } cases[] = {
         {"x", SQL_VARCHAR, NODE_VARCHAR, {"", "ffffffff"}},
-        {"-2.56", SQL_DECIMAL, NODE_DECIMAL, {"0000000700000002fffe00", "0000000600000002ff00"}},
         {wide_word, SQL_WCHAR, NODE_ASCII, {"00000008c5bceda0bdedb880", "00000006c5bcf09f9880"}},
         {int8_t{7}, SQL_BINARY, NODE_BLOB, {"000000080700000000000000", "0000000107"}},
         {-256, SQL_INTEGER, NODE_BIGINT, {"00000004ffffff00", "00000008ffffffffffffff00"}},

@@ -29,6 +29,7 @@ TEST(descriptions, columns_by_their_types_and_by_settings)
     const bytes text = type_of(NODE_VARCHAR);
     const bytes person = be16(NODE_UDT) + wire_string("ks") + wire_string("Person") + be16(1) +
                          wire_string("n") + type_of(NODE_INT);
+    const char *const as_bytes = "-3 1024 0 2 1024 0 'BINARY' 0x";
     const struct {
         bytes type;
         std::string by_default, standard, by_settings;  // empty: as without them
@@ -36,19 +37,17 @@ TEST(descriptions, columns_by_their_types_and_by_settings)
         {type_of(NODE_INT), "4 10 0 2 4 0 'INT' ", "4 10 0 1 4 0 'int' ", ""},
         {text, "12 256 0 2 256 0 'varchar' '", "-9 4000 0 1 8000 1 'text' '",
          "-10 4000 0 1 8000 1 'text' '"},
-        {type_of(NODE_BLOB), "-3 1024 0 2 1024 0 'BINARY' 0x", "-3 4000 0 1 4000 0 'blob' 0x",
+        {type_of(NODE_BLOB), as_bytes, "-3 4000 0 1 4000 0 'blob' 0x",
          "-9 8000 0 1 16000 0 'blob' 0x"},
         {type_of(NODE_TIME), "93 29 9 2 16 0 'TIME' {ts '", "92 18 9 1 6 0 'time' '",
          "-9 18 0 1 36 0 'time' '"},
         {type_of(NODE_TIMEUUID), "-11 36 0 2 16 0 'uuid' ", "-11 36 0 1 16 0 'timeuuid' ",
          "-9 36 0 1 72 0 'timeuuid' "},
-        {type_map(be16(NODE_TUPLE) + be16(1) + text, type_list(person)),
-         "-3 1024 0 2 1024 0 'BINARY' 0x",
+        {type_map(be16(NODE_TUPLE) + be16(1) + text, type_list(person)), as_bytes,
          "-9 4000 0 1 8000 1 'map<frozen<tuple<text>>, frozen<list<frozen<\"Person\">>>>' ", ""},
         {type_by_class("VectorType(org.apache.cassandra.db.marshal.ListType(FloatType), 3)"),
-         "-3 1024 0 2 1024 0 'BINARY' 0x", "-9 4000 0 1 8000 1 'vector<frozen<list<float>>, 3>' ",
-         ""},
-        {type_list(type_by_class("NoType")), "-3 1024 0 2 1024 0 'BINARY' 0x",
+         as_bytes, "-9 4000 0 1 8000 1 'vector<frozen<list<float>>, 3>' ", ""},
+        {type_list(type_by_class("NoType")), as_bytes,
          "-9 4000 0 1 8000 1 'list<'org.apache.cassandra.db.marshal.NoType'>' ", ""},
     };
     node_columns columns;

@@ -85,26 +85,6 @@ TEST(pages, each_state_asks_for_the_next_page)
     }
 }
 
-// Two statements with pages of their own, read in turn.
-TEST(pages, belong_to_their_statement)
-{
-    const wire_ptr wire = wire_logged_on();
-    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire)};
-    for (const bytes name : {"a", "b"}) {
-        expect_query(wire->node, name, {text_page({name + "1"}, "p" + name)});
-        const SQLHSTMT stmt = stmts[name == "b"];
-        EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, name));
-    }
-    for (const bytes name : {"a", "b"})
-        expect_next_query(wire->node, name, "p" + name, {text_page({name + "2"})});
-    for (const bytes row : {"1", "2"})
-        for (const int i : {0, 1}) {
-            EXPECT_STMT(SQL_SUCCESS, stmts[i], SQLFetch(stmts[i]));
-            EXPECT_EQ(cell_text(stmts[i], 1), (i == 0 ? "a" : "b") + row);
-        }
-    SQLFreeHandle(SQL_HANDLE_STMT, stmts[1]);
-}
-
 // What comes in place of a next page, the code of the fetch that asked for it, and the record that
 // stands behind it. A failed exchange leaves an emptied row and its record, and the fetch after it
 // finds the end, so that a dead connection gives no endless rows.
