@@ -122,30 +122,3 @@ TEST(bound, columns_are_bound_and_unbound_at_any_time_and_rows_go_forward)
     EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
     EXPECT_EQ(n, 0);
 }
-
-// One explicit descriptor for two statements. Freed under their results it leaves each at its own.
-TEST(bound, columns_by_a_descriptor_of_several_statements)
-{
-    const wire_ptr wire = wire_logged_on();
-    const SQLHSTMT stmts[] = {wire->stmt, wire_new_stmt(wire)};
-    SQLHDESC desc = nullptr;
-    EXPECT_CONN(SQL_SUCCESS, wire->conn, SQLAllocHandle(SQL_HANDLE_DESC, wire->conn, &desc));
-    SQLINTEGER n = 0;
-    SQLSetDescField(desc, 1, SQL_DESC_CONCISE_TYPE, odbc_number(SQL_C_SLONG), 0);
-    EXPECT_EQ(SQL_SUCCESS, SQLSetDescField(desc, 1, SQL_DESC_DATA_PTR, &n, 0));
-    for (const SQLHSTMT stmt : stmts) {
-        set_attribute(stmt, SQL_ATTR_APP_ROW_DESC, desc);
-        expect_query(wire->node, "q", {text_page({"7", "8"})});
-        EXPECT_STMT(SQL_SUCCESS, stmt, exec(stmt, "q"));
-    }
-    for (const bool is_freed : {false, true}) {
-        if (is_freed)
-            SQLFreeHandle(SQL_HANDLE_DESC, desc);
-        for (const SQLHSTMT stmt : stmts) {
-            n = -1;
-            EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-            EXPECT_EQ(n, is_freed ? -1 : 7);
-        }
-    }
-    SQLFreeHandle(SQL_HANDLE_STMT, stmts[1]);
-}
