@@ -372,8 +372,6 @@ TEST(catalog, by_the_rules_of_odbc_names_are_compared_here)
          {"NULL|ks1|old|k|-11|uuid|36|16|NULL|NULL|0|NULL|NULL|-11|NULL|NULL|1|NO"}, any},
         {"keys", {{}, none, {"t_x"}}, keys, any},
         {"rowid", {{}, none, {"t_x"}}, {"2|k1|4|int|10|4|0|1", "2|k2|2|decimal|38|40|15|1", "2|c|93|timestamp|23|16|3|1"}, any},
-        {"rowid", {{}, none, {"t"}}, {},
-         {tables, views, virtuals, columns + " WHERE keyspace_name='ks2' AND table_name='t'"}, false, "ks2"},
         {"rowver", {{}, none, {"t_x"}}, {}, {}},
         {"indexes", {{}, {"ks1"}, {"t_x"}},
          {of_t_x + "NULL|NULL|NULL|0" + nulls(6), index + "i1|3|1|B" + nulls(4), index + "i1|3|2|c" + nulls(4),
