@@ -1,5 +1,5 @@
 // Connecting through the Driver Manager: data sources, connection strings and what stands in both,
-// server lists, passwords.
+// server lists, passwords, TLS.
 #include <sys/wait.h>
 
 #include "tests/live/live_support.h"
@@ -29,8 +29,9 @@ TEST_F(live_connect, connection_strings_reach_the_node_and_come_back_completed)
          "SERVER={host}:{port};StringLen=99;"},
     };
     for (const auto &[settings, out] : cases) {
-        const std::string wanted = replaced("DRIVER={Varnholt MySQL ODBC Driver};" + filled(out),
-                                            ";PORT=9042;", ";");  // the usual port is not written
+        // The usual port is not written.
+        const std::string wanted =
+            replaced("DRIVER={Varnholt MySQL ODBC Driver};" + filled(out), ";PORT=9042;", ";");
         EXPECT_EQ(out_string(conn, driver + filled(settings)), wanted);
         expect_alive(conn);
         EXPECT_CONN(SQL_SUCCESS, conn, SQLDisconnect(conn));
@@ -91,20 +92,36 @@ TEST_F(live_connect, ipv6_node_is_reached)
 
 TEST_F(live_connect, driver_test_program_tells_how_it_went)
 {
-    const struct {
-        std::string arguments, text;
-        int status;
-    } cases[] = {
+    const std::tuple<std::string, std::string, int> cases[] = {
         {"Server={host} Port={port} Keyspace=system", "Connected. CQL Version: 3.", 0},
         {"Server=127.0.0.1:1", "Failed to connect: '[Varnholt][Apache Cassandra]Client unable", 1},
         {"Unknown=1", "", 2},
     };
-    for (const auto &c : cases) {
-        const std::string command = VHCASS_DRIVER_TEST " " + filled(c.arguments) + " 2>/dev/null";
-        FILE *pipe = popen(command.c_str(), "r");
+    for (const auto &[arguments, wanted, status] : cases) {
+        FILE *pipe =
+            popen((VHCASS_DRIVER_TEST " " + filled(arguments) + " 2>/dev/null").c_str(), "r");
         char text[512] = "";
-        EXPECT_EQ(fread(text, 1, sizeof text - 1, pipe) == 0, c.text.empty());
-        EXPECT_EQ(WEXITSTATUS(pclose(pipe)), c.status);
-        EXPECT_NE(std::string(text).find(c.text), std::string::npos) << text;
+        EXPECT_EQ(fread(text, 1, sizeof text - 1, pipe) == 0, wanted.empty());
+        EXPECT_EQ(WEXITSTATUS(pclose(pipe)), status);
+        EXPECT_NE(std::string(text).find(wanted), std::string::npos) << text;
     }
+}
+
+// A node that demands a certificate: a session by its own anchor, and none without.
+TEST_F(live_connect, tls_session_needs_the_anchor_of_the_node)
+{
+    NEED_NODE("VHCASS_TLS_SERVER");
+    const char *const files = std::getenv("VHCASS_TLS_FILES");
+    if (files == nullptr)
+        GTEST_SKIP() << "not run: no folder with the certificates of the TLS node";
+    const std::string folder = files, settings = node_settings("VHCASS_TLS_SERVER") +
+                                                 "Encrypt=yes;PublicKeyFile=" + folder +
+                                                 "/client.pem;PrivateKeyFile=" + folder +
+                                                 "/client.key;";
+    EXPECT_CONN(SQL_ERROR, conn, driver_connect(conn, settings));
+    expect_records(SQL_HANDLE_DBC, conn,
+                   {"08001 SSL Provider: unable to get local issuer certificate"});
+    EXPECT_CONN(SQL_SUCCESS, conn,
+                driver_connect(conn, settings + "CertificateFile=" + folder + "/ca.pem"));
+    expect_alive(conn);
 }
