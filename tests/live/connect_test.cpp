@@ -59,7 +59,7 @@ TEST_F(live_connect, data_source_by_name_and_with_overrides)
         SQLDisconnect(conn);
     }
     EXPECT_CONN(SQL_ERROR, conn, driver_connect(conn, "DSN=" + wrong));
-    expect_records(SQL_HANDLE_DBC, conn, {"08001 OS Error: 'Connection refused'"});
+    expect_record(SQL_HANDLE_DBC, conn, "08001 OS Error: 'Connection refused'");
     // A port that is given wins over the one in the server's text.
     const std::string out = out_string(conn, filled("DSN=" + wrong + ";PORT={port}"));
     EXPECT_TRUE(out.starts_with("DSN=" + wrong + ";SERVER=")) << out;
@@ -73,8 +73,8 @@ TEST_F(live_connect, passwords_are_checked_by_the_server)
     const std::string source = add_data_source(
         filled("Server = {host}:{port}\nUser = cassandra\nPassword = cassandra\n", node));
     EXPECT_CONN(SQL_ERROR, conn, driver_connect(conn, "DSN=" + source + ";PWD=wrong"));
-    expect_records(SQL_HANDLE_DBC, conn,
-                   {"HY000 error code 256, 'Provided username cassandra and/or password"});
+    expect_record(SQL_HANDLE_DBC, conn,
+                  "HY000 error code 256, 'Provided username cassandra and/or password");
     EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, "DSN=" + source));
     expect_alive(conn);
 }
@@ -119,8 +119,8 @@ TEST_F(live_connect, tls_session_needs_the_anchor_of_the_node)
                                                  "/client.pem;PrivateKeyFile=" + folder +
                                                  "/client.key;";
     EXPECT_CONN(SQL_ERROR, conn, driver_connect(conn, settings));
-    expect_records(SQL_HANDLE_DBC, conn,
-                   {"08001 SSL Provider: unable to get local issuer certificate"});
+    expect_record(SQL_HANDLE_DBC, conn,
+                  "08001 SSL Provider: unable to get local issuer certificate");
     EXPECT_CONN(SQL_SUCCESS, conn,
                 driver_connect(conn, settings + "CertificateFile=" + folder + "/ca.pem"));
     expect_alive(conn);

@@ -89,8 +89,7 @@ struct live_test : ::testing::Test {
 
 // ---- Diagnostics and results ----------------------------------------------------------------------
 
-// The handle's records are these: each wanted text is a state and a part of the message,
-// "08S01 error code 8704".
-void expect_records(SQLSMALLINT type, SQLHANDLE handle, const record_list &wanted);
+// The handle has one record: a state and a part of the message, "08S01 error code 8704".
+void expect_record(SQLSMALLINT type, SQLHANDLE handle, const std::string &wanted);
 
 #endif

@@ -30,7 +30,7 @@ struct live_parameters : live_test {
             const SQLRETURN code = prepared ? SQLExecute(one) : exec(one, insert);
             if (json == invalid) {
                 EXPECT_EQ(code, SQL_ERROR);
-                expect_records(SQL_HANDLE_STMT, one, {json});
+                expect_record(SQL_HANDLE_STMT, one, json);
             } else {
                 EXPECT_STMT(SQL_SUCCESS, one, code);
                 const std::string there =
