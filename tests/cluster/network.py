@@ -4,6 +4,7 @@ silent or sends a byte a second. Each call ends within 1.2 times its time-out. N
 
     VHCASS_DRIVER=path tests/cluster/network.py
 """
+import contextlib
 import ctypes
 import os
 import socket
@@ -57,27 +58,24 @@ def answer(peer, port):
 
 
 def serve(peer, port):
-    try:
+    with contextlib.suppress(OSError):  # the driver has gone
         answer(peer, port)
-    except OSError:
-        pass  # the driver has gone
 
 
 def listen(port):
     listener = socket.create_server((SERVER, port))
     while True:
-        peer, _ = listener.accept()
-        threading.Thread(target=serve, args=(peer, port), daemon=True).start()
+        threading.Thread(target=serve, args=(listener.accept()[0], port), daemon=True).start()
 
 
 # ---- The calls -------------------------------------------------------------------------------------------------------
 
-def ip(*words):
-    subprocess.run(["ip", *words], check=True)
+def ip(words):
+    subprocess.run(["ip", *words.split()], check=True)
 
 
 def link(state):
-    ip("-n", SPACE, "link", "set", FAR_END, state)
+    ip(f"-n {SPACE} link set {FAR_END} {state}")
 
 
 def text_of(port, keys):
@@ -100,6 +98,13 @@ def log_on(port, keys, seconds=0):
     odbc.SQLFreeHandle(2, conn)
     odbc.SQLFreeHandle(1, env)
     return state.value.decode()
+
+
+def await_server():
+    for _ in range(100):
+        if log_on(GOOD, "Standard=Yes;LogonTimeout=500") == "":
+            return
+        time.sleep(0.1)
 
 
 def request(connection, words):
@@ -126,22 +131,22 @@ def timed(name, state, limit, call, *arguments):
 
 
 def silence():
-    for what, port in (("a silent server", SILENT), ("a byte a second", TRICKLING), ("no answer to STARTUP", MUTE)):
-        for more in ("", "Encrypt=yes;TrustServerCertificate=yes;"):
-            if port == MUTE and more:
-                continue
-            name = f"connecting, {what}{', TLS' if more else ''}"
-            timed(f"{name}, LogonTimeout", "HYT00", 1.5, log_on, port, f"Standard=Yes;LogonTimeout=1500;{more}")
-            timed(f"{name}, SQL_ATTR_LOGIN_TIMEOUT", "HYT00", 2, log_on, port, f"Standard=Yes;{more}", 2)
+    tls = "Encrypt=yes;TrustServerCertificate=yes;"
+    for what, port, more in (("a silent server", SILENT, ""), ("a silent server", SILENT, tls),
+                             ("a byte a second", TRICKLING, ""), ("a byte a second", TRICKLING, tls),
+                             ("no answer to STARTUP", MUTE, "")):
+        name = f"connecting, {what}{', TLS' if more else ''}"
+        timed(f"{name}, LogonTimeout", "HYT00", 1.5, log_on, port, f"Standard=Yes;LogonTimeout=1500;{more}")
+        timed(f"{name}, SQL_ATTR_LOGIN_TIMEOUT", "HYT00", 2, log_on, port, f"Standard=Yes;{more}", 2)
     for words in ("silent", "trickle"):
         for conduct in ("", "Standard=Yes;"):
             connection = pyodbc.connect(text_of(GOOD, f"{conduct}ReadTimeout=2500"), autocommit=True)
             timed(f"a {words} reply, {conduct}ReadTimeout", "HYT00", 2.5, request, connection, words)
-        connection = pyodbc.connect(text_of(GOOD, "Standard=Yes"), autocommit=True)
-        connection.timeout = 2
-        timed(f"a {words} reply, SQL_ATTR_QUERY_TIMEOUT", "HYT00", 2, request, connection, words)
-        connection = pyodbc.connect(text_of(GOOD, "Standard=Yes"), autocommit=True, attrs_before={113: 2})
-        timed(f"a {words} reply, SQL_ATTR_CONNECTION_TIMEOUT", "HYT01", 2, request, connection, words)
+        for name, state, more in (("QUERY", "HYT00", {}), ("CONNECTION", "HYT01", {"attrs_before": {113: 2}})):
+            connection = pyodbc.connect(text_of(GOOD, "Standard=Yes"), autocommit=True, **more)
+            if not more:
+                connection.timeout = 2
+            timed(f"a {words} reply, SQL_ATTR_{name}_TIMEOUT", state, 2, request, connection, words)
 
 
 def dead_link():
@@ -157,9 +162,7 @@ def dead_link():
             timed("the next request", "HYT00", 1.5, request, connection, "next")
             timed("connecting", "HYT00", 1.5, log_on, GOOD, "Standard=Yes;LogonTimeout=1500")
         link("up")
-        for _ in range(50):
-            if log_on(GOOD, "Standard=Yes;LogonTimeout=1500") == "":
-                break
+        await_server()
         timed("the link is up again: the same connection", "", 0, request, connection, "next")
 
 
@@ -168,26 +171,23 @@ def main():
         for port in PORTS[1:]:
             threading.Thread(target=listen, args=(port,), daemon=True).start()
         listen(PORTS[0])
-    ip("netns", "add", SPACE)
+    ip(f"netns add {SPACE}")
     try:
-        ip("link", "add", NEAR_END, "type", "veth", "peer", "name", FAR_END, "netns", SPACE)
-        ip("addr", "add", f"{HOST}/30", "dev", NEAR_END)
-        ip("link", "set", NEAR_END, "up")
-        ip("-n", SPACE, "addr", "add", f"{SERVER}/30", "dev", FAR_END)
+        ip(f"link add {NEAR_END} type veth peer name {FAR_END} netns {SPACE}")
+        ip(f"addr add {HOST}/30 dev {NEAR_END}")
+        ip(f"link set {NEAR_END} up")
+        ip(f"-n {SPACE} addr add {SERVER}/30 dev {FAR_END}")
         link("up")
         server = subprocess.Popen(["ip", "netns", "exec", SPACE, sys.executable, __file__, "--serve"])
         try:
-            for _ in range(100):
-                if log_on(GOOD, "Standard=Yes;LogonTimeout=500") == "":
-                    break
-                time.sleep(0.1)
+            await_server()
             silence()
             dead_link()
         finally:
             server.kill()
             server.wait()
     finally:
-        ip("netns", "del", SPACE)
+        ip(f"netns del {SPACE}")
     return len(failures) != 0
 
 
