@@ -4,92 +4,91 @@
 #include "fuzz/fuzz.h"
 #include "tests/unit/handles.h"
 
+struct arguments {
+    SQLUSMALLINT id, number;
+    std::string name;  // of input texts
+    // The application's memory, of so many bytes, and where the length is told.
+    void *to = nullptr;
+    SQLINTEGER bytes = 0;
+    SQLSMALLINT small = -7;
+    SQLINTEGER large = -7;
+};
+
+struct call_row {
+    const char *name;
+    int unit;  // bytes of the unit in which the length is told
+    SQLRETURN (*call)(const session &s, arguments &a);
+};
+
+#define CALL(unit, name, ...)                                                                      \
+    {                                                                                              \
+#name, unit, [](const session &s, arguments &a) -> SQLRETURN { return name(__VA_ARGS__); } \
+    }
+
+static SQLCHAR *ansi(const arguments &a)
+{
+    return static_cast<SQLCHAR *>(a.to);
+}
+static SQLWCHAR *wide(const arguments &a)
+{
+    return static_cast<SQLWCHAR *>(a.to);
+}
+static SQLSMALLINT cut(SQLINTEGER number)
+{
+    return static_cast<SQLSMALLINT>(number);
+}
+static SQLUSMALLINT record(const arguments &a)
+{
+    return a.number % 6;
+}
+
+constexpr SQLSMALLINT of_stmt = SQL_HANDLE_STMT;
+
+// clang-format off
+static const call_row rows[] = {
+    CALL(1, SQLGetInfo, s.conn, a.id, a.to, cut(a.bytes), &a.small),
+    CALL(1, SQLGetInfoW, s.conn, a.id, a.to, cut(a.bytes), &a.small),
+    CALL(1, SQLGetConnectAttr, s.conn, a.id, a.to, a.bytes, &a.large),
+    CALL(1, SQLGetConnectAttrW, s.conn, a.id, a.to, a.bytes, &a.large),
+    CALL(1, SQLGetStmtAttr, s.stmt, a.id, a.to, a.bytes, &a.large),
+    CALL(1, SQLGetStmtAttrW, s.stmt, a.id, a.to, a.bytes, &a.large),
+    CALL(1, SQLGetEnvAttr, s.env, a.id, a.to, a.bytes, &a.large),
+    CALL(1, SQLGetDescField, s.stmt->ird, cut(record(a)), cut(a.id), a.to, a.bytes, &a.large),
+    CALL(1, SQLGetDescFieldW, s.stmt->ird, cut(record(a)), cut(a.id), a.to, a.bytes, &a.large),
+    CALL(1, SQLGetDescField, s.stmt->ard, cut(record(a)), cut(a.id), a.to, a.bytes, &a.large),
+    CALL(1, SQLGetDiagField, of_stmt, s.stmt, cut(record(a)), cut(a.id), a.to, cut(a.bytes), &a.small),
+    CALL(1, SQLGetDiagFieldW, of_stmt, s.stmt, cut(record(a)), cut(a.id), a.to, cut(a.bytes), &a.small),
+    CALL(1, SQLGetDiagRec, of_stmt, s.stmt, cut(record(a)), nullptr, nullptr, ansi(a), cut(a.bytes), &a.small),
+    CALL(2, SQLGetDiagRecW, of_stmt, s.stmt, cut(record(a)), nullptr, nullptr, wide(a), cut(a.bytes / 2), &a.small),
+    CALL(1, SQLColAttribute, s.stmt, record(a), a.id, a.to, cut(a.bytes), &a.small, nullptr),
+    CALL(1, SQLColAttributeW, s.stmt, record(a), a.id, a.to, cut(a.bytes), &a.small, nullptr),
+    CALL(1, SQLDescribeCol, s.stmt, record(a), ansi(a), cut(a.bytes), &a.small, nullptr, nullptr, nullptr, nullptr),
+    CALL(2, SQLDescribeColW, s.stmt, record(a), wide(a), cut(a.bytes / 2), &a.small, nullptr, nullptr, nullptr, nullptr),
+    CALL(1, SQLGetCursorName, s.stmt, ansi(a), cut(a.bytes), &a.small),
+    CALL(2, SQLGetCursorNameW, s.stmt, wide(a), cut(a.bytes / 2), &a.small),
+    CALL(1, SQLNativeSql, s.conn, odbc_text(a.name), static_cast<SQLINTEGER>(a.name.size()), ansi(a), a.bytes, &a.large),
+};
+// clang-format on
+
 struct told_text {
     SQLRETURN code;
     std::int64_t length;
     std::string text;  // what the memory holds then
 };
 
-struct arguments {
-    std::uint16_t id, number;
-    std::string name;  // of input texts
-};
-
-// A call with the application's memory of so many bytes, and what it told.
-using text_call = std::function<SQLRETURN(session &s, const arguments &given, void *to,
-                                          SQLINTEGER bytes, SQLSMALLINT *small, SQLINTEGER *large)>;
-
-#define CALL(...)                                                                                  \
-    [](session &s, [[maybe_unused]] const arguments &given, [[maybe_unused]] void *to,             \
-       [[maybe_unused]] SQLINTEGER bytes, [[maybe_unused]] SQLSMALLINT *small,                     \
-       [[maybe_unused]] SQLINTEGER *large) -> SQLRETURN { return __VA_ARGS__; }
-
-static SQLCHAR *ansi(void *to)
-{
-    return static_cast<SQLCHAR *>(to);
-}
-static SQLWCHAR *wide(void *to)
-{
-    return static_cast<SQLWCHAR *>(to);
-}
-static SQLSMALLINT cut(SQLINTEGER bytes)
-{
-    return static_cast<SQLSMALLINT>(bytes);
-}
-static SQLSMALLINT record(const arguments &given)
-{
-    return static_cast<SQLSMALLINT>(given.number % 6);
-}
-
-struct call_row {
-    const char *name;
-    int unit;  // bytes of the unit in which the length is told
-    text_call call;
-};
-
-// clang-format off
-static const call_row rows[] = {
-    {"SQLGetInfo", 1, CALL(SQLGetInfo(s.conn, given.id, to, cut(bytes), small))},
-    {"SQLGetInfoW", 1, CALL(SQLGetInfoW(s.conn, given.id, to, cut(bytes), small))},
-    {"SQLGetConnectAttr", 1, CALL(SQLGetConnectAttr(s.conn, given.id, to, bytes, large))},
-    {"SQLGetConnectAttrW", 1, CALL(SQLGetConnectAttrW(s.conn, given.id, to, bytes, large))},
-    {"SQLGetStmtAttr", 1, CALL(SQLGetStmtAttr(s.stmt, given.id, to, bytes, large))},
-    {"SQLGetStmtAttrW", 1, CALL(SQLGetStmtAttrW(s.stmt, given.id, to, bytes, large))},
-    {"SQLGetEnvAttr", 1, CALL(SQLGetEnvAttr(s.env, given.id, to, bytes, large))},
-    {"SQLGetDescField", 1, CALL(SQLGetDescField(s.stmt->ird, record(given), cut(given.id), to, bytes, large))},
-    {"SQLGetDescFieldW", 1, CALL(SQLGetDescFieldW(s.stmt->ird, record(given), cut(given.id), to, bytes, large))},
-    {"SQLGetDescField ARD", 1, CALL(SQLGetDescField(s.stmt->ard, record(given), cut(given.id), to, bytes, large))},
-    {"SQLGetDiagField", 1, CALL(SQLGetDiagField(SQL_HANDLE_STMT, s.stmt, record(given), cut(given.id), to, cut(bytes), small))},
-    {"SQLGetDiagFieldW", 1, CALL(SQLGetDiagFieldW(SQL_HANDLE_STMT, s.stmt, record(given), cut(given.id), to, cut(bytes), small))},
-    {"SQLGetDiagRec", 1, CALL(SQLGetDiagRec(SQL_HANDLE_STMT, s.stmt, record(given), nullptr, nullptr, ansi(to), cut(bytes), small))},
-    {"SQLGetDiagRecW", 2, CALL(SQLGetDiagRecW(SQL_HANDLE_STMT, s.stmt, record(given), nullptr, nullptr, wide(to), cut(bytes / 2), small))},
-    {"SQLColAttribute", 1, CALL(SQLColAttribute(s.stmt, given.number % 6, given.id, to, cut(bytes), small, nullptr))},
-    {"SQLColAttributeW", 1, CALL(SQLColAttributeW(s.stmt, given.number % 6, given.id, to, cut(bytes), small, nullptr))},
-    {"SQLDescribeCol", 1, CALL(SQLDescribeCol(s.stmt, given.number % 6, ansi(to), cut(bytes), small, nullptr, nullptr, nullptr, nullptr))},
-    {"SQLDescribeColW", 2, CALL(SQLDescribeColW(s.stmt, given.number % 6, wide(to), cut(bytes / 2), small, nullptr, nullptr, nullptr, nullptr))},
-    {"SQLGetCursorName", 1, CALL(SQLGetCursorName(s.stmt, ansi(to), cut(bytes), small))},
-    {"SQLGetCursorNameW", 2, CALL(SQLGetCursorNameW(s.stmt, wide(to), cut(bytes / 2), small))},
-    {"SQLNativeSql", 1, CALL(SQLNativeSql(s.conn, odbc_text(given.name), static_cast<SQLINTEGER>(given.name.size()), ansi(to), bytes, large))},
-};
-// clang-format on
-
-static told_text ask(session &s, const call_row &row, const arguments &given, SQLINTEGER bytes)
+static told_text ask(const session &s, const call_row &row, arguments a, SQLINTEGER bytes)
 {
     // A number fits into eight bytes, whatever length is told.
     const auto room = static_cast<std::size_t>(std::max(bytes, 8));
-    char *to = fuzz_memory(room);
-    SQLSMALLINT small = -7;
-    SQLINTEGER large = -7;
-    told_text told = {};
-    told.code = row.call(s, given, to, bytes, &small, &large);
-    told.length = row.unit * (small == -7 ? large : small);
-    told.text.assign(to, room);
-    return told;
+    char *memory = fuzz_memory(room);
+    a.to = memory;
+    a.bytes = bytes;
+    const SQLRETURN code = row.call(s, a);
+    return {code, row.unit * (a.small == -7 ? a.large : a.small), std::string(memory, room)};
 }
 
-static void describe(session &s, bool standard)
+static void describe(const session &s)
 {
-    s.conn->conduct = standard ? &standard_conduct : &default_conduct;
     cass_desc_describe(s.stmt->ird, 2);
     for (const auto &[index, name] : {std::pair(0, "plain"), {1, "caf\xC3\xA9 \xF0\x9F\x98\x80"}}) {
         cass_type_option option = {};
@@ -103,19 +102,18 @@ static void describe(session &s, bool standard)
 
 void fuzz_one(fuzz_input in)
 {
-    session s(false);
-    describe(s, fuzz_number(&in) % 2 != 0);
+    const session s(false);
+    s.conn->conduct = fuzz_number(&in) % 2 != 0 ? &standard_conduct : &default_conduct;
+    describe(s);
     const call_row &row = fuzz_choice(&in, rows);
-    arguments given = {};
-    given.id = static_cast<std::uint16_t>(fuzz_number(&in, 2));
-    given.number = static_cast<std::uint16_t>(fuzz_number(&in));
+    arguments given = {static_cast<SQLUSMALLINT>(fuzz_number(&in, 2)),
+                       static_cast<SQLUSMALLINT>(fuzz_number(&in)), ""};
     const auto bytes = static_cast<SQLINTEGER>(fuzz_number(&in, 2) % 0x8000) - 4;
     given.name = fuzz_rest(&in);
     SQLSetCursorName(s.stmt, odbc_text(given.name), static_cast<SQLSMALLINT>(given.name.size()));
-    const bool of_diagnostics = std::strstr(row.name, "Diag") != nullptr;
 
     const told_text part = ask(s, row, given, bytes);
-    if (!of_diagnostics)
+    if (std::strstr(row.name, "Diag") == nullptr)
         cass_diag_clear(&s.stmt->head);
     const told_text whole = ask(s, row, given, 30000);
     if (!SQL_SUCCEEDED(part.code) || whole.code != SQL_SUCCESS)

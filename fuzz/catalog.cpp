@@ -75,16 +75,11 @@ static void read_class(fuzz_input *in)
 
 void fuzz_one(fuzz_input in)
 {
-    switch (fuzz_number(&in)) {
-    case 'm':
-        return match(&in);
-    case 't':
-        return read_table(&in, &default_conduct);
-    case 's':
-        return read_table(&in, &standard_conduct);
-    case 'c':
-        return read_class(&in);
-    default:
-        return;
-    }
+    const std::uint64_t kind = fuzz_number(&in);
+    if (kind == 'm')
+        match(&in);
+    else if (kind == 't' || kind == 's')
+        read_table(&in, kind == 't' ? &default_conduct : &standard_conduct);
+    else if (kind == 'c')
+        read_class(&in);
 }

@@ -1,10 +1,8 @@
 // A server's bytes on the connection's socket: frames come out as they went in, compressed or not,
 // and a stream of any bytes ends with a broken connection.
-#include "core/session/cass_settings.h"
-#include "core/statement/cass_pkt_exchange.h"
 #include "fuzz/fuzz.h"
+#include "fuzz/marker.h"
 #include "tests/node/frames.h"
-#include "tests/unit/handles.h"
 
 static std::string frame_of(const held_packet &packet)
 {
@@ -56,8 +54,7 @@ void fuzz_one(fuzz_input in)
 {
     session s;
     const std::uint64_t options = fuzz_number(&in);
-    s.conn->settings.standard = (options & 1) != 0;
-    cass_choose_conduct(s.conn);
+    follow(s, (options & 1) != 0);
     s.conn->compression = (options & 2) != 0 ? COMPRESSION_LZ4 : COMPRESSION_NONE;
     if ((options & 4) != 0) {
         s.conn->compression = COMPRESSION_LZ4;

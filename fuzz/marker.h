@@ -1,10 +1,17 @@
-// Types and markers from the bytes of an input.
+// Conducts, and types and markers from the bytes of an input.
 #ifndef FUZZ_MARKER_H
 #define FUZZ_MARKER_H
 
+#include "core/session/cass_settings.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "core/statement/cass_pkt_result.h"
 #include "tests/unit/handles.h"
+
+inline void follow(const session &s, bool standard)
+{
+    s.conn->settings.standard = standard;
+    cass_choose_conduct(s.conn);
+}
 
 // The specification of a column of the type.
 inline std::string column_of(const std::string &option)

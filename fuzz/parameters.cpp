@@ -2,7 +2,6 @@
 // beside it is read, and a value that comes in pieces at execution is the one that lies there
 // whole.
 #include "core/parameter/cass_param_internal.h"
-#include "core/session/cass_settings.h"
 #include "core/statement/cass_stmt.h"
 #include "fuzz/fuzz.h"
 #include "fuzz/marker.h"
@@ -68,8 +67,7 @@ void fuzz_one(fuzz_input data)
 {
     session s(false);
     const std::uint64_t options = fuzz_number(&data), most = fuzz_number(&data) + 1;
-    s.conn->settings.standard = (options & 1) != 0;
-    cass_choose_conduct(s.conn);
+    follow(s, (options & 1) != 0);
     const sql_target &target = fuzz_choice(&data, sql_targets);
     const parameter_input in = {fuzz_choice(&data, c_types), target.type,
                                 static_cast<SQLSMALLINT>(fuzz_number(&data, 2)),

@@ -1,9 +1,8 @@
 // Replies of a server, described, fetched to the end and read as any C type. What is read is the
 // same in one piece or in many, into a bound column, on one page or on two, and by a cursor.
 #include "core/parameter/cass_param.h"
-#include "core/session/cass_settings.h"
 #include "fuzz/fuzz.h"
-#include "tests/unit/handles.h"
+#include "fuzz/marker.h"
 
 constexpr int MOST_CELLS = 200;
 constexpr std::size_t MOST_BYTES = 300;  // of a cell, that are looked at
@@ -121,13 +120,9 @@ static std::string description(const session &s)
     std::string all = outcome(SQLNumResultCols(s.stmt, &count), s.stmt);
     for (SQLUSMALLINT i = 1; i <= std::min<int>(count, 20); i++) {
         auto *name = reinterpret_cast<SQLCHAR *>(fuzz_memory(20));
-        all += outcome(SQLDescribeParam(s.stmt, i, &type, &size, &digits, &nullable), s.stmt) +
-               testing::PrintToString(std::tuple(type, size, digits, nullable));
-        all +=
-            outcome(SQLDescribeCol(s.stmt, i, name, 20, &length, &type, &size, &digits, &nullable),
-                    s.stmt) +
-            testing::PrintToString(
-                std::tuple(std::string(name, name + 20), type, size, digits, nullable));
+        all += outcome(SQLDescribeParam(s.stmt, i, &type, &size, &digits, &nullable), s.stmt);
+        all += outcome(
+            SQLDescribeCol(s.stmt, i, name, 20, &length, &type, &size, &digits, &nullable), s.stmt);
     }
     return all;
 }
@@ -135,8 +130,7 @@ static std::string description(const session &s)
 static shown_result show(const reply_input &in, reading how)
 {
     session s;
-    s.conn->settings.standard = in.standard;
-    cass_choose_conduct(s.conn);
+    follow(s, in.standard);
     for (const std::string &body : in.bodies)
         say(s, reply(in.fails && &body == &in.bodies.back() ? OPCODE_ERROR : OPCODE_RESULT, body,
                      in.warns ? FRAME_WARNING : 0));

@@ -98,20 +98,17 @@ static void write_guid(fuzz_input *in)
 
 void fuzz_one(fuzz_input in)
 {
-    switch (fuzz_number(&in)) {
-    case 'i':
-        return read_instant(&in);
-    case 't':
-        return read_time_parts(&in);
-    case 'd':
-        return write_real<double>(&in, ascii_to_double);
-    case 'f':
-        return write_real<float>(&in, ascii_to_float);
-    case 'n':
-        return write_numeric(&in);
-    case 'g':
-        return write_guid(&in);
-    default:
-        return;
-    }
+    const std::uint64_t kind = fuzz_number(&in);
+    if (kind == 'i')
+        read_instant(&in);
+    else if (kind == 't')
+        read_time_parts(&in);
+    else if (kind == 'd')
+        write_real<double>(&in, ascii_to_double);
+    else if (kind == 'f')
+        write_real<float>(&in, ascii_to_float);
+    else if (kind == 'n')
+        write_numeric(&in);
+    else if (kind == 'g')
+        write_guid(&in);
 }
