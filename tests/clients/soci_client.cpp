@@ -4,6 +4,7 @@
 #include <soci/soci.h>
 
 #include <ctime>
+#include <iomanip>
 
 #include "steps.h"
 
@@ -57,18 +58,16 @@ static void write_by_type(soci::session &sql, const string &column, const string
 
 static string whole_rows(soci::session &sql)
 {
-    string all;
+    std::ostringstream all;
     soci::rowset<soci::row> rows =
         (sql.prepare << "SELECT id, i, ts, ti, s FROM vhcass_clients.whole");
     for (const soci::row &row : rows) {
-        char ts[40], ti[40];
         const std::tm moment = row.get<std::tm>(2), time = row.get<std::tm>(3);
-        strftime(ts, sizeof ts, "%F %T", &moment);
-        strftime(ti, sizeof ti, "%T", &time);
-        all += std::to_string(row.get<int>(0)) + "," + std::to_string(row.get<int>(1, -1)) + "," +
-               ts + "," + ti + "," + std::to_string(row.get<string>(4).size()) + ";";
+        all << row.get<int>(0) << "," << row.get<int>(1, -1) << ","
+            << std::put_time(&moment, "%F %T") << "," << std::put_time(&time, "%T") << ","
+            << row.get<string>(4).size() << ";";
     }
-    return all;
+    return all.str();
 }
 
 static string state_of(soci::session &sql, const string &text)
@@ -138,12 +137,12 @@ int main()
         }
     });
     step("plain", [&] {
-        string got;
-        soci::rowset<soci::row> rows = (sql.prepare << "SELECT id, s FROM vhcass_clients.plain");
-        for (const soci::row &row : rows) {
-            got += std::to_string(row.get<int>(0)) + row.get<string>(1) + " ";
-        }
-        check(got, string("1one 2two "));
+        std::vector<int> ids(10);
+        std::vector<string> texts(10);
+        sql << "SELECT id, s FROM vhcass_clients.plain", into(ids), into(texts);
+        check(texts.size(), size_t{2});
+        check(std::to_string(ids[0]) + texts[0] + std::to_string(ids[1]) + texts[1],
+              string("1one2two"));
         check(state_of(sql, "SELEC 1"), string("08S01"));
     });
 }
