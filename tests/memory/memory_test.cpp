@@ -104,23 +104,20 @@ static answer take_step(const step &step, application &app)
     answer told;
     told.code = step.run(app, &told.data);
     allocations.watched = false;
+    if (handle_of(app, step.type) != nullptr)
+        told.records = records_of(step.type, handle_of(app, step.type));
     // A descriptor's failure may be told on the statement that it serves.
-    for (SQLSMALLINT type : {step.type, SQLSMALLINT{SQL_HANDLE_STMT}})
-        if (handle_of(app, type) != nullptr && (type == step.type || step.type == SQL_HANDLE_DESC))
-            for (const std::string &record : records_of(type, handle_of(app, type)))
-                told.records.push_back(record);
+    if (step.type == SQL_HANDLE_DESC)
+        std::ranges::copy(stmt_records(app.stmt), std::back_inserter(told.records));
     return told;
 }
 
 // ---- The rule -----------------------------------------------------------------------------------
 
-static bool has_record(const answer &told, std::initializer_list<std::string_view> texts)
+static bool has_record(const answer &told, std::initializer_list<const char *> texts)
 {
-    for (const std::string &record : told.records)
-        for (const std::string_view text : texts)
-            if (record.find(text) != std::string::npos)
-                return true;
-    return false;
+    const std::string all = ::testing::PrintToString(told.records);
+    return std::ranges::any_of(texts, [&](const char *text) { return all.find(text) != all.npos; });
 }
 
 // The answer of plenty but for records, states and texts that found no memory.
@@ -169,9 +166,9 @@ static std::string differs(const char *when, const step &step, const answer &tol
 static std::string do_again(const scenario &steps, const std::vector<answer> &wanted,
                             std::size_t failed_at, application *app, const allocation_plan &plan)
 {
-    std::size_t first = 0;
-    while (first < steps.size() && (steps[first].marks & AGAIN) == 0)
-        first++;
+    const auto begins = [](const step &one) { return (one.marks & AGAIN) != 0; };
+    const auto first =
+        static_cast<std::size_t>(std::ranges::find_if(steps, begins) - steps.begin());
     for (std::size_t i = first; i < steps.size() && failed_at >= first; i++) {
         const answer told = take_step(steps[i], *app);
         // OpenSSL may keep what it could not decode, until the environment goes.
@@ -267,35 +264,27 @@ static node_frame answer_to(const bytes &body)
     return has("warned") ? with_warnings(rows, {"slow", "and long"}) : rows;
 }
 
-static node_frame prepared_for(const bytes &body)
+static node_frame respond(const node_request &request, bool lz4)
 {
     static const bytes list_of_types =
         "ListType(UserType(ks,75,6e:IntegerType,76:VectorType(UTF8Type , 2),64:DurationType))";
-    static const node_columns typed = {{"v", type_of(NODE_VARINT)},
-                                       {"d", type_of(NODE_DECIMAL)},
-                                       {"l", type_of(NODE_CUSTOM) + wire_string(list_of_types)},
-                                       {"t", text_type}};
-    if (body.find("typed") != bytes::npos)
-        return prepared_frame("TYP", typed, {});
-    if (body.find("insert") != bytes::npos)
+    const auto prepares = [&](const char *word) {
+        return request.opcode == NODE_PREPARE && request.body.find(word) != bytes::npos;
+    };
+    if (prepares("typed"))
+        return prepared_frame("TYP",
+                              {{"v", type_of(NODE_VARINT)},
+                               {"d", type_of(NODE_DECIMAL)},
+                               {"l", type_of(NODE_CUSTOM) + wire_string(list_of_types)},
+                               {"t", text_type}},
+                              {});
+    if (prepares("insert"))
         return prepared_frame("INS", {{"a", number_type}, {"t", text_type}}, {});
-    return prepared_frame("ID", {{"k", number_type}}, several);
-}
-
-static node_frame respond(const node_request &request, bool lz4)
-{
-    switch (request.opcode) {
-    case NODE_OPTIONS:
-        return stock_supported(lz4);
-    case NODE_STARTUP:
-        return authenticate_frame();
-    case NODE_AUTH_RESPONSE:
-        return auth_success_frame();
-    case NODE_PREPARE:
-        return prepared_for(request.body);
-    default:
-        return answer_to(request.body);
-    }
+    return request.opcode == NODE_OPTIONS         ? stock_supported(lz4)
+           : request.opcode == NODE_STARTUP       ? authenticate_frame()
+           : request.opcode == NODE_AUTH_RESPONSE ? auth_success_frame()
+           : request.opcode == NODE_PREPARE ? prepared_frame("ID", {{"k", number_type}}, several)
+                                            : answer_to(request.body);
 }
 
 // ---- What an application does -------------------------------------------------------------------
