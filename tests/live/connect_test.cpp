@@ -66,30 +66,6 @@ TEST_F(live_connect, data_source_by_name_and_with_overrides)
     expect_alive(conn);
 }
 
-TEST_F(live_connect, passwords_are_checked_by_the_server)
-{
-    constexpr char node[] = "VHCASS_PASSWORD_SERVER";
-    NEED_NODE("VHCASS_PASSWORD_SERVER");
-    const std::string source = add_data_source(
-        filled("Server = {host}:{port}\nUser = cassandra\nPassword = cassandra\n", node));
-    EXPECT_CONN(SQL_ERROR, conn, driver_connect(conn, "DSN=" + source + ";PWD=wrong"));
-    expect_record(SQL_HANDLE_DBC, conn,
-                  "HY000 error code 256, 'Provided username cassandra and/or password");
-    EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, "DSN=" + source));
-    expect_alive(conn);
-}
-
-TEST_F(live_connect, ipv6_node_is_reached)
-{
-    NEED_NODE("VHCASS_IPV6_SERVER");
-    const std::string out = out_string(
-        conn, driver + filled("SERVER={host}*1,{host}*{port};IPV6=true;LogonTimeout=5000",
-                              "VHCASS_IPV6_SERVER"));
-    SQLDisconnect(conn);
-    EXPECT_EQ(out_string(conn, out), out);
-    expect_alive(conn);
-}
-
 TEST_F(live_connect, driver_test_program_tells_how_it_went)
 {
     const std::tuple<std::string, std::string, int> cases[] = {
@@ -107,21 +83,30 @@ TEST_F(live_connect, driver_test_program_tells_how_it_went)
     }
 }
 
-// A node that demands a certificate: a session by its own anchor, and none without.
-TEST_F(live_connect, tls_session_needs_the_anchor_of_the_node)
+TEST(live_nodes, let_in_who_has_what_they_ask_for)
 {
-    NEED_NODE("VHCASS_TLS_SERVER");
     const char *const files = std::getenv("VHCASS_TLS_FILES");
-    if (files == nullptr)
-        GTEST_SKIP() << "not run: no folder with the certificates of the TLS node";
-    const std::string folder = files, settings = node_settings("VHCASS_TLS_SERVER") +
-                                                 "Encrypt=yes;PublicKeyFile=" + folder +
-                                                 "/client.pem;PrivateKeyFile=" + folder +
-                                                 "/client.key;";
-    EXPECT_CONN(SQL_ERROR, conn, driver_connect(conn, settings));
-    expect_record(SQL_HANDLE_DBC, conn,
-                  "08001 SSL Provider: unable to get local issuer certificate");
-    EXPECT_CONN(SQL_SUCCESS, conn,
-                driver_connect(conn, settings + "CertificateFile=" + folder + "/ca.pem"));
-    expect_alive(conn);
+    const std::string key = replaced("Encrypt=yes;PublicKeyFile={}/client.pem;"
+                                     "PrivateKeyFile={}/client.key;",
+                                     "{}", files == nullptr ? "" : files);
+    const struct {
+        const char *variable;
+        std::string wrong, record, right;
+    } rows[] = {
+        {"VHCASS_PASSWORD_SERVER", "UID=cassandra;PWD=wrong",
+         "HY000 error code 256, 'Provided username cassandra and/or password",
+         "UID=cassandra;PWD=cassandra"},
+        {"VHCASS_IPV6_SERVER", "IPV6=No", "08001 ", "IPV6=true"},
+        {"VHCASS_TLS_SERVER", key, "08001 SSL Provider: unable to get local issuer certificate",
+         key + "CertificateFile=" + (files == nullptr ? "" : files) + "/ca.pem"},
+    };
+    for (const auto &row : rows) {
+        NEED_NODE(row.variable);
+        const live_session live;
+        const std::string settings = node_settings(row.variable);
+        EXPECT_CONN(SQL_ERROR, live.conn, driver_connect(live.conn, settings + row.wrong));
+        expect_record(SQL_HANDLE_DBC, live.conn, row.record);
+        EXPECT_CONN(SQL_SUCCESS, live.conn, driver_connect(live.conn, settings + row.right));
+        expect_alive(live.conn);
+    }
 }

@@ -28,7 +28,7 @@ std::string filled(const std::string &text, const char *variable = "VHCASS_SERVE
     GTEST_SKIP() << "not run: VHCASS_SERVER is not reached without VHCASS_CONNECTION"
 #define NEED_NODE(variable)                                                                        \
     if (filled("{host}", variable).empty())                                                        \
-    GTEST_SKIP() << "not run: " variable " names no node (host:port)"
+    GTEST_SKIP() << "not run: " << (variable) << " names no node (host:port)"
 
 // The driver's name in odbcinst.ini.
 inline constexpr char driver_name[] = "Varnholt ODBC-Cassandra Driver";
