@@ -12,6 +12,14 @@ struct arguments {
     SQLINTEGER bytes = 0;
     SQLSMALLINT small = -7;
     SQLINTEGER large = -7;
+
+    SQLCHAR *ansi() const { return static_cast<SQLCHAR *>(to); }
+    SQLWCHAR *wide() const { return static_cast<SQLWCHAR *>(to); }
+    SQLSMALLINT room() const { return static_cast<SQLSMALLINT>(bytes); }
+    SQLSMALLINT units() const { return static_cast<SQLSMALLINT>(bytes / 2); }
+    SQLSMALLINT record() const { return static_cast<SQLSMALLINT>(number % 6); }
+    SQLUSMALLINT column() const { return number % 6; }
+    SQLSMALLINT field() const { return static_cast<SQLSMALLINT>(id); }
 };
 
 struct call_row {
@@ -25,48 +33,31 @@ struct call_row {
 #name, unit, [](const session &s, arguments &a) -> SQLRETURN { return name(__VA_ARGS__); } \
     }
 
-static SQLCHAR *ansi(const arguments &a)
-{
-    return static_cast<SQLCHAR *>(a.to);
-}
-static SQLWCHAR *wide(const arguments &a)
-{
-    return static_cast<SQLWCHAR *>(a.to);
-}
-static SQLSMALLINT cut(SQLINTEGER number)
-{
-    return static_cast<SQLSMALLINT>(number);
-}
-static SQLUSMALLINT record(const arguments &a)
-{
-    return a.number % 6;
-}
-
 constexpr SQLSMALLINT of_stmt = SQL_HANDLE_STMT;
 
 // clang-format off
 static const call_row rows[] = {
-    CALL(1, SQLGetInfo, s.conn, a.id, a.to, cut(a.bytes), &a.small),
-    CALL(1, SQLGetInfoW, s.conn, a.id, a.to, cut(a.bytes), &a.small),
+    CALL(1, SQLGetInfo, s.conn, a.id, a.to, a.room(), &a.small),
+    CALL(1, SQLGetInfoW, s.conn, a.id, a.to, a.room(), &a.small),
     CALL(1, SQLGetConnectAttr, s.conn, a.id, a.to, a.bytes, &a.large),
     CALL(1, SQLGetConnectAttrW, s.conn, a.id, a.to, a.bytes, &a.large),
     CALL(1, SQLGetStmtAttr, s.stmt, a.id, a.to, a.bytes, &a.large),
     CALL(1, SQLGetStmtAttrW, s.stmt, a.id, a.to, a.bytes, &a.large),
     CALL(1, SQLGetEnvAttr, s.env, a.id, a.to, a.bytes, &a.large),
-    CALL(1, SQLGetDescField, s.stmt->ird, cut(record(a)), cut(a.id), a.to, a.bytes, &a.large),
-    CALL(1, SQLGetDescFieldW, s.stmt->ird, cut(record(a)), cut(a.id), a.to, a.bytes, &a.large),
-    CALL(1, SQLGetDescField, s.stmt->ard, cut(record(a)), cut(a.id), a.to, a.bytes, &a.large),
-    CALL(1, SQLGetDiagField, of_stmt, s.stmt, cut(record(a)), cut(a.id), a.to, cut(a.bytes), &a.small),
-    CALL(1, SQLGetDiagFieldW, of_stmt, s.stmt, cut(record(a)), cut(a.id), a.to, cut(a.bytes), &a.small),
-    CALL(1, SQLGetDiagRec, of_stmt, s.stmt, cut(record(a)), nullptr, nullptr, ansi(a), cut(a.bytes), &a.small),
-    CALL(2, SQLGetDiagRecW, of_stmt, s.stmt, cut(record(a)), nullptr, nullptr, wide(a), cut(a.bytes / 2), &a.small),
-    CALL(1, SQLColAttribute, s.stmt, record(a), a.id, a.to, cut(a.bytes), &a.small, nullptr),
-    CALL(1, SQLColAttributeW, s.stmt, record(a), a.id, a.to, cut(a.bytes), &a.small, nullptr),
-    CALL(1, SQLDescribeCol, s.stmt, record(a), ansi(a), cut(a.bytes), &a.small, nullptr, nullptr, nullptr, nullptr),
-    CALL(2, SQLDescribeColW, s.stmt, record(a), wide(a), cut(a.bytes / 2), &a.small, nullptr, nullptr, nullptr, nullptr),
-    CALL(1, SQLGetCursorName, s.stmt, ansi(a), cut(a.bytes), &a.small),
-    CALL(2, SQLGetCursorNameW, s.stmt, wide(a), cut(a.bytes / 2), &a.small),
-    CALL(1, SQLNativeSql, s.conn, odbc_text(a.name), static_cast<SQLINTEGER>(a.name.size()), ansi(a), a.bytes, &a.large),
+    CALL(1, SQLGetDescField, s.stmt->ird, a.record(), a.field(), a.to, a.bytes, &a.large),
+    CALL(1, SQLGetDescFieldW, s.stmt->ird, a.record(), a.field(), a.to, a.bytes, &a.large),
+    CALL(1, SQLGetDescField, s.stmt->ard, a.record(), a.field(), a.to, a.bytes, &a.large),
+    CALL(1, SQLGetDiagField, of_stmt, s.stmt, a.record(), a.field(), a.to, a.room(), &a.small),
+    CALL(1, SQLGetDiagFieldW, of_stmt, s.stmt, a.record(), a.field(), a.to, a.room(), &a.small),
+    CALL(1, SQLGetDiagRec, of_stmt, s.stmt, a.record(), nullptr, nullptr, a.ansi(), a.room(), &a.small),
+    CALL(2, SQLGetDiagRecW, of_stmt, s.stmt, a.record(), nullptr, nullptr, a.wide(), a.units(), &a.small),
+    CALL(1, SQLColAttribute, s.stmt, a.column(), a.id, a.to, a.room(), &a.small, nullptr),
+    CALL(1, SQLColAttributeW, s.stmt, a.column(), a.id, a.to, a.room(), &a.small, nullptr),
+    CALL(1, SQLDescribeCol, s.stmt, a.column(), a.ansi(), a.room(), &a.small, nullptr, nullptr, nullptr, nullptr),
+    CALL(2, SQLDescribeColW, s.stmt, a.column(), a.wide(), a.units(), &a.small, nullptr, nullptr, nullptr, nullptr),
+    CALL(1, SQLGetCursorName, s.stmt, a.ansi(), a.room(), &a.small),
+    CALL(2, SQLGetCursorNameW, s.stmt, a.wide(), a.units(), &a.small),
+    CALL(1, SQLNativeSql, s.conn, odbc_text(a.name), static_cast<SQLINTEGER>(a.name.size()), a.ansi(), a.bytes, &a.large),
 };
 // clang-format on
 

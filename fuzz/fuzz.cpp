@@ -5,10 +5,8 @@
 
 #include <algorithm>
 #include <array>
-#include <codecvt>
 #include <cstdlib>
 #include <cstring>
-#include <locale>
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
@@ -61,13 +59,6 @@ std::u16string fuzz_wide_rest(fuzz_input *in)
         text += static_cast<char16_t>(first < 0xC0 ? first : first << 8 | fuzz_number(in));
     }
     return text;
-}
-
-std::optional<std::u16string> fuzz_utf16(const std::string &text)
-{
-    std::wstring_convert<std::codecvt_utf8_utf16<char16_t>, char16_t> convert("", u"");
-    const std::u16string wide = convert.from_bytes(text);
-    return convert.converted() == text.size() ? std::optional(wide) : std::nullopt;
 }
 
 // The end of a mapping of FUZZ_ROOM bytes, behind which a page cannot be touched.

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 
 struct fuzz_input {
@@ -28,9 +27,6 @@ std::string fuzz_piece(fuzz_input *in);
 std::string fuzz_rest(fuzz_input *in);
 // The same as UTF-16: bytes below 0xC0 are units, the others are the high half of one.
 std::u16string fuzz_wide_rest(fuzz_input *in);
-
-// The text in UTF-16; nothing for what is no UTF-8.
-std::optional<std::u16string> fuzz_utf16(const std::string &text);
 
 template <typename Row, std::size_t count>
 const Row &fuzz_choice(fuzz_input *in, const Row (&rows)[count])

@@ -42,12 +42,10 @@ static std::string cell_shown(const char *bytes, std::size_t count, const std::s
 }
 
 // Malformed text decodes by its first bytes, where halves of pairs look like others.
-static bool has_clear_pairs(const cass_data_storage &cell)
+static bool has_pairs(const cass_data_storage &cell)
 {
-    const std::string bytes(cell.buffer, cell.buffer + cell.alloc_length);
-    return fuzz_utf16(bytes).has_value() ||
-           std::none_of(bytes.begin(), bytes.end(),
-                        [](unsigned char byte) { return byte >= 0xF0; });
+    return std::any_of(cell.buffer, cell.buffer + cell.alloc_length,
+                       [](char byte) { return static_cast<unsigned char>(byte) >= 0xF0; });
 }
 
 static std::string read_cell(const session &s, const reply_input &in, int column, reading how)
@@ -65,7 +63,7 @@ static std::string read_cell(const session &s, const reply_input &in, int column
     const std::size_t terminator = c_type == SQL_C_CHAR || (c_type == SQL_C_WCHAR && in.standard);
     const auto fixed = static_cast<std::size_t>(cass_c_type_size(c_type).fixed);
     std::size_t room = fixed != 0 ? fixed : LARGE_ROOM;
-    if (how == PIECES && in_pieces && (c_type != SQL_C_WCHAR || has_clear_pairs(cell)))
+    if (how == PIECES && in_pieces && (c_type != SQL_C_WCHAR || !has_pairs(cell)))
         room = unit * (group + 1) + in.choice % 61;
     const std::string cut = "1 01004@" + std::to_string(column);
     std::string bytes, end = cut;
