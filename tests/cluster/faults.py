@@ -244,19 +244,6 @@ def killed_under_a_pool():
 
 
 @case
-def every_node_killed():
-    connection = connect(2, 3, 1)
-    for node in TOKENS:
-        kill(node)
-    told = fails(lambda: connection.execute(APPEND, "[4]", 4), "08S01").args[1]
-    assert all(f"127.0.0.{node}:{PORT}" in told for node in TOKENS), told
-    fails(lambda: connection.execute(APPEND, "[4]", 4), "08003")
-    resume()
-    connect(2).execute(APPEND, "[4]", 4)
-    check(appended([4]), {4: 1})
-
-
-@case
 def consistency_with_a_replica_down():
     kill(2)
     await_reads(UNAVAILABLE, (1, 3))
