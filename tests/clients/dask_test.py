@@ -1,4 +1,4 @@
-"""examples/ring.py and dask_scan.py: four workers read 200,000 rows while one of them is killed, each row once."""
+"""examples/dask_scan.py: four workers read 200,000 rows while one of them is killed, each row once."""
 import datetime
 import os
 import pathlib
@@ -12,7 +12,6 @@ from steps import check, step
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "examples"))
 import dask_scan  # noqa: E402
-import ring  # noqa: E402
 
 # Pages are small, so that there are many round trips in the midst of which a worker is killed.
 SOURCE = os.environ["VHCASS_CONNECTION"] + ";PageSize=20"
@@ -35,20 +34,6 @@ def load():
         database.execute(batch, [value for n in numbers for value in (site, day, n)])
 
 
-def ranges():
-    low, high = ring.LOWEST, ring.HIGHEST
-    for tokens in ([0], [low], [high], [-100, 0, 100], [low, 5, high - 1], list(range(-(2**62), 2**62, 2**55))):
-        nodes = {token: f"node {i}" for i, token in enumerate(tokens)}
-        for pieces in (1, 2, 100, 1000):
-            parts = ring.cut(nodes, pieces)
-            check([start for start, _, _ in parts], [low] + [end for _, end, _ in parts[:-1]])
-            check(parts[-1][1], high)
-            check(sorted(ring.spread(parts)), parts)
-            for start, end, node in parts:
-                for token in (start + 1, end) if pieces > len(tokens) else (end,):
-                    check(node, nodes[min((t for t in tokens if t >= token), default=tokens[0])])
-
-
 def killed():
     load()
     with LocalCluster(n_workers=4, threads_per_worker=1, dashboard_address=None) as cluster, Client(cluster) as client:
@@ -66,5 +51,4 @@ def killed():
 
 
 if __name__ == "__main__":  # the workers run this file too
-    step("ranges", ranges)
     step("killed", killed)
