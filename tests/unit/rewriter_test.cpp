@@ -1,6 +1,8 @@
 // The pass over an application's text: what the server gets, and how many markers are in it.
 #include "core/statement/cass_sql.h"
 
+#include <tuple>
+
 #include "tests/unit/handles.h"
 
 // Scans on the statement and checks that the input stays.
@@ -25,9 +27,9 @@ static constexpr rewrite by_default[] = {
     // Markers, quotes, brackets, comments.
     {u"insert into t (a,b) values (?,?)", nullptr, 2}, {u"select '?' from t where a=?", nullptr, 1},
     {u"select '''' , ?", nullptr, 1}, {u"select \"a\"\"?\", ?", nullptr, 1},
-    {u"select a[?] from t where b=?", nullptr, 1}, {u"select 'open ?", nullptr, 0},
-    {u"'[' ? 'x]' ?", nullptr, 2}, {u"a = ? -- why?", nullptr, 1}, {u"-- ' ?\ra = ?", nullptr, 1},
-    {u"/* ? ' */ ?", nullptr, 1},
+    {u"select a[?] from t where b=?", nullptr, 1}, {u"'\"', ?, \"'\", ?", nullptr, 2},
+    {u"select 'open ?", nullptr, 0}, {u"'[' ? 'x]' ?", nullptr, 2}, {u"a = ? -- why?", nullptr, 1},
+    {u"-- ' ?\ra = ?", nullptr, 1}, {u"/* ? ' */ ?", nullptr, 1},
     // Byte-order marks go everywhere but in comments.
     {u"\xFEFFselect '\xFEFF', \xFFFE?", u"select '', ?", 1}, {u"\xFEFF", u"", 0},
     {u"caf\xE9 = '\x20AC'", nullptr, 0},
@@ -91,6 +93,21 @@ TEST_F(rewriter, output_and_marker_count)
     EXPECT_EQ(stmt->verb_code, VERB_I);
     process(stmt, u"selecT");
     EXPECT_EQ(stmt->verb_code, VERB_SELECT);
+}
+
+// Words are noted for the log, from one unit before them.
+TEST_F(rewriter, verbs_and_keywords_are_noted)
+{
+    static constexpr std::tuple<const char16_t *, int, int, int> cases[] = {
+        {u"select (a)from;x where(a=1)", 1, 9, 16},
+        {u"UPDATE T SET a=1 WHERE", 4, -1, 16},
+        {u"select ' from ' , \" from \", [ from ] x", 1, -1, -1},
+        {u"select a from/*c*/t", 1, -1, -1}};
+    for (const auto &[text, verb, from, where] : cases) {
+        process(stmt, text);
+        EXPECT_EQ(stmt->verb_code, verb) << testing::PrintToString(text);
+        EXPECT_TRUE(stmt->from_offset == from && stmt->where_offset == where);
+    }
 }
 
 TEST_F(rewriter, selects_without_a_table)
