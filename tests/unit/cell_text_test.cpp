@@ -6,15 +6,18 @@
 
 #include "tests/unit/cell_rig.h"
 
-// What a buffer of `room` bytes got: text up to its terminator or the end of the buffer, or bytes
-// in hexadecimal; and behind "/" the length told.
+// What a buffer got: text up to its terminator or the end of the buffer, wide beyond ASCII as
+// "<20ac>", or bytes in hexadecimal; and behind "/" the length told.
 static std::string got(const read_result &result, int target)
 {
     std::string text = result.written;
     if (target == SQL_C_WCHAR) {
+        std::u16string units(text.size() / 2, u'\0');
+        std::memcpy(units.data(), text.data(), 2 * units.size());
         text.clear();
-        for (std::size_t i = !LOWEST_BYTE_FIRST; i < result.written.size() / 2 * 2; i += 2)
-            text += result.written[i];
+        for (const char16_t unit : units)
+            text += unit < 0x80 ? std::string(1, static_cast<char>(unit))
+                                : "<" + to_hex(be16(unit)) + ">";
     }
     if (target == SQL_C_BINARY)
         text = to_hex(text.substr(0, static_cast<std::size_t>(result.length)));
@@ -98,7 +101,7 @@ TEST(cell_text, in_buffers_that_are_too_small)
         {digits, SQL_C_WCHAR, 10, "01234/20> 56789/10> /0 "},
         {digits, SQL_C_WCHAR, 22, "0123456789/20 "},
         {digits, SQL_C_BINARY, 5, "3031323334/10> 3536373839/5> /0 "},
-        {utf8, SQL_C_WCHAR, 6, "a\xE9\xAC/10> /4 "}, {utf8, SQL_C_CHAR, 4,
+        {utf8, SQL_C_WCHAR, 6, "a<00e9><20ac>/10> <f600>z/4 "}, {utf8, SQL_C_CHAR, 4,
          "a\xC3\xA9/11> \xE2\x82\xAC/8> \xF0\x9F\x98/5> \x80z/2 "},
         {blob, SQL_C_CHAR, 1, "/4> /4> /4> /4> "}, {blob, SQL_C_CHAR, 6, "00ff/4> 1020/0> /0 "},
         {blob, SQL_C_CHAR, 9, "00ff1020/4> /0 "}, {blob, SQL_C_CHAR, 11, "00ff1020/4> /0 "},
