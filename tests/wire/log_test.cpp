@@ -189,20 +189,6 @@ TEST_F(log_folder, every_function_names_its_arguments_and_its_result)
     SQLAllocConnect(wire->env, &wire->conn);
 }
 
-// ---- Frames -------------------------------------------------------------------------------------
-
-TEST_F(log_folder, frames_are_dumped_in_both_directions)
-{
-    const wire_ptr wire = wire_logged_on({}, "LOGGING=16;LOGFILE=" + file);
-    run_query(wire, "q", text_page({"xyz"}));
-    const std::string log = file_content(file);
-    EXPECT_EQ(log.find("ENTRY"), std::string::npos);
-    // Their titles, and the bytes of OPTIONS, of the statement and of the cell.
-    for (const char *text : {"PKTDUMP:\t Sent ", "04 00 00 00 05 00 00 00 00", "00 00 00 01 71",
-                             "PKTDUMP:\t Read ", "PKTDUMP:\t Packet recieved ", "78 79 7A"})
-        EXPECT_NE(log.find(text), std::string::npos) << text << log;
-}
-
 // ---- Places ------------------------------------------------------------------------------------
 
 // Without a file it goes to standard error, with "process" to files of other names, and "no" makes

@@ -23,22 +23,6 @@ static void attempt(const wire_ptr &wire, SQLRETURN wanted, const std::string &s
     }
 }
 
-TEST(logon, startup_asks_for_lz4_exactly_when_it_is_offered)
-{
-    const struct {
-        std::vector<std::pair<bytes, std::vector<bytes>>> supported;
-        bool lz4;
-    } cases[] = {
-        {{}, false},
-        {{{"CQL_VERSION", {"3.4.7"}}, {"COMPRESSION", {"snappy", "lz4"}}}, true},
-        {{{"compression", {"lz4"}}}, true},
-        {{{"PROTOCOL_VERSIONS", {"lz4"}}, {"COMPRESSION", {"snappy", "lz4x"}}}, false},
-    };
-    const wire_ptr wire = wire_open();
-    for (const auto &[supported, lz4] : cases)
-        attempt(wire, SQL_SUCCESS, "", {supported_frame(supported), ready_frame()}, lz4);
-}
-
 // Whatever answers the token, if only it is no ERROR, ends the exchange.
 TEST(logon, password_is_sent_as_one_plain_token)
 {

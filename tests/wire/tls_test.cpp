@@ -113,6 +113,8 @@ TEST(tls_certificate, anchors_come_from_file_or_folder)
         EXPECT_NE(attempt(wire, "Standard=Yes"), record_list());
         EXPECT_EQ(attempt(wire, ""), unknown);
         EXPECT_EQ(attempt(wire, "CertificateFile=" + source), record_list());
+        // By default it is asked for by the text of the setting.
+        EXPECT_EQ(node_tls_names(wire->node).back(), node_address(wire->node));
         EXPECT_EQ(attempt(wire, ""), record_list());
         setenv("SSL_CERT_FILE", file.c_str(), 1);
         EXPECT_EQ(attempt(wire, "Standard=Yes"), record_list());
@@ -153,14 +155,6 @@ TEST(tls_certificate, is_made_out_to_the_host)
                       std::string::npos);
         }
     }
-}
-
-TEST(tls_certificate, server_is_asked_for_by_the_server_text)
-{
-    const wire_ptr wire = wire_open();
-    node_use_tls(wire->node, tls_of(make_certificate({})));
-    EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes"), record_list());
-    EXPECT_EQ(node_tls_names(wire->node), std::vector<bytes>{node_address(wire->node)});
 }
 
 // ---- The client's certificate ------------------------------------------------------------------
