@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 
 using bio_ptr = std::unique_ptr<BIO, decltype(&BIO_free)>;
 
@@ -24,11 +23,7 @@ static void must(bool holds, const char *what)
 
 static EVP_PKEY *key_of(test_key key)
 {
-    static std::mutex lock;
-    static EVP_PKEY *keys[KEY_SMALL + 1];
-    const std::lock_guard hold(lock);
-    if (keys[key] == nullptr)
-        keys[key] = EVP_RSA_gen(key == KEY_SMALL ? 1024U : 2048U);
+    static EVP_PKEY *const keys[] = {EVP_RSA_gen(2048U), EVP_RSA_gen(2048U), EVP_RSA_gen(1024U)};
     must(keys[key] != nullptr, "making a key");
     return keys[key];
 }

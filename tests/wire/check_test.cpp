@@ -5,7 +5,6 @@
 #include <chrono>
 
 #include "tests/bundle_file.h"
-#include "tests/node/certificates.h"
 #include "tests/wire/wire_support.h"
 
 struct program_end {

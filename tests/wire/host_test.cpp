@@ -18,7 +18,6 @@
 
 #include "tests/app_value.h"
 #include "tests/bundle_file.h"
-#include "tests/node/certificates.h"
 #include "tests/wire/wire_support.h"
 
 // ---- What the server has ------------------------------------------------------------------------

@@ -7,7 +7,6 @@
 #include <regex>
 #include <sstream>
 
-#include "tests/node/certificates.h"
 #include "tests/wire/wire_support.h"
 
 namespace fs = std::filesystem;
