@@ -95,7 +95,7 @@ def usual_steps(query, *failures, shown=shown_by_most, insert=None, stored=STORE
             for row in STORED:
                 query(LOAD, *row)
             failing(lambda: query(LOAD, None, "bad"), *failures)
-        check_rows(query("SELECT id, s FROM vhcass_clients.loaded"), stored)
+        check_rows(query("SELECT id, s FROM vhcass_clients.loaded"), stored, shown)
 
     def long():
         for length in (5000, 5000000):
@@ -115,7 +115,7 @@ def usual_steps(query, *failures, shown=shown_by_most, insert=None, stored=STORE
             check(state in str(failing(lambda: query(text), *failures)), True)
 
     def plain():  # without Standard=Yes
-        check_rows(query("SELECT id, s FROM vhcass_clients.plain"), PLAIN)
+        check_rows(query("SELECT id, s FROM vhcass_clients.plain"), PLAIN, shown)
         failing(lambda: query("SELEC 1"), *failures)
 
     usual = dict(values=values, table=table, batch=batch, long=long, nested=nested, errors=errors, plain=plain)
