@@ -22,6 +22,7 @@ inline void begin_cell(cass_data_storage *cell, std::int32_t data_type)
     cell->alloc_length = 0;
     cell->offset = 0;
     cell->finished = 0;
+    cell->wide_left = 0;
 }
 
 // The bytes of a cell that is exactly `width` long, consumed; null for every other cell.

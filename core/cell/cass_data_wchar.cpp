@@ -30,24 +30,6 @@ static bool eight_ascii(const unsigned char *bytes)
     return (word & 0x8080808080808080) == 0;
 }
 
-// Characters in `count` bytes of UTF-8. Each piece counts all that is left, so that the usual bytes
-// go eight at a time.
-static SQLLEN count_units(const unsigned char *bytes, SQLLEN count)
-{
-    SQLLEN units = 0;
-    for (SQLLEN at = 0; at < count;) {
-        if (count - at >= 8 && eight_ascii(bytes + at)) {
-            at += 8;
-            units += 8;
-            continue;
-        }
-        SQLWCHAR unit;
-        at += next_unit(bytes + at, count - at, &unit);
-        units++;
-    }
-    return units;
-}
-
 // Units of the character at the start of UTF-8: two for one beyond the basic plane.
 static SQLLEN units_of_character(const unsigned char *bytes, SQLLEN available)
 {
@@ -60,13 +42,39 @@ static bool is_second_half(const cell_request &request, const unsigned char *byt
     return request.field->data_storage.offset >= 2 && bytes[-2] >= 0xF0;
 }
 
-// Units of UTF-16 in `count` bytes of UTF-8.
-static SQLLEN count_utf16(const unsigned char *bytes, SQLLEN count)
+// Units of the characters in front of `stop`, where one begins or all `count` bytes end; with pairs
+// those of UTF-16. The usual bytes go eight at a time.
+static SQLLEN count_units(const unsigned char *bytes, SQLLEN stop, SQLLEN count, bool pairs)
 {
     SQLLEN units = 0;
-    for (SQLLEN at = 0; at < count; at += cass_utf8_size(bytes + at, count - at))
-        units += units_of_character(bytes + at, count - at);
+    for (SQLLEN at = 0; at < stop;) {
+        if (stop - at >= 8 && eight_ascii(bytes + at)) {
+            at += 8;
+            units += 8;
+            continue;
+        }
+        units += pairs ? units_of_character(bytes + at, count - at) : 1;
+        at += cass_utf8_size(bytes + at, count - at);
+    }
     return units;
+}
+
+// Units of what is left of a text. Each piece tells them, and counts what the one before it has
+// delivered, not all the rest.
+static SQLLEN units_left(const cell_request &request, const cell_piece &rest, bool pairs, bool half)
+{
+    cass_data_storage *cell = &request.field->data_storage;
+    const std::int32_t at = cell->offset - (half ? 2 : 0);
+    const unsigned char *start = rest.bytes - cell->offset;
+    const SQLLEN end = cell->offset + rest.count, from = cell->counted_at;
+    if (at == 0 || cell->wide_left == 0 || from > at)
+        cell->wide_left =
+            static_cast<std::int32_t>(count_units(start + at, end - at, end - at, pairs));
+    else
+        cell->wide_left -=
+            static_cast<std::int32_t>(count_units(start + from, at - from, end - from, pairs));
+    cell->counted_at = at;
+    return cell->wide_left - (half ? 1 : 0);
 }
 
 // ---- The rules ---------------------------------------------------------------------------------
@@ -245,11 +253,10 @@ static bool wide_cells_have_no_pairs(const cass_conn *conn)
 
 [[gnu::noinline]] static SQLRETURN get_utf16(const cell_request &request, cell_piece rest)
 {
-    if (is_second_half(request, rest.bytes)) {
-        rest.units = 1 + count_utf16(rest.bytes + 2, rest.count - 2);
+    const bool half = is_second_half(request, rest.bytes);
+    rest.units = units_left(request, rest, true, half);
+    if (half)
         return cell_deliver(request, rest, utf16_rule(put_second_half));
-    }
-    rest.units = count_utf16(rest.bytes, rest.count);
     return cell_deliver(request, rest, utf16_rule(request.bound ? put_bound : put_pieces));
 }
 
@@ -257,7 +264,7 @@ static inline SQLRETURN get_text(const cell_request &request, cell_piece rest)
 {
     if (!wide_cells_have_no_pairs(stmt_conn(request.stmt)))
         return get_utf16(request, rest);
-    rest.units = count_units(rest.bytes, rest.count);
+    rest.units = units_left(request, rest, false, false);
     return cell_deliver(request, rest, text_rule);
 }
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/cell/cass_data.h"
+#include "core/cell/cass_data_take.h"
 #include "core/describe/cass_field.h"
 #include "core/diag/cass_err.h"
 #include "core/log/cass_log.h"
@@ -301,11 +301,8 @@ static int populate_field(cass_field *field, const char *text)
 {
     cass_data_storage *cell = &field->data_storage;
     const bool is_text = field->consise_type == SQL_VARCHAR;
-    cell->data_type = is_text ? SQL_CHAR : SQL_INTEGER;
+    begin_cell(cell, is_text ? SQL_CHAR : SQL_INTEGER);
     cell->isnull = text == nullptr;
-    cell->offset = 0;
-    cell->finished = 0;
-    cell->alloc_length = 0;
     if (!is_text) {
         cell->value.integer = text != nullptr ? ascii_to_int(text) : 0;
         return 0;

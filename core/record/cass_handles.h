@@ -320,7 +320,9 @@ struct cass_data_storage {
     std::int32_t alloc_length;  // bytes of a text or binary value, or of the wire's
     std::int32_t offset;        // bytes of it already delivered
     std::int32_t finished;      // not 0: a further read gives SQL_NO_DATA, or HYC00
+    std::int32_t wide_left;     // units of wide text from byte counted_at on; 0: not counted
     std::uint32_t capacity;     // bytes that buffer has room for
+    std::int32_t counted_at;
     union {
         unsigned char *bytes;  // null when alloc_length is 0, else buffer; not terminated
         std::int32_t integer;

@@ -123,3 +123,15 @@ TEST(cell_text, in_buffers_that_are_too_small)
     for (const int type : {CQL_ASCII, CQL_CUSTOM, CQL_LIST, CQL_MAP, CQL_SET, CQL_UDT, CQL_TUPLE})
         EXPECT_EQ(reads(cell_rig_of({type, blob.bytes}), SQL_C_BINARY, 9), "00ff1020/4 ") << type;
 }
+
+// Each piece tells what is left, and must not count it anew: that would take minutes.
+TEST(cell_text, wide_text_in_a_hundred_thousand_pieces)
+{
+    const std::string text = replaced(std::string(300'000, '.'), ".", "aaaaaaa\xC3\xA9");
+    for (const cass_conduct *conduct : {&default_conduct, &standard_conduct}) {
+        const rig_ptr rig = cell_rig_of({CQL_VARCHAR, text}, conduct);
+        const SQLLEN taken = conduct == &default_conduct ? 50 : 48;  // by all pieces but the last
+        for (SQLLEN left = 300'000 * 8 * 2; left > 0; left -= taken)
+            ASSERT_EQ(read_cell(rig, SQL_C_WCHAR, 50).length, left);
+    }
+}
