@@ -77,6 +77,7 @@ TEST(astra, reply_is_read_in_every_form_and_only_as_far_as_it_goes)
         // The peer hangs up.
         {"HTTP/1.1 503 Later\nContent-", code + "code: 503\n" + gone},
         {with_length(one + two).substr(0, 99), failed + gone},
+        {chunked + chunk(one).substr(0, 30), failed + gone},
         {ok + endless, failed + gone},
         // Lengths that are none, or that no reply of the service has.
         {ok + "Content-Length: -1" + chunked.substr(ok.size() - 1) + chunk(one + two), failed},

@@ -116,8 +116,7 @@ TEST_F(settings, what_is_given_wins_over_the_section_key_by_key)
 {
     write_ini("[one]\nServer=s1\nUser=u1\nPassword=p1\nPort=1\nipv6=yes\nConsistency=TWO\n"
               "LogFile=/dev/null\nLogging=4\n\n[two]\nServer=s2\nKeyspace=k2\n"
-              "[bare]\nKeyspace=k\nPort=5\nStringLen=9\n[M\xC3\xBCller]\nServer=s\n"
-              "[c]\nServer=t\n");
+              "[bare]\nKeyspace=k\nPort=5\nStringLen=9\n");
     const std::string long_one(600, 'x');
     const std::pair<std::string, std::string> cases[] = {
         {"DSN=one;DSN=two;SERVER=mine;UID=;PORT=0;ipv6=no;LOGFILE=/dev/full",
@@ -158,6 +157,14 @@ TEST_F(settings, what_is_given_wins_over_the_section_key_by_key)
         read_dsn(name, "me", "secret");
         EXPECT_EQ(all(), name == nullptr ? "0" : "DSN=" + std::string(name) + " 0");
     }
+    // Keys that the list of them has no room for are not seen.
+    std::string many;
+    for (int i = 0; i < 1000; i++)
+        many += "Filler_" + std::to_string(i) + "=1\n";
+    write_ini("[many]\nServer=s\n" + many + "Port=5\n");
+    read_dsn("many");
+    EXPECT_EQ(all(), "DSN=many SERVER=s 0");
+    write_ini("[M\xC3\xBCller]\nServer=s\n[c]\nServer=t\n");
     // An ANSI application's UTF-8, and the character itself, as the wide form brings it.
     for (const char *name : {"M\xC3\xBCller", "M\xFCller"}) {
         read_dsn(name);
