@@ -47,9 +47,11 @@ TEST_F(descriptor, a_column_is_told_otherwise_than_its_record)
     // A connection of ODBC 2 tells dates and times apart.
     ird->fields[1].type = SQL_DATETIME;
     ird->fields[1].datetime_interval_code = SQL_CODE_TIMESTAMP;
-    conn->odbc_level = 2;
-    SQLColAttributes(stmt, 2, SQL_COLUMN_TYPE, nullptr, 0, nullptr, &number);
-    EXPECT_EQ(number, SQL_TIMESTAMP);
+    for (const auto &[level, wanted] : {std::pair(2, SQL_TIMESTAMP), {3, SQL_DATETIME}}) {
+        conn->odbc_level = level;
+        SQLColAttributes(stmt, 2, SQL_COLUMN_TYPE, nullptr, 0, nullptr, &number);
+        EXPECT_EQ(number, wanted);
+    }
     // A column tells no schema, a descriptor does.
     char text[2][32];
     SQLGetDescField(ird, 1, SQL_DESC_SCHEMA_NAME, text[0], 32, nullptr);

@@ -1,7 +1,18 @@
-// SQLGetFunctions on a connection that never connected.
+// SQLGetInfo and SQLGetFunctions on a connection that never connected.
 #include "tests/unit/handles.h"
 
 using info = stmt_fixture;
+
+// A text that is not known is never cut, one that is empty is by a buffer without any room.
+TEST_F(info, empty_texts_and_those_that_are_not_known)
+{
+    for (const auto &[type, code] :
+         {std::pair(SQL_DATA_SOURCE_NAME, 0), {SQL_SEARCH_PATTERN_ESCAPE, 1}}) {
+        guarded at;
+        EXPECT_EQ(SQLGetInfo(conn, SQLUSMALLINT(type), at.data(), 0, nullptr), code) << type;
+        EXPECT_EQ(at.written(), "");
+    }
+}
 
 TEST_F(info, the_three_forms_of_get_functions_agree)
 {
