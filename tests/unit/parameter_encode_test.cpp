@@ -35,7 +35,8 @@ TEST(parameter_encode, numbers_end_at_the_bounds_of_their_target)
     // 2^106 + 2^53 + 1: the sum from the lowest bit meets two ties and rounds down.
     SQL_NUMERIC_STRUCT ties = numeric((UINT64_C(1) << 53) + 1, 0);
     ties.val[13] = 4;
-    check(SQL_DOUBLE, {{ties, "4690000000000000"}});
+    check(SQL_DOUBLE, {{ties, "4690000000000000"},
+        {numeric((UINT64_C(3) << 62) + 1025, 0), "43e8000000000000"}});
     check(SQL_FLOAT, {{-2, "c000000000000000"}});
     // The last is a hair above the middle of two floats, a hair that a double does not hold.
     check(SQL_REAL, {{HUGE_VAL, "7f800000"}, {u"-0.5", "bf000000"}, {9007199791611905l, "5a000001"},
