@@ -33,3 +33,16 @@ TEST(cell_decode, a_length_that_lies_gives_up_the_rows)
     rig_page(rig, cell_of("12345"));
     EXPECT_EQ("08S01", outcome(rig_row(rig), rig->stmt));
 }
+
+TEST(cell_decode, a_buffer_much_larger_than_a_page_is_given_back_at_its_end)
+{
+    const rig_ptr rig = rig_open({CQL_VARCHAR});
+    for (const std::size_t size : {200'000, 100'000, 10}) {
+        rig_page(rig, cell_of(std::string(size, 'x')));
+        EXPECT_EQ(SQL_SUCCESS, rig_row(rig));
+        EXPECT_GE(rig->cell().capacity, 200'000u);
+        bool page_failed = false;
+        EXPECT_EQ(SQL_NO_DATA, fetch_data_row(rig->stmt, &page_failed));
+        EXPECT_EQ(rig->cell().capacity >= 200'000u, size >= 100'000);
+    }
+}

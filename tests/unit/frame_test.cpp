@@ -35,3 +35,28 @@ TEST(frame, that_lies_about_its_size_or_compression_is_refused)
         EXPECT_EQ(recv(s.peer, &byte, 1, MSG_DONTWAIT) == 0, !to_its_end);
     }
 }
+
+TEST(frame, replies_that_never_come)
+{
+    session s(true);
+    s.conn->conduct = &standard_conduct;
+    s.conn->settings.read_timeout = 1;
+    cass_late_replies *late = &s.conn->late;
+    for (int i = 0; i < MOST_LATE_REPLIES; i++) {
+        EXPECT_EQ(late->count, i);
+        EXPECT_EQ(s.conn->socket_dead, 0);
+        cass_exchange_failure failure;
+        cass_limit_request(s.stmt);
+        EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
+        EXPECT_EQ(failure, EXCHANGE_TIMED_OUT);
+    }
+    late->stream = INT16_MAX;  // the numbers begin again, and pass over those still out
+    late->streams[7] = 20'000;
+    late->count--;
+    cass_exchange_failure failure;
+    EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
+    EXPECT_EQ(late->stream, 7);
+    EXPECT_EQ(s.conn->socket_dead, 0);
+    EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
+    EXPECT_EQ(s.conn->socket_dead, 1);
+}

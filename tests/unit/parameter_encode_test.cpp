@@ -170,3 +170,19 @@ TEST(parameter_encode, arrays_by_rows)
     s.stmt->param_row = 1;
     EXPECT_EQ(on_wire("00000008") + on_wire("666768696a"), encode(s, 2));
 }
+
+TEST(parameter_encode, a_separate_length_stands_before_the_indicator)
+{
+    session s;
+    const exact_block text("abcdef");
+    SQLLEN ind, length;
+    const std::tuple<SQLLEN, SQLLEN, const char *> cases[] = {
+        {2, 3, "616263"}, {2, SQL_NULL_DATA, "null"}, {SQL_NULL_DATA, 3, "none"}};
+    bind(s.stmt, 1, SQL_C_CHAR, SQL_VARCHAR, text.at, &ind, 6);
+    s.stmt->apd->fields[0].octet_length_ptr = &length;
+    for (const auto &[ind_value, length_value, sent] : cases) {
+        ind = ind_value;
+        length = length_value;
+        EXPECT_EQ(on_wire(sent), encode(s));
+    }
+}

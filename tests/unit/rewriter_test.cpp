@@ -157,3 +157,16 @@ TEST_F(rewriter, filtering_is_allowed)
                 EXPECT_EQ(process(stmt, text + behind), text + added + behind) << standard;
             }
 }
+
+TEST_F(rewriter, braces_by_the_thousand_take_one_pass)
+{
+    const std::size_t count = 100000;
+    std::u16string text = u"{" + std::u16string(count, u' ') + std::u16string(count, u'}');
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(process(stmt, text) == text);
+    for (std::size_t i = count; i + 3 < text.size(); i += 3)
+        text.replace(i, 3, u"fn}");
+    text.resize(count + 3 * (count / 3));
+    EXPECT_TRUE(process(stmt, text) == std::u16string(text.size(), u' '));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}

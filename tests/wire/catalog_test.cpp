@@ -186,6 +186,8 @@ TEST(catalog, replies_become_rows_and_the_connection_serves_on_after_failures)
          {no_index, index + "1|a" + nulls(4), index + "2|" + nulls(4)}},
         {"indexes", {{in_t, index_with(be32(3) + be32(0xFFFFFFFF) + be32(1))}}, SQL_SUCCESS, {},
          {no_index}},
+        {"indexes", {{in_t, index_with(be32(1) + be32(0x7FFFFFFF) + "x")}}, SQL_SUCCESS, {},
+         {no_index}},
         {"indexes", {{in_t, index_with(bytes(1025, '\0'))}}, SQL_ERROR,
          {general_error + "short read on options"}, {}},
         // clang-format on
