@@ -411,15 +411,19 @@ TEST(catalog, by_the_rules_of_odbc_failures_are_told_and_warnings_passed_on)
 {
     const node_frame table = text_rows({{"ks", "t", "x"}});
     // What the reply to one of the queries makes of the call.
-    const std::tuple<std::string, node_frame, std::string> cases[] = {
+    const struct {
+        std::string query;
+        node_frame reply;
+        std::string outcome;
+    } cases[] = {
         {"schema.tables", with_warnings(table, {"slow"}), "SQL_SUCCESS_WITH_INFO: 01000 slow"},
         {"schema.tables", text_rows({{"ks", "t", ""}}, {.paging_state = "p"}), "SQL_ERROR: 42000"},
         {"schema.views", error_frame(0x2200, "no"), "SQL_ERROR: 42000"},
         {"virtual_schema.tables", error_frame(0x2100, "not yours"), "SQL_SUCCESS"},
         {"virtual_schema.tables", error_frame(0x0000, "broken"), "SQL_ERROR: HY000"},
     };
-    for (const auto &[query, reply, outcome] : cases) {
-        SCOPED_TRACE(query);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.query);
         const wire_ptr wire = wire_of(true);
         node_answer_rest(wire->node, [&](const node_request &request) {
             const auto has = [&](const std::string &text) {
@@ -427,11 +431,11 @@ TEST(catalog, by_the_rules_of_odbc_failures_are_told_and_warnings_passed_on)
             };
             const node_frame usual = has("system_schema.tables") ? table : text_rows({});
             return std::vector{has(page_tail("p").substr(7)) ? error_frame(0x2200, "no page")
-                               : has("system_" + query)      ? reply
+                               : has("system_" + c.query)    ? c.reply
                                                              : usual};
         });
         const SQLRETURN code = call("tables", wire->stmt, {});
-        EXPECT_TRUE(code_and_record(code, wire->stmt).starts_with(outcome)) << outcome;
+        EXPECT_TRUE(code_and_record(code, wire->stmt).starts_with(c.outcome)) << c.outcome;
         EXPECT_EQ(fetch_all(wire->stmt),
                   SQL_SUCCEEDED(code) ? row_list{"NULL|ks|t|TABLE|x"} : row_list());
     }

@@ -146,12 +146,12 @@ TEST(reconnect, results_go_on_between_pages_or_end)
         {rows_frame({{"b", type_of(NODE_INT)}}, {{be32(7)}}), {"1", "SQL_ERROR: 08S01"}},
         {error_frame(0x1000, "a replica is down"), {"1", "SQL_ERROR: HY000", "2"}},
     };
-    for (const auto &[cursor, prepared] : {std::pair(SQL_CURSOR_FORWARD_ONLY, false),
-                                           {SQL_CURSOR_FORWARD_ONLY, true},
-                                           {SQL_CURSOR_STATIC, false}})
+    for (const std::string kind : {"direct", "prepared", "scrolled"})
         for (const auto &[page, wanted] : cases) {
             const wire_ptr wire = wire_of(true);
-            set_attribute(wire->stmt, SQL_ATTR_CURSOR_TYPE, cursor);
+            const bool prepared = kind == "prepared";
+            if (kind == "scrolled")
+                set_attribute(wire->stmt, SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_STATIC);
             const auto expect_page = [&](const bytes &id, const bytes &state,
                                          const std::vector<node_frame> &frames) {
                 const bytes head = prepared ? wire_short_bytes(id) : wire_long_string("SELECT a");
