@@ -158,7 +158,7 @@ static void add_log(growing_text *out, const cass_conn *conn, const setting &row
     if (row.kind == SETTING_LOG_FILE && conn->settings.log_file[0] != '\0') {
         const held_string name(cass_string_from_cstr(conn->settings.log_file));
         add_text(out, row.string_key, name.get());
-    } else if (row.kind == SETTING_LOG_WORD && mask != 0) {
+    } else if (row.kind == SETTING_LOG_WORD && (mask != 0 || was_given(conn->settings, row))) {
         char room[16];
         std::snprintf(room, sizeof room, "%d", mask);
         add_pair(out, row.string_key, room);

@@ -59,11 +59,11 @@ TEST(connect_string, comes_back_whole)
     bytes first, second;
     const wire_ptr wire = asking_wire(&first);
     const std::string server = node_address(wire->node), password = "{\xC3\xA9;b}}c}";
-    const std::string head = "DRIVER={/a/b};SERVER=" + server + ",other;UID=u;PWD=";
+    const std::string head = "DRIVER={/a/b};SERVER=" + server + ",other;LOGGING=0;UID=u;PWD=";
     const std::string tail = ";VerifyHost=No;Consistency=TWO;Standard=Yes;";
     const std::string settings = "Driver=/a/b;Server=" + replaced(server, ":", ",") +
                                  ",other;User=u;Password=" + password +
-                                 ";Standard=Yes;Consistency=two;VerifyHost=No;Port=";
+                                 ";Standard=Yes;Consistency=two;VerifyHost=No;Logging=no;Port=";
     std::string out;
     EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_driver_connect(wire->conn, settings, &out));
     EXPECT_EQ(out, head + password + tail);

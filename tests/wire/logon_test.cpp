@@ -37,6 +37,10 @@ TEST(logon, password_is_sent_as_one_plain_token)
         {"Standard=Yes;UID=J\xC3\xB6rg;PWD=p", "J\xC3\xB6rg", "p", good},
     };
     const wire_ptr wire = wire_open();
+    // Whether lz4 is offered, in any case.
+    for (const auto &[key, name, offered] :
+         {std::tuple("COMPRESSION", "lz4x", false), {"compression", "LZ4", true}})
+        attempt(wire, SQL_SUCCESS, "", {supported_frame({{key, {name}}}), ready_frame()}, offered);
     for (bool lz4 = false; const auto &[settings, user, password, answer] : cases) {
         SCOPED_TRACE(settings);
         attempt(wire, SQL_SUCCESS, settings, {stock_supported(lz4), authenticate_frame(), answer},
