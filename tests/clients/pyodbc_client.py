@@ -1,10 +1,4 @@
 """pyodbc, Debian's and PyPI's."""
-import contextlib
-import os
-import socket
-import threading
-import time
-
 import pyodbc
 from steps import BATCH, COLUMNS, ERRORS, INSERT, LOAD, STORED, VALUES, check, check_rows, failing, usual_steps
 
@@ -39,27 +33,6 @@ def batch():
     return "row by row it stops at the bad row, with fast_executemany the others are stored"
 
 
-def relay(address, silent, ends):
-    """The port of what passes bytes on between the driver and the server, and drops them when it is silent."""
-    listener = socket.create_server(("127.0.0.1", 0))
-
-    def copy(source, target):
-        with contextlib.suppress(OSError):
-            while data := source.recv(65536):
-                if not silent.is_set():
-                    target.sendall(data)
-
-    def run():
-        while True:
-            pair = listener.accept()[0], socket.create_connection(address)
-            ends.extend(pair)
-            for way in (pair, pair[::-1]):
-                threading.Thread(target=copy, args=way, daemon=True).start()
-
-    threading.Thread(target=run, daemon=True).start()
-    return listener.getsockname()[1]
-
-
 def errors():
     def told(kind, state, call):
         check(failing(call, kind).args[0], state)
@@ -69,28 +42,6 @@ def errors():
     told(pyodbc.DataError, "22003", lambda: query("INSERT INTO vhcass_clients.kinds (id) VALUES (?)", 2**40))
     told(pyodbc.Error, "3F000", lambda: pyodbc.connect("DSN=clients;KEYSPACE=vhcass_missing"))
     told(pyodbc.OperationalError, "08001", lambda: pyodbc.connect("DSN=clients;SERVER=127.0.0.1;PORT=1"))
-
-    silent, ends = threading.Event(), []
-    port = relay((os.environ["CLIENTS_HOST"], int(os.environ["CLIENTS_PORT"])), silent, ends)
-    source, whole = f"DSN=clients;SERVER=127.0.0.1;PORT={port}", "SELECT * FROM vhcass_clients.whole"
-
-    def end():
-        while ends:
-            ends.pop().shutdown(socket.SHUT_RDWR)
-
-    lost = pyodbc.connect(source, autocommit=True)
-    lost.timeout = 1
-    silent.set()
-    start = time.monotonic()
-    told(pyodbc.OperationalError, "HYT00", lambda: lost.execute(whole))
-    check(time.monotonic() - start < 5, True)
-    silent.clear()
-    lost.execute(whole).fetchall()
-    end()  # another connection takes its place, unless the setting says no
-    lost.execute(whole).fetchall()
-    stays = pyodbc.connect(source + ";Reconnect=No", autocommit=True)
-    end()
-    told(pyodbc.OperationalError, "08S01", lambda: stays.execute(whole))
 
 
 def lists():
