@@ -11,10 +11,11 @@ import uno  # makes the next ones possible
 from com.sun.star.beans import PropertyValue
 from com.sun.star.connection import NoConnectException
 from com.sun.star.sdbc import SQLException
-from steps import WHOLE, check, usual_steps
+from steps import check, datetime, usual_steps
 
 FIRST_SECONDS = 90  # a first start makes a profile
-TABLE, COMMAND, INTEGER = 0, 2, 4  # com.sun.star.sdb.CommandType, com.sun.star.sdbc.DataType
+TABLE, COMMAND, INTEGER, TIME, TIMESTAMP = 0, 2, 4, 92, 93  # com.sun.star.sdb.CommandType, com.sun.star.sdbc.DataType
+GETTERS = {INTEGER: "getInt", TIME: "getTime", TIMESTAMP: "getTimestamp"}
 folder = tempfile.TemporaryDirectory()
 pipe = f"pipe,name=vhcass{os.getpid()};urp;"
 office = subprocess.Popen(
@@ -52,14 +53,25 @@ def row_set(kind, command):
     return rows
 
 
+def cell(rows, place):
+    kind = rows.MetaData.getColumnType(place)
+    value = getattr(rows, GETTERS.get(kind, "getString"))(place)
+    if rows.wasNull():
+        return None
+    if kind == TIME:
+        return datetime.time(value.Hours, value.Minutes, value.Seconds)
+    if kind == TIMESTAMP:
+        return datetime.datetime(value.Year, value.Month, value.Day, value.Hours, value.Minutes, value.Seconds)
+    return value
+
+
 def query(text, *parameters):
     got = []
     try:
         if text.startswith("SELECT"):
             rows = row_set(COMMAND, text)
-            types = [rows.MetaData.getColumnType(i + 1) for i in range(rows.MetaData.ColumnCount)]
             while rows.next():
-                got.append([(rows.getInt if type == INTEGER else rows.getString)(i + 1) for i, type in enumerate(types)])
+                got.append([cell(rows, i + 1) for i in range(rows.MetaData.ColumnCount)])
         else:
             statement = connection.prepareStatement(text)
             for place, value in enumerate(parameters, 1):
@@ -70,22 +82,10 @@ def query(text, *parameters):
     return got
 
 
-def table():
-    rows, got = row_set(TABLE, "vhcass_clients.whole"), {}
-    while rows.next():
-        moment, clock = rows.getTimestamp(rows.findColumn("ts")), rows.getTime(rows.findColumn("ti"))
-        number = rows.getInt(rows.findColumn("i"))
-        got[rows.getInt(rows.findColumn("id"))] = (
-            None if rows.wasNull() else number, (clock.Hours, clock.Minutes, clock.Seconds),
-            (moment.Year, moment.Month, moment.Day, moment.Hours), rows.getString(rows.findColumn("s")))
-    check(got, {key: (i, (ti.hour, ti.minute, ti.second), (ts.year, ts.month, ts.day, ts.hour), s)
-                for key, i, ti, ts, s in WHOLE})
-
-
 def scroll():
     for key in range(1, 6):
         query(f"INSERT INTO vhcass_clients.loaded (id, s) VALUES ({key}, 'żółć {key}')")
-    rows = row_set(COMMAND, 'SELECT * FROM "vhcass_clients"."loaded"')
+    rows = row_set(TABLE, "vhcass_clients.loaded")
     order = []
     while rows.next():
         order.append(rows.getInt(1))
@@ -102,7 +102,7 @@ def lists():
     check(sorted(connection.Tables.getByName("vhcass_clients.whole").Columns.ElementNames), ["i", "id", "s", "ti", "ts"])
 
 
-usual_steps(query, ValueError, table=table, scroll=scroll, lists=lists)
+usual_steps(query, ValueError, scroll=scroll, lists=lists)
 try:
     named("com.sun.star.frame.Desktop").terminate()
     office.wait(20)

@@ -32,13 +32,8 @@ WHOLE = [
 # The third has no key: the server refuses it.
 BATCH = [(1, "one"), (2, "two"), (None, "bad"), (4, "four"), (5, "żółć 😀")]
 STORED = [row for row in BATCH if row[0] is not None]
-PLAIN = [(1, "one"), (2, "two")]
 ERRORS = [("SELEC 1", "42000"), ("SELECT * FROM vhcass_clients.missing", "42S02"),
           ("CREATE TABLE vhcass_clients.kinds (id int PRIMARY KEY)", "42S01")]
-
-
-def long_text(length):
-    return ("ż23456😀890" * (length // 10 + 1))[:length]
 
 
 def check(got, wanted):
@@ -85,8 +80,9 @@ def usual_steps(query, *failures, shown=shown_by_most, insert=None, stored=STORE
         check_rows(query(f"SELECT id, {', '.join(COLUMNS)} FROM vhcass_clients.kinds"),
                    [[key, *row] for key, row in enumerate(VALUES)], shown)
 
+    # Columns are quoted, as for LibreOffice a plain t or ts is the beginning of a time.
     def table():
-        check_rows(query("SELECT id, i, ti, ts, s FROM vhcass_clients.whole"), WHOLE, shown)
+        check_rows(query('SELECT id, i, "ti", "ts", s FROM vhcass_clients.whole'), WHOLE, shown)
 
     def batch():
         if insert:
@@ -99,14 +95,14 @@ def usual_steps(query, *failures, shown=shown_by_most, insert=None, stored=STORE
 
     def long():
         for length in (5000, 5000000):
-            query("INSERT INTO vhcass_clients.long_texts (id, s) VALUES (?, ?)", length, long_text(length))
-            check(query(f"SELECT s FROM vhcass_clients.long_texts WHERE id = {length}")[0][0] == long_text(length), True)
+            text = "ż23456😀890" * (length // 10)
+            query("INSERT INTO vhcass_clients.long_texts (id, s) VALUES (?, ?)", length, text)
+            check(query(f"SELECT s FROM vhcass_clients.long_texts WHERE id = {length}")[0][0], text)
 
     def nested():
         given = NESTED
         for key in (1, 2):
             query("INSERT INTO vhcass_clients.nested (id, l, m, t, a) VALUES (?, ?, ?, ?, ?)", key, *given)
-            # Quoted, as for LibreOffice a plain t is the beginning of a time.
             given = list(query(f'SELECT "l", "m", "t", "a" FROM vhcass_clients.nested WHERE id = {key}')[0])
             check(given, NESTED)
 
@@ -115,7 +111,7 @@ def usual_steps(query, *failures, shown=shown_by_most, insert=None, stored=STORE
             check(state in str(failing(lambda: query(text), *failures)), True)
 
     def plain():  # without Standard=Yes
-        check_rows(query("SELECT id, s FROM vhcass_clients.plain"), PLAIN, shown)
+        check_rows(query("SELECT id, s FROM vhcass_clients.plain"), [(1, "one"), (2, "two")], shown)
         failing(lambda: query("SELEC 1"), *failures)
 
     usual = dict(values=values, table=table, batch=batch, long=long, nested=nested, errors=errors, plain=plain)
