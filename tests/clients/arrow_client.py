@@ -15,12 +15,6 @@ KINDS = KEY | {"i": pyarrow.int32(), "l": pyarrow.int64(), "d": pyarrow.float64(
                "o": pyarrow.bool_()}  # the others are text
 
 
-def read(text):
-    more = {"max_text_size": 8000000, "batch_size": 1} if "long_texts" in text else {"max_text_size": 20000}
-    batches = arrow_odbc.read_arrow_batches_from_odbc(text, SOURCE, **more)
-    return [list(row.values()) for batch in batches for row in batch.to_pylist()]
-
-
 def insert(rows, table="loaded", names=("id", "s")):
     columns, types = {}, KINDS if table == "kinds" else KEY
     for name, *values in zip(names, *rows):
@@ -31,10 +25,12 @@ def insert(rows, table="loaded", names=("id", "s")):
 
 
 def query(text, *parameters):
-    if not parameters:
-        return read(text)
-    table, names = re.match(r"INSERT INTO vhcass_clients\.(\w+) \((.*?)\)", text).groups()
-    insert([parameters], table, names.split(", "))
+    if parameters:
+        table, names = re.match(r"INSERT INTO vhcass_clients\.(\w+) \((.*?)\)", text).groups()
+        return insert([parameters], table, names.split(", "))
+    more = {"max_text_size": 8000000, "batch_size": 1} if "long_texts" in text else {"max_text_size": 20000}
+    batches = arrow_odbc.read_arrow_batches_from_odbc(text, SOURCE, **more)
+    return [list(row.values()) for batch in batches for row in batch.to_pylist()]
 
 
 usual_steps(query, arrow_odbc.Error, insert=insert)

@@ -1,7 +1,7 @@
 """turbodbc. It knows integers of eight bytes, doubles, text, dates and timestamps; PlainTypes=yes describes the
 other types as text."""
 import turbodbc
-from steps import usual_steps
+from steps import LOAD, usual_steps
 from steps import datetime, decimal, uuid
 
 # Columns are bound by their described size, and a longer text is cut without a word.
@@ -9,7 +9,6 @@ connection = turbodbc.connect(
     connection_string="DSN=clients;PlainTypes=yes;StringLen=6000000",
     turbodbc_options=turbodbc.make_options(autocommit=True, prefer_unicode=True, read_buffer_size=turbodbc.Rows(1)))
 cursor = connection.cursor()
-INSERT = "INSERT INTO vhcass_clients.loaded (id, s) VALUES (?, ?)"
 
 
 def as_text(value):
@@ -23,4 +22,4 @@ def query(text, *parameters):
     return cursor.fetchall() if text.startswith("SELECT") else []
 
 
-usual_steps(query, turbodbc.Error, shown=as_text, insert=lambda rows: cursor.executemany(INSERT, rows))
+usual_steps(query, turbodbc.Error, shown=as_text, insert=lambda rows: cursor.executemany(LOAD, rows))
