@@ -7,46 +7,17 @@
 
 #include "tests/node/certificates.h"
 
-// ---- The Driver Manager's files -----------------------------------------------------------------
-
-// The folder of odbcinst.ini, as it is shipped, with the path of the built library, and odbc.ini:
-// made before the process's first ODBC call, as the Driver Manager looks for its files once. The
-// library stays loaded to the end, so that a leak report can name its functions.
-static const std::string &ini_folder()
-{
-    static const file_folder folder;
-    if (file_content(folder.path + "/odbcinst.ini").empty()) {
-        const std::string shipped = VHCASS_PACKAGING,
-                          text = file_content(shipped + "/odbcinst.ini") +
-                                 file_content(shipped + "/odbcinst-completed.ini"),
-                          path = std::filesystem::path(VHCASS_LIBRARY).parent_path();
-        folder.add("odbcinst.ini", replaced(replaced(text, "@path@", path),
-                                            "Driver =", "DontDLClose = 1\nDriver="));
-        setenv("ODBCSYSINI", folder.path.c_str(), 1);
-        setenv("ODBCINI", folder.add("odbc.ini", "").c_str(), 1);
-    }
-    return folder.path;
-}
-
-std::string add_data_source(const std::string &lines)
-{
-    static int count = 0;
-    const std::string name = "live-" + std::to_string(++count);
-    std::ofstream(ini_folder() + "/odbc.ini", std::ios::app)
-        << "[" << name << "]\nDriver = " << driver_name << "\n"
-        << lines << "\n";
-    return name;
-}
-
 // ---- Nodes --------------------------------------------------------------------------------------
 
 std::string filled(const std::string &text, const char *variable)
 {
     const char *value = std::getenv(variable);
+    const char *files = std::getenv("VHCASS_TLS_FILES");
     const std::string address = value == nullptr ? ":" : value;
     const auto colon = address.rfind(':');
     const std::string host = replaced(replaced(address.substr(0, colon), "[", ""), "]", "");
-    return replaced(replaced(text, "{host}", host), "{port}", address.substr(colon + 1));
+    return replaced(replaced(replaced(text, "{host}", host), "{port}", address.substr(colon + 1)),
+                    "{files}", files == nullptr ? "" : files);
 }
 
 std::string node_settings(const char *variable)
@@ -58,11 +29,33 @@ std::string node_settings(const char *variable)
            (is_given ? std::string(more) + ";" : "");
 }
 
+// ---- The Driver Manager's files -----------------------------------------------------------------
+
+// odbcinst.ini, as it is shipped, with the path of the built library, and odbc.ini with the data
+// source `live`: made before the process's first ODBC call, as the Driver Manager looks for its
+// files once. The library stays loaded to the end, so that a leak report can name its functions.
+static void make_ini_files()
+{
+    static const file_folder folder;
+    if (!file_content(folder.path + "/odbc.ini").empty())
+        return;
+    const std::string shipped = VHCASS_PACKAGING,
+                      text = file_content(shipped + "/odbcinst.ini") +
+                             file_content(shipped + "/odbcinst-completed.ini"),
+                      path = std::filesystem::path(VHCASS_LIBRARY).parent_path();
+    folder.add("odbcinst.ini",
+               replaced(replaced(text, "@path@", path), "Driver =", "DontDLClose = 1\nDriver="));
+    folder.add("odbc.ini", filled(std::string("[live]\nDriver = ") + driver_name +
+                                  "\nSERVER=127.0.0.1:1,{host}:{port}\nKeyspace = system\n"));
+    setenv("ODBCSYSINI", folder.path.c_str(), 1);
+    setenv("ODBCINI", (folder.path + "/odbc.ini").c_str(), 1);
+}
+
 // ---- Sessions -----------------------------------------------------------------------------------
 
 live_session::live_session()
 {
-    ini_folder();
+    make_ini_files();
     SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &env);
     EXPECT_EQ(SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, odbc_number(SQL_OV_ODBC3), 0), SQL_SUCCESS);
     EXPECT_EQ(SQLAllocHandle(SQL_HANDLE_DBC, env, &conn), SQL_SUCCESS);
@@ -114,11 +107,6 @@ void expect_alive(SQLHDBC conn)
     EXPECT_EQ(query(conn, "select key from system.local"), row_list{"local"});
 }
 
-int server_major(SQLHDBC conn)
-{
-    return std::atoi(query(conn, "SELECT release_version FROM system.local").at(0).c_str());
-}
-
 // ---- Calls --------------------------------------------------------------------------------------
 
 void run(SQLHSTMT stmt, const std::string &sql)
@@ -138,6 +126,26 @@ void make_keyspace(SQLHSTMT stmt, const std::string &name)
                   "'replication_factor': 1}");
 }
 
+bool make_every_type(SQLHSTMT stmt, const std::string &keyspace)
+{
+    make_keyspace(stmt, keyspace);
+    run(stmt, "CREATE TYPE " + keyspace + ".pair (a int, b text)");
+    run(stmt, "CREATE TABLE " + keyspace +
+                  ".every (k int PRIMARY KEY, c_ascii ascii, c_bigint bigint, c_blob blob, "
+                  "c_boolean boolean, c_date date, c_decimal decimal, c_double double, c_duration "
+                  "duration, c_float float, c_inet inet, c_int int, c_list list<int>, c_map "
+                  "map<text, int>, c_set set<text>, c_smallint smallint, c_text text, c_time time, "
+                  "c_timestamp timestamp, c_timeuuid timeuuid, c_tinyint tinyint, c_tuple "
+                  "tuple<int, text>, c_udt frozen<pair>, c_uuid uuid, c_varint varint) WITH "
+                  "comment = 'It''s \"every\" type'");
+    exec(stmt, "SELECT release_version FROM system.local");
+    const bool has_vectors = std::stoi(fetch_all(stmt).at(0)) >= 5;
+    SQLFreeStmt(stmt, SQL_CLOSE);
+    if (has_vectors)
+        run(stmt, "ALTER TABLE " + keyspace + ".every ADD c_vector vector<float, 3>");
+    return has_vectors;
+}
+
 void live_test::SetUp()
 {
     NEED_NODE("VHCASS_SERVER");
@@ -150,20 +158,4 @@ void live_test::log_on(bool is_wide, const std::string &more)
     conn = live->conn;
     EXPECT_CONN(SQL_SUCCESS, conn, driver_connect(conn, node_settings() + more, is_wide));
     stmt = new_stmt(conn);
-}
-
-void live_test::use_keyspace(const std::string &name)
-{
-    make_keyspace(stmt, name);
-    run(stmt, "USE " + name);
-}
-
-// ---- Diagnostics and results ----------------------------------------------------------------------
-
-void expect_record(SQLSMALLINT type, SQLHANDLE handle, const std::string &wanted)
-{
-    const record_list records = records_of(type, handle);
-    EXPECT_TRUE(records.size() == 1 && records[0].starts_with(wanted.substr(0, 6)) &&
-                records[0].find(wanted.substr(6)) != std::string::npos)
-        << ::testing::PrintToString(records) << "\n  expected " << wanted;
 }

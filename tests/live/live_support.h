@@ -19,7 +19,7 @@
 // ---- Nodes and data sources ---------------------------------------------------------------------
 
 // {host} and {port} in a text become those of a variable with "host:port" or "[::1]:port"; both are
-// empty when the environment names no such node.
+// empty when the environment names no such node. {files} is the folder that VHCASS_TLS_FILES names.
 std::string filled(const std::string &text, const char *variable = "VHCASS_SERVER");
 // For tests that name the node in settings of their own.
 #define NEED_PLAIN_NODE()                                                                          \
@@ -30,13 +30,9 @@ std::string filled(const std::string &text, const char *variable = "VHCASS_SERVE
     if (filled("{host}", variable).empty())                                                        \
     GTEST_SKIP() << "not run: " << (variable) << " names no node (host:port)"
 
-// The driver's name in odbcinst.ini.
+// The driver's name in odbcinst.ini. In odbc.ini is a data source of it, [live], whose second
+// server is VHCASS_SERVER's node, and whose keyspace is `system`.
 inline constexpr char driver_name[] = "Varnholt ODBC-Cassandra Driver";
-
-// Adds a data source of the driver to odbc.ini and gives its name, which no other has: the
-// installer library remembers values by section and key. `lines` is the rest of the section as it
-// shall stand in the file.
-std::string add_data_source(const std::string &lines);
 
 // "DRIVER={...};SERVER=host;PORT=port;" of the node; behind it, for VHCASS_SERVER's, the content of
 // VHCASS_CONNECTION.
@@ -64,9 +60,6 @@ SQLHSTMT new_stmt(SQLHDBC conn);
 row_list query(SQLHDBC conn, const std::string &sql);
 // The connection answers: a query gives what it must.
 void expect_alive(SQLHDBC conn);
-// The first number of the server's version. Vectors and SAI indexes are there from 5 on; a test
-// that needs them leaves that part out before.
-int server_major(SQLHDBC conn);
 
 // ---- Calls --------------------------------------------------------------------------------------
 
@@ -75,21 +68,19 @@ void run(SQLHSTMT stmt, const std::string &sql);
 // An empty keyspace, whose name is added to the file VHCASS_MADE_KEYSPACES. Each test takes a name
 // of its own: tests may run side by side.
 void make_keyspace(SQLHSTMT stmt, const std::string &name);
+// The same with the table `every`, which has a key k and a column of each type, c_list and so on;
+// whether c_vector is among them, which servers have from 5.0 on.
+bool make_every_type(SQLHSTMT stmt, const std::string &keyspace);
+
 // A test with a session that is logged on to VHCASS_SERVER, skipped without one.
 struct live_test : ::testing::Test {
     void SetUp() override;
     // Anew, instead of the session that there was; `more` are further settings.
     void log_on(bool is_wide = false, const std::string &more = {});
-    void use_keyspace(const std::string &name);  // a new one
 
     std::unique_ptr<live_session> live;
     SQLHDBC conn = nullptr;
     SQLHSTMT stmt = nullptr;
 };
-
-// ---- Diagnostics and results ----------------------------------------------------------------------
-
-// The handle has one record: a state and a part of the message, "08S01 error code 8704".
-void expect_record(SQLSMALLINT type, SQLHANDLE handle, const std::string &wanted);
 
 #endif
