@@ -54,57 +54,6 @@ TEST(conduct, texts_values_and_page_sizes_of_requests)
     }
 }
 
-// A cell as wide text by buffers of so many units, each piece ended by "/".
-static std::u16string in_pieces(SQLHSTMT stmt, std::size_t units)
-{
-    std::u16string all;
-    for (SQLRETURN code = SQL_SUCCESS_WITH_INFO;
-         code == SQL_SUCCESS_WITH_INFO && all.size() < 100;) {
-        std::u16string buffer(units, u'?');
-        code = SQLGetData(stmt, 1, SQL_C_WCHAR, buffer.data(), static_cast<SQLLEN>(2 * units),
-                          nullptr);
-        if (SQL_SUCCEEDED(code))
-            all += buffer.substr(0, buffer.find(u'\0')) + u"/";
-    }
-    return all;
-}
-
-// In pieces, and bound: cut between characters, and told, as a rowset of several rows with a cut
-// one is no plain success.
-TEST(conduct, texts_that_are_cut)
-{
-    const struct {
-        std::size_t units;
-        std::u16string pieces[2];
-    } cases[] = {{2, {u"x\u017C/\xF600y//", u"x/\u017C/\xD83D/\xDE00/y/"}},
-                 {4, {u"x\u017C\xF600y//", u"x\u017C\xD83D/\xDE00y/"}},
-                 {6, {u"x\u017C\xF600y/", u"x\u017C\xD83D\xDE00y/"}}};
-    const bytes text = "x\xC5\xBC\xF0\x9F\x98\x80y";
-    for (const bool standard : {false, true}) {
-        const wire_ptr wire = wire_of(standard);
-        run_query(wire, "q", text_page({text, text, text}));
-        for (const auto &[units, pieces] : cases) {
-            EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
-            EXPECT_EQ(in_pieces(wire->stmt, units), pieces[standard]);
-        }
-        for (const SQLSMALLINT type : {SQL_C_CHAR, SQL_C_WCHAR}) {
-            SQLFreeStmt(wire->stmt, SQL_CLOSE);
-            run_query(wire, "q", text_page({"x", "x\xF0\x9F\x98\x80y"}));
-            char16_t rows[2][3] = {};
-            SQLLEN lengths[2];
-            set_attribute(wire->stmt, SQL_ATTR_ROW_ARRAY_SIZE, 2);
-            SQLBindCol(wire->stmt, 1, type, rows, type == SQL_C_CHAR ? 5 : 6, lengths);
-            EXPECT_STMT(standard ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->stmt,
-                        SQLFetch(wire->stmt));
-            if (type == SQL_C_CHAR)
-                EXPECT_STREQ(reinterpret_cast<char *>(rows) + 5, standard ? "x" : "x\xF0\x9F\x98");
-            else
-                EXPECT_EQ(std::u16string(rows[1], 2),
-                          standard ? std::u16string(u"x\0", 2) : u"x\xF600");
-        }
-    }
-}
-
 TEST(conduct, errors_of_the_server)
 {
     const std::tuple<std::uint32_t, std::string, std::string> cases[] = {

@@ -99,3 +99,22 @@ TEST(pieces, bound_columns_lose_a_fraction_and_nothing_else)
             EXPECT_EQ(cell_text(wire->stmt, column), texts[column - 1]);
         }
 }
+
+// Bound, a text is cut between characters; its pieces are full.
+TEST(pieces, halves_of_a_character)
+{
+    const wire_ptr wire = wire_of(true);
+    run_query(wire, "q", text_page({"x\xF0\x9F\x98\x80y", "x\xF0\x9F\x98\x80y"}));
+    char narrow[5] = "";
+    char16_t wide[3] = {};
+    SQLBindCol(wire->stmt, 1, SQL_C_CHAR, narrow, sizeof narrow, nullptr);
+    EXPECT_STMT(SQL_SUCCESS_WITH_INFO, wire->stmt, SQLFetch(wire->stmt));
+    EXPECT_STREQ(narrow, "x");
+    SQLBindCol(wire->stmt, 1, SQL_C_WCHAR, wide, sizeof wide, nullptr);
+    EXPECT_STMT(SQL_SUCCESS_WITH_INFO, wire->stmt, SQLFetch(wire->stmt));
+    EXPECT_EQ(std::u16string(wide), u"x");
+    for (const char16_t *piece : {u"x\xD83D", u"\xDE00y"}) {
+        SQLGetData(wire->stmt, 1, SQL_C_WCHAR, wide, sizeof wide, nullptr);
+        EXPECT_EQ(std::u16string(wide), piece);
+    }
+}
