@@ -3,7 +3,7 @@ import re
 
 import arrow_odbc
 import pyarrow
-from steps import BATCH, usual_steps
+from steps import usual_steps
 from steps import uuid
 
 # Text is narrow there, UTF-8. A longer one than its buffer ends the reading with an error: StringLen makes the

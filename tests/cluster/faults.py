@@ -3,7 +3,7 @@
 again and stopped in their tracks between statements, inside fetches and inside arrays. Each case ends with right rows
 or with the diagnostic that the documents promise; no row is wrong, doubled or lost without a word.
 
-    VHCASS_DRIVER=path tests/cluster/faults.py [CASE...]
+    VHCASS_DRIVER=path tests/cluster/faults.py
 """
 import itertools
 import os
@@ -27,12 +27,7 @@ LEVELS = {"ANY": 0, "ONE": 1, "LOCAL_ONE": 1, "TWO": 2, "THREE": 3, "QUORUM": "q
 ROWS = 6000
 # Appending is not repeatable: what is done twice is seen.
 APPEND = "UPDATE rf3.lists SET l = l + ? WHERE k = ?"
-CASES = {}
 LOG = open(ROOT + "/build/cluster.log", "a")  # of starts
-
-
-def case(function):
-    CASES[function.__name__] = function
 
 
 def check(got, wanted, what=""):
@@ -104,22 +99,14 @@ def native(error):
     return int(re.search(r"\((-?\d+)\) \(SQL", error.args[1])[1])
 
 
-def fails(call, *states):
+def fails(call, state):
     """The error that a call must end with."""
     try:
         call()
     except pyodbc.Error as error:
-        assert error.args[0] in states, error
+        check(error.args[0], state, error)
         return error
-    raise AssertionError(f"no error in place of {states}")
-
-
-def seconds_of(call, least, most):
-    begun = time.monotonic()
-    result = call()
-    took = time.monotonic() - begun
-    assert least <= took <= most, f"{took:.2f} s in place of {least} to {most}"
-    return result
+    raise AssertionError(f"no error in place of {state}")
 
 
 def make_tables():
@@ -154,7 +141,6 @@ def appended(keys):
 
 # ---- The faults ------------------------------------------------------------------------------------------------------
 
-@case
 def killed_between_statements():
     connection = connect(2, 3, 1)
     connection.execute("SELECT v FROM rf3.t WHERE k = 1").fetchall()
@@ -170,7 +156,6 @@ def killed_between_statements():
     check(appended([1, 2]), {1: 1, 2: 1})
 
 
-@case
 def killed_inside_a_fetch():
     waits = 0
     for prepared in (False, True):
@@ -190,7 +175,6 @@ def killed_inside_a_fetch():
     return f"{waits} time-outs"
 
 
-@case
 def killed_inside_an_array():
     connection = connect(2, 3, 1)
     cursor = connection.cursor()
@@ -212,7 +196,6 @@ def killed_inside_an_array():
     resume()
 
 
-@case
 def killed_under_a_pool():
     """Ten threads write through killing and coming back; each knows of each write whether it is done or in doubt."""
     done, doubt, broken, end = [], [], [], time.monotonic() + 20
@@ -243,7 +226,6 @@ def killed_under_a_pool():
     return f"{len(done)} writes, {len(doubt)} in doubt"
 
 
-@case
 def consistency_with_a_replica_down():
     kill(2)
     await_reads(UNAVAILABLE, (1, 3))
@@ -275,54 +257,37 @@ def consistency_with_a_replica_down():
     return f"{tried} requests"
 
 
-@case
 def server_time_outs():
     """A replica that is stopped and not yet known to be down: the coordinator waits its two seconds in vain."""
     connection = connect(1, Consistency="ALL")
     for sql, code in (("INSERT INTO rf3.t (k, v) VALUES (1, 'v1')", WRITE_TIMEOUT),
                       ("SELECT v FROM rf3.t WHERE k = 1", READ_TIMEOUT)):
         send(2, signal.SIGSTOP)
-        check(native(seconds_of(lambda: fails(lambda: connection.execute(sql), "HYT00"), 1.9, 4)), code, sql)
+        check(native(fails(lambda: connection.execute(sql), "HYT00")), code, sql)
         resume()
         connection.execute(sql)
 
 
-@case
-def stopped_coordinator():
-    """It takes requests and connections, and is silent. Its late replies are nobody's rows."""
-    connection = connect(2, ReadTimeout=1000)
-    cursor = connection.cursor()
-    send(2, signal.SIGSTOP)
-    for key in (1, 2):
-        seconds_of(lambda: fails(lambda: cursor.execute("SELECT v FROM rf3.t WHERE k = ?", key), "HYT00"), 0.999, 1.2)
-    # pyodbc connects again by the narrow call.
-    seconds_of(lambda: fails(lambda: connect(2, LogonTimeout=1000), "HYT00"), 1.999, 2.4)
-    other = seconds_of(lambda: connect(2, 3, LogonTimeout=2000), 0.999, 2)
-    check(other.execute("SELECT v FROM rf3.t WHERE k = 3").fetchval(), "v3")
-    send(2, signal.SIGCONT)
-    time.sleep(2)
-    for key in range(20):
-        check(cursor.execute("SELECT v FROM rf3.t WHERE k = ?", key).fetchval(), f"v{key}")
-    await_reads(None)
+CASES = (killed_between_statements, killed_inside_a_fetch, killed_inside_an_array, killed_under_a_pool,
+         consistency_with_a_replica_down, server_time_outs)
 
 
 def main():
-    chosen = sys.argv[1:] or list(CASES)
     for node in TOKENS:
         start(node)
     make_tables()
     failed = 0
-    for name in chosen:
+    for case in CASES:
         begun = time.monotonic()
         try:
             connect(1).execute("TRUNCATE rf3.lists")
-            told = CASES[name]() or "ok"
+            told = case() or "ok"
         except (AssertionError, OSError, pyodbc.Error, subprocess.CalledProcessError) as problem:
-            told, failed = f"FAILED: {problem}", failed + 1
-        print(f"{name}: {told} ({time.monotonic() - begun:.0f} s)", flush=True)
+            told, failed = f"FAILED: {problem}", 1
+        print(f"{case.__name__}: {told} ({time.monotonic() - begun:.0f} s)", flush=True)
         if told.startswith("FAILED"):
             resume()
-    return failed != 0
+    return failed
 
 
 if __name__ == "__main__":

@@ -5,7 +5,6 @@ silent or sends a byte a second. Each call ends within 1.2 times its time-out. N
     VHCASS_DRIVER=path tests/cluster/network.py
 """
 import contextlib
-import ctypes
 import os
 import socket
 import struct
@@ -18,10 +17,11 @@ import pyodbc
 
 DRIVER = os.path.abspath(os.environ["VHCASS_DRIVER"])
 SPACE, NEAR_END, FAR_END = "vhcass-faults", "vhcass-f0", "vhcass-f1"
-HOST, SERVER = "10.213.77.1", "10.213.77.2"
+HOST, SERVER, HARDWARE = "10.213.77.1", "10.213.77.2", "02:00:0a:d5:4d:02"
 GOOD, SILENT, TRICKLING, MUTE = PORTS = 7001, 7002, 7003, 7004
 OPTIONS, SUPPORTED, STARTUP, READY, QUERY, RESULT = 5, 6, 1, 2, 7, 8
 VOID = struct.pack(">i", 1)
+REPLIES = {OPTIONS: (SUPPORTED, bytes(2)), STARTUP: (READY, b""), QUERY: (RESULT, VOID)}
 
 # ---- The server ------------------------------------------------------------------------------------------------------
 
@@ -46,15 +46,11 @@ def answer(peer, port):
     while head := requests.read(9):
         _, _, stream, opcode, size = struct.unpack(">BBhBi", head)
         body = requests.read(size)
-        if opcode == OPTIONS:
-            peer.sendall(frame(stream, SUPPORTED, bytes(2)))
-        elif opcode == STARTUP and port != MUTE:
-            peer.sendall(frame(stream, READY, b""))
-        elif opcode == QUERY and b"trickle" in body:
+        if b"trickle" in body:
             trickle(peer, frame(stream, RESULT, VOID + bytes(100)))
-        elif opcode == QUERY and b"silent" not in body:
+        elif b"silent" not in body and (opcode, port) != (STARTUP, MUTE):
             time.sleep(0.5 if b"slow" in body else 0)
-            peer.sendall(frame(stream, RESULT, VOID))
+            peer.sendall(frame(stream, *REPLIES[opcode]))
 
 
 def serve(peer, port):
@@ -78,50 +74,27 @@ def link(state):
     ip(f"-n {SPACE} link set {FAR_END} {state}")
 
 
-def text_of(port, keys):
-    return f"DRIVER={DRIVER};SERVER={SERVER};PORT={port};{keys}"
-
-
-def log_on(port, keys, seconds=0):
-    """The state of SQLDriverConnect, called once, where pyodbc would call it again."""
-    odbc, env, conn = ctypes.CDLL("libodbc.so.2"), ctypes.c_void_p(), ctypes.c_void_p()
-    odbc.SQLAllocHandle(1, None, ctypes.byref(env))
-    odbc.SQLSetEnvAttr(env, 200, ctypes.c_void_p(3), 0)
-    odbc.SQLAllocHandle(2, env, ctypes.byref(conn))
-    if seconds:
-        odbc.SQLSetConnectAttr(conn, 103, ctypes.c_void_p(seconds), 0)
-    state = ctypes.create_string_buffer(6)
-    if odbc.SQLDriverConnect(conn, None, text_of(port, keys).encode(), -3, None, 0, None, 0) & 0xFFFE:
-        odbc.SQLGetDiagRec(2, conn, 1, state, None, None, 0, None)
-    else:
-        odbc.SQLDisconnect(conn)
-    odbc.SQLFreeHandle(2, conn)
-    odbc.SQLFreeHandle(1, env)
-    return state.value.decode()
+def connect(port, keys, **more):
+    return pyodbc.connect(f"DRIVER={DRIVER};SERVER={SERVER};PORT={port};{keys}", autocommit=True, **more)
 
 
 def await_server():
     for _ in range(100):
-        if log_on(GOOD, "Standard=Yes;LogonTimeout=500") == "":
-            return
+        with contextlib.suppress(pyodbc.Error):
+            return connect(GOOD, "Standard=Yes;LogonTimeout=500")
         time.sleep(0.1)
-
-
-def request(connection, words):
-    try:
-        connection.execute(words)
-        return ""
-    except pyodbc.Error as error:
-        return error.args[0]
 
 
 failures = []
 
 
-def timed(name, state, limit, call, *arguments):
+def timed(name, state, limit, call, *arguments, **more):
     """The call ends with the state, no sooner than its limit and within 1.2 times of it; of 0, within a second."""
-    begun = time.monotonic()
-    got = call(*arguments)
+    begun, got = time.monotonic(), ""
+    try:
+        call(*arguments, **more)
+    except pyodbc.Error as error:
+        got = error.args[0]
     took = time.monotonic() - begun
     good = got == state and limit - 0.002 <= took <= (limit * 1.2 or 1)
     of = f" of {limit} s" if limit else ""
@@ -135,35 +108,31 @@ def silence():
     for what, port, more in (("a silent server", SILENT, ""), ("a silent server", SILENT, tls),
                              ("a byte a second", TRICKLING, ""), ("a byte a second", TRICKLING, tls),
                              ("no answer to STARTUP", MUTE, "")):
+        # pyodbc connects twice, by the wide call and by the narrow one.
         name = f"connecting, {what}{', TLS' if more else ''}"
-        timed(f"{name}, LogonTimeout", "HYT00", 1.5, log_on, port, f"Standard=Yes;LogonTimeout=1500;{more}")
-        timed(f"{name}, SQL_ATTR_LOGIN_TIMEOUT", "HYT00", 2, log_on, port, f"Standard=Yes;{more}", 2)
+        timed(f"{name}, LogonTimeout", "HYT00", 2 * 1.5, connect, port, f"Standard=Yes;LogonTimeout=1500;{more}")
+        timed(f"{name}, SQL_ATTR_LOGIN_TIMEOUT", "HYT00", 2 * 2, connect, port, f"Standard=Yes;{more}", timeout=2)
     for words in ("silent", "trickle"):
         for conduct in ("", "Standard=Yes;"):
-            connection = pyodbc.connect(text_of(GOOD, f"{conduct}ReadTimeout=2500"), autocommit=True)
-            timed(f"a {words} reply, {conduct}ReadTimeout", "HYT00", 2.5, request, connection, words)
+            connection = connect(GOOD, f"{conduct}ReadTimeout=2500")
+            timed(f"a {words} reply, {conduct}ReadTimeout", "HYT00", 2.5, connection.execute, words)
         for name, state, more in (("QUERY", "HYT00", {}), ("CONNECTION", "HYT01", {"attrs_before": {113: 2}})):
-            connection = pyodbc.connect(text_of(GOOD, "Standard=Yes"), autocommit=True, **more)
+            connection = connect(GOOD, "Standard=Yes", **more)
             if not more:
                 connection.timeout = 2
-            timed(f"a {words} reply, SQL_ATTR_{name}_TIMEOUT", state, 2, request, connection, words)
+            timed(f"a {words} reply, SQL_ATTR_{name}_TIMEOUT", state, 2, connection.execute, words)
 
 
 def dead_link():
-    long_text = "INSERT '" + "x" * 1_000_000 + "'"
-    for name, words in (("the reply", "slow"), ("a long request", long_text)):
-        connection = pyodbc.connect(text_of(GOOD, "Standard=Yes;ReadTimeout=1500"), autocommit=True)
-        down = threading.Timer(0.2 if words == "slow" else 0, link, ["down"])
-        down.start()
-        if words != "slow":
-            down.join()
-        timed(f"the link goes down before {name}", "HYT00", 1.5, request, connection, words)
-        if words == "slow":
-            timed("the next request", "HYT00", 1.5, request, connection, "next")
-            timed("connecting", "HYT00", 1.5, log_on, GOOD, "Standard=Yes;LogonTimeout=1500")
-        link("up")
-        await_server()
-        timed("the link is up again: the same connection", "", 0, request, connection, "next")
+    connection = connect(GOOD, "Standard=Yes;ReadTimeout=1500")
+    threading.Timer(0.2, link, ["down"]).start()
+    for name, words in (("the link goes down before the reply", "slow"), ("the next request", "next"),
+                        ("a long request", "INSERT '" + "x" * 1_000_000 + "'")):
+        timed(name, "HYT00", 1.5, connection.execute, words)
+    timed("connecting", "HYT00", 2 * 1.5, connect, GOOD, "Standard=Yes;LogonTimeout=1500")
+    link("up")
+    await_server()
+    timed("the link is up again: the same connection", "", 0, connection.execute, "next")
 
 
 def main():
@@ -173,19 +142,20 @@ def main():
         listen(PORTS[0])
     ip(f"netns add {SPACE}")
     try:
-        ip(f"link add {NEAR_END} type veth peer name {FAR_END} netns {SPACE}")
-        ip(f"addr add {HOST}/30 dev {NEAR_END}")
-        ip(f"link set {NEAR_END} up")
-        ip(f"-n {SPACE} addr add {SERVER}/30 dev {FAR_END}")
+        # The server's hardware address is known for good: the dead link is silent, and no route that is missing.
+        for words in (f"link add {NEAR_END} type veth peer name {FAR_END} address {HARDWARE} netns {SPACE}",
+                      f"addr add {HOST}/30 dev {NEAR_END}", f"link set {NEAR_END} up",
+                      f"neigh add {SERVER} lladdr {HARDWARE} dev {NEAR_END}",
+                      f"-n {SPACE} addr add {SERVER}/30 dev {FAR_END}"):
+            ip(words)
         link("up")
-        server = subprocess.Popen(["ip", "netns", "exec", SPACE, sys.executable, __file__, "--serve"])
-        try:
-            await_server()
-            silence()
-            dead_link()
-        finally:
-            server.kill()
-            server.wait()
+        with subprocess.Popen(["ip", "netns", "exec", SPACE, sys.executable, __file__, "--serve"]) as server:
+            try:
+                await_server()
+                silence()
+                dead_link()
+            finally:
+                server.kill()
     finally:
         ip(f"netns del {SPACE}")
     return len(failures) != 0

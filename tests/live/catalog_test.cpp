@@ -13,11 +13,11 @@ struct live_catalog : live_test {
         run(stmt, "USE " + name);
         for (const char *sql :
              {"CREATE TABLE keyed (k1 int, \"K2\" decimal, c int, \"select\" text, st int static, "
-              "tx text, PRIMARY KEY ((k1, \"K2\"), c))",
+              "x map<text, frozen<list<int>>>, PRIMARY KEY ((k1, \"K2\"), c))",
               "CREATE TABLE \"Counts\" (id int PRIMARY KEY, \"a, (\xC3\xBC\" counter)",
               "CREATE INDEX keyed_select ON keyed (\"select\")",
               "CREATE TABLE \"Quotes\" (\"Pk\" int, \"C\" int, \"q\"\"'%_\" text, m "
-              "map<text, frozen<list<int>>>, \"F\" frozen<list<int>>, u pair, "
+              "map<text, int>, \"F\" frozen<list<int>>, u pair, "
               "l 'org.apache.cassandra.db.marshal.LexicalUUIDType', PRIMARY KEY (\"Pk\", \"C\"))",
               "CREATE INDEX quotes_m ON \"Quotes\" (values(m))",
               "CREATE INDEX quotes_f ON \"Quotes\" (full(\"F\"))"})
@@ -95,7 +95,7 @@ TEST_F(live_catalog, by_default_tells_tables_columns_and_keys)
         told(SQLColumns(stmt, NONE, ANSI("live_columns"), ANSI("keyed"), ANSI("SELECT")), {4}),
         row_list{"select"});
     EXPECT_EQ(told(SQLColumns(stmt, NONE, ANSI("live_columns"), ANSI("keyed"), NONE), {4, 16, 17}),
-              (row_list{"k1|4|0", "K2|19|1", "c|4|2", "select|256|3", "st|4|4", "tx|256|5"}));
+              (row_list{"k1|4|0", "K2|19|1", "c|4|2", "select|256|3", "st|4|4", "x|1024|5"}));
     EXPECT_EQ(
         told(SQLPrimaryKeys(stmt, NONE, ANSI("live_columns"), ANSI("keyed")), {1, 2, 3, 4, 5, 6}),
         (row_list{"CASSANDRA|live_columns|keyed|k1|1|NULL",
