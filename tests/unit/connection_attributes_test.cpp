@@ -1,5 +1,5 @@
-// Connection attributes by their entry points: what is stored and what is refused. What each one
-// reads at first is compared with the pages of docs/.
+// Connection attributes and functions by their entry points: what is stored, what is refused, and
+// what there is. What each attribute reads at first is compared with the pages of docs/.
 #include "tests/unit/handles.h"
 
 struct attributes : stmt_fixture {
@@ -45,9 +45,6 @@ TEST_F(attributes, what_is_accepted_and_refused)
     EXPECT_EQ(conn->ansi_app, 0);
     EXPECT_EQ(set(SQL_ATTR_ANSI_APP, SQL_AA_FALSE), "");
     EXPECT_EQ(conn->ansi_app, 1);
-    guarded at;  // reading this stores nothing and posts a record beside the success
-    const SQLRETURN code = SQLGetConnectAttr(conn, SQL_ATTR_ANSI_APP, at.data(), 8, nullptr);
-    EXPECT_EQ(outcome(code, conn) + at.written(), "0 HY000");
 }
 
 TEST_F(attributes, ends_of_transactions_resets_and_work_under_way)
@@ -67,4 +64,30 @@ TEST_F(attributes, ends_of_transactions_resets_and_work_under_way)
     EXPECT_EQ(set(SQL_MAX_ROWS, 0), "HY010");
     EXPECT_EQ(outcome(SQLGetConnectAttr(conn, SQL_MAX_ROWS, nullptr, 0, nullptr), conn), "HY010");
     EXPECT_EQ(end(SQL_HANDLE_DBC, conn, SQL_COMMIT), "HY010 HY010");  // tested before it clears
+}
+
+TEST_F(attributes, the_three_forms_of_get_functions_agree)
+{
+    SQLUSMALLINT bits[SQL_API_ODBC3_ALL_FUNCTIONS_SIZE], words[100], single = 77;
+    std::memset(bits, 0xFF, sizeof bits);
+    std::memset(words, 0xFF, sizeof words);
+    ASSERT_EQ(SQLGetFunctions(conn, SQL_API_ODBC3_ALL_FUNCTIONS, bits), SQL_SUCCESS);
+    ASSERT_EQ(SQLGetFunctions(conn, SQL_API_ALL_FUNCTIONS, words), SQL_SUCCESS);
+    int claimed = 0;
+    for (SQLUSMALLINT code = 1; code < 4000; code += code == 998 ? 2 : 1) {  // 999: all
+        ASSERT_EQ(SQLGetFunctions(conn, code, &single), SQL_SUCCESS);
+        EXPECT_TRUE(single == SQL_FUNC_EXISTS(bits, code) && (code >= 100 || single == words[code]))
+            << code;
+        claimed += single;
+    }
+    EXPECT_EQ(claimed, 74);
+    EXPECT_TRUE(words[SQL_API_SQLSETPOS] == 1 && words[SQL_API_SQLDATASOURCES] == 0);
+    EXPECT_EQ(SQLGetFunctions(conn, SQL_API_ALL_FUNCTIONS, nullptr), SQL_SUCCESS);
+    // The ten that the library does not export.
+    conn->conduct = &standard_conduct;
+    ASSERT_EQ(SQLGetFunctions(conn, SQL_API_ODBC3_ALL_FUNCTIONS, bits), SQL_SUCCESS);
+    int told = 0;
+    for (SQLUSMALLINT code = 1; code < 4000; code++)
+        told += SQL_FUNC_EXISTS(bits, code);
+    EXPECT_TRUE(told == 64 && !SQL_FUNC_EXISTS(bits, SQL_API_SQLSETPOS));
 }

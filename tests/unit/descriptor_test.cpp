@@ -23,7 +23,6 @@ struct descriptor : stmt_fixture {
         field->precision = 38;
         field->scale = 15;
         field->unsigned_attr = -1;
-        field->keyspace_name = cass_string_from_cstr("shop");
     }
     std::string set(cass_desc *desc, SQLSMALLINT rec, SQLSMALLINT id, const void *value)
     {
@@ -52,11 +51,6 @@ TEST_F(descriptor, a_column_is_told_otherwise_than_its_record)
         SQLColAttributes(stmt, 2, SQL_COLUMN_TYPE, nullptr, 0, nullptr, &number);
         EXPECT_EQ(number, wanted);
     }
-    // A column tells no schema, a descriptor does.
-    char text[2][32];
-    SQLGetDescField(ird, 1, SQL_DESC_SCHEMA_NAME, text[0], 32, nullptr);
-    SQLColAttribute(stmt, 1, SQL_DESC_SCHEMA_NAME, text[1], 32, nullptr, nullptr);
-    EXPECT_EQ(std::string(text[0]) + text[1], "shop");
 }
 
 TEST_F(descriptor, what_may_be_read_and_set_depends_on_the_role)
