@@ -78,13 +78,6 @@ inline std::string reply(int opcode, const std::string &body, int flags = 0)
     return std::string(head, sizeof head) + long_str(body);
 }
 
-// The next frame from the peer, or null.
-inline cass_packet *read_reply(cass_stmt *stmt)
-{
-    cass_exchange_failure failure;
-    return cass_read_packet(stmt, &failure);
-}
-
 // A frame of the statement with this body, ready to be read.
 inline cass_packet *packet_of(cass_stmt *stmt, std::uint8_t opcode, const std::string &body)
 {

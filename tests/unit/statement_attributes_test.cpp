@@ -21,25 +21,22 @@ struct statement_attributes : stmt_fixture {
 
 TEST_F(statement_attributes, cursor_properties_are_kept_in_step)
 {
-    constexpr SQLINTEGER SENSE = SQL_ATTR_CURSOR_SENSITIVITY, TYPE = SQL_ATTR_CURSOR_TYPE,
-                         SCROLL = SQL_ATTR_CURSOR_SCROLLABLE, LOCKS = SQL_ATTR_CONCURRENCY;
     // Type, concurrency, scrollable and sensitivity, before and after.
-    // clang-format off
-    static constexpr struct { SQLULEN was[4]; int attribute; SQLULEN value, is[4]; } cases[] = {
-        {{0, 1, 0, 0}, SENSE, 2, {2, 2, 0, 2}}, {{0, 1, 0, 2}, SCROLL, 1, {2, 1, 1, 2}},
-        {{3, 1, 1, 0}, SCROLL, 7, {0, 1, 7, 0}}, {{0, 4, 0, 0}, TYPE, 3, {3, 4, 1, 2}},
-        {{3, 1, 1, 1}, TYPE, 0, {0, 1, 0, 1}}, {{3, 2, 1, 2}, LOCKS, 1, {3, 1, 1, 1}},
-    };
-    // clang-format on
-    for (const auto &c : cases) {
-        stmt->attrs.cursor_type = c.was[0];
-        stmt->attrs.concurrency = c.was[1];
-        stmt->attrs.cursor_scrollable = c.was[2];
-        stmt->attrs.cursor_sensitivity = c.was[3];
-        EXPECT_EQ(set(c.attribute, c.value), "");
-        EXPECT_TRUE(get(TYPE) == c.is[0] && get(LOCKS) == c.is[1] && get(SCROLL) == c.is[2] &&
-                    get(SENSE) == c.is[3])
-            << "attribute " << c.attribute << " = " << c.value;
+    using properties = std::tuple<SQLULEN, SQLULEN, SQLULEN, SQLULEN>;
+    static constexpr std::tuple<properties, int, SQLULEN, properties> cases[] = {
+        {{0, 1, 0, 0}, SQL_ATTR_CURSOR_SENSITIVITY, 2, {2, 2, 0, 2}},
+        {{0, 1, 0, 2}, SQL_ATTR_CURSOR_SCROLLABLE, 1, {2, 1, 1, 2}},
+        {{3, 1, 1, 0}, SQL_ATTR_CURSOR_SCROLLABLE, 7, {0, 1, 7, 0}},
+        {{0, 4, 0, 0}, SQL_ATTR_CURSOR_TYPE, 3, {3, 4, 1, 2}},
+        {{3, 1, 1, 1}, SQL_ATTR_CURSOR_TYPE, 0, {0, 1, 0, 1}},
+        {{3, 2, 1, 2}, SQL_ATTR_CONCURRENCY, 1, {3, 1, 1, 1}}};
+    cass_stmt_attrs &at = stmt->attrs;
+    auto kept =
+        std::tie(at.cursor_type, at.concurrency, at.cursor_scrollable, at.cursor_sensitivity);
+    for (const auto &[before, attribute, value, after] : cases) {
+        kept = before;
+        EXPECT_EQ(set(attribute, value), "");
+        EXPECT_EQ(kept, after) << attribute << " = " << value;
     }
     // A rowset has at least one row; its change on a prepared statement rebinds.
     stmt->prepared = 1;
