@@ -27,7 +27,7 @@ struct bundle : ::testing::Test {
              {conn->settings.astra, conn->settings.metadata_port, conn->settings.port,
               conn->settings.encrypt, conn->settings.trust_server_certificate})
             all += " " + std::to_string(number);
-        return all + "\n" + records(&conn->head);
+        return all + "\n" + records(conn);
     }
 };
 
@@ -38,7 +38,7 @@ TEST_F(bundle, that_is_broken_is_told_and_keeps_what_was_taken)
 {
     const std::string zeros((16 << 20) + 1, '\0');
     const std::string none = "old (null) 0 0 0 0 1\n", all = "db Ks 1 1 2 0 1\n";
-    const std::string error = "HY000|General error: ", missing = error + "Failed to extract ";
+    const std::string error = "HY000 General error: ", missing = error + "Failed to extract ";
     const std::string broken = error + "Failed to parse config.json ";
     EXPECT_EQ(told("/no/such"), none + error + "Failed to open bundle '/no/such'\n");
     const std::pair<std::string, std::string> cases[] = {

@@ -1,8 +1,7 @@
-// Sessions that do not begin, and replies that do not come: a context of TLS that cannot be made,
-// peers that speak something else or not at all, plain and by TLS.
+// Sessions that do not begin, and replies that do not come: servers without TLS, and those that do
+// not speak at all, plain and by TLS.
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <openssl/evp.h>
 
 #include <atomic>
 #include <functional>
@@ -17,52 +16,19 @@
 #include "tests/unit/handles.h"
 #include "tests/node/node_tls.h"
 
-static const std::string no_connection = "08001|Client unable to establish connection: ";
-static const std::string error = no_connection + "SSL error\n";
+static const std::string no_connection = "08001 Client unable to establish connection: ";
 
-// The records of an attempt, OpenSSL's own ones only by their beginning.
-static std::string start_records(session &s)
-{
-    EXPECT_EQ(cass_ssl_start(s.conn), -6);
-    EXPECT_EQ(s.conn->ssl, nullptr);
-    EXPECT_GE(s.conn->socket, 0);
-    std::string all = records(&s.conn->head);
-    for (std::size_t at; (at = all.find(" 'error:")) != std::string::npos;)
-        all.erase(at, all.find('\n', at) - at);
-    cass_diag_clear(&s.conn->head);
-    return all;
-}
-
-TEST(tls_start, without_a_context_or_entropy_fails_before_a_byte_goes_out)
+TEST(tls_start, server_that_speaks_no_tls_is_told)
 {
     session s;
-    EVP_set_default_properties(nullptr, "provider=none");
-    EXPECT_EQ(start_records(s), no_connection + "Required SSL (no ssl_info)\n");
-    EVP_set_default_properties(nullptr, "");
-    EXPECT_EQ(s.env->ssl_shared, nullptr);
-    s.conn->settings.entropy_file = cass_string_from_cstr("/tmp/%s%n");
-    EXPECT_EQ(start_records(s), no_connection + "Loading entropy from '/tmp/%s%n' failed\n");
-    EXPECT_EQ(heard(s), "");
-}
-
-TEST(tls_start, peers_that_speak_something_else_are_told)
-{
-    const std::string failed = no_connection + "SSL connection failed\n";
-    const std::pair<std::string, std::string> cases[] = {
-        {reply(OPCODE_ERROR, be32(10) + str("Invalid or unsupported protocol version (22)")),
-         failed + error},
-        {std::string("\x15\x03\x03\0\2\1\0", 7), failed},  // alert: close notify
-        {std::string("\x16\x03\x03\0\4\0\0\0\0", 9),       // a hello request, and no more
-         "08S01|Communication link failure: read failed (peer shutdown)\n" + no_connection +
-             "SSL Error, conn_read failed\n"},
-    };
-    for (const auto &[said, told] : cases) {
-        session s;
-        say(s, said);
-        shutdown(s.peer, SHUT_WR);
-        EXPECT_EQ(start_records(s), told) << said;
-        EXPECT_EQ(heard(s)[0], 0x16);
-    }
+    say(s, reply(OPCODE_ERROR, be32(10) + str("Invalid or unsupported protocol version (22)")));
+    EXPECT_EQ(cass_ssl_start(s.conn), -6);
+    EXPECT_TRUE(s.conn->ssl == nullptr && s.conn->socket >= 0);
+    const std::string told = records(s.conn);
+    EXPECT_TRUE(told.starts_with(no_connection + "SSL connection failed\n" + no_connection +
+                                 "SSL error 'error:"))
+        << told;
+    EXPECT_EQ(heard(s)[0], 0x16);  // a handshake
 }
 
 // ---- Sessions -----------------------------------------------------------------------------------
@@ -107,7 +73,7 @@ TEST(tls_session, request_that_is_not_answered_in_time_ends)
             EXPECT_EQ(send_and_execute(s.stmt, packet.get()), -1);
             const std::int64_t took = cass_monotonic_ms() - begun;
             EXPECT_TRUE(took >= 200 && took < 2000) << took;
-            EXPECT_EQ(records(&s.stmt->head), "HYT00|Timeout expired\n");
+            EXPECT_EQ(records(s.stmt), "HYT00 Timeout expired\n");
             EXPECT_EQ(conn_write(s.conn, "x", 1), -1);  // the stream stands inside a frame
             over = true;
             server.join();
@@ -139,7 +105,7 @@ TEST(open_servers, that_stay_silent_end_in_a_time_out)
         cass_diag_clear(&s.conn->head);
         const std::int64_t begun = cass_monotonic_ms();
         EXPECT_EQ(cass_connect(s.conn, 0), SQL_ERROR);
-        EXPECT_EQ(records(&s.conn->head), "HYT01|Connection timeout expired\n");
+        EXPECT_EQ(records(s.conn), "HYT01 Connection timeout expired\n");
         const std::int64_t took = cass_monotonic_ms() - begun;
         EXPECT_TRUE(took >= (seconds == 0 ? 290 : 990) && (seconds == 1 || took < 950)) << took;
     }
