@@ -31,6 +31,10 @@ TEST_F(internal_result, columns_and_rows_in_stable_sort_order)
         EXPECT_EQ(wanted, line.str());
         field++;
     }
+    conn->conduct = &standard_conduct;
+    ASSERT_EQ(0, cass_create_internal_rs(stmt, &shape, nullptr));
+    EXPECT_EQ("SMALLINT 2", text_of(stmt->ird->fields[2].type_name) + " " +
+                                std::to_string(stmt->ird->fields[2].octet_length));
     // Numbers as numbers, text by its bytes, null first, arrival order among equals.
     // clang-format off
     static constexpr const char *rows[][3] = {
