@@ -191,27 +191,49 @@ TEST(exact_cells, each_target_holds_what_it_can)
     }
 }
 
+// ---- Cells of no length of their type -----------------------------------------------------------
+
+TEST(cell_convert, a_length_that_lies_gives_up_the_rows)
+{
+    // clang-format off
+    const std::pair<int, std::vector<int>> types[] = {
+        {CQL_VARCHAR, {65, INT32_MAX}}, {CQL_DECIMAL, {3}}, {CQL_TINYINT, {2}}, {CQL_BOOLEAN, {2}},
+        {CQL_INT, {3, 5, 65}}, {CQL_SMALLINT, {1, 3}}, {CQL_BIGINT, {7, 9}}, {CQL_COUNTER, {7, 9}},
+        {CQL_FLOAT, {3, 5}}, {CQL_DOUBLE, {7, 9}}, {CQL_DATE, {3, 5}}, {CQL_TIME, {7, 9}},
+        {CQL_UUID, {15, 17}}, {CQL_TIMEUUID, {15, 17}}, {CQL_TIMESTAMP, {7, 9}}};
+    // clang-format on
+    for (const auto &[type, lengths] : types)
+        for (const int length : lengths) {
+            const rig_ptr rig = rig_open({type});
+            rig_page(rig, be(length, 4) + std::string(64, '\x11'));
+            rig->stmt->page.current_row_count = 100;
+            EXPECT_EQ("08S01", outcome(rig_row(rig), rig->stmt)) << length << " of " << type;
+            EXPECT_EQ(100, rig->stmt->page.current_row_offset);
+        }
+    for (const auto &[type, is_null] : {std::pair(CQL_BLOB, 0), {CQL_VARINT, 1}, {CQL_INT, 1}})
+        EXPECT_EQ(cell_rig_of({type, ""})->field(1)->data_storage.isnull, is_null) << type;
+    const rig_ptr rig = rig_open({CQL_INET});
+    rig_page(rig, cell_of("12345"));
+    EXPECT_EQ("08S01", outcome(rig_row(rig), rig->stmt));
+}
+
 // ---- NULL, probes, and when a column is delivered -----------------------------------------------
 
 TEST(cell_convert, a_probe_for_the_length_leaves_text_open_and_closes_the_rest)
 {
     const source blob(CQL_BLOB, "blob");
-    const std::tuple<source, int, SQLLEN, bool> cases[] = {{"h\xC3\xA9llo", SQL_C_CHAR, 6, true},
-                                                           {"h\xC3\xA9llo", SQL_C_WCHAR, 10, true},
-                                                           {"", SQL_C_CHAR, 0, false},
-                                                           {blob, SQL_C_BINARY, 4, true},
-                                                           {blob, SQL_C_CHAR, 4, true},
-                                                           {blob, SQL_C_WCHAR, 16, true},
-                                                           {123, SQL_C_LONG, 4, false},
-                                                           {moment(0), SQL_C_WCHAR, 38, false}};
+    // clang-format off
+    const std::tuple<source, int, SQLLEN, bool> cases[] = {
+        {"h\xC3\xA9llo", SQL_C_CHAR, 6, true}, {"h\xC3\xA9llo", SQL_C_WCHAR, 10, true},
+        {"", SQL_C_CHAR, 0, false}, {blob, SQL_C_BINARY, 4, true}, {blob, SQL_C_CHAR, 4, true},
+        {blob, SQL_C_WCHAR, 16, true}, {123, SQL_C_LONG, 4, false},
+        {moment(0), SQL_C_WCHAR, 38, false}};
+    // clang-format on
     for (const auto &[from, target, length, stays_open] : cases) {
-        SCOPED_TRACE(std::to_string(from.type) + " to " + std::to_string(target));
         const rig_ptr rig = cell_rig_of(from);
         SQLLEN told = -5;
-        const SQLRETURN code =
-            SQLGetData(rig->stmt, 1, static_cast<SQLSMALLINT>(target), nullptr, 0, &told);
-        EXPECT_EQ("", outcome(code, rig->stmt));
-        EXPECT_EQ(length, told);
+        EXPECT_EQ(SQLGetData(rig->stmt, 1, SQLSMALLINT(target), nullptr, 0, &told), SQL_SUCCESS);
+        EXPECT_EQ(length, told) << from.type << " to " << target;
         EXPECT_EQ(stays_open ? SQL_SUCCESS : SQL_NO_DATA, read_cell(rig, target, 64).code);
     }
 }

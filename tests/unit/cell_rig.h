@@ -18,7 +18,6 @@ struct cell_rig : session {
     cell_rig() : session(false) {}
 
     cass_field *field(int column) const { return &stmt->ird->fields[column - 1]; }
-    cass_data_storage &cell(int column = 1) const { return field(column)->data_storage; }
     std::string states() const { return states_of(&stmt->head); }
     ~cell_rig()
     {

@@ -16,15 +16,6 @@ static std::string read_shown(const rig_ptr &rig, int type, std::size_t room)
     return std::to_string(result.length) + " " + told(result.code, rig);
 }
 
-static std::string bound_shown(const rig_ptr &rig, int type, SQLLEN length)
-{
-    static char at[64];
-    const std::string states =
-        told(SQLBindCol(rig->stmt, 1, static_cast<SQLSMALLINT>(type), at, length, nullptr), rig);
-    const cass_field &field = rig->stmt->ard->fields[0];
-    return states + (field.data_ptr == at ? " bound " : " ") + std::to_string(field.octet_length);
-}
-
 // What is shown on a row of the cell, with one of a NULL behind it, with the flag and without it.
 static void expect_choice(const char *flag, const source &cell, const std::string &by_default,
                           const std::string &by_standard, std::string (*shown)(const rig_ptr &rig))
@@ -35,7 +26,7 @@ static void expect_choice(const char *flag, const source &cell, const std::strin
 
 TEST(conduct, choices)
 {
-    const source blob(CQL_BLOB, "ab"), uuid(CQL_UUID, std::string(16, 'u'));
+    const source blob(CQL_BLOB, "ab");
     const std::string nothing = std::to_string(UNTOUCHED);
     expect_choice("cancelling_a_prepared_statement_fails", 1, "!", "", [](const rig_ptr &rig) {
         rig->stmt->prepared = 1;
@@ -73,8 +64,6 @@ TEST(conduct, choices)
                   });
     expect_choice("exact_fit_counts_as_cut", blob, "2 1 01004@1", "2 ",
                   [](const rig_ptr &rig) { return read_shown(rig, SQL_C_BINARY, 2); });
-    expect_choice("hexadecimal_length_is_undoubled", blob, "2 ", "4 ",
-                  [](const rig_ptr &rig) { return read_shown(rig, SQL_C_CHAR, 64); });
     expect_choice("probe_uses_up_column", 1, nothing + " 100 ", "4 ", [](const rig_ptr &rig) {
         SQLLEN length = 0;
         SQLGetData(rig->stmt, 1, SQL_C_SLONG, nullptr, 0, &length);
@@ -88,19 +77,13 @@ TEST(conduct, choices)
                   });
     expect_choice("ard_type_reads_column_in_front", 1, nothing + " 07006@0", "2 ",
                   [](const rig_ptr &rig) {
-                      bound_shown(rig, SQL_C_SSHORT, 2);
+                      SQLSMALLINT at = 0;
+                      SQLBindCol(rig->stmt, 1, SQL_C_SSHORT, &at, 2, nullptr);
                       return read_shown(rig, SQL_ARD_TYPE, 4);
                   });
     expect_choice("blanks_cut_number", "123  ", "0c", "7b", [](const rig_ptr &rig) {
         return to_hex(read_cell(rig, SQL_C_UTINYINT, 1).written);
     });
-    expect_choice("uuid_arrays_are_spaced_by_length", uuid, " bound 40", " bound 16",
-                  [](const rig_ptr &rig) { return bound_shown(rig, SQL_C_GUID, 40); });
-    expect_choice("a_refused_column_stays_bound", 1, "HY021 bound -4", "HY021 -4",
-                  [](const rig_ptr &rig) {
-                      rig->field(1)->precision = 0;
-                      return bound_shown(rig, SQL_C_CHAR, -4);
-                  });
     expect_choice("local_row_is_transferred_twice", 1, "int 0 01004@1", "big 1 01004@1",
                   [](const rig_ptr &rig) {
                       char name[4] = "";
@@ -127,27 +110,9 @@ TEST(conduct, choices_of_descriptions_and_diagnostics)
         SQLColAttribute(rig->stmt, 1, SQL_DESC_SCHEMA_NAME, text, 8, nullptr, nullptr);
         return std::string(text);
     });
-    expect_choice("a_cut_descriptor_text_is_a_success", 1, "0 01004", "1 01004",
-                  [](const rig_ptr &rig) {
-                      char text[3];
-                      cass_desc *ird = rig->stmt->ird;
-                      rig->field(1)->column_name = cass_string_from_cstr("name");
-                      return outcome(SQLGetDescField(ird, 1, SQL_DESC_NAME, text, 3, nullptr), ird);
-                  });
     expect_choice("a_record_past_the_end_is_an_error", 1, "07009", "100 ", [](const rig_ptr &rig) {
         cass_desc *ird = rig->stmt->ird;
         return outcome(SQLGetDescField(ird, 9, SQL_DESC_TYPE, nullptr, 0, nullptr), ird);
-    });
-    expect_choice("local_shorts_are_integers", 1, "4", "2", [](const rig_ptr &rig) {
-        SQLLEN octets = 0;
-        rig->stmt->page.current_packet = nullptr;
-        SQLGetTypeInfo(rig->stmt, SQL_BIGINT);
-        SQLColAttribute(rig->stmt, 2, SQL_DESC_OCTET_LENGTH, nullptr, 0, nullptr, &octets);
-        return std::to_string(octets);
-    });
-    expect_choice("a_cursor_name_needs_a_buffer", 1, "!", "", [](const rig_ptr &rig) {
-        SQLSMALLINT length = 0;
-        return told(SQLGetCursorName(rig->stmt, nullptr, 0, &length), rig);
     });
     expect_choice("a_lost_cursor_name_is_silent", 1, "!", "HY009", [](const rig_ptr &rig) {
         return told(SQLSetCursorName(rig->stmt, nullptr, SQL_NTS), rig);
@@ -161,21 +126,6 @@ TEST(conduct, choices_of_descriptions_and_diagnostics)
                           SQLGetConnectAttr(rig->conn, SQL_ATTR_ANSI_APP, nullptr, 0, nullptr);
                       return outcome(code, rig->conn);
                   });
-    expect_choice("a_probe_of_a_record_counts_units", 1, "2", "3", [](const rig_ptr &rig) {
-        SQLSMALLINT length = 0;
-        cass_post_error(&rig->stmt->head, STATE_HY000, 0, "x");
-        cass_string *&text = rig->stmt->head.diag_records->text;
-        cass_string_free(std::exchange(text, string_of(u"a\u00E9").release()));
-        SQLGetDiagRec(SQL_HANDLE_STMT, rig->stmt, 1, nullptr, nullptr, nullptr, 0, &length);
-        return std::to_string(length);
-    });
-    expect_choice("a_probe_of_a_text_field_is_no_data", 1, "100 ", "", [](const rig_ptr &rig) {
-        cass_post_error(&rig->stmt->head, STATE_HY000, 0, "x");
-        const SQLRETURN code = SQLGetDiagField(SQL_HANDLE_STMT, rig->stmt, 1, SQL_DIAG_MESSAGE_TEXT,
-                                               nullptr, 0, nullptr);
-        cass_diag_clear(&rig->stmt->head);
-        return told(code, rig);
-    });
     expect_choice("the_wide_connection_name_is_zero", 1, "number", "text", [](const rig_ptr &rig) {
         SQLSMALLINT length = -1;
         char text[8];
@@ -188,10 +138,9 @@ TEST(conduct, choices_of_descriptions_and_diagnostics)
         return outcome(SQLSetDescField(ard, 1, SQL_DESC_NUM_PREC_RADIX, odbc_number(10), 0), ard);
     });
     expect_choice("an_exact_output_string_is_whole", 1, "0", "1", [](const rig_ptr &rig) {
-        char text[4];
-        SQLSMALLINT length;
+        char16_t text[4];
         const owned_string out = string_of(u"a=b;");
         return std::to_string(
-            driver_connect_write(rig->conn, out.get(), {text, 4, &length, TEXT_ANSI}));
+            driver_connect_write(rig->conn, out.get(), {text, 4, nullptr, TEXT_WIDE_UNITS}));
     });
 }

@@ -78,13 +78,6 @@ inline std::string reply(int opcode, const std::string &body, int flags = 0)
     return std::string(head, sizeof head) + long_str(body);
 }
 
-// The next frame from the peer, or null.
-inline cass_packet *read_reply(cass_stmt *stmt)
-{
-    cass_exchange_failure failure;
-    return cass_read_packet(stmt, &failure);
-}
-
 // A frame of the statement with this body, ready to be read.
 inline cass_packet *packet_of(cass_stmt *stmt, std::uint8_t opcode, const std::string &body)
 {
@@ -127,17 +120,12 @@ inline std::string text_of(const cass_string *string)
     return {units.begin(), units.end()};
 }
 
-// The records of a handle as "STATE|message" lines, without the driver's prefix.
-inline std::string records(const cass_handle *handle)
+// The records of a handle as "STATE message" lines.
+inline std::string records(void *handle)
 {
-    const std::string prefix = "[Varnholt][Apache Cassandra]";
     std::string all;
-    for (const auto *record = handle->diag_records; record != nullptr; record = record->next) {
-        std::string message = text_of(record->text);
-        if (message.starts_with(prefix))
-            message.erase(0, prefix.size());
-        all += text_of(record->state) + "|" + message + "\n";
-    }
+    for (const std::string &record : records_of(0, handle))
+        all += record + "\n";
     return all;
 }
 

@@ -1,8 +1,6 @@
 // The pass over an application's text: what the server gets, and how many markers are in it.
 #include "core/statement/cass_sql.h"
 
-#include <tuple>
-
 #include "tests/unit/handles.h"
 
 // Scans on the statement and checks that the input stays.
@@ -95,21 +93,6 @@ TEST_F(rewriter, output_and_marker_count)
     EXPECT_EQ(stmt->verb_code, VERB_SELECT);
 }
 
-// Words are noted for the log, from one unit before them.
-TEST_F(rewriter, verbs_and_keywords_are_noted)
-{
-    static constexpr std::tuple<const char16_t *, int, int, int> cases[] = {
-        {u"select (a)from;x where(a=1)", 1, 9, 16},
-        {u"UPDATE T SET a=1 WHERE", 4, -1, 16},
-        {u"select ' from ' , \" from \", [ from ] x", 1, -1, -1},
-        {u"select a from/*c*/t", 1, -1, -1}};
-    for (const auto &[text, verb, from, where] : cases) {
-        process(stmt, text);
-        EXPECT_EQ(stmt->verb_code, verb) << testing::PrintToString(text);
-        EXPECT_TRUE(stmt->from_offset == from && stmt->where_offset == where);
-    }
-}
-
 TEST_F(rewriter, selects_without_a_table)
 {
     static constexpr std::pair<const char16_t *, const char16_t *> cases[] = {
@@ -156,17 +139,4 @@ TEST_F(rewriter, filtering_is_allowed)
                                      added = allowed && tail != nullptr ? u" ALLOW FILTERING" : u"";
                 EXPECT_EQ(process(stmt, text + behind), text + added + behind) << standard;
             }
-}
-
-TEST_F(rewriter, braces_by_the_thousand_take_one_pass)
-{
-    const std::size_t count = 100000;
-    std::u16string text = u"{" + std::u16string(count, u' ') + std::u16string(count, u'}');
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(process(stmt, text) == text);
-    for (std::size_t i = count; i + 3 < text.size(); i += 3)
-        text.replace(i, 3, u"fn}");
-    text.resize(count + 3 * (count / 3));
-    EXPECT_TRUE(process(stmt, text) == std::u16string(text.size(), u' '));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }

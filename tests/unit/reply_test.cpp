@@ -1,11 +1,61 @@
-// RESULT frames onto a statement: descriptions of columns, those that cannot be, and those that are
-// used again.
+// Frames that lie about their size and those that do not come; and RESULT frames onto a statement:
+// descriptions of columns, those that cannot be, and those that are used again.
+#include <lz4.h>
+
 #include <vector>
 
 #include "core/describe/cass_type_name.h"
 #include "core/statement/cass_pkt_exchange.h"
 #include "core/statement/cass_pkt_result.h"
 #include "tests/unit/handles.h"
+
+TEST(frame, that_lies_about_its_size_is_refused)
+{
+    char packed[1100];
+    const int size = LZ4_compress_default(pattern(1000).data(), packed, 1000, sizeof packed);
+    const std::string block(packed, packed + size);
+    const std::string cases[] = {
+        reply(OPCODE_RESULT, "abc", 1),  // no room for a size
+        reply(OPCODE_RESULT, be32(999) + block, 1),
+        reply(OPCODE_RESULT, be32(8 << 20) + "abc", 1),  // no such ratio
+        reply(OPCODE_RESULT, be32(-5) + pattern(150'000), 1),
+    };
+    for (const std::string &said : cases) {
+        session s;
+        cass_exchange_failure failure;
+        s.conn->compression = COMPRESSION_LZ4;
+        say(s, said);
+        EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr) << to_hex(said).substr(0, 40);
+        EXPECT_LT(s.conn->spare_packet->capacity, 65536u);
+        EXPECT_LE(s.conn->compressed_capacity, 65536u);
+    }
+}
+
+TEST(frame, replies_that_never_come)
+{
+    session s(true);
+    s.conn->conduct = &standard_conduct;
+    s.conn->settings.read_timeout = 1;
+    cass_late_replies *late = &s.conn->late;
+    cass_exchange_failure failure;
+    for (int i = 0; i < MOST_LATE_REPLIES; i++) {
+        EXPECT_EQ(late->count, i);
+        EXPECT_EQ(s.conn->socket_dead, 0);
+        cass_limit_request(s.stmt);
+        EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
+        EXPECT_EQ(failure, EXCHANGE_TIMED_OUT);
+    }
+    late->stream = INT16_MAX;  // the numbers begin again, and pass over those still out
+    late->streams[7] = 20'000;
+    late->count--;
+    for (const int dead : {0, 1}) {
+        EXPECT_EQ(cass_read_packet(s.stmt, &failure), nullptr);
+        EXPECT_EQ(late->stream, 7);
+        EXPECT_EQ(s.conn->socket_dead, dead);
+    }
+}
+
+// ---- Columns ------------------------------------------------------------------------------------
 
 static constexpr auto &type = be16;
 static const std::string table = str("ks") + str("t");
@@ -53,25 +103,9 @@ TEST(result, counts_and_trees_that_cannot_be_leave_no_columns)
     }
 }
 
-TEST(result, much_out_of_little_is_kept_in_part)
+TEST(result, type_of_many_members_is_read_to_its_end_and_kept_in_part)
 {
     session s(false);
-    // Warnings as far as a record can show them.
-    std::string warnings = be16(30'000), unknown;
-    for (int i = 0; i < 30'000; i++)
-        warnings += str("abc");
-    const held_packet warned(packet_of(s.stmt, OPCODE_RESULT, warnings + be32(KIND_VOID)));
-    const held_string all(decode_warnings(s.stmt, warned.get()));
-    EXPECT_TRUE(all->length >= 1024 && all->length < 4096) << all->length;
-    EXPECT_EQ(cass_take_result(s.stmt, warned.get()), KIND_VOID);
-    // Columns of unknown types share a record beyond the first eight.
-    for (int i = 0; i < 100; i++)
-        unknown += str("c") + type(1000 + i);
-    EXPECT_EQ(decode(s, rows(metadata(100, unknown))), KIND_ROWS);
-    const std::string told = records(&s.stmt->head);
-    EXPECT_TRUE(std::count(told.begin(), told.end(), '\n') == 9 &&
-                told.ends_with("types of 92 more columns not supported\n"));
-    // A type of many members is read to its end.
     std::string members = type(CQL_UDT) + str("k") + str("u") + be16(5000);
     for (int i = 0; i < 5000; i++)
         members += str("f") + type(CQL_TUPLE) + be16(1) + type(CQL_INT);
@@ -131,8 +165,7 @@ TEST(result, columns_are_built_again_after_any_change)
     const std::string page = rows(metadata(2, two_columns));
     using change = void (*)(session & s);
     static constexpr change changes[] = {
-        [](session &s) { cass_desc_resize(s.stmt->ird, 5); },  // as binding beyond the end does
-        [](session &s) { cass_desc_resize(s.stmt->ird, 1), cass_desc_resize(s.stmt->ird, 2); },
+        [](session &s) { cass_desc_resize(s.stmt->ird, 5); },    // as binding beyond the end does
         [](session &s) { cass_desc_describe(s.stmt->ird, 2); },  // a local result came between
         [](session &s) { s.stmt->ird = s.stmt->implicit_ipd; },
         [](session &s) {

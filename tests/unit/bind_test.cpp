@@ -1,7 +1,68 @@
-// SQLBindParameter: what a record takes from the call, what is refused, and how bindings go.
+// Bound columns and parameters: what a record takes from the call, how the list of bindings grows
+// and shrinks, and what is refused.
 #include <tuple>
 
+#include "tests/unit/cell_rig.h"
 #include "tests/unit/parameter_rig.h"
+
+static SQLRETURN bind_column(const rig_ptr &rig, int column, int type, void *target,
+                             SQLLEN length = 0, void *indicator = nullptr)
+{
+    return SQLBindCol(rig->stmt, static_cast<SQLUSMALLINT>(column), static_cast<SQLSMALLINT>(type),
+                      target, length, static_cast<SQLLEN *>(indicator));
+}
+
+TEST(binding, the_list_reaches_to_the_last_bound_column)
+{
+    const rig_ptr rig = rig_open({CQL_INT});
+    char at[16];
+    const std::tuple<int, void *, void *, int> steps[] = {
+        {5, at, at, 5},      {5, nullptr, nullptr, 0}, {2, nullptr, at, 2},
+        {5, at, nullptr, 5}, {9, nullptr, nullptr, 5}, {5, nullptr, nullptr, 2}};
+    for (const auto &[column, target, indicator, count] : steps) {
+        EXPECT_EQ(SQL_SUCCESS, bind_column(rig, column, SQL_C_CHAR, target, 16, indicator));
+        EXPECT_EQ(count, rig->stmt->ard->field_count);
+    }
+    EXPECT_EQ(1, cass_stmt_column_count(rig->stmt->ird));  // the result's columns are its own
+    // Rows are spaced by the type, those of uuids by default by the length given.
+    rig->stmt->executed = 1;  // the default type is the column's
+    for (const auto &[type, given, stride] : {std::tuple(SQL_C_LONG, 99, 4),
+                                              {SQL_C_NUMERIC, 0, 19},
+                                              {SQL_C_CHAR, 10, 10},
+                                              {SQL_C_BINARY, 5, 5},
+                                              {SQL_C_DEFAULT, 7, 4},
+                                              {SQL_C_GUID, 40, 40}}) {
+        bind_column(rig, 1, type, at, given);
+        EXPECT_EQ(stride, rig->stmt->ard->fields[0].octet_length) << type;
+    }
+    rig->conn->conduct = &standard_conduct;
+    bind_column(rig, 1, SQL_C_GUID, at, 40);
+    EXPECT_EQ(16, rig->stmt->ard->fields[0].octet_length);
+}
+
+TEST(binding, what_is_refused)
+{
+    char at[64];
+    // What is told, and whether the column is then bound, by default and with Standard=Yes.
+    const std::tuple<int, int, SQLLEN, const char *, bool, bool> cases[] = {
+        {1, 12345, 8, "HY003", false, false},
+        {1, SQL_C_CHAR, -4, "HY021", true, false},
+        // A column without metadata has no precision yet.
+        {2, SQL_C_NUMERIC, 19, "HY021", true, false},
+        {3, SQL_C_DEFAULT, 8, "0 HY000", true, true},
+        {0, SQL_C_CHAR, 8, "07006", false, false},
+        {0, SQL_C_BOOKMARK, 8, "", true, true}};
+    for (const auto &[column, type, length, states, by_default, by_standard] : cases)
+        for (const bool standard : {false, true}) {
+            const rig_ptr rig = rig_open({}, standard ? &standard_conduct : &default_conduct);
+            EXPECT_EQ(states, outcome(bind_column(rig, column, type, at, length), rig->stmt));
+            const cass_desc *ard = rig->stmt->ard;
+            const cass_field &field = column == 0 ? ard->bookmark_field : ard->fields[column - 1];
+            EXPECT_EQ(field.data_ptr == at, standard ? by_standard : by_default) << type;
+        }
+}
+
+// ---- Parameters ---------------------------------------------------------------------------------
 
 TEST(parameter_bind, types_and_lengths_are_settled_at_once)
 {
