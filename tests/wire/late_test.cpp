@@ -1,4 +1,4 @@
-// Requests that end before their replies come, and connections that break, with Standard=Yes.
+// Requests that end before their replies come, with Standard=Yes.
 #include <chrono>
 #include <thread>
 
@@ -109,26 +109,5 @@ TEST(late, cancelled_requests)
         cancelled([&] { return SQLFetch(wire->stmt); });
         SQLFreeStmt(wire->stmt, SQL_CLOSE);
         expect_answered(wire, {});
-    }
-}
-
-// By default only SQLDisconnect ends a connection.
-TEST(late, broken_connections_say_so)
-{
-    for (const bool standard : {false, true}) {
-        const wire_ptr wire = wire_of(standard, "Reconnect=No");
-        EXPECT_EQ(is_dead(wire->conn), SQL_CD_FALSE);
-        EXPECT_EQ(run_unanswered(wire, {no_answer()}), "08S01");
-        EXPECT_EQ(is_dead(wire->conn), standard ? SQL_CD_TRUE : SQL_CD_FALSE);
-        EXPECT_STMT(SQL_ERROR, wire->stmt, exec(wire->stmt, "q"));
-        EXPECT_EQ(states_of(wire->stmt), standard ? "08003" : "08S01");
-        // It can be made anew.
-        SQLFreeHandle(SQL_HANDLE_STMT, wire->stmt);
-        EXPECT_CONN(SQL_SUCCESS, wire->conn, SQLDisconnect(wire->conn));
-        expect_logon(wire->node);
-        EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_connect(wire, "Standard=Yes;PageSize=100"));
-        wire->stmt = wire_new_stmt(wire);
-        expect_answered(wire, {});
-        EXPECT_EQ(is_dead(wire->conn), SQL_CD_FALSE);
     }
 }

@@ -36,22 +36,6 @@ TEST(parameter_arrays, further_pages_repeat_the_values_of_the_last_set)
     }
 }
 
-// Nothing is sent, and the statement goes on.
-TEST(parameter_arrays, too_few_parameters)
-{
-    const wire_ptr wire = wire_logged_on();
-    for (const bool prepared : {false, true}) {
-        if (prepared)
-            prepare_now(wire, INSERT_TWO);
-        SQLFreeStmt(wire->stmt, SQL_RESET_PARAMS);
-        EXPECT_STMT(SQL_ERROR, wire->stmt, execute(wire, prepared, INSERT_TWO));
-        EXPECT_EQ(states_of(wire->stmt), "07002");
-        const auto sets = bind_sets(wire->stmt, "x");
-        expect_values(wire, prepared, INSERT_TWO, sets->values[0]);
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, execute(wire, prepared, INSERT_TWO));
-    }
-}
-
 // ---- Values at execution ------------------------------------------------------------------------
 
 static constexpr char INSERT_FOUR[] = "insert into t (a, b, c, d) values (?, ?, ?, ?)";
