@@ -3,9 +3,6 @@
 #include <sstream>
 
 #include "core/local/cass_internalrs.h"
-#include "core/statement/cass_fetch.h"
-#include "core/statement/cass_stmt.h"
-#include "odbc/SQLGetTypeInfoWide.h"
 #include "tests/unit/handles.h"
 
 static constexpr cass_internal_column columns[] = {{"NUMBER", SQL_INTEGER, 0, SQL_NULLABLE},
@@ -13,9 +10,7 @@ static constexpr cass_internal_column columns[] = {{"NUMBER", SQL_INTEGER, 0, SQ
                                                    {"SHORT", SQL_SMALLINT, 0, SQL_NO_NULLS}};
 static constexpr cass_internal_columns shape = {3, columns};
 
-struct internal_result : stmt_fixture {
-    ~internal_result() override { cass_close_stmt(stmt, 1); }
-};
+using internal_result = stmt_fixture;
 
 TEST_F(internal_result, columns_and_rows_in_stable_sort_order)
 {
