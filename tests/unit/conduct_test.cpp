@@ -97,22 +97,12 @@ TEST(conduct, choices)
 
 TEST(conduct, choices_of_descriptions_and_diagnostics)
 {
-    expect_choice(
-        "a_surplus_parameter_is_described", 1, "07009 07009 0", "07009 0", [](const rig_ptr &rig) {
-            SQLSMALLINT type = 0;
-            const SQLRETURN code = SQLDescribeParam(rig->stmt, 9, &type, nullptr, nullptr, nullptr);
-            return told(code, rig) + " " + std::to_string(type);
-        });
     expect_choice("columns_tell_no_schema", 1, "", "ks", [](const rig_ptr &rig) {
         char text[8] = "?";
         rig->stmt->executed = 1;
         rig->field(1)->keyspace_name = cass_string_from_cstr("ks");
         SQLColAttribute(rig->stmt, 1, SQL_DESC_SCHEMA_NAME, text, 8, nullptr, nullptr);
         return std::string(text);
-    });
-    expect_choice("a_record_past_the_end_is_an_error", 1, "07009", "100 ", [](const rig_ptr &rig) {
-        cass_desc *ird = rig->stmt->ird;
-        return outcome(SQLGetDescField(ird, 9, SQL_DESC_TYPE, nullptr, 0, nullptr), ird);
     });
     expect_choice("a_lost_cursor_name_is_silent", 1, "!", "HY009", [](const rig_ptr &rig) {
         return told(SQLSetCursorName(rig->stmt, nullptr, SQL_NTS), rig);
