@@ -32,10 +32,6 @@ TEST(conduct, choices)
         rig->stmt->prepared = 1;
         return told(SQLCancel(rig->stmt), rig);
     });
-    expect_choice("unbinding_a_parameter_fails", 1, "!", "", [](const rig_ptr &rig) {
-        bind(rig->stmt, 1, SQL_C_CHAR, SQL_CHAR, rig.get());
-        return told(bind(rig->stmt, 1, 0, 0, nullptr), rig);
-    });
     expect_choice("a_set_field_drops_the_indicator", 1, "", "kept", [](const rig_ptr &rig) {
         cass_desc *apd = rig->stmt->apd;
         for (const SQLSMALLINT id : {SQL_DESC_INDICATOR_PTR, SQL_DESC_DATA_PTR, SQL_DESC_SCALE})
