@@ -1,5 +1,4 @@
 // The question to the metadata service and its HTTP reply, told by a peer on a plain socket pair.
-#include <cstdio>
 #include <thread>
 
 #include "core/session/cass_astra.h"
@@ -40,9 +39,7 @@ static std::string with_length(const std::string &body)
 
 static std::string chunk(const std::string &data)
 {
-    char size[16];
-    std::snprintf(size, sizeof size, "%zX\r\n", data.size());
-    return size + data + "\r\n";
+    return to_hex(be8(data.size())) + "\r\n" + data + "\r\n";
 }
 
 TEST(astra, reply_is_read_in_every_form_and_only_as_far_as_it_goes)

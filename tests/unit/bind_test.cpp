@@ -5,22 +5,15 @@
 #include "tests/unit/cell_rig.h"
 #include "tests/unit/parameter_rig.h"
 
-static SQLRETURN bind_column(const rig_ptr &rig, int column, int type, void *target,
-                             SQLLEN length = 0, void *indicator = nullptr)
-{
-    return SQLBindCol(rig->stmt, static_cast<SQLUSMALLINT>(column), static_cast<SQLSMALLINT>(type),
-                      target, length, static_cast<SQLLEN *>(indicator));
-}
-
 TEST(binding, the_list_reaches_to_the_last_bound_column)
 {
     const rig_ptr rig = rig_open({CQL_INT});
-    char at[16];
-    const std::tuple<int, void *, void *, int> steps[] = {
+    SQLLEN at[2];
+    const std::tuple<SQLUSMALLINT, void *, SQLLEN *, int> steps[] = {
         {5, at, at, 5},      {5, nullptr, nullptr, 0}, {2, nullptr, at, 2},
         {5, at, nullptr, 5}, {9, nullptr, nullptr, 5}, {5, nullptr, nullptr, 2}};
     for (const auto &[column, target, indicator, count] : steps) {
-        EXPECT_EQ(SQL_SUCCESS, bind_column(rig, column, SQL_C_CHAR, target, 16, indicator));
+        EXPECT_EQ(SQL_SUCCESS, SQLBindCol(rig->stmt, column, SQL_C_CHAR, target, 16, indicator));
         EXPECT_EQ(count, rig->stmt->ard->field_count);
     }
     EXPECT_EQ(1, cass_stmt_column_count(rig->stmt->ird));  // the result's columns are its own
@@ -32,11 +25,11 @@ TEST(binding, the_list_reaches_to_the_last_bound_column)
                                               {SQL_C_BINARY, 5, 5},
                                               {SQL_C_DEFAULT, 7, 4},
                                               {SQL_C_GUID, 40, 40}}) {
-        bind_column(rig, 1, type, at, given);
+        SQLBindCol(rig->stmt, 1, SQLSMALLINT(type), at, given, nullptr);
         EXPECT_EQ(stride, rig->stmt->ard->fields[0].octet_length) << type;
     }
     rig->conn->conduct = &standard_conduct;
-    bind_column(rig, 1, SQL_C_GUID, at, 40);
+    SQLBindCol(rig->stmt, 1, SQL_C_GUID, at, 40, nullptr);
     EXPECT_EQ(16, rig->stmt->ard->fields[0].octet_length);
 }
 
@@ -44,7 +37,7 @@ TEST(binding, what_is_refused)
 {
     char at[64];
     // What is told, and whether the column is then bound, by default and with Standard=Yes.
-    const std::tuple<int, int, SQLLEN, const char *, bool, bool> cases[] = {
+    const std::tuple<SQLUSMALLINT, SQLSMALLINT, SQLLEN, const char *, bool, bool> cases[] = {
         {1, 12345, 8, "HY003", false, false},
         {1, SQL_C_CHAR, -4, "HY021", true, false},
         // A column without metadata has no precision yet.
@@ -55,7 +48,8 @@ TEST(binding, what_is_refused)
     for (const auto &[column, type, length, states, by_default, by_standard] : cases)
         for (const bool standard : {false, true}) {
             const rig_ptr rig = rig_open({}, standard ? &standard_conduct : &default_conduct);
-            EXPECT_EQ(states, outcome(bind_column(rig, column, type, at, length), rig->stmt));
+            EXPECT_EQ(states,
+                      outcome(SQLBindCol(rig->stmt, column, type, at, length, nullptr), rig->stmt));
             const cass_desc *ard = rig->stmt->ard;
             const cass_field &field = column == 0 ? ard->bookmark_field : ard->fields[column - 1];
             EXPECT_EQ(field.data_ptr == at, standard ? by_standard : by_default) << type;
@@ -112,23 +106,26 @@ TEST(parameter_bind, bad_arguments_are_refused)
         }
 }
 
-// The work is done although the code says otherwise.
+// By default the work is done although the code says otherwise.
 TEST(parameter_bind, unbinding_from_the_end_shrinks_the_list)
 {
-    session s(false);
-    for (SQLUSMALLINT number = 1; number <= 4; number++)
-        bind(s.stmt, number, SQL_C_CHAR, SQL_CHAR, &s);
-    const std::tuple<SQLUSMALLINT, const char *, int, const char *> steps[] = {
+    static constexpr std::tuple<SQLUSMALLINT, const char *, int, const char *> steps[] = {
         {5, "", 4, ""},       {3, "!", 4, "07002@3"}, {4, "!", 2, "07002"},
         {1, "!", 2, "07002"}, {2, "!", 0, "07002"},   {1, "", 0, "07002"}};
-    for (const auto &[number, code, left, missing] : steps) {
-        EXPECT_EQ(code, outcome(bind(s.stmt, number, 0, 0, nullptr), s.stmt)) << number;
-        EXPECT_EQ(left, s.stmt->apd->field_count) << number;
-        // Every marker must be bound; the first that is not, among others, is named.
-        s.stmt->found_param_count = 4;
-        for (const int silent : {1, 0}) {
-            EXPECT_EQ(number == 5 ? 0 : -1, cass_check_params(s.stmt, silent, 11));
-            EXPECT_EQ(silent ? "" : missing, states_of(s.stmt));
+    for (const bool standard : {false, true}) {
+        session s(false);
+        s.conn->conduct = standard ? &standard_conduct : &default_conduct;
+        for (SQLUSMALLINT number = 1; number <= 4; number++)
+            bind(s.stmt, number, SQL_C_CHAR, SQL_CHAR, &s);
+        for (const auto &[number, code, left, missing] : steps) {
+            EXPECT_EQ(standard ? "" : code, outcome(bind(s.stmt, number, 0, 0, nullptr), s.stmt));
+            EXPECT_EQ(left, s.stmt->apd->field_count) << number;
+            // Every marker must be bound; the first that is not, among others, is named.
+            s.stmt->found_param_count = 4;
+            for (const int silent : {1, 0}) {
+                EXPECT_EQ(number == 5 ? 0 : -1, cass_check_params(s.stmt, silent, 11));
+                EXPECT_EQ(silent ? "" : missing, states_of(s.stmt));
+            }
         }
     }
 }

@@ -122,21 +122,18 @@ struct read_result {
     std::string written;  // `room` bytes of the target
 };
 
-// Reads into a buffer of `room` bytes at an odd address, as `buffer_length` (room unless told), and
-// checks that nothing around it changed.
-inline read_result read_cell(const rig_ptr &rig, int target_type, std::size_t room,
-                             SQLLEN buffer_length = UNTOUCHED, int column = 1)
+// Reads column 1 into a buffer of `room` bytes at an odd address, and checks that nothing around it
+// changed.
+inline read_result read_cell(const rig_ptr &rig, int target_type, std::size_t room)
 {
-    if (buffer_length == UNTOUCHED)
-        buffer_length = static_cast<SQLLEN>(room);
     cass_diag_clear(&rig->stmt->head);
     guarded at(room);
     alignas(SQLLEN) char lengths[2 * sizeof(SQLLEN)];
     std::memset(lengths, 0x5A, sizeof lengths);
     read_result result;
-    result.code = cass_get_data(rig->stmt, static_cast<SQLUSMALLINT>(column), target_type,
-                                at.data(), buffer_length, lengths + 1, nullptr,
-                                rig->stmt->ird->fields, rig->stmt->ard->fields);
+    result.code =
+        cass_get_data(rig->stmt, 1, target_type, at.data(), static_cast<SQLLEN>(room), lengths + 1,
+                      nullptr, rig->stmt->ird->fields, rig->stmt->ard->fields);
     std::memcpy(&result.length, lengths + 1, sizeof result.length);
     result.written = at.all.substr(guarded::margin, room);
     at.all.erase(guarded::margin, room);

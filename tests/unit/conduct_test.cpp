@@ -32,10 +32,6 @@ TEST(conduct, choices)
         rig->stmt->prepared = 1;
         return told(SQLCancel(rig->stmt), rig);
     });
-    expect_choice("unbinding_a_parameter_fails", 1, "!", "", [](const rig_ptr &rig) {
-        bind(rig->stmt, 1, SQL_C_CHAR, SQL_CHAR, rig.get());
-        return told(bind(rig->stmt, 1, 0, 0, nullptr), rig);
-    });
     expect_choice("a_set_field_drops_the_indicator", 1, "", "kept", [](const rig_ptr &rig) {
         cass_desc *apd = rig->stmt->apd;
         for (const SQLSMALLINT id : {SQL_DESC_INDICATOR_PTR, SQL_DESC_DATA_PTR, SQL_DESC_SCALE})
@@ -97,22 +93,12 @@ TEST(conduct, choices)
 
 TEST(conduct, choices_of_descriptions_and_diagnostics)
 {
-    expect_choice(
-        "a_surplus_parameter_is_described", 1, "07009 07009 0", "07009 0", [](const rig_ptr &rig) {
-            SQLSMALLINT type = 0;
-            const SQLRETURN code = SQLDescribeParam(rig->stmt, 9, &type, nullptr, nullptr, nullptr);
-            return told(code, rig) + " " + std::to_string(type);
-        });
     expect_choice("columns_tell_no_schema", 1, "", "ks", [](const rig_ptr &rig) {
         char text[8] = "?";
         rig->stmt->executed = 1;
         rig->field(1)->keyspace_name = cass_string_from_cstr("ks");
         SQLColAttribute(rig->stmt, 1, SQL_DESC_SCHEMA_NAME, text, 8, nullptr, nullptr);
         return std::string(text);
-    });
-    expect_choice("a_record_past_the_end_is_an_error", 1, "07009", "100 ", [](const rig_ptr &rig) {
-        cass_desc *ird = rig->stmt->ird;
-        return outcome(SQLGetDescField(ird, 9, SQL_DESC_TYPE, nullptr, 0, nullptr), ird);
     });
     expect_choice("a_lost_cursor_name_is_silent", 1, "!", "HY009", [](const rig_ptr &rig) {
         return told(SQLSetCursorName(rig->stmt, nullptr, SQL_NTS), rig);

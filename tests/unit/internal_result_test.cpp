@@ -3,9 +3,6 @@
 #include <sstream>
 
 #include "core/local/cass_internalrs.h"
-#include "core/statement/cass_fetch.h"
-#include "core/statement/cass_stmt.h"
-#include "odbc/SQLGetTypeInfoWide.h"
 #include "tests/unit/handles.h"
 
 static constexpr cass_internal_column columns[] = {{"NUMBER", SQL_INTEGER, 0, SQL_NULLABLE},
@@ -13,9 +10,7 @@ static constexpr cass_internal_column columns[] = {{"NUMBER", SQL_INTEGER, 0, SQ
                                                    {"SHORT", SQL_SMALLINT, 0, SQL_NO_NULLS}};
 static constexpr cass_internal_columns shape = {3, columns};
 
-struct internal_result : stmt_fixture {
-    ~internal_result() override { cass_close_stmt(stmt, 1); }
-};
+using internal_result = stmt_fixture;
 
 TEST_F(internal_result, columns_and_rows_in_stable_sort_order)
 {
@@ -31,10 +26,6 @@ TEST_F(internal_result, columns_and_rows_in_stable_sort_order)
         EXPECT_EQ(wanted, line.str());
         field++;
     }
-    conn->conduct = &standard_conduct;
-    ASSERT_EQ(0, cass_create_internal_rs(stmt, &shape, nullptr));
-    EXPECT_EQ("SMALLINT 2", text_of(stmt->ird->fields[2].type_name) + " " +
-                                std::to_string(stmt->ird->fields[2].octet_length));
     // Numbers as numbers, text by its bytes, null first, arrival order among equals.
     // clang-format off
     static constexpr const char *rows[][3] = {
@@ -42,7 +33,10 @@ TEST_F(internal_result, columns_and_rows_in_stable_sort_order)
         {"-2", nullptr, "4"}, {"9", "a", "5"}, {nullptr, "", "6"}};
     // clang-format on
     static constexpr std::int32_t keys[] = {1, 2, 0};
+    conn->conduct = &standard_conduct;
     ASSERT_EQ(0, cass_create_internal_rs(stmt, &shape, keys));
+    EXPECT_EQ("SMALLINT 2", text_of(stmt->ird->fields[2].type_name) + " " +
+                                std::to_string(stmt->ird->fields[2].octet_length));
     for (const auto &row : rows)
         cass_insert_internal_row(stmt, row);
     EXPECT_EQ(fetch_all(stmt), (row_list{"NULL||6", "NULL|B|1", "-2|NULL|4", "9|a|5",

@@ -43,13 +43,8 @@ TEST(parameter_literal, collections)
         {"[0xc]", unreadable}});
     check("ListType(UUIDType)", {{"[00000001-0002-0003-090a-0b0c0d0e0fff]",
         "00000001 00000010 0000000100020003090a0b0c0d0e0fff"}});
-    // Of many values the request grows by what they say; more lists than the type has are refused.
-    std::string many = "[[]", wanted = "0000c350 00000004 00000000";
-    for (int i = 1; i < 50'000; i++) {
-        many += ",[]";
-        wanted += "0000000400000000";
-    }
-    check("ListType(FrozenType(ListType(Int32Type)))", {{many + "]", wanted},
+    check("ListType(FrozenType(ListType(Int32Type)))",
+        {{"[[], []]", "00000002 00000004 00000000 00000004 00000000"},
         {std::string(1'000'000, '['), unreadable}});
 }
 

@@ -103,19 +103,6 @@ TEST(result, counts_and_trees_that_cannot_be_leave_no_columns)
     }
 }
 
-TEST(result, type_of_many_members_is_read_to_its_end_and_kept_in_part)
-{
-    session s(false);
-    std::string members = type(CQL_UDT) + str("k") + str("u") + be16(5000);
-    for (int i = 0; i < 5000; i++)
-        members += str("f") + type(CQL_TUPLE) + be16(1) + type(CQL_INT);
-    const held_packet packet(packet_of(s.stmt, OPCODE_RESULT, members + "end"));
-    std::int32_t types = -1;
-    const held_option option(decode_type_option(packet.get(), &types));
-    EXPECT_TRUE(types == 1024 && pkt_remaining(packet.get()) == 3);
-    EXPECT_TRUE(option->field_count >= 256 && option->field_count < 1024);
-}
-
 TEST(result, types_that_only_a_class_text_names)
 {
     const std::string package = "org.apache.cassandra.db.marshal.";

@@ -4,7 +4,6 @@
 #include <netinet/in.h>
 
 #include <atomic>
-#include <functional>
 #include <thread>
 
 #include "core/log/cass_log.h"
@@ -33,19 +32,6 @@ TEST(tls_start, server_that_speaks_no_tls_is_told)
 
 // ---- Sessions -----------------------------------------------------------------------------------
 
-// A server by OpenSSL on the peer's socket. It shakes hands, takes a request of one byte, does its
-// work and hangs up before the driver reads: a write of the driver's then finds nobody.
-static void serve_tls(session &s, const std::function<void(SSL *)> &work)
-{
-    const tls_session ssl =
-        tls_accept({.chain = make_certificate({}).pem, .key = key_pem(KEY_ONE)});
-    SSL_set_fd(ssl.get(), s.peer);
-    char request;
-    if (SSL_accept(ssl.get()) == 1 && SSL_read(ssl.get(), &request, 1) == 1)
-        work(ssl.get());
-    close(std::exchange(s.peer, -1));
-}
-
 // Plain and by TLS: silence, an endless trickle of a frame or a TLS record, and a peer that takes
 // no byte of a long request.
 TEST(tls_session, request_that_is_not_answered_in_time_ends)
@@ -56,14 +42,15 @@ TEST(tls_session, request_that_is_not_answered_in_time_ends)
              {std::pair<int, std::string>(1, ""), {1, tls ? record : header}, {20'000'000, ""}}) {
             session s;
             std::atomic<bool> over = false;
-            const auto trickle = [&, &said = said](int socket) {
-                send(socket, said.data(), said.size(), MSG_NOSIGNAL);
+            std::thread server([&, tls, &said = said] {
+                const tls_session ssl =
+                    tls_accept({.chain = make_certificate({}).pem, .key = key_pem(KEY_ONE)});
+                SSL_set_fd(ssl.get(), s.peer);
+                EXPECT_TRUE(!tls || SSL_accept(ssl.get()) == 1);
+                send(s.peer, said.data(), said.size(), MSG_NOSIGNAL);
                 for (; !over; usleep(5000))
                     if (!said.empty())
-                        send(socket, "", 1, MSG_NOSIGNAL);
-            };
-            std::thread server([&] {
-                tls ? serve_tls(s, [&](SSL *ssl) { trickle(SSL_get_fd(ssl)); }) : trickle(s.peer);
+                        send(s.peer, "", 1, MSG_NOSIGNAL);
             });
             s.conn->settings.trust_server_certificate = 1;
             EXPECT_EQ(tls ? cass_ssl_start(s.conn) : 0, 0);
