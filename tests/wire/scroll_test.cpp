@@ -204,25 +204,8 @@ TEST(scrolling, memory_is_limited)
     EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLFetch(wire->stmt));
 }
 
-TEST(scrolling, limits_of_rows)
-{
-    for (const SQLULEN type : {SQL_CURSOR_FORWARD_ONLY, SQL_CURSOR_STATIC}) {
-        const wire_ptr wire = wire_logged_on({}, "PageSize=4;Standard=Yes");
-        set_attribute(wire->stmt, SQL_ATTR_CURSOR_TYPE, type);
-        set_attribute(wire->stmt, SQL_ATTR_MAX_ROWS, 6);
-        const bytes head = wire_long_string("q") + be16(CONSISTENCY_ONE);
-        node_expect(wire->node,
-                    {NODE_QUERY, head + be8(4) + be32(4), {text_page({"1", "2", "3", "4"}, "p2")}});
-        // One more than is asked for.
-        node_expect(wire->node, {NODE_QUERY,
-                                 head + be8(12) + be32(2) + wire_bytes("p2"),
-                                 {text_page({"5", "6", "7"}, "p3")}});
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
-        EXPECT_EQ(fetch_all(wire->stmt), (row_list{"1", "2", "3", "4", "5", "6"}));
-    }
-}
-
-// By default they are kept only.
+// Pages are asked for as long as rows are wanted, with one row more than those; by default limits
+// are kept only.
 TEST(scrolling, limits_of_rows_and_length)
 {
     const node_columns columns = {{"t", type_of(NODE_VARCHAR)},
@@ -231,19 +214,25 @@ TEST(scrolling, limits_of_rows_and_length)
                                   {"n", type_of(NODE_BIGINT)}};
     const node_row row = {"a\xC5\xBC\xC5\xBC", "\x01\x02\x03\x04\x05",
                           be32(1) + wire_bytes(bytes("abc")), be64(12345)};
-    for (const bool standard : {false, true}) {
-        const wire_ptr wire = wire_of(standard);
-        node_answer_rest(wire->node, [&](const node_request &) {
-            return std::vector{rows_frame(columns, {row, row})};
-        });
-        set_attribute(wire->stmt, SQL_ATTR_MAX_ROWS, 1);
-        set_attribute(wire->stmt, SQL_ATTR_MAX_LENGTH, 4);
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
-        EXPECT_EQ(fetch_all(wire->stmt),
-                  standard
-                      ? row_list{"a\xC5\xBC|01020304|['ab|12345"}
-                      : row_list(2, "a\xC5\xBC\xC5\xBC|0102030405|0000000100000003616263|12345"));
-    }
+    const std::string whole = "a\xC5\xBC\xC5\xBC|0102030405|0000000100000003616263|12345",
+                      cut = "a\xC5\xBC|01020304|['ab|12345";
+    for (const bool standard : {false, true})
+        for (const SQLULEN type : {SQL_CURSOR_FORWARD_ONLY, SQL_CURSOR_STATIC}) {
+            const wire_ptr wire = wire_logged_on({}, standard ? "PageSize=2;Standard=Yes" : "");
+            SQLSetStmtAttr(wire->stmt, SQL_ATTR_CURSOR_TYPE, odbc_number(type), 0);
+            set_attribute(wire->stmt, SQL_ATTR_MAX_ROWS, 3);
+            set_attribute(wire->stmt, SQL_ATTR_MAX_LENGTH, 4);
+            const bytes head = wire_long_string("q") + be16(CONSISTENCY_ONE),
+                        state = wire_bytes("p2");
+            node_expect(wire->node, {NODE_QUERY,
+                                     head + be8(4) + be32(standard ? 2 : 100),
+                                     {rows_frame(columns, {row, row}, {.paging_state = "p2"})}});
+            node_expect(wire->node, {NODE_QUERY,
+                                     head + be8(12) + be32(standard ? 1 : 100) + state,
+                                     {rows_frame(columns, {row, row})}});
+            EXPECT_STMT(SQL_SUCCESS, wire->stmt, exec(wire->stmt, "q"));
+            EXPECT_EQ(fetch_all(wire->stmt), standard ? row_list(3, cut) : row_list(4, whole));
+        }
 }
 
 // What each attribute takes, and the type and the scrollability of the cursor behind it.

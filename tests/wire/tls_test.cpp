@@ -1,5 +1,5 @@
 // TLS as an application meets it: certificates, the names on them and the settings that judge them,
-// a client's own certificate, what is told when a handshake fails, and sessions that come and go.
+// files that do not load, bundles with a client's certificate, and sessions that come and go.
 #include <unistd.h>
 
 #include <csignal>
@@ -104,9 +104,15 @@ TEST(tls_certificate, anchors_come_from_file_or_folder)
     for (const std::string &source : {file, hashed}) {
         const wire_ptr wire = wire_open();
         node_use_tls(wire->node, tls_of(make_certificate({.names = "IP:127.0.0.1"}, &ca)));
-        for (const std::string &bad : {folder.path + "/none.pem", folder.add("empty.pem", "")})
-            EXPECT_EQ(attempt(wire, "CertificateFile=" + bad).front(),
-                      no_connection + "Loading Certificate file '" + bad + "' failed");
+        // No such file, an empty one, and a key under a passphrase.
+        const std::string none = folder.path + "/none.pem", empty = folder.add("empty.pem", ""),
+                          locked = folder.add("locked.key", key_pem(KEY_ONE, "secret"));
+        for (const auto &[key, what, bad] : {std::tuple("Certificate", "Certificate", none),
+                                             {"Certificate", "Certificate", empty},
+                                             {"PublicKey", "Public Key", none},
+                                             {"PrivateKey", "Private Key", locked}})
+            EXPECT_EQ(attempt(wire, key + ("File=" + bad) + ";PublicKeyFile=" + file).front(),
+                      no_connection + "Loading " + what + " file '" + bad + "' failed");
         // A folder without the certificate is no fault of itself.
         EXPECT_EQ(attempt(wire, "CertificateFile=" + folder.path), unknown);
         EXPECT_EQ(attempt(wire, "Standard=Yes;CertificateFile=" + source), record_list());
@@ -153,40 +159,6 @@ TEST(tls_certificate, is_made_out_to_the_host)
             EXPECT_NE(list.back().find("certificate is not made out to '" + std::string(c.host) +
                                        "', but to " + c.told),
                       std::string::npos);
-        }
-    }
-}
-
-// ---- The client's certificate ------------------------------------------------------------------
-
-TEST(tls_client, certificate_and_key_are_shown_to_a_server_that_demands_them)
-{
-    const certificate ca = make_ca();
-    const file_folder folder;
-    const std::string pem =
-        folder.add("client.pem", make_certificate({.subject = "client", .key = KEY_TWO}, &ca).pem);
-    const std::string key = folder.add("client.key", key_pem(KEY_TWO));
-    const std::string other = folder.add("other.key", key_pem(KEY_ONE));
-    const std::string locked = folder.add("locked.key", key_pem(KEY_TWO, "secret"));
-    const std::string none = folder.path + "/none", refused = "SSL connection failed";
-    const std::string to_pem = ";PublicKeyFile=" + pem, to_key = ";PrivateKeyFile=";
-    const std::pair<std::string, std::string> cases[] = {
-        {to_pem + to_key + key, ""},
-        {to_pem, refused},
-        {to_pem + to_key + other, refused},
-        {to_pem + to_key + locked, "Loading Private Key file '" + locked + "' failed"},
-        {";PublicKeyFile=" + none + to_key + key, "Loading Public Key file '" + none + "' failed"},
-    };
-    const wire_ptr wire = wire_open();
-    node_tls server = tls_of(make_certificate({}, &ca));
-    server.client_issuers = ca.pem;
-    node_use_tls(wire->node, server);
-    for (const auto &[settings, told] : cases) {
-        const record_list list = attempt(wire, "TrustServerCertificate=yes" + settings);
-        ASSERT_EQ(list.empty(), told.empty());
-        if (!told.empty()) {
-            EXPECT_EQ(list.front(), no_connection + told);
-            EXPECT_EQ(list.back(), ssl_error);
         }
     }
 }
