@@ -112,17 +112,21 @@ inline int column_count(SQLHSTMT stmt)
     return count;
 }
 
-// The cell as SQL_C_CHAR; "NULL", or "<code: record>" for another code than success.
+// The cell as SQL_C_CHAR; "NULL", or "<code: record>" where no text comes. On a small stack too.
 inline std::string cell_text(SQLHSTMT stmt, int column)
 {
-    char buffer[1 << 16];
+    std::string text;
+    char piece[1000] = "";
     SQLLEN length = 0x5A5A5A5A5A5A5A5A;  // every byte of which is to be written
-    const SQLRETURN code = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column), SQL_C_CHAR, buffer,
-                                      sizeof buffer, &length);
+    SQLRETURN code = SQL_SUCCESS_WITH_INFO;
+    while (code == SQL_SUCCESS_WITH_INFO) {
+        code = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column), SQL_C_CHAR, piece, sizeof piece,
+                          &length);
+        text += piece;
+    }
     if (code != SQL_SUCCESS)
         return "<" + code_and_record(code, stmt) + ">";
-    EXPECT_LT(length, static_cast<SQLLEN>(sizeof buffer));
-    return length == SQL_NULL_DATA ? "NULL" : buffer;
+    return length == SQL_NULL_DATA ? "NULL" : text;
 }
 
 // All cells, joined by "|".

@@ -70,19 +70,10 @@ static bool goes(application *app, SQLRETURN code)
     return false;
 }
 
-// The row by SQLGetData; not by cell_text, whose buffer is too large for some of these stacks.
 static void read_row(application *app)
 {
-    SQLSMALLINT columns = 0;
     if (goes(app, SQLFetch(app->stmt)))
-        SQLNumResultCols(app->stmt, &columns);
-    for (SQLUSMALLINT column = 1; column <= columns; column++) {
-        char piece[1000] = "";
-        while (SQLGetData(app->stmt, column, SQL_C_CHAR, piece, sizeof piece, nullptr) ==
-               SQL_SUCCESS_WITH_INFO)
-            app->told += piece;
-        app->told += std::string(piece) + "|";
-    }
+        app->told += row_text(app->stmt) + "|";
 }
 
 static void disconnect(const application &app)
