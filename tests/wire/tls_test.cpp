@@ -215,6 +215,8 @@ TEST(tls_bundle, leads_to_the_node_or_says_why_not)
                   "Authorization: Basic dTpwOnc=\n\n");
         EXPECT_EQ(node_tls_names(wire->node).back(), points.empty() ? "127.0.0.1" : "node-1");
     }
+    // The client's certificate goes with its bundle.
+    EXPECT_EQ(attempt(wire, "TrustServerCertificate=yes").front(), failed);
 }
 
 // ---- Sessions ----------------------------------------------------------------------------------
