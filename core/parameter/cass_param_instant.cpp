@@ -89,10 +89,16 @@ int typed_put_timestamp(cass_param *param, cass_packet *packet, const cass_type_
     instant value;
     if (read_instant(param, true, false, &value) != 0)
         return 1;
+    std::int64_t seconds = value.day * INSTANT_DAY_SECONDS + value.second;
+    std::int64_t rest = value.nanosecond / 1'000'000;
+    if (seconds < 0 && rest > 0) {
+        // Before the first millisecond of all there is no whole second.
+        seconds += 1;
+        rest -= 1000;
+    }
     std::int64_t milliseconds;
-    if (__builtin_mul_overflow(value.day * INSTANT_DAY_SECONDS + value.second, std::int64_t{1000},
-                               &milliseconds) ||
-        __builtin_add_overflow(milliseconds, value.nanosecond / 1'000'000, &milliseconds))
+    if (__builtin_mul_overflow(seconds, std::int64_t{1000}, &milliseconds) ||
+        __builtin_add_overflow(milliseconds, rest, &milliseconds))
         return param_fail(param, STATE_22003, "timestamp out of range");
     param_put_fixed(packet, static_cast<std::uint64_t>(milliseconds), 8);
     return 0;

@@ -52,9 +52,9 @@ inline std::int64_t cql_timestamp_days(const unsigned char *bytes, std::uint32_t
 {
     constexpr std::int64_t day = 86'400'000;
     const auto milliseconds = static_cast<std::int64_t>(load_be64(bytes));
-    const std::int64_t days = milliseconds / day - (milliseconds % day < 0 ? 1 : 0);
-    *of_day = static_cast<std::uint32_t>(milliseconds - days * day);
-    return days;
+    const std::int64_t rest = milliseconds % day;  // with the sign of the whole
+    *of_day = static_cast<std::uint32_t>(rest < 0 ? rest + day : rest);
+    return milliseconds / day - (rest < 0 ? 1 : 0);
 }
 
 struct cass_type_option;
