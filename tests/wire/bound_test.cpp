@@ -1,5 +1,5 @@
 // Bound columns: blocks of rows into arrays of the application, column-wise and row-wise, with
-// offsets, status arrays and counters; rows that are not whole; binding at all times.
+// offsets, status arrays and counters; rows that are not whole.
 #include "tests/app_value.h"
 #include "tests/wire/wire_support.h"
 
@@ -91,28 +91,7 @@ TEST(bound, cut_cells_and_lone_nulls_mark_their_rows)
         EXPECT_STMT(SQL_SUCCESS_WITH_INFO, wire->stmt, SQLFetch(wire->stmt));
         EXPECT_EQ(states_of(wire->stmt), state);
     }
-}
-
-TEST(bound, columns_are_bound_and_unbound_at_any_time_and_rows_go_forward)
-{
-    const wire_ptr wire = wire_logged_on();
-    const SQLHSTMT stmt = wire->stmt;
-    SQLINTEGER n = -1;
-    SQLLEN length = 0;
-    // What was delivered is not there for reading again; what was not, is.
-    SQLBindCol(stmt, 1, SQL_C_SLONG, &n, 0, nullptr);
-    run_rows(wire, 3);
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-    EXPECT_EQ(row_text(stmt), "<SQL_NO_DATA>|text 0");
-    // An indicator alone for the other column.
-    SQLBindCol(stmt, 2, SQL_C_CHAR, nullptr, 0, &length);
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetchScroll(stmt, SQL_FETCH_NEXT, 1));
-    SQLFreeStmt(stmt, SQL_UNBIND);
-    EXPECT_STMT(SQL_SUCCESS, stmt, SQLFetch(stmt));
-    EXPECT_EQ(row_text(stmt), "2|NULL");
-    EXPECT_TRUE(n == 1 && length == 6);
-    EXPECT_STMT(SQL_ERROR, stmt, SQLFetchScroll(stmt, SQL_FETCH_PRIOR, 1));
-    EXPECT_EQ(states_of(stmt), "HY106");
-    EXPECT_STMT(SQL_ERROR, stmt, SQLFetchScroll(stmt, SQL_FETCH_NEXT, 5));
-    EXPECT_EQ(states_of(stmt), "HY107");
+    // Rows go forward.
+    EXPECT_STMT(SQL_ERROR, wire->stmt, SQLFetchScroll(wire->stmt, SQL_FETCH_PRIOR, 1));
+    EXPECT_EQ(states_of(wire->stmt), "HY106");
 }
