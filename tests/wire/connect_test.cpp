@@ -1,5 +1,5 @@
-// Reaching a server: lists with dead entries, and what a second connect finds of the
-// first, in the log and in attributes.
+// Reaching a server: lists with dead entries, and what Standard=Yes makes of a connection string on
+// its way in, out and into the log.
 #include "tests/wire/wire_support.h"
 
 TEST(servers, first_one_that_answers_is_taken_and_of_failures_the_last_is_told)
@@ -38,18 +38,57 @@ TEST(servers, first_one_that_answers_is_taken_and_of_failures_the_last_is_told)
     }
 }
 
+// A server that asks for a password and answers whatever comes.
+static wire_ptr asking_wire(bytes *token)
+{
+    wire_ptr wire = wire_open();
+    node_answer_rest(wire->node, [token](const node_request &request) {
+        if (request.opcode == NODE_STARTUP)
+            return std::vector{authenticate_frame()};
+        if (request.opcode != NODE_AUTH_RESPONSE)
+            return std::vector{stock_answer(request)};
+        *token = request.body;
+        return std::vector{node_frame{.opcode = NODE_AUTH_SUCCESS, .body = be32(-1)}};
+    });
+    return wire;
+}
+
+// The output string of an ANSI and of a wide call connects again, with the same password.
+TEST(connect_string, comes_back_whole)
+{
+    bytes first, second;
+    const wire_ptr wire = asking_wire(&first);
+    const std::string server = node_address(wire->node), password = "{\xC3\xA9;b}}c}";
+    const std::string head = "DRIVER={/a/b};SERVER=" + server + ",other;LOGGING=0;UID=u;PWD=";
+    const std::string tail = ";VerifyHost=No;Consistency=TWO;Standard=Yes;";
+    const std::string settings = "Driver=/a/b;Server=" + replaced(server, ":", ",") +
+                                 ",other;User=u;Password=" + password +
+                                 ";Standard=Yes;Consistency=two;VerifyHost=No;Logging=no;Port=";
+    std::string out;
+    EXPECT_CONN(SQL_SUCCESS, wire->conn, wire_driver_connect(wire->conn, settings, &out));
+    EXPECT_EQ(out, head + password + tail);
+    SQLDisconnect(wire->conn);
+    std::swap(first, second);
+    const std::u16string given = std::u16string(head.begin(), head.end()) + u"{\u00E9;b}}c}" +
+                                 std::u16string(tail.begin(), tail.end());
+    char16_t wide[256];
+    SQLSMALLINT units = 0;
+    EXPECT_CONN(SQL_SUCCESS, wire->conn,
+                SQLDriverConnectW(wire->conn, nullptr, odbc_wide(given), SQL_NTS,
+                                  reinterpret_cast<SQLWCHAR *>(wide), 256, &units,
+                                  SQL_DRIVER_NOPROMPT));
+    EXPECT_EQ(std::u16string(wide, static_cast<std::size_t>(units)), given);
+    EXPECT_EQ(first, second);
+}
+
 // The second connect finds the handle logging.
 TEST(connect_string, passwords_are_logged_and_attributes_forgotten_by_default_alone)
 {
     for (const bool standard : {false, true}) {
+        bytes token;
         const file_folder folder;
         const std::string log = folder.path + "/log";
-        const wire_ptr wire = wire_open();
-        node_answer_rest(wire->node, [](const node_request &request) {
-            return std::vector{request.opcode == NODE_STARTUP         ? authenticate_frame()
-                               : request.opcode == NODE_AUTH_RESPONSE ? auth_success_frame()
-                                                                      : stock_answer(request)};
-        });
+        const wire_ptr wire = asking_wire(&token);
         for (int i = 0; i < 2; i++) {
             SQLUINTEGER seconds = 99;
             SQLSetConnectAttr(wire->conn, SQL_ATTR_LOGIN_TIMEOUT, odbc_number(77), 0);
