@@ -33,6 +33,7 @@ TEST_F(internal_result, columns_and_rows_in_stable_sort_order)
         {"-2", nullptr, "4"}, {"9", "a", "5"}, {nullptr, "", "6"}};
     // clang-format on
     static constexpr std::int32_t keys[] = {1, 2, 0};
+    SQLFreeStmt(stmt, SQL_CLOSE);
     conn->conduct = &standard_conduct;
     ASSERT_EQ(0, cass_create_internal_rs(stmt, &shape, keys));
     EXPECT_EQ("SMALLINT 2", text_of(stmt->ird->fields[2].type_name) + " " +
