@@ -34,18 +34,19 @@ inline bytes counted(const std::vector<bytes> &values)
     return body;
 }
 
-// The request of an execution, or with a paging state that for a further page. Values: flags 5 and
-// 13.
+// The request of an execution, or with a paging state that for a further page. Flags: 1 with
+// values, 4 with a page size, 8 with a state.
 inline void expect_values(const wire_ptr &wire, bool prepared, std::string_view sql,
                           const bytes &values, node_frame reply = void_frame(),
-                          std::string_view paging_state = {})
+                          std::string_view paging_state = {}, std::string_view id = "ID")
 {
-    const bytes head = prepared ? wire_short_bytes("ID") : wire_long_string(sql);
+    const bytes head = prepared ? wire_short_bytes(id) : wire_long_string(sql);
     const bool first = paging_state.empty();
     const bytes page = be32(100) + (first ? "" : wire_long_string(paging_state));
     node_expect(wire->node,
                 {.opcode = prepared ? NODE_EXECUTE : NODE_QUERY,
-                 .body = head + be16(CONSISTENCY_ONE) + be8(first ? 5 : 13) + values + page,
+                 .body = head + be16(CONSISTENCY_ONE) +
+                         be8((values.empty() ? 4 : 5) | (first ? 0 : 8)) + values + page,
                  .replies = {std::move(reply)}});
 }
 

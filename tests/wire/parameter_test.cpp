@@ -66,36 +66,32 @@ static void expect_asked(SQLHSTMT stmt, const void *token)
 
 TEST(data_at_execution_requests, values_are_asked_for_in_order_and_sent_in_one_request)
 {
-    for (const bool prepared : {false, true}) {
-        const wire_ptr wire = wire_logged_on({.lz4 = true});
-        const bytes large = pattern(300000);
-        SQLINTEGER number = 5;
-        SQLLEN at_exec = SQL_DATA_AT_EXEC, with_length = SQL_LEN_DATA_AT_EXEC(300000), plain = 0;
-        int tokens[2] = {};
-        bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &tokens[0], &at_exec);
-        bind(wire->stmt, 2, SQL_C_SLONG, SQL_INTEGER, &number, &plain);
-        bind(wire->stmt, 3, SQL_C_BINARY, SQL_LONGVARBINARY, &tokens[1], &with_length);
-        bind(wire->stmt, 4, SQL_C_CHAR, SQL_VARCHAR, nullptr, &at_exec);
-        if (prepared)
-            prepare_now(wire, INSERT_FOUR);
-        EXPECT_STMT(SQL_NEED_DATA, wire->stmt, execute(wire, prepared, INSERT_FOUR));
-        expect_asked(wire->stmt, &tokens[0]);
-        put(wire->stmt, "one chunk");
-        expect_asked(wire->stmt, &tokens[1]);
-        for (std::size_t at = 0; at < large.size(); at += 70001)
-            put(wire->stmt, large.substr(at, 70001));
-        number = 6;  // read when the request is built
-        expect_asked(wire->stmt, nullptr);
-        EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLPutData(wire->stmt, nullptr, SQL_NULL_DATA));
-        // The code and the records of the last call are those of the execution.
-        expect_values(
-            wire, prepared, INSERT_FOUR,
-            counted({wire_bytes("one chunk"), int_value(6), wire_bytes(large), wire_bytes({})}),
-            prepared ? error_frame(0x2200, "no") : with_warnings(void_frame(), {"slow"}));
-        EXPECT_STMT(prepared ? SQL_ERROR : SQL_SUCCESS_WITH_INFO, wire->stmt,
-                    SQLParamData(wire->stmt, nullptr));
-        EXPECT_EQ(states_of(wire->stmt), prepared ? "08S01" : "01000");
-    }
+    const wire_ptr wire = wire_logged_on({.lz4 = true});
+    const bytes large = pattern(300000);
+    SQLINTEGER number = 5;
+    SQLLEN at_exec = SQL_DATA_AT_EXEC, with_length = SQL_LEN_DATA_AT_EXEC(300000), plain = 0;
+    int tokens[2] = {};
+    bind(wire->stmt, 1, SQL_C_CHAR, SQL_VARCHAR, &tokens[0], &at_exec);
+    bind(wire->stmt, 2, SQL_C_SLONG, SQL_INTEGER, &number, &plain);
+    bind(wire->stmt, 3, SQL_C_BINARY, SQL_LONGVARBINARY, &tokens[1], &with_length);
+    bind(wire->stmt, 4, SQL_C_CHAR, SQL_VARCHAR, nullptr, &at_exec);
+    prepare_now(wire, INSERT_FOUR);
+    EXPECT_STMT(SQL_NEED_DATA, wire->stmt, SQLExecute(wire->stmt));
+    expect_asked(wire->stmt, &tokens[0]);
+    put(wire->stmt, "one chunk");
+    expect_asked(wire->stmt, &tokens[1]);
+    for (std::size_t at = 0; at < large.size(); at += 70001)
+        put(wire->stmt, large.substr(at, 70001));
+    number = 6;  // read when the request is built
+    expect_asked(wire->stmt, nullptr);
+    EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLPutData(wire->stmt, nullptr, SQL_NULL_DATA));
+    // The code and the records of the last call are those of the execution.
+    expect_values(
+        wire, true, INSERT_FOUR,
+        counted({wire_bytes("one chunk"), int_value(6), wire_bytes(large), wire_bytes({})}),
+        error_frame(0x2200, "no"));
+    EXPECT_STMT(SQL_ERROR, wire->stmt, SQLParamData(wire->stmt, nullptr));
+    EXPECT_EQ(states_of(wire->stmt), "08S01");
 }
 
 // Only the first execution pauses: the next one finds the chunks of the first and sends them at

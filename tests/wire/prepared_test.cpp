@@ -4,15 +4,10 @@
 static const bytes one_int = type_of(NODE_INT), one_bigint = type_of(NODE_BIGINT);
 static const node_frame forgotten = error_frame(0x2500, "Prepared query not found", "\x02ID");
 
-static void expect_execute(const wire_ptr &wire, const bytes &id, const std::vector<bytes> &values,
+static void expect_execute(const wire_ptr &wire, const bytes &id, const bytes &values,
                            const node_frame &reply, const bytes &state = {})
 {
-    const int flags = (values.empty() ? 4 : 5) | (state.empty() ? 0 : 8);
-    node_expect(wire->node, {NODE_EXECUTE,
-                             wire_short_bytes(id) + be16(CONSISTENCY_ONE) + be8(flags) +
-                                 (values.empty() ? "" : counted(values)) + be32(100) +
-                                 (state.empty() ? "" : wire_bytes(state)),
-                             {reply}});
+    expect_values(wire, true, "", values, reply, state, id);
 }
 
 // One round trip for each text in each keyspace, until the schema changes or 256 others came.
@@ -26,7 +21,7 @@ TEST(prepared, texts_are_sent_once)
                 expect_prepare(node, sql, {prepared_frame(id, {}, {{"a", one_int}})});
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, prepare(wire->stmt, sql));
             EXPECT_EQ(column_count(wire->stmt), 1);
-            expect_execute(wire, id, {}, rows_frame({{"a", one_int}}, {}));
+            expect_execute(wire, id, "", rows_frame({{"a", one_int}}, {}));
             EXPECT_STMT(SQL_SUCCESS, wire->stmt, SQLExecute(wire->stmt));
         };
         prepare_sent("q", "Q1", false);
@@ -52,7 +47,7 @@ TEST(prepared, texts_are_sent_once)
 // types that it has now. A second time is an error, and so is the first one by default.
 TEST(prepared, forgotten_statements_are_mended)
 {
-    const std::vector<bytes> as_int = {be32(4) + be32(-2)}, as_bigint = {be32(8) + be(-2, 8)};
+    const bytes as_int = counted({int_value(-2)}), as_bigint = counted({wire_bytes(be(-2, 8))});
     const auto page = [](int number, const bytes &state) {
         return rows_frame({{"a", one_int}}, {{be32(number)}}, {.paging_state = state});
     };
@@ -100,7 +95,7 @@ TEST(prepared, warnings_come_with_the_first_execution)
         EXPECT_STMT(standard ? SQL_SUCCESS : SQL_SUCCESS_WITH_INFO, wire->stmt,
                     prepare(wire->stmt, "q"));
         for (const bool first : {true, false}) {
-            expect_execute(wire, "ID", {}, void_frame());
+            expect_execute(wire, "ID", "", void_frame());
             EXPECT_STMT(standard && first ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS, wire->stmt,
                         SQLExecute(wire->stmt));
             EXPECT_EQ(stmt_records(wire->stmt),
