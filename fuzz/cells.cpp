@@ -125,7 +125,9 @@ void fuzz_one(fuzz_input in)
         EXPECT_EQ(again, text) << value;
         return;
     }
-    // Fields that are missing in a value come back as null, which an unknown type does not take.
+    // Fields that are missing in a value come back as null, which neither an unknown type takes nor
+    // a type that has the name of another field.
     const std::string twice = encode_text(back, again);
-    EXPECT_TRUE(twice == value || twice == "07006@1") << text << again << twice;
+    EXPECT_TRUE(twice == value || (again != text && twice.find('@') != twice.npos))
+        << text << again << twice;
 }
