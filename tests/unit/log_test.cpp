@@ -1,4 +1,5 @@
 // The driver's log: the formatter within its room, records in files, and the log in memory.
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -86,7 +87,8 @@ TEST_F(driver_log, a_record_is_header_kind_and_text_and_a_packet_rows_of_sixteen
                              std::string(45, ' ') + "  .\n\n");
 }
 
-// Not an application's end either: a pipe that is full, and a standard error that nobody reads.
+// Not an application's end either: a pipe that is full, a standard error that nobody reads, and
+// the file size that the process may have.
 TEST_F(driver_log, a_log_that_cannot_be_written_is_silent)
 {
     const std::string long_text(4000, 'x');
@@ -105,6 +107,15 @@ TEST_F(driver_log, a_log_that_cannot_be_written_is_silent)
     CASS_LOG(log_to(conn, "", 31), LOG_DETAIL, "nobody hears this");
     dup2(kept, STDERR_FILENO);
     EXPECT_EQ(made + close(ends[1]) + close(kept), 0);
+
+    rlimit usual;
+    getrlimit(RLIMIT_FSIZE, &usual);
+    const rlimit small = {4096, usual.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    for (int i = 0; i < 100; i++)
+        CASS_LOG(log_to(conn, path, 31), LOG_DETAIL, "a record that fills the file");
+    setrlimit(RLIMIT_FSIZE, &usual);
+    EXPECT_EQ(std::filesystem::file_size(path), 4096u);
 }
 
 TEST_F(driver_log, memory_mode_writes_the_last_99999_records_at_an_error)

@@ -1,6 +1,7 @@
 // The pass over an application's text: what the server gets, and how many markers are in it.
 #include "core/statement/cass_sql.h"
 
+#include "core/net/cass_conn.h"
 #include "tests/unit/handles.h"
 
 // Scans on the statement and checks that the input stays.
@@ -139,4 +140,16 @@ TEST_F(rewriter, filtering_is_allowed)
                                      added = allowed && tail != nullptr ? u" ALLOW FILTERING" : u"";
                 EXPECT_EQ(process(stmt, text + behind), text + added + behind) << standard;
             }
+}
+
+TEST_F(rewriter, braces_by_the_thousand_take_one_pass)
+{
+    const std::size_t count = 99'999;
+    std::u16string text = u"{" + std::u16string(count, u' ') + std::u16string(count, u'}');
+    const std::int64_t begun = cass_monotonic_ms();
+    EXPECT_TRUE(process(stmt, text) == text);
+    for (std::size_t i = count + 1; i < text.size(); i += 3)
+        text.replace(i, 3, u"fn}");
+    EXPECT_TRUE(process(stmt, text) == std::u16string(text.size(), u' '));
+    EXPECT_LT(cass_monotonic_ms() - begun, 10'000);
 }

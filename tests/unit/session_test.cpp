@@ -69,23 +69,29 @@ TEST(tls_session, request_that_is_not_answered_in_time_ends)
 
 // ---- Servers that do not answer -----------------------------------------------------------------
 
-// A full queue drops further calls without a word. The attribute, in seconds, wins over the
-// setting.
-TEST(open_servers, that_stay_silent_end_in_a_time_out)
+// A server of the connections, whose queue the first of them fills: further calls are dropped
+// without a word.
+static int full_server(const std::vector<cass_conn *> &conns)
 {
-    const session s, first;
     const int listener = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address = {};
     socklen_t size = sizeof address;
     listen(listener, 0);
     getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
-    for (cass_conn *conn : {first.conn, s.conn}) {
+    for (cass_conn *conn : conns) {
         conn->settings.server = cass_string_from_cstr("127.0.0.1");
         conn->settings.port = ntohs(address.sin_port);
         cass_close_socket(conn);
     }
-    EXPECT_EQ(cass_open_servers(first.conn, first.conn->settings.server, ntohs(address.sin_port)),
-              0);
+    EXPECT_EQ(cass_open_servers(conns[0], conns[0]->settings.server, conns[0]->settings.port), 0);
+    return listener;
+}
+
+// The attribute, in seconds, wins over the setting.
+TEST(open_servers, that_stay_silent_end_in_a_time_out)
+{
+    const session s, first;
+    const int listener = full_server({first.conn, s.conn});
     for (const unsigned seconds : {1, 0}) {
         s.conn->login_timeout = seconds;
         s.conn->settings.logon_timeout = 300;
@@ -97,4 +103,31 @@ TEST(open_servers, that_stay_silent_end_in_a_time_out)
         EXPECT_TRUE(took >= (seconds == 0 ? 290 : 990) && (seconds == 1 || took < 950)) << took;
     }
     close(listener);
+}
+
+// The connect takes a second, as the server's queue is full. The request comes meanwhile.
+TEST(exchange, request_never_goes_out_in_clear_before_the_tls_session_stands)
+{
+    session s, first;
+    const int listener = full_server({first.conn, s.conn});
+    s.conn->settings.encrypt = 1;
+    std::string got;
+    std::thread peer([&] {
+        usleep(200'000);
+        close(accept(listener, nullptr, nullptr));
+        close(std::exchange(s.peer, accept(listener, nullptr, nullptr)));
+        usleep(50'000);
+        got = heard(s);
+        shutdown(s.peer, SHUT_RDWR);
+    });
+    std::thread statement([&] {
+        usleep(50'000);
+        const held_packet packet(packet_of(s.stmt, OPCODE_QUERY, "secret"));
+        EXPECT_EQ(send_and_execute(s.stmt, packet.get()), -1);
+    });
+    EXPECT_EQ(cass_connect(s.conn, 0), SQL_ERROR);
+    peer.join();
+    statement.join();
+    close(listener);
+    EXPECT_TRUE(got[0] == 0x16 && got.find("secret") == got.npos);  // a handshake
 }
