@@ -213,10 +213,28 @@ static SQLRETURN integer_from_numeric(const cell_request &request, const integer
     return integer_from_parsed(request, rules, text, rules.numeric, numeric.scale != 0);
 }
 
+static SQLRETURN floating_exactly(const cell_request &request, const integer_rules &rules,
+                                  double value)
+{
+    const double whole = std::trunc(value);
+    const double least = rules.real.low < 0 ? -rules.beyond : 0;
+    if (!(whole >= least && whole < rules.beyond))  // NaN as well
+        return cell_out_of_range(request, rules.floating_words, 0);
+    const auto bits = whole < TWO_63 ? static_cast<std::int64_t>(whole)
+                                     : static_cast<std::int64_t>(static_cast<std::uint64_t>(whole));
+    store_integer(request, rules.size, bits);
+    return whole == value ? SQL_SUCCESS : cell_fraction_lost(request);
+}
+
 static SQLRETURN integer_from_floating(const cell_request &request, const integer_rules &rules,
                                        double value, const floating_range &range)
 {
-    if (!(value >= range.low && value <= range.high)) {  // NaN as well
+    const bool within = value >= range.low && value <= range.high;  // NaN is not
+    if (!(within && value < rules.beyond)) [[unlikely]] {
+        if (cell_is_converted_exactly(request))
+            return floating_exactly(request, rules, value);
+    }
+    if (!within) {
         const double logged = value > INT32_MAX ? INT32_MAX : value > INT32_MIN ? value : INT32_MIN;
         return cell_out_of_range(request, rules.floating_words,
                                  std::isnan(value) ? 0 : static_cast<int>(logged));
