@@ -213,8 +213,8 @@ static SQLRETURN integer_from_numeric(const cell_request &request, const integer
     return integer_from_parsed(request, rules, text, rules.numeric, numeric.scale != 0);
 }
 
-static SQLRETURN floating_exactly(const cell_request &request, const integer_rules &rules,
-                                  double value)
+[[gnu::cold, gnu::noinline]] static SQLRETURN
+floating_exactly(const cell_request &request, const integer_rules &rules, double value)
 {
     const double whole = std::trunc(value);
     const double least = rules.real.low < 0 ? -rules.beyond : 0;
