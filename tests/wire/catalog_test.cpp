@@ -175,9 +175,11 @@ TEST(catalog, replies_become_rows_and_the_connection_serves_on_after_failures)
         {"tables", {{tables_query, with_warnings(two, {"slow"})}}, SQL_ERROR, {"01000 slow"}, {}},
         {"keys", {{tables_query, two}, {of_t, column}, {of_u, refusal}}, SQL_ERROR, {refused}, {}},
         {"columns", {{tables_query, text_rows({{"ks", "t"}})},
-                     {of_t, text_rows({{"d", "partition_key", "double"}, {"w", "regular", "timestamp"}})}},
+                     {of_t, text_rows({{"d", "partition_key", "double"}, {"m", "regular", "map<text, int>"},
+                                       {"w", "regular", "timestamp"}})}},
          SQL_SUCCESS, {}, {"CASSANDRA|ks|t|d|8|double|24|8|NULL|2|0|NULL|NULL|8|NULL|8|0|NO",
-                           "CASSANDRA|ks|t|w|93|timestamp|23|16|NULL|NULL|1|NULL|NULL|9|93|16|1|YES"}},
+                           "CASSANDRA|ks|t|m|-3|map<text, int>|1024|1024|NULL|NULL|1|NULL|NULL|-3|NULL|1024|1|YES",
+                           "CASSANDRA|ks|t|w|93|timestamp|23|16|NULL|NULL|1|NULL|NULL|9|93|16|2|YES"}},
         // A table dropped in the meantime has none.
         {"keys", {{tables_query, two}, {of_t, text_rows({})}, {of_u, column}}, SQL_SUCCESS, {},
          {"CASSANDRA|ks|u|id|1|NULL"}},
