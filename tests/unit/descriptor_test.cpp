@@ -113,9 +113,13 @@ TEST_F(descriptor, only_the_pointers_leave_a_record_bound)
         EXPECT_EQ(bound(ard->fields[1]), 0) << id;
     }
     // A record without a type takes the pointer and says that it cannot be used; a parameter's
-    // implementation side takes none.
+    // implementation side takes none, but names, which a null pointer takes away.
     EXPECT_EQ(set(ard, 7, SQL_DESC_DATA_PTR, &target), "HY021");
     EXPECT_TRUE(ard->fields[6].data_ptr == &target && bound(ipd->fields[0]) == 0);
+    for (const char16_t *name : {u"x\x2020", static_cast<const char16_t *>(nullptr)}) {
+        SQLSetDescFieldW(ipd, 1, SQL_DESC_NAME, const_cast<char16_t *>(name), 4);
+        EXPECT_EQ(units_of(ipd->fields[0].column_name), name == nullptr ? u"(null)" : name);
+    }
 }
 
 TEST_F(descriptor, a_description_needs_a_result_and_one_of_its_columns)

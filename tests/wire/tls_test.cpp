@@ -113,6 +113,8 @@ TEST(tls_certificate, anchors_come_from_file_or_folder)
                                              {"PrivateKey", "Private Key", locked}})
             EXPECT_EQ(attempt(wire, key + ("File=" + bad) + ";PublicKeyFile=" + file).front(),
                       no_connection + "Loading " + what + " file '" + bad + "' failed");
+        EXPECT_EQ(attempt(wire, "Entropy=%s").front(),
+                  no_connection + "Loading entropy from '%s' failed");
         // A folder without the certificate is no fault of itself.
         EXPECT_EQ(attempt(wire, "CertificateFile=" + folder.path), unknown);
         EXPECT_EQ(attempt(wire, "Standard=Yes;CertificateFile=" + source), record_list());
